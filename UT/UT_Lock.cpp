@@ -1,0 +1,166 @@
+#include "UT_Lock.h"
+
+#include "UT_Nap.h"
+#include "UT_Thread.h"
+
+#include <cstdio>
+
+static const long theNapMs = 10;
+
+// Attempts before a light-weight wait starts to sleep; -1 until decided.
+static std::atomic<int32> theLightWeightItrs(-1);
+
+// Deciding may construct locks that ask the same question. The processor count
+// is known before anything else happens there, so the inner one decides too.
+static int
+utLightWeightItrs()
+{
+    int32 tries = theLightWeightItrs.load(std::memory_order_relaxed);
+    if (tries < 0)
+    {
+        tries = UT_Thread::getNumProcessors() < 2 ? 1 : 4000;
+        theLightWeightItrs.store(tries, std::memory_order_relaxed);
+    }
+    return tries;
+}
+
+UT_Lock::UT_Lock(int initiallyLocked, bool recursive)
+    : myLockWord(initiallyLocked ? 1 : 0), myOwner(0), myDepth(0),
+      myCollisions(0), myDebugFlag(0), myRecursiveFlag(recursive)
+{
+    utLightWeightItrs();
+}
+
+UT_Lock::UT_Lock(const UT_Lock &source) : UT_Lock(UT_STATIC_LOCK)
+{
+    *this = source;
+}
+
+UT_Lock &
+UT_Lock::operator=(const UT_Lock &source)
+{
+    const auto relaxed = std::memory_order_relaxed;
+    myLockWord.store(source.myLockWord.load(relaxed), relaxed);
+    myOwner.store(source.myOwner.load(relaxed), relaxed);
+    myDepth = source.myDepth;
+    myCollisions.store(source.myCollisions.load(relaxed), relaxed);
+    myDebugFlag = source.myDebugFlag & 1;
+    myRecursiveFlag = source.myRecursiveFlag & 1;
+    return *this;
+}
+
+bool
+UT_Lock::tryLock()
+{
+    if (myLockWord.exchange(1, std::memory_order_acquire) == 0)
+    {
+        if (myRecursiveFlag)
+        {
+            myOwner.store(pthread_self(), std::memory_order_relaxed);
+            myDepth = 1;
+        }
+        return true;
+    }
+    // Only the owner can find itself here, so a stale answer does no harm.
+    if (myRecursiveFlag &&
+        myOwner.load(std::memory_order_relaxed) == pthread_self())
+    {
+        ++myDepth;
+        return true;
+    }
+    myCollisions.store(collisions() + 1, std::memory_order_relaxed);
+    return false;
+}
+
+void
+UT_Lock::lock()
+{
+    while (!tryLock())
+        ;
+}
+
+bool
+UT_Lock::lock(int tries)
+{
+    while (!tryLock())
+        if (tries-- <= 0)
+            return false;
+    return true;
+}
+
+void
+UT_Lock::lockLW()
+{
+    if (!lock(utLightWeightItrs()))
+        lockNap();
+}
+
+bool
+UT_Lock::lockLW(int tries)
+{
+    const int spins = utLightWeightItrs();
+    for (int failures = 0; !tryLock();)
+    {
+        if (failures++ >= tries)
+            return false;
+        if (failures > spins)
+            UTnap(theNapMs);
+    }
+    return true;
+}
+
+void
+UT_Lock::lockNap()
+{
+    while (!tryLock())
+        UTnap(theNapMs);
+}
+
+bool
+UT_Lock::lockNap(int tries)
+{
+    while (!tryLock())
+    {
+        if (tries-- <= 0)
+            return false;
+        UTnap(theNapMs);
+    }
+    return true;
+}
+
+void
+UT_Lock::unlock()
+{
+    if (myRecursiveFlag)
+    {
+        if (--myDepth > 0)
+            return;
+        myOwner.store(0, std::memory_order_relaxed);
+    }
+    myLockWord.store(0, std::memory_order_release);
+}
+
+void
+UT_Lock::debugLock(bool on)
+{
+    myDebugFlag = on;
+}
+
+void
+UT_Lock::waitForTrigger()
+{
+    lockLW();
+    lockLW();
+    unlock();
+}
+
+UT_DebugLock::UT_DebugLock(
+    const char *name, int initiallyLocked, bool recursive)
+    : UT_Lock(initiallyLocked, recursive), myName(name)
+{
+}
+
+UT_DebugLock::~UT_DebugLock()
+{
+    fprintf(stderr, "Lock[%s]: %d collisions\n", myName, collisions());
+}

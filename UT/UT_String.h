@@ -1,0 +1,185 @@
+// Text that is either borrowed or owned. A string borrows by default, which
+// costs nothing; it is hardened when it must outlive the text it points at.
+//
+// The class has more operations than one source should hold. They stand here
+// under a banner each, which names the source.
+
+#pragma once
+
+#include "UT_API.h"
+
+#include <cstring>
+
+/// Asks a constructor for a string that copies on every assignment.
+enum UT_AlwaysDeepType
+{
+    UT_ALWAYS_DEEP
+};
+
+/// A pointer to NUL-terminated text, and whether the string owns it.
+///
+/// A null string has no text at all; it is not the same value as "". Owned
+/// text comes from malloc() and is freed with free(), once. A string that is
+/// always deep owns its text whatever is assigned to it.
+///
+/// Thread-compatible.
+class UT_API UT_String
+{
+public:
+    // ---- Storage: UT_String.cpp --------------------------------------------
+
+    /// A string for `text`. With `length` negative the text is taken up to
+    /// its NUL: copied when `deep` is non-zero, borrowed otherwise (kept, must
+    /// outlive the string); null stays null. With `length` 0 or more the
+    /// string owns a block of `length` + 1 bytes whatever `deep` says, which
+    /// holds `text` up to its NUL or its first `length` bytes, the rest NULs;
+    /// null counts as "". O(length).
+    UT_String(const char *text = nullptr, int deep = 0, int length = -1);
+
+    /// A string that owns a copy of `text`, and of all that is assigned to it
+    /// later. Null stays null.
+    UT_String(UT_AlwaysDeepType, const char *text = nullptr);
+
+    /// Borrows the text of `source`, which must outlive this string or its
+    /// next change; owns a copy, and goes on copying, when `source` is always
+    /// deep.
+    UT_String(const UT_String &source);
+
+    /// Takes over the text of `source`, owned or borrowed, and leaves it null.
+    /// There is no move assignment: assignment from a temporary borrows, like
+    /// every other, and the text is gone with the temporary. Use harden() or
+    /// swap() to keep a result.
+    UT_String(UT_String &&source) noexcept;
+
+    ~UT_String();
+
+    /// Borrows the text of `source` (kept, must outlive this string or its
+    /// next change), or owns a copy when this string is always deep. Assigning
+    /// a string that borrows this string's own text changes nothing.
+    UT_String &operator=(const UT_String &source);
+
+    /// The same for a plain text. A text inside this string's own block is
+    /// safe only for a string that is always deep: otherwise the block is
+    /// freed and the string left pointing into it.
+    UT_String &operator=(const char *text);
+
+    /// Makes the string null. It stays always deep if it was.
+    void freeData();
+
+    /// The same as freeData().
+    void clear() { freeData(); }
+
+    /// Makes a borrowing string own a copy of its text. The string is not null
+    /// afterwards: null becomes an owned "". An owned text stays in place.
+    void harden();
+
+    /// Makes the string own a copy of `text`, null counting as "". With
+    /// `length` negative the text is taken up to its NUL, and an owned text
+    /// that is equal stays in place, at the same address. With `length` 0 or
+    /// more the copy is a block of `length` + 1 bytes: `text` up to its NUL or
+    /// its first `length` bytes, the rest NULs; `text` then needs no NUL.
+    /// `text` may point into this string's own block. O(length).
+    void harden(const char *text, int length = -1);
+
+    /// Exchanges the texts and their ownership; not whether a string is always
+    /// deep. A side that is always deep is hardened afterwards, so it ends up
+    /// with a text of its own, "" for null.
+    void swap(UT_String &other);
+
+    /// An owned "" that everybody may read. Lives as long as the process. Call
+    /// it once before threads share it.
+    static UT_String &getEmptyString();
+
+    /// The text, null for a null string. Borrowed until the string's next
+    /// change.
+    operator const char *() const { return myData; }
+
+    /// The same. Only an owned text may be written.
+    const char *buffer() const { return myData; }
+    char *buffer() { return myData; }
+
+    /// Bytes up to the NUL; 0 for a null string. O(length).
+    int length() const;
+
+    /// Whether there is no text at all.
+    bool isNull() const { return !myData; }
+
+    /// The byte at `index`, which counts from 0 and must not lie behind the
+    /// NUL. The string must not be null.
+    template <class Index>
+    char operator()(Index index) const
+    {
+        return myData[index];
+    }
+    template <class Index>
+    char operator[](Index index) const
+    {
+        return myData[index];
+    }
+
+    /// Compares like strcmp() (negative, zero, positive; bytes unsigned). Null
+    /// comes before every text, "" included, and equals null.
+    int compare(const char *text) const;
+
+private:
+    UT_LOCAL void ownCopyOf(const char *text);
+
+    // Programs hold strings by value and in arrays: order and size stay.
+    char *myData;                // malloc'ed when owned, or null
+    unsigned myIsReference : 1;  // myData is borrowed
+    unsigned myIsAlwaysDeep : 1; // assignments copy
+};
+
+static_assert(sizeof(UT_String) == 2 * sizeof(void *));
+
+/// Comparison in the sense of UT_String::compare().
+inline bool
+operator==(const UT_String &a, const char *b)
+{
+    return a.compare(b) == 0;
+}
+inline bool
+operator==(const UT_String &a, const UT_String &b)
+{
+    return a.compare(b.buffer()) == 0;
+}
+inline bool
+operator==(const char *a, const UT_String &b)
+{
+    return b.compare(a) == 0;
+}
+inline bool
+operator!=(const UT_String &a, const char *b)
+{
+    return a.compare(b) != 0;
+}
+inline bool
+operator!=(const UT_String &a, const UT_String &b)
+{
+    return a.compare(b.buffer()) != 0;
+}
+inline bool
+operator!=(const char *a, const UT_String &b)
+{
+    return b.compare(a) != 0;
+}
+inline bool
+operator<(const UT_String &a, const UT_String &b)
+{
+    return a.compare(b.buffer()) < 0;
+}
+inline bool
+operator>(const UT_String &a, const UT_String &b)
+{
+    return a.compare(b.buffer()) > 0;
+}
+inline bool
+operator<=(const UT_String &a, const UT_String &b)
+{
+    return a.compare(b.buffer()) <= 0;
+}
+inline bool
+operator>=(const UT_String &a, const UT_String &b)
+{
+    return a.compare(b.buffer()) >= 0;
+}

@@ -1,0 +1,150 @@
+// The scratch in which text is put together: short texts stay in the object,
+// which usually lives on the stack, and long ones move to the heap.
+
+#pragma once
+
+#include "UT_API.h"
+
+#include <cstdarg>
+#include <cstring>
+#include <iosfwd>
+
+class UT_String;
+
+/// A text that grows at its end.
+///
+/// The length says where the text ends, so it may hold NUL bytes; a NUL
+/// always follows it. The first 2000 bytes of storage are part of the object.
+/// Appends double the storage from there (4000, 8000, ...) and nothing ever
+/// shrinks it. A text can have 2147483646 bytes; an append that would make it
+/// longer is dropped whole.
+///
+/// While the buffer is locked, appends, clear() and what else would move the
+/// end of the text are dropped. Allocation is not checked.
+///
+/// Thread-compatible.
+class UT_API UT_WorkBuffer
+{
+public:
+    UT_WorkBuffer();
+    ~UT_WorkBuffer();
+
+    UT_WorkBuffer(const UT_WorkBuffer &) = delete;
+    UT_WorkBuffer &operator=(const UT_WorkBuffer &) = delete;
+
+    /// The text, followed by a NUL. Borrowed until the buffer's next change.
+    const char *buffer() const { return myBuffer; }
+
+    /// Bytes of text, without the NUL behind them.
+    int length() const { return myLength; }
+
+    /// Bytes of storage; the text and its NUL fit in them.
+    int capacity() const { return myAllocatedSize; }
+
+    /// Whether appends are dropped.
+    bool isLocked() const { return myLockCount != 0; }
+
+    /// Whether the byte behind the text is NUL. Only a lock holder who wrote
+    /// there can have changed that.
+    bool isNullTerminated() const { return myBuffer[myLength] == '\0'; }
+
+    /// The byte at `index`, which counts from 0 and must lie in the storage.
+    char operator()(int index) const { return myBuffer[index]; }
+    char operator[](int index) const { return myBuffer[index]; }
+    char &operator[](int index) { return myBuffer[index]; }
+
+    /// Copies the text up to its first NUL into `out`, which owns it. O(n).
+    void copyIntoString(UT_String &out) const;
+
+    /// Copies at most `size` - 1 bytes of the text, NULs included, and a NUL
+    /// to `out`. Does nothing when `size` is below 1.
+    void copyIntoString(char *out, int size) const;
+
+    /// Makes room for `size` bytes, the NUL included; exactly that many if
+    /// they are more than the capacity. Keeps all bytes of the old storage,
+    /// those behind the text too. Works on a locked buffer.
+    void reserve(unsigned size);
+
+    /// Empties the buffer.
+    void clear();
+
+    /// Appends `text` up to its NUL; nothing for null. The text may be the
+    /// buffer's own. Amortised O(length).
+    void strcat(const char *text) { strcat(text, -1); }
+
+    /// Appends `length` bytes, NULs included, or the text up to its NUL when
+    /// `length` is negative.
+    void strcat(const char *bytes, int length);
+
+    /// Appends all of another buffer, or of this one.
+    void strcat(const UT_WorkBuffer &other);
+
+    /// Appends one byte, which may be NUL.
+    void strcat(char byte) { append(byte); }
+
+    /// The same operations under the name that containers use.
+    void append(const char *text) { strcat(text, -1); }
+    void append(const char *bytes, int length) { strcat(bytes, length); }
+    void append(const UT_WorkBuffer &other) { strcat(other); }
+    void append(char byte);
+
+    /// Appends `text` so that a shell-style parser reads it back as one word:
+    /// in double quotes when `forceQuotes` is set or the text holds a space,
+    /// tab, newline, vertical tab or form feed, with a backslash before every
+    /// double quote and backslash in any case. Null and "" become "\"\"".
+    void protectedStrcat(const char *text, bool forceQuotes = false);
+
+    /// Replaces the text by the formatted one and returns the formatted
+    /// length. That is more than length() when a conversion wrote a NUL: the
+    /// text ends there. A lock does not prevent it. The arguments must not
+    /// point into the buffer. When the formatter fails (a wide character that
+    /// does not convert, say) what it wrote before stays, and its length is
+    /// the result.
+    ///
+    /// The capacity doubles until it exceeds the text by enough: up to 1983
+    /// bytes are formatted in the object itself.
+    UT_PRINTF(2, 0) int vsprintf(const char *format, va_list args);
+    UT_PRINTF(2, 3) int sprintf(const char *format, ...);
+
+    /// Appends the formatted text and returns its formatted length, also when
+    /// a lock made it drop the text. The arguments may point into the buffer.
+    UT_PRINTF(2, 3) int appendSprintf(const char *format, ...);
+
+    /// Sets the byte at `index`; nothing for a negative one. At or behind the
+    /// end the text first becomes `index` + 1 bytes long (growing as appends
+    /// do; nothing happens on a locked buffer), and the bytes between the old
+    /// end and `index` are whatever the storage held. A NUL ends the text at
+    /// `index`, on a locked buffer too.
+    void write(int index, char byte);
+
+    /// Locks the buffer once more, makes room for exactly `offset` + `extra`
+    /// bytes and returns the address of the byte at `offset`, where the caller
+    /// may write `extra` bytes until release(). A caller who lets release()
+    /// find the end asks for one byte more, for the NUL.
+    char *lock(int offset, unsigned extra);
+
+    /// Takes one lock back. The last one makes the text end at its first NUL
+    /// when `recomputeLength` is set; otherwise the length stays as it was.
+    /// One release for each lock: a surplus one leaves the buffer locked.
+    void release(int recomputeLength = 1);
+
+private:
+    enum
+    {
+        theInlineSize = 2000
+    };
+
+    UT_LOCAL bool growTo(int length);
+
+    // Programs hold work buffers by value: order and size stay.
+    char *myBuffer;      // myStackBuffer, or a malloc'ed block
+    int myAllocatedSize; // bytes in myBuffer
+    int myLength;        // bytes of text, without the NUL
+    int myLockCount;     // locks not released
+    char myStackBuffer[theInlineSize];
+};
+
+static_assert(sizeof(UT_WorkBuffer) == (sizeof(void *) == 4 ? 2016 : 2024));
+
+/// Writes the text up to its first NUL.
+UT_API std::ostream &operator<<(std::ostream &out, const UT_WorkBuffer &buffer);

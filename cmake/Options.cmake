@@ -1,0 +1,50 @@
+# How every file of ours is compiled, and where the results go.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+
+# Warnings are errors, for our own files only.
+add_library(valdrin_options INTERFACE)
+target_compile_options(
+    valdrin_options
+    INTERFACE -Wall
+              -Wextra
+              -Wpedantic
+              -Werror
+              -Wcast-qual
+              -Wconversion
+              -Wextra-semi
+              -Wformat=2
+              -Wnarrowing
+              -Wnon-virtual-dtor
+              -Wold-style-cast
+              -Woverloaded-virtual
+              -Wshadow
+              -Wsign-conversion
+              -Wundef
+              -Wvla)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(valdrin_options INTERFACE -Wduplicated-cond
+                                                     -Wlogical-op)
+endif()
+target_link_libraries(valdrin_options INTERFACE Threads::Threads)
+
+set(VALDRIN_NO_UNDEFINED -Wl,-z,defs)
+if(VALDRIN_SANITIZE)
+    add_compile_options(-fsanitize=${VALDRIN_SANITIZE}
+                        -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${VALDRIN_SANITIZE})
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # Clang's sanitizer runtime lives in the program, not in libraries.
+        set(VALDRIN_NO_UNDEFINED "")
+    endif()
+endif()
