@@ -1,0 +1,54 @@
+# The front door. Each target installs what it needs first.
+
+.PHONY: help demo check build bench lint docs setup clean
+.DEFAULT_GOAL := help
+
+JOBS := $(shell nproc 2>/dev/null || echo 2)
+
+help:
+	@echo "make demo   build it and hold a conversation with an application"
+	@echo "make check  build it in both word sizes and run every test"
+	@echo "make build  build it for this machine, in build/native"
+	@echo "make bench  measure it beside its peers"
+	@echo "make lint   format, clang's warnings and tidy, shell scripts"
+	@echo "make docs   the reference of the public headers, in build/docs"
+	@echo "make clean  remove everything built"
+	@echo
+	@echo "To install: make build, then cmake --install build/native"
+
+demo:
+	@scripts/setup demo
+	@echo "Building build/native ..."
+	@mkdir -p build/logs
+	@(cmake --preset native -DVALDRIN_BUILD_TESTS=OFF \
+	    -DVALDRIN_BUILD_BENCH=OFF && \
+	  cmake --build --preset native -j $(JOBS)) >build/logs/demo 2>&1 || \
+	  { tail -n 40 build/logs/demo; exit 1; }
+	@scripts/demo build/native
+
+check:
+	@scripts/setup check
+	@scripts/check
+
+build:
+	@scripts/setup check
+	cmake --preset native
+	cmake --build --preset native -j $(JOBS)
+
+bench:
+	@scripts/setup develop
+	@scripts/bench
+
+lint:
+	@scripts/setup develop
+	@scripts/lint
+
+docs:
+	@scripts/setup develop
+	@scripts/docs
+
+setup:
+	@scripts/setup develop
+
+clean:
+	rm -rf build
