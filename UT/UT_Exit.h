@@ -28,8 +28,12 @@ public:
     /// Takes all of them back.
     static void removeAllExitCallbacks();
 
-    /// Runs the callbacks, unless that was done before.
+    /// Runs the callbacks, unless that was done before; without callbacks, too,
+    /// this counts as done.
     static void runExitCallbacks();
+
+    /// The same, as the handler that the C library calls.
+    static void doExitCallbacks();
 
     /// Ends the console and then the process, which runs the callbacks.
     [[noreturn]] static void exit(int status);

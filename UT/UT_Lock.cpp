@@ -82,8 +82,8 @@ UT_Lock::lock()
 bool
 UT_Lock::lock(int tries)
 {
-    while (!tryLock())
-        if (tries-- <= 0)
+    for (; !tryLock(); --tries)
+        if (tries <= 0)
             return false;
     return true;
 }
@@ -119,9 +119,9 @@ UT_Lock::lockNap()
 bool
 UT_Lock::lockNap(int tries)
 {
-    while (!tryLock())
+    for (; !tryLock(); --tries)
     {
-        if (tries-- <= 0)
+        if (tries <= 0)
             return false;
         UTnap(theNapMs);
     }

@@ -82,9 +82,11 @@ public:
     /// Lets the thread in waitForTrigger() go on.
     void trigger() { unlock(); }
 
-    /// Waits until another thread calls trigger(), and leaves the lock free.
-    /// For a lock that is held: constructed so, or taken by the caller. It
-    /// works once.
+    /// Takes the lock, waits until another thread calls trigger() from then
+    /// on, and leaves the lock free. A lock that is held at the call, by its
+    /// construction or by the caller, needs a trigger() before that one to
+    /// come free first. Waits as lockLW() does; not for recursive locks, whose
+    /// second taking does not wait.
     void waitForTrigger();
 
     /// Attempts that failed since construction; a statistic that racing
