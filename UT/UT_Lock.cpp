@@ -10,8 +10,8 @@ static const long theNapMs = 10;
 // Attempts before a light-weight wait starts to sleep; -1 until decided.
 static std::atomic<int32> theLightWeightItrs(-1);
 
-// Deciding may construct locks that ask the same question. The processor count
-// is known before anything else happens there, so the inner one decides too.
+// Deciding may construct locks, which come back here. That ends, because the
+// processor count is known before the settings that construct them are read.
 static int
 utLightWeightItrs()
 {
@@ -49,40 +49,52 @@ UT_Lock::operator=(const UT_Lock &source)
     return *this;
 }
 
+// The rest of an attempt that a free, non-recursive lock does not need; apart,
+// so that the usual one is short.
 bool
-UT_Lock::tryLock()
+UT_Lock::finishAttempt(bool wasFree)
 {
-    if (myLockWord.exchange(1, std::memory_order_acquire) == 0)
+    const auto relaxed = std::memory_order_relaxed;
+    if (wasFree)
     {
-        if (myRecursiveFlag)
-        {
-            myOwner.store(pthread_self(), std::memory_order_relaxed);
-            myDepth = 1;
-        }
+        myOwner.store(pthread_self(), relaxed);
+        myDepth = 1;
         return true;
     }
     // Only the owner can find itself here, so a stale answer does no harm.
-    if (myRecursiveFlag &&
-        myOwner.load(std::memory_order_relaxed) == pthread_self())
+    if (myRecursiveFlag && myOwner.load(relaxed) == pthread_self())
     {
         ++myDepth;
         return true;
     }
-    myCollisions.store(collisions() + 1, std::memory_order_relaxed);
+    myCollisions.store(int32(uint32(collisions()) + 1), relaxed);
     return false;
+}
+
+inline bool
+UT_Lock::attempt()
+{
+    const bool wasFree = myLockWord.exchange(1, std::memory_order_acquire) == 0;
+    return (wasFree && !myRecursiveFlag) || finishAttempt(wasFree);
+}
+
+bool
+UT_Lock::tryLock()
+{
+    return attempt();
 }
 
 void
 UT_Lock::lock()
 {
-    while (!tryLock())
+    while (!attempt())
         ;
 }
 
 bool
 UT_Lock::lock(int tries)
 {
-    for (; !tryLock(); --tries)
+    for (; !attempt(); --tries)
         if (tries <= 0)
             return false;
     return true;
@@ -99,7 +111,7 @@ bool
 UT_Lock::lockLW(int tries)
 {
     const int spins = utLightWeightItrs();
-    for (int failures = 0; !tryLock();)
+    for (int failures = 0; !attempt();)
     {
         if (failures++ >= tries)
             return false;
@@ -112,14 +124,14 @@ UT_Lock::lockLW(int tries)
 void
 UT_Lock::lockNap()
 {
-    while (!tryLock())
+    while (!attempt())
         UTnap(theNapMs);
 }
 
 bool
 UT_Lock::lockNap(int tries)
 {
-    for (; !tryLock(); --tries)
+    for (; !attempt(); --tries)
     {
         if (tries <= 0)
             return false;

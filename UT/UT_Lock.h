@@ -97,6 +97,9 @@ public:
     }
 
 private:
+    UT_LOCAL bool attempt();
+    UT_LOCAL bool finishAttempt(bool wasFree);
+
     // Programs hold locks by value: order and size stay.
     std::atomic<int32> myLockWord;   // 0 free, 1 held
     std::atomic<pthread_t> myOwner;  // of a recursive lock; 0 when free
