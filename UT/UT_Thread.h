@@ -4,6 +4,7 @@
 
 #include "UT_API.h"
 
+/// What all worker threads share.
 class UT_API UT_Thread
 {
 public:
