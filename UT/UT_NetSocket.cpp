@@ -1,0 +1,410 @@
+#include "UT_NetSocket.h"
+
+#include "UT_Exit.h"
+#include "UT_Nap.h"
+#include "UT_NetSocketImpl.h"
+#include "UT_WorkBuffer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <type_traits>
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+// Ready before any code of the library runs, and still there when it ends.
+UT_Lock theHostByNameLock(UT_STATIC_LOCK);
+static_assert(std::is_trivially_destructible_v<UT_Lock>);
+
+// Bytes that a message is read by.
+static const int theChunkSize = 8191;
+
+UT_NetSocket::UT_NetSocket()
+    : myHostName(nullptr), myPort(0), mySocket(-1), myRemoteAddress(0),
+      myServerFlag(0), myConnectedFlag(0), myKeepOpenFlag(0),
+      myTerminateFlag(0), myBlockingFlag(0)
+{
+}
+
+UT_NetSocket::UT_NetSocket(
+    const char *host, int port, bool blocking, int /*timeout*/)
+    : UT_NetSocket()
+{
+    openSocket();
+    myHostName = host ? strdup(host) : nullptr;
+    myPort = port;
+    setBlocking(blocking);
+}
+
+UT_NetSocket::UT_NetSocket(UT_NetSocket *listener, int fd, bool blocking)
+    : UT_NetSocket()
+{
+    myPort = listener ? listener->myPort : 0;
+    mySocket = fd;
+    myConnectedFlag = 1;
+    setBlocking(blocking);
+}
+
+UT_NetSocket::~UT_NetSocket()
+{
+    if (!myKeepOpenFlag)
+        closeInetSocket();
+    free(myHostName);
+}
+
+void
+UT_NetSocket::openSocket()
+{
+    mySocket = ::socket(AF_INET, SOCK_STREAM, 0);
+    // Deliberate: the option is set twice.
+    const int on = 1;
+    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+}
+
+UT_NetSocket *
+UT_NetSocket::newSocketFromAddr(
+    const char *host, int port, bool blocking, int timeout, int /*unused*/)
+{
+    return new UT_NetSocket(host, port, blocking, timeout);
+}
+
+UT_NetSocket *
+UT_NetSocket::newSocket(int port, bool blocking)
+{
+    return new UT_NetSocket(port, blocking);
+}
+
+// The first address of a host, zeros behind it.
+static bool
+utResolve(const char *host, in_addr &out)
+{
+    if (!host)
+        return false;
+    ut_HostByNameGuard guard;
+    const hostent *const entry = gethostbyname(host);
+    if (!entry || !entry->h_addr_list[0])
+        return false;
+    // An answer of another family may be longer than there is room for.
+    const int room = sizeof out;
+    memcpy(
+        &out, entry->h_addr_list[0], size_t(std::min(entry->h_length, room)));
+    return true;
+}
+
+int
+UT_NetSocket::connect(int timeoutMs)
+{
+    if (myServerFlag)
+        return UT_NET_WRONG_KIND;
+    sockaddr_in address = {};
+    if (!utResolve(myHostName, address.sin_addr))
+        return UT_NET_HOST_NOT_FOUND;
+    address.sin_family = AF_INET;
+    address.sin_port = htons(uint16(myPort));
+    switch (connectOrTimeout(&address, sizeof address, timeoutMs))
+    {
+    case 0:
+    case EISCONN: // a connect that was under way has succeeded
+        myConnectedFlag = 1;
+        return UT_NET_OK;
+    case EAGAIN:
+    case EALREADY:
+    case EINPROGRESS:
+        return UT_NET_WOULD_BLOCK;
+    default:
+        return UT_NET_CONNECT_FAILED;
+    }
+}
+
+int
+UT_NetSocket::connectOrTimeout(sockaddr_in *addr, int addrLen, int timeoutMs)
+{
+    int error;
+    if (timeoutMs < 1)
+        error = doConnect(mySocket, addr, addrLen);
+    else
+    {
+        const bool wasBlocking = myBlockingFlag;
+        setBlocking(false);
+        error = doConnect(mySocket, addr, addrLen);
+        if (error == EINPROGRESS)
+            error = waitForConnect(timeoutMs);
+        setBlocking(wasBlocking);
+    }
+    if (!error)
+        myRemoteAddress = addr->sin_addr.s_addr;
+    return error;
+}
+
+int
+UT_NetSocket::doConnect(int fd, sockaddr_in *addr, int addrLen)
+{
+    if (::connect(fd, reinterpret_cast<sockaddr *>(addr), socklen_t(addrLen)))
+        return errno;
+    return 0;
+}
+
+// How the connect that is under way ends: 0 or an errno value.
+int
+UT_NetSocket::waitForConnect(int timeoutMs)
+{
+    bool readable = false;
+    bool writable = false;
+    bool exceptional = false;
+    const int states =
+        checkDataStatus(&readable, &writable, &exceptional, timeoutMs);
+    if (states < 0)
+        return errno;
+    if (!states)
+        return ETIMEDOUT;
+    int pending = 0;
+    socklen_t length = sizeof pending;
+    if (getsockopt(mySocket, SOL_SOCKET, SO_ERROR, &pending, &length))
+        return errno;
+    return pending;
+}
+
+int
+UT_NetSocket::close()
+{
+    return closeInetSocket();
+}
+
+int
+UT_NetSocket::closeInetSocket()
+{
+    if (mySocket == -1)
+        return -1;
+    ::shutdown(mySocket, SHUT_RDWR);
+    // Deliberate: the socket counts as blocking afterwards. The system's close
+    // may return early otherwise.
+    setBlocking(true);
+    const int result = ::close(mySocket);
+    myConnectedFlag = 0;
+    mySocket = -1;
+    return result;
+}
+
+int
+UT_NetSocket::shutdown(int how)
+{
+    if (!myConnectedFlag)
+        return UT_NET_NOT_CONNECTED;
+    return ::shutdown(mySocket, how) ? UT_NET_SYSTEM_ERROR : UT_NET_OK;
+}
+
+int
+UT_NetSocket::setBlocking(bool blocking)
+{
+    // Deliberate: recorded first, and so also where there is nothing to set.
+    myBlockingFlag = blocking;
+    if (!isValid())
+        return UT_NET_NOT_CONNECTED;
+    const int flags = fcntl(mySocket, F_GETFL);
+    const int wanted = blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK;
+    if (flags < 0 || fcntl(mySocket, F_SETFL, wanted) < 0)
+        return UT_NET_SYSTEM_ERROR;
+    return UT_NET_OK;
+}
+
+bool
+UT_NetSocket::isValid()
+{
+    return mySocket != -1;
+}
+
+// What a failed transfer answers.
+int
+UT_NetSocket::resultOfError(int error) const
+{
+    if (error == EAGAIN)
+        return UT_NET_WOULD_BLOCK;
+    if (myTerminateFlag && (error == ECONNABORTED || error == ECONNRESET))
+        UT_Exit::exit(2);
+    return UT_NET_SYSTEM_ERROR;
+}
+
+int
+UT_NetSocket::write(const void *data, int len, int *written)
+{
+    if (!myConnectedFlag)
+        return UT_NET_NOT_CONNECTED;
+    ssize_t count;
+    do
+        count = ::write(mySocket, data, size_t(len));
+    while (count < 0 && errno == EINTR);
+    const int error = errno;
+    // Deliberate: a short write is not continued.
+    if (written)
+        *written = count < 0 ? 0 : int(count);
+    return count < 0 ? resultOfError(error) : UT_NET_OK;
+}
+
+int
+UT_NetSocket::dataAvailable(int timeoutMs)
+{
+    if (!myServerFlag && !myConnectedFlag)
+        return UT_NET_NOT_CONNECTED;
+    fd_set set;
+    fdZero(&set);
+    if (fdSet(mySocket, &set))
+        return UT_NET_SYSTEM_ERROR;
+    timeval limit = utTimeLimit(timeoutMs);
+    const int ready =
+        select(mySocket + 1, &set, nullptr, nullptr, &limit, true);
+    return ready < 0 ? UT_NET_SYSTEM_ERROR : ready;
+}
+
+int
+UT_NetSocket::waitForDataOrTimeout(int timeoutMs)
+{
+    if (!myConnectedFlag)
+        return UT_NET_NOT_CONNECTED;
+    if (timeoutMs < 0)
+        return UT_NET_OK;
+    const int available = dataAvailable(timeoutMs);
+    if (available < 0)
+        return UT_NET_SYSTEM_ERROR;
+    return available ? UT_NET_OK : UT_NET_WOULD_BLOCK;
+}
+
+int
+UT_NetSocket::read(void *buf, int len, int *got, int timeoutMs)
+{
+    const int ready = waitForDataOrTimeout(timeoutMs);
+    if (ready)
+        return ready;
+    ssize_t count;
+    do
+        count = ::read(mySocket, buf, size_t(len));
+    while (count < 0 && errno == EINTR);
+    const int error = errno;
+    if (got)
+        *got = count < 0 ? 0 : int(count);
+    return count < 0 ? resultOfError(error) : UT_NET_OK;
+}
+
+int
+UT_NetSocket::read(UT_WorkBuffer &out, int timeoutMs, bool untilNul)
+{
+    out.clear();
+    int result = waitForDataOrTimeout(timeoutMs);
+    while (!result && goesOn(out, untilNul))
+    {
+        char chunk[theChunkSize];
+        int got = 0;
+        result = read(chunk, theChunkSize, &got, -1);
+        if (got < 1)
+            break; // the peer closed, or the read failed
+        if (!result)
+            out.append(chunk, got);
+    }
+    return result;
+}
+
+// Whether the message whose beginning is `out` is to be read further. What
+// waits at the socket is asked for only where the answer decides: it costs a
+// system call, and for most of a long message the text alone tells.
+bool
+UT_NetSocket::goesOn(const UT_WorkBuffer &out, bool untilNul)
+{
+    const int length = out.length();
+    if (!length && (myBlockingFlag || untilNul))
+        return true;
+    if (length && untilNul && out(length - 1))
+        return true;
+    return dataAvailable(0) == 1;
+}
+
+// The socket for one exchange, not connected.
+static std::unique_ptr<UT_NetSocket>
+utNewExchangeSocket(
+    const char *host, int port, bool mapToUnprivileged, bool blocking)
+{
+    if (mapToUnprivileged)
+        port = UT_NetSocket::mapToUnprivilegedPort(port);
+    return std::unique_ptr<UT_NetSocket>(UT_NetSocket::newSocketFromAddr(
+        host ? host : "localhost", port, blocking, /*timeout=*/-1, 0));
+}
+
+static bool
+utWriteCommand(UT_NetSocket &socket, const char *command)
+{
+    if (!command)
+        command = "";
+    const int length = SYSnarrow<int>(strlen(command) + 1); // with its NUL
+    return socket.write(command, length, nullptr) == UT_NET_OK;
+}
+
+bool
+UT_NetSocket::sendCommandAndGetResult(
+    int port, const char *command, UT_WorkBuffer &result, const char *host,
+    bool mapToUnprivileged)
+{
+    const auto socket =
+        utNewExchangeSocket(host, port, mapToUnprivileged, /*blocking=*/true);
+    return socket->connect(0) == UT_NET_OK &&
+           utWriteCommand(*socket, command) &&
+           socket->read(result, -1, /*untilNul=*/true) == UT_NET_OK;
+}
+
+// Asks a connect that is under way how it went, for about five seconds.
+static bool
+utConnectPatiently(UT_NetSocket &socket)
+{
+    int result = UT_NET_WOULD_BLOCK;
+    for (int i = 0; i < 51 && result == UT_NET_WOULD_BLOCK; ++i)
+    {
+        result = socket.connect(0);
+        if (result == UT_NET_WOULD_BLOCK)
+            UTnap(100);
+    }
+    return result == UT_NET_OK;
+}
+
+bool
+UT_NetSocket::nonBlockingSendCommandAndGetResult(
+    int port, const char *command, UT_WorkBuffer &result, const char *host,
+    bool mapToUnprivileged)
+{
+    const auto socket =
+        utNewExchangeSocket(host, port, mapToUnprivileged, /*blocking=*/false);
+    // No wait would ever succeed, and the loop below would not end.
+    if (socket->getSocket() >= FD_SETSIZE)
+        return false;
+    if (!utConnectPatiently(*socket) || !utWriteCommand(*socket, command))
+        return false;
+
+    result.clear();
+    int budget = 10;
+    int answer;
+    do
+    {
+        UT_WorkBuffer part;
+        answer = socket->read(part, 200, /*untilNul=*/true);
+        result.append(part);
+        // Deliberate: only silence uses up the budget, other failures do not.
+        if (answer == UT_NET_WOULD_BLOCK)
+            --budget;
+    } while (answer != UT_NET_OK && budget >= 0);
+    return answer == UT_NET_OK;
+}
+
+int
+UT_NetSocket::mapToUnprivilegedPort(int port)
+{
+    // Deliberate: 65535, not 65536, so no port maps to 65535.
+    int mapped = port % 65535;
+    if (mapped < 0)
+        mapped += 65535;
+    if (mapped < 10000)
+        mapped += 10000;
+    return mapped;
+}

@@ -1,0 +1,28 @@
+// What the sources of UT_NetSocket share.
+
+#pragma once
+
+#include "UT_Lock.h"
+#include "UT_NetSocket.h"
+
+#include <sys/select.h>
+
+// Holds theHostByNameLock.
+class ut_HostByNameGuard
+{
+public:
+    ut_HostByNameGuard() { theHostByNameLock.lockLW(); }
+    ~ut_HostByNameGuard() { theHostByNameLock.unlock(); }
+    ut_HostByNameGuard(const ut_HostByNameGuard &) = delete;
+    ut_HostByNameGuard &operator=(const ut_HostByNameGuard &) = delete;
+};
+
+// Deliberate: a negative time stays negative, and select() refuses it.
+inline timeval
+utTimeLimit(int timeoutMs)
+{
+    timeval limit;
+    limit.tv_sec = timeoutMs / 1000;
+    limit.tv_usec = (timeoutMs % 1000) * 1000;
+    return limit;
+}
