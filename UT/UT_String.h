@@ -55,7 +55,8 @@ public:
 
     /// Borrows the text of `source` (kept, must outlive this string or its
     /// next change), or owns a copy when this string is always deep. Assigning
-    /// a string that borrows this string's own text changes nothing.
+    /// a string that borrows this string's own text changes nothing; one that
+    /// borrows a later part of it is like a plain text below.
     UT_String &operator=(const UT_String &source);
 
     /// The same for a plain text. A text inside this string's own block is
@@ -164,9 +165,24 @@ operator!=(const char *a, const UT_String &b)
     return b.compare(a) != 0;
 }
 inline bool
+operator<(const UT_String &a, const char *b)
+{
+    return a.compare(b) < 0;
+}
+inline bool
 operator<(const UT_String &a, const UT_String &b)
 {
     return a.compare(b.buffer()) < 0;
+}
+inline bool
+operator<(const char *a, const UT_String &b)
+{
+    return 0 < b.compare(a);
+}
+inline bool
+operator>(const UT_String &a, const char *b)
+{
+    return a.compare(b) > 0;
 }
 inline bool
 operator>(const UT_String &a, const UT_String &b)
@@ -174,12 +190,45 @@ operator>(const UT_String &a, const UT_String &b)
     return a.compare(b.buffer()) > 0;
 }
 inline bool
+operator>(const char *a, const UT_String &b)
+{
+    return 0 > b.compare(a);
+}
+inline bool
+operator<=(const UT_String &a, const char *b)
+{
+    return a.compare(b) <= 0;
+}
+inline bool
 operator<=(const UT_String &a, const UT_String &b)
 {
     return a.compare(b.buffer()) <= 0;
 }
 inline bool
+operator<=(const char *a, const UT_String &b)
+{
+    return 0 <= b.compare(a);
+}
+inline bool
+operator>=(const UT_String &a, const char *b)
+{
+    return a.compare(b) >= 0;
+}
+inline bool
 operator>=(const UT_String &a, const UT_String &b)
 {
     return a.compare(b.buffer()) >= 0;
+}
+inline bool
+operator>=(const char *a, const UT_String &b)
+{
+    return 0 >= b.compare(a);
+}
+
+/// UT_String::swap(), so that generic code exchanges strings safely. Generic
+/// code that assigns them borrows, and cannot sort strings, say.
+inline void
+swap(UT_String &a, UT_String &b)
+{
+    a.swap(b);
 }
