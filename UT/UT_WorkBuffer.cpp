@@ -13,19 +13,6 @@
 // What separates words; a carriage return does not.
 static const char theSpaceChars[] = " \t\n\v\f";
 
-UT_WorkBuffer::UT_WorkBuffer()
-    : myBuffer(myStackBuffer), myAllocatedSize(theInlineSize), myLength(0),
-      myLockCount(0)
-{
-    myStackBuffer[0] = '\0';
-}
-
-UT_WorkBuffer::~UT_WorkBuffer()
-{
-    if (myBuffer != myStackBuffer)
-        free(myBuffer);
-}
-
 void
 UT_WorkBuffer::copyIntoString(UT_String &out) const
 {
@@ -45,30 +32,44 @@ UT_WorkBuffer::copyIntoString(char *out, int size) const
 void
 UT_WorkBuffer::reserve(unsigned size)
 {
-    if (size <= unsigned(myAllocatedSize))
-        return;
+    // All of the old storage: a lock holder may have written behind the text.
+    if (size > unsigned(myAllocatedSize))
+        move(size, /*kept=*/myAllocatedSize);
+}
+
+// Moves the first `kept` bytes, at least, to a block of `size` bytes.
+void
+UT_WorkBuffer::move(unsigned size, int kept)
+{
     if (myBuffer == myStackBuffer)
     {
-        // All of it: a lock holder may have written behind the text.
         myBuffer = static_cast<char *>(malloc(size));
-        memcpy(myBuffer, myStackBuffer, theInlineSize);
+        memcpy(myBuffer, myStackBuffer, size_t(kept));
     }
     else
         myBuffer = static_cast<char *>(realloc(myBuffer, size));
-    myAllocatedSize = int(size);
+    // Room that an int cannot count is there, but not told.
+    myAllocatedSize = int(std::min(size, unsigned(INT_MAX)));
 }
 
-// Room for `length` bytes and their NUL, by doubling. Doubling ends just below
-// INT_MAX, the most that the capacity can tell.
 bool
-UT_WorkBuffer::growTo(int length)
+UT_WorkBuffer::isOwn(const char *bytes) const
+{
+    return uintptr_t(bytes) - uintptr_t(myBuffer) < uintptr_t(myAllocatedSize);
+}
+
+// Room for `length` bytes and their NUL, by doubling. Doubling ends at INT_MAX,
+// the most that the capacity can tell. Keeps `kept` bytes of the old storage.
+bool
+UT_WorkBuffer::growTo(int length, int kept)
 {
     if (length == INT_MAX)
         return false;
     unsigned size = unsigned(myAllocatedSize);
     while (size < unsigned(length) + 1)
         size = std::min(size * 2, unsigned(INT_MAX));
-    reserve(size);
+    if (size > unsigned(myAllocatedSize))
+        move(size, kept);
     return true;
 }
 
@@ -82,38 +83,28 @@ UT_WorkBuffer::clear()
 }
 
 void
-UT_WorkBuffer::strcat(const char *bytes, int length)
+UT_WorkBuffer::appendSlowly(char byte)
 {
-    if (myLockCount || !bytes)
-        return;
-    const size_t count = length < 0 ? strlen(bytes) : size_t(length);
-    if (count >= size_t(INT_MAX - myLength))
+    appendSlowly(&byte, 1);
+}
+
+void
+UT_WorkBuffer::appendSlowly(const char *bytes, size_t count)
+{
+    if (myLockCount || count >= size_t(INT_MAX - myLength))
         return;
     const int newLength = myLength + int(count);
     if (newLength >= myAllocatedSize)
     {
-        // The bytes may be our own, and move with the storage.
-        const uintptr_t offset = uintptr_t(bytes) - uintptr_t(myBuffer);
-        const bool isOwn = offset <= uintptr_t(myLength);
-        growTo(newLength);
-        if (isOwn)
+        // Our own bytes move with the storage. Else nothing but the text has
+        // to: the append covers what was behind it.
+        const bool own = isOwn(bytes);
+        const size_t offset = own ? size_t(bytes - myBuffer) : 0;
+        growTo(newLength, own ? myAllocatedSize : myLength);
+        if (own)
             bytes = myBuffer + offset;
     }
-    memcpy(myBuffer + myLength, bytes, count);
-    myLength = newLength;
-    myBuffer[myLength] = '\0';
-}
-
-void
-UT_WorkBuffer::strcat(const UT_WorkBuffer &other)
-{
-    strcat(other.myBuffer, other.myLength);
-}
-
-void
-UT_WorkBuffer::append(char byte)
-{
-    strcat(&byte, 1);
+    appendBytes(bytes, count);
 }
 
 void
@@ -121,7 +112,15 @@ UT_WorkBuffer::protectedStrcat(const char *text, bool forceQuotes)
 {
     if (!text || !*text)
     {
-        strcat("\"\"", 2);
+        append("\"\"", 2);
+        return;
+    }
+    if (isOwn(text))
+    {
+        // Its NUL is where the first append goes.
+        UT_WorkBuffer copy;
+        copy.append(text);
+        protectedStrcat(copy.buffer(), forceQuotes);
         return;
     }
     const bool quotes = forceQuotes || strpbrk(text, theSpaceChars);
@@ -130,7 +129,7 @@ UT_WorkBuffer::protectedStrcat(const char *text, bool forceQuotes)
     for (;;)
     {
         const size_t run = strcspn(text, "\"\\");
-        strcat(text, SYSnarrow<int>(run));
+        appendBytes(text, run);
         text += run;
         if (!*text)
             break;
@@ -147,7 +146,7 @@ UT_WorkBuffer::vsprintf(const char *format, va_list args)
     // The first attempt tells the length, so a second one always fits; only a
     // text that no capacity can hold is cut.
     const unsigned limit = INT_MAX - 1;
-    unsigned usable = unsigned(myAllocatedSize) - 16;
+    unsigned usable = unsigned(myAllocatedSize) - theSpareSize;
     for (;;)
     {
         va_list again;
@@ -159,7 +158,7 @@ UT_WorkBuffer::vsprintf(const char *format, va_list args)
         {
             while (usable <= unsigned(formatted) && usable < limit)
                 usable = std::min(usable * 2, limit);
-            growTo(int(usable));
+            growTo(int(usable), myAllocatedSize);
             continue;
         }
         myLength = SYSnarrow<int>(strlen(myBuffer));
@@ -177,16 +176,53 @@ UT_WorkBuffer::sprintf(const char *format, ...)
     return formatted;
 }
 
+// Apart from the usual short text, which then costs little stack.
+[[gnu::noinline]] int
+UT_WorkBuffer::appendLongFormatted(
+    unsigned size, const char *format, va_list args)
+{
+    UT_WorkBuffer text;
+    text.reserve(size);
+    const int formatted = text.vsprintf(format, args);
+    append(text);
+    return formatted;
+}
+
 int
 UT_WorkBuffer::appendSprintf(const char *format, ...)
 {
-    UT_WorkBuffer text;
+    // The arguments may point into this buffer, so nothing in it changes
+    // before they are used up.
+    char text[theInlineSize - theSpareSize];
     va_list args;
     va_start(args, format);
-    const int formatted = text.vsprintf(format, args);
+    int formatted = ::vsnprintf(text, sizeof(text), format, args);
     va_end(args);
-    strcat(text);
-    return formatted;
+    if (formatted >= int(sizeof(text)))
+    {
+        const unsigned size = unsigned(formatted) + 1 + theSpareSize;
+        va_start(args, format);
+        formatted = appendLongFormatted(size, format, args);
+        va_end(args);
+        return formatted;
+    }
+    if (formatted >= 0 && formatted < myAllocatedSize - myLength &&
+        !myLockCount)
+    {
+        // A conversion may have written a NUL; the text ends there. A few
+        // bytes are copied sooner than a function is called.
+        char *end = myBuffer + myLength;
+        if (formatted < 16)
+            for (const char *byte = text; (*end = *byte); ++byte)
+                ++end;
+        else
+            end = stpcpy(end, text);
+        myLength = int(end - myBuffer);
+        return formatted;
+    }
+    const size_t length = strlen(text);
+    appendSlowly(text, length);
+    return formatted < 0 ? int(length) : formatted;
 }
 
 void
@@ -196,7 +232,8 @@ UT_WorkBuffer::write(int index, char byte)
         return;
     if (index >= myLength)
     {
-        if (myLockCount || index == INT_MAX || !growTo(index + 1))
+        if (myLockCount || index == INT_MAX ||
+            !growTo(index + 1, myAllocatedSize))
             return;
         myLength = index + 1;
         myBuffer[myLength] = '\0';
@@ -217,8 +254,15 @@ UT_WorkBuffer::lock(int offset, unsigned extra)
 void
 UT_WorkBuffer::release(int recomputeLength)
 {
-    if (--myLockCount == 0 && recomputeLength)
-        myLength = SYSnarrow<int>(strlen(myBuffer));
+    if (--myLockCount != 0 || !recomputeLength)
+        return;
+    // A holder who wrote to the last byte of the storage left no NUL in it.
+    size_t length = strnlen(myBuffer, size_t(myAllocatedSize));
+    if (length == size_t(myAllocatedSize) &&
+        !growTo(int(length), myAllocatedSize))
+        --length;
+    myBuffer[length] = '\0';
+    myLength = int(length);
 }
 
 std::ostream &

@@ -6,6 +6,7 @@
 #include "UT_API.h"
 
 #include <cstdarg>
+#include <cstdlib>
 #include <cstring>
 #include <iosfwd>
 
@@ -16,8 +17,8 @@ class UT_String;
 /// The length says where the text ends, so it may hold NUL bytes; a NUL
 /// always follows it. The first 2000 bytes of storage are part of the object.
 /// Appends double the storage from there (4000, 8000, ...) and nothing ever
-/// shrinks it. A text can have 2147483646 bytes; an append that would make it
-/// longer is dropped whole.
+/// shrinks it. A text can have 2147483646 bytes, and what would make it longer
+/// is dropped whole.
 ///
 /// While the buffer is locked, appends, clear() and what else would move the
 /// end of the text are dropped. Allocation is not checked.
@@ -62,7 +63,8 @@ public:
 
     /// Makes room for `size` bytes, the NUL included; exactly that many if
     /// they are more than the capacity. Keeps all bytes of the old storage,
-    /// those behind the text too. Works on a locked buffer.
+    /// those behind the text too. Works on a locked buffer, and then moves
+    /// the bytes that lock() gave the address of.
     void reserve(unsigned size);
 
     /// Empties the buffer.
@@ -70,44 +72,47 @@ public:
 
     /// Appends `text` up to its NUL; nothing for null. The text may be the
     /// buffer's own. Amortised O(length).
-    void strcat(const char *text) { strcat(text, -1); }
+    void append(const char *text);
 
     /// Appends `length` bytes, NULs included, or the text up to its NUL when
-    /// `length` is negative.
-    void strcat(const char *bytes, int length);
+    /// `length` is negative; nothing for null.
+    void append(const char *bytes, int length);
 
     /// Appends all of another buffer, or of this one.
-    void strcat(const UT_WorkBuffer &other);
+    void append(const UT_WorkBuffer &other);
 
     /// Appends one byte, which may be NUL.
-    void strcat(char byte) { append(byte); }
-
-    /// The same operations under the name that containers use.
-    void append(const char *text) { strcat(text, -1); }
-    void append(const char *bytes, int length) { strcat(bytes, length); }
-    void append(const UT_WorkBuffer &other) { strcat(other); }
     void append(char byte);
+
+    /// The same operations under the name that the C library uses.
+    void strcat(const char *text) { append(text); }
+    void strcat(const char *bytes, int length) { append(bytes, length); }
+    void strcat(const UT_WorkBuffer &other) { append(other); }
+    void strcat(char byte) { append(byte); }
 
     /// Appends `text` so that a shell-style parser reads it back as one word:
     /// in double quotes when `forceQuotes` is set or the text holds a space,
     /// tab, newline, vertical tab or form feed, with a backslash before every
-    /// double quote and backslash in any case. Null and "" become "\"\"".
+    /// double quote and backslash in any case. Null and "" become "\"\"". The
+    /// text may be the buffer's own.
     void protectedStrcat(const char *text, bool forceQuotes = false);
 
     /// Replaces the text by the formatted one and returns the formatted
     /// length. That is more than length() when a conversion wrote a NUL: the
     /// text ends there. A lock does not prevent it. The arguments must not
     /// point into the buffer. When the formatter fails (a wide character that
-    /// does not convert, say) what it wrote before stays, and its length is
-    /// the result.
+    /// does not convert, say) what it wrote before stays, as far as the storage
+    /// goes, and its length is the result.
     ///
-    /// The capacity doubles until it exceeds the text by enough: up to 1983
-    /// bytes are formatted in the object itself.
+    /// The usable storage is the capacity less 16 bytes and doubles until the
+    /// text fits, and the capacity doubles with it: up to 1983 bytes stay in
+    /// the object. Formats twice when the first attempt does not fit.
     UT_PRINTF(2, 0) int vsprintf(const char *format, va_list args);
     UT_PRINTF(2, 3) int sprintf(const char *format, ...);
 
-    /// Appends the formatted text and returns its formatted length, also when
-    /// a lock made it drop the text. The arguments may point into the buffer.
+    /// Appends what sprintf() would put into a fresh buffer and returns its
+    /// formatted length, also when a lock makes it drop the text. The arguments
+    /// may point into the buffer.
     UT_PRINTF(2, 3) int appendSprintf(const char *format, ...);
 
     /// Sets the byte at `index`; nothing for a negative one. At or behind the
@@ -117,24 +122,35 @@ public:
     /// `index`, on a locked buffer too.
     void write(int index, char byte);
 
-    /// Locks the buffer once more, makes room for exactly `offset` + `extra`
-    /// bytes and returns the address of the byte at `offset`, where the caller
-    /// may write `extra` bytes until release(). A caller who lets release()
-    /// find the end asks for one byte more, for the NUL.
+    /// Locks the buffer once more, reserves `offset` + `extra` bytes and
+    /// returns the address of the byte at `offset` (not negative), where the
+    /// caller may write `extra` bytes until release(). A caller who lets
+    /// release() find the end asks for one byte more, and puts a NUL there.
     char *lock(int offset, unsigned extra);
 
-    /// Takes one lock back. The last one makes the text end at its first NUL
-    /// when `recomputeLength` is set; otherwise the length stays as it was.
-    /// One release for each lock: a surplus one leaves the buffer locked.
+    /// Takes one lock back. The last one makes the text end at the first NUL
+    /// of the storage when `recomputeLength` is set; otherwise the length stays
+    /// as it was. One release for each lock: a surplus one leaves the buffer
+    /// locked.
     void release(int recomputeLength = 1);
 
 private:
     enum
     {
-        theInlineSize = 2000
+        theInlineSize = 2000,
+        theSpareSize = 16 // bytes that formatting leaves unused
     };
 
-    UT_LOCAL bool growTo(int length);
+    // Not UT_LOCAL: the inline appends call it.
+    void appendSlowly(char byte);
+    void appendSlowly(const char *bytes, size_t count);
+
+    void appendBytes(const char *bytes, size_t count);
+    UT_LOCAL bool isOwn(const char *bytes) const;
+    UT_LOCAL void move(unsigned size, int kept);
+    UT_LOCAL bool growTo(int length, int kept);
+    UT_LOCAL UT_PRINTF(3, 0) int appendLongFormatted(
+        unsigned size, const char *format, va_list args);
 
     // Programs hold work buffers by value: order and size stay.
     char *myBuffer;      // myStackBuffer, or a malloc'ed block
@@ -145,6 +161,71 @@ private:
 };
 
 static_assert(sizeof(UT_WorkBuffer) == (sizeof(void *) == 4 ? 2016 : 2024));
+
+// Most buffers live for a few short appends. What these need is inline: the
+// compiler then sees the lengths of literals, and a call is made only for more
+// storage.
+inline UT_WorkBuffer::UT_WorkBuffer()
+    : myBuffer(myStackBuffer), myAllocatedSize(theInlineSize), myLength(0),
+      myLockCount(0)
+{
+    myStackBuffer[0] = '\0';
+}
+
+inline UT_WorkBuffer::~UT_WorkBuffer()
+{
+    if (myBuffer != myStackBuffer)
+        free(myBuffer);
+}
+
+inline void
+UT_WorkBuffer::appendBytes(const char *bytes, size_t count)
+{
+    if (myLockCount || count >= size_t(myAllocatedSize - myLength))
+    {
+        appendSlowly(bytes, count);
+        return;
+    }
+    char *const end = myBuffer + myLength;
+    myLength += int(count);
+    memmove(end, bytes, count); // the bytes may be our own
+    end[count] = '\0';
+}
+
+inline void
+UT_WorkBuffer::append(char byte)
+{
+    const unsigned length = unsigned(myLength);
+    if (myLockCount || length + 1 >= unsigned(myAllocatedSize))
+    {
+        appendSlowly(byte);
+        return;
+    }
+    char *const end = myBuffer + length;
+    myLength = int(length + 1);
+    end[0] = byte;
+    end[1] = '\0';
+}
+
+inline void
+UT_WorkBuffer::append(const char *text)
+{
+    if (text)
+        appendBytes(text, strlen(text));
+}
+
+inline void
+UT_WorkBuffer::append(const char *bytes, int length)
+{
+    if (bytes)
+        appendBytes(bytes, length < 0 ? strlen(bytes) : size_t(length));
+}
+
+inline void
+UT_WorkBuffer::append(const UT_WorkBuffer &other)
+{
+    appendBytes(other.myBuffer, size_t(other.myLength));
+}
 
 /// Writes the text up to its first NUL.
 UT_API std::ostream &operator<<(std::ostream &out, const UT_WorkBuffer &buffer);
