@@ -1,0 +1,168 @@
+// Appends cost at most what they cost std::string, and formatted appends at
+// most what snprintf() into a large enough array and an append of that cost.
+//
+// Every benchmark builds the same text in a work buffer and in the peer. The
+// argument is the number of appends: few show the construction, many the
+// growth.
+
+#include "UT/UT_WorkBuffer.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <iterator>
+#include <string>
+
+static void
+utAppend(UT_WorkBuffer &text, char byte)
+{
+    text.append(byte);
+}
+
+static void
+utAppend(std::string &text, char byte)
+{
+    text.push_back(byte);
+}
+
+template <class Text>
+static void
+utAppendBytes(benchmark::State &state)
+{
+    for (auto _ : state)
+    {
+        Text text;
+        for (int i = 0; i < state.range(0); ++i)
+            utAppend(text, char(i));
+        benchmark::DoNotOptimize(text);
+        benchmark::ClobberMemory();
+    }
+}
+
+template <class Text>
+static void
+utAppendLiterals(benchmark::State &state)
+{
+    for (auto _ : state)
+    {
+        Text text;
+        for (int i = 0; i < state.range(0); ++i)
+            text.append("<![CDATA[");
+        benchmark::DoNotOptimize(text);
+        benchmark::ClobberMemory();
+    }
+}
+
+// Texts whose lengths the compiler cannot see.
+static const char *theWords[] = {
+    "geo", "a", "light1", "a somewhat longer text", "/", "cam", "render_node"};
+
+template <class Text>
+static void
+utAppendWords(benchmark::State &state)
+{
+    benchmark::DoNotOptimize(theWords);
+    for (auto _ : state)
+    {
+        Text text;
+        unsigned word = 0;
+        for (int i = 0; i < state.range(0); ++i)
+        {
+            text.append(theWords[word]);
+            word = word + 1 < std::size(theWords) ? word + 1 : 0;
+        }
+        benchmark::DoNotOptimize(text);
+        benchmark::ClobberMemory();
+    }
+}
+
+template <class Text>
+static void
+utAppendBlocks(benchmark::State &state)
+{
+    static const std::string theBlock(8191, 'x');
+    for (auto _ : state)
+    {
+        Text text;
+        for (int i = 0; i < state.range(0); ++i)
+            text.append(theBlock.data(), 8191);
+        benchmark::DoNotOptimize(text);
+        benchmark::ClobberMemory();
+    }
+}
+
+struct ut_Number
+{
+    static void add(UT_WorkBuffer &text, int i) { text.appendSprintf("%d", i); }
+    static void add(std::string &text, int i)
+    {
+        char formatted[2000];
+        const int length = snprintf(formatted, sizeof(formatted), "%d", i);
+        text.append(formatted, size_t(length));
+    }
+};
+
+struct ut_Element
+{
+    static constexpr char theFormat[] = "<%s index=\"%d\">%g</%s>\n";
+
+    static void add(UT_WorkBuffer &text, int i)
+    {
+        text.appendSprintf(theFormat, "value", i, i * 0.5, "value");
+    }
+    static void add(std::string &text, int i)
+    {
+        char formatted[2000];
+        const int length = snprintf(
+            formatted, sizeof(formatted), theFormat, "value", i, i * 0.5,
+            "value");
+        text.append(formatted, size_t(length));
+    }
+};
+
+struct ut_LongText
+{
+    static void add(UT_WorkBuffer &text, int i)
+    {
+        text.appendSprintf("%d %s\n", i, theText.c_str());
+    }
+    static void add(std::string &text, int i)
+    {
+        char formatted[2000];
+        const int length = snprintf(
+            formatted, sizeof(formatted), "%d %s\n", i, theText.c_str());
+        text.append(formatted, size_t(length));
+    }
+
+    static const std::string theText;
+};
+const std::string ut_LongText::theText(1900, 'x');
+
+template <class Format, class Text>
+static void
+utAppendFormatted(benchmark::State &state)
+{
+    for (auto _ : state)
+    {
+        Text text;
+        for (int i = 0; i < state.range(0); ++i)
+            Format::add(text, i);
+        benchmark::DoNotOptimize(text);
+        benchmark::ClobberMemory();
+    }
+}
+
+BENCHMARK(utAppendBytes<UT_WorkBuffer>)->Range(8, 1 << 18);
+BENCHMARK(utAppendBytes<std::string>)->Range(8, 1 << 18);
+BENCHMARK(utAppendLiterals<UT_WorkBuffer>)->Range(8, 1 << 15);
+BENCHMARK(utAppendLiterals<std::string>)->Range(8, 1 << 15);
+BENCHMARK(utAppendWords<UT_WorkBuffer>)->Range(8, 1 << 15);
+BENCHMARK(utAppendWords<std::string>)->Range(8, 1 << 15);
+BENCHMARK(utAppendBlocks<UT_WorkBuffer>)->Range(1, 1 << 10);
+BENCHMARK(utAppendBlocks<std::string>)->Range(1, 1 << 10);
+BENCHMARK(utAppendFormatted<ut_Number, UT_WorkBuffer>)->Range(1, 1 << 12);
+BENCHMARK(utAppendFormatted<ut_Number, std::string>)->Range(1, 1 << 12);
+BENCHMARK(utAppendFormatted<ut_Element, UT_WorkBuffer>)->Range(1, 1 << 12);
+BENCHMARK(utAppendFormatted<ut_Element, std::string>)->Range(1, 1 << 12);
+BENCHMARK(utAppendFormatted<ut_LongText, UT_WorkBuffer>)->Range(1, 1 << 12);
+BENCHMARK(utAppendFormatted<ut_LongText, std::string>)->Range(1, 1 << 12);
