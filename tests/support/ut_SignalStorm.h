@@ -1,4 +1,4 @@
-// Interrupts system calls as fast as a timer can: signals whose handler does
+// Interrupts system calls a thousand times a second: signals whose handler does
 // not let calls restart, to the threads that do not block them.
 
 #pragma once
@@ -28,7 +28,7 @@ public:
         ::sigaction(SIGALRM, &myActionBefore, nullptr);
     }
 
-    void start() { setPeriod(200); }
+    void start() { setPeriod(1000); }
     // Handlers run; the thread checker merges several into one.
     int signals() const { return theSignals; }
 
