@@ -1,0 +1,161 @@
+#include "ValdrinConnectionImpl.h"
+
+#include "ValdrinRequest.h"
+#include "nsGenericModule.h"
+
+#include "UT/UT_NetSocket.h"
+#include "UT/UT_String.h"
+#include "UT/UT_WorkBuffer.h"
+
+#include <new>
+
+nsIClassInfo *ValdrinConnectionImpl_classInfoGlobal = nullptr;
+
+// What all instances share. Unguarded: there is one script thread.
+static int32 theSocketPortNumber = 32153;
+static UT_String theStash;
+
+ValdrinConnectionImpl::~ValdrinConnectionImpl() = default;
+
+nsresult
+ValdrinConnectionImpl::QueryInterface(const nsID &iid, void **result)
+{
+    nsISupports *answer = nullptr;
+    if (iid == IValdrinConnection::IID || iid == nsISupports::IID)
+        answer = this;
+    else if (iid == nsIClassInfo::IID)
+        answer = ValdrinConnectionImpl_classInfoGlobal;
+    *result = answer;
+    if (!answer)
+        return NS_ERROR_NO_INTERFACE;
+    answer->AddRef();
+    return NS_OK;
+}
+
+nsrefcnt
+ValdrinConnectionImpl::AddRef()
+{
+    return ++myReferenceCount;
+}
+
+nsrefcnt
+ValdrinConnectionImpl::Release()
+{
+    if (--myReferenceCount)
+        return myReferenceCount;
+    // Whoever takes and drops a reference during destruction must not destroy
+    // the object again.
+    myReferenceCount = 1;
+    delete this;
+    return 0;
+}
+
+bool
+ValdrinConnectionImpl::runCommandUsingSocket(
+    const char *xml, UT_String &result, int port)
+{
+    UT_WorkBuffer reply;
+    if (!UT_NetSocket::sendCommandAndGetResult(
+            port, xml, reply, /*host=*/nullptr, /*mapToUnprivileged=*/true))
+    {
+        result = "ERROR: Could not connect to Valdrin to run command";
+        return false;
+    }
+    reply.copyIntoString(result);
+    return true;
+}
+
+// A copy that the caller owns, in the platform's allocator. Script gets "" for
+// a null string; null only where there was no room.
+static void
+utStringToCharPtr(const UT_String &text, char **out)
+{
+    const char *const source = text.isNull() ? "" : text.buffer();
+    *out = static_cast<char *>(nsMemory::Clone(source, strlen(source) + 1));
+}
+
+// One exchange. Without `result` the reply is dropped.
+static nsresult
+utSend(const char *text, const char *tag, char **result)
+{
+    try
+    {
+        UT_WorkBuffer xml;
+        buildXML(text, tag, xml);
+        UT_String reply;
+        // Deliberate: an application that cannot be reached is no failure of
+        // the call; script sees it in the text.
+        ValdrinConnectionImpl::runCommandUsingSocket(
+            xml.buffer(), reply, theSocketPortNumber);
+        if (result)
+            utStringToCharPtr(reply, result);
+        return NS_OK;
+    }
+    catch (const std::bad_alloc &)
+    {
+        // The browser cannot catch it.
+        if (result)
+            *result = nullptr;
+        return NS_ERROR_OUT_OF_MEMORY;
+    }
+}
+
+nsresult
+ValdrinConnectionImpl::SetSocketPortNum(PRInt32 port)
+{
+    theSocketPortNumber = port;
+    return NS_OK;
+}
+
+// Deliberate: the busy flags are written and never read. They are marks for
+// somebody who looks at the process from outside.
+
+nsresult
+ValdrinConnectionImpl::Run(const char *command, char **result)
+{
+    if (!result)
+        return NS_ERROR_NULL_POINTER;
+    [[maybe_unused]] static volatile uint8 is_running = 0;
+    is_running = 1;
+    const nsresult code = utSend(command, "vscript", result);
+    is_running = 0;
+    return code;
+}
+
+nsresult
+ValdrinConnectionImpl::RunPythonStatements(const char *statements)
+{
+    [[maybe_unused]] static volatile uint8 is_running = 0;
+    is_running = 1;
+    const nsresult code = utSend(statements, "python_statements", nullptr);
+    is_running = 0;
+    return code;
+}
+
+nsresult
+ValdrinConnectionImpl::RunPythonExpression(
+    const char *expression, char **result)
+{
+    if (!result)
+        return NS_ERROR_NULL_POINTER;
+    [[maybe_unused]] static volatile uint8 is_running = 0;
+    is_running = 1;
+    const nsresult code = utSend(expression, "python_expression", result);
+    is_running = 0;
+    return code;
+}
+
+nsresult
+ValdrinConnectionImpl::StashString(const char *text)
+{
+    theStash.harden(text);
+    return NS_OK;
+}
+
+nsresult
+ValdrinConnectionImpl::GetStashedString(char **result)
+{
+    // Deliberate: a null `result` is not refused here.
+    utStringToCharPtr(theStash, result);
+    return NS_OK;
+}
