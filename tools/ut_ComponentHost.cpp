@@ -1,0 +1,221 @@
+#include "ut_ComponentHost.h"
+
+#include "component/IValdrinConnection.h"
+
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+
+static constexpr nsCID theConnectionClass = {
+    0xbcd2fb75,
+    0xa243,
+    0x48f1,
+    {0xb4, 0x95, 0xf3, 0xaa, 0x18, 0xea, 0x5c, 0x25}
+};
+
+// The component manager as far as a module meets it: modules ask it for its
+// registrar side before they make their first class object. There is no table
+// of classes behind it, so every other call is refused.
+class ut_ComponentManager final : public nsIComponentManager,
+                                  public nsIComponentRegistrar
+{
+public:
+    nsresult QueryInterface(const nsID &iid, void **result) override
+    {
+        *result = nullptr;
+        if (iid == nsIComponentManager::IID || iid == nsISupports::IID)
+            *result = static_cast<nsIComponentManager *>(this);
+        else if (iid == nsIComponentRegistrar::IID)
+            *result = static_cast<nsIComponentRegistrar *>(this);
+        if (!*result)
+            return NS_ERROR_NO_INTERFACE;
+        AddRef();
+        return NS_OK;
+    }
+
+    nsrefcnt AddRef() override { return ++myReferences; }
+
+    nsrefcnt Release() override
+    {
+        const nsrefcnt left = --myReferences;
+        if (left == 0)
+            delete this;
+        return left;
+    }
+
+    // nsIComponentManager
+
+    nsresult GetClassObject(const nsID &, const nsID &, void **) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult
+    GetClassObjectByContractID(const char *, const nsID &, void **) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult
+    CreateInstance(const nsID &, nsISupports *, const nsID &, void **) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult CreateInstanceByContractID(
+        const char *, nsISupports *, const nsID &, void **) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    // nsIComponentRegistrar
+
+    nsresult AutoRegister(nsIFile *) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult AutoUnregister(nsIFile *) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult RegisterFactory(
+        const nsID &, const char *, const char *, nsIFactory *) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult UnregisterFactory(const nsID &, nsIFactory *) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult RegisterFactoryLocation(
+        const nsID &, const char *, const char *, nsIFile *, const char *,
+        const char *) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult UnregisterFactoryLocation(const nsID &, nsIFile *) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult IsCIDRegistered(const nsID &, PRBool *) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult IsContractIDRegistered(const char *, PRBool *) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult EnumerateCIDs(nsISimpleEnumerator **) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult EnumerateContractIDs(nsISimpleEnumerator **) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult CIDToContractID(const nsID &, char **) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+    nsresult ContractIDToCID(const char *, nsID **) override
+    {
+        return NS_ERROR_NOT_IMPLEMENTED;
+    }
+
+private:
+    ~ut_ComponentManager() = default;
+
+    nsrefcnt myReferences = 0;
+};
+
+ut_ComponentHost::ut_ComponentHost()
+{
+    myManager.adopt(new ut_ComponentManager);
+    myManager->AddRef();
+}
+
+ut_ComponentHost::~ut_ComponentHost() = default;
+
+bool
+ut_ComponentHost::load(
+    const std::vector<std::string> &libraries, std::string &error)
+{
+    for (const std::string &path : libraries)
+    {
+        if (void *library = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL))
+        {
+            error = path + ": ";
+            return makeConnection(library, error);
+        }
+        error += error.empty() ? "" : "\n";
+        const char *reason = dlerror();
+        // The loader names the file in most of its messages, but not in all.
+        if (!strstr(reason, path.c_str()))
+            error += path + ": ";
+        error += reason;
+    }
+    return false;
+}
+
+// Whether a call has stored an object, as its result says. Otherwise `error`
+// grows by what the call did.
+static bool
+utGotObject(
+    const char *call, nsresult result, const void *object, std::string &error)
+{
+    if (!NS_FAILED(result) && object)
+        return true;
+    char code[16];
+    snprintf(code, sizeof(code), "0x%08x", result);
+    error += call;
+    error += NS_FAILED(result) ? " failed with " : " gave no object, only ";
+    error += code;
+    return false;
+}
+
+bool
+ut_ComponentHost::makeConnection(void *library, std::string &error)
+{
+    void *symbol = dlsym(library, "NSGetModule");
+    if (!symbol)
+    {
+        error += "not a component library: it has no NSGetModule";
+        return false;
+    }
+    nsGetModuleProc getModule;
+    static_assert(sizeof(getModule) == sizeof(symbol));
+    memcpy(&getModule, &symbol, sizeof(symbol));
+
+    // A browser passes the file's location too, which only registration reads.
+    nsIModule *module = nullptr;
+    nsresult result = getModule(myManager.get(), nullptr, &module);
+    if (!utGotObject("NSGetModule", result, module, error))
+        return false;
+    myModule.adopt(module);
+
+    void *object = nullptr;
+    result = module->GetClassObject(
+        myManager.get(), theConnectionClass, nsIFactory::IID, &object);
+    if (!utGotObject("GetClassObject", result, object, error))
+        return false;
+    myFactory.adopt(object);
+
+    object = nullptr;
+    result =
+        myFactory->CreateInstance(nullptr, IValdrinConnection::IID, &object);
+    if (!utGotObject("CreateInstance", result, object, error))
+        return false;
+    myConnection.adopt(object);
+    return true;
+}

@@ -1,0 +1,70 @@
+// What a browser does to get hold of the connection component, for a program
+// that is no browser.
+
+#pragma once
+
+#include "component/nsXPCOM.h"
+
+#include <string>
+#include <vector>
+
+class IValdrinConnection;
+class ut_ComponentManager;
+
+/// Holds the reference that an out argument handed over.
+template <class T>
+class ut_Owned
+{
+public:
+    ut_Owned() = default;
+    ut_Owned(const ut_Owned &) = delete;
+    ut_Owned &operator=(const ut_Owned &) = delete;
+    ~ut_Owned()
+    {
+        if (myObject)
+            myObject->Release();
+    }
+
+    /// The object, null before it is there. Borrowed.
+    T *get() const { return myObject; }
+    T *operator->() const { return myObject; }
+
+    /// Takes over the reference to `object`, which came from a call that hands
+    /// out the interface T as an untyped pointer. Nothing must be held yet.
+    void adopt(void *object) { myObject = static_cast<T *>(object); }
+
+private:
+    T *myObject = nullptr;
+};
+
+/// Loads the library of the connection component and makes one instance,
+/// through nothing but the entry point and the interfaces: the library is not
+/// linked, and no other symbol of it is used.
+///
+/// The library stays loaded, as in a browser. One thread only.
+class ut_ComponentHost
+{
+public:
+    ut_ComponentHost();
+    ~ut_ComponentHost();
+    ut_ComponentHost(const ut_ComponentHost &) = delete;
+    ut_ComponentHost &operator=(const ut_ComponentHost &) = delete;
+
+    /// Makes the instance from the first of `libraries` that can be loaded: a
+    /// name without a slash is looked up by the system's loader. False when
+    /// there is none or it cannot be used; `error`, empty at first, then tells,
+    /// a line for each library that was tried. Call once.
+    bool load(const std::vector<std::string> &libraries, std::string &error);
+
+    /// The instance, null before load() has succeeded. Borrowed.
+    IValdrinConnection *connection() const { return myConnection.get(); }
+
+private:
+    bool makeConnection(void *library, std::string &error);
+
+    // Declared in the order of their making, so that they go in the reverse.
+    ut_Owned<ut_ComponentManager> myManager;
+    ut_Owned<nsIModule> myModule;
+    ut_Owned<nsIFactory> myFactory;
+    ut_Owned<IValdrinConnection> myConnection;
+};

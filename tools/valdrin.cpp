@@ -1,0 +1,506 @@
+// Sends one command to a running Valdrin through the connection component, the
+// way a page's script does, and writes the reply to standard output.
+
+#include "component/IValdrinConnection.h"
+#include "ut_ComponentHost.h"
+
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <getopt.h>
+#include <poll.h>
+#include <string>
+#include <sys/time.h>
+#include <unistd.h>
+#include <vector>
+
+enum
+{
+    EXIT_INPUT_OUTPUT = 1,
+    EXIT_USAGE = 2,
+    EXIT_NOT_CONNECTED = 3,
+    EXIT_TIMED_OUT = 4,
+    EXIT_LIBRARY = 5
+};
+
+static const char theHelp[] = R"(Usage: valdrin [OPTION]... COMMAND [TEXT]
+Send one command to the Valdrin application on this machine.
+
+Commands:
+  run TEXT    run a vscript command, and print the reply
+  exec TEXT   run Python statements; Valdrin gives no reply to these
+  eval TEXT   evaluate a Python expression, and print the reply
+
+Without TEXT, or when it is "-", standard input is read. The reply is printed
+as it came; a newline is added only on a terminal.
+
+Options, which may stand before or after the command:
+  -p, --port N           Valdrin's command port (default 32153). N is taken
+                         modulo 65535, and 10000 is added if that gives less
+                         than 10000
+  -l, --library PATH     the connection library to load
+  -t, --timeout SECONDS  give up when the reply is not there by then; decimals
+                         are welcome, 0 means no limit (default)
+  -h, --help             print this text
+  -V, --version          print the version
+  --                     end of options, for a TEXT that begins with "-"
+
+Exit status:
+  0  done
+  1  the input could not be read or sent, or the reply not be written
+  2  wrong usage
+  3  Valdrin could not be reached, or the connection failed
+  4  timed out
+  5  the connection library could not be loaded or used
+)";
+
+static const char theLibraryName[] = "libValdrinConnection.so";
+
+// All that the component tells of a failed exchange. A reply of this very text
+// is taken for a failure, too.
+static const char theFailureReply[] =
+    "ERROR: Could not connect to Valdrin to run command";
+
+// The envelope of a text of nothing but "]]>" is five times as long. It must
+// stay well inside what the library can count, and what 32 bits can hold.
+static constexpr size_t theMaxTextBytes = size_t(64) << 20;
+
+enum class ut_Command
+{
+    RUN,
+    EXEC,
+    EVAL
+};
+
+static const struct
+{
+    const char *name;
+    ut_Command command;
+} theCommands[] = {
+    {"run",  ut_Command::RUN },
+    {"exec", ut_Command::EXEC},
+    {"eval", ut_Command::EVAL},
+};
+
+struct ut_Options
+{
+    ut_Command command = ut_Command::RUN;
+    const char *text = nullptr;    // null: standard input
+    const char *library = nullptr; // null: the installed one
+    bool hasPort = false;
+    int port = 0;
+    timeval timeout = {0, 0}; // zero: no limit
+};
+
+static void
+utComplain(const std::string &message)
+{
+    // One write, so that messages of several programs do not mix.
+    const std::string line = "valdrin: " + message + "\n";
+    if (write(STDERR_FILENO, line.data(), line.size()) < 0)
+        return; // there is nobody left to tell
+}
+
+// ---------------------------------------------------------------- the streams
+
+// A socket must never end up as descriptor 0, 1 or 2 because the caller closed
+// that one. What is missing is filled so that using it still fails.
+static void
+utFillStandardDescriptors()
+{
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; fd++)
+    {
+        if (fcntl(fd, F_GETFD) < 0 && errno == EBADF)
+            open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
+// Whether a read or write that failed with `error` is worth repeating; tells
+// of it otherwise. Waits when the descriptor does not block, which other
+// programs can cause that share it.
+static bool
+utRetry(const char *name, int error, int fd, short events)
+{
+    if (error == EINTR)
+        return true;
+    if (error == EAGAIN)
+    {
+        // What goes wrong here shows in the repeated call.
+        pollfd waiting = {fd, events, 0};
+        poll(&waiting, 1, /*timeout=*/-1);
+        return true;
+    }
+    utComplain(std::string(name) + ": " + strerror(error));
+    return false;
+}
+
+static bool
+utWriteAll(const char *data, size_t length)
+{
+    while (length > 0)
+    {
+        const ssize_t written = write(STDOUT_FILENO, data, length);
+        const int error = errno;
+        if (written >= 0)
+        {
+            data += written;
+            length -= size_t(written);
+        }
+        else if (!utRetry("standard output", error, STDOUT_FILENO, POLLOUT))
+            return false;
+    }
+    return true;
+}
+
+static bool
+utReadInput(std::string &text)
+{
+    char chunk[65536];
+    for (;;)
+    {
+        const ssize_t got = read(STDIN_FILENO, chunk, sizeof(chunk));
+        const int error = errno;
+        if (got == 0)
+            return true;
+        if (got < 0)
+        {
+            if (utRetry("standard input", error, STDIN_FILENO, POLLIN))
+                continue;
+            return false;
+        }
+        if (memchr(chunk, '\0', size_t(got)))
+        {
+            utComplain("standard input: holds a NUL byte, which no command "
+                       "can carry");
+            return false;
+        }
+        text.append(chunk, size_t(got));
+        if (text.size() > theMaxTextBytes)
+        {
+            utComplain("standard input: longer than 64 MiB");
+            return false;
+        }
+    }
+}
+
+// ------------------------------------------------------------ the command line
+
+static bool
+utParsePort(const char *text, int &port)
+{
+    const char *end = text + strlen(text);
+    const std::from_chars_result parsed = std::from_chars(text, end, port);
+    return parsed.ec == std::errc() && parsed.ptr == end;
+}
+
+// Decimal seconds, whatever the locale. What is not zero stays so.
+static bool
+utParseTimeout(const char *text, timeval &timeout)
+{
+    static const char theDigits[] = "0123456789";
+    const size_t whole = strspn(text, theDigits);
+    const char *fraction = text + whole;
+    size_t decimals = 0;
+    if (*fraction == '.')
+        decimals = strspn(++fraction, theDigits);
+    if (fraction[decimals] || whole + decimals == 0 || whole > 9)
+        return false;
+
+    long seconds = 0;
+    for (size_t i = 0; i < whole; i++)
+        seconds = seconds * 10 + (text[i] - '0');
+    long microseconds = 0;
+    for (size_t i = 0; i < 6; i++)
+    {
+        const int digit = i < decimals ? fraction[i] - '0' : 0;
+        microseconds = microseconds * 10 + digit;
+    }
+    if (decimals > 6 && strspn(fraction + 6, "0") < decimals - 6)
+        microseconds++;
+    timeout.tv_sec = seconds + microseconds / 1000000;
+    timeout.tv_usec = microseconds % 1000000;
+    return true;
+}
+
+[[noreturn]] static void
+utExitUsage(const std::string &message)
+{
+    if (!message.empty())
+        utComplain(message);
+    utComplain("try \"valdrin --help\"");
+    exit(EXIT_USAGE);
+}
+
+[[noreturn]] static void
+utExitPrinting(const std::string &text)
+{
+    exit(
+        utWriteAll(text.data(), text.size()) ? EXIT_SUCCESS
+                                             : EXIT_INPUT_OUTPUT);
+}
+
+static void
+utParseArguments(const std::vector<const char *> &words, ut_Options &options)
+{
+    if (words.empty())
+        utExitUsage("a command is missing: run, exec or eval");
+    bool isKnown = false;
+    for (const auto &row : theCommands)
+    {
+        if (strcmp(row.name, words[0]) != 0)
+            continue;
+        options.command = row.command;
+        isKnown = true;
+    }
+    if (!isKnown)
+        utExitUsage(std::string("unknown command \"") + words[0] + "\"");
+    if (words.size() > 2)
+        utExitUsage("more than one TEXT; a text with blanks needs quotes");
+    if (words.size() == 2 && strcmp(words[1], "-") != 0)
+        options.text = words[1];
+}
+
+static ut_Options
+utParseCommandLine(int argc, char **argv)
+{
+    static const option theOptions[] = {
+        {"port",    required_argument, nullptr, 'p'},
+        {"library", required_argument, nullptr, 'l'},
+        {"timeout", required_argument, nullptr, 't'},
+        {"help",    no_argument,       nullptr, 'h'},
+        {"version", no_argument,       nullptr, 'V'},
+        {nullptr,   0,                 nullptr, 0  },
+    };
+    ut_Options options;
+    std::vector<const char *> words;
+    int letter;
+    // The leading dash hands other words over in their place, so that options
+    // behind them count whatever POSIXLY_CORRECT says.
+    while ((letter = getopt_long(
+                argc, argv, "-p:l:t:hV", theOptions, nullptr)) != -1)
+    {
+        switch (letter)
+        {
+        case 1:
+            words.push_back(optarg);
+            break;
+        case 'p':
+            options.hasPort = utParsePort(optarg, options.port);
+            if (!options.hasPort)
+                utExitUsage(std::string("not a port: \"") + optarg + "\"");
+            break;
+        case 'l':
+            if (!*optarg)
+                utExitUsage("--library needs a path");
+            options.library = optarg;
+            break;
+        case 't':
+            if (!utParseTimeout(optarg, options.timeout))
+                utExitUsage(std::string("not a time: \"") + optarg + "\"");
+            break;
+        case 'h':
+            utExitPrinting(theHelp);
+        case 'V':
+            utExitPrinting("valdrin " VALDRIN_VERSION "\n");
+        default:
+            utExitUsage(""); // getopt_long has told what is wrong
+        }
+    }
+    words.insert(words.end(), argv + optind, argv + argc);
+    utParseArguments(words, options);
+    return options;
+}
+
+// ----------------------------------------------------------------- the library
+
+// The library that belongs to this program lies where the build or the
+// installation put it, seen from the program. Otherwise the loader may know.
+static std::vector<std::string>
+utLibraryCandidates(const ut_Options &options)
+{
+    if (options.library)
+    {
+        const std::string path = options.library;
+        const bool isBareName = path.find('/') == std::string::npos;
+        return {isBareName ? "./" + path : path};
+    }
+    std::vector<std::string> paths;
+    char program[4096];
+    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
+    // A path that fills the buffer may have been cut.
+    if (length > 0 && size_t(length) < sizeof(program))
+    {
+        std::string folder(program, size_t(length));
+        folder.erase(folder.rfind('/') + 1);
+        for (const char *relative : {VALDRIN_LIBDIR_FROM_BINDIR, "../lib"})
+        {
+            const std::string path = folder + relative + "/" + theLibraryName;
+            if (paths.empty() || paths.back() != path)
+                paths.push_back(path);
+        }
+    }
+    paths.push_back(theLibraryName);
+    return paths;
+}
+
+// ---------------------------------------------------------------- the exchange
+
+static char theTimeoutMessage[] = "valdrin: timed out waiting for Valdrin\n";
+
+extern "C"
+{
+    static void utOnTimeout(int)
+    {
+        // The component waits without a limit and cannot be interrupted, so the
+        // program ends where it stands.
+        const ssize_t written = write(
+            STDERR_FILENO, theTimeoutMessage, sizeof(theTimeoutMessage) - 1);
+        static_cast<void>(written);
+        _exit(EXIT_TIMED_OUT);
+    }
+}
+
+// What holds while the component talks to Valdrin: a time limit, and a lost
+// connection that ends the exchange rather than the program.
+class ut_ExchangeGuard
+{
+public:
+    explicit ut_ExchangeGuard(const timeval &timeout)
+    {
+        struct sigaction action = {};
+        action.sa_handler = SIG_IGN;
+        sigaction(SIGPIPE, &action, &myPipeAction);
+        if (timeout.tv_sec == 0 && timeout.tv_usec == 0)
+            return;
+
+        // The caller may have left the signal blocked.
+        action.sa_handler = utOnTimeout;
+        sigaction(SIGALRM, &action, nullptr);
+        sigset_t alarm;
+        sigemptyset(&alarm);
+        sigaddset(&alarm, SIGALRM);
+        sigprocmask(SIG_UNBLOCK, &alarm, nullptr);
+        const itimerval timer = {
+            {0, 0},
+            timeout
+        };
+        setitimer(ITIMER_REAL, &timer, nullptr);
+    }
+
+    ~ut_ExchangeGuard()
+    {
+        const itimerval off = {};
+        setitimer(ITIMER_REAL, &off, nullptr);
+        sigaction(SIGPIPE, &myPipeAction, nullptr);
+    }
+
+    ut_ExchangeGuard(const ut_ExchangeGuard &) = delete;
+    ut_ExchangeGuard &operator=(const ut_ExchangeGuard &) = delete;
+
+private:
+    struct sigaction myPipeAction = {};
+};
+
+static int
+utFailedCall(nsresult result)
+{
+    char code[16];
+    snprintf(code, sizeof(code), "0x%08x", result);
+    utComplain(std::string("the component failed with ") + code);
+    return EXIT_LIBRARY;
+}
+
+// Takes what a call handed out. The strings come from the platform's
+// allocator, which is malloc in a program that brings none of its own.
+static int
+utTakeReply(nsresult result, char *text, std::string &reply)
+{
+    if (NS_FAILED(result))
+        return utFailedCall(result);
+    if (!text)
+    {
+        utComplain("no memory for the reply");
+        return EXIT_INPUT_OUTPUT;
+    }
+    reply = text;
+    free(text);
+    if (reply != theFailureReply)
+        return EXIT_SUCCESS;
+    utComplain(reply);
+    return EXIT_NOT_CONNECTED;
+}
+
+// The component drops the answer to statements, and with it the news that
+// there was nobody to answer. An expression without effect is asked for first,
+// and the statements follow only if Valdrin was there for that one.
+static int
+utExecute(IValdrinConnection &connection, const char *statements)
+{
+    char *text = nullptr;
+    nsresult result = connection.RunPythonExpression("0", &text);
+    std::string ignored;
+    const int status = utTakeReply(result, text, ignored);
+    if (status != EXIT_SUCCESS)
+        return status;
+    result = connection.RunPythonStatements(statements);
+    return NS_FAILED(result) ? utFailedCall(result) : EXIT_SUCCESS;
+}
+
+static int
+utExchange(
+    IValdrinConnection &connection, const ut_Options &options,
+    const char *command, std::string &reply)
+{
+    const ut_ExchangeGuard guard(options.timeout);
+    if (options.hasPort)
+        connection.SetSocketPortNum(options.port);
+
+    char *text = nullptr;
+    nsresult result = NS_OK;
+    switch (options.command)
+    {
+    case ut_Command::EXEC:
+        return utExecute(connection, command);
+    case ut_Command::RUN:
+        result = connection.Run(command, &text);
+        break;
+    case ut_Command::EVAL:
+        result = connection.RunPythonExpression(command, &text);
+        break;
+    }
+    return utTakeReply(result, text, reply);
+}
+
+int
+main(int argc, char **argv)
+{
+    utFillStandardDescriptors();
+    const ut_Options options = utParseCommandLine(argc, argv);
+
+    std::string input;
+    if (!options.text && !utReadInput(input))
+        return EXIT_INPUT_OUTPUT;
+
+    ut_ComponentHost host;
+    std::string error;
+    if (!host.load(utLibraryCandidates(options), error))
+    {
+        utComplain("cannot use the connection library:\n" + error);
+        return EXIT_LIBRARY;
+    }
+
+    std::string reply;
+    const int status = utExchange(
+        *host.connection(), options,
+        options.text ? options.text : input.c_str(), reply);
+    if (status != EXIT_SUCCESS)
+        return status;
+    if (!reply.empty() && reply.back() != '\n' && isatty(STDOUT_FILENO))
+        reply += '\n';
+    return utWriteAll(reply.data(), reply.size()) ? EXIT_SUCCESS
+                                                  : EXIT_INPUT_OUTPUT;
+}
