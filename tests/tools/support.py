@@ -31,14 +31,24 @@ def valdrin(*arguments, program=VALDRIN, **options):
     )
 
 
-def listener():
-    """A listening socket on a free port that the connection can reach."""
+def bound():
+    """A socket on a free port that the connection can reach.
+
+    As long as it does not listen, connections to the port are refused.
+    """
     kept = []
     while True:
-        server = socket.create_server(("127.0.0.1", 0))
+        server = socket.socket()
+        server.bind(("127.0.0.1", 0))
         if 10000 <= server.getsockname()[1] <= 65534:
             return server
         kept.append(server)
+
+
+def listener():
+    server = bound()
+    server.listen()
+    return server
 
 
 def reset(client):
