@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -339,8 +340,9 @@ utWriteCommand(UT_NetSocket &socket, const char *command)
 {
     if (!command)
         command = "";
-    const int length = SYSnarrow<int>(strlen(command) + 1); // with its NUL
-    return socket.write(command, length, nullptr) == UT_NET_OK;
+    const size_t length = strlen(command) + 1; // with its NUL
+    return length <= INT_MAX &&
+           socket.write(command, int(length), nullptr) == UT_NET_OK;
 }
 
 bool

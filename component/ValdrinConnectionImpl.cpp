@@ -7,6 +7,8 @@
 #include "UT/UT_String.h"
 #include "UT/UT_WorkBuffer.h"
 
+#include <climits>
+#include <cstring>
 #include <new>
 
 nsIClassInfo *ValdrinConnectionImpl_classInfoGlobal = nullptr;
@@ -74,10 +76,21 @@ utStringToCharPtr(const UT_String &text, char **out)
     *out = static_cast<char *>(nsMemory::Clone(source, strlen(source) + 1));
 }
 
+// The longest text whose envelope fits a work buffer, also when all of it is
+// "]]>", which makes it five times as long.
+static const size_t theLongestText = (INT_MAX - 256) / 5;
+
 // One exchange. Without `result` the reply is dropped.
 static nsresult
 utSend(const char *text, const char *tag, char **result)
 {
+    // Script passes null for `null` and `undefined`.
+    if (!text)
+        text = "";
+    if (result)
+        *result = nullptr;
+    if (strlen(text) > theLongestText)
+        return NS_ERROR_OUT_OF_MEMORY;
     try
     {
         UT_WorkBuffer xml;
@@ -94,8 +107,6 @@ utSend(const char *text, const char *tag, char **result)
     catch (const std::bad_alloc &)
     {
         // The browser cannot catch it.
-        if (result)
-            *result = nullptr;
         return NS_ERROR_OUT_OF_MEMORY;
     }
 }

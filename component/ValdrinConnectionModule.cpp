@@ -37,20 +37,25 @@ ValdrinConnectionImpl_GetInterfacesHelper(PRUint32 *count, nsIID ***array)
     return NS_OK;
 }
 
-static const nsModuleComponentInfo theComponents[] = {
-    {
-     "Valdrin Connection Component", {0xbcd2fb75,
-         0xa243,
-         0x48f1,
-         {0xb4, 0x95, 0xf3, 0xaa, 0x18, 0xea, 0x5c, 0x25}},
-     "@norvex.com/valdrinconnection;1", ValdrinConnectionImplConstructor,
-     /*registerSelf=*/nullptr,
-     /*unregisterSelf=*/nullptr,
-     /*factoryDestructor=*/nullptr,
-     ValdrinConnectionImpl_GetInterfacesHelper, /*getLanguageHelper=*/nullptr,
-     &ValdrinConnectionImpl_classInfoGlobal,
-     /*flags=*/0,
-     }
+static constexpr nsCID theClassID = {
+    0xbcd2fb75,
+    0xa243,
+    0x48f1,
+    {0xb4, 0x95, 0xf3, 0xaa, 0x18, 0xea, 0x5c, 0x25}
+};
+
+static const nsModuleComponentInfo theComponent = {
+    "Valdrin Connection Component",
+    theClassID,
+    "@norvex.com/valdrinconnection;1",
+    ValdrinConnectionImplConstructor,
+    /*registerSelf=*/nullptr,
+    /*unregisterSelf=*/nullptr,
+    /*factoryDestructor=*/nullptr,
+    ValdrinConnectionImpl_GetInterfacesHelper,
+    /*getLanguageHelper=*/nullptr,
+    &ValdrinConnectionImpl_classInfoGlobal,
+    /*flags=*/0,
 };
 
 // On the oldest platforms the record has one more pointer at its end, null for
@@ -60,7 +65,7 @@ static const struct
     nsModuleInfo info;
     const void *noLibraries;
 } theModule = {
-    {NS_MODULEINFO_VERSION, "ValdrinConnectionModule", theComponents, 1,
+    {NS_MODULEINFO_VERSION, "ValdrinConnectionModule", &theComponent, 1,
      /*constructor=*/nullptr, /*destructor=*/nullptr},
     nullptr,
 };
