@@ -1,0 +1,478 @@
+// What the array classes share. The functions work on an array through its
+// public members, or on its elements alone; where the arrays differ on purpose
+// the difference is an argument.
+
+#pragma once
+
+#include "SYS/SYS_Types.h"
+#include "UT_ArrayGrowth.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+template <class Array>
+using utElement =
+    std::remove_reference_t<decltype(*std::declval<Array &>().data())>;
+
+// ---- Storage
+
+// Sets the capacity exactly; 0 frees the block.
+template <class T>
+void
+utResize(
+    T *&data, unsigned &capacity, unsigned &entries, unsigned newCapacity,
+    bool clearsNewSlots)
+{
+    if (newCapacity == capacity)
+        return;
+    if (newCapacity == 0)
+    {
+        free(data);
+        data = nullptr;
+    }
+    else if (!data && clearsNewSlots)
+        data = static_cast<T *>(calloc(newCapacity, sizeof(T)));
+    else
+    {
+        data = static_cast<T *>(reallocarray(data, newCapacity, sizeof(T)));
+        if (clearsNewSlots && newCapacity > capacity)
+            std::fill(data + capacity, data + newCapacity, T());
+    }
+    capacity = newCapacity;
+    entries = std::min(entries, newCapacity);
+}
+
+// The copy constructors' part: exactly the elements in use.
+template <class T>
+void
+utCopyNew(
+    T *&data, unsigned &capacity, unsigned &entries, const T *source,
+    unsigned count)
+{
+    if (count == 0)
+        return;
+    data = static_cast<T *>(reallocarray(nullptr, count, sizeof(T)));
+    std::copy(source, source + count, data);
+    capacity = entries = count;
+}
+
+template <class Array>
+void
+utAssign(Array &array, const Array &source)
+{
+    if (&array == &source)
+        return;
+    array.setEntries(source.entries());
+    std::copy(source.data(), source.data() + source.entries(), array.data());
+}
+
+// Makes the capacity what appending until there are `entries` elements makes
+// it, in one step.
+template <class Array>
+void
+utReserveAppends(Array &array, size_t entries)
+{
+    unsigned capacity = array.capacity();
+    while (capacity < entries)
+        capacity = UTgrownCapacity(capacity);
+    array.resize(capacity);
+}
+
+// ---- Inserting
+
+// `extraInside` and `extraBeyond` are what the arrays add to the slots that
+// they ask room for, below the entries and beyond the capacity.
+template <class Array>
+unsigned
+utOpenSlot(
+    Array &array, unsigned index, unsigned extraInside, unsigned extraBeyond)
+{
+    const unsigned entries = array.entries();
+    if (index >= entries)
+    {
+        if (index >= array.capacity())
+            array.resize(UTgrownCapacity(index + extraBeyond));
+        array.setEntries(index + 1);
+        return index;
+    }
+    if (entries == array.capacity())
+        array.resize(UTgrownCapacity(entries + extraInside));
+    auto *slot = array.data() + index;
+    memmove(slot + 1, slot, (entries - index) * sizeof(*slot));
+    array.setEntries(entries + 1);
+    return index;
+}
+
+template <class Array>
+unsigned
+utInsertAt(Array &array, utElement<Array> value, unsigned index)
+{
+    utOpenSlot(array, index, /*extraInside=*/0, /*extraBeyond=*/0);
+    array[index] = value;
+    return index;
+}
+
+template <class Array>
+unsigned
+utMultipleInsert(Array &array, unsigned index, unsigned count)
+{
+    const unsigned entries = array.entries();
+    if (index >= entries)
+    {
+        if (index + count >= array.capacity())
+            array.resize(UTgrownCapacity(index + count));
+        array.setEntries(index + count);
+        return index;
+    }
+    if (entries + count > array.capacity())
+        array.resize(UTgrownCapacity(entries + count));
+    auto *slot = array.data() + index;
+    memmove(slot + count, slot, (entries - index) * sizeof(*slot));
+    array.setEntries(entries + count);
+    return index;
+}
+
+template <class Array>
+void
+utConcat(Array &array, const Array &other)
+{
+    const unsigned entries = array.entries();
+    const unsigned count = other.entries();
+    if (array.capacity() - entries <= count)
+        array.resize(array.capacity() + count);
+    // Only here are the other's data fetched: it may be the same array.
+    std::copy(other.data(), other.data() + count, array.data() + entries);
+    array.setEntries(entries + count);
+}
+
+// Inserts into an array sorted by `order(element, value)`, before an equal
+// element that the search meets. `isUnique` keeps that element alone instead.
+template <class Array, class Order>
+unsigned
+utSortedInsert(Array &array, utElement<Array> value, Order order, bool isUnique)
+{
+    ptrdiff_t low = 0;
+    ptrdiff_t high = ptrdiff_t(array.entries()) - 1;
+    while (low <= high)
+    {
+        const ptrdiff_t probe = (low + high) / 2;
+        const int sense = order(value, array.data()[probe]);
+        if (sense == 0)
+        {
+            if (!isUnique)
+                utInsertAt(array, value, unsigned(probe));
+            return unsigned(probe);
+        }
+        if (sense < 0)
+            high = probe - 1;
+        else
+            low = probe + 1;
+    }
+    return utInsertAt(array, value, unsigned(low));
+}
+
+// ---- Removing
+
+template <class Array>
+unsigned
+utRemoveAt(Array &array, unsigned index)
+{
+    const unsigned entries = array.entries() - 1;
+    auto *slot = array.data() + index;
+    if (index != entries)
+        memmove(slot, slot + 1, (entries - index) * sizeof(*slot));
+    array.setEntries(entries);
+    return index;
+}
+
+template <class Array>
+int
+utFindAndRemove(Array &array, utElement<Array> value)
+{
+    const int index = array.find(value, 0u);
+    if (index >= 0)
+        array.removeAt(unsigned(index));
+    return index;
+}
+
+// ---- Rearranging
+
+// Moves the last `count` of `entries` elements to the front. The smaller side
+// waits in a scratch block.
+template <class T>
+void
+utRotate(T *data, size_t entries, size_t count)
+{
+    const size_t front = entries - count;
+    const size_t saved = std::min(front, count);
+    const std::unique_ptr<T[]> scratch(new T[saved]);
+    if (count <= front)
+    {
+        std::copy(data + front, data + entries, scratch.get());
+        memmove(data + count, data, front * sizeof(T));
+        std::copy(scratch.get(), scratch.get() + saved, data);
+        return;
+    }
+    std::copy(data, data + front, scratch.get());
+    memmove(data, data + front, count * sizeof(T));
+    std::copy(scratch.get(), scratch.get() + saved, data + count);
+}
+
+template <class Array>
+void
+utCycle(Array &array, int k)
+{
+    const int64 entries = array.entries();
+    if (k == 0 || entries == 0)
+        return;
+    const int64 count = (k % entries + entries) % entries;
+    utRotate(array.data(), size_t(entries), size_t(count));
+}
+
+template <class Array>
+int
+utShift(Array &array, unsigned from, unsigned to, unsigned count)
+{
+    if (from == to)
+        return 0;
+    const uint64 fromEnd = uint64(from) + count;
+    const uint64 toEnd = uint64(to) + count;
+    if (count == 0 || std::max(fromEnd, toEnd) > array.capacity())
+        return -1;
+    auto *data = array.data();
+    memmove(data + to, data + from, count * sizeof(*data));
+    if (toEnd > array.entries() || (fromEnd == array.entries() && to < from))
+        array.setEntries(unsigned(toEnd));
+    return 0;
+}
+
+// ---- Comparators: qsort() and bsearch() take what the caller's comparator
+// is not, one of untyped pointers, so a typed one travels as their context.
+
+template <class T>
+void
+utSort(T *data, unsigned entries, int (*compare)(const T *, const T *))
+{
+    if (entries < 2)
+        return;
+    using Compare = decltype(compare);
+    const auto typed = [](const void *a, const void *b, void *context)
+    {
+        return (*static_cast<Compare *>(context))(
+            static_cast<const T *>(a), static_cast<const T *>(b));
+    };
+    qsort_r(data, entries, sizeof(T), typed, &compare);
+}
+
+template <class T>
+struct ut_SearchKey
+{
+    T value;
+    int (*compare)(const T *, const T *);
+};
+
+template <class T>
+int
+utBinaryFind(
+    const T *data, unsigned entries, T value,
+    int (*compare)(const T *, const T *))
+{
+    if (entries == 0)
+        return -1;
+    using Key = ut_SearchKey<T>;
+    const Key key = {value, compare};
+    const void *found = bsearch(
+        &key, data, entries, sizeof(T),
+        [](const void *wanted, const void *element)
+        {
+            const Key *k = static_cast<const Key *>(wanted);
+            return k->compare(&k->value, static_cast<const T *>(element));
+        });
+    return found ? int(static_cast<const T *>(found) - data) : -1;
+}
+
+template <class Array, class Compare>
+bool
+utIsEqual(const Array &a, const Array &b, Compare compare)
+{
+    return a.entries() == b.entries() &&
+           std::equal(
+               a.data(), a.data() + a.entries(), b.data(),
+               [compare](const auto &x, const auto &y)
+               { return compare(&x, &y) == 0; });
+}
+
+template <class Array>
+bool
+utIsSame(const Array &a, const Array &b)
+{
+    return &a == &b || (a.entries() == b.entries() &&
+                        std::equal(a.data(), a.data() + a.entries(), b.data()));
+}
+
+// ---- Searching
+
+template <class Array>
+int
+utFind(const Array &array, utElement<const Array> value, unsigned start)
+{
+    const unsigned entries = array.entries();
+    if (start >= entries)
+        return -1;
+    const auto *end = array.data() + entries;
+    const auto *found = std::find(array.data() + start, end, value);
+    return found == end ? -1 : int(found - array.data());
+}
+
+template <class Array, class Function>
+unsigned
+utApply(Array &array, Function function, void *context)
+{
+    unsigned index = 0;
+    while (index < array.entries() && !function(array[index], context))
+        ++index;
+    return index;
+}
+
+// ---- Sorted sets
+//
+// One walk along both arrays serves all of them. An order tells which of the
+// two current elements goes on: the lesser one, or both when they are equal.
+
+struct ut_Advance
+{
+    bool first;
+    bool second;
+};
+
+enum ut_SetOperation
+{
+    UT_SET_UNION,
+    UT_SET_INTERSECTION,
+    UT_SET_DIFFERENCE,
+    UT_SET_MERGE // a union that drops nothing
+};
+
+// Appends `count` elements as if by append().
+template <class Array, class T>
+void
+utAppendRun(Array &result, const T *elements, size_t count)
+{
+    if (count == 0)
+        return;
+    const size_t entries = result.entries() + count;
+    utReserveAppends(result, entries);
+    std::copy(elements, elements + count, result.data() + result.entries());
+    result.setEntries(unsigned(entries));
+}
+
+// The walk writes an element before it knows whether that is wanted, which
+// spares a jump that no processor can foresee. It does so in a scratch block:
+// the result's slots beyond its entries stay as they are.
+template <ut_SetOperation operation, class Array, class Order>
+void
+utSetWalk(const Array &a, const Array &b, Array &result, Order order)
+{
+    constexpr bool takesAll =
+        operation == UT_SET_UNION || operation == UT_SET_MERGE;
+    const size_t total = size_t(a.entries()) + b.entries();
+    const size_t least = operation == UT_SET_MERGE ? total
+                         : operation == UT_SET_UNION
+                             ? std::max(a.entries(), b.entries())
+                             : 0;
+    utReserveAppends(result, result.entries() + least);
+
+    utElement<Array> scratch[256];
+    const auto *first = a.data();
+    const auto *second = b.data();
+    const auto *const firstEnd = first + a.entries();
+    const auto *const secondEnd = second + b.entries();
+    while (first != firstEnd && second != secondEnd)
+    {
+        // So many steps cannot run past an end.
+        ptrdiff_t steps = std::min(
+            {firstEnd - first, secondEnd - second,
+             ptrdiff_t(std::size(scratch))});
+        auto *out = scratch;
+        for (; steps > 0; --steps)
+        {
+            const ut_Advance advance = order(*first, *second);
+            *out = !takesAll || advance.first ? *first : *second;
+            out += takesAll ||
+                   (advance.first &
+                    (advance.second == (operation == UT_SET_INTERSECTION)));
+            first += advance.first;
+            second +=
+                operation == UT_SET_MERGE ? !advance.first : advance.second;
+        }
+        utAppendRun(result, scratch, size_t(out - scratch));
+    }
+    if (operation != UT_SET_INTERSECTION)
+        utAppendRun(result, first, size_t(firstEnd - first));
+    if (takesAll)
+        utAppendRun(result, second, size_t(secondEnd - second));
+}
+
+// The form that replaces the first array by the result.
+template <ut_SetOperation operation, class Array, class Order>
+void
+utSetReplace(Array &array, const Array &other, Order order)
+{
+    Array result;
+    utSetWalk<operation>(array, other, result, order);
+    array.swap(result);
+}
+
+// ---- Heap: the parent of i is i / 2. `compare` orders two elements.
+
+template <class Array, class Compare>
+unsigned
+utHeapPush(Array &array, utElement<Array> value, Compare compare)
+{
+    unsigned i = array.append(value);
+    auto *data = array.data();
+    while (i > 0 && compare(data[i / 2], value) < 0)
+    {
+        data[i] = data[i / 2];
+        i /= 2;
+    }
+    data[i] = value;
+    return i;
+}
+
+template <class Array, class Compare>
+void
+utHeapify(Array &array, unsigned index, Compare compare)
+{
+    auto *data = array.data();
+    const size_t entries = array.entries();
+    for (size_t i = index;;)
+    {
+        size_t best = i;
+        for (size_t child = 2 * i; child < 2 * i + 2; ++child)
+            if (child < entries && compare(data[child], data[best]) > 0)
+                best = child;
+        if (best == i)
+            return;
+        std::swap(data[i], data[best]);
+        i = best;
+    }
+}
+
+// What heapPop() does before it lets the new root sink.
+template <class Array>
+utElement<Array>
+utHeapTakeRoot(Array &array)
+{
+    const utElement<Array> root = array[0];
+    const unsigned last = array.entries() - 1;
+    array[0] = array[last];
+    array.setEntries(last);
+    return root;
+}

@@ -1,0 +1,317 @@
+#include "UT_IntArray.h"
+
+#include "UT_ArrayImpl.h"
+
+#include <cstdio>
+
+int
+UTcompareInts(const int32 *a, const int32 *b)
+{
+    return int32(uint32(*a) - uint32(*b));
+}
+
+// Not UTcompareInts(), which is wrong for values far apart.
+static constexpr auto theAscendingSense = [](int32 a, int32 b)
+{ return int(a > b) - int(a < b); };
+
+static constexpr auto theAscending = [](int32 a, int32 b) {
+    return ut_Advance{a <= b, b <= a};
+};
+
+static constexpr auto theDescending = [](int32 a, int32 b) {
+    return ut_Advance{a >= b, b >= a};
+};
+
+UT_IntArray::UT_IntArray(const UT_IntArray &source)
+{
+    utCopyNew(myData, myCapacity, myEntries, source.myData, source.myEntries);
+}
+
+UT_IntArray::~UT_IntArray()
+{
+    free(myData);
+}
+
+UT_IntArray &
+UT_IntArray::operator=(const UT_IntArray &source)
+{
+    utAssign(*this, source);
+    return *this;
+}
+
+bool
+UT_IntArray::operator==(const UT_IntArray &other) const
+{
+    return utIsSame(*this, other);
+}
+
+bool
+UT_IntArray::isEqual(const UT_IntArray &other, Compare compare) const
+{
+    return utIsEqual(*this, other, compare);
+}
+
+int
+UT_IntArray::find(int32 value, unsigned start) const
+{
+    return utFind(*this, value, start);
+}
+
+int
+UT_IntArray::find(int32 value, Compare compare) const
+{
+    return utBinaryFind(myData, myEntries, value, compare);
+}
+
+unsigned
+UT_IntArray::apply(int (*function)(int32 &element, void *data), void *data)
+{
+    return utApply(*this, function, data);
+}
+
+void
+UT_IntArray::display() const
+{
+    for (unsigned i = 0; i < myEntries; ++i)
+        printf("%d ", myData[i]);
+    printf("\n");
+}
+
+void
+UT_IntArray::toStdVectorOfInts(std::vector<int> &out) const
+{
+    out.assign(myData, myData + myEntries);
+}
+
+// ---- Size
+
+void
+UT_IntArray::resize(unsigned newCapacity, unsigned short)
+{
+    utResize(
+        myData, myCapacity, myEntries, newCapacity, /*clearsNewSlots=*/true);
+}
+
+void
+UT_IntArray::growFull()
+{
+    resize(UTgrownCapacity(myEntries));
+}
+
+void
+UT_IntArray::swap(UT_IntArray &other)
+{
+    std::swap(myData, other.myData);
+    std::swap(myCapacity, other.myCapacity);
+    std::swap(myEntries, other.myEntries);
+}
+
+// ---- Adding
+
+unsigned
+UT_IntArray::insert(unsigned index)
+{
+    return utOpenSlot(*this, index, /*extraInside=*/0, /*extraBeyond=*/1);
+}
+
+unsigned
+UT_IntArray::insertAt(int32 value, unsigned index)
+{
+    return utInsertAt(*this, value, index);
+}
+
+unsigned
+UT_IntArray::insert(int32 value, unsigned index)
+{
+    return utInsertAt(*this, value, index);
+}
+
+unsigned
+UT_IntArray::multipleInsert(unsigned index, unsigned count)
+{
+    return utMultipleInsert(*this, index, count);
+}
+
+void
+UT_IntArray::concat(const UT_IntArray &other)
+{
+    utConcat(*this, other);
+}
+
+void
+UT_IntArray::fromStdVectorOfInts(const std::vector<int> &values)
+{
+    clear();
+    utAppendRun(*this, values.data(), values.size());
+}
+
+unsigned
+UT_IntArray::uniqueSortedInsertAscending(int32 value)
+{
+    return utSortedInsert(*this, value, theAscendingSense, /*isUnique=*/true);
+}
+
+// ---- Removing
+
+unsigned
+UT_IntArray::removeAt(unsigned index)
+{
+    return utRemoveAt(*this, index);
+}
+
+int
+UT_IntArray::findAndRemove(int32 value)
+{
+    return utFindAndRemove(*this, value);
+}
+
+// ---- Rearranging
+
+void
+UT_IntArray::constant(int32 value)
+{
+    // Values of four equal bytes are the usual ones, and memset() the fastest.
+    if (value == 0 || value == -1)
+    {
+        if (myEntries)
+            memset(myData, value, myEntries * sizeof(int32));
+        return;
+    }
+    std::fill(myData, myData + myEntries, value);
+}
+
+void
+UT_IntArray::reverse()
+{
+    std::reverse(myData, myData + myEntries);
+}
+
+void
+UT_IntArray::cycle(int k)
+{
+    utCycle(*this, k);
+}
+
+int
+UT_IntArray::shift(unsigned from, unsigned to, unsigned count)
+{
+    return utShift(*this, from, to, count);
+}
+
+void
+UT_IntArray::sort(Compare compare)
+{
+    utSort(myData, myEntries, compare);
+}
+
+void
+UT_IntArray::sortAscending()
+{
+    std::sort(myData, myData + myEntries);
+}
+
+// ---- Sorted sets
+
+void
+UT_IntArray::sortedUnion(const UT_IntArray &other, UT_IntArray &result) const
+{
+    utSetWalk<UT_SET_UNION>(*this, other, result, theAscending);
+}
+
+void
+UT_IntArray::sortedUnion(const UT_IntArray &other)
+{
+    utSetReplace<UT_SET_UNION>(*this, other, theAscending);
+}
+
+void
+UT_IntArray::sortedIntersection(
+    const UT_IntArray &other, UT_IntArray &result) const
+{
+    utSetWalk<UT_SET_INTERSECTION>(*this, other, result, theAscending);
+}
+
+void
+UT_IntArray::sortedIntersection(const UT_IntArray &other)
+{
+    utSetReplace<UT_SET_INTERSECTION>(*this, other, theAscending);
+}
+
+void
+UT_IntArray::sortedSetDifference(
+    const UT_IntArray &other, UT_IntArray &result) const
+{
+    utSetWalk<UT_SET_DIFFERENCE>(*this, other, result, theAscending);
+}
+
+void
+UT_IntArray::sortedSetDifference(const UT_IntArray &other)
+{
+    utSetReplace<UT_SET_DIFFERENCE>(*this, other, theAscending);
+}
+
+void
+UT_IntArray::merge(const UT_IntArray &other, int direction, bool keepDuplicates)
+{
+    // Dropping the other's equal element at each step is what a union does.
+    if (direction > 0 && keepDuplicates)
+        utSetReplace<UT_SET_MERGE>(*this, other, theAscending);
+    else if (direction > 0)
+        utSetReplace<UT_SET_UNION>(*this, other, theAscending);
+    else if (keepDuplicates)
+        utSetReplace<UT_SET_MERGE>(*this, other, theDescending);
+    else
+        utSetReplace<UT_SET_UNION>(*this, other, theDescending);
+}
+
+// ---- Heap
+
+unsigned
+UT_IntArray::heapPush(int32 value)
+{
+    return utHeapPush(*this, value, theAscendingSense);
+}
+
+int32
+UT_IntArray::heapPop()
+{
+    if (myEntries == 0)
+        return 0;
+    const int32 root = utHeapTakeRoot(*this);
+    heapify(0);
+    return root;
+}
+
+// Written out for integers: the greater child is chosen without a jump.
+void
+UT_IntArray::heapify(unsigned index)
+{
+    if (index >= myEntries)
+        return;
+    const int32 value = myData[index];
+    size_t i = index;
+    if (i == 0 && myEntries > 1 && myData[1] > value)
+    {
+        myData[0] = myData[1];
+        i = 1;
+    }
+    if (i > 0)
+    {
+        size_t child = 2 * i;
+        while (child + 1 < myEntries)
+        {
+            child += myData[child + 1] > myData[child];
+            if (myData[child] <= value)
+                break;
+            myData[i] = myData[child];
+            i = child;
+            child = 2 * i;
+        }
+        if (child + 1 == myEntries && myData[child] > value)
+        {
+            myData[i] = myData[child];
+            i = child;
+        }
+    }
+    myData[i] = value;
+}
