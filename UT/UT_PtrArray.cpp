@@ -1,0 +1,342 @@
+#include "UT_PtrArray.h"
+
+#include "UT_ArrayImpl.h"
+
+#include <climits>
+
+int
+UTcomparePointers(void *const *a, void *const *b)
+{
+    const uintptr_t x = uintptr_t(*a);
+    const uintptr_t y = uintptr_t(*b);
+    const uintptr_t distance = x < y ? y - x : x - y;
+    const int result = distance > INT_MAX ? 1 : int(distance);
+    return x < y ? -result : result;
+}
+
+// Calls a comparator for two elements that may be anywhere.
+static auto
+utSense(UT_PtrArrayRaw::Compare compare)
+{
+    return [compare](void *const &a, void *const &b)
+    { return compare(&a, &b); };
+}
+
+static auto
+utOrder(UT_PtrArrayRaw::Compare compare)
+{
+    return [compare](void *const &a, void *const &b)
+    {
+        const int sense = compare(&a, &b);
+        return ut_Advance{sense <= 0, sense >= 0};
+    };
+}
+
+static void *
+utNonConst(const void *pointer)
+{
+    return const_cast<void *>(pointer);
+}
+
+UT_PtrArrayRaw::UT_PtrArrayRaw(const UT_PtrArrayRaw &source)
+{
+    utCopyNew(myData, myCapacity, myEntries, source.myData, source.myEntries);
+}
+
+UT_PtrArrayRaw::~UT_PtrArrayRaw()
+{
+    free(myData);
+}
+
+UT_PtrArrayRaw &
+UT_PtrArrayRaw::operator=(const UT_PtrArrayRaw &source)
+{
+    utAssign(*this, source);
+    return *this;
+}
+
+bool
+UT_PtrArrayRaw::operator==(const UT_PtrArrayRaw &other) const
+{
+    return utIsSame(*this, other);
+}
+
+bool
+UT_PtrArrayRaw::isEqual(const UT_PtrArrayRaw &other, Compare compare) const
+{
+    return utIsEqual(*this, other, compare);
+}
+
+int
+UT_PtrArrayRaw::find(const void *pointer, unsigned start) const
+{
+    return utFind(*this, utNonConst(pointer), start);
+}
+
+int
+UT_PtrArrayRaw::find(const void *pointer, Compare compare) const
+{
+    return utBinaryFind(myData, myEntries, utNonConst(pointer), compare);
+}
+
+int
+UT_PtrArrayRaw::findString(const char *text) const
+{
+    unsigned low = 0;
+    unsigned length = myEntries;
+    while (length > 0)
+    {
+        const unsigned half = length / 2;
+        const unsigned probe = low + half;
+        const int sense =
+            strcmp(text, static_cast<const char *>(myData[probe]));
+        if (sense == 0)
+            return int(probe);
+        if (sense > 0)
+        {
+            low = probe + 1;
+            length -= half + 1;
+        }
+        else
+            length = half;
+    }
+    return -1;
+}
+
+bool
+UT_PtrArrayRaw::hasSortedSubset(
+    const UT_PtrArrayRaw &other, Compare compare) const
+{
+    unsigned wanted = 0;
+    for (unsigned i = 0; wanted < other.myEntries; ++i)
+    {
+        if (i == myEntries)
+            return false;
+        const int sense = compare(&other.myData[wanted], &myData[i]);
+        if (sense < 0)
+            return false;
+        wanted += sense == 0;
+    }
+    return true;
+}
+
+unsigned
+UT_PtrArrayRaw::apply(int (*function)(void *&element, void *data), void *data)
+{
+    return utApply(*this, function, data);
+}
+
+// ---- Size
+
+void
+UT_PtrArrayRaw::resize(unsigned newCapacity, unsigned short)
+{
+    utResize(
+        myData, myCapacity, myEntries, newCapacity, /*clearsNewSlots=*/true);
+}
+
+void
+UT_PtrArrayRaw::growFull()
+{
+    resize(UTgrownCapacity(myEntries));
+}
+
+void
+UT_PtrArrayRaw::swap(UT_PtrArrayRaw &other)
+{
+    std::swap(myData, other.myData);
+    std::swap(myCapacity, other.myCapacity);
+    std::swap(myEntries, other.myEntries);
+}
+
+// ---- Adding
+
+unsigned
+UT_PtrArrayRaw::append(void *pointer, int unique)
+{
+    const int index = unique ? find(pointer, 0u) : -1;
+    return index >= 0 ? unsigned(index) : append(pointer);
+}
+
+unsigned
+UT_PtrArrayRaw::insert(unsigned index)
+{
+    return utOpenSlot(*this, index, /*extraInside=*/1, /*extraBeyond=*/0);
+}
+
+unsigned
+UT_PtrArrayRaw::insertAt(void *pointer, unsigned index)
+{
+    return utInsertAt(*this, pointer, index);
+}
+
+unsigned
+UT_PtrArrayRaw::insert(void *pointer, unsigned index)
+{
+    return utInsertAt(*this, pointer, index);
+}
+
+unsigned
+UT_PtrArrayRaw::multipleInsert(unsigned index, unsigned count)
+{
+    return utMultipleInsert(*this, index, count);
+}
+
+void
+UT_PtrArrayRaw::concat(const UT_PtrArrayRaw &other)
+{
+    utConcat(*this, other);
+}
+
+void
+UT_PtrArrayRaw::assignSubset(const UT_PtrArrayRaw &other)
+{
+    if (this == &other)
+        return;
+    setEntries(std::max(myEntries, other.myEntries));
+    std::copy(other.myData, other.myData + other.myEntries, myData);
+}
+
+unsigned
+UT_PtrArrayRaw::sortedInsert(void *pointer, Compare compare)
+{
+    return utSortedInsert(*this, pointer, utSense(compare), /*isUnique=*/false);
+}
+
+unsigned
+UT_PtrArrayRaw::uniqueSortedInsert(void *pointer, Compare compare)
+{
+    return utSortedInsert(*this, pointer, utSense(compare), /*isUnique=*/true);
+}
+
+unsigned
+UT_PtrArrayRaw::uniqueSortedInsert(const void *pointer)
+{
+    const auto byValue = [](const void *a, const void *b) {
+        return int(uintptr_t(a) > uintptr_t(b)) -
+               int(uintptr_t(a) < uintptr_t(b));
+    };
+    return utSortedInsert(
+        *this, utNonConst(pointer), byValue, /*isUnique=*/true);
+}
+
+// ---- Removing
+
+unsigned
+UT_PtrArrayRaw::removeAt(unsigned index)
+{
+    return utRemoveAt(*this, index);
+}
+
+int
+UT_PtrArrayRaw::remove(const void *pointer)
+{
+    return utFindAndRemove(*this, utNonConst(pointer));
+}
+
+void
+UT_PtrArrayRaw::removeZeros()
+{
+    void **end = std::remove(myData, myData + myEntries, nullptr);
+    myEntries = unsigned(end - myData);
+}
+
+void
+UT_PtrArrayRaw::collapse()
+{
+    removeZeros();
+    resize(myEntries);
+}
+
+// ---- Rearranging
+
+void
+UT_PtrArrayRaw::reverse()
+{
+    std::reverse(myData, myData + myEntries);
+}
+
+void
+UT_PtrArrayRaw::cycle(int k)
+{
+    utCycle(*this, k);
+}
+
+int
+UT_PtrArrayRaw::shift(unsigned from, unsigned to, unsigned count)
+{
+    return utShift(*this, from, to, count);
+}
+
+void
+UT_PtrArrayRaw::move(int from, int to, int count)
+{
+    const int64 start = std::max(from, 0);
+    const int64 length = std::min<int64>(count, int64(myEntries) - start);
+    if (length < 1)
+        return;
+    const int64 target = std::min<int64>(std::max(to, 0), myEntries - length);
+    const int64 distance = target - start;
+    if (distance > 0)
+        utRotate(myData + start, size_t(length + distance), size_t(distance));
+    else if (distance < 0)
+        utRotate(myData + target, size_t(length - distance), size_t(length));
+}
+
+void
+UT_PtrArrayRaw::sort(Compare compare)
+{
+    utSort(myData, myEntries, compare);
+}
+
+// ---- Sorted sets
+
+void
+UT_PtrArrayRaw::sortedUnion(
+    const UT_PtrArrayRaw &other, UT_PtrArrayRaw &result, Compare compare) const
+{
+    utSetWalk<UT_SET_UNION>(*this, other, result, utOrder(compare));
+}
+
+void
+UT_PtrArrayRaw::sortedUnion(const UT_PtrArrayRaw &other, Compare compare)
+{
+    utSetReplace<UT_SET_UNION>(*this, other, utOrder(compare));
+}
+
+void
+UT_PtrArrayRaw::sortedIntersection(
+    const UT_PtrArrayRaw &other, UT_PtrArrayRaw &result, Compare compare) const
+{
+    utSetWalk<UT_SET_INTERSECTION>(*this, other, result, utOrder(compare));
+}
+
+void
+UT_PtrArrayRaw::sortedIntersection(const UT_PtrArrayRaw &other, Compare compare)
+{
+    utSetReplace<UT_SET_INTERSECTION>(*this, other, utOrder(compare));
+}
+
+// ---- Heap
+
+unsigned
+UT_PtrArrayRaw::heapPush(void *pointer, Compare compare)
+{
+    return utHeapPush(*this, pointer, utSense(compare));
+}
+
+void *
+UT_PtrArrayRaw::heapPop(Compare compare)
+{
+    if (myEntries == 0)
+        return nullptr;
+    void *root = utHeapTakeRoot(*this);
+    heapify(0u, compare);
+    return root;
+}
+
+void
+UT_PtrArrayRaw::heapify(unsigned index, Compare compare)
+{
+    utHeapify(*this, index, utSense(compare));
+}

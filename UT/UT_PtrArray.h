@@ -1,0 +1,451 @@
+// The growable array of pointers: the untyped one, and a typed face for it.
+
+#pragma once
+
+#include "SYS/SYS_Types.h"
+#include "UT_API.h"
+
+#include <type_traits>
+
+/// The difference of two pointer values, as whole numbers without a sign; of a
+/// difference that an int cannot hold, the sign: 1 or -1.
+UT_API int UTcomparePointers(void *const *a, void *const *b);
+
+/// A growable array of untyped pointers, which it does not own.
+///
+/// Indices count from 0 and are not checked. Slots from entries() to
+/// capacity() exist too: they keep whatever they last held, and a new one
+/// holds null. A growing operation takes m + step(m) slots (see
+/// UTgrownCapacity()), where m is the number that its comment names; nothing
+/// but resize(), collapse() and swap() gives slots back. Allocation is not
+/// checked.
+///
+/// "Sorted" means as the comparator has it, unless said otherwise. Comparators
+/// have the sense of strcmp() and get the addresses of two pointers.
+///
+/// A literal 0 is an index and a null pointer alike: write `0u` or `nullptr`.
+///
+/// Thread-compatible.
+class UT_API UT_PtrArrayRaw
+{
+public:
+    /// Orders two elements.
+    using Compare = int (*)(void *const *a, void *const *b);
+
+    /// An empty array without storage.
+    UT_PtrArrayRaw() = default;
+
+    /// An empty array of exactly `capacity` slots.
+    explicit UT_PtrArrayRaw(unsigned capacity) { resize(capacity); }
+
+    /// A copy with as many slots as `source` has entries.
+    UT_PtrArrayRaw(const UT_PtrArrayRaw &source);
+    ~UT_PtrArrayRaw();
+
+    /// Takes over the elements of `source`. Grows to exactly as many slots as
+    /// those need, and never shrinks.
+    UT_PtrArrayRaw &operator=(const UT_PtrArrayRaw &source);
+
+    /// Number of elements in use.
+    unsigned entries() const { return myEntries; }
+
+    /// Number of slots allocated.
+    unsigned capacity() const { return myCapacity; }
+
+    /// The slot at `index`, which must be below capacity().
+    void *operator()(unsigned index) const { return myData[index]; }
+    void *&operator()(unsigned index) { return myData[index]; }
+    void *operator[](unsigned index) const { return myData[index]; }
+    void *&operator[](unsigned index) { return myData[index]; }
+
+    /// The slots, null when there are none. Borrowed until the capacity
+    /// changes.
+    void *const *data() const { return myData; }
+    void **data() { return myData; }
+
+    /// Same pointers in the same order.
+    bool operator==(const UT_PtrArrayRaw &other) const;
+
+    /// Same number of elements, and each pair compares equal.
+    bool isEqual(const UT_PtrArrayRaw &other, Compare compare) const;
+
+    /// Index of the first element from `start` on that is `pointer`, or -1.
+    int find(const void *pointer, unsigned start = 0) const;
+
+    /// Index of an element of the sorted array that compares equal, or -1.
+    /// O(log n).
+    int find(const void *pointer, Compare compare) const;
+
+    /// Index of the text `text` in an array of texts sorted by strcmp(), or
+    /// -1. In an unsorted array it may miss one. O(log n).
+    int findString(const char *text) const;
+
+    /// Whether each element of `other` is in this array; both are sorted. A
+    /// repeated element of `other` needs as many here. O(n).
+    bool hasSortedSubset(const UT_PtrArrayRaw &other, Compare compare) const;
+
+    /// Calls `function` on each element in order until one call answers
+    /// non-zero. Returns the index of that element, or entries().
+    unsigned apply(int (*function)(void *&element, void *data), void *data);
+
+    // ---- Size
+
+    /// Sets the capacity to exactly `newCapacity`; elements beyond it are
+    /// dropped, new slots are null, and 0 frees the storage. The second
+    /// argument has no effect.
+    void resize(unsigned newCapacity, unsigned short = 1);
+
+    /// Sets the number of elements in use. Grows to exactly that many slots
+    /// when there are fewer; slots that come into use keep what they hold.
+    void setEntries(unsigned entries)
+    {
+        if (entries > myCapacity)
+            resize(entries);
+        myEntries = entries;
+    }
+
+    /// Takes all elements out of use and keeps the storage.
+    void clear() { myEntries = 0; }
+
+    /// Exchanges the storage of two arrays. O(1).
+    void swap(UT_PtrArrayRaw &other);
+
+    // ---- Adding
+
+    /// Adds `pointer` at the end and returns its index. A full array grows,
+    /// with m = entries. Amortised O(1).
+    unsigned append(void *pointer)
+    {
+        const unsigned index = myEntries;
+        if (index == myCapacity)
+            growFull();
+        myData[index] = pointer;
+        myEntries = index + 1;
+        return index;
+    }
+
+    /// The same, unless `unique` is non-zero and `pointer` is there: then
+    /// returns the index of the first one. O(n).
+    unsigned append(void *pointer, int unique);
+
+    /// Opens a slot at `index`, whose contents are what it held, and returns
+    /// `index`. Below entries() the rest moves up and a full array grows with
+    /// m = entries + 1; at or beyond entries() the array ends behind the slot,
+    /// and m = `index` at or beyond the capacity.
+    unsigned insert(unsigned index);
+
+    /// Inserts `pointer` before the element at `index`, or at or beyond the
+    /// end as insert(index) does. m = entries, and m = `index` at or beyond
+    /// the capacity. Returns `index`.
+    unsigned insertAt(void *pointer, unsigned index);
+    unsigned insert(void *pointer, unsigned index);
+
+    /// Opens `count` slots at `index` as insert(index) opens one, and returns
+    /// `index`. Below entries() m = entries + `count`. Beyond, m = `index` +
+    /// `count`; deliberate: there the array also grows when that is just the
+    /// capacity.
+    unsigned multipleInsert(unsigned index, unsigned count);
+
+    /// Appends all elements of `other`, which may be this array.
+    ///
+    /// Deliberate: when they would not fit, or just fit, the capacity grows
+    /// by exactly their number.
+    void concat(const UT_PtrArrayRaw &other);
+
+    /// Overwrites the first elements by those of `other`; elements beyond them
+    /// stay. Grows to exactly as many slots as `other` has entries.
+    void assignSubset(const UT_PtrArrayRaw &other);
+
+    /// Inserts `pointer` into the sorted array, before an equal element, and
+    /// returns its index. O(n).
+    unsigned sortedInsert(void *pointer, Compare compare);
+
+    /// The same, unless an equal element is there: then returns the index of
+    /// that one.
+    unsigned uniqueSortedInsert(void *pointer, Compare compare);
+
+    /// Inserts `pointer` into an array sorted by pointer value unless it is
+    /// there, and returns its index. O(n).
+    unsigned uniqueSortedInsert(const void *pointer);
+
+    // ---- Removing
+
+    /// Removes the element at `index`, which must be below entries(), and
+    /// returns `index`.
+    unsigned removeAt(unsigned index);
+
+    /// Removes the first element that is `pointer`. Returns its index, or -1
+    /// when there is none.
+    int remove(const void *pointer);
+
+    /// Removes all null pointers. O(n).
+    void removeZeros();
+
+    /// Removes all null pointers, then the slots not in use. O(n).
+    void collapse();
+
+    // ---- Rearranging
+
+    /// Reverses the order of the elements.
+    void reverse();
+
+    /// Rotates the array: element i goes to (i + k) modulo entries, also for
+    /// negative `k`.
+    void cycle(int k);
+
+    /// Moves `count` slots at `from` to `to`, which may overlap. Returns 0; or
+    /// -1, and does nothing, when a block does not lie within the capacity or
+    /// `count` is 0. `from` equal to `to` always is 0.
+    ///
+    /// A block that arrives at or behind the last element becomes the end of
+    /// the array. Deliberate: so does the array's tail when it moves towards
+    /// the front.
+    int shift(unsigned from, unsigned to, unsigned count);
+
+    /// Moves the `count` elements at `from` so that they begin at `to`; those
+    /// that they pass over close the gap. Negative positions count as 0; what
+    /// reaches over the end is cut from `count`, then from `to`.
+    void move(int from, int to, int count);
+
+    /// Sorts by a comparator. O(n log n).
+    void sort(Compare compare);
+
+    // ---- Sorted sets: both arrays are sorted. The first forms append to
+    // `result`, a third array; the second forms change this array. Of two
+    // elements that compare equal, this array's is taken.
+
+    /// The elements of either array; one that both hold comes once.
+    void sortedUnion(
+        const UT_PtrArrayRaw &other, UT_PtrArrayRaw &result,
+        Compare compare) const;
+    void sortedUnion(const UT_PtrArrayRaw &other, Compare compare);
+
+    /// The elements that both arrays hold.
+    void sortedIntersection(
+        const UT_PtrArrayRaw &other, UT_PtrArrayRaw &result,
+        Compare compare) const;
+    void sortedIntersection(const UT_PtrArrayRaw &other, Compare compare);
+
+    // ---- Heap: the element that the comparator puts last is at 0.
+    //
+    // Deliberate: the parent of i is i / 2 and its children are 2i and
+    // 2i + 1, so that the root has one child, at 1.
+
+    /// Adds `pointer` and returns its index. O(log n).
+    unsigned heapPush(void *pointer, Compare compare);
+
+    /// Removes and returns the greatest element; null when there is none.
+    /// O(log n).
+    void *heapPop(Compare compare);
+
+    /// Sinks the element at `index` until no child is greater. An equal child
+    /// stays; of two equal greater children the left one rises.
+    void heapify(unsigned index, Compare compare);
+
+private:
+    void growFull();
+
+    // Programs hold arrays by value: order and size stay.
+    void **myData = nullptr; // calloc'ed, null when the capacity is 0
+    unsigned myCapacity = 0; // slots allocated
+    unsigned myEntries = 0;  // slots in use
+};
+
+static_assert(sizeof(void *) != 4 || sizeof(UT_PtrArrayRaw) == 12);
+
+/// A UT_PtrArrayRaw whose elements are of the pointer type `T`, such as
+/// `UT_String *` or `const char *`. Each member does what the untyped one of
+/// its name does.
+///
+/// The array does not own what it points at.
+template <class T>
+class UT_PtrArray
+{
+    static_assert(
+        std::is_object_v<std::remove_pointer_t<T>> && std::is_pointer_v<T>);
+
+public:
+    /// Orders two elements.
+    using Compare = int (*)(const T *a, const T *b);
+
+    /// An empty array, without storage or of exactly `capacity` slots.
+    UT_PtrArray() = default;
+    explicit UT_PtrArray(unsigned capacity) : myArray(capacity) {}
+
+    /// A copy with as many slots as `source` has entries.
+    UT_PtrArray(const UT_PtrArray &source) = default;
+    virtual ~UT_PtrArray() = default;
+
+    /// Takes over the elements of `source`.
+    UT_PtrArray &operator=(const UT_PtrArray &source) = default;
+
+    /// Number of elements in use.
+    unsigned entries() const { return myArray.entries(); }
+
+    /// Number of slots allocated.
+    unsigned capacity() const { return myArray.capacity(); }
+
+    /// The slot at `index`, which must be below capacity().
+    T operator()(unsigned index) const { return data()[index]; }
+    T &operator()(unsigned index) { return data()[index]; }
+    T operator[](unsigned index) const { return data()[index]; }
+    T &operator[](unsigned index) { return data()[index]; }
+
+    /// The slots, null when there are none. Borrowed until the capacity
+    /// changes.
+    const T *data() const
+    {
+        return static_cast<const T *>(
+            static_cast<const void *>(myArray.data()));
+    }
+    T *data() { return static_cast<T *>(static_cast<void *>(myArray.data())); }
+
+    /// Comparing and searching.
+    bool operator==(const UT_PtrArray &other) const
+    {
+        return myArray == other.myArray;
+    }
+    bool isEqual(const UT_PtrArray &other, Compare compare) const
+    {
+        return myArray.isEqual(other.myArray, raw(compare));
+    }
+    int find(T pointer, unsigned start = 0) const
+    {
+        return myArray.find(pointer, start);
+    }
+    int find(T pointer, Compare compare) const
+    {
+        return myArray.find(pointer, raw(compare));
+    }
+    int findString(const char *text) const
+    {
+        static_assert(std::is_convertible_v<T, const char *>);
+        return myArray.findString(text);
+    }
+    bool hasSortedSubset(const UT_PtrArray &other, Compare compare) const
+    {
+        return myArray.hasSortedSubset(other.myArray, raw(compare));
+    }
+    unsigned apply(int (*function)(T &element, void *data), void *data)
+    {
+        unsigned index = 0;
+        while (index < entries() && !function((*this)(index), data))
+            ++index;
+        return index;
+    }
+
+    /// Size.
+    void resize(unsigned newCapacity, unsigned short = 1)
+    {
+        myArray.resize(newCapacity);
+    }
+    void setEntries(unsigned entries) { myArray.setEntries(entries); }
+    void clear() { myArray.clear(); }
+    void swap(UT_PtrArray &other) { myArray.swap(other.myArray); }
+
+    /// Adding.
+    unsigned append(T pointer) { return myArray.append(raw(pointer)); }
+    unsigned append(T pointer, int unique)
+    {
+        return myArray.append(raw(pointer), unique);
+    }
+    unsigned insert(unsigned index) { return myArray.insert(index); }
+    unsigned insert(T pointer, unsigned index)
+    {
+        return myArray.insert(raw(pointer), index);
+    }
+    unsigned insertAt(T pointer, unsigned index)
+    {
+        return myArray.insertAt(raw(pointer), index);
+    }
+    unsigned multipleInsert(unsigned index, unsigned count)
+    {
+        return myArray.multipleInsert(index, count);
+    }
+    void concat(const UT_PtrArray &other) { myArray.concat(other.myArray); }
+    void assignSubset(const UT_PtrArray &other)
+    {
+        myArray.assignSubset(other.myArray);
+    }
+    unsigned sortedInsert(T pointer, Compare compare)
+    {
+        return myArray.sortedInsert(raw(pointer), raw(compare));
+    }
+    unsigned uniqueSortedInsert(T pointer, Compare compare)
+    {
+        return myArray.uniqueSortedInsert(raw(pointer), raw(compare));
+    }
+    unsigned uniqueSortedInsert(T pointer)
+    {
+        return myArray.uniqueSortedInsert(pointer);
+    }
+
+    /// Removing.
+    unsigned removeAt(unsigned index) { return myArray.removeAt(index); }
+    int remove(T pointer) { return myArray.remove(pointer); }
+    void removeZeros() { myArray.removeZeros(); }
+    void collapse() { myArray.collapse(); }
+
+    /// Rearranging.
+    void reverse() { myArray.reverse(); }
+    void cycle(int k) { myArray.cycle(k); }
+    int shift(unsigned from, unsigned to, unsigned count)
+    {
+        return myArray.shift(from, to, count);
+    }
+    void move(int from, int to, int count) { myArray.move(from, to, count); }
+    void sort(Compare compare) { myArray.sort(raw(compare)); }
+
+    /// Sorted sets.
+    void sortedUnion(
+        const UT_PtrArray &other, UT_PtrArray &result, Compare compare) const
+    {
+        myArray.sortedUnion(other.myArray, result.myArray, raw(compare));
+    }
+    void sortedUnion(const UT_PtrArray &other, Compare compare)
+    {
+        myArray.sortedUnion(other.myArray, raw(compare));
+    }
+    void sortedIntersection(
+        const UT_PtrArray &other, UT_PtrArray &result, Compare compare) const
+    {
+        myArray.sortedIntersection(other.myArray, result.myArray, raw(compare));
+    }
+    void sortedIntersection(const UT_PtrArray &other, Compare compare)
+    {
+        myArray.sortedIntersection(other.myArray, raw(compare));
+    }
+
+    /// Heap.
+    unsigned heapPush(T pointer, Compare compare)
+    {
+        return myArray.heapPush(raw(pointer), raw(compare));
+    }
+    T heapPop(Compare compare)
+    {
+        return static_cast<T>(myArray.heapPop(raw(compare)));
+    }
+    void heapify(unsigned index, Compare compare)
+    {
+        myArray.heapify(index, raw(compare));
+    }
+
+private:
+    static void *raw(T pointer)
+    {
+        return const_cast<void *>(static_cast<const void *>(pointer));
+    }
+
+    // All pointers to objects look alike, and so do functions of addresses of
+    // them: a thunk for each comparator would change no instruction.
+    static UT_PtrArrayRaw::Compare raw(Compare compare)
+    {
+        return reinterpret_cast<UT_PtrArrayRaw::Compare>(compare);
+    }
+
+    UT_PtrArrayRaw myArray;
+};
+
+// Programs derive from it and hold it by value: the destructor's slots and the
+// array are all there is.
+static_assert(sizeof(void *) != 4 || sizeof(UT_PtrArray<char *>) == 16);
