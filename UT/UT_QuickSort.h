@@ -1,0 +1,124 @@
+// Sorting of 32-bit keys, alone, with an index or at the head of records, and
+// selection of the element at one position.
+
+#pragma once
+
+#include "UT_API.h"
+#include "UT_IntArray.h"
+
+/// Sorts 32-bit keys ascending, in place.
+///
+/// Every input of n keys costs O(n log n), the sorted, reversed and
+/// repetitive ones less; the stack stays below a few kilobytes. Keys alone
+/// and keys with an index allocate nothing else. Fewer than 20 equal keys or
+/// records keep their order; among more it is not defined. So is where NaN
+/// keys, and what else stands between them, come to lie.
+///
+/// The static members below the three sorts work on the caller's arrays
+/// without an object: the `isort` members are plain insertion sorts, stable
+/// for every n, O(n^2) at worst and O(n) on sorted input; the `recurse`
+/// members are the whole sort. The first letter says how keys compare: as
+/// unsigned, signed or float.
+///
+/// Thread-compatible; calls on different objects and arrays share nothing.
+class UT_API UT_QuickSort
+{
+public:
+    /// How the keys of records compare.
+    enum compareType
+    {
+        UT_SORT_SIGNED = 0,
+        UT_SORT_UNSIGNED = 1,
+        UT_SORT_FLOAT = 2
+    };
+
+    UT_QuickSort() = default;
+    UT_QuickSort(const UT_QuickSort &) = default;
+    UT_QuickSort &operator=(const UT_QuickSort &) = default;
+    virtual ~UT_QuickSort();
+
+    /// Where the keys of the last sort that made an index came from: the
+    /// entry at each sorted position is the position (from 0) that the key
+    /// there had before. Empty until then. Borrowed until the next sort that
+    /// makes an index.
+    const UT_IntArray &index() const { return myIndex; }
+
+    /// Sorts `n` keys, compared as `int` when `isSigned` is set and as they
+    /// are otherwise. A nonzero `makeIndex` resizes the index to exactly `n`
+    /// entries, which frees it for `n` = 0, and lets it follow the keys; 0
+    /// leaves the index of an earlier sort alone. Returns this object.
+    UT_QuickSort &
+    sort(unsigned *data, unsigned n, int makeIndex, bool isSigned);
+
+    /// The same for floats.
+    UT_QuickSort &sort(float *data, unsigned n, int makeIndex);
+
+    /// Sorts `count` records of `recordSize` bytes, at least 4, by the key in
+    /// the first four bytes of each. Records are moved whole and need no
+    /// alignment. Allocates one record for the duration of the call. Leaves
+    /// the index alone. Returns this object.
+    UT_QuickSort &
+    sort(void *records, unsigned recordSize, unsigned count, compareType type);
+
+    /// Insertion sort of keys.
+    static void uisort(unsigned *data, unsigned n);
+    static void sisort(int *data, unsigned n);
+    static void fisort(float *data, unsigned n);
+
+    /// Insertion sort of keys that moves the `n` entries of `index` along.
+    static void uisort(unsigned *data, unsigned n, int *index);
+    static void sisort(int *data, unsigned n, int *index);
+    static void fisort(float *data, unsigned n, int *index);
+
+    /// Insertion sort of records; `scratch` has room for one of them.
+    static void
+    uisort(void *records, unsigned recordSize, unsigned count, void *scratch);
+    static void
+    sisort(void *records, unsigned recordSize, unsigned count, void *scratch);
+    static void
+    fisort(void *records, unsigned recordSize, unsigned count, void *scratch);
+
+    /// Sort of keys.
+    static void urecurse(unsigned *data, unsigned n);
+    static void srecurse(int *data, unsigned n);
+    static void frecurse(float *data, unsigned n);
+
+    /// Sort of keys that moves the `n` entries of `index` along.
+    static void urecurse(unsigned *data, unsigned n, int *index);
+    static void srecurse(int *data, unsigned n, int *index);
+    static void frecurse(float *data, unsigned n, int *index);
+
+    /// Sort of records; `scratch` has room for one of them.
+    static void
+    urecurse(void *records, unsigned recordSize, unsigned count, void *scratch);
+    static void
+    srecurse(void *records, unsigned recordSize, unsigned count, void *scratch);
+    static void
+    frecurse(void *records, unsigned recordSize, unsigned count, void *scratch);
+
+private:
+    UT_LOCAL int *makeIndexFor(unsigned n);
+
+    UT_IntArray myIndex; // from sorted to unsorted positions
+};
+
+// Programs hold sort objects by value: the virtual table, then the array.
+static_assert(sizeof(void *) != 4 || sizeof(UT_QuickSort) == 16);
+
+/// Rearranges `n` elements of `size` bytes so that the one at position `k`
+/// (from 0) is what a full sort would put there, every element before it is
+/// not greater and every one behind it not less. Does nothing unless `k` is
+/// below `n`.
+///
+/// `compare` has the sense of `strcmp` and gets pointers to elements, which
+/// are aligned as well as `base` and `size` are, or to a copy aligned for
+/// every type. O(n) expected; O(n log n) for the worst input. Allocates one
+/// element when `size` exceeds 1024; the stack stays below a few kilobytes.
+UT_API void UTquickSelect(
+    void *base, unsigned n, unsigned k, unsigned size,
+    int (*compare)(const void *, const void *));
+
+/// The same for integers, compared by value. The result of the last
+/// comparison comes back, or 0 if there was none; it means nothing.
+UT_API int
+UTquickSelect(int *data, unsigned n, unsigned k, int (*compare)(int, int));
