@@ -111,12 +111,10 @@ utSamplePivot(Items items, size_t begin, size_t end, size_t k)
     for (size_t i = 1; i < sampled; i++)
         utSwapItems(items, begin + i, begin + i * stride);
 
-    double rank = fraction * sampleSize;
-    rank += fraction < 0.5 ? margin : -margin;
-    if (rank < 0)
-        rank = 0;
-    if (rank > double(sampled - 1))
-        rank = double(sampled - 1);
+    // The sample has 35 items or more, and the margin is a fifth of it or
+    // less: the rank stays inside.
+    const double rank =
+        fraction * sampleSize + (fraction < 0.5 ? margin : -margin);
     const size_t pivot = begin + size_t(rank);
     utSelect(items, begin, begin + sampled, pivot);
     return pivot;
