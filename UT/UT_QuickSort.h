@@ -9,16 +9,16 @@
 /// Sorts 32-bit keys ascending, in place.
 ///
 /// Every input of n keys costs O(n log n), the sorted, reversed and
-/// repetitive ones less; the stack stays below a few kilobytes. Keys alone
-/// and keys with an index allocate nothing else. Fewer than 20 equal keys or
-/// records keep their order; among more it is not defined. So is where NaN
-/// keys, and what else stands between them, come to lie.
+/// repetitive ones less, and 16 kilobytes of stack at most. Sorts of fewer
+/// than 20 keys or records keep the order of equal ones; longer sorts do not
+/// promise it. NaN keys have no order: all keys are kept, but any of them may
+/// come to lie anywhere.
 ///
 /// The static members below the three sorts work on the caller's arrays
 /// without an object: the `isort` members are plain insertion sorts, stable
 /// for every n, O(n^2) at worst and O(n) on sorted input; the `recurse`
 /// members are the whole sort. The first letter says how keys compare: as
-/// unsigned, signed or float.
+/// unsigned, signed or float. Scratch, records and an index do not overlap.
 ///
 /// Thread-compatible; calls on different objects and arrays share nothing.
 class UT_API UT_QuickSort
@@ -113,7 +113,7 @@ static_assert(sizeof(void *) != 4 || sizeof(UT_QuickSort) == 16);
 /// `compare` has the sense of `strcmp` and gets pointers to elements, which
 /// are aligned as well as `base` and `size` are, or to a copy aligned for
 /// every type. O(n) expected; O(n log n) for the worst input. Allocates one
-/// element when `size` exceeds 1024; the stack stays below a few kilobytes.
+/// element when `size` exceeds 1024; 16 kilobytes of stack at most.
 UT_API void UTquickSelect(
     void *base, unsigned n, unsigned k, unsigned size,
     int (*compare)(const void *, const void *));
