@@ -1,0 +1,221 @@
+// The growable array of floats: storage, searching and a heap.
+
+#pragma once
+
+#include "UT_API.h"
+
+/// How far apart two floats may be that UTcompareFloats() takes for equal; 0.0
+/// at the start. Process-wide and unguarded.
+extern UT_API float UTcompareFloatsTolerance;
+
+/// Sets UTcompareFloatsTolerance.
+UT_API void UTsetCompareFloatsTolerance(float tolerance);
+
+/// 1 when the first value is more than the second and the tolerance, -1 when
+/// it is less than the second by more than the tolerance, else 0.
+UT_API int UTcompareFloats(const float *a, const float *b);
+
+/// A growable array of 32-bit floats.
+///
+/// Indices count from 0 and are not checked. Slots from entries() to
+/// capacity() exist too: they keep whatever they last held. Deliberate: a new
+/// one holds nothing that may be read. A growing operation takes m + step(m)
+/// slots (see UTgrownCapacity()), where m is the number that its comment
+/// names; nothing but resize() and swap() gives slots back. Allocation is not
+/// checked.
+///
+/// "Sorted" means as the comparator has it. Comparators have the sense of
+/// strcmp(). Without one, floats are compared exactly: 0.0 is -0.0, and a NaN
+/// is not itself.
+///
+/// Thread-compatible.
+class UT_API UT_FloatArray
+{
+public:
+    /// Orders two elements.
+    using Compare = int (*)(const float *a, const float *b);
+
+    /// An empty array without storage.
+    UT_FloatArray() = default;
+
+    /// An empty array of exactly `capacity` slots.
+    explicit UT_FloatArray(unsigned capacity) { resize(capacity); }
+
+    /// A copy with as many slots as `source` has entries.
+    UT_FloatArray(const UT_FloatArray &source);
+    ~UT_FloatArray();
+
+    /// Takes over the elements of `source`. Grows to exactly as many slots as
+    /// those need, and never shrinks.
+    UT_FloatArray &operator=(const UT_FloatArray &source);
+
+    /// Number of elements in use.
+    unsigned entries() const { return myEntries; }
+
+    /// Number of slots allocated.
+    unsigned capacity() const { return myCapacity; }
+
+    /// The slot at `index`, which must be below capacity().
+    float operator()(unsigned index) const { return myData[index]; }
+    float &operator()(unsigned index) { return myData[index]; }
+    float operator[](unsigned index) const { return myData[index]; }
+    float &operator[](unsigned index) { return myData[index]; }
+
+    /// The slots, null when there are none. Borrowed until the capacity
+    /// changes.
+    const float *data() const { return myData; }
+    float *data() { return myData; }
+
+    /// Same elements in the same order, or the same object.
+    bool operator==(const UT_FloatArray &other) const;
+
+    /// Same number of elements, and each pair compares equal.
+    bool isEqual(const UT_FloatArray &other, Compare compare) const;
+
+    /// Index of the first element from `start` on that is `value`, or -1.
+    int find(float value, unsigned start = 0) const;
+
+    /// Index of an element of the sorted array that compares equal, or -1.
+    /// O(log n).
+    int find(float value, Compare compare) const;
+
+    /// Calls `function` on each element in order until one call answers
+    /// non-zero. Returns the index of that element, or entries().
+    unsigned apply(int (*function)(float &element, void *data), void *data);
+
+    /// Prints each element and a blank, then a newline, on standard output.
+    void display() const;
+
+    // ---- Size
+
+    /// Sets the capacity to exactly `newCapacity`; elements beyond it are
+    /// dropped, new slots are not set, and 0 frees the storage. The second
+    /// argument has no effect.
+    void resize(unsigned newCapacity, unsigned short = 1);
+
+    /// Sets the number of elements in use. Grows to exactly that many slots
+    /// when there are fewer; slots that come into use keep what they hold.
+    void setEntries(unsigned entries)
+    {
+        if (entries > myCapacity)
+            resize(entries);
+        myEntries = entries;
+    }
+
+    /// Takes all elements out of use and keeps the storage.
+    void clear() { myEntries = 0; }
+
+    /// Exchanges the storage of two arrays. O(1).
+    void swap(UT_FloatArray &other);
+
+    // ---- Adding
+
+    /// Adds `value` at the end and returns its index. A full array grows, with
+    /// m = entries. Amortised O(1).
+    unsigned append(float value)
+    {
+        const unsigned index = myEntries;
+        if (index == myCapacity)
+            growFull();
+        myData[index] = value;
+        myEntries = index + 1;
+        return index;
+    }
+
+    /// Opens a slot at `index`, whose contents are what it held, and returns
+    /// `index`. Below entries() the rest moves up and a full array grows with
+    /// m = entries + 1; at or beyond entries() the array ends behind the slot,
+    /// and m = `index` at or beyond the capacity.
+    unsigned insert(unsigned index);
+
+    /// Inserts `value` before the element at `index`, or at or beyond the end
+    /// as insert(index) does. m = entries, and m = `index` at or beyond the
+    /// capacity. Returns `index`.
+    unsigned insertAt(float value, unsigned index);
+    unsigned insert(float value, unsigned index);
+
+    /// Opens `count` slots at `index` as insert(index) opens one, and returns
+    /// `index`. Below entries() m = entries + `count`. Beyond, m = `index` +
+    /// `count`; deliberate: there the array also grows when that is just the
+    /// capacity.
+    unsigned multipleInsert(unsigned index, unsigned count);
+
+    /// Appends all elements of `other`, which may be this array.
+    ///
+    /// Deliberate: when they would not fit, or just fit, the capacity grows
+    /// by exactly their number.
+    void concat(const UT_FloatArray &other);
+
+    /// Inserts `value` into the sorted array, before an equal element, and
+    /// returns its index. O(n).
+    unsigned sortedInsert(float value, Compare compare);
+
+    /// The same, unless an equal element is there: then returns the index of
+    /// that one.
+    unsigned uniqueSortedInsert(float value, Compare compare);
+
+    // ---- Removing
+
+    /// Removes the element at `index`, which must be below entries(), and
+    /// returns `index`.
+    unsigned removeAt(unsigned index);
+
+    /// Removes the first element that is `value`. Returns its index, or -1
+    /// when there is none.
+    int findAndRemove(float value);
+
+    // ---- Rearranging
+
+    /// Sets every element in use to `value`, by VM_Math::set() when
+    /// VM_Math::theSIMD is on.
+    void constant(float value);
+
+    /// Reverses the order of the elements.
+    void reverse();
+
+    /// Rotates the array: element i goes to (i + k) modulo entries, also for
+    /// negative `k`.
+    void cycle(int k);
+
+    /// Moves `count` slots at `from` to `to`, which may overlap. Returns 0; or
+    /// -1, and does nothing, when a block does not lie within the capacity or
+    /// `count` is 0. `from` equal to `to` always is 0.
+    ///
+    /// A block that arrives at or behind the last element becomes the end of
+    /// the array. Deliberate: so does the array's tail when it moves towards
+    /// the front.
+    int shift(unsigned from, unsigned to, unsigned count);
+
+    /// Sorts by a comparator. O(n log n).
+    void sort(Compare compare);
+
+    /// Sorts ascending; there must be no NaN. O(n log n), without calling a
+    /// comparator.
+    void sortAscending();
+
+    // ---- Heap: the element that the comparator puts last is at 0.
+    //
+    // Deliberate: the parent of i is i / 2 and its children are 2i and
+    // 2i + 1, so that the root has one child, at 1.
+
+    /// Adds `value` and returns its index. O(log n).
+    unsigned heapPush(float value, Compare compare);
+
+    /// Removes and returns the greatest element; 0.0 when there is none.
+    /// O(log n).
+    float heapPop(Compare compare);
+
+    /// Sinks the element at `index` until no child is greater. An equal child
+    /// stays; of two equal greater children the left one rises.
+    void heapify(unsigned index, Compare compare);
+
+private:
+    void growFull();
+
+    // Programs hold arrays by value: order and size stay.
+    float *myData = nullptr; // malloc'ed, null when the capacity is 0
+    unsigned myCapacity = 0; // slots allocated
+    unsigned myEntries = 0;  // slots in use
+};
+
+static_assert(sizeof(void *) != 4 || sizeof(UT_FloatArray) == 12);
