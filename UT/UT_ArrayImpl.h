@@ -22,6 +22,38 @@ using utElement =
 
 // ---- Storage
 
+// Bytes up to which a block is small.
+static constexpr unsigned theSmallBlock = 1024;
+
+// Slots in the block of a small array: a power of two, so that a step of 4
+// slots seldom costs an allocation. The address checker is to see what lies
+// beyond the capacity.
+template <class T>
+unsigned
+utBlockSlots(unsigned capacity)
+{
+#if !defined(__SANITIZE_ADDRESS__)
+    if (capacity - 1 < theSmallBlock / sizeof(T))
+        return 2u << (31 - __builtin_clz((capacity - 1) | 1));
+#endif
+    return capacity;
+}
+
+// A block of another size with what fits of the old one. The allocator keeps
+// small blocks at hand, but not for realloc().
+template <class T>
+T *
+utReallocate(T *data, unsigned capacity, unsigned slots)
+{
+    if (capacity > theSmallBlock / sizeof(T) ||
+        slots > theSmallBlock / sizeof(T))
+        return static_cast<T *>(reallocarray(data, slots, sizeof(T)));
+    T *const block = static_cast<T *>(malloc(slots * sizeof(T)));
+    std::copy(data, data + std::min(capacity, slots), block);
+    free(data);
+    return block;
+}
+
 // Sets the capacity exactly; 0 frees the block.
 template <class T>
 void
@@ -29,18 +61,18 @@ utResize(
     T *&data, unsigned &capacity, unsigned &entries, unsigned newCapacity,
     bool clearsNewSlots)
 {
-    if (newCapacity == capacity)
-        return;
+    const unsigned slots = utBlockSlots<T>(newCapacity);
     if (newCapacity == 0)
     {
         free(data);
         data = nullptr;
     }
     else if (!data && clearsNewSlots)
-        data = static_cast<T *>(calloc(newCapacity, sizeof(T)));
+        data = static_cast<T *>(calloc(slots, sizeof(T)));
     else
     {
-        data = static_cast<T *>(reallocarray(data, newCapacity, sizeof(T)));
+        if (!data || slots != utBlockSlots<T>(capacity))
+            data = utReallocate(data, capacity, slots);
         if (clearsNewSlots && newCapacity > capacity)
             std::fill(data + capacity, data + newCapacity, T());
     }
@@ -55,11 +87,9 @@ utCopyNew(
     T *&data, unsigned &capacity, unsigned &entries, const T *source,
     unsigned count)
 {
-    if (count == 0)
-        return;
-    data = static_cast<T *>(reallocarray(nullptr, count, sizeof(T)));
+    utResize(data, capacity, entries, count, /*clearsNewSlots=*/false);
     std::copy(source, source + count, data);
-    capacity = entries = count;
+    entries = count;
 }
 
 template <class Array>

@@ -97,7 +97,9 @@ UT_FloatArray::resize(unsigned newCapacity, unsigned short)
 void
 UT_FloatArray::growFull()
 {
-    resize(UTgrownCapacity(myEntries));
+    utResize(
+        myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
+        /*clearsNewSlots=*/false);
 }
 
 void

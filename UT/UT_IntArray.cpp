@@ -95,7 +95,9 @@ UT_IntArray::resize(unsigned newCapacity, unsigned short)
 void
 UT_IntArray::growFull()
 {
-    resize(UTgrownCapacity(myEntries));
+    utResize(
+        myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
+        /*clearsNewSlots=*/true);
 }
 
 void
@@ -266,6 +268,37 @@ UT_IntArray::merge(const UT_IntArray &other, int direction, bool keepDuplicates)
 
 // ---- Heap
 
+// The greater child is chosen without a jump, which would go either way.
+static void
+utSink(int32 *heap, size_t entries, size_t index)
+{
+    const int32 value = heap[index];
+    size_t i = index;
+    if (i == 0 && entries > 1 && heap[1] > value)
+    {
+        heap[0] = heap[1];
+        i = 1;
+    }
+    size_t child = 2 * i;
+    if (i > 0)
+    {
+        for (; child + 1 < entries; child = 2 * i)
+        {
+            child += heap[child + 1] > heap[child];
+            if (heap[child] <= value)
+                break;
+            heap[i] = heap[child];
+            i = child;
+        }
+        if (child + 1 == entries && heap[child] > value)
+        {
+            heap[i] = heap[child];
+            i = child;
+        }
+    }
+    heap[i] = value;
+}
+
 unsigned
 UT_IntArray::heapPush(int32 value)
 {
@@ -278,40 +311,14 @@ UT_IntArray::heapPop()
     if (myEntries == 0)
         return 0;
     const int32 root = utHeapTakeRoot(*this);
-    heapify(0);
+    if (myEntries > 1)
+        utSink(myData, myEntries, 0);
     return root;
 }
 
-// Written out for integers: the greater child is chosen without a jump.
 void
 UT_IntArray::heapify(unsigned index)
 {
-    if (index >= myEntries)
-        return;
-    const int32 value = myData[index];
-    size_t i = index;
-    if (i == 0 && myEntries > 1 && myData[1] > value)
-    {
-        myData[0] = myData[1];
-        i = 1;
-    }
-    if (i > 0)
-    {
-        size_t child = 2 * i;
-        while (child + 1 < myEntries)
-        {
-            child += myData[child + 1] > myData[child];
-            if (myData[child] <= value)
-                break;
-            myData[i] = myData[child];
-            i = child;
-            child = 2 * i;
-        }
-        if (child + 1 == myEntries && myData[child] > value)
-        {
-            myData[i] = myData[child];
-            i = child;
-        }
-    }
-    myData[i] = value;
+    if (index < myEntries)
+        utSink(myData, myEntries, index);
 }

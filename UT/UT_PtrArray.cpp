@@ -138,7 +138,9 @@ UT_PtrArrayRaw::resize(unsigned newCapacity, unsigned short)
 void
 UT_PtrArrayRaw::growFull()
 {
-    resize(UTgrownCapacity(myEntries));
+    utResize(
+        myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
+        /*clearsNewSlots=*/true);
 }
 
 void
@@ -325,13 +327,38 @@ UT_PtrArrayRaw::heapPush(void *pointer, Compare compare)
     return utHeapPush(*this, pointer, utSense(compare));
 }
 
+// Refills the root of a heap with `pointer`. The greater children rise all the
+// way down, and the pointer, which comes from the far end and seldom belongs
+// higher up, climbs from there: one comparison for each level instead of two,
+// and the same arrangement.
+static void
+utRefillRoot(
+    void **heap, size_t entries, void *pointer, UT_PtrArrayRaw::Compare compare)
+{
+    size_t i = 0;
+    for (size_t child = 1; child < entries; child = 2 * i)
+    {
+        if (i > 0 && child + 1 < entries)
+            child += compare(&heap[child + 1], &heap[child]) > 0;
+        heap[i] = heap[child];
+        i = child;
+    }
+    while (i > 0 && compare(&heap[i / 2], &pointer) <= 0)
+    {
+        heap[i] = heap[i / 2];
+        i /= 2;
+    }
+    heap[i] = pointer;
+}
+
 void *
 UT_PtrArrayRaw::heapPop(Compare compare)
 {
     if (myEntries == 0)
         return nullptr;
-    void *root = utHeapTakeRoot(*this);
-    heapify(0u, compare);
+    void *const root = myData[0];
+    --myEntries;
+    utRefillRoot(myData, myEntries, myData[myEntries], compare);
     return root;
 }
 
