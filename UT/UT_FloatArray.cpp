@@ -1,6 +1,7 @@
 #include "UT_FloatArray.h"
 
 #include "UT_ArrayImpl.h"
+#include "UT_QuickSort.h"
 #include "VM/VM_Math.h"
 
 #include <cmath>
@@ -212,7 +213,7 @@ UT_FloatArray::sort(Compare compare)
 void
 UT_FloatArray::sortAscending()
 {
-    std::sort(myData, myData + myEntries);
+    UT_QuickSort().sort(myData, myEntries, /*makeIndex=*/0);
 }
 
 // ---- Heap

@@ -1,6 +1,7 @@
 #include "UT_IntArray.h"
 
 #include "UT_ArrayImpl.h"
+#include "UT_QuickSort.h"
 
 #include <cstdio>
 
@@ -209,7 +210,9 @@ UT_IntArray::sort(Compare compare)
 void
 UT_IntArray::sortAscending()
 {
-    std::sort(myData, myData + myEntries);
+    UT_QuickSort().sort(
+        static_cast<unsigned *>(static_cast<void *>(myData)), myEntries,
+        /*makeIndex=*/0, /*isSigned=*/true);
 }
 
 // ---- Sorted sets
