@@ -234,8 +234,9 @@ public:
     /// Adds `pointer` and returns its index. O(log n).
     unsigned heapPush(void *pointer, Compare compare);
 
-    /// Removes and returns the greatest element; null when there is none.
-    /// O(log n).
+    /// Removes and returns the greatest element of an array that is a heap by
+    /// `compare`; null when it is empty. O(log n), about one comparison for
+    /// each level.
     void *heapPop(Compare compare);
 
     /// Sinks the element at `index` until no child is greater. An equal child

@@ -291,6 +291,7 @@ TEST(UT_IntArray, AgreesWithVectorOverRandomScripts)
     }
 }
 
+// Also of repeated values: merge() drops pairs across the arrays only.
 TEST(UT_IntArray, SetsAndMergesAgreeWithTheStandardAlgorithms)
 {
     const unsigned seed = 4711;
@@ -358,13 +359,6 @@ TEST(UT_IntArray, SetsAndMergesAgreeWithTheStandardAlgorithms)
             EXPECT_EQ(once, utValues(target));
         }
     }
-}
-
-TEST(UT_IntArray, MergeDropsEqualPairsOnlyAcrossTheArrays)
-{
-    UT_IntArray array = utArray({1, 1, 3});
-    array.merge(utArray({1, 2, 2}), 1, /*keepDuplicates=*/false);
-    EXPECT_EQ((Ints{1, 1, 2, 2, 3}), utValues(array));
 }
 
 TEST(UT_IntArray, UniqueSortedInsertKeepsASortedSet)

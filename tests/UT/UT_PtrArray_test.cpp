@@ -227,27 +227,74 @@ TEST(UT_PtrArray, SortedInsertsKeepTheArraySorted)
     EXPECT_EQ(model, utValues(byAddress));
 }
 
-TEST(UT_PtrArray, SortsSearchesAndHeapsByTheComparator)
+TEST(UT_PtrArray, SortsAndSearchesByTheComparator)
 {
     std::mt19937 random(77);
     std::vector<ut_Thing> things = utThings(300);
-    Things heap, sorted;
-    EXPECT_EQ(nullptr, heap.heapPop(utCompareKeys));
-    for (int round = 0; round < 700; ++round)
-    {
-        ut_Thing *thing = &things[random() % things.size()];
-        heap.heapPush(thing, utCompareKeys);
-        sorted.append(thing);
-    }
+    Things sorted;
+    for (ut_Thing &thing : things)
+        sorted.insert(&thing, unsigned(random() % (sorted.entries() + 1)));
     sorted.sort(utCompareKeys);
     ut_Thing none = {-1};
     EXPECT_EQ(-1, sorted.find(&none, utCompareKeys));
-    for (unsigned i = sorted.entries(); i-- > 0;)
+    for (unsigned i = 0; i < sorted.entries(); ++i)
     {
-        EXPECT_EQ(sorted(i)->key, heap.heapPop(utCompareKeys)->key);
+        EXPECT_EQ(int(i / 3), sorted(i)->key);
         const int found = sorted.find(sorted(i), utCompareKeys);
         EXPECT_EQ(sorted(i)->key, sorted(unsigned(found))->key);
     }
+}
+
+// Parent i / 2, children 2i and 2i + 1, in the plainest words.
+static void
+utSink(Model &heap, size_t i)
+{
+    size_t best = i;
+    for (size_t child : {2 * i, 2 * i + 1})
+        if (child < heap.size() && heap[child]->key > heap[best]->key)
+            best = child;
+    if (best == i)
+        return;
+    std::swap(heap[i], heap[best]);
+    utSink(heap, best);
+}
+
+TEST(UT_PtrArray, HeapKeepsItsArrangementAlsoOfEqualElements)
+{
+    const unsigned seed = 32;
+    std::mt19937 random(seed);
+    std::vector<ut_Thing> things = utThings(100);
+    Things heap;
+    EXPECT_EQ(nullptr, heap.heapPop(utCompareKeys));
+    Model model;
+    for (int round = 0; round < 5000; ++round)
+    {
+        if (random() % 5 < (round < 2500 ? 3u : 2u))
+        {
+            size_t i = model.size();
+            model.push_back(&things[random() % things.size()]);
+            const unsigned at = heap.heapPush(model.back(), utCompareKeys);
+            for (; i > 0 && model[i / 2]->key < model[i]->key; i /= 2)
+                std::swap(model[i], model[i / 2]);
+            EXPECT_EQ(i, at);
+        }
+        else if (!model.empty())
+        {
+            EXPECT_EQ(model[0], heap.heapPop(utCompareKeys));
+            model[0] = model.back();
+            model.pop_back();
+            utSink(model, 0);
+        }
+        ASSERT_EQ(model, utValues(heap)) << "seed " << seed << " " << round;
+    }
+    std::shuffle(model.begin(), model.end(), random);
+    heap = utArray(model);
+    for (size_t i = model.size(); i-- > 0;)
+    {
+        heap.heapify(unsigned(i), utCompareKeys);
+        utSink(model, i);
+    }
+    EXPECT_EQ(model, utValues(heap));
 }
 
 TEST(UT_PtrArray, FindStringSearchesSortedTexts)
