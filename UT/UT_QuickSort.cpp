@@ -12,24 +12,8 @@ static constexpr size_t theSmallSize = 20;
 namespace
 {
 
-// What stands for a key where the order must be total.
-template <class Key>
-static Key
-utTotalOrder(Key key)
-{
-    return key;
-}
-
-// The bits of floats order them like integers, but for the order among
-// negative ones and the two zeros, which are equal. NaN keys get a place too.
-static int32
-utTotalOrder(float key)
-{
-    key += 0.0f; // -0 becomes +0
-    int32 bits;
-    memcpy(&bits, &key, sizeof(bits));
-    return bits < 0 ? bits ^ 0x7fffffff : bits;
-}
+// Besides what all items do, these arrange(begin, size, places): each of `size`
+// items, fewer than theSmallSize, goes to its place behind `begin`.
 
 // Keys alone.
 template <class Key>
@@ -180,6 +164,25 @@ private:
 };
 
 } // namespace
+
+// What stands for a key where the order must be total.
+template <class Key>
+static Key
+utTotalOrder(Key key)
+{
+    return key;
+}
+
+// The bits of floats order them like integers, but for the order among
+// negative ones and the two zeros, which are equal. NaN keys get a place too.
+static int32
+utTotalOrder(float key)
+{
+    key += 0.0f; // -0 becomes +0
+    int32 bits;
+    memcpy(&bits, &key, sizeof(bits));
+    return bits < 0 ? bits ^ 0x7fffffff : bits;
+}
 
 // Sorts a range of fewer than theSmallSize items; stable. Instead of looking
 // for each item's place, which the processor cannot foresee, it compares all
