@@ -1,0 +1,95 @@
+// Blocks of one size, cut from pages: for objects that a program makes and
+// drops by the thousand.
+
+#pragma once
+
+#include "UT_API.h"
+#include "UT_PtrArray.h"
+
+#include "SYS/SYS_Types.h"
+
+/// Hands out blocks of one fixed size.
+///
+/// An allocator that reclaims knows which page each block came from and gives
+/// a page back to the heap when all its blocks are free, but for one such page
+/// that it keeps. That costs one word per block. Without reclaiming, the pages
+/// stay until the allocator goes.
+///
+/// Blocks are aligned for a pointer and not for more; their contents are
+/// undefined. Allocation of pages is not checked.
+///
+/// Thread-compatible: calls on one allocator must not overlap.
+class UT_API UT_FixedAllocator
+{
+public:
+    /// An allocator for blocks of at least `size` bytes, `objectsPerPage` (at
+    /// least 1) to a page. It has no page yet.
+    UT_FixedAllocator(unsigned int size, bool reclaim, int objectsPerPage);
+
+    /// Frees all pages, and with them the blocks still in use.
+    ~UT_FixedAllocator();
+
+    UT_FixedAllocator(const UT_FixedAllocator &) = delete;
+    UT_FixedAllocator &operator=(const UT_FixedAllocator &) = delete;
+
+    /// A block of objectSize() bytes, to be given back with deallocate(). A
+    /// page's blocks are first handed out in the order of their addresses, and
+    /// the block given back last goes out first. O(1); every `objectsPerPage`
+    /// calls at most, a page is made.
+    void *allocate();
+
+    /// Takes back a block of this allocator; nothing for null. O(1).
+    void deallocate(void *block);
+
+    /// Bytes in the blocks in use, and in all pages. Both count the reclaiming
+    /// word of each block, this object and its array of pages. They are
+    /// computed with 32 bits and wrap at 4 GiB.
+    void getMemoryUsage(unsigned int &used, unsigned int &total) const;
+
+    /// Bytes in a block: the size asked for, rounded up to a multiple of 8 and
+    /// never 0.
+    unsigned int objectSize() const { return myObjectSize; }
+
+    /// The size asked for at construction.
+    unsigned int requestedSize() const { return myRequestedSize; }
+
+    /// Number of blocks in a page.
+    int objectsPerPage() const { return myObjectsPerPage; }
+
+    /// Number of blocks in use.
+    int allocated() const { return myAllocated; }
+
+    /// Number of page slots: pages, and slots whose page was given back.
+    unsigned int pageSlots() const { return myPages.entries(); }
+
+    /// Number of page slots without a page. They are filled, from the last
+    /// one, before slots are added.
+    int freedSlots() const { return myFreedSlots; }
+
+    /// Slot of the page that is kept although all its blocks are free, -1 when
+    /// there is none. Only for an allocator that reclaims.
+    int emptyPage() const { return myEmptyPage; }
+
+private:
+    class ut_SmallObjectPage;
+
+    UT_LOCAL unsigned int blockSize() const;
+    UT_LOCAL ut_SmallObjectPage *allocPage();
+    UT_LOCAL void releasePage(int slot);
+    UT_LOCAL void linkPage(ut_SmallObjectPage *page);
+    UT_LOCAL void unlinkPage(ut_SmallObjectPage *page);
+
+    // Programs hold allocators by value: order and size stay.
+    UT_PtrArray<ut_SmallObjectPage *> myPages; // by slot; null when given back
+    ut_SmallObjectPage *myPartialPages; // those with free blocks; reclaiming
+    void *myFreeList;                   // of all pages; without reclaiming
+    unsigned int myObjectSize;          // bytes, without the reclaiming word
+    int myAllocated;                    // blocks in use
+    unsigned int myRequestedSize;
+    int myEmptyPage; // slot of the one free page kept, or -1
+    int32 myObjectsPerPage;
+    int myFreedSlots; // null slots in myPages
+    bool myReclaim;
+};
+
+static_assert(sizeof(void *) != 4 || sizeof(UT_FixedAllocator) == 52);

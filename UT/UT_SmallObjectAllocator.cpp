@@ -1,0 +1,105 @@
+#include "UT_SmallObjectAllocator.h"
+
+#include "UT_Lock.h"
+
+#include <new>
+
+namespace
+{
+// Holds a lock that may not be there.
+class ut_OptionalGuard
+{
+public:
+    explicit ut_OptionalGuard(UT_Lock *lock) : myLock(lock)
+    {
+        if (myLock && !myLock->tryLock())
+            myLock->lockLW();
+    }
+
+    ~ut_OptionalGuard()
+    {
+        if (myLock)
+            myLock->unlock();
+    }
+
+    ut_OptionalGuard(const ut_OptionalGuard &) = delete;
+    ut_OptionalGuard &operator=(const ut_OptionalGuard &) = delete;
+
+private:
+    UT_Lock *myLock;
+};
+} // namespace
+
+// The lock is one that asks nothing when it is made: the first pool may be
+// made by what answers such questions.
+UT_SmallObjectAllocator::UT_SmallObjectAllocator(
+    bool reclaim, int objectsPerPage, unsigned int maxObjectSize,
+    bool threadSafe)
+    : myLastAllocation(nullptr), myLastRelease(nullptr),
+      myLock(threadSafe ? new UT_Lock(UT_STATIC_LOCK) : nullptr),
+      myObjectsPerPage(objectsPerPage), myMaxObjectSize(maxObjectSize),
+      myReclaim(reclaim)
+{
+}
+
+UT_SmallObjectAllocator::~UT_SmallObjectAllocator()
+{
+    for (unsigned i = myAllocators.entries(); i-- > 0;)
+        delete myAllocators(i);
+    delete myLock;
+}
+
+// Index of the first pool for blocks of `size` bytes or more; the number of
+// pools when there is none.
+unsigned int
+UT_SmallObjectAllocator::findAtLeast(unsigned int size) const
+{
+    unsigned index = 0;
+    while (index < myAllocators.entries() &&
+           myAllocators(index)->requestedSize() < size)
+        ++index;
+    return index;
+}
+
+void *
+UT_SmallObjectAllocator::allocate(unsigned int size)
+{
+    if (size > myMaxObjectSize)
+        return ::operator new(size);
+    const ut_OptionalGuard guard(myLock);
+    if (!myLastAllocation || myLastAllocation->requestedSize() != size)
+    {
+        const unsigned index = findAtLeast(size);
+        if (index == myAllocators.entries() ||
+            myAllocators(index)->requestedSize() != size)
+        {
+            myAllocators.insertAt(
+                new UT_FixedAllocator(size, myReclaim, myObjectsPerPage),
+                index);
+            myLastRelease = myAllocators(0);
+        }
+        myLastAllocation = myAllocators(index);
+    }
+    return myLastAllocation->allocate();
+}
+
+void
+UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
+{
+    if (size > myMaxObjectSize)
+    {
+        ::operator delete(block);
+        return;
+    }
+    if (!block)
+        return;
+    const ut_OptionalGuard guard(myLock);
+    if (!myLastRelease || myLastRelease->requestedSize() != size)
+    {
+        const unsigned index = findAtLeast(size);
+        if (index == myAllocators.entries())
+            return; // no block of ours has this size
+        myLastRelease = myAllocators(index);
+    }
+    myLastRelease->deallocate(block);
+}

@@ -1,0 +1,73 @@
+// Blocks of any small size, from one pool per size.
+
+#pragma once
+
+#include "UT_API.h"
+#include "UT_FixedAllocator.h"
+#include "UT_PtrArray.h"
+
+#include "SYS/SYS_Types.h"
+
+class UT_Lock;
+
+/// Hands out small blocks from a UT_FixedAllocator for each size asked for,
+/// and larger ones from the heap.
+///
+/// Blocks from the pools are aligned for a pointer and not for more.
+///
+/// Thread-safe when constructed so; thread-compatible otherwise. The requests
+/// that go to the heap take no lock.
+class UT_API UT_SmallObjectAllocator
+{
+public:
+    /// Pools serve sizes up to `maxObjectSize` bytes; `reclaim` and
+    /// `objectsPerPage` go to each UT_FixedAllocator.
+    UT_SmallObjectAllocator(
+        bool reclaim, int objectsPerPage, unsigned int maxObjectSize,
+        bool threadSafe);
+
+    /// Frees the pools, and with them the blocks still in use; not those that
+    /// came from the heap.
+    ~UT_SmallObjectAllocator();
+
+    UT_SmallObjectAllocator(const UT_SmallObjectAllocator &) = delete;
+    UT_SmallObjectAllocator &
+    operator=(const UT_SmallObjectAllocator &) = delete;
+
+    /// A block of at least `size` bytes, to be given back with deallocate().
+    /// O(1) for the size of the last call, O(sizes) otherwise. Sizes above the
+    /// maximum come from operator new.
+    void *allocate(unsigned int size);
+
+    /// Takes back a block; nothing for null. `size` must be the one that it
+    /// was allocated with: any other one damages the pools. O(1) for the size
+    /// of the last call, O(sizes) otherwise.
+    void deallocate(void *block, unsigned int size);
+
+    /// The largest size that the pools serve, in bytes.
+    unsigned int maxObjectSize() const { return myMaxObjectSize; }
+
+    /// Number of pools: one for each size asked for so far.
+    unsigned int entries() const { return myAllocators.entries(); }
+
+    /// Pool `index` (from 0), in ascending order of sizes. Owned by this
+    /// object; not guarded by its lock.
+    const UT_FixedAllocator &operator()(unsigned int index) const
+    {
+        return *myAllocators(index);
+    }
+
+private:
+    UT_LOCAL unsigned int findAtLeast(unsigned int size) const;
+
+    // Programs hold allocators by value: order and size stay.
+    UT_PtrArray<UT_FixedAllocator *> myAllocators; // by size, ascending
+    UT_FixedAllocator *myLastAllocation;           // the one used last
+    UT_FixedAllocator *myLastRelease;              // the one used last
+    UT_Lock *myLock;                               // null unless thread-safe
+    int myObjectsPerPage;
+    unsigned int myMaxObjectSize; // bytes
+    bool myReclaim;
+};
+
+static_assert(sizeof(void *) != 4 || sizeof(UT_SmallObjectAllocator) == 40);
