@@ -1,0 +1,632 @@
+#include "UT_SymbolTable.h"
+
+#include "UT_SmallObjectAllocator.h"
+
+#include <algorithm>
+#include <cassert>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+// ---- One bucket ------------------------------------------------------------
+
+// Never destroyed: tables in static storage give their nodes back at exit.
+static UT_SmallObjectAllocator &
+utSymPool()
+{
+    static UT_SmallObjectAllocator *thePool = new UT_SmallObjectAllocator(
+        /*reclaim=*/true, /*objectsPerPage=*/1024, /*maxObjectSize=*/128,
+        /*threadSafe=*/true);
+    return *thePool;
+}
+
+// A name and what one pass over it tells.
+struct UT_SymList::UT_Sym::ut_Key
+{
+    // Bytes count as signed ones wherever plain char is not, too.
+    explicit ut_Key(const char *text) : name(text), hash(0)
+    {
+        const char *c = text;
+        for (; *c; ++c)
+            hash = hash * 37 + uint32(int8(*c));
+        length = size_t(c - text);
+    }
+
+    char *copy() const
+    {
+        return static_cast<char *>(
+            memcpy(malloc(length + 1), name, length + 1));
+    }
+
+    const char *name;
+    size_t length; // bytes, without the NUL
+    uint32 hash;
+};
+
+// The hash of its name lies in the block behind each node, where the first
+// look at a node during a look-up or a move finds it: the name itself is
+// somewhere else. Not a member, because programs know the size of a node.
+UT_SymList::UT_Sym::UT_Sym(const ut_Key &key) : name(key.copy()), next(nullptr)
+{
+    memcpy(static_cast<void *>(this + 1), &key.hash, sizeof key.hash);
+}
+
+UT_SymList::UT_Sym::~UT_Sym()
+{
+    free(const_cast<char *>(name));
+}
+
+void *
+UT_SymList::UT_Sym::operator new(size_t size)
+{
+    return utSymPool().allocate(unsigned(size + sizeof(uint32)));
+}
+
+void
+UT_SymList::UT_Sym::operator delete(void *node, size_t size)
+{
+    utSymPool().deallocate(node, unsigned(size + sizeof(uint32)));
+}
+
+uint32
+UT_SymList::UT_Sym::hash() const
+{
+    uint32 hash;
+    memcpy(&hash, static_cast<const void *>(this + 1), sizeof hash);
+    return hash;
+}
+
+UT_SymList::UT_Sym *
+UT_SymList::find(const ut_Key &key) const
+{
+    UT_Sym *sym = myFirst;
+    while (sym && (sym->hash() != key.hash || strcmp(sym->name, key.name) != 0))
+        sym = sym->next;
+    return sym;
+}
+
+UT_SymList::UT_Sym *
+UT_SymList::findOrCreate(const ut_Key &key, int &created)
+{
+    UT_Sym *sym = find(key);
+    created = !sym;
+    if (created)
+    {
+        sym = new UT_Sym(key);
+        link(sym);
+    }
+    return sym;
+}
+
+UT_SymList::UT_Sym *
+UT_SymList::findOrCreate(const char *name, int *created)
+{
+    assert(name);
+    int isNew;
+    UT_Sym *sym = findOrCreate(ut_Key(name), isNew);
+    if (created)
+        *created = isNew;
+    return sym;
+}
+
+UT_SymList::UT_Sym *
+UT_SymList::getEntry(const char *name, int *created)
+{
+    return findOrCreate(name, created);
+}
+
+const char *
+UT_SymList::getStringReference(const char *name, int *created)
+{
+    return findOrCreate(name, created)->name;
+}
+
+int
+UT_SymList::insertEntry(const char *name, const UT_Thing &value)
+{
+    int created;
+    insertEntryAndGetReference(name, value, created);
+    return created;
+}
+
+const char *
+UT_SymList::insertEntryAndGetReference(
+    const char *name, const UT_Thing &value, int &created)
+{
+    UT_Sym *sym = findOrCreate(name, &created);
+    sym->value = value;
+    return sym->name;
+}
+
+int
+UT_SymList::findEntry(const char *name, UT_Thing *value) const
+{
+    const UT_Sym *sym = name ? find(ut_Key(name)) : nullptr;
+    if (sym && value)
+        *value = sym->value;
+    return sym != nullptr;
+}
+
+int
+UT_SymList::deleteEntry(const char *name)
+{
+    return name ? deleteEntry(ut_Key(name)) : 0;
+}
+
+int
+UT_SymList::deleteEntry(const ut_Key &key)
+{
+    UT_Sym *sym = find(key);
+    if (!sym)
+        return 0;
+    // The name may be that of one of the nodes: unlink them all before any
+    // of them goes.
+    UT_Sym *end = sym->next;
+    while (end && strcmp(end->name, key.name) == 0)
+        end = end->next;
+    UT_Sym **link = &myFirst;
+    while (*link != sym)
+        link = &(*link)->next;
+    *link = end;
+    int deleted = 0;
+    for (UT_Sym *next; sym != end; sym = next)
+    {
+        next = sym->next;
+        delete sym;
+        ++deleted;
+    }
+    return deleted;
+}
+
+int
+UT_SymList::traverse(UT_SymFunction function, void *data) const
+{
+    if (!function)
+        return 1;
+    for (UT_Sym *sym = myFirst; sym;)
+    {
+        UT_Sym *next = sym->next;
+        if (!function(sym->value, sym->name, data))
+            return 0;
+        sym = next;
+    }
+    return 1;
+}
+
+int
+UT_SymList::count() const
+{
+    int nodes = 0;
+    for (const UT_Sym *sym = myFirst; sym; sym = sym->next)
+        ++nodes;
+    return nodes;
+}
+
+void
+UT_SymList::clear()
+{
+    while (UT_Sym *sym = removeFirstSym())
+        delete sym;
+}
+
+void
+UT_SymList::dump(FILE *stream, const char *format) const
+{
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    for (const UT_Sym *sym = myFirst; sym; sym = sym->next)
+        fprintf(stream, format, sym->name, unsigned(sym->value.integer));
+#pragma GCC diagnostic pop
+}
+
+UT_SymList::UT_Sym *
+UT_SymList::removeFirstSym()
+{
+    UT_Sym *sym = myFirst;
+    if (sym)
+    {
+        myFirst = sym->next;
+        sym->next = nullptr;
+    }
+    return sym;
+}
+
+void
+UT_SymList::insertSym(UT_Sym &sym)
+{
+    link(&sym);
+}
+
+void
+UT_SymList::link(UT_Sym *sym)
+{
+    UT_Sym **link = &myFirst;
+    while (*link && strcmp((*link)->name, sym->name) < 0)
+        link = &(*link)->next;
+    sym->next = *link;
+    *link = sym;
+}
+
+int64
+UT_SymList::getMemUsage(bool headOnly) const
+{
+    size_t bytes = sizeof *this;
+    if (!headOnly)
+        for (const UT_Sym *sym = myFirst; sym; sym = sym->next)
+            bytes += sizeof *sym + strlen(sym->name) + 1;
+    return int64(bytes);
+}
+
+// ---- The table -------------------------------------------------------------
+
+UT_SymbolTable::~UT_SymbolTable()
+{
+    delete[] myBuckets;
+}
+
+unsigned int
+UT_SymbolTable::hash(const char *name)
+{
+    return name ? ut_Key(name).hash : 0;
+}
+
+UT_SymList &
+UT_SymbolTable::bucketOf(const ut_Key &key) const
+{
+    return myBuckets[key.hash % unsigned(myTableSize)];
+}
+
+// Every attempt to insert comes through here, so the check for growth does too.
+UT_SymList::UT_Sym *
+UT_SymbolTable::findOrCreate(const char *name, int &created)
+{
+    assert(name);
+    adjust(UT_ADJUST_GROW);
+    const ut_Key key(name);
+    UT_SymList::UT_Sym *sym = bucketOf(key).findOrCreate(key, created);
+    myEntries += created;
+    return sym;
+}
+
+int
+UT_SymbolTable::addSymbol(const char *name, UT_Thing value)
+{
+    int created;
+    findOrCreate(name, created)->value = value;
+    return created;
+}
+
+const char *
+UT_SymbolTable::addSymbolAndGetReference(const char *name, UT_Thing value)
+{
+    int created;
+    UT_SymList::UT_Sym *sym = findOrCreate(name, created);
+    sym->value = value;
+    return sym->name;
+}
+
+const char *
+UT_SymbolTable::getStringReference(const char *name)
+{
+    int created;
+    return findOrCreate(name, created)->name;
+}
+
+UT_Thing &
+UT_SymbolTable::operator[](const char *name)
+{
+    int created;
+    return findOrCreate(name, created)->value;
+}
+
+int
+UT_SymbolTable::findSymbol(const char *name, UT_Thing *value) const
+{
+    if (!myBuckets || !name)
+        return 0;
+    const ut_Key key(name);
+    const UT_SymList::UT_Sym *sym = bucketOf(key).find(key);
+    if (sym && value)
+        *value = sym->value;
+    return sym != nullptr;
+}
+
+int
+UT_SymbolTable::deleteSymbol(const char *name)
+{
+    if (!myBuckets || !name)
+        return 0;
+    const ut_Key key(name);
+    const int deleted = bucketOf(key).deleteEntry(key);
+    if (deleted)
+    {
+        myEntries -= deleted;
+        adjust(UT_ADJUST_SHRINK);
+    }
+    return deleted;
+}
+
+void
+UT_SymbolTable::clear()
+{
+    delete[] myBuckets;
+    myBuckets = nullptr;
+    myTableSize = 0;
+    myEntries = 0;
+}
+
+int
+UT_SymbolTable::traverse(UT_SymFunction function, void *data)
+{
+    // An inner traversal must not end the protection of the outer one.
+    const bool isOuter = !myTraversing;
+    myTraversing = true;
+    const int completed = traverseConst(function, data);
+    if (isOuter)
+    {
+        myTraversing = false;
+        adjust(UT_ADJUST_SHRINK);
+    }
+    return completed;
+}
+
+int
+UT_SymbolTable::traverseConst(UT_SymFunction function, void *data) const
+{
+    for (int32 i = 0; i < myTableSize; ++i)
+        if (!myBuckets[i].traverse(function, data))
+            return 0;
+    return 1;
+}
+
+static int
+ut_mergeTable(UT_Thing &value, const char *name, void *data)
+{
+    static_cast<UT_SymbolTable *>(data)->addSymbol(name, value);
+    return 1;
+}
+
+void
+UT_SymbolTable::mergeTable(const UT_SymbolTable &other)
+{
+    // Adding to the table that is being walked could rehash it on the way.
+    if (&other != this)
+        other.traverseConst(ut_mergeTable, this);
+}
+
+static bool
+utIsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+namespace
+{
+struct ut_NumberedBase
+{
+    const char *base;
+    size_t length;
+    int count; // more than all numbers so far
+};
+} // namespace
+
+static int
+utCountNumbered(UT_Thing &, const char *name, void *data)
+{
+    auto *numbered = static_cast<ut_NumberedBase *>(data);
+    if (strncmp(name, numbered->base, numbered->length) != 0 ||
+        !utIsDigit(name[numbered->length]))
+        return 1;
+    // Deliberate: text behind the number does not matter.
+    const long number = strtol(name + numbered->length, nullptr, 10);
+    if (number >= numbered->count && number < INT_MAX)
+        numbered->count = int(number) + 1;
+    return 1;
+}
+
+char *
+UT_SymbolTable::newName(const char *name) const
+{
+    if (!name)
+        return nullptr;
+    ut_NumberedBase numbered = {name, strlen(name), 1};
+    while (numbered.length > 0 && utIsDigit(name[numbered.length - 1]))
+        --numbered.length;
+    traverseConst(utCountNumbered, &numbered);
+
+    const size_t size = numbered.length + sizeof "2147483647";
+    char *result = static_cast<char *>(malloc(size));
+    memcpy(result, name, numbered.length);
+    snprintf(
+        result + numbered.length, size - numbered.length, "%d", numbered.count);
+    return result;
+}
+
+void
+UT_SymbolTable::setMaxLoadFactor(float factor)
+{
+    myMaxLoadFactor = factor;
+    if (!(factor > 0 && factor > myMinLoadFactor))
+        myMaxLoadFactor = std::max(0.75f, 2 * myMinLoadFactor);
+}
+
+void
+UT_SymbolTable::setMinLoadFactor(float factor)
+{
+    myMinLoadFactor = factor;
+    if (!(factor >= 0 && factor < myMaxLoadFactor))
+        myMinLoadFactor = myMaxLoadFactor / 2;
+}
+
+int64
+UT_SymbolTable::getMemUsage(bool tableOnly) const
+{
+    int64 bytes = sizeof *this;
+    if (!tableOnly)
+        for (int32 i = 0; i < myTableSize; ++i)
+            bytes += myBuckets[i].getMemUsage(/*headOnly=*/false);
+    return bytes;
+}
+
+void
+UT_SymbolTable::outputStats(FILE *stream) const
+{
+    int total = 0;
+    int used = 0;
+    int shortest = INT_MAX;
+    int longest = 0;
+    for (int32 i = 0; i < myTableSize; ++i)
+    {
+        const int count = myBuckets[i].count();
+        if (count == 0)
+            continue;
+        total += count;
+        ++used;
+        shortest = std::min(shortest, count);
+        longest = std::max(longest, count);
+    }
+    fprintf(stream, "Table size: %d\n", myTableSize);
+    fprintf(stream, "   Entries: %d\n", total);
+    if (myTableSize != 0)
+        fprintf(stream, "  Coverage: %g\n", double(used) / myTableSize);
+    fprintf(stream, "Collisions: %d\n", total - used);
+    if (used == 0)
+        return;
+    fprintf(
+        stream, "   Lengths: [%d-%d] avg: %g\n", shortest, longest,
+        double(total) / used);
+    fprintf(stream, " Deviation: %g\n", double(longest - shortest) / shortest);
+}
+
+void
+UT_SymbolTable::dumpTable(FILE *stream) const
+{
+    for (int32 i = 0; i < myTableSize; ++i)
+    {
+        if (myBuckets[i].empty())
+            continue;
+        fprintf(stream, "[%3d]: ", i);
+        myBuckets[i].dump(stream, " \"%s\" = 0x%08X\n");
+    }
+}
+
+void
+UT_SymbolTable::adjustTableSize(UT_AdjustType type)
+{
+    adjust(type);
+}
+
+void
+UT_SymbolTable::adjust(UT_AdjustType type)
+{
+    if (myTraversing)
+        return;
+    const float size = float(myTableSize);
+    const float used = float(myEntries);
+    int newSize = myTableSize;
+    if (type == UT_ADJUST_GROW)
+    {
+        // Asked this way a table without buckets grows at any load factor.
+        if (!(used < size * myMaxLoadFactor))
+            newSize = UTbumpAllocToPrime(myTableSize);
+    }
+    else if (size * myMinLoadFactor > used)
+        newSize = UTdecreaseAllocToPrime(myTableSize);
+    if (newSize != myTableSize)
+        rehash(newSize);
+}
+
+// Nodes are all over memory, and which buckets have any cannot be predicted:
+// one node after the other, a move would wait most of the time. So the first
+// nodes of a run of buckets move together, in steps of which each asks for the
+// memory that the next one needs.
+void
+UT_SymbolTable::rehash(int tableSize)
+{
+    const int32 runLength = 128;
+    UT_SymList::UT_Sym *syms[runLength];
+    UT_SymList *targets[runLength];
+    UT_SymList *buckets = new UT_SymList[unsigned(tableSize)];
+    const auto target = [&](const UT_SymList::UT_Sym *sym)
+    { return &buckets[sym->hash() % unsigned(tableSize)]; };
+    for (int32 start = 0; start < myTableSize; start += runLength)
+    {
+        const int32 end = std::min(start + runLength, myTableSize);
+        int count = 0;
+        for (int32 i = start; i < end; ++i)
+        {
+            UT_SymList::UT_Sym *sym = myBuckets[i].myFirst;
+            myBuckets[i].myFirst = nullptr;
+            syms[count] = sym;
+            count += sym != nullptr;
+        }
+        for (int i = 0; i < count; ++i)
+            __builtin_prefetch(syms[i]);
+        for (int i = 0; i < count; ++i)
+        {
+            targets[i] = target(syms[i]);
+            __builtin_prefetch(targets[i]);
+            // Few nodes follow another one: they move at once.
+            UT_SymList::UT_Sym *sym = syms[i]->next;
+            while (sym)
+            {
+                UT_SymList::UT_Sym *next = sym->next;
+                target(sym)->link(sym);
+                sym = next;
+            }
+        }
+        for (int i = 0; i < count; ++i)
+            targets[i]->link(syms[i]);
+    }
+    delete[] myBuckets;
+    myBuckets = buckets;
+    myTableSize = tableSize;
+}
+
+UT_SnapshotTable::UT_SnapshotTable() = default;
+
+UT_SnapshotTable::~UT_SnapshotTable() = default;
+
+// ---- Sizes -----------------------------------------------------------------
+
+// Primes, each some 1.2 times the one before.
+static const int utTableSizes[] = {
+    5,         11,        17,         23,        29,        37,
+    47,        59,        71,         89,        107,       131,
+    163,       197,       239,        293,       353,       431,
+    521,       631,       761,        919,       1103,      1327,
+    1597,      1931,      2333,       2801,      3371,      4049,
+    4861,      5839,      7013,       8419,      10103,     12143,
+    14591,     17519,     21023,      25229,     30293,     36353,
+    43627,     52361,     62851,      75431,     90523,     108631,
+    130363,    156437,    187751,     225307,    270371,    324449,
+    389357,    467237,    560689,     672827,    807403,    968897,
+    1162687,   1395263,   1674319,    2009191,   2411033,   2893249,
+    3471899,   4166287,   4999559,    5999471,   7199369,   8639249,
+    10367101,  12440537,  14928671,   17914409,  21497293,  25796759,
+    30956117,  37147349,  44576837,   53492207,  64190669,  77028803,
+    92434613,  110921543, 133105859,  159727031, 191672443, 230006941,
+    276008387, 331210079, 397452101,  476942527, 572331049, 686797261,
+    824156741, 988988087, 1186785703, -1};
+
+int
+UTbumpAllocToPrime(int size)
+{
+    for (const int *next = utTableSizes; *next > 0; ++next)
+        if (*next > size)
+            return *next;
+    return size;
+}
+
+int
+UTdecreaseAllocToPrime(int size)
+{
+    int below = utTableSizes[0];
+    for (const int *next = utTableSizes; *next > 0; ++next)
+    {
+        if (*next >= size)
+            return below;
+        below = *next;
+    }
+    return size;
+}
