@@ -30,11 +30,13 @@ public:
     /// added to what is then below 10000.
     virtual nsresult SetSocketPortNum(PRInt32 port) = 0;
 
-    /// Runs a vscript command and hands out what the application replies, ""
-    /// for nothing. When the application cannot be reached the reply is
-    /// "ERROR: Could not connect to Valdrin to run command"; the result is
-    /// NS_OK then too. NS_ERROR_NULL_POINTER, and nothing sent, for a null
-    /// `result`. `command` must not be null.
+    /// Runs a vscript command, null counting as "", and hands out what the
+    /// application replies, "" for nothing. When the application cannot be
+    /// reached the reply is "ERROR: Could not connect to Valdrin to run
+    /// command"; the result is NS_OK then too. NS_ERROR_NULL_POINTER, and
+    /// nothing sent, for a null `result`. NS_ERROR_OUT_OF_MEMORY, and null
+    /// handed out, when there is no room for the exchange; a command of more
+    /// than 400 MB is refused so.
     virtual nsresult Run(const char *command, char **result) = 0;
 
     /// Runs Python statements; the reply is dropped.

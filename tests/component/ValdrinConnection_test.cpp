@@ -96,7 +96,7 @@ TEST_F(ValdrinConnection, RequestsAreEnvelopesThatEndInANul)
         server.request(1));
 
     char *reply = nullptr;
-    EXPECT_EQ(UT_OK, slots().runPythonExpression(myObject, "", &reply));
+    EXPECT_EQ(UT_OK, slots().runPythonExpression(myObject, nullptr, &reply));
     EXPECT_EQ("4", take(reply));
     EXPECT_EQ(
         theDeclaration +
