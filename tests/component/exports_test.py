@@ -18,7 +18,7 @@ FALLBACKS = re.compile(
 # The toolkit's names, demangled.
 TOOLKIT = re.compile(
     r"(?:(?:vtable|VTT|typeinfo|typeinfo name) for )?"
-    r"(?:UT_?[A-Za-z]\w*|ut[A-Z]\w*|SYS_?[A-Za-z]\w*|fpreal16"
+    r"(?:UT_?[A-Za-z]\w*|ut[A-Z]\w*|SYS_?[A-Za-z]\w*|VM_\w+|fpreal16"
     r"|the[A-Z]\w*"
     r"|Valdrin(?:Setenv|Putenv|Getenv|Unsetenv|Getenvlist|MakeDirectory)"
     r"|sysmp|sproc|usconfig|msgctl|cftime|fp_class_f|gettimeofday"
