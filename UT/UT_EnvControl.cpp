@@ -1,8 +1,8 @@
 #include "UT_EnvControl.h"
 
 #include <algorithm>
-#include <iterator>
 #include <cstdlib>
+#include <iterator>
 
 static const struct
 {

@@ -206,8 +206,8 @@ UT_FixedAllocator::deallocate(void *block)
 void
 UT_FixedAllocator::getMemoryUsage(unsigned int &used, unsigned int &total) const
 {
-    const unsigned overhead = unsigned(
-        myPages.capacity() * sizeof(ut_SmallObjectPage *) + sizeof(*this));
+    const unsigned overhead =
+        unsigned(myPages.capacity() * sizeof(void *) + sizeof(*this));
     const unsigned pages = myPages.entries() - unsigned(myFreedSlots);
     used = unsigned(myAllocated) * blockSize() + overhead;
     total = pages * unsigned(myObjectsPerPage) * blockSize() + overhead;
