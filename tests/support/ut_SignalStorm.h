@@ -6,42 +6,27 @@
 #include <atomic>
 #include <csignal>
 
-#include <sys/time.h>
+#include <unistd.h>
 
-// One at a time; it blows from start() until the object goes.
+// One at a time; it blows as long as the object lives.
 class ut_SignalStorm
 {
 public:
     ut_SignalStorm()
     {
-        theSignals = 0;
         struct sigaction action = {};
         action.sa_handler = [](int) { ++theSignals; };
-        ::sigaction(SIGALRM, &action, &myActionBefore);
+        ::sigaction(SIGALRM, &action, nullptr);
+        ::ualarm(1000, 1000); // microseconds
     }
     ut_SignalStorm(const ut_SignalStorm &) = delete;
     ut_SignalStorm &operator=(const ut_SignalStorm &) = delete;
-    ~ut_SignalStorm()
-    {
-        setPeriod(0);
-        ::signal(SIGALRM, SIG_IGN); // drops one that is on its way
-        ::sigaction(SIGALRM, &myActionBefore, nullptr);
-    }
+    // The handler stays, for a signal that is on its way.
+    ~ut_SignalStorm() { ::ualarm(0, 0); }
 
-    void start() { setPeriod(1000); }
     // Handlers run; the thread checker merges several into one.
     int signals() const { return theSignals; }
 
 private:
-    static void setPeriod(int us)
-    {
-        const itimerval period = {
-            {0, us},
-            {0, us}
-        };
-        ::setitimer(ITIMER_REAL, &period, nullptr);
-    }
-
     static inline std::atomic<int> theSignals{0};
-    struct sigaction myActionBefore;
 };
