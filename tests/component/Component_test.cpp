@@ -1,0 +1,298 @@
+// The component as its users see it: the interface that script calls, then the
+// module as the component manager uses it.
+
+#include "ut_ComponentSlots.h"
+#include "ut_LoopbackServer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <utility>
+
+using namespace std::string_literals;
+using Server = ut_LoopbackServer;
+
+static const std::string theFailureText =
+    "ERROR: Could not connect to Valdrin to run command";
+
+// The platform's allocator.
+static bool theMemoryIsGone;
+
+extern "C" __attribute__((visibility("default"))) void *
+NS_Alloc(size_t size)
+{
+    return theMemoryIsGone ? nullptr : malloc(size);
+}
+
+extern "C" uint32_t NSGetModule(void *manager, void *location, void **result);
+
+namespace
+{
+// A component manager that is its own registrar and keeps what it was told
+// last.
+struct ut_StandInManager final
+{
+    virtual uint32_t query(const char *iid, void **result)
+    {
+        EXPECT_TRUE(utIsID(iid, theRegistrarID));
+        *result = this;
+        addRef();
+        return UT_OK;
+    }
+    virtual uint32_t addRef() { return ++references; }
+    virtual uint32_t release() { return --references; }
+    virtual void unused3() {}
+    virtual void unused4() {}
+    virtual void unused5() {}
+    virtual void unused6() {}
+    virtual uint32_t registerLocation(
+        const char *cid, const char *name, const char *contract,
+        const char *location, const char *loader, const char *type)
+    {
+        told = std::string(cid, 16);
+        for (const char *word : {name, contract, location, loader, type})
+            told += std::string(" ") + word;
+        return answer;
+    }
+    virtual uint32_t unregisterLocation(const char *cid, const char *location)
+    {
+        told = std::string(cid, 16) + " " + location;
+        return answer;
+    }
+
+    uint32_t references = 0; // taken and not given back
+    uint32_t answer = UT_OK;
+    std::string told;
+};
+
+// The module, its factory and two instances, of which one is asked and the
+// other one changes what both share.
+class Component : public ::testing::Test
+{
+protected:
+    Component()
+    {
+        EXPECT_EQ(UT_OK, NSGetModule(nullptr, nullptr, &module));
+        EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &factory));
+        EXPECT_EQ(UT_OK, create(nullptr, theConnectionID, &object));
+        EXPECT_EQ(UT_OK, create(nullptr, theSupportsID, &other));
+    }
+    ~Component() override
+    {
+        for (void *each : {other, object, factory, module})
+            EXPECT_EQ(0U, utCall(each, UT_RELEASE));
+        EXPECT_EQ(0U, manager.references);
+    }
+
+    uint32_t classObject(const char *cid, const char *iid, void **result)
+    {
+        return utCall(module, 3, &manager, cid, iid, result);
+    }
+    uint32_t create(void *outer, const char *iid, void **result)
+    {
+        return utCall(factory, 3, outer, iid, result);
+    }
+
+    // A face, without a reference, or null.
+    static void *query(void *asked, const char *iid)
+    {
+        void *face = &face;
+        const uint32_t code = utCall(asked, UT_QUERY, iid, &face);
+        EXPECT_EQ(face ? UT_OK : UT_NO_INTERFACE, code);
+        if (face)
+            utCall(face, UT_RELEASE);
+        return face;
+    }
+
+    // The text that a method hands out.
+    template <class... Arguments>
+    static std::string get(void *from, size_t slot, Arguments... arguments)
+    {
+        char *text = nullptr;
+        EXPECT_EQ(UT_OK, utCall(from, slot, arguments..., &text));
+        const std::string copy(text ? text : "(null)");
+        free(text);
+        return copy;
+    }
+
+    ut_StandInManager manager;
+    void *module = nullptr;
+    void *factory = nullptr;
+    void *object = nullptr;
+    void *other = nullptr;
+};
+} // namespace
+
+TEST_F(Component, RequestsAreEnvelopesThatEndInANul)
+{
+    std::mt19937 random(1);
+    std::string large;
+    for (int i = 0; i < 1 << 16; ++i)
+        large += i % 8 ? "]]>"[random() % 3] : char(1 + random() % 255);
+    std::string split = large;
+    for (size_t at = 0; (at = split.find("]]>", at)) != split.npos; at += 15)
+        split.replace(at, 3, "]]]]><![CDATA[>");
+    const std::pair<const char *, std::string> cases[] = {
+        {nullptr,             ""                                },
+        {"a]]>]]> ]]]>> x]]",
+         "a]]]]><![CDATA[>]]]]><![CDATA[> ]]]]]><![CDATA[>> x]]"},
+        {large.c_str(),       split                             },
+    };
+    Server server({Server::echo()});
+    // Ports are taken modulo 65535.
+    utCall(other, UT_SET_PORT, server.port() + 65535);
+    // Nothing is sent for a null result.
+    for (size_t slot : {UT_RUN, UT_RUN_EXPRESSION})
+        EXPECT_EQ(UT_NULL_POINTER, utCall(object, slot, "x", nullptr));
+    const std::string head = "<?xml version=\"1.0\"?>\n<";
+    size_t connection = 0;
+    for (const auto &[command, section] : cases)
+    {
+        const std::string envelope =
+            head + "vscript><![CDATA[" + section + "]]></vscript>\n";
+        EXPECT_TRUE(envelope == get(object, UT_RUN, command)) << section.size();
+        EXPECT_TRUE(envelope + '\0' == server.request(connection++));
+    }
+    EXPECT_EQ(
+        head + "python_expression><![CDATA[y]]></python_expression>\n",
+        get(object, UT_RUN_EXPRESSION, "y"));
+    EXPECT_EQ(UT_OK, utCall(object, UT_RUN_STATEMENTS, "z"));
+    EXPECT_EQ(
+        head + "python_statements><![CDATA[z]]></python_statements>\n\0"s,
+        server.request(++connection));
+}
+
+TEST_F(Component, TheReplyIsTheTextUpToItsFirstNul)
+{
+    const std::pair<Server::Script, std::string> cases[] = {
+        {{Server::close()},                        ""            },
+        {{Server::send("\0hidden\0"s)},            ""            },
+        {{Server::send("seen\n\0hidden\0"s)},      "seen\n"      },
+        {{Server::send("ended"), Server::close()}, "ended"       },
+        {{Server::reset()},                        theFailureText},
+    };
+    for (const auto &[script, reply] : cases)
+    {
+        Server server(script);
+        utCall(other, UT_SET_PORT, server.port() - 65535);
+        EXPECT_EQ(reply, get(object, UT_RUN, "x"));
+    }
+    ut_LoopbackPort nobody;
+    utCall(other, UT_SET_PORT, nobody.port());
+    EXPECT_EQ(theFailureText, get(object, UT_RUN_EXPRESSION, "x"));
+    EXPECT_EQ(UT_OK, utCall(object, UT_RUN_STATEMENTS, "x"));
+}
+
+TEST_F(Component, TheStashIsOnePrivateCopy)
+{
+    EXPECT_EQ("", get(object, UT_GET_STASHED));
+    char text[] = "first\xff";
+    EXPECT_EQ(UT_OK, utCall(other, UT_STASH, &text[0]));
+    text[0] = 'F';
+    char *mine = nullptr;
+    EXPECT_EQ(UT_OK, utCall(object, UT_GET_STASHED, &mine));
+    mine[0] = 'F';
+    free(mine);
+    EXPECT_EQ("first\xff", get(object, UT_GET_STASHED));
+    // Deliberate: a copy that fails is null, and no failure.
+    theMemoryIsGone = true;
+    EXPECT_EQ("(null)", get(object, UT_GET_STASHED));
+    theMemoryIsGone = false;
+    EXPECT_EQ(UT_OK, utCall(other, UT_STASH, nullptr));
+    EXPECT_EQ("", get(object, UT_GET_STASHED));
+}
+
+TEST_F(Component, ObjectsAnswerForTheirInterfacesOnly)
+{
+    void *const info = query(factory, theClassInfoID);
+    const struct
+    {
+        void *asked;
+        const char *iid;
+        void *face;
+    } cases[] = {
+        {module,  theSupportsID,   module },
+        {module,  theModuleID,     module },
+        {module,  theFactoryID,    nullptr},
+        {factory, theModuleID,     nullptr},
+        {info,    theSupportsID,   factory},
+        {info,    theFactoryID,    factory},
+        {object,  theSupportsID,   object },
+        {object,  theConnectionID, object },
+        {object,  theClassInfoID,  info   },
+        {object,  theFactoryID,    nullptr},
+    };
+    for (const auto &row : cases)
+        EXPECT_EQ(row.face, query(row.asked, row.iid));
+}
+
+TEST_F(Component, RefusalsLeaveANullResult)
+{
+    void *faces[] = {object, object, object, object};
+    EXPECT_EQ(UT_NO_AGGREGATION, create(module, theConnectionID, &faces[0]));
+    EXPECT_EQ(UT_NO_INTERFACE, create(nullptr, theModuleID, &faces[1]));
+    EXPECT_EQ(
+        UT_NOT_REGISTERED, classObject(theModuleID, theFactoryID, &faces[2]));
+    EXPECT_EQ(UT_NO_INTERFACE, classObject(theClassID, theModuleID, &faces[3]));
+    for (void *face : faces)
+        EXPECT_EQ(nullptr, face);
+    int32_t answer = 77;
+    EXPECT_EQ(UT_FAILURE, utCall(module, /*CanUnload*/ 6, &manager, &answer));
+    EXPECT_EQ(0, answer);
+}
+
+TEST_F(Component, ClassInfoTellsTheRecord)
+{
+    void *const info = query(factory, theClassInfoID);
+    uint32_t number = 77;
+    void **array = nullptr;
+    EXPECT_EQ(UT_OK, utCall(info, /*GetInterfaces*/ 3, &number, &array));
+    EXPECT_EQ(1U, number);
+    EXPECT_TRUE(utIsID(array[0], theConnectionID));
+    free(array[0]);
+    free(array);
+    void *helper = info;
+    EXPECT_EQ(UT_OK, utCall(info, /*GetHelperForLanguage*/ 4, 2, &helper));
+    EXPECT_EQ(nullptr, helper);
+    EXPECT_EQ(
+        "@norvex.com/valdrinconnection;1", get(info, /*GetContractID*/ 5));
+    EXPECT_EQ(
+        "Valdrin Connection Component", get(info, /*GetClassDescription*/ 6));
+    void *cid = nullptr;
+    EXPECT_EQ(UT_OK, utCall(info, /*GetClassID*/ 7, &cid));
+    EXPECT_TRUE(utIsID(cid, theClassID));
+    free(cid);
+    EXPECT_EQ(UT_OK, utCall(info, /*GetImplementationLanguage*/ 8, &number));
+    EXPECT_EQ(1U, number);
+    EXPECT_EQ(UT_OK, utCall(info, /*GetFlags*/ 9, &number));
+    EXPECT_EQ(0U, number);
+    char inPlace[16] = {};
+    EXPECT_EQ(UT_OK, utCall(info, /*GetClassIDNoAlloc*/ 10, &inPlace[0]));
+    EXPECT_TRUE(utIsID(inPlace, theClassID));
+}
+
+TEST_F(Component, AnyFactorysDeathTakesTheClassInfo)
+{
+    void *younger = nullptr;
+    EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &younger));
+    EXPECT_EQ(0U, utCall(std::exchange(factory, younger), UT_RELEASE));
+    EXPECT_EQ(nullptr, query(object, theClassInfoID));
+}
+
+TEST_F(Component, TheRegistrarHasTheLastWordOnRegistration)
+{
+    // Slot 4 is RegisterSelf(), 5 is UnregisterSelf().
+    const std::string cid = theClassID;
+    EXPECT_EQ(UT_OK, utCall(module, 4, &manager, "here.so", "loader", "type"));
+    EXPECT_EQ(
+        cid + " Valdrin Connection Component @norvex.com/valdrinconnection;1 "
+              "here.so loader type",
+        manager.told);
+    manager.answer = UT_FAILURE;
+    EXPECT_EQ(UT_FAILURE, utCall(module, 4, &manager, "", "", ""));
+    // It has none on the way back.
+    EXPECT_EQ(UT_OK, utCall(module, 5, &manager, "here.so", "loader"));
+    EXPECT_EQ(cid + " here.so", manager.told);
+}
