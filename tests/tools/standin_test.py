@@ -31,7 +31,7 @@ class Test(unittest.TestCase):
                 "from dataclasses import dataclass\n"
                 "@dataclass\n"
                 "class P:\n"
-                "    x: int\n"
+                "    x: 'int'\n"
                 "def f(p):\n"
                 "    return P(2 / p.x)\n"
                 "print('to the log \u20ac')",
@@ -115,8 +115,8 @@ class Test(unittest.TestCase):
     def test_interrupt_stops_it_cleanly(self):
         with Standin() as app:
             # Threads that requests leave behind do not keep it.
-            app.ask(STATEMENTS, "import threading as t")
-            app.ask(STATEMENTS, "t.Thread(target=t.Event().wait).start()")
+            app.ask(STATEMENTS, "import threading as t\nwait = t.Event().wait")
+            app.ask(STATEMENTS, "t.Thread(target=wait, daemon=False).start()")
             self.assertEqual(app.stop(signal.SIGINT), 0)
         self.assertTrue(app.log.endswith(" stopped\n"), app.log)
 

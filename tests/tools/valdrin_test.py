@@ -69,7 +69,6 @@ class Test(unittest.TestCase):
             ([], b"command is missing"),
             (["walk", "x"], b'unknown command "walk"'),
             (["run", "x", "y"], b"more than one TEXT"),
-            (["run", "-x"], b"'x'"),
             (["run", "x", "--port"], b"port"),
             *((["run", "x", "--port", port], b"not a port")
               for port in ("", "1x", " 1", "2147483648")),
