@@ -1,0 +1,43 @@
+# Runs PROGRAM, which must print EXPECTED and succeed, and looks in SOURCE for
+# each paragraph of the code that PAGE shows, spaces aside.
+
+cmake_minimum_required(VERSION 3.16)
+
+execute_process(COMMAND ${PROGRAM} OUTPUT_VARIABLE printed
+                RESULT_VARIABLE result)
+if(NOT result STREQUAL "0" OR NOT printed STREQUAL EXPECTED)
+    message(FATAL_ERROR "Result ${result}, printed:\n${printed}")
+endif()
+
+file(READ ${PAGE} page)
+string(FIND "${page}" "prints\n\n```\n" claims)
+string(FIND "${page}" "prints\n\n```\n${EXPECTED}```" claim)
+if(NOT claims EQUAL claim)
+    message(FATAL_ERROR "${PAGE} tells of other lines")
+endif()
+
+file(READ ${SOURCE} source)
+string(REGEX REPLACE "[ \n]+" "" source "${source}")
+string(REPLACE "\n\n" "@@" page "${page}")
+string(REGEX REPLACE "[ \n]+" "" page "${page}")
+string(FIND "${page}" "```cpp" start)
+if(start EQUAL -1)
+    message(FATAL_ERROR "${PAGE} shows no code")
+endif()
+while(NOT start EQUAL -1)
+    math(EXPR start "${start} + 6")
+    string(SUBSTRING "${page}" ${start} -1 page)
+    string(FIND "${page}" "```" length)
+    string(SUBSTRING "${page}" 0 ${length} code)
+    string(REPLACE "@@" "\n" code "${code}\n")
+    while(code MATCHES "^([^\n]*)\n(.*)$")
+        set(code "${CMAKE_MATCH_2}")
+        string(FIND "${source}" "${CMAKE_MATCH_1}" place)
+        if(place EQUAL -1)
+            message(FATAL_ERROR "Not in ${SOURCE}: ${CMAKE_MATCH_1}")
+        endif()
+    endwhile()
+    math(EXPR length "${length} + 3")
+    string(SUBSTRING "${page}" ${length} -1 page)
+    string(FIND "${page}" "```cpp" start)
+endwhile()
