@@ -4,142 +4,93 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <list>
 #include <random>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-namespace
-{
-// What a reclaiming allocator does, page by page.
-struct ut_PageModel
-{
-    struct Page
-    {
-        char *base;            // null until a block tells, and when gone
-        std::vector<int> free; // the last one goes out first
-    };
-
-    Page &at(int slot) { return slots[size_t(slot)]; }
-
-    // The slot of the next block's page, and its place there.
-    std::pair<int, int> take()
-    {
-        if (partial.empty())
-        {
-            int slot = int(slots.size()) - 1;
-            while (slot >= 0 && at(slot).base)
-                --slot;
-            if (slot < 0)
-                slots.emplace_back();
-            partial.push_front(slot < 0 ? int(slots.size()) - 1 : slot);
-            for (int i = perPage; i-- > 0;)
-                at(partial.front()).free.push_back(i);
-        }
-        const int slot = partial.front();
-        const int index = at(slot).free.back();
-        at(slot).free.pop_back();
-        if (at(slot).free.empty())
-            partial.pop_front();
-        else if (empty == slot)
-            empty = -1;
-        return {slot, index};
-    }
-
-    void giveBack(int slot, int index)
-    {
-        at(slot).free.push_back(index);
-        if (int(at(slot).free.size()) == perPage)
-        {
-            if (empty >= 0)
-            {
-                at(empty) = {};
-                partial.remove(empty);
-            }
-            empty = slot;
-        }
-        else if (at(slot).free.size() == 1)
-            partial.push_front(slot);
-    }
-
-    int perPage;
-    std::vector<Page> slots;
-    std::list<int> partial;
-    int empty = -1;
-};
-} // namespace
-
 TEST(UT_FixedAllocator, SizesRoundUpToMultiplesOfEight)
 {
-    static const unsigned theCases[][2] = {
-        {0,  8 },
-        {1,  8 },
-        {8,  8 },
-        {9,  16},
-        {12, 16},
-        {16, 16},
-        {17, 24}
-    };
-    for (const auto &row : theCases)
-        EXPECT_EQ(row[1], UT_FixedAllocator(row[0], true, 4).objectSize());
+    const unsigned theSizes[] = {8, 8, 8, 16, 16, 24};
+    size_t i = 0;
+    for (unsigned size : {0u, 1u, 8u, 9u, 16u, 17u})
+        EXPECT_EQ(theSizes[i++], UT_FixedAllocator(size, true, 4).objectSize());
 }
 
-TEST(UT_FixedAllocator, ReclaimsPagesButForOne)
+TEST(UT_FixedAllocator, BlocksOverlapNothingWhilePagesComeAndGo)
 {
     const unsigned size = 20;
-    const size_t stride = 24 + sizeof(void *);
-    struct Live
-    {
-        char *address;
-        int slot, index;
-    };
+    const unsigned stride = 24 + sizeof(void *);
     for (int perPage : {1, 2, 4, 7})
     {
         UT_FixedAllocator pool(size, true, perPage);
-        ut_PageModel model{perPage, {}, {}};
-        std::vector<Live> live;
+        std::vector<char *> live; // filled with their first byte
         std::mt19937 random(7);
         for (int step = 0; step < 20000; ++step)
         {
             SCOPED_TRACE(testing::Message() << perPage << " at " << step);
-            // Waves of growth and decline, so that pages come and go.
+            // Waves of growth and decline.
             if (live.empty() || random() % 100 < (step / 500 % 2 ? 35 : 65))
             {
-                const auto [slot, index] = model.take();
-                char *address = static_cast<char *>(pool.allocate());
-                char *&base = model.at(slot).base;
-                if (!base)
-                    base = address - size_t(index) * stride;
-                ASSERT_EQ(base + size_t(index) * stride, address);
-                ASSERT_EQ(0u, uintptr_t(address) % sizeof(void *));
-                memset(address, slot, size);
-                live.push_back({address, slot, index});
+                live.push_back(static_cast<char *>(pool.allocate()));
+                ASSERT_EQ(0u, uintptr_t(live.back()) % sizeof(void *));
+                memset(live.back(), step, size);
             }
             else
             {
                 std::swap(live[random() % live.size()], live.back());
-                const Live gone = live.back();
-                live.pop_back();
                 for (unsigned i = 0; i < size; ++i)
-                    ASSERT_EQ(char(gone.slot), gone.address[i]);
-                pool.deallocate(gone.address);
-                model.giveBack(gone.slot, gone.index);
+                    ASSERT_EQ(*live.back(), live.back()[i]);
+                pool.deallocate(live.back());
+                live.pop_back();
             }
-            unsigned pages = 0;
-            for (const auto &page : model.slots)
-                pages += page.base != nullptr;
             unsigned used, total;
             pool.getMemoryUsage(used, total);
-            ASSERT_EQ(model.slots.size(), pool.pageSlots());
-            ASSERT_EQ(int(pool.pageSlots() - pages), pool.freedSlots());
-            ASSERT_EQ(model.empty, pool.emptyPage());
-            ASSERT_EQ(int(live.size()), pool.allocated());
+            const unsigned pages =
+                pool.pageSlots() - unsigned(pool.freedSlots());
             ASSERT_EQ(
                 (pages * unsigned(perPage) - live.size()) * stride,
                 total - used);
         }
+        for (char *block : live)
+            pool.deallocate(block);
+        EXPECT_EQ(1, int(pool.pageSlots()) - pool.freedSlots());
     }
+}
+
+TEST(UT_FixedAllocator, ReclaimsPagesButForOne)
+{
+    UT_FixedAllocator pool(8, true, 2);
+    const auto expectSlots = [](const UT_FixedAllocator &p, const char *slots)
+    {
+        EXPECT_EQ(
+            slots, std::to_string(p.pageSlots()) + " slots, " +
+                       std::to_string(p.freedSlots()) + " freed, " +
+                       std::to_string(p.emptyPage()) + " empty");
+    };
+    char *blocks[6];
+    for (char *&block : blocks)
+        block = static_cast<char *>(pool.allocate());
+    EXPECT_EQ(blocks[0] + 8 + sizeof(void *), blocks[1]);
+    for (size_t i = 0; i < 2; ++i)
+        pool.deallocate(blocks[i]);
+    expectSlots(pool, "3 slots, 0 freed, 0 empty");
+    for (size_t i = 2; i < 4; ++i)
+        pool.deallocate(blocks[i]);
+    expectSlots(pool, "3 slots, 1 freed, 1 empty");
+    pool.deallocate(blocks[4]);
+    for (size_t i : {4u, 3u, 2u}) // the last one back is the first one out
+        EXPECT_EQ(blocks[i], pool.allocate());
+    expectSlots(pool, "3 slots, 1 freed, -1 empty");
+    pool.allocate();
+    expectSlots(pool, "3 slots, 0 freed, -1 empty");
+
+    // Deliberate: with one block to a page, the page that is kept stays unused.
+    UT_FixedAllocator single(8, true, 1);
+    single.deallocate(single.allocate());
+    single.deallocate(single.allocate());
+    expectSlots(single, "2 slots, 1 freed, 1 empty");
 }
 
 TEST(UT_FixedAllocator, KeepsPagesUnlessItReclaims)
@@ -152,44 +103,18 @@ TEST(UT_FixedAllocator, KeepsPagesUnlessItReclaims)
     for (char *block : blocks)
         pool.deallocate(block);
     pool.deallocate(nullptr);
-    unsigned used, total;
-    pool.getMemoryUsage(used, total);
-    EXPECT_EQ(sizeof pool + 4 * sizeof(void *), used);
-    EXPECT_EQ(used + 8 * 24, total);
     for (size_t i = 8; i-- > 0;) // the last one back is the first one out
         EXPECT_EQ(blocks[i], pool.allocate());
 }
 
-TEST(UT_SmallObjectAllocator, HasOnePoolForEachSizeInOrder)
-{
-    UT_SmallObjectAllocator pools(true, 4, 128, false);
-    for (unsigned size : {24u, 8u, 16u, 24u, 8u, 129u})
-    {
-        void *block = pools.allocate(size);
-        memset(block, 1, size);
-        if (size > 128) // from the heap
-            pools.deallocate(block, size);
-    }
-    ASSERT_EQ(3u, pools.entries());
-    static const unsigned thePools[][2] = {
-        {8,  2},
-        {16, 1},
-        {24, 2}
-    };
-    for (unsigned i = 0; i < 3; ++i)
-    {
-        EXPECT_EQ(thePools[i][0], pools(i).requestedSize());
-        EXPECT_EQ(thePools[i][1], unsigned(pools(i).allocated()));
-    }
-}
-
-TEST(UT_SmallObjectAllocator, ThreadsShareItsPools)
+// In order of size; of blocks above the greatest size there are none.
+TEST(UT_SmallObjectAllocator, ThreadsShareOnePoolForEachSize)
 {
     UT_SmallObjectAllocator pools(true, 16, 32, true);
     const auto churn = [&](unsigned seed)
     {
         std::mt19937 random(seed);
-        std::vector<unsigned char *> live; // the first byte tells the size
+        std::vector<uint8 *> live; // the first byte tells the size
         for (int step = 0; step < 40000; ++step)
             if (step < 20000 && random() % 2)
             {
@@ -209,6 +134,10 @@ TEST(UT_SmallObjectAllocator, ThreadsShareItsPools)
     std::thread other(churn, 1u);
     churn(2u);
     other.join();
-    for (unsigned i = 0; i < pools.entries(); ++i)
+    ASSERT_EQ(32u, pools.entries());
+    for (unsigned i = 0; i < 32; ++i)
+    {
+        EXPECT_EQ(i + 1, pools(i).requestedSize());
         EXPECT_EQ(0, pools(i).allocated());
+    }
 }
