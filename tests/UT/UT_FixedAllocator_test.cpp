@@ -73,18 +73,20 @@ TEST(UT_FixedAllocator, ReclaimsPagesButForOne)
     for (char *&block : blocks)
         block = static_cast<char *>(pool.allocate());
     EXPECT_EQ(blocks[0] + 8 + sizeof(void *), blocks[1]);
-    for (size_t i = 0; i < 2; ++i)
+    const char *const theSlots[] = {
+        "3 slots, 0 freed, 0 empty", "3 slots, 1 freed, 1 empty",
+        "3 slots, 2 freed, 2 empty"};
+    for (size_t i = 0; i < 6; ++i)
+    {
         pool.deallocate(blocks[i]);
-    expectSlots(pool, "3 slots, 0 freed, 0 empty");
-    for (size_t i = 2; i < 4; ++i)
-        pool.deallocate(blocks[i]);
-    expectSlots(pool, "3 slots, 1 freed, 1 empty");
-    pool.deallocate(blocks[4]);
-    for (size_t i : {4u, 3u, 2u}) // the last one back is the first one out
+        if (i % 2)
+            expectSlots(pool, theSlots[i / 2]);
+    }
+    for (size_t i : {5u, 4u}) // the last one back is the first one out
         EXPECT_EQ(blocks[i], pool.allocate());
-    expectSlots(pool, "3 slots, 1 freed, -1 empty");
-    pool.allocate();
-    expectSlots(pool, "3 slots, 0 freed, -1 empty");
+    expectSlots(pool, "3 slots, 2 freed, -1 empty");
+    pool.deallocate(pool.allocate());
+    expectSlots(pool, "3 slots, 1 freed, 1 empty"); // the greatest slot first
 
     // Deliberate: with one block to a page, the page that is kept stays unused.
     UT_FixedAllocator single(8, true, 1);
