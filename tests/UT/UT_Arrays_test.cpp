@@ -230,11 +230,12 @@ TYPED_TEST(UT_Arrays, AgreeWithVectorOverRandomScripts)
             break;
         case 4:
         {
-            const int64 k = pick();
-            array.cycle(int(k));
+            const int k = pick();
+            array.cycle(k);
             if (size > 0)
                 std::rotate(
-                    model.begin(), model.end() - (k % size + size) % size,
+                    model.begin(),
+                    model.end() - int((int64(k) % size + size) % size),
                     model.end());
             break;
         }

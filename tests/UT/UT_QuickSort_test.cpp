@@ -1,6 +1,7 @@
 #include "UT/UT_QuickSort.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <array>
@@ -30,9 +31,45 @@ utCompareElements(const void *a, const void *b)
     return utCompareValues(keys[0], keys[1]);
 }
 
+// Compares numbers whose values it makes up only then, such that each pivot
+// turns out to be among the least left.
+static std::vector<int> theValues;
+static int theLeastFree, theCandidate;
+
+static int
+utCompareAdversely(int a, int b)
+{
+    const int open = int(theValues.size());
+    int &valueA = theValues[size_t(a)];
+    int &valueB = theValues[size_t(b)];
+    if (valueA == open && valueB == open)
+        (a == theCandidate ? valueA : valueB) = theLeastFree++;
+    if (valueA == open)
+        theCandidate = a;
+    else if (valueB == open)
+        theCandidate = b;
+    return utCompareValues(valueA, valueB);
+}
+
+// Selects among the numbers from 0 with that comparator, and returns their
+// values. Sorts that choose pivots as the selection does suffer from them.
+static std::vector<int>
+utMakeAdverseKeys(int n)
+{
+    theValues.assign(size_t(n), n);
+    theLeastFree = theCandidate = 0;
+    for (int i = std::min(n, 2); i-- > 0;)
+        theValues[size_t(i)] = theLeastFree++; // neither ascends nor descends
+    std::vector<int> numbers(theValues.size());
+    std::iota(numbers.begin(), numbers.end(), 0);
+    UTquickSelect(
+        numbers.data(), unsigned(n), unsigned(n - 1), utCompareAdversely);
+    return theValues;
+}
+
 static const char *const thePatterns[] = {
-    "random",    "ascending", "descending", "organ pipe",
-    "all equal", "few",       "one off",    "saw"};
+    "random", "ascending", "descending", "organ pipe", "all equal",
+    "few",    "one off",   "saw",        "adverse"};
 
 static const int theSizes[] = {0,  1,  2,   3,   7,   19,  20,  21,
                                49, 50, 127, 128, 129, 500, 611, 5000};
@@ -42,14 +79,17 @@ template <class Key>
 static std::vector<Key>
 utMakeKeys(size_t pattern, int n)
 {
+    const bool isAdverse = pattern == std::size(thePatterns) - 1;
+    const std::vector<int> adverseKeys = utMakeAdverseKeys(isAdverse ? n : 0);
     std::mt19937 generator(unsigned(n) + 1);
     std::vector<Key> keys;
     for (int i = 0; i < n; i++)
     {
         const int random = int(generator() / 2);
-        const int candidates[] = {random - (1 << 30), i - 9, 9 - i,
-                                  std::min(i, n - i), -7,    random % 5 - 2,
-                                  i == n / 3 ? n : i, i % 37};
+        const int candidates[] = {
+            random - (1 << 30), i - 9,  9 - i,
+            std::min(i, n - i), -7,     random % 5 - 2,
+            i == n / 3 ? n : i, i % 37, isAdverse ? adverseKeys[size_t(i)] : 0};
         keys.push_back(Key(candidates[pattern]));
         if (keys.back() == Key(0) && i % 2)
             keys.back() = -keys.back();
@@ -213,16 +253,28 @@ TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
     }
 }
 
-// A sort that strips a few keys at a time does not end within any deadline.
-TEST(UT_QuickSort, LongInputsTakeNoLongerThanTheyShould)
+// A recursion that follows the larger side overflows this stack, and a sort
+// that strips a few keys at a time does not end within any deadline.
+TEST(UT_QuickSort, SmallStacksSufficeForLongInputs)
 {
-    for (size_t pattern = 0; pattern < std::size(thePatterns); pattern++)
+    const auto body = [](void *) -> void *
     {
         UT_QuickSort sorter;
-        std::vector<int> keys = utMakeKeys<int>(pattern, 400000);
-        utSortKeys(sorter, keys, /*makeIndex=*/1);
-        EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
-    }
+        for (size_t pattern = 0; pattern < std::size(thePatterns); pattern++)
+        {
+            std::vector<int> keys = utMakeKeys<int>(pattern, 400000);
+            utSortKeys(sorter, keys, /*makeIndex=*/1);
+            EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+        }
+        return nullptr;
+    };
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, 128 * 1024));
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(&thread, &attributes, body, nullptr));
+    ASSERT_EQ(0, pthread_join(thread, nullptr));
+    pthread_attr_destroy(&attributes);
 }
 
 // Checks that `selected` are `keys`, in order about position `k` if there is
@@ -273,26 +325,6 @@ TEST(UTquickSelect, PutsOneElementInItsPlace)
         });
 }
 
-// Compares numbers whose values it makes up only then, such that each pivot
-// turns out to be among the least left.
-static std::vector<int> theValues;
-static int theLeastFree, theCandidate;
-
-static int
-utCompareAdversely(int a, int b)
-{
-    const int open = int(theValues.size());
-    int &valueA = theValues[size_t(a)];
-    int &valueB = theValues[size_t(b)];
-    if (valueA == open && valueB == open)
-        (a == theCandidate ? valueA : valueB) = theLeastFree++;
-    if (valueA == open)
-        theCandidate = a;
-    else if (valueB == open)
-        theCandidate = b;
-    return utCompareValues(valueA, valueB);
-}
-
 TEST(UTquickSelect, ComparisonsAreFew)
 {
     // Per element: sorting would take 17.
@@ -303,17 +335,7 @@ TEST(UTquickSelect, ComparisonsAreFew)
         UTquickSelect(keys.data(), 100000, 50000, utCompareValues);
         EXPECT_LT(theComparisons, 300000u) << thePatterns[pattern];
     }
-    theValues.assign(500, 500);
-    theValues[0] = 1; // the start neither ascends nor descends
-    theValues[1] = 0;
-    theLeastFree = 2;
-    std::vector<int> numbers(500);
-    std::iota(numbers.begin(), numbers.end(), 0);
     theComparisons = 0;
-    UTquickSelect(numbers.data(), 500, 499, utCompareAdversely);
+    utMakeAdverseKeys(500);
     EXPECT_LT(theComparisons, 500u * 2 * 9 + 500u * 9);
-    // The values are known now: the way out must still select.
-    numbers = theValues;
-    UTquickSelect(numbers.data(), 500, 499, utCompareValues);
-    utCheckSelection(theValues, numbers, 499);
 }
