@@ -199,7 +199,7 @@ class Interpreter:
     def __init__(self):
         # A registered module, because some of the standard library looks a
         # class's module up by its name.
-        module = types.ModuleType("valdrin_session")
+        module = types.ModuleType("valdrin_requests")
         sys.modules[module.__name__] = module
         self._namespace = module.__dict__
         self._sources = collections.deque()
