@@ -89,8 +89,9 @@ public:
     /// system's limit holds for a blocking socket, and a non-blocking one
     /// answers -1 while the connection is being made: call again to learn how
     /// it went. Otherwise waits up to `timeoutMs`. A failed connect can be
-    /// tried again. Time runs out with -3, as does a signal while the system
-    /// waits.
+    /// tried again; after one that was refused while it was waited for, the
+    /// system tells the failure once more before it tries. Time runs out with
+    /// -3, as does a signal while the system waits.
     virtual int connect(int timeoutMs);
 
     /// The same as closeInetSocket().
