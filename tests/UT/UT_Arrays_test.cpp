@@ -494,7 +494,7 @@ TEST(UT_FloatArray, TheToleranceWidensEquality)
     auto array = utArray<UT_FloatArray>({1.0f, 2.0f, 3.0f});
     EXPECT_EQ(1, array.find(2.05f, UTcompareFloats));
     EXPECT_TRUE(array.isEqual(
-        utArray<UT_FloatArray>({1.1f, 1.9f, 3.0f}), UTcompareFloats));
+        utArray<UT_FloatArray>({1.05f, 1.95f, 3.0f}), UTcompareFloats));
     // A new element goes before the equal one that the search meets.
     EXPECT_EQ(1u, array.sortedInsert(2.05f, UTcompareFloats));
     EXPECT_EQ(4u, array.sortedInsert(9.0f, UTcompareFloats));
