@@ -1,0 +1,66 @@
+// Runs a fuzz entry over its corpus as an ordinary test: every file as it is,
+// cut short, and with bytes changed at random. The same bytes each time.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data,
+                                      std::size_t size);
+
+namespace
+{
+
+using ut_Bytes = std::vector<std::uint8_t>;
+
+// Each input lies in a block of just its size, for the sanitizers to guard.
+void
+utRun(const ut_Bytes &input)
+{
+    ut_Bytes block(input);
+    block.shrink_to_fit();
+    LLVMFuzzerTestOneInput(block.data(), block.size());
+}
+
+void
+utRunDamaged(const ut_Bytes &input, std::mt19937 &random)
+{
+    for (int run = 0; run < 64; ++run)
+    {
+        ut_Bytes damaged(input);
+        for (auto left = random() % 4 + 1; left > 0 && !damaged.empty(); --left)
+            damaged[random() % damaged.size()] =
+                static_cast<std::uint8_t>(random());
+        if (run % 4 == 0 && !damaged.empty())
+            damaged.resize(random() % damaged.size());
+        utRun(damaged);
+    }
+}
+
+} // namespace
+
+int
+main(int argc, char **argv)
+{
+    if (argc != 2)
+        return std::fprintf(stderr, "usage: %s CORPUS\n", argv[0]), 2;
+    std::vector<std::filesystem::path> files;
+    for (const auto &entry : std::filesystem::directory_iterator(argv[1]))
+        files.push_back(entry.path());
+    std::sort(files.begin(), files.end());
+    std::mt19937 random(1);
+    for (const auto &file : files)
+    {
+        std::ifstream in(file, std::ios::binary);
+        const ut_Bytes input(std::istreambuf_iterator<char>(in), {});
+        utRun(input);
+        utRunDamaged(input, random);
+    }
+    std::printf("%zu inputs replayed\n", files.size());
+    return files.empty();
+}
