@@ -1,0 +1,95 @@
+// The words of a line, as main() gets them: a count and a vector of pointers
+// into text that stays where it is.
+
+#pragma once
+
+#include "SYS/SYS_Types.h"
+#include "UT_API.h"
+
+#include <cstddef>
+
+/// A growable argument vector over text that others own.
+///
+/// The first 256 slots are part of the object; beyond them the capacity
+/// doubles as needed. A null always follows the last argument, so the vector
+/// serves where a null-terminated argv is expected. The texts are kept, must
+/// outlive their entries; copying a vector copies the pointers only. Allocation
+/// is not checked.
+///
+/// Thread-compatible.
+class UT_API UT_WorkArgs
+{
+public:
+    /// An empty vector.
+    UT_WorkArgs();
+
+    /// The same arguments in at least as many slots as `source` has.
+    UT_WorkArgs(const UT_WorkArgs &source);
+    ~UT_WorkArgs();
+
+    /// Takes over the arguments of `source`. The capacity never shrinks.
+    UT_WorkArgs &operator=(const UT_WorkArgs &source);
+
+    /// Vectors on the heap come from malloc(); null when there is no memory.
+    /// Construct one in place with `::new`.
+    static void *operator new(size_t size) noexcept;
+    static void operator delete(void *block);
+
+    /// Number of arguments.
+    int getArgc() const { return myArgc; }
+
+    /// The arguments and a null behind them. Borrowed until the vector's next
+    /// change.
+    char **getArgv() { return myArgv; }
+    char *const *getArgv() const { return myArgv; }
+
+    /// The argument at `index`, which counts from 0 and must be below
+    /// capacity(); null at getArgc(), and where setArg() left a gap.
+    char *getArg(int index) const { return myArgv[index]; }
+    char *operator()(int index) const { return myArgv[index]; }
+    char *operator[](int index) const { return myArgv[index]; }
+
+    /// Slots allocated.
+    int capacity() const { return myMaxArgs; }
+
+    /// Stores `value` at `index`. At or behind the end the count becomes
+    /// `index` + 1, and the slots between the old end and `index` null. A null
+    /// cuts the vector there: the count becomes `index`, also when it was
+    /// less, so setArg(0, nullptr) empties the vector. Does nothing for a
+    /// negative index. Amortised O(1), apart from the gap.
+    void setArg(int index, char *value);
+
+    /// Makes room for `slots` slots by doubling.
+    void reserve(int slots);
+
+private:
+    enum
+    {
+        theInlineArgs = 256
+    };
+
+    // Not UT_LOCAL: the inline setArg() calls it.
+    void setArgSlowly(int index, char *value);
+
+    // Programs hold argument vectors by value: order and size stay.
+    char **myArgv;                     // myInlineArgv, or a malloc'ed block
+    int32 myArgc;                      // arguments, without the null behind
+    int32 myMaxArgs;                   // slots in myArgv, above myArgc
+    char *myInlineArgv[theInlineArgs]; // set up to myArgc only
+};
+
+static_assert(sizeof(UT_WorkArgs) == 257 * sizeof(char *) + 8);
+
+// Splitting a line does little else than append words.
+inline void
+UT_WorkArgs::setArg(int index, char *value)
+{
+    if (index != myArgc || index >= myMaxArgs - 1 || !value)
+    {
+        setArgSlowly(index, value);
+        return;
+    }
+    myArgv[index] = value;
+    myArgv[index + 1] = nullptr;
+    myArgc = index + 1;
+}
