@@ -10,6 +10,8 @@
 
 #include <cstring>
 
+class UT_WorkArgs;
+
 /// Asks a constructor for a string that copies on every assignment.
 enum UT_AlwaysDeepType
 {
@@ -121,6 +123,50 @@ public:
     /// Compares like strcmp() (negative, zero, positive; bytes unsigned). Null
     /// comes before every text, "" included, and equals null.
     int compare(const char *text) const;
+
+    // ---- Splitting: UT_StringSplit.cpp -------------------------------------
+    //
+    // These write NULs into the text, owned or borrowed: it must be writable.
+    // The string then reads as what its first bytes have become. The words
+    // point into the text, and are borrowed until it changes or goes.
+    //
+    // A null or empty text has no words. The forms that take a UT_WorkArgs
+    // empty it first. Those that take an array of `max` slots store words in
+    // order, and a null behind them as long as there is a slot; they touch no
+    // slot but these. All return the number of words stored. O(length).
+
+    /// Cuts the text into words at white space, as isspace() defines it, which
+    /// quotes protect and backslashes do not. Quoted sections, in double or
+    /// single quotes, are part of a word and lose their quotes; one that is
+    /// not closed goes on to the end of the text. A quote with a backslash
+    /// before it is an ordinary character: outside quotes it replaces the
+    /// backslash, within its own kind both are kept. All other backslashes are
+    /// kept. Empty quotes make an empty word. The words lie packed at the front
+    /// of the text, the first at its first byte.
+    ///
+    /// Deliberate: only the byte before a quote counts. The second quote of
+    /// "a\\" does not close, although a backslash stands before the backslash.
+    ///
+    /// The array form drops words behind the first `max` - 1 ones.
+    int parseInPlace(UT_WorkArgs &args);
+    int parseInPlace(char **argv, int max);
+
+    /// Cuts the text at every `separator`. Two in a row have an empty token
+    /// between them, and so does one at the front before it; one at the end
+    /// has none behind it.
+    ///
+    /// The array form stops after `max` - 1 tokens, so for a `max` of 1 it
+    /// stores the null only; the last token ends at its separator.
+    int tokenizeInPlace(UT_WorkArgs &args, char separator);
+    int tokenizeInPlace(char **argv, int max, char separator);
+
+    /// Cuts the text at runs of bytes that are in `separators`, as strtok_r()
+    /// does: no token is empty. Null separates nothing, like "".
+    ///
+    /// The array form stops after `max` - 1 tokens. Deliberate: it stores one
+    /// token in an array of one slot, and no null then.
+    int tokenizeInPlace(UT_WorkArgs &args, const char *separators);
+    int tokenizeInPlace(char **argv, int max, const char *separators);
 
 private:
     UT_LOCAL void ownCopyOf(const char *text);
