@@ -6,6 +6,7 @@
 #include "UT_API.h"
 
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iosfwd>
@@ -134,6 +135,50 @@ public:
     /// locked.
     void release(int recomputeLength = 1);
 
+    // ---- Lines: UT_WorkBufferLine.cpp --------------------------------------
+    //
+    // A line ends in a newline or at the end of the input. It replaces the
+    // text, without its newline and without one carriage return before that
+    // or at the very end. A locked buffer takes no line: the line is read, and
+    // the result is the same.
+
+    /// Reads a line of any length, which may be empty. False at the end of the
+    /// input and after an error; the text then stays when the stream had told
+    /// so before, and is empty when it did so only in this call.
+    ///
+    /// A NUL hides the rest of the piece that fgets() read it with: bytes are
+    /// lost, up to the line's end, and then the next line is joined on. Binary
+    /// text is for UT_IStream.
+    bool getline(FILE *in);
+
+    /// The same for a standard stream, which may hold NULs. Sets the stream's
+    /// state like std::getline().
+    bool getline(std::istream &in);
+
+    // ---- Words: UT_WorkBufferWord.cpp --------------------------------------
+
+    /// Makes the next word of the text at `cursor` the buffer's text, and steps
+    /// `cursor` over it and one separator behind it. A word is a run of bytes
+    /// that are not in `separators` (not null). False when there is none left:
+    /// `cursor` is then at the NUL, the buffer unchanged. On a locked buffer
+    /// only the cursor moves. The text may be the buffer's own.
+    bool getNextToken(const char *&cursor, UT_String separators);
+
+    /// Cuts the text at the first `commentChar` that stands outside quotes and
+    /// has no backslash before it that is not itself escaped, and returns
+    /// whether there is one. Quotes are double or single and end at the next of
+    /// their kind; backslashes escape in both. A quote character, or NUL,
+    /// starts no comment. Looks at the text up to its first NUL. A lock does
+    /// not prevent it. O(length).
+    bool stripComments(char commentChar);
+
+    /// Appends the first word of `text`, as isspace() separates words, at the
+    /// text's first NUL, and makes the text end there. Nothing happens when
+    /// there is no word; null has none. The text may be the buffer's own.
+    ///
+    /// Deliberate: a lock does not prevent it.
+    void strcatFirstWord(const char *text);
+
 private:
     enum
     {
@@ -149,6 +194,7 @@ private:
     UT_LOCAL bool isOwn(const char *bytes) const;
     UT_LOCAL void move(unsigned size, int kept);
     UT_LOCAL bool growTo(int length, int kept);
+    UT_LOCAL void dropLineEnd();
     UT_LOCAL UT_PRINTF(3, 0) int appendLongFormatted(
         unsigned size, const char *format, va_list args);
 

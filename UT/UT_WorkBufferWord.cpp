@@ -1,0 +1,75 @@
+#include "UT_WorkBuffer.h"
+
+#include "UT_String.h"
+
+#include "SYS/SYS_Types.h"
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <cstring>
+
+bool
+UT_WorkBuffer::getNextToken(const char *&cursor, UT_String separators)
+{
+    const char *const token = cursor + strspn(cursor, separators);
+    const size_t count = strcspn(token, separators);
+    cursor = token + count;
+    if (!count)
+        return false;
+    if (*cursor)
+        ++cursor;
+    if (myLockCount)
+        return true;
+    // Not clear(): its NUL could fall on the token.
+    myLength = 0;
+    appendBytes(token, count);
+    return true;
+}
+
+bool
+UT_WorkBuffer::stripComments(char commentChar)
+{
+    // Most lines have none.
+    if (!commentChar || !strchr(myBuffer, commentChar))
+        return false;
+    char quote = '\0';
+    for (char *at = myBuffer; *at; ++at)
+    {
+        if (quote ? *at == quote : *at == '"' || *at == '\'')
+            quote = quote ? '\0' : *at;
+        else if (!quote && *at == commentChar)
+        {
+            *at = '\0';
+            myLength = int(at - myBuffer);
+            return true;
+        }
+        else if (*at == '\\' && !*++at)
+            break;
+    }
+    return false;
+}
+
+void
+UT_WorkBuffer::strcatFirstWord(const char *text)
+{
+    if (!text)
+        return;
+    while (isspace(uint8(*text)))
+        ++text;
+    size_t count = 0;
+    while (text[count] && !isspace(uint8(text[count])))
+        ++count;
+    const size_t end = strnlen(myBuffer, size_t(myAllocatedSize));
+    const size_t used = std::max(end, size_t(myLength));
+    if (!count || count >= INT_MAX - used)
+        return;
+    const bool own = isOwn(text);
+    const size_t offset = own ? size_t(text - myBuffer) : 0;
+    growTo(int(used + count), myAllocatedSize);
+    if (own)
+        text = myBuffer + offset;
+    memmove(myBuffer + end, text, count);
+    myBuffer[end + count] = '\0';
+    myLength = int(end + count);
+}
