@@ -1,6 +1,7 @@
 #include "UT_WorkBuffer.h"
 
 #include "UT_String.h"
+#include "UT_StringImpl.h"
 
 #include "SYS/SYS_Types.h"
 
@@ -9,9 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ostream>
-
-// What separates words; a carriage return does not.
-static const char theSpaceChars[] = " \t\n\v\f";
 
 void
 UT_WorkBuffer::copyIntoString(UT_String &out) const
@@ -128,7 +126,7 @@ UT_WorkBuffer::protectedStrcat(const char *text, bool forceQuotes)
         append('"');
     for (;;)
     {
-        const size_t run = strcspn(text, "\"\\");
+        const size_t run = strcspn(text, theProtectedChars);
         appendBytes(text, run);
         text += run;
         if (!*text)
