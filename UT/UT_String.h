@@ -192,6 +192,39 @@ public:
     /// path climbs above the root: the text is then half rewritten and means
     /// nothing. The argument is not used.
     bool collapseAbsolutePath(bool = false);
+    // ---- Numbers and names: UT_StringNames.cpp, UT_StringNumber.cpp --------
+    //
+    // Digits and white space are those of ASCII, whatever the locale. A number
+    // in a name may have any number of digits.
+
+    /// Orders names with numbers: negative, 0 or positive as `a` comes before,
+    /// with or after `b`. Where both have a run of digits the numbers decide,
+    /// and the result is their difference (1 or -1 when an int cannot hold
+    /// them); elsewhere the first different bytes do, and the result is their
+    /// difference. Null comes before every text and equals null. A total order
+    /// but for numbers that differ in leading zeros, which are equal: a2, a10;
+    /// a01 is a1. O(length).
+    ///
+    /// Deliberate: bytes compare signed, so bytes from 128 on come before all
+    /// others and before the end of the text.
+    static int compareNumberedString(const char *a, const char *b);
+
+    /// compareNumberedString() of the texts at `a` and `b`, for qsort() on an
+    /// array of `char *` or `const char *`.
+    static int qsortCmpNumberedString(const void *a, const void *b);
+    static int qsortCmpNumberedString(char *const *a, char *const *b);
+
+    /// Orders file names with numbers, as compareNumberedString() does but for
+    /// one rule.
+    ///
+    /// Deliberate: at the first difference a `.` comes before all else, the
+    /// end of the text included, so that a shorter stem comes first: foo.tif,
+    /// foo_a.tif, and foo.tif before foo.
+    static int compareNumberedFilename(const char *a, const char *b);
+
+    /// compareNumberedFilename() of the texts at `a` and `b`, for qsort().
+    static int qsortCmpNumberedFilename(const void *a, const void *b);
+    static int qsortCmpNumberedFilename(char *const *a, char *const *b);
 
 private:
     UT_LOCAL void ownCopyOf(const char *text);
