@@ -1,0 +1,222 @@
+#include "UT_StringArray.h"
+
+#include "SYS/SYS_Types.h"
+
+#include <algorithm>
+#include <utility>
+
+using ut_Base = UT_PtrArray<UT_String *>;
+
+// ---- The four orders
+
+static int
+cmpForward(UT_String *const *a, UT_String *const *b)
+{
+    return (*a)->compare((*b)->buffer());
+}
+
+static int
+cmpForwardNumbered(UT_String *const *a, UT_String *const *b)
+{
+    return UT_String::compareNumberedString((*a)->buffer(), (*b)->buffer());
+}
+
+static int
+cmpBackward(UT_String *const *a, UT_String *const *b)
+{
+    return cmpForward(b, a);
+}
+
+static int
+cmpBackwardNumbered(UT_String *const *a, UT_String *const *b)
+{
+    return cmpForwardNumbered(b, a);
+}
+
+static ut_Base::Compare
+utComparator(bool forward, bool numbered)
+{
+    if (forward)
+        return numbered ? cmpForwardNumbered : cmpForward;
+    return numbered ? cmpBackwardNumbered : cmpBackward;
+}
+
+static UT_String *
+utNewString(const char *text)
+{
+    return new UT_String(UT_ALWAYS_DEEP, text);
+}
+
+UT_StringArray::UT_StringArray(const char *const *list)
+{
+    for (; list && *list; ++list)
+        append(*list);
+}
+
+UT_StringArray::UT_StringArray(const UT_StringArray &source) : ut_Base()
+{
+    *this = source;
+}
+
+UT_StringArray::~UT_StringArray()
+{
+    clear();
+}
+
+UT_StringArray &
+UT_StringArray::operator=(const UT_StringArray &source)
+{
+    if (this == &source)
+        return *this;
+    clear();
+    ut_Base::resize(unsigned(source.entries()));
+    for (int i = 0; i < source.entries(); ++i)
+        append(source(i));
+    return *this;
+}
+
+int
+UT_StringArray::find(const char *text) const
+{
+    for (int i = 0; i < entries(); ++i)
+        if (data()[i] && *data()[i] == text)
+            return i;
+    return -1;
+}
+
+int
+UT_StringArray::sortedFind(const char *text, bool forward, bool numbered) const
+{
+    UT_String wanted(text);
+    return ut_Base::find(&wanted, utComparator(forward, numbered));
+}
+
+bool
+UT_StringArray::operator==(const UT_StringArray &other) const
+{
+    return std::equal(
+        data(), data() + entries(), other.data(),
+        other.data() + other.entries(),
+        [](const UT_String *a, const UT_String *b)
+        { return a && b && *a == *b; });
+}
+
+int
+UT_StringArray::getLongestPrefixLength() const
+{
+    if (entries() == 0)
+        return 0;
+    const UT_String &first = (*this)(0);
+    int length = first.length();
+    for (int i = 1; i < entries() && length > 0; ++i)
+    {
+        const char *const text = (*this)(i);
+        int shared = 0;
+        while (text && shared < length && text[shared] == first[shared])
+            ++shared;
+        length = shared;
+    }
+    return length;
+}
+
+int
+UT_StringArray::toStdVectorOfStrings(std::vector<std::string> &out) const
+{
+    for (int i = 0; i < entries(); ++i)
+    {
+        const char *const text = (*this)(i);
+        out.emplace_back(text ? text : "");
+    }
+    return entries();
+}
+
+void
+UT_StringArray::fromStdVectorOfStrings(const std::vector<std::string> &texts)
+{
+    clear();
+    for (const std::string &text : texts)
+        append(text.c_str());
+}
+
+int
+UT_StringArray::append(const char *text)
+{
+    return int(ut_Base::append(utNewString(text)));
+}
+
+int
+UT_StringArray::insert(const char *text, int index)
+{
+    if (index < 0)
+        return -1;
+    return int(ut_Base::insert(utNewString(text), unsigned(index)));
+}
+
+int
+UT_StringArray::sortedInsert(const char *text, bool forward, bool numbered)
+{
+    return int(ut_Base::sortedInsert(
+        utNewString(text), utComparator(forward, numbered)));
+}
+
+int
+UT_StringArray::merge(UT_StringArray &other)
+{
+    if (this == &other)
+        return 0;
+    const int count = other.entries();
+    for (int i = 0; i < count; ++i)
+        ut_Base::append(std::exchange(other.data()[i], nullptr));
+    other.setEntries(0);
+    return count;
+}
+
+int
+UT_StringArray::remove(int index)
+{
+    if (index < 0 || index >= entries())
+        return -1;
+    delete data()[index];
+    ut_Base::removeAt(unsigned(index));
+    data()[entries()] = nullptr;
+    return index;
+}
+
+int
+UT_StringArray::removeLast()
+{
+    return entries() == 0 ? 0 : remove(entries() - 1);
+}
+
+void
+UT_StringArray::clear()
+{
+    for (int i = entries(); i-- > 0;)
+        delete std::exchange(data()[i], nullptr);
+    setEntries(0);
+}
+
+void
+UT_StringArray::resize(int count)
+{
+    const int before = entries();
+    if (count < 0 || count == before)
+        return;
+    for (int i = count; i < before; ++i)
+        delete data()[i];
+    ut_Base::resize(unsigned(count));
+    for (int i = before; i < count; ++i)
+        append("");
+}
+
+void
+UT_StringArray::sort(bool forward, bool numbered)
+{
+    sort(utComparator(forward, numbered));
+}
+
+void
+UT_StringArray::sort(Compare compare)
+{
+    ut_Base::sort(compare);
+}
