@@ -1,0 +1,305 @@
+#include "UT_Date.h"
+
+#include "SYS/SYS_Types.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <ostream>
+
+static const char *const theDays[] = {
+    "Sunday",   "Monday", "Tuesday",  "Wednesday",
+    "Thursday", "Friday", "Saturday",
+};
+
+static const char *const theMonths[] = {
+    "January", "February", "March",     "April",   "May",      "June",
+    "July",    "August",   "September", "October", "November", "December",
+};
+
+static const size_t theAbbreviation = 3; // letters
+
+namespace
+{
+
+// Where the text goes: into a block, and from there to the stream if there is
+// one. Without a stream the text ends with the block.
+class ut_DateText
+{
+public:
+    ut_DateText(char *block, size_t size, std::ostream *os)
+        : myBlock(block), myEnd(block), myLimit(block + size), myStream(os)
+    {
+    }
+
+    char *end() const { return myEnd; }
+    int count() const { return myCount; }
+
+    void put(char byte)
+    {
+        if (myEnd == myLimit)
+            flush();
+        if (myEnd != myLimit)
+            *myEnd++ = byte;
+    }
+    void put(const char *text, size_t length)
+    {
+        for (; length > 0 && *text; --length)
+            put(*text++);
+    }
+    void putTwoDigits(int value)
+    {
+        if (unsigned(value) < 100 && myLimit - myEnd >= 2)
+        {
+            myEnd[0] = char('0' + value / 10);
+            myEnd[1] = char('0' + value % 10);
+            myEnd += 2;
+        }
+        else
+            putFormatted("%02d", value);
+    }
+    // The most frequent time of day.
+    void putClock(const tm &t)
+    {
+        putTwoDigits(t.tm_hour);
+        put(':');
+        putTwoDigits(t.tm_min);
+        put(':');
+        putTwoDigits(t.tm_sec);
+        myCount += 3;
+    }
+    UT_PRINTF(2, 3) void putFormatted(const char *format, ...);
+    void putNumber(int64 value);
+    void flush();
+
+    void putTime(const char *format, const tm &t);
+
+private:
+    char *const myBlock;
+    char *myEnd;
+    char *const myLimit;
+    std::ostream *const myStream; // null for a plain block
+    int myCount = 0;              // conversions
+};
+
+} // namespace
+
+void
+ut_DateText::putFormatted(const char *format, ...)
+{
+    char number[32];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(number, sizeof number, format, args);
+    va_end(args);
+    put(number, sizeof number);
+}
+
+void
+ut_DateText::putNumber(int64 value)
+{
+    if (!myStream)
+    {
+        if (value >= 1000 && value < 10000) // most years
+        {
+            putTwoDigits(int(value) / 100);
+            putTwoDigits(int(value) % 100);
+        }
+        else
+            putFormatted("%lld", static_cast<long long>(value));
+        return;
+    }
+    flush();
+    // As an int, whose other bases have eight digits.
+    if (value == int(value))
+        *myStream << int(value);
+    else
+        *myStream << value;
+}
+
+void
+ut_DateText::flush()
+{
+    if (!myStream)
+        return;
+    myStream->write(myBlock, myEnd - myBlock);
+    myEnd = myBlock;
+}
+
+template <size_t size>
+static void
+utPutName(
+    ut_DateText &out, const char *const (&names)[size], int index,
+    size_t length)
+{
+    out.put(unsigned(index) < size ? names[index] : "?", length);
+}
+
+// ---- The conversions
+
+using ut_Conversion = void (*)(ut_DateText &out, const tm &t);
+
+static void
+utTimeZone(ut_DateText &out, const tm &t)
+{
+    const char *name = tzname[daylight && t.tm_isdst > 0];
+    if (name)
+        out.put(name, strlen(name));
+}
+
+// Of a byte that is no letter, or has no conversion: null.
+static ut_Conversion
+utFindConversion(char letter)
+{
+    struct ut_Table
+    {
+        ut_Conversion of[128] = {};
+
+        constexpr ut_Table()
+        {
+            of['a'] = [](ut_DateText &out, const tm &t)
+            { utPutName(out, theDays, t.tm_wday, theAbbreviation); };
+            of['A'] = [](ut_DateText &out, const tm &t)
+            { utPutName(out, theDays, t.tm_wday, size_t(-1)); };
+            of['b'] = of['h'] = [](ut_DateText &out, const tm &t)
+            { utPutName(out, theMonths, t.tm_mon, theAbbreviation); };
+            of['B'] = [](ut_DateText &out, const tm &t)
+            { utPutName(out, theMonths, t.tm_mon, size_t(-1)); };
+            of['c'] = [](ut_DateText &out, const tm &t)
+            { out.putTime("%a %b %e %T %Y", t); };
+            of['C'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(int((int64(t.tm_year) + 1900) / 100 % 100)); };
+            of['d'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(t.tm_mday); };
+            of['D'] = of['x'] = [](ut_DateText &out, const tm &t)
+            { out.putTime("%m/%d/%y", t); };
+            of['e'] = [](ut_DateText &out, const tm &t)
+            { out.putFormatted("%2d", t.tm_mday); };
+            of['H'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(t.tm_hour); };
+            of['I'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(t.tm_hour % 12 == 0 ? 12 : t.tm_hour % 12); };
+            // Deliberate: two digits where strftime() has three.
+            of['j'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(t.tm_yday + 1); };
+            of['m'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(t.tm_mon + 1); };
+            of['M'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(t.tm_min); };
+            of['n'] = [](ut_DateText &out, const tm &) { out.put('\n'); };
+            of['p'] = [](ut_DateText &out, const tm &t)
+            { out.put(t.tm_hour < 12 ? "AM" : "PM", 2); };
+            of['r'] = [](ut_DateText &out, const tm &t)
+            { out.putTime("%I:%M:%S %p", t); };
+            of['R'] = [](ut_DateText &out, const tm &t)
+            { out.putTime("%H:%M", t); };
+            of['S'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(t.tm_sec); };
+            of['t'] = [](ut_DateText &out, const tm &) { out.put('\t'); };
+            of['T'] = of['X'] = [](ut_DateText &out, const tm &t)
+            { out.putClock(t); };
+            of['u'] = [](ut_DateText &out, const tm &t)
+            { out.putNumber(t.tm_wday == 0 ? 7 : t.tm_wday); };
+            of['w'] = [](ut_DateText &out, const tm &t)
+            { out.putNumber(t.tm_wday); };
+            // Deliberate: the sign of years before 1900 stays.
+            of['y'] = [](ut_DateText &out, const tm &t)
+            { out.putTwoDigits(t.tm_year % 100); };
+            of['Y'] = [](ut_DateText &out, const tm &t)
+            { out.putNumber(int64(t.tm_year) + 1900); };
+            of['Z'] = utTimeZone;
+            of['%'] = [](ut_DateText &out, const tm &) { out.put('%'); };
+        }
+    };
+    static constexpr ut_Table theConversions;
+    const uint8 index = uint8(letter);
+    return index < std::size(theConversions.of) ? theConversions.of[index]
+                                                : nullptr;
+}
+
+void
+ut_DateText::putTime(const char *format, const tm &t)
+{
+    while (*format)
+    {
+        const char byte = *format++;
+        const ut_Conversion conversion =
+            byte == '%' ? utFindConversion(*format) : nullptr;
+        if (conversion)
+        {
+            ++format;
+            conversion(*this, t);
+            ++myCount;
+        }
+        else
+            put(byte);
+    }
+}
+
+// ---- The class
+
+std::atomic<int> UT_Date::theCount(0);
+
+std::ostream &
+UT_Date::dprintf(std::ostream &os, const char *format, const tm *t)
+{
+    if (!format || !t)
+        return os;
+    char block[256];
+    ut_DateText text(block, sizeof block, &os);
+    text.putTime(format, *t);
+    text.flush();
+    theCount.fetch_add(text.count(), std::memory_order_relaxed);
+    return os;
+}
+
+int
+UT_Date::dprintf(char *buffer, const char *format, const tm *t)
+{
+    const size_t size = 512;
+    ut_DateText text(buffer, size - 1, nullptr);
+    if (format && t)
+        text.putTime(format, *t);
+    *text.end() = '\0';
+    theCount.store(text.count(), std::memory_order_relaxed);
+    return text.count();
+}
+
+// localtime() into a record of the caller's. It is localtime_r(), which looks
+// at the zone only once, that does the work: localtime() itself asks for the
+// zone's file each time, which takes longer than all else here.
+static const tm *
+utLocalTime(long time, tm &result)
+{
+    // The variable as this thread saw it last. One that is too long to be kept
+    // is new each time.
+    thread_local char theZone[64];
+    thread_local size_t theSize = size_t(-1); // with the NUL; 0 when unset
+    const char *zone = getenv("TZ");
+    const size_t size = zone ? strlen(zone) + 1 : 0;
+    if (size != theSize || (zone && memcmp(zone, theZone, size) != 0))
+    {
+        tzset();
+        theSize = size <= sizeof theZone ? size : size_t(-1);
+        if (zone && size <= sizeof theZone)
+            memcpy(theZone, zone, size);
+    }
+    const time_t seconds = time;
+    return localtime_r(&seconds, &result);
+}
+
+std::ostream &
+UT_Date::dprintf(std::ostream &os, const char *format, long time)
+{
+    tm t;
+    return dprintf(os, format, utLocalTime(time, t));
+}
+
+int
+UT_Date::dprintf(char *buffer, const char *format, long time)
+{
+    tm t;
+    return dprintf(buffer, format, utLocalTime(time, t));
+}
