@@ -1,12 +1,6 @@
 #include "UT_String.h"
 
-#include "SYS/SYS_Types.h"
-
-static bool
-utIsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
+#include "UT_StringImpl.h"
 
 namespace
 {
