@@ -1,0 +1,317 @@
+#include "UT_Env.h"
+
+#include "SYS/SYS_Types.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+// Another name of `environ`. No header has it, and not every C library.
+extern "C" __attribute__((weak)) char **_environ;
+
+// One block holds three arrays of theCapacity + 1 pointers. The slots are the
+// process's environment, and so within everybody's reach. What this unit last
+// left in them tells whether others have been there; and only what it has
+// allocated itself may be freed.
+static char **theEnvironment; // the slots; null until the first use
+static char **theSeen;        // the same, out of others' reach
+static char **theOwned;       // the entry of the slot if it is ours, or null
+static int32 theSize;         // entries, without the null that follows
+static int32 theCapacity;     // entries that fit
+
+// Keeps what is out of use but may still be read: by a thread that is inside
+// getenv(), or by code that keeps a value or the whole array. Nothing asks for
+// it again; it is kept so that a leak checker finds it.
+static void
+utRetire(void *block)
+{
+    static auto *theRetired = new std::vector<void *>; // never destroyed
+    theRetired->push_back(block);
+}
+
+static void
+utInstall(char **slots)
+{
+    environ = slots;
+    if (&_environ)
+        _environ = slots;
+}
+
+// Room for more entries in a block that holds those there are. The old block
+// is whoever's turn it is in getenv(); doubling bounds what that costs.
+static void
+utMoveToBlock(int32 capacity)
+{
+    const size_t stride = size_t(capacity) + 1;
+    char **const block =
+        static_cast<char **>(calloc(3 * stride, sizeof(char *)));
+    if (theSize > 0)
+    {
+        std::copy_n(theEnvironment, theSize, block);
+        std::copy_n(theSeen, theSize, block + stride);
+        std::copy_n(theOwned, theSize, block + 2 * stride);
+    }
+    if (theEnvironment)
+        utRetire(theEnvironment);
+    theEnvironment = block;
+    theSeen = block + stride;
+    theOwned = block + 2 * stride;
+    theCapacity = capacity;
+    utInstall(theEnvironment);
+}
+
+static void
+utPut(int32 index, char *entry)
+{
+    theEnvironment[index] = theSeen[index] = theOwned[index] = entry;
+}
+
+static bool
+utIsBefore(const char *a, const char *b)
+{
+    return strcmp(a, b) < 0;
+}
+
+static void
+sortEnvironment(char **entries, int32 size)
+{
+    if (!std::is_sorted(entries, entries + size, utIsBefore))
+        std::sort(entries, entries + size, utIsBefore);
+}
+
+// Another array is in force: a copy of all its entries becomes the table. The
+// old array is left alone, for it may be the C library's, and so are the old
+// table's entries, which the other array may hold. Of two entries with the
+// same name both stay.
+static void
+initializeEnvironment()
+{
+    char **const source = environ;
+    int32 count = 0;
+    while (source && source[count])
+        ++count;
+    theSize = 0;
+    utMoveToBlock(count + count / 2);
+    for (int32 i = 0; i < count; ++i)
+        if (strchr(source[i], '='))
+            theEnvironment[theSize++] = strdup(source[i]);
+    sortEnvironment(theEnvironment, theSize);
+    for (int32 i = 0; i < theSize; ++i)
+        utPut(i, theEnvironment[i]);
+}
+
+// Others have been at the slots: the table follows them. Entries of theirs
+// stay theirs. An entry of ours that is gone from its slot is not freed:
+// others may keep it, and put it back.
+static void
+utAdoptSlots()
+{
+    std::vector<char *> owned;
+    std::copy_if(
+        theOwned, theOwned + theSize, std::back_inserter(owned),
+        [](char *entry) { return entry; });
+    std::sort(owned.begin(), owned.end(), std::less<>());
+
+    int32 size = 0;
+    for (int32 i = 0; i < theCapacity && theEnvironment[i]; ++i)
+        if (strchr(theEnvironment[i], '='))
+            theEnvironment[size++] = theEnvironment[i];
+    std::fill(theEnvironment + size, theEnvironment + theCapacity + 1, nullptr);
+    sortEnvironment(theEnvironment, size);
+    std::copy_n(theEnvironment, theCapacity + 1, theSeen);
+
+    std::fill_n(theOwned, theCapacity, nullptr);
+    for (int32 i = 0; i < size; ++i)
+    {
+        const auto found = std::lower_bound(
+            owned.begin(), owned.end(), theSeen[i], std::less<>());
+        if (found == owned.end() || *found != theSeen[i])
+            continue;
+        // A pointer may be there twice, but it is freed once.
+        theOwned[i] = *found;
+        owned.erase(found);
+    }
+    std::for_each(owned.begin(), owned.end(), utRetire);
+    theSize = size;
+}
+
+// Whether the process has another environment than the table.
+static bool
+NEED_RESET()
+{
+    return environ != theEnvironment || (&_environ && _environ != environ) ||
+           !theEnvironment;
+}
+
+static void
+utUpdate()
+{
+    if (NEED_RESET())
+        initializeEnvironment();
+    else if (
+        memcmp(
+            theEnvironment, theSeen,
+            (size_t(theSize) + 1) * sizeof *theEnvironment) != 0)
+        utAdoptSlots();
+}
+
+// Negative, 0 or positive, as the variable belongs before, at or behind the
+// entry.
+static int
+cmpVarName(const char *name, const char *entry)
+{
+    for (; *name; ++name, ++entry)
+        if (*name != *entry)
+            // Deliberate: signed, unlike the order of the table.
+            return int8(*name) - int8(*entry);
+    return '=' - int8(*entry);
+}
+
+// The index of a variable's entry, -1 when there is none. Where the order of
+// the search and of the table differ, the result depends on each step here.
+static int32
+findVariable(const char *name)
+{
+    if (theSize == 0)
+        return -1;
+    int32 low = 0;
+    int32 high = theSize - 1;
+    if (cmpVarName(name, theEnvironment[low]) == 0)
+        return low;
+    if (cmpVarName(name, theEnvironment[high]) == 0)
+        return high;
+    while (high - low > 1)
+    {
+        const int32 middle = low + (high - low) / 2;
+        const int order = cmpVarName(name, theEnvironment[middle]);
+        if (order == 0)
+            return middle;
+        (order > 0 ? low : high) = middle;
+    }
+    return -1;
+}
+
+static void
+utInsert(char *entry)
+{
+    const int32 index = int32(
+        std::upper_bound(
+            theEnvironment, theEnvironment + theSize, entry, utIsBefore) -
+        theEnvironment);
+    if (theSize == theCapacity)
+        utMoveToBlock(2 * theCapacity + 4);
+    for (char **slots : {theEnvironment, theSeen, theOwned})
+        std::copy_backward(slots + index, slots + theSize, slots + theSize + 1);
+    utPut(index, entry);
+    ++theSize;
+}
+
+static void
+utSet(const char *name, size_t nameLength, const char *value)
+{
+    const size_t valueSize = strlen(value) + 1;
+    char *const entry = static_cast<char *>(malloc(nameLength + 1 + valueSize));
+    memcpy(entry, name, nameLength);
+    // Cut here for a moment, the entry is the name.
+    entry[nameLength] = '\0';
+    const int32 index = findVariable(entry);
+    entry[nameLength] = '=';
+    memcpy(entry + nameLength + 1, value, valueSize);
+    if (index < 0)
+        return utInsert(entry);
+    // Not before: name and value may have come from there.
+    char *const replaced = theOwned[index];
+    utPut(index, entry);
+    free(replaced);
+}
+
+void
+ValdrinSetenv(const char *name, const char *value)
+{
+    if (!name)
+        return;
+    utUpdate();
+    utSet(name, strlen(name), value ? value : "");
+}
+
+void
+ValdrinPutenv(const char *assignment)
+{
+    const char *const equals = assignment ? strchr(assignment, '=') : nullptr;
+    if (!equals)
+        return;
+    utUpdate();
+    utSet(assignment, size_t(equals - assignment), equals + 1);
+}
+
+char *
+ValdrinGetenv(const char *name)
+{
+    if (!name)
+        return nullptr;
+    utUpdate();
+    const int32 index = findVariable(name);
+    return index < 0 ? nullptr : theEnvironment[index] + strlen(name) + 1;
+}
+
+void
+ValdrinUnsetenv(const char *name)
+{
+    if (!name)
+        return;
+    utUpdate();
+    const int32 index = findVariable(name);
+    if (index < 0)
+        return;
+    char *const removed = theOwned[index];
+    for (char **slots : {theEnvironment, theSeen, theOwned})
+    {
+        std::copy(slots + index + 1, slots + theSize, slots + index);
+        slots[theSize - 1] = nullptr;
+    }
+    --theSize;
+    free(removed);
+}
+
+char **
+ValdrinGetenvlist()
+{
+    utUpdate();
+    return theEnvironment;
+}
+
+// One level.
+static bool
+makeDirectory(const char *path, mode_t mode)
+{
+    struct stat status;
+    if (stat(path, &status) == 0)
+        return S_ISDIR(status.st_mode);
+    if (mkdir(path, mode) == 0)
+        return true;
+    // Another process may have come first.
+    return errno == EEXIST && stat(path, &status) == 0 &&
+           S_ISDIR(status.st_mode);
+}
+
+int
+ValdrinMakeDirectory(char *path, mode_t mode)
+{
+    if (!path)
+        return 0;
+    for (char *c = path; *c; ++c)
+    {
+        if (*c != '/' || c == path)
+            continue;
+        *c = '\0';
+        const bool isThere = makeDirectory(path, mode);
+        *c = '/';
+        if (!isThere)
+            return 0;
+    }
+    return makeDirectory(path, mode);
+}

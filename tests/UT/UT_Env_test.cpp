@@ -1,0 +1,263 @@
+#include "UT/UT_Env.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+using ut_Strings = std::vector<std::string>;
+
+static ut_Strings
+utTexts(char **entries)
+{
+    ut_Strings texts;
+    for (; entries && *entries; ++entries)
+        texts.push_back(*entries);
+    return texts;
+}
+
+// "?" for a variable that is not there.
+static std::string
+utText(const char *value)
+{
+    return value ? value : "?";
+}
+
+// The environment under a random script of the toolkit's calls, the C
+// library's and writes to the array, beside a map from names to values.
+class ut_Script
+{
+public:
+    explicit ut_Script(unsigned seed) : myRandom(seed) { clearenv(); }
+    ~ut_Script()
+    {
+        clearenv();
+        for (const auto &buffer : myBuffers)
+            free(buffer.second);
+    }
+
+    void step()
+    {
+        const std::string name = pickName();
+        const std::string value(pick(9) * pick(9), char('a' + pick(26)));
+        const std::string text = name + "=" + value;
+        switch (pick(6))
+        {
+        case 0:
+            ValdrinSetenv(name.c_str(), value.c_str());
+            myValues[name] = value;
+            break;
+        case 1:
+            ValdrinPutenv(text.c_str());
+            myValues[name] = value;
+            break;
+        case 2:
+            ValdrinUnsetenv(name.c_str());
+            myValues.erase(name);
+            break;
+        case 3: // the value of a variable, perhaps its own
+            if (const char *other = ValdrinGetenv(pickName().c_str()))
+            {
+                myValues[name] = other;
+                ValdrinSetenv(name.c_str(), other);
+            }
+            break;
+        default:
+            meddle(name, value, text);
+        }
+    }
+
+    void check()
+    {
+        for (const std::string &name : names())
+        {
+            const auto found = myValues.find(name);
+            const std::string value =
+                found == myValues.end() ? "?" : found->second;
+            EXPECT_EQ(value, utText(ValdrinGetenv(name.c_str()))) << name;
+            EXPECT_EQ(value, utText(getenv(name.c_str()))) << name;
+        }
+        ut_Strings texts;
+        for (const auto &variable : myValues)
+            texts.push_back(variable.first + "=" + variable.second);
+        std::sort(texts.begin(), texts.end());
+        EXPECT_EQ(texts, utTexts(ValdrinGetenvlist()));
+        EXPECT_EQ(ValdrinGetenvlist(), environ);
+    }
+
+    size_t pick(size_t count) { return myRandom() % count; }
+
+private:
+    // Neighbours in the order, or such as look it.
+    static const ut_Strings &names()
+    {
+        static const ut_Strings theNames = {"A", "A-",  "A1", "AB", "A_",
+                                            "B", "ABC", "a",  "A.", "Z"};
+        return theNames;
+    }
+    const std::string &pickName() { return names()[pick(names().size())]; }
+
+    // What others do. The values are then what the array says.
+    void meddle(
+        const std::string &name, const std::string &value,
+        const std::string &text)
+    {
+        char **const slots = environ;
+        const size_t size = utTexts(slots).size();
+        switch (pick(8))
+        {
+        case 0:
+        case 1:
+            setenv(name.c_str(), value.c_str(), /*overwrite=*/1);
+            break;
+        case 2:
+        case 3:
+            unsetenv(name.c_str());
+            break;
+        case 4: // the buffer is the environment until the next one is
+        {
+            char *const before =
+                std::exchange(myBuffers[name], strdup(text.c_str()));
+            putenv(myBuffers[name]);
+            char **const end = environ + utTexts(environ).size();
+            if (std::find(environ, end, before) == end)
+                free(before);
+            break;
+        }
+        case 5:
+            if (size > 0)
+                std::swap(slots[pick(size)], slots[pick(size)]);
+            break;
+        case 6:
+            if (char *old = getenv(name.c_str()))
+                std::fill(old, old + strlen(old), '=');
+            break;
+        default:
+            if (pick(8) == 0)
+                clearenv();
+            else if (size > 0 && pick(4) == 0)
+                slots[pick(size)] = nullptr;
+        }
+        myValues.clear();
+        for (const std::string &entry : utTexts(environ))
+        {
+            const size_t equals = entry.find('=');
+            myValues.emplace(entry.substr(0, equals), entry.substr(equals + 1));
+        }
+    }
+
+    std::mt19937 myRandom;
+    std::map<std::string, std::string> myValues;
+    std::map<std::string, char *> myBuffers; // what putenv() was last given
+};
+
+TEST(UT_Env, TheTableIsTheEnvironmentWhateverOthersDo)
+{
+    for (unsigned seed = 0; seed < 40; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        ut_Script script(seed);
+        for (int steps = 0; steps < 500 && !testing::Test::HasFailure();
+             ++steps)
+        {
+            script.step();
+            if (script.pick(3) == 0)
+                script.check();
+        }
+    }
+}
+
+TEST(UT_Env, OddEnvironmentsAreKeptAsTheyAre)
+{
+    EXPECT_STREQ(
+        "/", (environ = nullptr, ValdrinSetenv("A", "/"), getenv("A")));
+    char twice[] = "A=2", once[] = "A=1", none[] = "B",
+         *other[] = {twice, none, once, nullptr};
+    environ = other;
+    EXPECT_EQ((ut_Strings{"A=1", "A=2"}), utTexts(ValdrinGetenvlist()));
+    clearenv();
+    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
+    EXPECT_EQ(nullptr, *ValdrinGetenvlist());
+    ValdrinUnsetenv("A");
+
+    ValdrinPutenv("A=b=c");
+    ValdrinPutenv("A");
+    ValdrinPutenv(nullptr);
+    ValdrinSetenv(nullptr, "x");
+    ValdrinSetenv("B", nullptr);
+    ValdrinUnsetenv(nullptr);
+    EXPECT_EQ(nullptr, ValdrinGetenv(nullptr));
+    EXPECT_EQ((ut_Strings{"A=b=c", "B="}), utTexts(ValdrinGetenvlist()));
+    EXPECT_STREQ("c", ValdrinGetenv("A=b"));
+}
+
+TEST(UT_Env, HighBytesHideNamesFromTheSearch)
+{
+    clearenv();
+    for (const char *name : {"A", "B", "\xc3", "\xc4"})
+        ValdrinSetenv(name, "1");
+    // The last entry is always looked at.
+    EXPECT_STREQ("1", ValdrinGetenv("\xc4"));
+    EXPECT_EQ(nullptr, ValdrinGetenv("\xc3"));
+    EXPECT_STREQ("1", getenv("\xc3"));
+    ValdrinSetenv("\xc3", "2");
+    EXPECT_EQ(
+        (ut_Strings{"A=1", "B=1", "\xc3=1", "\xc3=2", "\xc4=1"}),
+        utTexts(ValdrinGetenvlist()));
+}
+
+// Many entries, set before others take a look, found by a child process.
+TEST(UT_Env, ChildrenInheritTheTable)
+{
+    for (int i = 0; i < 3000; ++i)
+        ValdrinSetenv(("N" + std::to_string(i * 7 % 3000)).c_str(), "x");
+    EXPECT_EQ(0, system("test $(env | grep -c '^N[0-9]*=x$') = 3000"));
+}
+
+TEST(UT_Env, MissingDirectoriesAreMade)
+{
+    char root[] = "/tmp/valdrin.XXXXXX";
+    ASSERT_TRUE(mkdtemp(root));
+    const std::string base = root;
+    ASSERT_EQ(0, close(creat((base + "/file").c_str(), 0600)));
+    ASSERT_EQ(0, symlink("nowhere", (base + "/link").c_str()));
+    umask(022);
+    const struct
+    {
+        const char *path;
+        int isMade;
+    } cases[] = {
+        {"/a/b/c",  1},
+        {"/a/b/c",  1},
+        {"/d//e/",  1},
+        {"/file",   0},
+        {"/file/a", 0},
+        {"/link",   0},
+        {"/link/a", 0},
+    };
+    for (const auto &row : cases)
+    {
+        std::string path = base + row.path;
+        EXPECT_EQ(row.isMade, ValdrinMakeDirectory(path.data(), 0777)) << path;
+        EXPECT_EQ(base + row.path, path);
+        EXPECT_EQ(row.isMade != 0, std::filesystem::is_directory(path));
+    }
+    struct stat status;
+    EXPECT_EQ(0, stat((base + "/a/b").c_str(), &status));
+    EXPECT_EQ(0755u, status.st_mode & 07777u);
+    char empty[] = "", top[] = "/";
+    EXPECT_EQ(0, ValdrinMakeDirectory(nullptr, 0777));
+    EXPECT_EQ(0, ValdrinMakeDirectory(empty, 0777));
+    EXPECT_EQ(1, ValdrinMakeDirectory(top, 0777));
+    std::filesystem::remove_all(base);
+}
