@@ -1,62 +1,380 @@
 #include "UT_EnvControl.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <iterator>
+#include "UT_Env.h"
+#include "UT_EnvControlImpl.h"
+#include "UT_SymbolTable.h"
 
-static const struct
-{
-    UT_IntControl id;
-    const char *name;
-    int32 defaultValue;
-    int32 minimum;
-    int32 maximum;
-    const char *formerName;
-} theIntLookups[] = {
-    {UT_VALDRIN_MAXTHREADS, "VALDRIN_MAXTHREADS", -1, -1, 100, nullptr},
-    {UT_INT_CONTROL_COUNT,  nullptr,              0,  0,  0,   nullptr},
-};
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <mutex>
+#include <pwd.h>
+#include <string>
+#include <unistd.h>
+
+// What a slot holds until its row has filled it.
+static const int32 theMissingInt = -399128;
+static const float theMissingFloat = -399128.0f;
+static char *const theMissingString = reinterpret_cast<char *>(uintptr_t(1));
 
 std::atomic<UT_EnvControl *> UT_EnvControl::theControl(nullptr);
 
-UT_EnvControl &
-UT_EnvControl::getControl()
+// The default texts by id. Those that depend on machine and user are worked
+// out once: a later change of the environment does not move them.
+static const char *theStringDefaults[UT_STR_CONTROL_COUNT];
+
+// The names of all variables that are settings.
+static UT_SymbolTable &
+theVariableNames()
 {
-    UT_EnvControl *control = theControl.load(std::memory_order_acquire);
-    if (control)
-        return *control;
-    // The first to be ready stays; another thread may have come first.
-    UT_EnvControl *created = new UT_EnvControl;
-    if (theControl.compare_exchange_strong(control, created))
-        return *created;
-    delete created;
-    return *control;
+    static auto *theNames = new UT_SymbolTable; // never destroyed
+    return *theNames;
+}
+
+// ---- The tables ------------------------------------------------------------
+
+template <class Row, class Id>
+static const Row *
+utFindRow(const Row *rows, Id id)
+{
+    while (rows->name && rows->id != id)
+        ++rows;
+    return rows->name ? rows : nullptr;
+}
+
+template <class Row>
+static void
+utAddNames(const Row *rows)
+{
+    for (; rows->name; ++rows)
+        theVariableNames().addSymbol(rows->name, UT_Thing());
+}
+
+// ---- The one table ---------------------------------------------------------
+
+UT_EnvControl &
+UT_EnvControl::createControl()
+{
+    static std::mutex theCreation;
+    const std::lock_guard<std::mutex> guard(theCreation);
+    if (!theControl.load(std::memory_order_relaxed))
+        new UT_EnvControl;
+    return *theControl.load(std::memory_order_relaxed);
 }
 
 UT_EnvControl::UT_EnvControl()
 {
+    doInit();
+    // Not later: the names go into a table with a lock, and the first lock
+    // asks for a setting.
+    theControl.store(this, std::memory_order_release);
+
+    theVariableNames().clear();
+    utAddNames(theExistLookups);
+    utAddNames(theIntLookups);
+    utAddNames(theFltLookups);
+    utAddNames(theStringLookups);
+}
+
+UT_EnvControl::~UT_EnvControl()
+{
+    freeStrings();
+}
+
+void
+UT_EnvControl::freeStrings()
+{
+    std::for_each(std::begin(myStrings), std::end(myStrings), free);
+}
+
+// The login name without blanks.
+static char *
+utDefaultUser()
+{
+    const passwd *const user = getpwuid(geteuid());
+    char *const name = strdup(user ? user->pw_name : "nobody");
+    std::replace(name, name + strlen(name), ' ', '_');
+    return name;
+}
+
+// The temporary directory as the environment has it.
+static char *
+utDefaultHome()
+{
+    const char *const value =
+        ValdrinGetenv(UT_EnvControl::getStringVar(UT_VALDRIN_TEMP_DIR));
+    std::string directory = value ? value : "/tmp";
+    if (!directory.empty() && directory.back() == '/')
+        directory.pop_back();
+    return strdup(directory.c_str());
+}
+
+static char *
+utDefaultDesktopDir()
+{
+    const char *const home = ValdrinGetenv("HOME");
+    return strdup((std::string(home ? home : "") + "/Desktop").c_str());
+}
+
+static void
+utComputeDefaults()
+{
+    static bool theIsDone = false;
+    if (theIsDone)
+        return;
+    theIsDone = true;
+    for (const ut_StringRow *row = theStringLookups; row->name; ++row)
+        theStringDefaults[row->id] = row->defaultText;
+    theStringDefaults[UT_USER] = utDefaultUser();
+    theStringDefaults[UT_HOME] = utDefaultHome();
+    theStringDefaults[UT_VALDRIN_TEMP_DIR] = "/tmp";
+    theStringDefaults[UT_VALDRIN_DESKTOP_DIR] = utDefaultDesktopDir();
+    theStringDefaults[UT_VALDRIN_OS] = "Linux";
+}
+
+// Nothing here may ask for a setting.
+void
+UT_EnvControl::doInit()
+{
+    utComputeDefaults();
+    std::fill(std::begin(myStrings), std::end(myStrings), nullptr);
     setDefaults();
     loadEnvironment();
+    for (const UT_StrControl id :
+         {UT_USER, UT_HOME, UT_VALDRIN_TEMP_DIR, UT_VALDRIN_DESKTOP_DIR})
+        ValdrinSetenv(getStringVar(id), myStrings[id]);
+}
+
+template <class Value, size_t count>
+static void
+utReportMissing(const char *kind, const Value (&values)[count], Value marker)
+{
+    for (size_t id = 0; id < count; ++id)
+        if (!(values[id] < marker) && !(marker < values[id]))
+            fprintf(stderr, "EnvControl: missing %s %d\n", kind, int(id));
 }
 
 void
 UT_EnvControl::setDefaults()
 {
-    std::fill(std::begin(myInts), std::end(myInts), 0);
-    for (const auto *row = theIntLookups; row->name; ++row)
+    std::fill(std::begin(myInts), std::end(myInts), theMissingInt);
+    std::fill(std::begin(myFloats), std::end(myFloats), theMissingFloat);
+    std::fill(std::begin(myStrings), std::end(myStrings), theMissingString);
+
+    for (const ut_ExistRow *row = theExistLookups; row->name; ++row)
         myInts[row->id] = row->defaultValue;
+    for (const ut_IntRow *row = theIntLookups; row->name; ++row)
+        myInts[row->id] = row->defaultValue;
+    for (const ut_StringRow *row = theStringLookups; row->name; ++row)
+    {
+        const char *const text = theStringDefaults[row->id];
+        myStrings[row->id] = text ? strdup(text) : nullptr;
+    }
+    for (const ut_FltRow *row = theFltLookups; row->name; ++row)
+        myFloats[row->id] = row->defaultValue;
+
+    utReportMissing("int", myInts, theMissingInt);
+    utReportMissing("float", myFloats, theMissingFloat);
+    utReportMissing("string", myStrings, theMissingString);
+}
+
+static int32
+utSwitch(const char *value, int32 defaultValue)
+{
+    if (strcmp(value, "0") == 0 || strcmp(value, "1") == 0)
+        return *value - '0';
+    return !defaultValue;
+}
+
+// With a point, whatever the program's locale has between the digits.
+static double
+utNumber(const char *value)
+{
+    static const locale_t theCLocale =
+        newlocale(LC_ALL_MASK, "C", locale_t(nullptr));
+    const double number = strtod_l(value, nullptr, theCLocale);
+    return std::isnan(number) ? 0 : number;
 }
 
 void
 UT_EnvControl::loadEnvironment()
 {
-    for (const auto *row = theIntLookups; row->name; ++row)
-    {
-        const char *value = getenv(row->name);
-        if (!value)
-            continue;
-        const long number = strtol(value, nullptr, 10);
-        myInts[row->id] =
-            int32(std::clamp<long>(number, row->minimum, row->maximum));
-    }
+    for (const ut_ExistRow *row = theExistLookups; row->name; ++row)
+        if (const char *value = ValdrinGetenv(row->name))
+            myInts[row->id] = utSwitch(value, row->defaultValue);
+
+    for (const ut_IntRow *row = theIntLookups; row->name; ++row)
+        if (const char *value = ValdrinGetenv(row->name))
+            myInts[row->id] = int32(std::clamp<long>(
+                strtol(value, nullptr, 10), row->minimum, row->maximum));
+
+    for (const ut_StringRow *row = theStringLookups; row->name; ++row)
+        if (const char *value = ValdrinGetenv(row->name))
+        {
+            char *const text = strdup(value);
+            free(myStrings[row->id]);
+            myStrings[row->id] = text;
+            if (!strchr(text, '\\'))
+                continue;
+            std::replace(text, text + strlen(text), '\\', '/');
+            ValdrinSetenv(row->name, text);
+        }
+
+    for (const ut_FltRow *row = theFltLookups; row->name; ++row)
+        if (const char *value = ValdrinGetenv(row->name))
+            myFloats[row->id] = float(std::clamp<double>(
+                utNumber(value), row->minimum, row->maximum));
+}
+
+// ---- Names -----------------------------------------------------------------
+
+const char *
+UT_EnvControl::getIntVar(UT_IntControl id)
+{
+    if (const ut_ExistRow *row = utFindRow(theExistLookups, id))
+        return row->name;
+    const ut_IntRow *const row = utFindRow(theIntLookups, id);
+    return row ? row->name : nullptr;
+}
+
+const char *
+UT_EnvControl::getFloatVar(UT_FltControl id)
+{
+    const ut_FltRow *const row = utFindRow(theFltLookups, id);
+    return row ? row->name : nullptr;
+}
+
+const char *
+UT_EnvControl::getStringVar(UT_StrControl id)
+{
+    const ut_StringRow *const row = utFindRow(theStringLookups, id);
+    return row ? row->name : nullptr;
+}
+
+const char *
+UT_EnvControl::getOldIntVar(UT_IntControl id)
+{
+    if (const ut_ExistRow *row = utFindRow(theExistLookups, id))
+        return row->formerName;
+    const ut_IntRow *const row = utFindRow(theIntLookups, id);
+    return row ? row->formerName : nullptr;
+}
+
+const char *
+UT_EnvControl::getOldFloatVar(UT_FltControl id)
+{
+    const ut_FltRow *const row = utFindRow(theFltLookups, id);
+    return row ? row->formerName : nullptr;
+}
+
+const char *
+UT_EnvControl::getOldStringVar(UT_StrControl id)
+{
+    const ut_StringRow *const row = utFindRow(theStringLookups, id);
+    return row ? row->formerName : nullptr;
+}
+
+// ---- Changes ---------------------------------------------------------------
+
+void
+UT_EnvControl::setStringVar(UT_StrControl id, const char *value)
+{
+    const char *const name = getStringVar(id);
+    if (!name)
+        return;
+    // Copied first: it may be the present value, or lie in the environment.
+    char *const text = value ? strdup(value) : nullptr;
+    char *&slot = getControl().myStrings[id];
+    free(slot);
+    slot = text;
+    if (text)
+        ValdrinSetenv(name, text);
+    else
+        ValdrinUnsetenv(name);
+}
+
+void
+UT_EnvControl::varChanged(const char *name)
+{
+    if (!theVariableNames().findSymbol(name, nullptr))
+        return;
+    UT_EnvControl &control = getControl();
+    control.freeStrings();
+    control.doInit();
+}
+
+// ---- Descriptions ----------------------------------------------------------
+
+template <class Row>
+static void
+utDescribeNumber(UT_ControlInfo &info, const Row &row, double value)
+{
+    info.value = value;
+    info.defaultValue = double(row.defaultValue);
+    info.minimum = double(row.minimum);
+    info.maximum = double(row.maximum);
+}
+
+static void
+utDescribe(UT_ControlInfo &info, const ut_ExistRow &row)
+{
+    info.kind = UT_CONTROL_SWITCH;
+    info.value = UT_EnvControl::getInt(row.id);
+    info.defaultValue = row.defaultValue;
+    info.maximum = 1;
+}
+
+static void
+utDescribe(UT_ControlInfo &info, const ut_IntRow &row)
+{
+    info.kind = UT_CONTROL_INT;
+    utDescribeNumber(info, row, UT_EnvControl::getInt(row.id));
+}
+
+static void
+utDescribe(UT_ControlInfo &info, const ut_FltRow &row)
+{
+    info.kind = UT_CONTROL_FLOAT;
+    utDescribeNumber(info, row, double(UT_EnvControl::getFloat(row.id)));
+}
+
+static void
+utDescribe(UT_ControlInfo &info, const ut_StringRow &row)
+{
+    info.kind = UT_CONTROL_STRING;
+    info.text = UT_EnvControl::getString(row.id);
+    info.defaultText = theStringDefaults[row.id];
+    info.isComputed = info.defaultText && !row.defaultText;
+}
+
+// Counts `index` down on the way through the rows.
+template <class Row>
+static bool
+utDescribeIn(const Row *rows, int &index, UT_ControlInfo &info)
+{
+    while (rows->name && index-- > 0)
+        ++rows;
+    if (!rows->name)
+        return false;
+    info = UT_ControlInfo();
+    info.id = rows->id;
+    info.name = rows->name;
+    info.formerName = rows->formerName;
+    info.use = rows->use;
+    utDescribe(info, *rows);
+    return true;
+}
+
+int
+UTdescribeControl(int index, UT_ControlInfo &info)
+{
+    UT_EnvControl::getControl();
+    return index >= 0 && (utDescribeIn(theExistLookups, index, info) ||
+                          utDescribeIn(theIntLookups, index, info) ||
+                          utDescribeIn(theFltLookups, index, info) ||
+                          utDescribeIn(theStringLookups, index, info));
 }

@@ -1,0 +1,164 @@
+#include "UT/UT_EnvControl.h"
+
+#include "UT/UT_Env.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <set>
+#include <string>
+#include <unistd.h>
+
+// Values of settings as the table reads them; null leaves a variable unset.
+static const struct
+{
+    UT_IntControl id;
+    const char *value;
+    int expected;
+} theIntCases[] = {
+    {UT_VALDRIN_VERBOSE_ERROR,  "0",           0  },
+    {UT_VALDRIN_VERBOSE_ERROR,  "1",           1  },
+    {UT_VALDRIN_VERBOSE_ERROR,  "yes",         1  },
+    {UT_VALDRIN_VERBOSE_ERROR,  "",            1  },
+    {UT_VALDRIN_VERBOSE_ERROR,  "00",          1  },
+    {UT_VALDRIN_VIEW_GRID,      nullptr,       1  },
+    {UT_VALDRIN_VIEW_GRID,      "1",           1  },
+    {UT_VALDRIN_VIEW_GRID,      " 1",          0  },
+    {UT_VALDRIN_CONSOLE_LINES,  nullptr,       256},
+    {UT_VALDRIN_CONSOLE_LINES,  "10",          64 },
+    {UT_VALDRIN_CONSOLE_LINES,  "0100",        100},
+    {UT_VALDRIN_CONSOLE_LINES,  "0x100",       64 },
+    {UT_VALDRIN_CONSOLE_LINES,  " 99 lines",   99 },
+    {UT_VALDRIN_MAXTHREADS,     "500",         100},
+    {UT_VALDRIN_MAXTHREADS,     "4294967296",  100},
+    {UT_VALDRIN_MAXTHREADS,     "-4294967296", -1 },
+    {UT_VALDRIN_ERRORLOG_LEVEL, "abc",         0  },
+    {UT_VALDRIN_SOCKET_PORT,    nullptr,       560},
+};
+
+static const struct
+{
+    const char *value;
+    float expected;
+} theFloatCases[] = {
+    {nullptr, 2.2f },
+    {"1.5",   1.5f },
+    {"1,5",   1.0f },
+    {"x",     0.1f },
+    {"-3",    0.1f },
+    {"1e999", 10.0f},
+    {"nan",   0.1f },
+    {" 2x",   2.0f },
+};
+
+static void
+utSetAndTell(const char *name, const char *value)
+{
+    value ? ValdrinSetenv(name, value) : ValdrinUnsetenv(name);
+    UT_EnvControl::varChanged(name);
+}
+
+TEST(UT_EnvControl, ValuesAreReadAndMovedIntoTheirRange)
+{
+    UT_EnvControl::getControl();
+    for (const auto &row : theIntCases)
+    {
+        utSetAndTell(UT_EnvControl::getIntVar(row.id), row.value);
+        EXPECT_EQ(row.expected, UT_EnvControl::getInt(row.id))
+            << UT_EnvControl::getIntVar(row.id) << "=" << row.value;
+    }
+    for (const auto &row : theFloatCases)
+    {
+        utSetAndTell("VALDRIN_VIEW_GAMMA", row.value);
+        EXPECT_EQ(row.expected, UT_EnvControl::getFloat(UT_VALDRIN_VIEW_GAMMA))
+            << row.value;
+    }
+}
+
+// The first look: nothing of ours in the environment but what is given here.
+TEST(UT_EnvControl, TheFirstQuestionComputesAndExports)
+{
+    clearenv();
+    setenv("VALDRIN_TEMP_DIR", "\\\\server\\tmp\\", /*overwrite=*/1);
+    setenv("VALDRIN_NO_CONSOLE", "1", /*overwrite=*/1);
+    EXPECT_STREQ("\\\\server\\tmp\\", getenv("VALDRIN_TEMP_DIR"));
+    EXPECT_STREQ(
+        "//server/tmp/", UT_EnvControl::getString(UT_VALDRIN_TEMP_DIR));
+    EXPECT_STREQ("//server/tmp/", getenv("VALDRIN_TEMP_DIR"));
+    // Deliberate: a former name is not read.
+    EXPECT_EQ(0, UT_EnvControl::getInt(UT_VALDRIN_DISABLE_CONSOLE));
+    // Deliberate: worked out before HOME has its own default, and kept.
+    EXPECT_STREQ("/Desktop", getenv("VALDRIN_DESKTOP_DIR"));
+    EXPECT_STREQ("\\\\server\\tmp\\", UT_EnvControl::getString(UT_HOME));
+    utSetAndTell("HOME", "/home/ann");
+    EXPECT_STREQ("/home/ann", UT_EnvControl::getString(UT_HOME));
+    EXPECT_STREQ("/Desktop", UT_EnvControl::getString(UT_VALDRIN_DESKTOP_DIR));
+
+    EXPECT_STREQ("Linux", UT_EnvControl::getString(UT_VALDRIN_OS));
+    EXPECT_EQ(nullptr, getenv("VALDRIN_OS"));
+    EXPECT_EQ(nullptr, UT_EnvControl::getString(UT_VRS));
+    EXPECT_STREQ(getenv("USER"), UT_EnvControl::getString(UT_USER));
+    EXPECT_EQ(std::string::npos, std::string(getenv("USER")).find(' '));
+}
+
+TEST(UT_EnvControl, OnlyKnownNamesCauseAnotherReading)
+{
+    UT_EnvControl::varChanged("VRS"); // there is no table yet
+    setenv("VRS", "/opt", /*overwrite=*/1);
+    EXPECT_STREQ("/opt", UT_EnvControl::getString(UT_VRS));
+    setenv("VRS", "/usr", /*overwrite=*/1);
+    for (const char *name : {"VALDRIN_NO_CONSOLE", "VALDRIN", ""})
+        UT_EnvControl::varChanged(name);
+    UT_EnvControl::varChanged(nullptr);
+    EXPECT_STREQ("/opt", UT_EnvControl::getString(UT_VRS));
+    UT_EnvControl::varChanged("VALDRIN_VIEW_GAMMA");
+    EXPECT_STREQ("/usr", UT_EnvControl::getString(UT_VRS));
+}
+
+TEST(UT_EnvControl, ATextIsChangedAlongWithItsVariable)
+{
+    UT_EnvControl::setStringVar(UT_VRS, "a\\b"); // makes the table
+    EXPECT_STREQ("a\\b", UT_EnvControl::getString(UT_VRS));
+    EXPECT_STREQ("a\\b", getenv("VRS"));
+    UT_EnvControl::setStringVar(UT_VRS, UT_EnvControl::getString(UT_VRS));
+    UT_EnvControl::setStringVar(UT_VRS, ValdrinGetenv("VRS"));
+    EXPECT_STREQ("a\\b", UT_EnvControl::getString(UT_VRS));
+    UT_EnvControl::setStringVar(UT_VRS, nullptr);
+    EXPECT_EQ(nullptr, UT_EnvControl::getString(UT_VRS));
+    EXPECT_EQ(nullptr, getenv("VRS"));
+    UT_EnvControl::setStringVar(UT_STR_CONTROL_COUNT, "x");
+}
+
+TEST(UT_EnvControl, EverySettingIsDescribedOnce)
+{
+    clearenv();
+    std::set<std::pair<int, int>> ids;
+    UT_ControlInfo info;
+    for (int index = 0; UTdescribeControl(index, info); ++index)
+    {
+        const UT_IntControl intId = UT_IntControl(info.id);
+        const UT_FltControl fltId = UT_FltControl(info.id);
+        const UT_StrControl strId = UT_StrControl(info.id);
+        const bool isText = info.kind == UT_CONTROL_STRING;
+        const bool isFloat = info.kind == UT_CONTROL_FLOAT;
+        EXPECT_TRUE(ids.emplace(isText ? 2 : isFloat, info.id).second);
+        EXPECT_STREQ(
+            info.name, isText    ? UT_EnvControl::getStringVar(strId)
+                       : isFloat ? UT_EnvControl::getFloatVar(fltId)
+                                 : UT_EnvControl::getIntVar(intId));
+        EXPECT_STREQ(
+            info.formerName, isText    ? UT_EnvControl::getOldStringVar(strId)
+                             : isFloat ? UT_EnvControl::getOldFloatVar(fltId)
+                                       : UT_EnvControl::getOldIntVar(intId));
+        EXPECT_EQ(info.defaultValue, info.value) << info.name;
+        EXPECT_STREQ(info.defaultText, info.text) << info.name;
+        EXPECT_TRUE(*info.use) << info.name;
+    }
+    EXPECT_EQ(135u + 11u + 93u, ids.size());
+    EXPECT_EQ(0, UTdescribeControl(-1, info));
+    EXPECT_EQ(nullptr, UT_EnvControl::getIntVar(UT_INT_CONTROL_COUNT));
+    EXPECT_EQ(nullptr, UT_EnvControl::getOldIntVar(UT_INT_CONTROL_COUNT));
+    EXPECT_STREQ(
+        "VALDRIN_NO_CONSOLE",
+        UT_EnvControl::getOldIntVar(UT_VALDRIN_DISABLE_CONSOLE));
+}
