@@ -1,0 +1,18 @@
+// The tables of the half floats, for the conversions of whole arrays too.
+
+#pragma once
+
+#include "SYS_Types.h"
+
+struct ut_HalfToFloat
+{
+    float values[65536];
+};
+
+struct ut_FloatToHalfExponent
+{
+    uint16 values[512];
+};
+
+extern const ut_HalfToFloat theHalfToFloat;
+extern const ut_FloatToHalfExponent theFloatToHalfExponent;
