@@ -16,3 +16,57 @@ TEST(SYS_Processor, CountsTheProcessorsOfCpuinfo)
     EXPECT_EQ(12, parse_cpuinfo_for_nprocs(path.c_str()));
     EXPECT_EQ(0, parse_cpuinfo_for_nprocs("/nowhere/cpuinfo"));
 }
+
+TEST(SYS_Processor, TellsAnotherTypeAtTheFirstCall)
+{
+    int type;
+    int flags;
+    SYSgetProcessor(type, flags);
+    EXPECT_EQ(-1, type);
+    int again;
+    SYSgetProcessor(type, again);
+    EXPECT_EQ(3, type);
+    EXPECT_EQ(flags, again);
+#ifdef __SSE2__
+    EXPECT_EQ(31, flags & 31);
+#endif
+}
+
+TEST(SYS_Processor, SwitchesTakeFeaturesAway)
+{
+    static const struct
+    {
+        const char *variable;
+        const char *value;
+        int left; // of the vector instructions
+    } theCases[] = {
+        {"VALDRIN_DISABLE_MMX",  "1",   1            },
+        {"VALDRIN_DISABLE_XMMX", "-3",  1            },
+        {"VALDRIN_DISABLE_SSE",  "1",   1 + 2        },
+        {"VALDRIN_DISABLE_SSE",  "0x",  1 + 2 + 4 + 8},
+        {"VALDRIN_DISABLE_SSE",  "yes", 1 + 2 + 4 + 8},
+        {"VALDRIN_DISABLE_XMMX", "",    1 + 2 + 4 + 8},
+    };
+    // The answers are kept, so each is asked for in a child.
+    for (const auto &row : theCases)
+        EXPECT_EXIT(
+            {
+                setenv(row.variable, row.value, 1);
+                int type;
+                int flags;
+                SYSgetProcessor(type, flags);
+                exit(flags & 15);
+            },
+            testing::ExitedWithCode(row.left), "")
+            << row.variable << '=' << row.value;
+}
+
+TEST(SYS_Processor, WarnsOnce)
+{
+    testing::internal::CaptureStderr();
+    SYS_Processor::obsoleteWarning();
+    SYS_Processor::obsoleteWarning();
+    const std::string text = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(0u, text.find("A Pentium III or better processor is required"));
+    EXPECT_EQ(text.find("future.\n") + 8, text.size());
+}

@@ -1,0 +1,82 @@
+#include "SYS_Memory.h"
+
+#include "SYS_Types.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <malloc.h>
+#include <unistd.h>
+
+static void
+printFraction(char *buffer, float value, const char *unit, int width)
+{
+    const double wide = double(value);
+    if (width < 1)
+        sprintf(buffer, "%.2f %s", wide, unit);
+    else
+        sprintf(buffer, "%*.2f %s", width, wide, unit);
+}
+
+void
+SYSprintMemory(char *buffer, long long bytes, int width)
+{
+    const float value = float(bytes);
+    // Deliberate: any negative count looks like this.
+    if (bytes < 0)
+        printFraction(buffer, -0.01f, "B ", width);
+    else if (bytes >= 1LL << 30)
+        printFraction(buffer, value * 0x1p-30f, "GB", width);
+    else if (bytes >= 1LL << 20)
+        printFraction(buffer, value * 0x1p-20f, "MB", width);
+    else
+        printFraction(buffer, value * 0x1p-10f, "KB", width);
+}
+
+// The bytes that a line like "VmData:\t    1234 kB" tells of; false for others.
+static bool
+utReadsVmData(const char *line, unsigned &bytes)
+{
+    static const char theLabel[] = "VmData:";
+    if (strncmp(line, theLabel, sizeof theLabel - 1) != 0)
+        return false;
+    char *end;
+    const unsigned long kilobytes =
+        strtoul(line + sizeof theLabel - 1, &end, 0);
+    if (strncmp(end, " kB", 3) != 0)
+        return false;
+    bytes = static_cast<unsigned>(kilobytes * 1024);
+    return true;
+}
+
+unsigned
+getProcMemUsage()
+{
+    char text[256];
+    snprintf(text, sizeof text, "/proc/%d/status", int(getpid()));
+    bool found = false;
+    unsigned bytes = 0;
+    if (FILE *file = fopen(text, "re"))
+    {
+        while (!found && fgets(text, sizeof text, file))
+            found = utReadsVmData(text, bytes);
+        fclose(file);
+    }
+    if (found)
+        return bytes;
+    const struct mallinfo2 heap = mallinfo2();
+    return static_cast<unsigned>(heap.uordblks + heap.usmblks);
+}
+
+long long
+intToBigMem(int size)
+{
+    return size;
+}
+
+long long
+intToBigMem(unsigned size)
+{
+    return size;
+}

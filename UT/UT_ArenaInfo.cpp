@@ -1,0 +1,38 @@
+#include "UT_ArenaInfo.h"
+
+#include "SYS/SYS_Memory.h"
+
+#include <ostream>
+
+#include <malloc.h>
+
+int64
+UT_ArenaInfo::arenaSize()
+{
+    const struct mallinfo2 heap = mallinfo2();
+    return int64(heap.arena) + int64(heap.hblkhd);
+}
+
+int64
+UT_ArenaInfo::totalInUse()
+{
+    const struct mallinfo2 heap = mallinfo2();
+    return int64(heap.uordblks) + int64(heap.hblkhd);
+}
+
+void
+UT_ArenaInfo::outputUsage(std::ostream &out)
+{
+    const int64 size = arenaSize();
+    const int64 used = totalInUse();
+    char text[32];
+    SYSprintMemory(text, used);
+    out << "Memory:  " << text;
+    if (used != size)
+    {
+        SYSprintMemory(text, size);
+        out << " of " << text << " arena size";
+    }
+    SYSprintMemory(text, intToBigMem(getProcMemUsage()));
+    out << ". VM Size: " << text << std::endl;
+}
