@@ -6,16 +6,59 @@
 
 /// Operations on arrays of floats, of any alignment.
 ///
-/// Thread-safe, but for the switch.
+/// Each has a plain form and one with vector instructions; theSIMD chooses.
+/// The results are the same either way, bit for bit but for the payload of a
+/// NaN. An array that is written may be one that is read, exactly, and must
+/// not overlap it otherwise.
+///
+/// Thread-safe, but for the switch. Linear time.
 class UT_API VM_Math
 {
 public:
     /// Whether vector instructions may be used; off at the start. Set it
-    /// before other threads run.
+    /// before other threads run. Where the processor lacks them, or
+    /// VALDRIN_DISABLE_SSE and its kin forbid them, it changes nothing.
     static bool theSIMD;
 
-    /// Sets `count` floats at `data` to `value`, with vector instructions when
-    /// theSIMD is on and the processor has them. The result is the same either
-    /// way, bit for bit.
+    /// Sets `count` floats at `data` to `value`.
     static void set(float *data, float value, unsigned count);
+
+    /// Stores a + b, a - b, a * b or a / b.
+    static void
+    add(float *result, const float *a, const float *b, unsigned count);
+    static void add(float *result, const float *a, float b, unsigned count);
+    static void
+    subtract(float *result, const float *a, const float *b, unsigned count);
+    static void
+    multiply(float *result, const float *a, const float *b, unsigned count);
+    static void
+    multiply(float *result, const float *a, float b, unsigned count);
+    static void
+    divide(float *result, const float *a, const float *b, unsigned count);
+
+    /// Stores a * b + c; the product is rounded before c is added.
+    static void multiplyAdd(
+        float *result, const float *a, const float *b, const float *c,
+        unsigned count);
+    static void multiplyAdd(
+        float *result, const float *a, float b, const float *c, unsigned count);
+
+    /// Stores the smaller or the larger of a and b; b where they are equal,
+    /// which zeros of different sign are, and where one is NaN.
+    static void
+    min(float *result, const float *a, const float *b, unsigned count);
+    static void
+    max(float *result, const float *a, const float *b, unsigned count);
+
+    /// Stores a, or the end of the range from `low` to `high` that it lies
+    /// beyond; `low` where a is NaN. `low` must not be above `high`.
+    static void
+    clamp(float *result, const float *a, float low, float high, unsigned count);
+
+    /// Stores the square roots; NaN for negative numbers.
+    static void squareRoot(float *result, const float *a, unsigned count);
+
+    /// The sum of a * b, 0 for empty arrays. Calculated in double, in four
+    /// sums of every fourth product that are added at the end.
+    static double dot(const float *a, const float *b, unsigned count);
 };
