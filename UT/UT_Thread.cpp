@@ -2,11 +2,109 @@
 
 #include "UT_Compat.h"
 #include "UT_EnvControl.h"
+#include "UT_Nap.h"
+#include "UT_ThreadImpl.h"
 
 #include <algorithm>
-#include <atomic>
 
 static std::atomic<int> theProcessorCount(-1); // negative: not known yet
+
+UT_Thread::UT_Thread(int spinMode) : myState(IDLE), mySpinMode(spinMode) {}
+
+UT_Thread::~UT_Thread() = default;
+
+void
+UT_Thread::threadStarted()
+{
+}
+
+void
+UT_Thread::threadEnded()
+{
+    setState(IDLE);
+}
+
+bool
+UT_Thread::isResourceHog() const
+{
+    return true;
+}
+
+int
+UT_Thread::getState()
+{
+    return myState.load(std::memory_order_acquire);
+}
+
+int
+UT_Thread::getSpinMode()
+{
+    return mySpinMode.load(std::memory_order_relaxed);
+}
+
+void
+UT_Thread::waitForState(int state)
+{
+    for (unsigned spins = 0; myState.load(std::memory_order_acquire) != state;)
+    {
+        const bool isBusy = getSpinMode() == SPIN_BUSY;
+        // To ask whether the worker is there costs more than to look.
+        const bool isAsked = !isBusy || spins % 1000001 == 0;
+        if (state == IDLE && isAsked && !isValid())
+            return;
+        if (isBusy)
+        {
+            ++spins;
+            utPause();
+        }
+        else
+            UTnap(10);
+    }
+}
+
+void
+UT_Thread::setSpinMode(int spinMode)
+{
+    mySpinMode.store(spinMode, std::memory_order_relaxed);
+}
+
+int
+UT_Thread::isValid()
+{
+    return waitThread(0);
+}
+
+void
+UT_Thread::setState(int state)
+{
+    myState.store(state, std::memory_order_release);
+}
+
+void
+UT_Thread::clearJob()
+{
+}
+
+void
+UT_Thread::waitForEnd()
+{
+    for (int tries = 0; tries < 2 && waitThread(0); ++tries)
+        UTnap(10);
+}
+
+int
+UT_Thread::killIdle()
+{
+    if (!waitThread(0))
+        return 0;
+    if (const int state = getState())
+        return state;
+    clearJob();
+    setSpinMode(SPIN_NEVER);
+    setState(RUNNING);
+    waitForEnd();
+    return 0;
+}
 
 int
 UT_Thread::getNumProcessors()
@@ -31,4 +129,48 @@ void
 UT_Thread::resetNumProcessors()
 {
     theProcessorCount.store(-1, std::memory_order_relaxed);
+}
+
+UT_NullThread::UT_NullThread() : UT_Thread(SPIN_SLEEP) {}
+
+UT_NullThread::~UT_NullThread() = default;
+
+bool
+UT_NullThread::startThread(void *(*function)(void *), void *data)
+{
+    setState(RUNNING);
+    if (function)
+        function(data);
+    setState(IDLE);
+    return true;
+}
+
+int
+UT_NullThread::killThread()
+{
+    return 0;
+}
+
+int
+UT_NullThread::niceThread(int)
+{
+    return 0;
+}
+
+int
+UT_NullThread::suspendThread()
+{
+    return 0;
+}
+
+int
+UT_NullThread::restartThread()
+{
+    return 0;
+}
+
+int
+UT_NullThread::waitThread(int)
+{
+    return 0;
 }

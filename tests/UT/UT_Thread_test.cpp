@@ -1,10 +1,20 @@
 #include "UT/UT_Thread.h"
 
 #include "UT/UT_Compat.h"
+#include "UT/UT_ThreadSet.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <csignal>
 #include <cstdlib>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
 
 // The setting is read once, so each row asks in a process of its own.
 TEST(UT_Thread, MaxThreadsCapsTheProcessors)
@@ -16,4 +26,231 @@ TEST(UT_Thread, MaxThreadsCapsTheProcessors)
                 std::_Exit(UT_Thread::getNumProcessors());
             },
             testing::ExitedWithCode(*value == ' ' ? 1 : sysmp(0)), "");
+}
+
+static void *
+utCount(void *counter)
+{
+    ++*static_cast<int *>(counter);
+    return nullptr;
+}
+
+TEST(UT_Thread, HandsJobsOverInOrder)
+{
+    for (const int spinMode :
+         {UT_Thread::SPIN_NEVER, UT_Thread::SPIN_SLEEP, UT_Thread::SPIN_BUSY})
+    {
+        // Plain: the hand-over orders the accesses.
+        int counter = 0;
+        UT_PThread thread(spinMode);
+        const int jobs = spinMode == UT_Thread::SPIN_NEVER ? 300 : 100000;
+        for (int i = 0; i < jobs; ++i)
+            ASSERT_TRUE(thread.startThread(utCount, &counter));
+        thread.waitForState(UT_Thread::IDLE);
+        EXPECT_EQ(jobs, counter);
+        EXPECT_EQ(spinMode != UT_Thread::SPIN_NEVER, thread.isValid());
+    }
+}
+
+TEST(UT_Thread, BeginsAndEndsManyTimes)
+{
+    int counter = 0;
+    for (int i = 0; i < 10000; ++i)
+    {
+        UT_PThread thread(UT_Thread::SPIN_SLEEP);
+        thread.startThread(utCount, &counter);
+        thread.waitForState(UT_Thread::IDLE);
+        const int state = i % 3 ? 0 : thread.killIdle();
+        ASSERT_EQ(0, state);
+    }
+    EXPECT_EQ(10000, counter);
+}
+
+// A job that goes on until it is let go, or for ever.
+struct ut_Gate
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool isIn = false;
+    bool isOpen = false;
+    bool wasLeft = false;
+
+    void wait(bool &flag)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return flag; });
+    }
+
+    void set(bool &flag)
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        flag = true;
+        changed.notify_all();
+    }
+
+    static void *pass(void *self)
+    {
+        auto &gate = *static_cast<ut_Gate *>(self);
+        gate.set(gate.isIn);
+        gate.wait(gate.isOpen);
+        return nullptr;
+    }
+
+    static void *sleepForEver(void *self)
+    {
+        auto &gate = *static_cast<ut_Gate *>(self);
+        struct Leaving
+        {
+            ut_Gate &gate;
+            ~Leaving() { gate.wasLeft = true; }
+        } leaving{gate};
+        gate.set(gate.isIn);
+        for (;;)
+            pause();
+    }
+};
+
+TEST(UT_Thread, OnlyAnIdleWorkerEndsWhenAsked)
+{
+    ut_Gate gate;
+    UT_PThread thread(UT_Thread::SPIN_SLEEP);
+    EXPECT_EQ(0, thread.killIdle()); // there is none yet
+    thread.startThread(ut_Gate::pass, &gate);
+    gate.wait(gate.isIn);
+    EXPECT_EQ(1, thread.getState());
+    EXPECT_EQ(1, thread.killIdle());
+    EXPECT_TRUE(thread.isValid());
+    gate.set(gate.isOpen);
+    thread.waitForState(UT_Thread::IDLE);
+    EXPECT_EQ(0, thread.killIdle());
+    EXPECT_EQ(0, thread.waitThread(1));
+    EXPECT_EQ(0, thread.getSpinMode());
+
+    int counter = 0;
+    thread.startThread(utCount, &counter);
+    thread.waitThread(1);
+    EXPECT_EQ(1, counter);
+}
+
+TEST(UT_Thread, AKilledJobUnwinds)
+{
+    ut_Gate gate;
+    UT_PThread thread(UT_Thread::SPIN_SLEEP);
+    thread.startThread(ut_Gate::sleepForEver, &gate);
+    gate.wait(gate.isIn);
+    EXPECT_EQ(0, thread.killThread());
+    int counter = 0;
+    EXPECT_TRUE(thread.startThread(utCount, &counter));
+    EXPECT_TRUE(gate.wasLeft);
+    thread.waitForState(UT_Thread::IDLE);
+    EXPECT_EQ(1, counter);
+    ut_Gate last;
+    thread.startThread(ut_Gate::sleepForEver, &last);
+    last.wait(last.isIn);
+}
+
+TEST(UT_Thread, WorkersBlockAllSignals)
+{
+    sigset_t before;
+    pthread_sigmask(SIG_SETMASK, nullptr, &before);
+    sigset_t mask;
+    sigemptyset(&mask);
+    UT_Thread::configureMaxThreads(7, 1 << 20);
+    UT_Thread *const thread = UT_Thread::allocThread(UT_Thread::SPIN_NEVER);
+    thread->startThread(
+        [](void *set) -> void *
+        {
+            pthread_sigmask(SIG_SETMASK, nullptr, static_cast<sigset_t *>(set));
+            return nullptr;
+        },
+        &mask);
+    thread->waitForState(UT_Thread::IDLE);
+    for (const int signal : {SIGINT, SIGSEGV, SIGTERM, SIGCHLD})
+        EXPECT_TRUE(sigismember(&mask, signal)) << signal;
+    delete thread;
+    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    EXPECT_EQ(sigismember(&before, SIGINT), sigismember(&mask, SIGINT));
+    EXPECT_TRUE(pthread_equal(pthread_self(), UT_Thread::getMainThreadId()));
+}
+
+TEST(UT_Thread, EveryThreadHasItsIndex)
+{
+    EXPECT_EQ(0, UT_Thread::getMySequentialThreadIndex());
+    std::mutex mutex;
+    std::vector<int> indices;
+    std::vector<std::thread> threads;
+    std::atomic<int> running(0);
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back(
+            [&]
+            {
+                const int index = UT_Thread::getMySequentialThreadIndex();
+                for (++running; running < 8;)
+                    std::this_thread::yield();
+                EXPECT_EQ(index, UT_Thread::getMySequentialThreadIndex());
+                const std::lock_guard<std::mutex> lock(mutex);
+                indices.push_back(index);
+            });
+    for (auto &thread : threads)
+        thread.join();
+    std::sort(indices.begin(), indices.end());
+    EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8}), indices);
+    EXPECT_EQ(0, UT_Thread::getMySequentialThreadIndex());
+}
+
+TEST(UT_ThreadSet, TheLastWorkerGetsTheFirstDatum)
+{
+    struct Datum
+    {
+        pthread_t id;
+    };
+    UT_ThreadSet set(3);
+    set.go(); // nothing yet
+    Datum data[3] = {};
+    set.myJobData = data;
+    set.myStride = sizeof *data;
+    set.myFunction = [](void *datum) -> void *
+    {
+        static_cast<Datum *>(datum)->id = pthread_self();
+        return nullptr;
+    };
+    set.go();
+    EXPECT_EQ(0, set.wait(1));
+    EXPECT_EQ(1, set.wait(0)); // they stay
+    set.reuse(UT_Thread::SPIN_NEVER);
+    const pthread_t first = data[0].id;
+    set.getThread(2)->startThread(set.myFunction, &data[1]);
+    set.getThread(2)->waitThread(1);
+    EXPECT_TRUE(pthread_equal(first, data[1].id));
+    EXPECT_EQ(nullptr, set.getThread(3));
+    EXPECT_EQ(nullptr, set.getThread(-1));
+
+    UT_ThreadSet single(1, 1);
+    single.myFunction = set.myFunction;
+    single.myJobData = data;
+    single.go();
+    EXPECT_TRUE(pthread_equal(pthread_self(), data[0].id));
+    EXPECT_EQ(UT_Thread::getNumProcessors(), UT_ThreadSet().entries());
+}
+
+TEST(UT_ThreadFarm, DoesEveryJobOnce)
+{
+    std::vector<int> done(2000);
+    {
+        UT_ThreadFarm farm(4);
+        int index = -1;
+        for (int &job : done)
+            farm.nextThread(&index, 1)->startThread(utCount, &job);
+        EXPECT_TRUE(index >= 0 && index < 4);
+        EXPECT_EQ(1, farm.wait());
+        farm.nextThread(nullptr, 0)->startThread(utCount, &done[0]);
+    }
+    EXPECT_EQ(2, done[0]--);
+    EXPECT_EQ(std::vector<int>(2000, 1), done);
+
+    ut_Gate gate;
+    UT_ThreadFarm one(1);
+    one.nextThread(nullptr, 0)->startThread(ut_Gate::pass, &gate);
+    EXPECT_EQ(nullptr, one.nextThread(nullptr, 0));
+    gate.set(gate.isOpen);
 }

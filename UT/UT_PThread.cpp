@@ -1,0 +1,394 @@
+#include "UT_Thread.h"
+
+#include "UT_SmallObjectAllocator.h"
+#include "UT_ThreadImpl.h"
+
+#include <csignal>
+#include <ctime>
+#include <new>
+
+static std::atomic<int> thePThreadStackSize(0);
+
+int
+utSpinsBeforeSleep()
+{
+    static const int theSpins = UT_Thread::getNumProcessors() < 2 ? 0 : 1000;
+    return theSpins;
+}
+
+void
+UT_Thread::configureMaxThreads(int, int stackSize)
+{
+    if (stackSize >= 1)
+        thePThreadStackSize.store(stackSize, std::memory_order_relaxed);
+}
+
+// Counts a sleeper and holds the mutex while it lives, also when the thread is
+// cancelled in its sleep.
+class ut_WaitGuard
+{
+public:
+    explicit ut_WaitGuard(UT_PThread &thread) : myThread(thread)
+    {
+        myThread.mySleepers.fetch_add(1);
+        pthread_mutex_lock(&myThread.myMutex);
+    }
+
+    ~ut_WaitGuard()
+    {
+        pthread_mutex_unlock(&myThread.myMutex);
+        myThread.mySleepers.fetch_sub(1);
+    }
+
+    ut_WaitGuard(const ut_WaitGuard &) = delete;
+    ut_WaitGuard &operator=(const ut_WaitGuard &) = delete;
+
+private:
+    UT_PThread &myThread;
+};
+
+// Ends the worker however its last job is left.
+class ut_EndGuard
+{
+public:
+    explicit ut_EndGuard(UT_PThread &thread) : myThread(thread) {}
+
+    ~ut_EndGuard()
+    {
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+        myThread.threadEnded();
+    }
+
+    ut_EndGuard(const ut_EndGuard &) = delete;
+    ut_EndGuard &operator=(const ut_EndGuard &) = delete;
+
+private:
+    UT_PThread &myThread;
+};
+
+UT_PThread::UT_PThread(int spinMode)
+    : UT_Thread(spinMode), myFunction(nullptr), myData(nullptr), myThreadId(),
+      myIsAlive(false), myIsJoinable(false), mySleepers(0)
+{
+    // Here, because it may make the settings, which is not for workers to do.
+    utSpinsBeforeSleep();
+    pthread_mutex_init(&myMutex, nullptr);
+    pthread_condattr_t attributes;
+    pthread_condattr_init(&attributes);
+    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    pthread_cond_init(&myCondition, &attributes);
+    pthread_condattr_destroy(&attributes);
+}
+
+UT_PThread::~UT_PThread()
+{
+    UT_PThread::killThread();
+    UT_PThread::waitThread(1);
+    pthread_cond_destroy(&myCondition);
+    pthread_mutex_destroy(&myMutex);
+}
+
+bool
+UT_PThread::startThread(void *(*function)(void *), void *data)
+{
+    if (waitThread(0))
+        waitForState(IDLE);
+    // A thread that has ended is waited for before its job is overwritten: one
+    // that was killed may still be at it.
+    const bool isAlive = waitThread(0);
+    if (!isAlive)
+        waitThread(1);
+    myFunction = function;
+    myData = data;
+    if (isAlive)
+    {
+        setState(RUNNING);
+        return true;
+    }
+
+    setState(RUNNING);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    const int stackSize = thePThreadStackSize.load(std::memory_order_relaxed);
+    if (stackSize > 0)
+        pthread_attr_setstacksize(&attributes, size_t(stackSize));
+    // The new thread inherits the mask, so no signal reaches it before it has
+    // blocked them.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &before);
+    myIsAlive = true;
+    const int error =
+        pthread_create(&myThreadId, &attributes, threadWrapper, this);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    pthread_attr_destroy(&attributes);
+    if (error)
+    {
+        myIsAlive = false;
+        setState(IDLE);
+        return false;
+    }
+    myIsJoinable = true;
+    return true;
+}
+
+void *
+UT_PThread::threadWrapper(void *self)
+{
+    // Only a job may be cancelled.
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    UT_PThread &thread = *static_cast<UT_PThread *>(self);
+    const ut_EndGuard guard(thread);
+    thread.threadStarted();
+    thread.runJobs();
+    return nullptr;
+}
+
+void
+UT_PThread::runJobs()
+{
+    for (;;)
+    {
+        waitForState(RUNNING);
+        if (myFunction)
+        {
+            pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
+            myFunction(myData);
+            pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+        }
+        // Killed, by a call that the job did not notice.
+        if (getSpinMode() == SPIN_NEVER || !myIsAlive)
+            return;
+        setState(IDLE);
+    }
+}
+
+void
+UT_PThread::threadStarted()
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
+
+void
+UT_PThread::threadEnded()
+{
+    // Both at once, so that nobody sees an idle worker that is about to go.
+    pthread_mutex_lock(&myMutex);
+    myIsAlive = false;
+    myState = IDLE;
+    pthread_cond_broadcast(&myCondition);
+    pthread_mutex_unlock(&myMutex);
+}
+
+bool
+UT_PThread::isResourceHog() const
+{
+    return false;
+}
+
+bool
+UT_PThread::isReached(int state) const
+{
+    return myState.load() == state || !myIsAlive.load();
+}
+
+void
+UT_PThread::waitForState(int state)
+{
+    for (int spins = utSpinsBeforeSleep(); spins > 0; --spins)
+    {
+        if (isReached(state))
+            return;
+        utPause();
+    }
+    const ut_WaitGuard guard(*this);
+    while (!isReached(state))
+        pthread_cond_wait(&myCondition, &myMutex);
+}
+
+void
+UT_PThread::setState(int state)
+{
+    // A sleeper counts itself before it looks at the state, so one of the two
+    // sides sees the other.
+    myState.store(state);
+    if (mySleepers.load() == 0)
+        return;
+    pthread_mutex_lock(&myMutex);
+    pthread_cond_broadcast(&myCondition);
+    pthread_mutex_unlock(&myMutex);
+}
+
+int
+UT_PThread::killThread()
+{
+    killIdle();
+    if (!waitThread(0))
+        return 0;
+    const int error = pthread_cancel(myThreadId);
+    if (error == 0)
+        myIsAlive = false;
+    return error;
+}
+
+int
+UT_PThread::niceThread(int)
+{
+    return 0;
+}
+
+int
+UT_PThread::suspendThread()
+{
+    return 0;
+}
+
+int
+UT_PThread::restartThread()
+{
+    return 0;
+}
+
+int
+UT_PThread::waitThread(int block)
+{
+    if (block && myIsJoinable.exchange(false))
+        pthread_join(myThreadId, nullptr);
+    return myIsAlive.load();
+}
+
+void
+UT_PThread::clearJob()
+{
+    myFunction = nullptr;
+}
+
+void
+UT_PThread::waitForEnd()
+{
+    for (int spins = utSpinsBeforeSleep(); spins > 0 && myIsAlive; --spins)
+        utPause();
+    timespec end;
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_nsec += 20 * 1000000;
+    if (end.tv_nsec >= 1000000000)
+    {
+        ++end.tv_sec;
+        end.tv_nsec -= 1000000000;
+    }
+    const ut_WaitGuard guard(*this);
+    int error = 0;
+    while (myIsAlive && !error)
+        error = pthread_cond_timedwait(&myCondition, &myMutex, &end);
+}
+
+UT_Thread *
+UT_Thread::allocThread(int spinMode)
+{
+    utRecordMainThread();
+    return new UT_PThread(spinMode);
+}
+
+// ---- Who is who
+
+// 0 until it is known, which no thread's id is on this platform.
+static std::atomic<pthread_t> theMainThreadId(0);
+
+void
+utRecordMainThread()
+{
+    pthread_t none = 0;
+    theMainThreadId.compare_exchange_strong(none, pthread_self());
+}
+
+pthread_t
+UT_Thread::getMainThreadId()
+{
+    utRecordMainThread();
+    return theMainThreadId.load();
+}
+
+namespace
+{
+
+// A thread that has asked for its index.
+struct ut_ThreadIdIndexPair
+{
+    pthread_t id;
+    int32 index;
+    ut_ThreadIdIndexPair *next;
+    ut_ThreadIdIndexPair *previous;
+};
+
+static_assert(sizeof(void *) != 4 || sizeof(ut_ThreadIdIndexPair) == 16);
+
+// Holds an atomic word while it lives.
+class ut_SpinGuard
+{
+public:
+    explicit ut_SpinGuard(std::atomic<int32> &word) : myWord(word)
+    {
+        while (myWord.exchange(1, std::memory_order_acquire))
+            utPause();
+    }
+
+    ~ut_SpinGuard() { myWord.store(0, std::memory_order_release); }
+
+    ut_SpinGuard(const ut_SpinGuard &) = delete;
+    ut_SpinGuard &operator=(const ut_SpinGuard &) = delete;
+
+private:
+    std::atomic<int32> &myWord;
+};
+
+} // namespace
+
+static std::atomic<int32> theSequentialThreadIndexLock(0);
+static ut_ThreadIdIndexPair *theThreadIdIndexPairHead; // the latest first
+static int32 theNextThreadIndex;
+
+static int
+utFindThreadIndex(pthread_t id)
+{
+    const ut_SpinGuard guard(theSequentialThreadIndexLock);
+    ut_ThreadIdIndexPair *pair = theThreadIdIndexPairHead;
+    while (pair && !pthread_equal(pair->id, id))
+        pair = pair->next;
+    if (!pair)
+    {
+        // Never destroyed: threads may outlive all static objects.
+        static auto *const theAllocator = new UT_SmallObjectAllocator(
+            /*reclaim=*/false, /*objectsPerPage=*/64, /*maxObjectSize=*/128,
+            /*threadSafe=*/false);
+        pair = new (theAllocator->allocate(sizeof(ut_ThreadIdIndexPair)))
+            ut_ThreadIdIndexPair{id, theNextThreadIndex++, nullptr, nullptr};
+    }
+    else if (pair->previous)
+    {
+        pair->previous->next = pair->next;
+        if (pair->next)
+            pair->next->previous = pair->previous;
+    }
+    else
+        return pair->index;
+    pair->previous = nullptr;
+    pair->next = theThreadIdIndexPairHead;
+    if (pair->next)
+        pair->next->previous = pair;
+    theThreadIdIndexPairHead = pair;
+    return pair->index;
+}
+
+int
+UT_Thread::getMySequentialThreadIndex()
+{
+    // A fixed place in every thread, so that reading it is one instruction.
+    static thread_local int theIndex
+        __attribute__((tls_model("initial-exec"))) = -1;
+    if (theIndex < 0)
+        theIndex = utFindThreadIndex(pthread_self());
+    return theIndex;
+}
