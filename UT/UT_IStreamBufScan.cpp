@@ -1,0 +1,282 @@
+#include "UT_IStreamBuf.h"
+
+#include "UT_WorkBuffer.h"
+
+#include <cctype>
+#include <cstring>
+
+static bool
+utIsSpace(char byte)
+{
+    return isspace(uint8(byte)) != 0;
+}
+
+static bool
+utIsDigit(char byte)
+{
+    return byte >= '0' && byte <= '9';
+}
+
+// The first white space from `bytes` on, or `end`.
+static const char *
+utFindSpace(const char *bytes, const char *end)
+{
+    while (bytes < end && !utIsSpace(*bytes))
+        ++bytes;
+    return bytes;
+}
+
+bool
+UT_IStreamBuf::getLine(UT_WorkBuffer &buffer, int delimiter)
+{
+    if (myError)
+        return false;
+    buffer.clear();
+    if (!ensurePending())
+        return false;
+    do
+    {
+        const char *const from = myLoadBuffer + myLoadPos;
+        const void *const found =
+            memchr(from, delimiter, size_t(myLoadEnd - myLoadPos));
+        if (found)
+        {
+            const int count = int(static_cast<const char *>(found) - from);
+            buffer.append(from, count);
+            myLoadPos += count + 1;
+            break;
+        }
+        buffer.append(from, pending());
+        myLoadPos = myLoadEnd;
+    } while (loadBuffer());
+
+    const int length = buffer.length();
+    if (delimiter == '\n' && length > 0 && buffer(length - 1) == '\r' &&
+        !buffer.isLocked())
+        buffer.write(length - 1, '\0');
+    return true;
+}
+
+bool
+UT_IStreamBuf::skipLine(int delimiter)
+{
+    if (!ensurePending())
+        return false;
+    do
+    {
+        const char *const from = myLoadBuffer + myLoadPos;
+        const void *const found =
+            memchr(from, delimiter, size_t(myLoadEnd - myLoadPos));
+        if (found)
+        {
+            myLoadPos += int(static_cast<const char *>(found) - from) + 1;
+            break;
+        }
+        myLoadPos = myLoadEnd;
+    } while (loadBuffer());
+    return true;
+}
+
+bool
+UT_IStreamBuf::skipLeadingWhitespace()
+{
+    while (ensurePending())
+    {
+        const char *byte = myLoadBuffer + myLoadPos;
+        const char *const end = myLoadBuffer + myLoadEnd;
+        while (byte < end && utIsSpace(*byte))
+            ++byte;
+        myLoadPos = int(byte - myLoadBuffer);
+        if (byte < end)
+            return true;
+    }
+    return false;
+}
+
+bool
+UT_IStreamBuf::getWord(UT_WorkBuffer &buffer)
+{
+    if (myError)
+        return false;
+    buffer.clear();
+    if (!skipLeadingWhitespace())
+        return false;
+    do
+    {
+        const char *const from = myLoadBuffer + myLoadPos;
+        const char *const end = myLoadBuffer + myLoadEnd;
+        const char *const space = utFindSpace(from, end);
+        buffer.append(from, int(space - from));
+        myLoadPos = int(space - myLoadBuffer);
+        if (space < end)
+            break;
+    } while (loadBuffer());
+    return true;
+}
+
+namespace
+{
+
+// What of a number has been seen, from block to block: the bytes before may
+// not be stored anywhere.
+struct ut_NumberScan
+{
+    // The first byte that does not belong to the number, or `end`.
+    const char *run(const char *byte, const char *end)
+    {
+        for (; byte < end; ++byte)
+        {
+            if (utIsDigit(*byte))
+                myIsSignNext = false;
+            else if ((*byte == '+' || *byte == '-') && myIsSignNext)
+                myIsSignNext = false;
+            else if (*byte == '.' && !myHasPoint && !myHasExponent)
+                myHasPoint = true;
+            else if ((*byte == 'e' || *byte == 'E') && !myHasExponent)
+                myHasExponent = myIsSignNext = true;
+            else
+                break;
+        }
+        return byte;
+    }
+
+    bool isFloat() const { return myHasPoint || myHasExponent; }
+
+    bool myHasPoint = false;
+    bool myHasExponent = false;
+    bool myIsSignNext = false; // the last byte was the exponent letter
+};
+
+} // namespace
+
+static bool
+utStartsNumber(char byte)
+{
+    return utIsDigit(byte) || byte == '.' || byte == '+' || byte == '-';
+}
+
+bool
+UT_IStreamBuf::getNumber(UT_WorkBuffer &buffer, bool &isFloat)
+{
+    isFloat = false;
+    if (myError)
+        return false;
+    buffer.clear();
+    if (!skipLeadingWhitespace())
+        return false;
+    if (!utStartsNumber(myLoadBuffer[myLoadPos]))
+        return getWord(buffer);
+
+    ut_NumberScan scan;
+    // Deliberate: the first byte is not looked at.
+    int skipped = 1;
+    do
+    {
+        const char *const from = myLoadBuffer + myLoadPos;
+        const char *const end = myLoadBuffer + myLoadEnd;
+        const char *const stop = scan.run(from + skipped, end);
+        skipped = 0;
+        buffer.append(from, int(stop - from));
+        myLoadPos = int(stop - myLoadBuffer);
+        if (stop < end)
+            break;
+    } while (loadBuffer());
+    isFloat = scan.isFloat();
+    return true;
+}
+
+// As getNumber(), but a number that ends before the block does is not copied.
+bool
+UT_IStreamBuf::nextNumber(UT_WorkBuffer &spare, NumberText &number)
+{
+    if (!skipLeadingWhitespace())
+        return false;
+    const char *const from = myLoadBuffer + myLoadPos;
+    const char *const end = myLoadBuffer + myLoadEnd;
+    if (utStartsNumber(*from))
+    {
+        ut_NumberScan scan;
+        const char *const stop = scan.run(from + 1, end);
+        if (stop < end)
+        {
+            number = {from, int(stop - from), scan.isFloat()};
+            myLoadPos = int(stop - myLoadBuffer);
+            return true;
+        }
+    }
+    if (!getNumber(spare, number.isFloat))
+        return false;
+    number.bytes = spare.buffer();
+    number.length = spare.length();
+    return true;
+}
+
+// Consumes a double quote or backslash behind a backslash just consumed.
+void
+UT_IStreamBuf::takeEscaped(char &byte)
+{
+    if (!ensurePending())
+        return;
+    const char next = myLoadBuffer[myLoadPos];
+    if (next != '"' && next != '\\')
+        return;
+    byte = next;
+    ++myLoadPos;
+}
+
+bool
+UT_IStreamBuf::getString(UT_WorkBuffer &buffer)
+{
+    if (myError)
+        return false;
+    buffer.clear();
+    if (!skipLeadingWhitespace())
+        return false;
+    const char first = myLoadBuffer[myLoadPos++];
+    // Deliberate: a text does not start with a byte of 128 or more.
+    if (int8(first) < 0)
+        return false;
+    const bool isQuoted = first == '"';
+    const bool isQuoteNext =
+        first == '\\' && ensurePending() && myLoadBuffer[myLoadPos] == '"';
+    if (!isQuoted && !isQuoteNext)
+        buffer.append(first);
+
+    while (ensurePending())
+    {
+        const char *const from = myLoadBuffer + myLoadPos;
+        const char *const end = myLoadBuffer + myLoadEnd;
+        const char *stop = from;
+        while (stop < end && *stop != '\\' &&
+               !(isQuoted ? *stop == '"' : utIsSpace(*stop)))
+            ++stop;
+        buffer.append(from, int(stop - from));
+        myLoadPos = int(stop - myLoadBuffer);
+        if (stop == end)
+            continue;
+        if (*stop != '\\')
+        {
+            myLoadPos += isQuoted; // white space is left
+            return true;
+        }
+        ++myLoadPos;
+        char byte = '\\';
+        takeEscaped(byte);
+        buffer.append(byte);
+    }
+    return !isQuoted;
+}
+
+bool
+UT_IStreamBuf::getAll(UT_WorkBuffer &buffer)
+{
+    if (myError)
+        return false;
+    buffer.clear();
+    do
+    {
+        buffer.append(myLoadBuffer + myLoadPos, pending());
+        myLoadPos = myLoadEnd;
+    } while (!endOfBuffer() && loadBuffer());
+    return true;
+}

@@ -1,0 +1,292 @@
+#include "UT_IStreamBuf.h"
+
+#include <algorithm>
+
+#include <zlib.h>
+
+namespace
+{
+
+class ut_ZLibStreamBuf : public UT_IStreamBuf
+{
+public:
+    explicit ut_ZLibStreamBuf(UT_IStreamBuf *source);
+    ~ut_ZLibStreamBuf() override;
+
+    int read(char *buf, int n) override;
+    int streamPeek() override;
+    const char *loadBuffer(int &start, int &end) override;
+    int64 tellPos() const override { return myDelivered; }
+    bool seekPos(int64 offset, int whence) override;
+    bool endOfBuffer() const override { return myIsAtEnd && myPeeked < 0; }
+
+    // Prepares for the first read. The factories call it, when the object is
+    // whole.
+    virtual bool initStream();
+
+    // Starts again at the front.
+    virtual bool zstreamReset();
+
+protected:
+    UT_IStreamBuf *mySource; // one reference is ours
+    z_stream myZStream = {}; // not initialised: inflate() refuses it
+
+private:
+    int inflateInto(char *buf, int n, int &result);
+
+    int64 myStart;         // the source's position at the front
+    int64 myDelivered = 0; // bytes, without the peeked one
+    int myPeeked = -1;     // 0 to 255
+    bool myIsAtEnd = false;
+    unsigned char myInput[4096];
+    char myBlock[4096];
+};
+
+class ut_GZipStreamBuf : public ut_ZLibStreamBuf
+{
+public:
+    using ut_ZLibStreamBuf::ut_ZLibStreamBuf;
+
+    bool initStream() override;
+    bool zstreamReset() override;
+
+private:
+    bool readHeader();
+    bool readByte(int &byte);
+    bool skipBytes(int count);
+    bool skipText();
+
+    int64 myDataStart = 0; // the source's position behind the header
+};
+
+} // namespace
+
+ut_ZLibStreamBuf::ut_ZLibStreamBuf(UT_IStreamBuf *source)
+    : mySource(source), myStart(source->tellg())
+{
+    mySource->addReference();
+}
+
+ut_ZLibStreamBuf::~ut_ZLibStreamBuf()
+{
+    inflateEnd(&myZStream);
+    mySource->release();
+}
+
+bool
+ut_ZLibStreamBuf::initStream()
+{
+    return inflateInit(&myZStream) == Z_OK;
+}
+
+bool
+ut_ZLibStreamBuf::zstreamReset()
+{
+    myZStream.avail_in = 0;
+    myPeeked = -1;
+    myDelivered = 0;
+    myIsAtEnd = false;
+    return mySource->seekg(myStart, 0) && inflateReset(&myZStream) == Z_OK;
+}
+
+// Decompresses up to `n` bytes and returns how many it got; `result` is that of
+// the last inflate(), Z_OK at an end of the source too.
+int
+ut_ZLibStreamBuf::inflateInto(char *buf, int n, int &result)
+{
+    result = Z_OK;
+    myZStream.next_out = static_cast<Bytef *>(static_cast<void *>(buf));
+    myZStream.avail_out = uInt(n);
+    while (myZStream.avail_out > 0 && !myIsAtEnd && result == Z_OK)
+    {
+        bool isSourceAtEnd = false;
+        if (myZStream.avail_in == 0)
+        {
+            const int count = mySource->bread(
+                static_cast<char *>(static_cast<void *>(myInput)),
+                sizeof(myInput));
+            myZStream.next_in = myInput;
+            myZStream.avail_in = uInt(count);
+            isSourceAtEnd = count == 0;
+        }
+        // Without input too: it may hold output, and must refuse a stream that
+        // was not initialised.
+        result = inflate(&myZStream, Z_NO_FLUSH);
+        myIsAtEnd =
+            result == Z_STREAM_END || (result == Z_BUF_ERROR && isSourceAtEnd);
+    }
+    if (myIsAtEnd)
+        result = Z_OK;
+    return n - int(myZStream.avail_out);
+}
+
+int
+ut_ZLibStreamBuf::read(char *buf, int n)
+{
+    int count = 0;
+    if (myPeeked >= 0 && n > 0)
+    {
+        buf[count++] = char(myPeeked);
+        myPeeked = -1;
+    }
+    int result = Z_OK;
+    count += inflateInto(buf + count, n - count, result);
+    if (result != Z_OK)
+        setError(zError(result));
+    myDelivered += count;
+    return count;
+}
+
+int
+ut_ZLibStreamBuf::streamPeek()
+{
+    char byte = 0;
+    if (myPeeked < 0 && read(&byte, 1) == 1)
+    {
+        myPeeked = uint8(byte);
+        --myDelivered;
+    }
+    return myPeeked < 0 ? -1 : int8(myPeeked);
+}
+
+const char *
+ut_ZLibStreamBuf::loadBuffer(int &start, int &end)
+{
+    // Bytes in front of an error are read first: inflate() tells of it again.
+    int result = Z_OK;
+    start = 0;
+    end = 0;
+    if (myPeeked >= 0)
+    {
+        myBlock[end++] = char(myPeeked);
+        myPeeked = -1;
+    }
+    end += inflateInto(myBlock + end, int(sizeof(myBlock)) - end, result);
+    if (result != Z_OK && end == 0)
+        setError(zError(result));
+    myDelivered += end;
+    return end > 0 ? myBlock : nullptr;
+}
+
+bool
+ut_ZLibStreamBuf::seekPos(int64 offset, int whence)
+{
+    int64 target = offset;
+    if (whence != 0 &&
+        (whence != 1 || __builtin_add_overflow(myDelivered, offset, &target)))
+        return false;
+    if (target < myDelivered && !zstreamReset())
+        return false;
+    char skipped[1024];
+    while (myDelivered < target)
+    {
+        const int64 left = target - myDelivered;
+        const int wanted = int(std::min(left, int64(sizeof(skipped))));
+        if (read(skipped, wanted) < wanted)
+            return false;
+    }
+    return myDelivered == target;
+}
+
+bool
+ut_GZipStreamBuf::initStream()
+{
+    const bool isHeader = readHeader();
+    myDataStart = mySource->tellg();
+    return isHeader && inflateInit2(&myZStream, -MAX_WBITS) == Z_OK;
+}
+
+bool
+ut_GZipStreamBuf::zstreamReset()
+{
+    return ut_ZLibStreamBuf::zstreamReset() && mySource->seekg(myDataStart, 0);
+}
+
+bool
+ut_GZipStreamBuf::readByte(int &byte)
+{
+    char read = 0;
+    const bool isRead = mySource->bread(&read, 1) == 1;
+    byte = uint8(read);
+    return isRead;
+}
+
+bool
+ut_GZipStreamBuf::skipBytes(int count)
+{
+    char skipped[256];
+    while (count > 0)
+    {
+        const int wanted = std::min(count, int(sizeof(skipped)));
+        if (mySource->bread(skipped, wanted) < wanted)
+            return false;
+        count -= wanted;
+    }
+    return true;
+}
+
+bool
+ut_GZipStreamBuf::skipText()
+{
+    int byte = 0;
+    do
+    {
+        if (!readByte(byte))
+            return false;
+    } while (byte != 0);
+    return true;
+}
+
+bool
+ut_GZipStreamBuf::readHeader()
+{
+    enum
+    {
+        theHeaderCrc = 2,
+        theExtraField = 4,
+        theName = 8,
+        theComment = 16,
+        theReservedFlags = 32
+    };
+    int id1 = 0;
+    int id2 = 0;
+    int method = 0;
+    int flags = 0;
+    if (!readByte(id1) || !readByte(id2) || !readByte(method) ||
+        !readByte(flags))
+        return false;
+    if (id1 != 31 || id2 != 139 || method != Z_DEFLATED ||
+        flags >= theReservedFlags)
+        return false;
+    // Time, extra flags, operating system.
+    if (!skipBytes(6))
+        return false;
+    if (flags & theExtraField)
+    {
+        int low = 0;
+        int high = 0;
+        if (!readByte(low) || !readByte(high) || !skipBytes(high << 8 | low))
+            return false;
+    }
+    if ((flags & theName) && !skipText())
+        return false;
+    if ((flags & theComment) && !skipText())
+        return false;
+    return !(flags & theHeaderCrc) || skipBytes(2);
+}
+
+UT_IStreamBuf *
+UT_IStreamBuf::zlibBuf(UT_IStreamBuf *source)
+{
+    ut_ZLibStreamBuf *const buffer = new ut_ZLibStreamBuf(source);
+    buffer->initStream();
+    return buffer;
+}
+
+UT_IStreamBuf *
+UT_IStreamBuf::gzipBuf(UT_IStreamBuf *source)
+{
+    ut_GZipStreamBuf *const buffer = new ut_GZipStreamBuf(source);
+    buffer->initStream();
+    return buffer;
+}
