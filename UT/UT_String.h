@@ -167,31 +167,6 @@ public:
     /// token in an array of one slot, and no null then.
     int tokenizeInPlace(UT_WorkArgs &args, const char *separators);
     int tokenizeInPlace(char **argv, int max, const char *separators);
-    // ---- Path text: UT_StringPath.cpp --------------------------------------
-    //
-    // Text alone, with slashes between its parts: no file system is asked.
-
-    /// The text before its last dot, when that comes behind the last slash;
-    /// else all of it. It owns its text, "" for a null string.
-    /// Deliberate: ".cshrc" gives "", and ".." gives ".".
-    UT_String pathUpToExtension() const;
-
-    /// Splits the text at its last slash. Both results own their texts, and
-    /// either may be this string.
-    ///
-    /// `directory` becomes what comes before the slash, "/" at least, and
-    /// `file` what comes behind it. `directory` becomes null when there is no
-    /// slash, and `file` when nothing is left for it.
-    void splitPath(UT_String &directory, UT_String &file) const;
-
-    /// Rewrites a path that begins with a slash without its components "." and
-    /// "..", doubled slashes and a slash at the end: "/a/./b//../c/" becomes
-    /// "/a/c", and "/.." fails. O(length).
-    ///
-    /// Returns false for every other text, which stays as it is, and when the
-    /// path climbs above the root: the text is then half rewritten and means
-    /// nothing. The argument is not used.
-    bool collapseAbsolutePath(bool = false);
     // ---- Numbers and names: UT_StringNames.cpp, UT_StringNumber.cpp --------
     //
     // Digits and white space are those of ASCII, whatever the locale. A number
@@ -225,6 +200,102 @@ public:
     /// compareNumberedFilename() of the texts at `a` and `b`, for qsort().
     static int qsortCmpNumberedFilename(const void *a, const void *b);
     static int qsortCmpNumberedFilename(char *const *a, char *const *b);
+
+    // ---- Path text: UT_StringPath.cpp --------------------------------------
+    //
+    // Text alone, with slashes between its parts: no file system is asked.
+
+    /// The text before its last dot, when that comes behind the last slash;
+    /// else all of it. It owns its text, "" for a null string.
+    /// Deliberate: ".cshrc" gives "", and ".." gives ".".
+    UT_String pathUpToExtension() const;
+
+    /// Splits the text at its last slash. Both results own their texts, and
+    /// either may be this string.
+    ///
+    /// `directory` becomes what comes before the slash, "/" at least, and
+    /// `file` what comes behind it. `directory` becomes null when there is no
+    /// slash, and `file` when nothing is left for it.
+    void splitPath(UT_String &directory, UT_String &file) const;
+
+    /// Rewrites a path that begins with a slash without its components "." and
+    /// "..", doubled slashes and a slash at the end: "/a/./b//../c/" becomes
+    /// "/a/c", and "/.." fails. O(length).
+    ///
+    /// Returns false for every other text, which stays as it is, and when the
+    /// path climbs above the root: the text is then half rewritten and means
+    /// nothing. The argument is not used.
+    bool collapseAbsolutePath(bool = false);
+    // ---- Editing: UT_StringEdit.cpp ----------------------------------------
+    //
+    // Indices and lengths count bytes. A null string is like an empty one, a
+    // null argument like "". Arguments may be parts of this string's own text.
+    // What changes nothing leaves the text where it is, borrowed or owned; a
+    // changed text is owned. Each call takes O(length), however often a text
+    // occurs or nearly does.
+
+    /// Index of the first `text`, or byte, at `from` or behind it; -1 when
+    /// there is none. "" and NUL are found nowhere. `from` must not be negative
+    /// or lie behind the NUL.
+    int find(const char *text, int from = 0) const;
+    int find(char byte, int from = 0) const;
+
+    /// The same for the first byte that is one of `bytes`.
+    int findAny(const char *bytes, int from = 0) const;
+
+    /// Index of the last such byte; -1 when there is none. NUL is not found.
+    int findLast(char byte) const;
+
+    /// How often `text` occurs: from left to right, without overlaps, and never
+    /// when it is "".
+    int count(const char *text) const;
+
+    /// Puts `replacement` in the place of each `text` that count() counts, or
+    /// of the first one only. Returns how many were replaced. What has come in
+    /// is not searched again.
+    int substitute(const char *text, const char *replacement, bool all = true);
+
+    /// Puts `text` in the place of `length` bytes from `start` on; of all that
+    /// follow when `length` is negative or too large. Returns false, and
+    /// changes nothing, when `start` is negative or lies behind the NUL.
+    bool replace(int start, int length, const char *text);
+
+    /// The same for the ends of what replace() does. A text that grows by many
+    /// small pieces is put together in a UT_WorkBuffer.
+    bool insert(int index, const char *text) { return replace(index, 0, text); }
+    bool erase(int start, int length = -1)
+    {
+        return replace(start, length, "");
+    }
+    void append(const char *text) { replace(length(), 0, text); }
+
+    /// Changes every byte `from` to `to` and returns how many they were. NUL is
+    /// not changed, and nothing is changed to it: 0.
+    int change(char from, char to);
+
+    /// Changes the letters of the other case, ASCII's whatever the locale.
+    /// Returns how many they were.
+    int toUpper();
+    int toLower();
+
+    /// Removes every byte that is one of `bytes`, wherever it stands. Returns
+    /// how many they were.
+    int strip(const char *bytes);
+
+    /// The same for such bytes at the start, or at the end, only. By default
+    /// they are blanks, tabs, newlines, vertical tabs, form feeds and carriage
+    /// returns.
+    int stripStart(const char *bytes = " \t\n\v\f\r");
+    int stripEnd(const char *bytes = " \t\n\v\f\r");
+
+    /// Turns a path that begins with a slash into the one that leads there from
+    /// `directory`, which begins with a slash too: "/a/b/c" seen from "/a/d" is
+    /// "../b/c", and a directory from itself ".". Both are collapsed first, as
+    /// collapseAbsolutePath() does. It looks at the text alone and knows of no
+    /// symbolic links.
+    ///
+    /// Returns false, and changes nothing, when either does not collapse.
+    bool makeRelativePath(const char *directory);
 
 private:
     UT_LOCAL void ownCopyOf(const char *text);

@@ -1,5 +1,7 @@
 #include "UT_String.h"
 
+#include "SYS/SYS_Types.h"
+
 UT_String
 UT_String::pathUpToExtension() const
 {
@@ -7,7 +9,7 @@ UT_String::pathUpToExtension() const
     const char *const dot = strrchr(text, '.');
     const char *const end =
         dot && !strchr(dot, '/') ? dot : text + strlen(text);
-    return UT_String(text, /*deep=*/1, int(end - text));
+    return UT_String(text, /*deep=*/1, SYSnarrow<int>(end - text));
 }
 
 // An always deep string would take "" for null in an exchange.
@@ -29,7 +31,7 @@ UT_String::splitPath(UT_String &directory, UT_String &file) const
     // A null text stays null, one of a given length does not.
     UT_String before(nullptr);
     if (slash)
-        before.harden(text, slash > text ? int(slash - text) : 1);
+        before.harden(text, slash > text ? SYSnarrow<int>(slash - text) : 1);
     UT_String behind(*name ? name : nullptr, /*deep=*/1);
     utTake(directory, before);
     utTake(file, behind);

@@ -1,0 +1,322 @@
+#include "UT_String.h"
+#include "UT_StringImpl.h"
+#include "UT_WorkBuffer.h"
+
+#include "SYS/SYS_Types.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstdlib>
+
+static const char *
+utText(const char *text)
+{
+    return text ? text : "";
+}
+
+// The first `text` in `begin`, or null; "" is nowhere. Some strstr() are the
+// fastest by far and take time in proportion to both lengths' product: they get
+// short texts only. memmem() is linear, and must not go over what lies behind
+// the match again and again, so it gets a piece of the string at a time.
+static const char *
+utFind(const char *begin, const char *text, size_t length)
+{
+    if (length <= 32)
+        return length ? strstr(begin, text) : nullptr;
+    for (size_t window = 8 * length;; window *= 2)
+    {
+        const size_t used = strnlen(begin, window);
+        const void *const found = memmem(begin, used, text, length);
+        if (found || used < window)
+            return static_cast<const char *>(found);
+        begin += used - (length - 1);
+    }
+}
+
+static int
+utIndex(const char *begin, const char *found)
+{
+    return found ? SYSnarrow<int>(found - begin) : -1;
+}
+
+// Where a search begins that may start behind the first byte.
+static const char *
+utStart(const UT_String &string, int from)
+{
+    assert(from >= 0 && from <= string.length());
+    return utText(string) + (string.isNull() ? 0 : from);
+}
+
+int
+UT_String::find(const char *text, int from) const
+{
+    text = utText(text);
+    const char *const start = utStart(*this, from);
+    return utIndex(myData, utFind(start, text, strlen(text)));
+}
+
+int
+UT_String::find(char byte, int from) const
+{
+    const char *const start = utStart(*this, from);
+    return byte ? utIndex(myData, strchr(start, byte)) : -1;
+}
+
+int
+UT_String::findAny(const char *bytes, int from) const
+{
+    return utIndex(myData, strpbrk(utStart(*this, from), utText(bytes)));
+}
+
+int
+UT_String::findLast(char byte) const
+{
+    return byte ? utIndex(myData, strrchr(utText(myData), byte)) : -1;
+}
+
+int
+UT_String::count(const char *text) const
+{
+    text = utText(text);
+    const size_t length = strlen(text);
+    int found = 0;
+    const char *next = utText(myData);
+    for (; (next = utFind(next, text, length)); next += length)
+        ++found;
+    return found;
+}
+
+int
+UT_String::substitute(const char *text, const char *replacement, bool all)
+{
+    text = utText(text);
+    replacement = utText(replacement);
+    const size_t oldLength = strlen(text);
+    const size_t newLength = strlen(replacement);
+    // Where the first ones are: only a text with more is searched twice.
+    constexpr int limit = 128;
+    const char *places[limit];
+    int found = 0;
+    const char *next = utText(myData);
+    while ((next = utFind(next, text, oldLength)))
+    {
+        if (found < limit)
+            places[found] = next;
+        ++found;
+        next += oldLength;
+        if (!all)
+            break;
+    }
+    if (!found)
+        return 0;
+    // The old block stays until the end: the arguments may lie in it.
+    const size_t size = strlen(myData) + 1 - size_t(found) * oldLength +
+                        size_t(found) * newLength;
+    char *const block = static_cast<char *>(malloc(size));
+    char *write = block;
+    const char *read = myData;
+    for (int i = 0; i < found; ++i)
+    {
+        next = i < limit ? places[i] : utFind(read, text, oldLength);
+        write = static_cast<char *>(mempcpy(write, read, size_t(next - read)));
+        write = static_cast<char *>(mempcpy(write, replacement, newLength));
+        read = next + oldLength;
+    }
+    memcpy(write, read, size - size_t(write - block));
+    freeData();
+    myData = block;
+    myIsReference = 0;
+    return found;
+}
+
+bool
+UT_String::replace(int start, int length, const char *text)
+{
+    const char *const old = utText(myData);
+    const size_t oldLength = strlen(old);
+    if (start < 0 || size_t(start) > oldLength)
+        return false;
+    const size_t before = size_t(start);
+    const size_t gone = length < 0
+                            ? oldLength - before
+                            : std::min(size_t(length), oldLength - before);
+    text = utText(text);
+    const size_t come = strlen(text);
+    if (come == gone && memcmp(old + before, text, come) == 0)
+        return true;
+    // The old block stays until the end: the text may lie in it.
+    const size_t behind = oldLength - before - gone;
+    char *const block = static_cast<char *>(malloc(before + come + behind + 1));
+    memcpy(block, old, before);
+    memcpy(block + before, text, come);
+    memcpy(block + before + come, old + before + gone, behind + 1);
+    freeData();
+    myData = block;
+    myIsReference = 0;
+    return true;
+}
+
+// Changes the bytes for which `changed` returns another one. The text is not
+// copied before there is one.
+template <class Changed>
+static int
+utChangeBytes(UT_String &string, Changed changed)
+{
+    const char *start = utText(string);
+    while (*start && changed(*start) == *start)
+        ++start;
+    if (!*start)
+        return 0;
+    const size_t index = size_t(start - string.buffer());
+    string.harden();
+    int count = 0;
+    for (char *byte = string.buffer() + index; *byte; ++byte)
+    {
+        const char to = changed(*byte);
+        count += to != *byte;
+        *byte = to;
+    }
+    return count;
+}
+
+int
+UT_String::change(char from, char to)
+{
+    if (!from || !to)
+        return 0;
+    return utChangeBytes(
+        *this, [=](char byte) { return byte == from ? to : byte; });
+}
+
+int
+UT_String::toUpper()
+{
+    return utChangeBytes(*this, utToUpper);
+}
+
+int
+UT_String::toLower()
+{
+    return utChangeBytes(*this, utToLower);
+}
+
+namespace
+{
+
+// A set of bytes, which stays when the text that listed them changes. NUL is
+// none of them.
+class ut_ByteSet
+{
+public:
+    explicit ut_ByteSet(const char *bytes)
+    {
+        for (; *bytes; ++bytes)
+            myHas[uint8(*bytes)] = true;
+    }
+
+    bool has(char byte) const { return myHas[uint8(byte)]; }
+
+private:
+    bool myHas[256] = {};
+};
+
+} // namespace
+
+// Cuts the text down to the `length` bytes from `start` on.
+static void
+utKeep(UT_String &string, size_t start, size_t length)
+{
+    string.harden();
+    char *const text = string.buffer();
+    memmove(text, text + start, length);
+    text[length] = '\0';
+}
+
+int
+UT_String::strip(const char *bytes)
+{
+    bytes = utText(bytes);
+    const int first = findAny(bytes);
+    if (first < 0)
+        return 0;
+    const ut_ByteSet gone(bytes);
+    harden();
+    char *write = myData + first;
+    const char *read = write;
+    for (; *read; ++read)
+        if (!gone.has(*read))
+            *write++ = *read;
+    *write = '\0';
+    return SYSnarrow<int>(read - write);
+}
+
+int
+UT_String::stripStart(const char *bytes)
+{
+    const size_t gone = strspn(utText(myData), utText(bytes));
+    if (gone)
+        utKeep(*this, gone, strlen(myData + gone));
+    return SYSnarrow<int>(gone);
+}
+
+int
+UT_String::stripEnd(const char *bytes)
+{
+    const ut_ByteSet set(utText(bytes));
+    const size_t length = strlen(utText(myData));
+    size_t kept = length;
+    while (kept > 0 && set.has(myData[kept - 1]))
+        --kept;
+    if (kept < length)
+        utKeep(*this, 0, kept);
+    return SYSnarrow<int>(length - kept);
+}
+
+// The path without the slash that it begins with: "" for the root.
+static bool
+utComponents(UT_String &path)
+{
+    if (!path.collapseAbsolutePath())
+        return false;
+    path.erase(0, 1);
+    return true;
+}
+
+// Length of the components that two lists of them begin with.
+static size_t
+utCommonLength(const char *a, const char *b)
+{
+    size_t common = 0;
+    for (size_t i = 0;; ++i)
+    {
+        const bool end = !a[i] || !b[i];
+        if ((!a[i] || a[i] == '/') && (!b[i] || b[i] == '/'))
+            common = i;
+        if (end || a[i] != b[i])
+            return common;
+    }
+}
+
+bool
+UT_String::makeRelativePath(const char *directory)
+{
+    UT_String to(myData);
+    UT_String from(directory);
+    if (!utComponents(to) || !utComponents(from))
+        return false;
+    const size_t common = utCommonLength(to, from);
+    UT_WorkBuffer relative;
+    const char *up = from.buffer() + common;
+    while (*up)
+    {
+        up = strchrnul(up + 1, '/');
+        relative.append(relative.length() ? "/.." : "..");
+    }
+    const char *down = to.buffer() + common;
+    down += *down == '/';
+    if (*down && relative.length())
+        relative.append('/');
+    relative.append(down);
+    harden(relative.length() ? relative.buffer() : ".");
+    return true;
+}
