@@ -1,0 +1,475 @@
+#include "UT_VariableScan.h"
+
+#include "UT_Env.h"
+#include "UT_EnvControl.h"
+#include "UT_RefArray.h"
+#include "UT_StringImpl.h"
+#include "UT_WorkBuffer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <pwd.h>
+
+// Characters that are not simply copied.
+enum : unsigned char
+{
+    UT_SCAN_ALWAYS = 1,
+    UT_SCAN_COMMENTS = 2, // where comments count
+    UT_SCAN_BRACES = 4    // between the braces of a reference
+};
+
+static constexpr struct ut_ScanTable
+{
+    constexpr ut_ScanTable() : kinds()
+    {
+        for (const char c : {'\0', '\\', '$', '~', '`', '\''})
+            kinds[uint8(c)] = UT_SCAN_ALWAYS;
+        kinds[uint8('/')] = UT_SCAN_COMMENTS;
+        kinds[uint8('{')] = kinds[uint8('}')] = UT_SCAN_BRACES;
+    }
+
+    unsigned char kinds[256];
+} theScanTable;
+
+// What a backslash takes the special meaning of.
+static constexpr char theScanProtectedChars[] = "`$~'";
+
+static bool
+utIsNameCharacter(char c)
+{
+    return utIsLetter(c) || utIsDigit(c) || c == '_';
+}
+
+// Behind the brace that closes the one in front of `text`; null when there is
+// none. Quotes and backslashes do not hide a brace.
+static const char *
+utBehindClosingBrace(const char *text)
+{
+    for (unsigned depth = 1; depth != 0; ++text)
+    {
+        text += strcspn(text, "{}");
+        if (!*text)
+            return nullptr;
+        *text == '{' ? ++depth : --depth;
+    }
+    return text;
+}
+
+// The width that a frame number's name asks for: "F4" is F in 4 characters,
+// and "F" in 0. -1 for all other names.
+static int
+utFrameWidth(const char *name)
+{
+    if (name[0] != 'F')
+        return -1;
+    // No path has room for more, and a few digits may not ask for gigabytes.
+    constexpr int theWidestFrame = 4096;
+    int width = 0;
+    for (const char *digit = name + 1; *digit; ++digit)
+    {
+        if (!utIsDigit(*digit))
+            return -1;
+        width = std::min(width * 10 + (*digit - '0'), theWidestFrame);
+    }
+    return width;
+}
+
+static void
+utAppendPadded(UT_WorkBuffer &out, const char *value, int width)
+{
+    const size_t length = strlen(value);
+    if (width < 0 || length >= size_t(width))
+    {
+        out.append(value, int(length));
+        return;
+    }
+    const bool isSigned =
+        (*value == '-' || *value == '+') && utIsDigit(value[1]);
+    if (isSigned)
+        out.append(*value++);
+    const char filler = utIsDigit(*value) ? '0' : ' ';
+    for (size_t i = length; i < size_t(width); ++i)
+        out.append(filler);
+    out.append(value);
+}
+
+// Appends the home directory of `user`, whose name has `length` characters.
+static bool
+utAppendHomeOf(const char *user, size_t length, UT_WorkBuffer &out)
+{
+    char name[256];
+    if (length >= sizeof(name))
+        return false;
+    memcpy(name, user, length);
+    name[length] = '\0';
+
+    UT_WorkBuffer storage;
+    passwd entry;
+    passwd *found = nullptr;
+    for (;;)
+    {
+        const int error = getpwnam_r(
+            name, &entry, storage.lock(0, 0), size_t(storage.capacity()),
+            &found);
+        storage.release(/*recomputeLength=*/0);
+        if (error == EINTR)
+            continue;
+        // Entries are a line of text each: none is that long.
+        if (error != ERANGE || storage.capacity() >= 1 << 20)
+            break;
+        storage.reserve(2 * unsigned(storage.capacity()));
+    }
+    if (!found || !found->pw_dir)
+        return false;
+    out.append(found->pw_dir);
+    return true;
+}
+
+namespace
+{
+
+// One scan of one text.
+//
+// The text of a reference in braces is scanned where it stands, however deep,
+// and not by a call of its own: the names under construction lie in one buffer
+// one behind the other, the innermost last. Every brace that comes by is
+// counted, so that the one that closes a name is known when it comes.
+class ut_VariableScanner
+{
+public:
+    ut_VariableScanner(
+        UT_WorkBuffer &out, const char *text,
+        const char *(*varLookup)(const char *, void *),
+        const char *(*exprLookup)(const char *, void *), void *data,
+        bool expandVars, bool expandTilde, bool ignoreComments)
+        : myOut(out), myNext(text), myVarLookup(varLookup),
+          myExprLookup(exprLookup), myData(data), myExpandVars(expandVars),
+          myExpandTilde(expandTilde), myIgnoreComments(ignoreComments)
+    {
+    }
+
+    int scan();
+
+private:
+    // A reference in braces whose name is not complete.
+    struct ut_OpenName
+    {
+        unsigned depth; // braces that are open inside it, its own included
+        int start;      // where its name starts in myNames
+    };
+
+    bool isInBraces() const { return myOpenNames.entries() != 0; }
+    UT_WorkBuffer &output() { return isInBraces() ? myNames : myOut; }
+    bool isEndOfName() const;
+
+    void copy(const char *end);
+    void copyOrdinary();
+    void skipBackslash();
+    void copyComment();
+    void copyQuoted();
+    bool openName();
+    void closeName();
+    void replaceVariable();
+    void replaceValue();
+    void replaceHome();
+    void replaceExpression();
+
+    UT_WorkBuffer &myOut;
+    const char *myNext;     // what is not scanned yet
+    char myPrevious = '\0'; // in front of it; NUL at the start and behind what
+                            // was replaced
+    int myCount = 0;
+    unsigned myDepth = 0; // open braces since the outermost open name
+    UT_RefArray<ut_OpenName> myOpenNames; // the innermost last
+    UT_WorkBuffer myNames;
+    UT_WorkBuffer myScratch; // the text for a look-up
+    const char *(*const myVarLookup)(const char *, void *);
+    const char *(*const myExprLookup)(const char *, void *);
+    void *const myData;
+    const bool myExpandVars;
+    const bool myExpandTilde;
+    const bool myIgnoreComments;
+};
+
+} // namespace
+
+int
+ut_VariableScanner::scan()
+{
+    for (;;)
+    {
+        copyOrdinary();
+        switch (*myNext)
+        {
+        case '\0':
+            return myCount;
+        case '\\':
+            skipBackslash();
+            continue;
+        case '\'':
+            copyQuoted();
+            continue;
+        case '/':
+            if (myNext[1] != '/' && myNext[1] != '*')
+                break;
+            copyComment();
+            continue;
+        case '`':
+            if (!myExprLookup || isInBraces())
+                break;
+            replaceExpression();
+            continue;
+        case '~':
+            if (!(myExpandTilde || isInBraces()) ||
+                (myPrevious && !utIsSpace(myPrevious)))
+                break;
+            replaceHome();
+            continue;
+        case '$':
+            if (!myExpandVars)
+                break;
+            if (utIsNameCharacter(myNext[1]))
+            {
+                replaceVariable();
+                continue;
+            }
+            if (myNext[1] != '{')
+                break;
+            if (openName())
+                continue;
+            myOut.append(myNext);
+            return myCount;
+        case '{':
+            ++myDepth;
+            break;
+        case '}':
+            if (isEndOfName())
+            {
+                closeName();
+                continue;
+            }
+            --myDepth;
+            break;
+        }
+        copy(myNext + 1);
+    }
+}
+
+bool
+ut_VariableScanner::isEndOfName() const
+{
+    return isInBraces() && *myNext == '}' &&
+           myOpenNames(myOpenNames.entries() - 1).depth == myDepth;
+}
+
+// The text up to `end`.
+void
+ut_VariableScanner::copy(const char *end)
+{
+    output().append(myNext, int(end - myNext));
+    myPrevious = end[-1];
+    myNext = end;
+}
+
+void
+ut_VariableScanner::copyOrdinary()
+{
+    const bool inBraces = isInBraces();
+    const unsigned special = inBraces ? UT_SCAN_ALWAYS | UT_SCAN_BRACES
+                             : myIgnoreComments
+                                 ? UT_SCAN_ALWAYS
+                                 : UT_SCAN_ALWAYS | UT_SCAN_COMMENTS;
+    const char *end = myNext;
+    while (!(theScanTable.kinds[uint8(*end)] & special))
+        ++end;
+    if (end != myNext)
+        copy(end);
+}
+
+void
+ut_VariableScanner::skipBackslash()
+{
+    const char next = myNext[1];
+    if (next == '\\')
+    {
+        copy(myNext + 1);
+        myPrevious = '\0';
+        ++myNext;
+        return;
+    }
+    if (next && strchr(theScanProtectedChars, next))
+        ++myNext;
+    copy(myNext + 1);
+}
+
+void
+ut_VariableScanner::copyComment()
+{
+    const bool isLine = myNext[1] == '/';
+    // The star that opens a comment is not the one that closes it.
+    const char *const end = strstr(myNext + 2, isLine ? "\n" : "*/");
+    if (end)
+        copy(end + (isLine ? 1 : 2));
+    else
+        copy(myNext + strlen(myNext));
+}
+
+void
+ut_VariableScanner::copyQuoted()
+{
+    const char *const start = ++myNext;
+    while (*myNext && !(*myNext == '\'' && myNext[-1] != '\\'))
+    {
+        if (isInBraces() && *myNext == '{')
+            ++myDepth;
+        else if (isInBraces() && *myNext == '}')
+        {
+            if (isEndOfName())
+                break;
+            --myDepth;
+        }
+        ++myNext;
+    }
+    output().append(start, int(myNext - start));
+    myPrevious = '\0';
+    if (*myNext == '\'')
+        ++myNext;
+}
+
+// Returns false when the braces are never closed.
+bool
+ut_VariableScanner::openName()
+{
+    // What stands between closed braces has closed braces only.
+    if (!isInBraces() && !utBehindClosingBrace(myNext + 2))
+        return false;
+    const unsigned index = myOpenNames.insert(myOpenNames.entries());
+    myOpenNames(index).depth = ++myDepth;
+    myOpenNames(index).start = myNames.length();
+    myNext += 2;
+    myPrevious = '\0';
+    return true;
+}
+
+void
+ut_VariableScanner::closeName()
+{
+    const unsigned last = myOpenNames.entries() - 1;
+    const int start = myOpenNames(last).start;
+    myScratch.clear();
+    myScratch.append(myNames.buffer() + start, myNames.length() - start);
+    myNames.write(start, '\0');
+    myOpenNames.removeAt(last);
+    --myDepth;
+    ++myNext;
+    replaceValue();
+}
+
+void
+ut_VariableScanner::replaceVariable()
+{
+    const char *end = myNext + 1;
+    while (utIsNameCharacter(*end))
+        ++end;
+    myScratch.clear();
+    myScratch.append(myNext + 1, int(end - myNext - 1));
+    myNext = end;
+    replaceValue();
+}
+
+// The value of the variable in myScratch.
+void
+ut_VariableScanner::replaceValue()
+{
+    myPrevious = '\0';
+    char *const name = &myScratch[0];
+    const int width = utFrameWidth(name);
+    if (width >= 0)
+        name[1] = '\0'; // the digits are no part of it
+    const char *const value = myVarLookup(name, myData);
+    if (!value)
+        return;
+    ++myCount;
+    utAppendPadded(output(), value, width);
+}
+
+void
+ut_VariableScanner::replaceHome()
+{
+    const char *end = myNext + 1;
+    while (utIsLetter(*end) || utIsDigit(*end))
+        ++end;
+    const char *const user = myNext + 1;
+    if (end != user)
+    {
+        if (utAppendHomeOf(user, size_t(end - user), output()))
+        {
+            ++myCount;
+            myPrevious = end[-1];
+            myNext = end;
+            return;
+        }
+    }
+    else if (const char *home = UT_EnvControl::getString(UT_HOME))
+    {
+        output().append(home);
+        ++myCount;
+        myPrevious = '~';
+        myNext = end;
+        return;
+    }
+    copy(end);
+}
+
+void
+ut_VariableScanner::replaceExpression()
+{
+    const char *const start = ++myNext;
+    while (*myNext && !(*myNext == '`' && myNext[-1] != '\\'))
+        ++myNext;
+    myScratch.clear();
+    myScratch.append(start, int(myNext - start));
+    if (*myNext)
+        ++myNext;
+    myPrevious = '\0';
+    const char *const value = myExprLookup(myScratch.buffer(), myData);
+    if (!value)
+        return;
+    myOut.append(value);
+    ++myCount;
+}
+
+int
+UTExprVariableScan(
+    UT_WorkBuffer &out, const char *text,
+    const char *(*varLookup)(const char *, void *),
+    const char *(*exprLookup)(const char *, void *), void *data,
+    bool expandVars, bool expandTilde, bool ignoreComments)
+{
+    out.clear();
+    if (!text)
+        return 0;
+    return ut_VariableScanner(
+               out, text, varLookup ? varLookup : wrapValdrinGetenv, exprLookup,
+               data, expandVars, expandTilde, ignoreComments)
+        .scan();
+}
+
+int
+UTVariableScan(
+    UT_WorkBuffer &out, const char *text,
+    const char *(*varLookup)(const char *, void *), void *data,
+    bool expandTilde, bool ignoreComments)
+{
+    return UTExprVariableScan(
+        out, text, varLookup, nullptr, data, /*expandVars=*/true, expandTilde,
+        ignoreComments);
+}
+
+const char *
+wrapValdrinGetenv(const char *name, void *)
+{
+    return ValdrinGetenv(name);
+}
