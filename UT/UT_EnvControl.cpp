@@ -2,6 +2,7 @@
 
 #include "UT_Env.h"
 #include "UT_EnvControlImpl.h"
+#include "UT_SpecialDir.h"
 #include "UT_SymbolTable.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@
 #include <iterator>
 #include <mutex>
 #include <pwd.h>
-#include <string>
 #include <unistd.h>
 
 // What a slot holds until its row has filled it.
@@ -101,25 +101,6 @@ utDefaultUser()
     return name;
 }
 
-// The temporary directory as the environment has it.
-static char *
-utDefaultHome()
-{
-    const char *const value =
-        ValdrinGetenv(UT_EnvControl::getStringVar(UT_VALDRIN_TEMP_DIR));
-    std::string directory = value ? value : "/tmp";
-    if (!directory.empty() && directory.back() == '/')
-        directory.pop_back();
-    return strdup(directory.c_str());
-}
-
-static char *
-utDefaultDesktopDir()
-{
-    const char *const home = ValdrinGetenv("HOME");
-    return strdup((std::string(home ? home : "") + "/Desktop").c_str());
-}
-
 static void
 utComputeDefaults()
 {
@@ -130,9 +111,9 @@ utComputeDefaults()
     for (const ut_StringRow *row = theStringLookups; row->name; ++row)
         theStringDefaults[row->id] = row->defaultText;
     theStringDefaults[UT_USER] = utDefaultUser();
-    theStringDefaults[UT_HOME] = utDefaultHome();
-    theStringDefaults[UT_VALDRIN_TEMP_DIR] = "/tmp";
-    theStringDefaults[UT_VALDRIN_DESKTOP_DIR] = utDefaultDesktopDir();
+    theStringDefaults[UT_HOME] = UTgetTmpDir();
+    theStringDefaults[UT_VALDRIN_TEMP_DIR] = UTgetDefaultTmpDir();
+    theStringDefaults[UT_VALDRIN_DESKTOP_DIR] = UTgetDesktopDir();
     theStringDefaults[UT_VALDRIN_OS] = "Linux";
 }
 
