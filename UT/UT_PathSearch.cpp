@@ -1,0 +1,269 @@
+#include "UT_PathSearch.h"
+
+#include "UT_Env.h"
+#include "UT_EnvControl.h"
+#include "UT_Path.h"
+#include "UT_VariableScan.h"
+#include "UT_WorkBuffer.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+
+static UT_PathSearch *theInstances[UT_PATH_COUNT]; // made on first use
+
+static const struct
+{
+    const char *variable;
+    const char *folder; // null for the main path
+} thePaths[] = {
+    {"VALDRIN_PATH",                nullptr   },
+    {"VALDRIN_SCRIPT_PATH",         "scripts" },
+    {"VALDRIN_SCRIPT_PYTHON_PATH",  "python"  },
+    {"VALDRIN_IMAGE_PATH",          "images"  },
+    {"VALDRIN_RENDER_TEXTURE_PATH", "textures"},
+    {"VALDRIN_RENDER_SHADER_PATH",  "shaders" },
+    {"VALDRIN_UI_ICON_PATH",        "icons"   },
+    {"VALDRIN_UI_HELP_PATH",        "help"    },
+};
+static_assert(std::size(thePaths) == UT_PATH_COUNT);
+
+// Where the toolkit's own data lies, "" when that is nowhere. A build tree and
+// an installation have it at the same place: some folders above the library
+// (how many depends on what the system calls its library folder).
+static UT_String
+utFindDataDirectory()
+{
+    Dl_info library;
+    if (!dladdr(static_cast<const void *>(&theInstances), &library))
+        return UT_String("");
+    char *const path = realpath(library.dli_fname, nullptr);
+    if (!path)
+        return UT_String("");
+    UT_WorkBuffer directory;
+    for (int level = 0; level < 4; ++level)
+    {
+        char *const slash = strrchr(path, '/');
+        if (!slash)
+            break;
+        *slash = '\0';
+        directory.sprintf("%s/" VALDRIN_DATA_FOLDER, path);
+        if (UTisValidDirectory(directory.buffer()))
+            break;
+        directory.clear();
+    }
+    free(path);
+    return UT_String(directory.buffer(), /*deep=*/1);
+}
+
+static const char *
+utGetDataDirectory()
+{
+    static UT_String *theDirectory =
+        new UT_String(utFindDataDirectory()); // never destroyed
+    return *theDirectory;
+}
+
+UT_PathSearch *
+UT_PathSearch::getInstance(UT_PathSearchType id)
+{
+    if (unsigned(id) >= UT_PATH_COUNT)
+        return nullptr;
+    UT_PathSearch *&instance = theInstances[id]; // never destroyed
+    if (!instance)
+        instance =
+            new UT_PathSearch(thePaths[id].variable, thePaths[id].folder);
+    return instance;
+}
+
+void
+UT_PathSearch::varChanged(const char *name)
+{
+    if (!name)
+        return;
+    for (UT_PathSearch *instance : theInstances)
+        if (instance)
+            instance->myIsCurrent = false;
+}
+
+UT_PathSearch::UT_PathSearch(const char *variable, const char *folder)
+    : myVariable(variable), myFolder(folder), myIsCurrent(false)
+{
+}
+
+UT_PathSearch::~UT_PathSearch() = default;
+
+const UT_StringArray &
+UT_PathSearch::getDirectories()
+{
+    if (myIsCurrent)
+        return myDirectories;
+    myIsCurrent = true;
+    myDirectories.clear();
+    myNames.clear();
+    const char *const value = ValdrinGetenv(myVariable);
+    // The expansion reads the environment, too.
+    const UT_String list(value ? value : "", /*deep=*/1);
+    UT_WorkBuffer element;
+    UT_WorkBuffer expanded;
+    for (const char *next = list;; ++next)
+    {
+        const size_t length = strcspn(next, ":");
+        element.clear();
+        element.append(next, int(length));
+        UTVariableScan(
+            expanded, element.buffer(), nullptr, nullptr, /*expandTilde=*/true,
+            /*ignoreComments=*/true);
+        addAll(expanded.buffer());
+        next += length;
+        if (!*next)
+            return myDirectories;
+    }
+}
+
+// What one element of the list has become.
+void
+UT_PathSearch::addAll(const char *list)
+{
+    UT_WorkBuffer directory;
+    for (;; ++list)
+    {
+        const size_t length = strcspn(list, ":");
+        directory.clear();
+        directory.append(list, int(length));
+        if (length == 0)
+            addDefault();
+        else
+            add(directory.buffer(), nullptr);
+        list += length;
+        if (!*list)
+            return;
+    }
+}
+
+void
+UT_PathSearch::addDefault()
+{
+    if (!myFolder)
+    {
+        add(UT_EnvControl::getString(UT_HOME), nullptr);
+        add(UT_EnvControl::getString(UT_VRS), nullptr);
+        add(utGetDataDirectory(), nullptr);
+        return;
+    }
+    const UT_StringArray &main = getInstance(UT_PATH_MAIN)->getDirectories();
+    for (int i = 0; i < main.entries(); ++i)
+        add(main(i), myFolder);
+}
+
+static void
+utAppendComponent(UT_WorkBuffer &path, const char *name)
+{
+    if (path[path.length() - 1] != '/')
+        path.append('/');
+    path.append(name);
+}
+
+// Adds a directory, or a folder in it, unless it is there. Null and "" are
+// nothing.
+void
+UT_PathSearch::add(const char *directory, const char *folder)
+{
+    if (!directory || !*directory)
+        return;
+    UT_WorkBuffer path;
+    path.append(directory);
+    if (folder)
+        utAppendComponent(path, folder);
+    while (path.length() > 1 && path[path.length() - 1] == '/')
+        path.write(path.length() - 1, '\0');
+    if (myNames.addSymbol(path.buffer(), UT_Thing()))
+        myDirectories.append(path.buffer());
+}
+
+static bool
+utExists(const char *path, bool directory)
+{
+    struct stat status;
+    return stat(path, &status) == 0 &&
+           bool(S_ISDIR(status.st_mode)) == directory;
+}
+
+bool
+UT_PathSearch::find(const char *name, bool directories, UT_String &result)
+{
+    if (!name || !*name)
+        return false;
+    UT_WorkBuffer path;
+    if (UTfullPathSpecified(name))
+    {
+        if (!utExists(name, directories))
+            return false;
+        path.append(name);
+        path.copyIntoString(result);
+        return true;
+    }
+    const UT_StringArray &candidates = getDirectories();
+    for (int i = 0; i < candidates.entries(); ++i)
+    {
+        path.clear();
+        path.append(candidates(i).buffer());
+        utAppendComponent(path, name);
+        if (utExists(path.buffer(), directories))
+        {
+            path.copyIntoString(result);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool
+UT_PathSearch::valdrinFindFile(const char *name, UT_String &result)
+{
+    return find(name, /*directories=*/false, result);
+}
+
+bool
+UT_PathSearch::findDirectory(const char *name, UT_String &result)
+{
+    return find(name, /*directories=*/true, result);
+}
+
+// Whether `name` is what is left of `path` in `directory`, and is found there.
+bool
+UT_PathSearch::condense(const char *path, UT_String &result)
+{
+    struct stat wanted;
+    if (!path || stat(path, &wanted) != 0)
+        return false;
+    const char *shortest = nullptr;
+    const UT_StringArray &directories = getDirectories();
+    for (int i = 0; i < directories.entries(); ++i)
+    {
+        const size_t length = strlen(directories(i));
+        if (strncmp(path, directories(i), length) != 0)
+            continue;
+        const char *const rest = path + length + strspn(path + length, "/");
+        // A directory's name may go on where this one ends; the root ends with
+        // its slash.
+        if (rest == path + length && rest[-1] != '/')
+            continue;
+        if (shortest && strlen(rest) >= strlen(shortest))
+            continue;
+        UT_String found;
+        struct stat status;
+        if (valdrinFindFile(rest, found) && stat(found, &status) == 0 &&
+            status.st_dev == wanted.st_dev && status.st_ino == wanted.st_ino)
+            shortest = rest;
+    }
+    if (!shortest)
+        return false;
+    UT_WorkBuffer name;
+    name.append(shortest);
+    name.copyIntoString(result);
+    return true;
+}
