@@ -11,7 +11,9 @@
 #include <cstring>
 #include <iosfwd>
 
+class UT_IStream;
 class UT_String;
+class UT_WorkArgs;
 
 /// A text that grows at its end.
 ///
@@ -155,6 +157,27 @@ public:
     /// state like std::getline().
     bool getline(std::istream &in);
 
+    // ---- Command lines: UT_WorkBufferCommand.cpp ---------------------------
+
+    /// Reads a line and splits it into `args`: cuts it at the first byte that
+    /// is in `commentChars` (null for none), quoted or not, adds 1 to
+    /// `lineCount`, and cuts the rest at runs of bytes in `separators`. The
+    /// arguments point into the buffer and are borrowed until its next change.
+    /// There are no continuation lines.
+    ///
+    /// The forms for streams go on to the next line while there are no
+    /// arguments. False at the end of the input, with no arguments.
+    ///
+    /// Deliberate: the form for a FILE returns false for a line without
+    /// arguments, too; its callers go on until feof(). Deliberate: the text
+    /// then reads as the first argument, but length() is that of the line.
+    bool cmdGetLine(
+        std::istream &in, UT_WorkArgs &args, int &lineCount,
+        const char *commentChars, const char *separators);
+    bool cmdGetLine(
+        FILE *in, UT_WorkArgs &args, int &lineCount, const char *commentChars,
+        const char *separators);
+
     // ---- Words: UT_WorkBufferWord.cpp --------------------------------------
 
     /// Makes the next word of the text at `cursor` the buffer's text, and steps
@@ -272,6 +295,12 @@ UT_WorkBuffer::append(const UT_WorkBuffer &other)
 {
     appendBytes(other.myBuffer, size_t(other.myLength));
 }
+
+/// UT_WorkBuffer::cmdGetLine() from `in` or, when that is null, from `file`.
+/// False when both are null; `args` then stay as they are.
+UT_API bool utCmdGetLine(
+    UT_WorkBuffer &buf, std::istream *in, FILE *file, UT_WorkArgs &args,
+    int &lineCount, const char *commentChars, const char *separators);
 
 /// Writes the text up to its first NUL.
 UT_API std::ostream &operator<<(std::ostream &out, const UT_WorkBuffer &buffer);

@@ -1,3 +1,4 @@
+#include "UT/UT_WorkArgs.h"
 #include "UT/UT_WorkBuffer.h"
 
 #include <gtest/gtest.h>
@@ -128,4 +129,53 @@ TEST(UT_WorkBufferLine, AStreamThatThrowsDoesSoAtItsEndOnly)
     std::istream source(&broken);
     EXPECT_EQ(ut_Lines{"abc"}, utLines(source));
     EXPECT_TRUE(source.bad());
+}
+
+// What a reader of commands sees of `source`, false results too: the count of
+// lines, and the arguments.
+template <class Source>
+static ut_Lines
+utCommands(Source &&source, int calls)
+{
+    UT_WorkBuffer line;
+    UT_WorkArgs args;
+    int count = 0;
+    ut_Lines seen;
+    for (int i = 0; i < calls; ++i)
+    {
+        const bool isFound = line.cmdGetLine(source, args, count, "#;", " \t");
+        EXPECT_EQ(isFound, args.getArgc() > 0);
+        seen.push_back(std::to_string(count));
+        for (int arg = 0; arg < args.getArgc(); ++arg)
+            seen.back() += std::string("|") + args[arg];
+    }
+    return seen;
+}
+
+TEST(UT_WorkBufferLine, CommandsSkipBlankLinesButNotInFiles)
+{
+    const std::string text = "\n # c\r\necho \"a b;c\" d\r\n\n\tx\\\ny";
+    const ut_Lines fromFile = {"1",   "2", "3|echo|\"a|b", "4", "5|x\\",
+                               "6|y", "6"};
+    EXPECT_EQ(fromFile, utCommands(utFile(text).get(), 7));
+    const ut_Lines fromStream = {"3|echo|\"a|b", "5|x\\", "6|y", "6"};
+    EXPECT_EQ(fromStream, utCommands(std::istringstream(text), 4));
+}
+
+TEST(UT_WorkBufferLine, CommandsLeaveTheLengthOfTheirLine)
+{
+    std::istringstream stream("one two # three");
+    UT_WorkBuffer line;
+    UT_WorkArgs args;
+    int count = 0;
+    args.setArg(0, &line[0]);
+    EXPECT_FALSE(utCmdGetLine(
+        line, static_cast<std::istream *>(nullptr), nullptr, args, count, "#",
+        " "));
+    EXPECT_EQ(1, args.getArgc());
+    EXPECT_TRUE(line.cmdGetLine(stream, args, count, nullptr, " "));
+    EXPECT_EQ(4, args.getArgc());
+    EXPECT_STREQ("one", line.buffer());
+    EXPECT_EQ(15, line.length());
+    EXPECT_FALSE(line.isLocked());
 }

@@ -1,0 +1,76 @@
+#include "UT_WorkBuffer.h"
+
+#include "UT_String.h"
+#include "UT_WorkArgs.h"
+
+#include <cstring>
+
+// Takes the line in `buf` apart; whether it has arguments.
+static bool
+utSplitCommand(
+    UT_WorkBuffer &buf, UT_WorkArgs &args, int &lineCount,
+    const char *commentChars, const char *separators)
+{
+    char *const text = buf.lock(/*offset=*/0, /*extra=*/0);
+    if (commentChars)
+        text[strcspn(text, commentChars)] = '\0';
+    ++lineCount;
+    UT_String line(text);
+    line.tokenizeInPlace(args, separators);
+    buf.release(/*recomputeLength=*/0);
+    return args.getArgc() > 0;
+}
+
+// A line of each kind of stream.
+static bool
+utGetLine(UT_WorkBuffer &buf, std::istream &in)
+{
+    return buf.getline(in);
+}
+
+template <class Stream>
+static bool
+utCommandLine(
+    UT_WorkBuffer &buf, Stream *in, FILE *file, UT_WorkArgs &args,
+    int &lineCount, const char *commentChars, const char *separators)
+{
+    if (!in && !file)
+        return false;
+    args.setArg(0, nullptr);
+    const auto split = [&]
+    { return utSplitCommand(buf, args, lineCount, commentChars, separators); };
+    if (!in)
+        return buf.getline(file) && split();
+    while (utGetLine(buf, *in))
+        if (split())
+            return true;
+    return false;
+}
+
+bool
+UT_WorkBuffer::cmdGetLine(
+    std::istream &in, UT_WorkArgs &args, int &lineCount,
+    const char *commentChars, const char *separators)
+{
+    return utCmdGetLine(
+        *this, &in, nullptr, args, lineCount, commentChars, separators);
+}
+
+bool
+UT_WorkBuffer::cmdGetLine(
+    FILE *in, UT_WorkArgs &args, int &lineCount, const char *commentChars,
+    const char *separators)
+{
+    std::istream *const noStream = nullptr;
+    return utCmdGetLine(
+        *this, noStream, in, args, lineCount, commentChars, separators);
+}
+
+bool
+utCmdGetLine(
+    UT_WorkBuffer &buf, std::istream *in, FILE *file, UT_WorkArgs &args,
+    int &lineCount, const char *commentChars, const char *separators)
+{
+    return utCommandLine(
+        buf, in, file, args, lineCount, commentChars, separators);
+}
