@@ -1,11 +1,9 @@
 #include "UT_WorkBuffer.h"
 
 #include "UT_String.h"
-
-#include "SYS/SYS_Types.h"
+#include "UT_StringImpl.h"
 
 #include <algorithm>
-#include <cctype>
 #include <climits>
 #include <cstring>
 
@@ -55,10 +53,10 @@ UT_WorkBuffer::strcatFirstWord(const char *text)
 {
     if (!text)
         return;
-    while (isspace(uint8(*text)))
+    while (utIsSpace(*text))
         ++text;
     size_t count = 0;
-    while (text[count] && !isspace(uint8(text[count])))
+    while (text[count] && !utIsSpace(text[count]))
         ++count;
     const size_t end = strnlen(myBuffer, size_t(myAllocatedSize));
     const size_t used = std::max(end, size_t(myLength));
