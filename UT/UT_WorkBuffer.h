@@ -175,6 +175,9 @@ public:
         std::istream &in, UT_WorkArgs &args, int &lineCount,
         const char *commentChars, const char *separators);
     bool cmdGetLine(
+        UT_IStream &in, UT_WorkArgs &args, int &lineCount,
+        const char *commentChars, const char *separators);
+    bool cmdGetLine(
         FILE *in, UT_WorkArgs &args, int &lineCount, const char *commentChars,
         const char *separators);
 
@@ -300,6 +303,9 @@ UT_WorkBuffer::append(const UT_WorkBuffer &other)
 /// False when both are null; `args` then stay as they are.
 UT_API bool utCmdGetLine(
     UT_WorkBuffer &buf, std::istream *in, FILE *file, UT_WorkArgs &args,
+    int &lineCount, const char *commentChars, const char *separators);
+UT_API bool utCmdGetLine(
+    UT_WorkBuffer &buf, UT_IStream *in, FILE *file, UT_WorkArgs &args,
     int &lineCount, const char *commentChars, const char *separators);
 
 /// Writes the text up to its first NUL.

@@ -1,5 +1,6 @@
 #include "UT_WorkBuffer.h"
 
+#include "UT_IStream.h"
 #include "UT_String.h"
 #include "UT_WorkArgs.h"
 
@@ -26,6 +27,12 @@ static bool
 utGetLine(UT_WorkBuffer &buf, std::istream &in)
 {
     return buf.getline(in);
+}
+
+static bool
+utGetLine(UT_WorkBuffer &buf, UT_IStream &in)
+{
+    return in.getLine(buf, '\n');
 }
 
 template <class Stream>
@@ -58,6 +65,15 @@ UT_WorkBuffer::cmdGetLine(
 
 bool
 UT_WorkBuffer::cmdGetLine(
+    UT_IStream &in, UT_WorkArgs &args, int &lineCount, const char *commentChars,
+    const char *separators)
+{
+    return utCmdGetLine(
+        *this, &in, nullptr, args, lineCount, commentChars, separators);
+}
+
+bool
+UT_WorkBuffer::cmdGetLine(
     FILE *in, UT_WorkArgs &args, int &lineCount, const char *commentChars,
     const char *separators)
 {
@@ -69,6 +85,15 @@ UT_WorkBuffer::cmdGetLine(
 bool
 utCmdGetLine(
     UT_WorkBuffer &buf, std::istream *in, FILE *file, UT_WorkArgs &args,
+    int &lineCount, const char *commentChars, const char *separators)
+{
+    return utCommandLine(
+        buf, in, file, args, lineCount, commentChars, separators);
+}
+
+bool
+utCmdGetLine(
+    UT_WorkBuffer &buf, UT_IStream *in, FILE *file, UT_WorkArgs &args,
     int &lineCount, const char *commentChars, const char *separators)
 {
     return utCommandLine(

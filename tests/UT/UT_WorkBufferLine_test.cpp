@@ -1,3 +1,4 @@
+#include "UT/UT_IStream.h"
 #include "UT/UT_WorkArgs.h"
 #include "UT/UT_WorkBuffer.h"
 
@@ -160,6 +161,8 @@ TEST(UT_WorkBufferLine, CommandsSkipBlankLinesButNotInFiles)
     EXPECT_EQ(fromFile, utCommands(utFile(text).get(), 7));
     const ut_Lines fromStream = {"3|echo|\"a|b", "5|x\\", "6|y", "6"};
     EXPECT_EQ(fromStream, utCommands(std::istringstream(text), 4));
+    UT_IStream stream(text.data(), int(text.size()), UT_ISTREAM_ASCII);
+    EXPECT_EQ(fromStream, utCommands(stream, 4));
 }
 
 TEST(UT_WorkBufferLine, CommandsLeaveTheLengthOfTheirLine)
