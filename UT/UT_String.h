@@ -9,7 +9,9 @@
 #include "UT_API.h"
 
 #include <cstring>
+#include <iosfwd>
 
+class UT_IStream;
 class UT_WorkArgs;
 
 /// Asks a constructor for a string that copies on every assignment.
@@ -329,6 +331,18 @@ public:
     ///
     /// Returns false, and changes nothing, when either does not collapse.
     bool makeRelativePath(const char *directory);
+    // ---- Saving: UT_StringSave.cpp -----------------------------------------
+
+    /// Writes the text for load(): behind its length, from a field of 8 bits
+    /// up, when `binary` is set, in quotes otherwise (see UT_Write.h). Null is
+    /// saved as "". Whether `out` is without failure afterwards.
+    bool save(std::ostream &out, bool binary) const;
+
+    /// Reads a text that save() wrote, as the stream's read type tells, or any
+    /// other that UT_IStream::getString() takes, and owns it. The text ends at
+    /// the first NUL of what was read. False, with the old text in place, when
+    /// there is none.
+    bool load(UT_IStream &in);
 
 private:
     UT_LOCAL void ownCopyOf(const char *text);

@@ -159,3 +159,24 @@ TEST(UT_Write, StringsOfEveryLengthReadBack)
         EXPECT_FALSE(in.getString(read));
     }
 }
+
+TEST(UT_Write, StringsSaveAndLoadInBothForms)
+{
+    for (const UT_ISTREAM_READTYPE type : {UT_ISTREAM_ASCII, UT_ISTREAM_BINARY})
+    {
+        std::stringstream file;
+        for (const char *text : {"a \"\\\xff", "", "last"})
+            EXPECT_TRUE(UT_String(text).save(file, type));
+        EXPECT_TRUE(UT_String().save(file, type));
+        UT_IStream in(file, type);
+        UT_String read;
+        for (const char *text : {"a \"\\\xff", "", "last", ""})
+        {
+            EXPECT_TRUE(read.load(in));
+            EXPECT_STREQ(text, read);
+        }
+        read = "kept";
+        EXPECT_FALSE(read.load(in));
+        EXPECT_STREQ("kept", read);
+    }
+}
