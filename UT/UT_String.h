@@ -177,31 +177,6 @@ public:
     /// text. The string owns the result; null becomes "". One thread only.
     void expandVariables();
 
-    // ---- Path text: UT_StringPath.cpp --------------------------------------
-    //
-    // Text alone, with slashes between its parts: no file system is asked.
-
-    /// The text before its last dot, when that comes behind the last slash;
-    /// else all of it. It owns its text, "" for a null string.
-    /// Deliberate: ".cshrc" gives "", and ".." gives ".".
-    UT_String pathUpToExtension() const;
-
-    /// Splits the text at its last slash. Both results own their texts, and
-    /// either may be this string.
-    ///
-    /// `directory` becomes what comes before the slash, "/" at least, and
-    /// `file` what comes behind it. `directory` becomes null when there is no
-    /// slash, and `file` when nothing is left for it.
-    void splitPath(UT_String &directory, UT_String &file) const;
-
-    /// Rewrites a path that begins with a slash without its components "." and
-    /// "..", doubled slashes and a slash at the end: "/a/./b//../c/" becomes
-    /// "/a/c", and "/.." fails. O(length).
-    ///
-    /// Returns false for every other text, which stays as it is, and when the
-    /// path climbs above the root: the text is then half rewritten and means
-    /// nothing. The argument is not used.
-    bool collapseAbsolutePath(bool = false);
     // ---- Numbers and names: UT_StringNames.cpp, UT_StringNumber.cpp --------
     //
     // Digits and white space are those of ASCII, whatever the locale. A number
@@ -261,6 +236,7 @@ public:
     /// path climbs above the root: the text is then half rewritten and means
     /// nothing. The argument is not used.
     bool collapseAbsolutePath(bool = false);
+
     // ---- Editing: UT_StringEdit.cpp ----------------------------------------
     //
     // Indices and lengths count bytes. A null string is like an empty one, a
@@ -331,6 +307,7 @@ public:
     ///
     /// Returns false, and changes nothing, when either does not collapse.
     bool makeRelativePath(const char *directory);
+
     // ---- Saving: UT_StringSave.cpp -----------------------------------------
 
     /// Writes the text for load(): behind its length, from a field of 8 bits
