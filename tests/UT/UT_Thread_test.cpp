@@ -43,7 +43,7 @@ TEST(UT_Thread, HandsJobsOverInOrder)
         // Plain: the hand-over orders the accesses.
         int counter = 0;
         UT_PThread thread(spinMode);
-        const int jobs = spinMode == UT_Thread::SPIN_NEVER ? 300 : 100000;
+        const int jobs = spinMode == UT_Thread::SPIN_SLEEP ? 100000 : 300;
         for (int i = 0; i < jobs; ++i)
             ASSERT_TRUE(thread.startThread(utCount, &counter));
         thread.waitForState(UT_Thread::IDLE);
