@@ -170,6 +170,37 @@ public:
     int tokenizeInPlace(UT_WorkArgs &args, const char *separators);
     int tokenizeInPlace(char **argv, int max, const char *separators);
 
+    // ---- Quoting: UT_StringQuote.cpp ---------------------------------------
+
+    /// The text between two `quote`s, with a backslash before each `quote` and
+    /// backslash in it. Owned; a null string is like "". What stands between
+    /// the quotes becomes the text again by expandControlSequences(), unless
+    /// `quote` is n, r or t. O(length).
+    UT_String makeQuotedString(char quote = '"') const;
+
+    /// The same, but with the other one of the single and the double quote
+    /// where the text holds `quote` and not that one.
+    UT_String makeSmartQuotedString(char quote = '"') const;
+
+    /// Puts a text with white space in double quotes, with a backslash before
+    /// each double quote and backslash in it. Every other text stays as it is,
+    /// borrowed or owned, and so does one that begins and ends with a double
+    /// quote.
+    ///
+    /// Deliberate: only those two bytes are looked at, so `"a" "b"` is quoted
+    /// enough, and so is a text of one double quote.
+    void protectString();
+
+    /// Whether the text holds a space, tab, newline, vertical tab or form feed.
+    /// Deliberate: a carriage return is not white space here.
+    bool hasWhiteSpace() const;
+
+    /// Makes the string own its text, and one character of each backslash and
+    /// the character behind it: a newline, tab or carriage return of n, t or r,
+    /// else that character. A backslash at the very end stays. Null becomes "".
+    /// Deliberate: there are no codes in digits, `\0` is the digit 0.
+    void expandControlSequences();
+
     // ---- Variables: UT_StringVariables.cpp ---------------------------------
 
     /// Replaces the text by what UTVariableScan() makes of it with the
