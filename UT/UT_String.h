@@ -208,6 +208,57 @@ public:
     /// text. The string owns the result; null becomes "". One thread only.
     void expandVariables();
 
+    // ---- Modifiers: UT_StringModify.cpp ------------------------------------
+    //
+    // A list of modifiers edits a text as a path or as a list of words. Each
+    // one is a colon, flags and a letter: ":t:r" is the name of a file without
+    // its extension, ":gas/a/b/" a substitution in every word.
+
+    /// How many bytes at the start of `text`, which begins at a colon, are a
+    /// list of modifiers. A colon belongs to it before a letter or digit;
+    /// letters, digits and `_` do; and three slashes do behind each `s`. Other
+    /// characters end it. O(length).
+    ///
+    /// Deliberate: there is no look at what the modifiers mean. Any `s` starts
+    /// a substitution, whose texts can have letters, digits and `_` only.
+    static int findModifiers(const char *text);
+
+    /// Whether `c` can be a part of a modifier: a letter, a digit, `_`, `:` or,
+    /// with `allowSlash`, a slash.
+    static bool isValidModifier(char c, bool allowSlash);
+
+    /// Cuts the text at its first colon. `modifiers`, which must be another
+    /// string, owns the text from there on, or "" when there is no colon and
+    /// nothing is cut.
+    void extractModifiers(UT_String &modifiers);
+
+    /// Applies each modifier of a list that begins with a colon, and returns
+    /// the result of the last one. Returns false, and does nothing, for every
+    /// other list and when this string is null or "".
+    ///
+    /// The flags are `g` and `a`, in any order and number. With `a` the
+    /// modifier changes all occurrences, as applyNextModifier() says. With `g`
+    /// it works on each word, where words are divided by white space; then the
+    /// result is also true when that of the modifier before or of any word is,
+    /// and a blank follows each word behind which there was anything.
+    bool applyModifiers(const UT_String &modifiers);
+
+    /// Applies the modifier that `modifier` begins with, which has no colon and
+    /// no flags. The string owns its text afterwards, "" for null. Returns
+    /// whether the text changed, but for the deliberate results below.
+    ///
+    /// - `h`: what is before the last slash. False when there is none.
+    /// - `t`: what is behind the last slash. False when there is none.
+    /// - `r`: what is before the last dot, when that is behind the last slash.
+    /// - `e`: what is behind that dot. Deliberate: always true.
+    /// - `s/old/new/`: substitute(), with `all` of every `old`. The texts end
+    /// at
+    ///   a colon too, and the last slash may be missing.
+    /// - `u`, `l`: the first letter of the other case changes, with `all` every
+    ///   one. Deliberate: with `all`, `u` is always true and `l` always false.
+    /// - Everything else changes nothing and is false.
+    bool applyNextModifier(const char *modifier, bool all);
+
     // ---- Numbers and names: UT_StringNames.cpp, UT_StringNumber.cpp --------
     //
     // Digits and white space are those of ASCII, whatever the locale. A number
