@@ -336,7 +336,9 @@ public:
     /// The same for the first byte that is one of `bytes`.
     int findAny(const char *bytes, int from = 0) const;
 
-    /// Index of the last such byte; -1 when there is none. NUL is not found.
+    /// Index of the last one; -1 when there is none. "" and NUL are found
+    /// nowhere. For a text it takes memory too.
+    int findLast(const char *text) const;
     int findLast(char byte) const;
 
     /// How often `text` occurs: from left to right, without overlaps, and never
@@ -385,7 +387,7 @@ public:
     /// `directory`, which begins with a slash too: "/a/b/c" seen from "/a/d" is
     /// "../b/c", and a directory from itself ".". Both are collapsed first, as
     /// collapseAbsolutePath() does. It looks at the text alone and knows of no
-    /// symbolic links.
+    /// symbolic links. UTmakeAbsoluteFilePath() leads back.
     ///
     /// Returns false, and changes nothing, when either does not collapse.
     bool makeRelativePath(const char *directory);

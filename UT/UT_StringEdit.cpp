@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cassert>
 #include <cstdlib>
+#include <string>
+#include <string_view>
 
 static const char *
 utText(const char *text)
@@ -66,6 +68,23 @@ int
 UT_String::findAny(const char *bytes, int from) const
 {
     return utIndex(myData, strpbrk(utStart(*this, from), utText(bytes)));
+}
+
+int
+UT_String::findLast(const char *text) const
+{
+    // The first one from behind: to try each place backwards could take time
+    // in proportion to the product of the lengths.
+    const std::string_view forward(utText(myData));
+    const std::string_view wanted(utText(text));
+    const std::string backward(forward.rbegin(), forward.rend());
+    const std::string wantedBackward(wanted.rbegin(), wanted.rend());
+    const char *const found =
+        utFind(backward.c_str(), wantedBackward.c_str(), wanted.size());
+    if (!found)
+        return -1;
+    const size_t behind = size_t(found - backward.c_str()) + wanted.size();
+    return SYSnarrow<int>(forward.size() - behind);
 }
 
 int
