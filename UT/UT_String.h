@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include "SYS/SYS_Types.h"
 #include "UT_API.h"
 
 #include <cstring>
@@ -292,6 +293,72 @@ public:
     /// compareNumberedFilename() of the texts at `a` and `b`, for qsort().
     static int qsortCmpNumberedFilename(const void *a, const void *b);
     static int qsortCmpNumberedFilename(char *const *a, char *const *b);
+
+    /// The digits at the end of the text; the end of the text when it has
+    /// none. Null for a null string and for "". Borrowed until the string's
+    /// next change. O(length).
+    const char *suffix() const;
+
+    /// Cuts the name of a frame file into what is before its number, the
+    /// number and what is behind it: img.0012.tif gives img., 0012 and .tif.
+    /// The number is the last one of the last path component, and before its
+    /// extension if it has one: a dot at the start of a file's name begins no
+    /// extension. With `allowNegative` the number takes each `-` along that
+    /// stands before or in it, and with `allowFraction` each `.`.
+    ///
+    /// Returns 1 and sets the results, which then own their texts and may be
+    /// this very string. Without a number returns 0, and `prefix` is all of
+    /// the text, the others "". A null string returns 0 and sets nothing.
+    int parseNumberedFilename(
+        UT_String &prefix, UT_String &number, UT_String &rest,
+        bool allowNegative, bool allowFraction) const;
+
+    /// Steps to the next name: raises the number at the end of the text by
+    /// one, or appends "2". The string then owns its text.
+    ///
+    /// Deliberate: leading zeros stay only while the number without them keeps
+    /// its length: a007 becomes a008, but a0099 becomes a100.
+    void incrementNumberedName();
+
+    /// Whether the text is a decimal number: signs, digits with at most one
+    /// point, and perhaps an exponent. With `allowSpace` white space may
+    /// surround it. For a text of the right form that has no digit, the result
+    /// is whether `resultWithoutDigits` is non-zero. False for null and "".
+    ///
+    /// Deliberate: signs may be repeated, and the exponent needs no digits.
+    bool isFloat(int allowSpace = 0, int resultWithoutDigits = 0) const;
+
+    /// Whether the text is signs and then digits. With `allowSpace` white
+    /// space may surround it. False for null.
+    ///
+    /// Deliberate: signs may be repeated and digits may be missing, so "" is
+    /// an integer, and so is "+-".
+    bool isInteger(int allowSpace = 0) const;
+
+    /// The decimal number at the start of the text, as strtol() reads it, or
+    /// the nearest int; 0 when there is none and for null.
+    int toInt() const;
+
+    /// The number at the start of the text, as strtod() reads it: also
+    /// hexadecimals, infinities and the locale's decimal point. Rounded to a
+    /// double first. 0 when there is none and for null.
+    float toFloat() const;
+
+    /// Writes `value` in decimal with a NUL behind it, and returns the number
+    /// of bytes before that. Nothing beyond the NUL is touched: 12 bytes are
+    /// room for every value.
+    static int utoa(char *buffer, unsigned value);
+    static int itoa(char *buffer, int value);
+
+    /// Makes the string own `value` in decimal.
+    void itoa(int value);
+
+    /// Makes the string own `value`, taken as unsigned, in decimal.
+    void utoa(int value);
+
+    /// Makes the string own `value` in decimal, with a comma between groups of
+    /// three digits: -1,234,567.
+    void itoa_pretty(int64 value);
 
     // ---- Path text: UT_StringPath.cpp --------------------------------------
     //

@@ -1,5 +1,5 @@
-// What the sources of strings and work buffers share: the kinds of characters.
-// They are ASCII's whatever the locale, and bytes above 127 are of no kind.
+// What the sources of strings and work buffers share. The kinds of characters
+// are ASCII's whatever the locale, and bytes above 127 are of no kind.
 
 #pragma once
 
@@ -54,3 +54,8 @@ utToLower(char c)
 {
     return utIsUpper(c) ? char(c + ('a' - 'A')) : c;
 }
+
+// As much of `text`, which may be null, as 64 bits hold, in such a way that
+// keys have the order that UT_String::compareNumberedString() gives to their
+// texts. Equal keys leave it open. No number may begin before the text.
+uint64 utNumberedKey(const char *text);

@@ -1,77 +1,40 @@
 #include "UT/UT_String.h"
-#include "ut_NumberedOrder.h"
 
 #include <gtest/gtest.h>
 
-static int
-utSign(int value)
+// The orders as such, and the next names, are what the fuzz entry looks at.
+TEST(UT_StringNames, ComparisonsGiveDifferences)
 {
-    return (value > 0) - (value < 0);
+    const auto compare = UT_String::compareNumberedString;
+    EXPECT_EQ(-8, compare("a01b2", "a1b10"));
+    EXPECT_EQ(INT32_MAX, compare("2147483647", "000"));
+    EXPECT_EQ(-1, compare("30000000001", "30000000005")); // no ints
+    EXPECT_EQ(-0x17, compare("a\xE9", "a"));              // signed bytes
+    EXPECT_EQ(-1, compare(nullptr, ""));
+    const char *files[] = {"foo.tif", "foo"}; // the dot comes first
+    EXPECT_EQ(-1, UT_String::qsortCmpNumberedFilename(files, files + 1));
 }
 
-// All texts over the alphabet of up to `length` bytes.
-static std::vector<std::string>
-utAllTexts(const std::string &alphabet, size_t length)
+static std::string
+utParts(const char *text, bool minus, bool point)
 {
-    std::vector<std::string> texts = {""};
-    for (size_t i = 0; i < texts.size() && texts[i].size() < length; ++i)
-        for (const char byte : alphabet)
-            texts.push_back(texts[i] + byte);
-    return texts;
+    UT_String prefix(text), number, rest;
+    prefix.parseNumberedFilename(prefix, number, rest, minus, point);
+    return std::string(prefix) + '|' + number.buffer() + '|' + rest.buffer();
 }
 
-TEST(UT_StringNames, NumberedOrdersAreThoseOfTheParts)
+TEST(UT_StringNames, FileNamesSplitAtTheirNumber)
 {
-    const auto texts = utAllTexts("01.a\xE9", 4);
-    std::vector<std::vector<int>> keys;
-    std::vector<std::vector<int>> fileKeys;
-    for (const std::string &text : texts)
-    {
-        keys.push_back(utNumberedKey(text));
-        fileKeys.push_back(utNumberedKey(text, /*dot=*/-1000));
-    }
-    for (size_t i = 0; i < texts.size(); ++i)
-        for (size_t j = 0; j < texts.size(); ++j)
-        {
-            const char *const a = texts[i].c_str();
-            const char *const b = texts[j].c_str();
-            ASSERT_EQ(
-                (keys[i] > keys[j]) - (keys[i] < keys[j]),
-                utSign(UT_String::compareNumberedString(a, b)))
-                << a << " and " << b;
-            ASSERT_EQ(
-                (fileKeys[i] > fileKeys[j]) - (fileKeys[i] < fileKeys[j]),
-                utSign(UT_String::qsortCmpNumberedFilename(&a, &b)))
-                << a << " and " << b;
-        }
-}
-
-TEST(UT_StringNames, NumberedComparisonsGiveDifferences)
-{
-    static const struct
-    {
-        const char *a;
-        const char *b;
-        int result;
-    } theCases[] = {
-        {"a2",                   "a10",                  -8        },
-        {"frame0010",            "frame9",               1         },
-        {"a01b2",                "a1b10",                -8        },
-        {"2147483647",           "000",                  2147483647},
-        {"2147483648",           "2147483647",           1         },
-        {"4294967296",           "0",                    1         },
-        {"0",                    "18446744073709551616", -1        },
-        {"90000000000000000001", "90000000000000000002", -1        },
-        {"0-99",                 "00-98",                1         },
-        {"b",                    "a9",                   1         },
-        {"a\xE9",                "a",                    -0x17     }, // signed
-        {nullptr,                "",                     -1        },
-        {nullptr,                nullptr,                0         },
-    };
-    for (const auto &row : theCases)
-    {
-        EXPECT_EQ(row.result, UT_String::compareNumberedString(row.a, row.b));
-        EXPECT_EQ(
-            -row.result, UT_String::qsortCmpNumberedString(&row.b, &row.a));
-    }
+    EXPECT_EQ("img.|0012|.tif", utParts("img.0012.tif", true, false));
+    EXPECT_EQ("img|.0012|.tif", utParts("img.0012.tif", false, true));
+    EXPECT_EQ("|-1-2|b", utParts("-1-2b", true, false));
+    EXPECT_EQ("|7|.", utParts("7.", false, false));
+    EXPECT_EQ(".|5|", utParts(".5", true, false));
+    EXPECT_EQ("/x3/.5||", utParts("/x3/.5", false, false)); // an extension
+    UT_String null, left("left");
+    EXPECT_EQ(0, null.parseNumberedFilename(left, left, left, true, true));
+    EXPECT_STREQ("left", left);
+    EXPECT_EQ(nullptr, null.suffix());
+    null.incrementNumberedName();
+    EXPECT_STREQ("2", null);
 }

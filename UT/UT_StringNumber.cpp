@@ -1,0 +1,215 @@
+#include "UT_String.h"
+
+#include "UT_StringImpl.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+
+static bool
+utIsSign(char c)
+{
+    return c == '+' || c == '-';
+}
+
+static const char *
+utSkipSpace(const char *text)
+{
+    while (utIsSpace(*text))
+        ++text;
+    return text;
+}
+
+static const char *
+utSkipSigns(const char *text)
+{
+    while (utIsSign(*text))
+        ++text;
+    return text;
+}
+
+static const char *
+utSkipDigits(const char *text)
+{
+    while (utIsDigit(*text))
+        ++text;
+    return text;
+}
+
+bool
+UT_String::isFloat(int allowSpace, int resultWithoutDigits) const
+{
+    if (!myData || !*myData)
+        return false;
+    const char *at = utSkipSigns(allowSpace ? utSkipSpace(myData) : myData);
+    const char *const whole = at;
+    at = utSkipDigits(at);
+    bool hasDigits = at != whole;
+    if (*at == '.')
+    {
+        const char *const fraction = ++at;
+        at = utSkipDigits(at);
+        hasDigits |= at != fraction;
+    }
+    if (*at == 'e' || *at == 'E')
+    {
+        const char *const exponent = utSkipSigns(at + 1);
+        at = utSkipDigits(exponent);
+        hasDigits |= at != exponent;
+    }
+    if (allowSpace)
+        at = utSkipSpace(at);
+    return !*at && (hasDigits || resultWithoutDigits);
+}
+
+bool
+UT_String::isInteger(int allowSpace) const
+{
+    if (!myData)
+        return false;
+    const char *at = allowSpace ? utSkipSpace(myData) : myData;
+    at = utSkipDigits(utSkipSigns(at));
+    return !*(allowSpace ? utSkipSpace(at) : at);
+}
+
+int
+UT_String::toInt() const
+{
+    if (!myData)
+        return 0;
+    const long value = strtol(myData, nullptr, 10);
+    return int(std::clamp<long>(value, INT_MIN, INT_MAX));
+}
+
+float
+UT_String::toFloat() const
+{
+    return myData ? float(strtod(myData, nullptr)) : 0;
+}
+
+// ---- Writing
+
+namespace
+{
+
+// The numbers from 00 to 99.
+struct ut_DigitPairs
+{
+    char text[200] = {};
+
+    constexpr ut_DigitPairs()
+    {
+        for (int i = 0; i < 100; ++i)
+        {
+            text[2 * i] = char('0' + i / 10);
+            text[2 * i + 1] = char('0' + i % 10);
+        }
+    }
+};
+
+} // namespace
+
+static constexpr ut_DigitPairs theDigitPairs;
+
+// Writes a number below 100 without a leading zero. What comes next covers a
+// second byte that is none of its digits: no jump, which nobody could foresee.
+static char *
+utWriteFirst(char *at, unsigned pair)
+{
+    const unsigned zeros = pair < 10;
+    memcpy(at, theDigitPairs.text + pair * 2 + zeros, 2);
+    return at + 2 - zeros;
+}
+
+static char *
+utWritePair(char *at, unsigned pair)
+{
+    memcpy(at, theDigitPairs.text + pair * 2, 2);
+    return at + 2;
+}
+
+static char *
+utWriteFour(char *at, unsigned four)
+{
+    return utWritePair(utWritePair(at, four / 100), four % 100);
+}
+
+int
+UT_String::utoa(char *buffer, unsigned value)
+{
+    char *at = buffer;
+    if (value < 100)
+        at = utWriteFirst(at, value);
+    else if (value < 10000)
+    {
+        at = utWriteFirst(at, value / 100);
+        at = utWritePair(at, value % 100);
+    }
+    else if (value < 1000000)
+    {
+        at = utWriteFirst(at, value / 10000);
+        at = utWriteFour(at, value % 10000);
+    }
+    else if (value < 100000000)
+    {
+        at = utWriteFirst(at, value / 1000000);
+        at = utWritePair(at, value / 10000 % 100);
+        at = utWriteFour(at, value % 10000);
+    }
+    else
+    {
+        at = utWriteFirst(at, value / 100000000);
+        at = utWriteFour(at, value / 10000 % 10000);
+        at = utWriteFour(at, value % 10000);
+    }
+    *at = '\0';
+    return int(at - buffer);
+}
+
+int
+UT_String::itoa(char *buffer, int value)
+{
+    // The sign is written in any case, and covered when there is none.
+    const int sign = value < 0;
+    *buffer = '-';
+    const unsigned magnitude = sign ? 0u - unsigned(value) : unsigned(value);
+    return sign + utoa(buffer + sign, magnitude);
+}
+
+void
+UT_String::itoa(int value)
+{
+    char text[12];
+    harden(text, itoa(text, value));
+}
+
+void
+UT_String::utoa(int value)
+{
+    char text[12];
+    harden(text, utoa(text, unsigned(value)));
+}
+
+void
+UT_String::itoa_pretty(int64 value)
+{
+    // From the last group to the second, which leaves three digits at most.
+    uint64 rest = value < 0 ? 0 - uint64(value) : uint64(value);
+    unsigned groups[6];
+    int count = 0;
+    for (; rest >= 1000; rest /= 1000)
+        groups[count++] = unsigned(rest % 1000);
+
+    char text[32];
+    char *at = text;
+    if (value < 0)
+        *at++ = '-';
+    at += utoa(at, unsigned(rest));
+    while (count-- > 0)
+    {
+        *at++ = ',';
+        *at++ = char('0' + groups[count] / 100);
+        at = utWritePair(at, groups[count] % 100);
+    }
+    harden(text, int(at - text));
+}
