@@ -1,6 +1,6 @@
 #include "UT_StringArray.h"
 
-#include "SYS/SYS_Types.h"
+#include "UT_StringImpl.h"
 
 #include <algorithm>
 #include <utility>
@@ -209,10 +209,64 @@ UT_StringArray::resize(int count)
         append("");
 }
 
+namespace
+{
+
+struct ut_SortEntry
+{
+    uint64 key; // in the order of the texts as far as it goes
+    UT_String *string;
+};
+
+} // namespace
+
+// As much of a text as 64 bits hold, in the order of strcmp().
+static uint64
+utPlainKey(const char *text)
+{
+    uint64 key = 0;
+    int bits = 64;
+    while (text && *text && bits > 0)
+    {
+        bits -= 8;
+        key |= uint64(uint8(*text++)) << bits;
+    }
+    return key;
+}
+
+// The texts lie all over the memory, so a sort takes longer to fetch them than
+// to compare them: keys decide most comparisons. They begin behind what all
+// texts share, but not within a number.
 void
 UT_StringArray::sort(bool forward, bool numbered)
 {
-    sort(utComparator(forward, numbered));
+    if (entries() < 2)
+        return;
+    const char *const first = (*this)(0);
+    int shared = getLongestPrefixLength();
+    while (numbered && shared > 0 && utIsDigit(first[shared - 1]))
+        --shared;
+    const auto key = numbered ? utNumberedKey : utPlainKey;
+    std::vector<ut_SortEntry> order;
+    order.reserve(size_t(entries()));
+    for (int i = 0; i < entries(); ++i)
+    {
+        const char *const text = (*this)(i);
+        order.push_back({key(text ? text + shared : text), data()[i]});
+    }
+
+    const Compare compare = utComparator(/*forward=*/true, numbered);
+    const auto isLess = [compare](const ut_SortEntry &a, const ut_SortEntry &b)
+    {
+        return a.key != b.key ? a.key < b.key
+                              : compare(&a.string, &b.string) < 0;
+    };
+    if (forward)
+        std::sort(order.begin(), order.end(), isLess);
+    else
+        std::sort(order.rbegin(), order.rend(), isLess);
+    for (int i = 0; i < entries(); ++i)
+        data()[i] = order[size_t(i)].string;
 }
 
 void
