@@ -1,0 +1,122 @@
+// The lines of the input as names: how they compare, sort, split and step to
+// the next, and which are numbers.
+
+#include "UT/UT_StringArray.h"
+
+#include <regex>
+#include <sstream>
+
+using ut_Names = std::vector<std::string>;
+using ut_Compare = int (*)(const char *, const char *);
+
+static const char theDigits[] = "0123456789";
+static const auto utCheck = [](bool holds)
+{ return holds ? void() : __builtin_trap(); };
+
+// A list of integers that has the order of the name: a number becomes a '0',
+// the count of its digits and these, so that no value is too large; any other
+// byte itself, and the end 0.
+static std::vector<int>
+utPartsOf(const std::string &name, int dot)
+{
+    std::vector<int> parts;
+    for (const char *at = name.c_str();; ++at)
+    {
+        const size_t zeros = strspn(at, "0");
+        const size_t digits = strspn(at, theDigits);
+        if (digits)
+            parts.insert(parts.end(), {'0', int(digits - zeros)});
+        parts.insert(parts.end(), at + zeros, at + digits);
+        at += digits;
+        parts.push_back(*at == '.' ? dot : int8(*at));
+        if (!*at)
+            return parts;
+    }
+}
+
+// All pairs, both ways: as such lists do, the names compare transitively.
+static void
+utCheckOrder(const ut_Names &names, int dot, ut_Compare compare)
+{
+    std::vector<std::pair<std::string, std::vector<int>>> all;
+    for (const std::string &name : names)
+        all.emplace_back(name, utPartsOf(name, dot));
+    for (const auto &[a, x] : all)
+        for (const auto &[b, y] : all)
+        {
+            const int sense = compare(a.c_str(), b.c_str());
+            utCheck((sense < 0) == (x < y) && (sense > 0) == (x > y));
+        }
+}
+
+static void
+utCheckSorting(const ut_Names &names, bool up, bool numbered)
+{
+    const auto compare = numbered ? UT_String::compareNumberedString : strcmp;
+    UT_StringArray array;
+    array.fromStdVectorOfStrings(names);
+    array.sort(up, numbered);
+    for (int i = 1; i < array.entries(); ++i)
+    {
+        utCheck(compare(array(up ? i - 1 : i), array(up ? i : i - 1)) <= 0);
+        utCheck(array.sortedFind(array(i), up, numbered) >= 0);
+    }
+}
+
+// The number at the end becomes greater by one, or is a 2.
+static void
+utCheckNext(const std::string &name)
+{
+    const size_t start = name.find_last_not_of(theDigits) + 1;
+    const std::string old = name.substr(start);
+    std::string sum = '0' + old;
+    for (size_t i = sum.size(); ++sum[--i] > '9';)
+        sum[i] = '0';
+    // Zeros stay when the number behind them does not grow.
+    const size_t digits = old.size() - strspn(old.c_str(), "0");
+    const size_t first = strspn(sum.c_str(), "0");
+    sum.erase(0, sum.size() - first > (digits ? digits : 1) ? first : 1);
+    UT_String next(name.c_str());
+    next.incrementNumberedName();
+    sum = old.empty() ? "2" : sum;
+    utCheck(next == (name.substr(0, start) + sum).c_str());
+}
+
+static void
+utCheckNumber(const std::string &text)
+{
+    static const std::regex form("\\s*[+-]*\\d*(\\.\\d*)?([eE][+-]*\\d*)?\\s*");
+    const bool isNumber = std::regex_match(text, form);
+    const bool isWhole = text.find_first_of(".eE") > text.size();
+    const bool isPlain = text.find_first_of(" \t\n\v\f\r") > text.size();
+    const bool hasDigits = text.find_first_of(theDigits) < text.size();
+    const UT_String string(text.c_str());
+    utCheck(string.isInteger(1) == (isNumber && isWhole));
+    utCheck(string.isInteger() == (isNumber && isWhole && isPlain));
+    utCheck(string.isFloat(1, 2) == (isNumber && !text.empty()));
+    utCheck(string.isFloat() == (isNumber && isPlain && hasDigits));
+}
+
+extern "C" int
+LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
+{
+    std::istringstream in(std::string(data, data + size));
+    ut_Names names;
+    for (std::string line; names.size() < 300 && std::getline(in, line);)
+    {
+        line = line.substr(0, 100).c_str(); // up to a NUL
+        names.push_back(line);
+        utCheckNext(line);
+        utCheckNumber(line);
+        UT_String text(line.c_str()), number, rest;
+        const int found = text.parseNumberedFilename(
+            text, number, rest, line.size() & 1, line.size() & 2);
+        utCheck(found == (number != ""));
+        utCheck(line == text.buffer() + (number.buffer() + std::string(rest)));
+    }
+    utCheckOrder(names, '.', UT_String::compareNumberedString);
+    utCheckOrder(names, -1000, UT_String::compareNumberedFilename);
+    for (int order = 0; order < 4; ++order)
+        utCheckSorting(names, order & 1, order & 2);
+    return 0;
+}
