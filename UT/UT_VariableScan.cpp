@@ -3,6 +3,7 @@
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
 #include "UT_RefArray.h"
+#include "UT_String.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkBuffer.h"
 
@@ -95,6 +96,24 @@ utAppendPadded(UT_WorkBuffer &out, const char *value, int width)
     out.append(value);
 }
 
+// One after the other: each substitution can multiply the length of the value,
+// and a line of them would ask for gigabytes.
+static void
+utApplyModifiers(UT_String &value, const char *modifiers, const char *end)
+{
+    constexpr size_t theLongestValue = 1 << 20;
+    while (modifiers != end)
+    {
+        const char *const next = std::find(modifiers + 1, end, ':');
+        const size_t length = size_t(next - modifiers);
+        const UT_String modifier(modifiers, /*deep=*/1, int(length));
+        if (!strchr(modifier, '/') ||
+            size_t(value.length()) <= theLongestValue / length)
+            value.applyModifiers(modifier);
+        modifiers = next;
+    }
+}
+
 // Appends the home directory of `user`, whose name has `length` characters.
 static bool
 utAppendHomeOf(const char *user, size_t length, UT_WorkBuffer &out)
@@ -172,7 +191,7 @@ private:
     bool openName();
     void closeName();
     void replaceVariable();
-    void replaceValue();
+    void replaceValue(int modifiersLength);
     void replaceHome();
     void replaceExpression();
 
@@ -364,7 +383,7 @@ ut_VariableScanner::closeName()
     myOpenNames.removeAt(last);
     --myDepth;
     ++myNext;
-    replaceValue();
+    replaceValue(/*modifiersLength=*/0);
 }
 
 void
@@ -376,13 +395,20 @@ ut_VariableScanner::replaceVariable()
     myScratch.clear();
     myScratch.append(myNext + 1, int(end - myNext - 1));
     myNext = end;
-    replaceValue();
+    // The setting is asked for here only: to compute the settings some texts
+    // are expanded, and those have no colon behind a name.
+    int modifiersLength = 0;
+    if (*end == ':' && !UT_EnvControl::getInt(UT_VALDRIN8_COMPATIBILITY))
+        modifiersLength = UT_String::findModifiers(end);
+    replaceValue(modifiersLength);
 }
 
-// The value of the variable in myScratch.
+// The value of the variable in myScratch, with the modifiers that come next.
 void
-ut_VariableScanner::replaceValue()
+ut_VariableScanner::replaceValue(int modifiersLength)
 {
+    const char *const modifiers = myNext;
+    myNext += modifiersLength;
     myPrevious = '\0';
     char *const name = &myScratch[0];
     const int width = utFrameWidth(name);
@@ -392,7 +418,17 @@ ut_VariableScanner::replaceValue()
     if (!value)
         return;
     ++myCount;
-    utAppendPadded(output(), value, width);
+    if (modifiersLength == 0)
+    {
+        utAppendPadded(output(), value, width);
+        return;
+    }
+    UT_WorkBuffer padded;
+    utAppendPadded(padded, value, width);
+    UT_String replacement;
+    padded.copyIntoString(replacement);
+    utApplyModifiers(replacement, modifiers, modifiers + modifiersLength);
+    output().append(replacement.buffer());
 }
 
 void

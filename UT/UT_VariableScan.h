@@ -11,11 +11,16 @@ class UT_WorkBuffer;
 /// replaced, and returns the number of replacements. Null counts as "". The
 /// text must not be `out`'s own.
 ///
-/// - `$NAME` (letters, digits and `_`) becomes `varLookup(NAME, data)`.
+/// - `$NAME` (letters, digits and `_`) becomes `varLookup(NAME, data)`. A list
+///   of modifiers right behind the name (`$FILE:h`; see
+///   UT_String::findModifiers()) is applied to the value; not so while the
+///   setting VALDRIN8_COMPATIBILITY is on, which leaves the colon alone. A
+///   substitution that could make the value longer than a megabyte is left
+///   out.
 /// - `${...}` becomes the value of the name between the braces, in which
-///   variables and home directories are replaced first: `${A$B}`. Replacements
-///   inside count too. A brace that is never closed ends the scan: the rest is
-///   copied from its `$` on.
+///   variables and home directories are replaced first: `${A$B}`. It takes no
+///   modifiers. Replacements inside count too. A brace that is never closed
+///   ends the scan: the rest is copied from its `$` on.
 /// - `$F` and digits, also in braces, becomes the value of F in at least that
 ///   many characters (at most 4096): in front come zeros when the value is a
 ///   number (behind its sign), else blanks.
