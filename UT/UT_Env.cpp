@@ -13,15 +13,22 @@
 // Another name of `environ`. No header has it, and not every C library.
 extern "C" __attribute__((weak)) char **_environ;
 
-// One block holds three arrays of theCapacity + 1 pointers. The slots are the
+// One block holds four arrays of theCapacity + 1 elements. The slots are the
 // process's environment, and so within everybody's reach. What this unit last
 // left in them tells whether others have been there; and only what it has
 // allocated itself may be freed.
+static uint64 *theKeys;       // how the names begin; see utKey()
 static char **theEnvironment; // the slots; null until the first use
 static char **theSeen;        // the same, out of others' reach
 static char **theOwned;       // the entry of the slot if it is ours, or null
 static int32 theSize;         // entries, without the null that follows
 static int32 theCapacity;     // entries that fit
+
+// Whether all names are of bytes below 128 and different: then the order of
+// the table is also the order of every search, and names that begin with the
+// byte c lie from theFirst[c] up to theFirst[c + 1].
+static bool theIsPlain;
+static int32 theFirst[129];
 
 // Keeps what is out of use but may still be read: by a thread that is inside
 // getenv(), or by code that keeps a value or the whole array. Nothing asks for
@@ -42,31 +49,67 @@ utInstall(char **slots)
 }
 
 // Room for more entries in a block that holds those there are. The old block
-// is whoever's turn it is in getenv(); doubling bounds what that costs.
+// may be in use in getenv() on another thread; doubling bounds what that costs.
 static void
 utMoveToBlock(int32 capacity)
 {
     const size_t stride = size_t(capacity) + 1;
-    char **const block =
-        static_cast<char **>(calloc(3 * stride, sizeof(char *)));
+    void *const block = calloc(stride, sizeof(uint64) + 3 * sizeof(char *));
+    uint64 *const keys = static_cast<uint64 *>(block);
+    char **const slots =
+        static_cast<char **>(static_cast<void *>(keys + stride));
     if (theSize > 0)
     {
-        std::copy_n(theEnvironment, theSize, block);
-        std::copy_n(theSeen, theSize, block + stride);
-        std::copy_n(theOwned, theSize, block + 2 * stride);
+        std::copy_n(theKeys, theSize, keys);
+        std::copy_n(theEnvironment, theSize, slots);
+        std::copy_n(theSeen, theSize, slots + stride);
+        std::copy_n(theOwned, theSize, slots + 2 * stride);
     }
-    if (theEnvironment)
-        utRetire(theEnvironment);
-    theEnvironment = block;
-    theSeen = block + stride;
-    theOwned = block + 2 * stride;
+    if (theKeys)
+        utRetire(theKeys);
+    theKeys = keys;
+    theEnvironment = slots;
+    theSeen = slots + stride;
+    theOwned = slots + 2 * stride;
     theCapacity = capacity;
     utInstall(theEnvironment);
+}
+
+// The first bytes of a name, with an "=" at its end: names compare as their
+// keys do where these differ. An entry gives the key of its name.
+static uint64
+utKey(const char *text)
+{
+    uint64 key = 0;
+    for (int shift = 56; shift >= 0; shift -= 8)
+    {
+        const char c = *text++;
+        key |= uint64(uint8(c ? c : '=')) << shift;
+        if (!c || c == '=')
+            break;
+    }
+    return key;
+}
+
+// The same, in one piece where the name is long enough for that.
+static inline uint64
+utKey(const char *name, size_t length)
+{
+    if (length < sizeof(uint64))
+        return utKey(name);
+    uint64 key;
+    memcpy(&key, name, sizeof key);
+    const uint64 ones = 0x0101010101010101u;
+    const uint64 zeroIfEquals = key ^ ('=' * ones);
+    const bool hasEquals =
+        (zeroIfEquals - ones) & ~zeroIfEquals & (0x80 * ones);
+    return hasEquals ? utKey(name) : __builtin_bswap64(key);
 }
 
 static void
 utPut(int32 index, char *entry)
 {
+    theKeys[index] = utKey(entry);
     theEnvironment[index] = theSeen[index] = theOwned[index] = entry;
 }
 
@@ -81,6 +124,48 @@ sortEnvironment(char **entries, int32 size)
 {
     if (!std::is_sorted(entries, entries + size, utIsBefore))
         std::sort(entries, entries + size, utIsBefore);
+}
+
+// One name more or less begins with the byte.
+static void
+utCountName(char byte, int32 difference)
+{
+    const int32 first = uint8(byte);
+    for (int32 c = 0; c < 128; ++c)
+        theFirst[c + 1] += c >= first ? difference : 0;
+}
+
+static bool
+utIsPlain(const char *entry)
+{
+    while (*entry != '=' && !(uint8(*entry) & 0x80))
+        ++entry;
+    return *entry == '=';
+}
+
+static bool
+utHaveSameName(const char *a, const char *b)
+{
+    while (*a == *b && *a != '=')
+        ++a, ++b;
+    return *a == *b;
+}
+
+// What searches need to know, after the table has come about another way than
+// by insertion.
+static void
+utIndexNames()
+{
+    theIsPlain = true;
+    std::fill(std::begin(theFirst), std::end(theFirst), 0);
+    for (int32 i = 0; i < theSize; ++i)
+    {
+        const char *const entry = theSeen[i];
+        theKeys[i] = utKey(entry);
+        theIsPlain = theIsPlain && utIsPlain(entry) &&
+                     !(i > 0 && utHaveSameName(theSeen[i - 1], entry));
+        utCountName(*entry, 1);
+    }
 }
 
 // Another array is in force: a copy of all its entries becomes the table. The
@@ -100,8 +185,9 @@ initializeEnvironment()
         if (strchr(source[i], '='))
             theEnvironment[theSize++] = strdup(source[i]);
     sortEnvironment(theEnvironment, theSize);
-    for (int32 i = 0; i < theSize; ++i)
-        utPut(i, theEnvironment[i]);
+    std::copy_n(theEnvironment, theSize, theSeen);
+    std::copy_n(theEnvironment, theSize, theOwned);
+    utIndexNames();
 }
 
 // Others have been at the slots: the table follows them. Entries of theirs
@@ -137,6 +223,7 @@ utAdoptSlots()
     }
     std::for_each(owned.begin(), owned.end(), utRetire);
     theSize = size;
+    utIndexNames();
 }
 
 // Whether the process has another environment than the table.
@@ -147,15 +234,20 @@ NEED_RESET()
            !theEnvironment;
 }
 
+static bool
+utIsMeddledWith()
+{
+    return memcmp(
+               theEnvironment, theSeen,
+               (size_t(theSize) + 1) * sizeof *theEnvironment) != 0;
+}
+
 static void
 utUpdate()
 {
     if (NEED_RESET())
         initializeEnvironment();
-    else if (
-        memcmp(
-            theEnvironment, theSeen,
-            (size_t(theSize) + 1) * sizeof *theEnvironment) != 0)
+    else if (utIsMeddledWith())
         utAdoptSlots();
 }
 
@@ -171,10 +263,49 @@ cmpVarName(const char *name, const char *entry)
     return '=' - int8(*entry);
 }
 
-// The index of a variable's entry, -1 when there is none. Where the order of
-// the search and of the table differ, the result depends on each step here.
+// An entry that has left its slot is not read, for it may be freed: the
+// variable then counts as absent.
 static int32
-findVariable(const char *name)
+utFindPlain(const char *name, size_t length)
+{
+    const uint8 first = uint8(length > 0 ? *name : '=');
+    if (first >= 128)
+        return -1;
+    int32 low = theFirst[first];
+    int32 end = theFirst[first + 1];
+    if (low == end)
+        return -1;
+    const uint64 key = utKey(name, length);
+    // What equal keys leave to compare. One without "=" is of eight bytes that
+    // belong to both names.
+    const uint8 last = uint8(key);
+    const size_t done = last && last != '=' ? sizeof key : 0;
+    while (low < end)
+    {
+        const int32 middle = (low + end) >> 1;
+        bool isBehind = key > theKeys[middle];
+        if (key == theKeys[middle])
+        {
+            const char *const entry = theEnvironment[middle];
+            if (entry != theSeen[middle])
+                return -1;
+            const int order = cmpVarName(name + done, entry + done);
+            if (order == 0)
+                return middle;
+            isBehind = order > 0;
+        }
+        if (isBehind)
+            low = middle + 1;
+        else
+            end = middle;
+    }
+    return -1;
+}
+
+// The order of the search is not that of the table: what it finds depends on
+// each step here.
+static int32
+utFindBySteps(const char *name)
 {
     if (theSize == 0)
         return -1;
@@ -186,13 +317,20 @@ findVariable(const char *name)
         return high;
     while (high - low > 1)
     {
-        const int32 middle = low + (high - low) / 2;
+        const int32 middle = (low + high) >> 1;
         const int order = cmpVarName(name, theEnvironment[middle]);
         if (order == 0)
             return middle;
         (order > 0 ? low : high) = middle;
     }
     return -1;
+}
+
+// The index of a variable's entry, -1 when there is none.
+static int32
+findVariable(const char *name, size_t length)
+{
+    return theIsPlain ? utFindPlain(name, length) : utFindBySteps(name);
 }
 
 static void
@@ -204,10 +342,14 @@ utInsert(char *entry)
         theEnvironment);
     if (theSize == theCapacity)
         utMoveToBlock(2 * theCapacity + 4);
+    std::copy_backward(
+        theKeys + index, theKeys + theSize, theKeys + theSize + 1);
     for (char **slots : {theEnvironment, theSeen, theOwned})
         std::copy_backward(slots + index, slots + theSize, slots + theSize + 1);
     utPut(index, entry);
     ++theSize;
+    theIsPlain = theIsPlain && utIsPlain(entry);
+    utCountName(*entry, 1);
 }
 
 static void
@@ -218,7 +360,7 @@ utSet(const char *name, size_t nameLength, const char *value)
     memcpy(entry, name, nameLength);
     // Cut here for a moment, the entry is the name.
     entry[nameLength] = '\0';
-    const int32 index = findVariable(entry);
+    const int32 index = findVariable(entry, nameLength);
     entry[nameLength] = '=';
     memcpy(entry + nameLength + 1, value, valueSize);
     if (index < 0)
@@ -253,9 +395,20 @@ ValdrinGetenv(const char *name)
 {
     if (!name)
         return nullptr;
-    utUpdate();
-    const int32 index = findVariable(name);
-    return index < 0 ? nullptr : theEnvironment[index] + strlen(name) + 1;
+    if (NEED_RESET() || !theIsPlain)
+        utUpdate();
+    const size_t length = strlen(name);
+    int32 index = findVariable(name, length);
+    // A look at the slot, and at the first one, where the array may have been
+    // cut off, tells all that the C library may have done to a variable. Only
+    // one that is not found needs a look at all slots.
+    const bool isThere = index >= 0 && theEnvironment[0] == theSeen[0];
+    if (!isThere && utIsMeddledWith())
+    {
+        utAdoptSlots();
+        index = findVariable(name, length);
+    }
+    return index < 0 ? nullptr : theEnvironment[index] + length + 1;
 }
 
 void
@@ -264,10 +417,12 @@ ValdrinUnsetenv(const char *name)
     if (!name)
         return;
     utUpdate();
-    const int32 index = findVariable(name);
+    const int32 index = findVariable(name, strlen(name));
     if (index < 0)
         return;
     char *const removed = theOwned[index];
+    utCountName(*theSeen[index], -1);
+    std::copy(theKeys + index + 1, theKeys + theSize, theKeys + index);
     for (char **slots : {theEnvironment, theSeen, theOwned})
     {
         std::copy(slots + index + 1, slots + theSize, slots + index);

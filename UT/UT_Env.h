@@ -11,7 +11,8 @@
 // getenv() and child processes see each change at once. It comes into being at
 // the first call. What other code does to the environment meanwhile, with
 // setenv(), unsetenv(), putenv(), clearenv() or in the array itself, the next
-// call notices and takes over.
+// call notices and takes over. Only where others cut the array off in its
+// middle, ValdrinGetenv() may find what lies behind until another call.
 //
 // One thread only. Other threads may call getenv(), as far as the C library
 // lets them while the environment changes: an array that they may be reading

@@ -12,7 +12,6 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 using ut_Strings = std::vector<std::string>;
@@ -42,8 +41,7 @@ public:
     ~ut_Script()
     {
         clearenv();
-        for (const auto &buffer : myBuffers)
-            free(buffer.second);
+        freeBuffers();
     }
 
     void step()
@@ -101,8 +99,9 @@ private:
     // Neighbours in the order, or such as look it.
     static const ut_Strings &names()
     {
-        static const ut_Strings theNames = {"A", "A-",  "A1", "AB", "A_",
-                                            "B", "ABC", "a",  "A.", "Z"};
+        static const ut_Strings theNames = {
+            "A", "A-",      "A1",       "AB",        "A_",         "B",
+            "a", "VALDRIN", "VALDRIN_", "VALDRIN_A", "VALDRIN_AB", "VALDRIN_B"};
         return theNames;
     }
     const std::string &pickName() { return names()[pick(names().size())]; }
@@ -124,16 +123,10 @@ private:
         case 3:
             unsetenv(name.c_str());
             break;
-        case 4: // the buffer is the environment until the next one is
-        {
-            char *const before =
-                std::exchange(myBuffers[name], strdup(text.c_str()));
-            putenv(myBuffers[name]);
-            char **const end = environ + utTexts(environ).size();
-            if (std::find(environ, end, before) == end)
-                free(before);
+        case 4: // the buffer is the environment
+            myBuffers.push_back(strdup(text.c_str()));
+            putenv(myBuffers.back());
             break;
-        }
         case 5:
             if (size > 0)
                 std::swap(slots[pick(size)], slots[pick(size)]);
@@ -146,8 +139,12 @@ private:
             if (pick(8) == 0)
                 clearenv();
             else if (size > 0 && pick(4) == 0)
+            {
                 slots[pick(size)] = nullptr;
+                ValdrinGetenvlist();
+            }
         }
+        freeBuffers();
         myValues.clear();
         for (const std::string &entry : utTexts(environ))
         {
@@ -156,9 +153,21 @@ private:
         }
     }
 
+    // A buffer may go as soon as it is no longer in the array.
+    void freeBuffers()
+    {
+        char **const end = environ + utTexts(environ).size();
+        const auto unused = std::partition(
+            myBuffers.begin(), myBuffers.end(),
+            [&](char *buffer)
+            { return std::find(environ, end, buffer) != end; });
+        std::for_each(unused, myBuffers.end(), free);
+        myBuffers.erase(unused, myBuffers.end());
+    }
+
     std::mt19937 myRandom;
     std::map<std::string, std::string> myValues;
-    std::map<std::string, char *> myBuffers; // what putenv() was last given
+    std::vector<char *> myBuffers; // given to putenv()
 };
 
 TEST(UT_Env, TheTableIsTheEnvironmentWhateverOthersDo)
