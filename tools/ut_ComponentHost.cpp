@@ -147,16 +147,15 @@ ut_ComponentHost::ut_ComponentHost()
 
 ut_ComponentHost::~ut_ComponentHost() = default;
 
-bool
-ut_ComponentHost::load(
-    const std::vector<std::string> &libraries, std::string &error)
+void *
+utOpenLibrary(const std::vector<std::string> &libraries, std::string &error)
 {
     for (const std::string &path : libraries)
     {
         if (void *library = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL))
         {
             error = path + ": ";
-            return makeConnection(library, error);
+            return library;
         }
         error += error.empty() ? "" : "\n";
         const char *reason = dlerror();
@@ -165,7 +164,15 @@ ut_ComponentHost::load(
             error += path + ": ";
         error += reason;
     }
-    return false;
+    return nullptr;
+}
+
+bool
+ut_ComponentHost::load(
+    const std::vector<std::string> &libraries, std::string &error)
+{
+    void *const library = utOpenLibrary(libraries, error);
+    return library && makeConnection(library, error);
 }
 
 // Whether a call has stored an object, as its result says. Otherwise `error`

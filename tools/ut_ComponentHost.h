@@ -37,6 +37,12 @@ private:
     T *myObject = nullptr;
 };
 
+/// Loads the first of `libraries` that can be loaded: a name without a slash is
+/// looked up by the system's loader. Null when there is none; `error` then
+/// grows by a line for each, and otherwise by the name of the one loaded.
+void *
+utOpenLibrary(const std::vector<std::string> &libraries, std::string &error);
+
 /// Loads the library of the connection component and makes one instance,
 /// through nothing but the entry point and the interfaces: the library is not
 /// linked, and no other symbol of it is used.

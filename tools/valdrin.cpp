@@ -1,8 +1,10 @@
 // Sends one command to a running Valdrin through the connection component, the
-// way a page's script does, and writes the reply to standard output.
+// way a page's script does, and writes the reply to standard output. Or lists
+// the settings that the environment makes.
 
 #include "component/IValdrinConnection.h"
 #include "ut_ComponentHost.h"
+#include "ut_Settings.h"
 
 #include <cerrno>
 #include <charconv>
@@ -28,14 +30,16 @@ enum
 };
 
 static const char theHelp[] = R"(Usage: valdrin [OPTION]... COMMAND [TEXT]
-Send one command to the Valdrin application on this machine.
+Send one command to the Valdrin application on this machine, or list settings.
 
 Commands:
   run TEXT    run a vscript command, and print the reply
   exec TEXT   run Python statements; Valdrin gives no reply to these
   eval TEXT   evaluate a Python expression, and print the reply
+  env [GLOB]  list the settings that environment variables make, or those with
+              a matching name, which may be in small letters
 
-Without TEXT, or when it is "-", standard input is read. The reply is printed
+Without a TEXT, or when it is "-", standard input is read. The reply is printed
 as it came; a newline is added only on a terminal.
 
 Options, which may stand before or after the command:
@@ -45,13 +49,15 @@ Options, which may stand before or after the command:
   -l, --library PATH     the connection library to load
   -t, --timeout SECONDS  give up when the reply is not there by then; decimals
                          are welcome, 0 means no limit (default)
+      --page             let env print a page about all settings, in Markdown
   -h, --help             print this text
   -V, --version          print the version
   --                     end of options, for a TEXT that begins with "-"
 
 Exit status:
   0  done
-  1  the input could not be read or sent, or the reply not be written
+  1  the input could not be read or sent, the reply not be written, or no
+     setting matches
   2  wrong usage
   3  Valdrin could not be reached, or the connection failed
   4  timed out
@@ -73,7 +79,8 @@ enum class ut_Command
 {
     RUN,
     EXEC,
-    EVAL
+    EVAL,
+    ENV
 };
 
 static const struct
@@ -84,16 +91,18 @@ static const struct
     {"run",  ut_Command::RUN },
     {"exec", ut_Command::EXEC},
     {"eval", ut_Command::EVAL},
+    {"env",  ut_Command::ENV },
 };
 
 struct ut_Options
 {
     ut_Command command = ut_Command::RUN;
-    const char *text = nullptr;    // null: standard input
+    const char *text = nullptr;    // null: standard input, or all settings
     const char *library = nullptr; // null: the installed one
     bool hasPort = false;
     int port = 0;
     timeval timeout = {0, 0}; // zero: no limit
+    ut_SettingsLayout layout = ut_SettingsLayout::COLUMNS;
 };
 
 static void
@@ -247,7 +256,7 @@ static void
 utParseArguments(const std::vector<const char *> &words, ut_Options &options)
 {
     if (words.empty())
-        utExitUsage("a command is missing: run, exec or eval");
+        utExitUsage("a command is missing: run, exec, eval or env");
     bool isKnown = false;
     for (const auto &row : theCommands)
     {
@@ -262,6 +271,9 @@ utParseArguments(const std::vector<const char *> &words, ut_Options &options)
         utExitUsage("more than one TEXT; a text with blanks needs quotes");
     if (words.size() == 2 && strcmp(words[1], "-") != 0)
         options.text = words[1];
+    if (options.layout == ut_SettingsLayout::PAGE &&
+        options.command != ut_Command::ENV)
+        utExitUsage("--page goes with env");
 }
 
 static ut_Options
@@ -271,6 +283,7 @@ utParseCommandLine(int argc, char **argv)
         {"port",    required_argument, nullptr, 'p'},
         {"library", required_argument, nullptr, 'l'},
         {"timeout", required_argument, nullptr, 't'},
+        {"page",    no_argument,       nullptr, 'P'},
         {"help",    no_argument,       nullptr, 'h'},
         {"version", no_argument,       nullptr, 'V'},
         {nullptr,   0,                 nullptr, 0  },
@@ -301,6 +314,9 @@ utParseCommandLine(int argc, char **argv)
         case 't':
             if (!utParseTimeout(optarg, options.timeout))
                 utExitUsage(std::string("not a time: \"") + optarg + "\"");
+            break;
+        case 'P':
+            options.layout = ut_SettingsLayout::PAGE;
             break;
         case 'h':
             utExitPrinting(theHelp);
@@ -471,8 +487,33 @@ utExchange(
     case ut_Command::EVAL:
         result = connection.RunPythonExpression(command, &text);
         break;
+    case ut_Command::ENV: // asks nobody
+        break;
     }
     return utTakeReply(result, text, reply);
+}
+
+// ---------------------------------------------------------------- the settings
+
+static int
+utPrintSettings(const ut_Options &options)
+{
+    std::string output;
+    std::string error;
+    if (!utListSettings(
+            utLibraryCandidates(options), options.text, options.layout, output,
+            error))
+    {
+        utComplain("cannot list the settings of the library:\n" + error);
+        return EXIT_LIBRARY;
+    }
+    if (output.empty())
+    {
+        utComplain(std::string("no setting matches \"") + options.text + "\"");
+        return EXIT_INPUT_OUTPUT;
+    }
+    return utWriteAll(output.data(), output.size()) ? EXIT_SUCCESS
+                                                    : EXIT_INPUT_OUTPUT;
 }
 
 int
@@ -480,6 +521,9 @@ main(int argc, char **argv)
 {
     utFillStandardDescriptors();
     const ut_Options options = utParseCommandLine(argc, argv);
+
+    if (options.command == ut_Command::ENV)
+        return utPrintSettings(options);
 
     std::string input;
     if (!options.text && !utReadInput(input))

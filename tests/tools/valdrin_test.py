@@ -2,6 +2,7 @@
 
 import os
 import pty
+import re
 import shutil
 import tempfile
 import unittest
@@ -70,6 +71,7 @@ class Test(unittest.TestCase):
             (["walk", "x"], b'unknown command "walk"'),
             (["run", "x", "y"], b"more than one TEXT"),
             (["run", "x", "--port"], b"port"),
+            (["run", "x", "--page"], b"--page goes with env"),
             *((["run", "x", "--port", port], b"not a port")
               for port in ("", "1x", " 1", "2147483648")),
             *((["run", "x", "--timeout", time], b"not a time")
@@ -153,6 +155,54 @@ class Test(unittest.TestCase):
                 expected["env"] = {**os.environ, "LD_LIBRARY_PATH": path}
                 expected["executable"] = program
                 self.converse([b"y\0"], "run", "x", **expected)
+
+    def test_env_lists_what_holds(self):
+        environment = {
+            "valdrin_view_gamma": "9",
+            "VALDRIN_GAMMA": "9",
+            "VALDRIN_VIEW_GAMMA": "99",
+            "VALDRIN_VIEW_GRID": "x",
+            "VALDRIN_MAXTHREADS": "x",
+            "VALDRIN_UI_FONT": '"\x1b\\' + "x" * 100,
+            "VALDRIN_TEMP_DIR": "/a",
+        }
+        result = run(VALDRIN, "env", env=environment)
+        self.assertEqual(result.stderr, b"")
+        rows = [re.split("  +", row) for row in result.stdout.decode().split("\n")]
+        self.assertEqual(len(rows), 1 + 135 + 11 + 93 + 1)
+        listed = {row[0]: row[1:5] for row in rows}
+        font = '"\\"\\x1b/' + "x" * 100 + '"'
+        for name, *expected in (
+            ("VARIABLE", "VALUE", "DEFAULT", "SOURCE", "RANGE"),
+            ("VALDRIN_VIEW_GAMMA", "10", "2.2", "environment", "0.1 to 10"),
+            ("VALDRIN_VIEW_GRID", "0", "1", "environment", "0 or 1"),
+            ("VALDRIN_VIEW_AXES", "1", "1", "default", "0 or 1"),
+            ("VALDRIN_MAXTHREADS", "0", "-1", "environment", "-1 to 100"),
+            ("VALDRIN_RENDER_RANDOM_SEED", "1", "1", "default",
+             "0 to 2147483647"),
+            ("VALDRIN_UI_FONT", font, '"sans"', "environment", "-"),
+            ("HOME", '"/a"', '"/a"', "default", "-"),
+            ("VRS", "-", "-", "default", "-"),
+        ):  # fmt: skip
+            self.assertEqual(listed[name], expected, name)
+
+    def test_env_takes_patterns(self):
+        for pattern, count in (
+            ("*", 239), ("-", 239), ("VRS", 1), ("v?s", 1),
+            ("valdrin8_*", 3), ("*_gamma", 3),
+        ):  # fmt: skip
+            result = run(VALDRIN, "env", pattern)
+            self.assertEqual(result.stdout.count(b"\n"), 1 + count, pattern)
+        self.expect("env", "VIEW", status=1, error=b'matches "VIEW"')
+        plain = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")[0]
+        self.expect("env", "-l", plain, status=5, error=b"UTdescribeControl")
+
+    def test_page_of_settings_is_up_to_date(self):
+        source = os.environ["VALDRIN_SOURCE"]
+        with open(f"{source}/docs/settings.md", "rb") as page:
+            committed = page.read()
+        environment = {"VALDRIN_VIEW_GAMMA": "9", "HOME": "/a"}
+        self.expect("env", "--page", output=committed, env=environment)
 
     def test_demo_ends_at_a_wrong_answer(self):
         demo = os.path.join(os.environ["VALDRIN_SOURCE"], "scripts", "demo")
