@@ -1,11 +1,12 @@
 #include "UT/UT_Env.h"
 
+#include "ut_TempDir.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <map>
 #include <random>
@@ -235,10 +236,9 @@ TEST(UT_Env, ChildrenInheritTheTable)
 
 TEST(UT_Env, MissingDirectoriesAreMade)
 {
-    char root[] = "/tmp/valdrin.XXXXXX";
-    ASSERT_TRUE(mkdtemp(root));
-    const std::string base = root;
-    ASSERT_EQ(0, close(creat((base + "/file").c_str(), 0600)));
+    const ut_TempDir dir;
+    const std::string &base = dir.path();
+    dir.write("file", "");
     ASSERT_EQ(0, symlink("nowhere", (base + "/link").c_str()));
     umask(022);
     const struct
@@ -268,5 +268,4 @@ TEST(UT_Env, MissingDirectoriesAreMade)
     EXPECT_EQ(0, ValdrinMakeDirectory(nullptr, 0777));
     EXPECT_EQ(0, ValdrinMakeDirectory(empty, 0777));
     EXPECT_EQ(1, ValdrinMakeDirectory(top, 0777));
-    std::filesystem::remove_all(base);
 }
