@@ -167,6 +167,20 @@ utOpenLibrary(const std::vector<std::string> &libraries, std::string &error)
     return nullptr;
 }
 
+void *
+utFindFunction(
+    const std::vector<std::string> &libraries, const char *name,
+    std::string &error)
+{
+    void *const library = utOpenLibrary(libraries, error);
+    if (!library)
+        return nullptr;
+    void *const symbol = dlsym(library, name);
+    if (!symbol)
+        (error += "it has no ") += name;
+    return symbol;
+}
+
 bool
 ut_ComponentHost::load(
     const std::vector<std::string> &libraries, std::string &error)

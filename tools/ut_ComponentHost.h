@@ -43,6 +43,12 @@ private:
 void *
 utOpenLibrary(const std::vector<std::string> &libraries, std::string &error);
 
+/// The function with the plain name `name` in that library; null when there is
+/// none, and `error` then tells.
+void *utFindFunction(
+    const std::vector<std::string> &libraries, const char *name,
+    std::string &error);
+
 /// Loads the library of the connection component and makes one instance,
 /// through nothing but the entry point and the interfaces: the library is not
 /// linked, and no other symbol of it is used.

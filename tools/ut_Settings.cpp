@@ -7,7 +7,6 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <dlfcn.h>
 #include <fnmatch.h>
 #include <set>
 #include <unistd.h>
@@ -74,8 +73,7 @@ utRange(const UT_ControlInfo &setting)
            utNumber(setting, setting.maximum);
 }
 
-// ------------------------------------------------------------------ the
-// layouts
+// ---------------------------------------------------------------- the layouts
 
 // A column is as wide as its texts, but one that is too long does not push all
 // the others away.
@@ -208,15 +206,9 @@ utListSettings(
     for (char **entry = environ; entry && *entry; ++entry)
         given.insert(std::string(*entry, strcspn(*entry, "=")));
 
-    void *const library = utOpenLibrary(libraries, error);
-    if (!library)
-        return false;
-    void *const symbol = dlsym(library, "UTdescribeControl");
+    void *const symbol = utFindFunction(libraries, "UTdescribeControl", error);
     if (!symbol)
-    {
-        error += "it has no UTdescribeControl";
         return false;
-    }
     decltype(UTdescribeControl) *describe;
     static_assert(sizeof(describe) == sizeof(symbol));
     memcpy(&describe, &symbol, sizeof(symbol));

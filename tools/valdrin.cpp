@@ -1,9 +1,10 @@
 // Sends one command to a running Valdrin through the connection component, the
 // way a page's script does, and writes the reply to standard output. Or lists
-// the settings that the environment makes.
+// the settings that the environment makes, or what the machine is.
 
 #include "component/IValdrinConnection.h"
 #include "ut_ComponentHost.h"
+#include "ut_Machine.h"
 #include "ut_Settings.h"
 
 #include <cerrno>
@@ -30,7 +31,8 @@ enum
 };
 
 static const char theHelp[] = R"(Usage: valdrin [OPTION]... COMMAND [TEXT]
-Send one command to the Valdrin application on this machine, or list settings.
+Send one command to the Valdrin application on this machine, or list settings
+and what the machine is.
 
 Commands:
   run TEXT    run a vscript command, and print the reply
@@ -38,6 +40,7 @@ Commands:
   eval TEXT   evaluate a Python expression, and print the reply
   env [GLOB]  list the settings that environment variables make, or those with
               a matching name, which may be in small letters
+  info        tell of the machine: processors, memory, load
 
 Without a TEXT, or when it is "-", standard input is read. The reply is printed
 as it came; a newline is added only on a terminal.
@@ -50,6 +53,7 @@ Options, which may stand before or after the command:
   -t, --timeout SECONDS  give up when the reply is not there by then; decimals
                          are welcome, 0 means no limit (default)
       --page             let env print a page about all settings, in Markdown
+      --json             let info print JSON
   -h, --help             print this text
   -V, --version          print the version
   --                     end of options, for a TEXT that begins with "-"
@@ -80,7 +84,8 @@ enum class ut_Command
     RUN,
     EXEC,
     EVAL,
-    ENV
+    ENV,
+    INFO
 };
 
 static const struct
@@ -92,6 +97,7 @@ static const struct
     {"exec", ut_Command::EXEC},
     {"eval", ut_Command::EVAL},
     {"env",  ut_Command::ENV },
+    {"info", ut_Command::INFO},
 };
 
 struct ut_Options
@@ -103,6 +109,7 @@ struct ut_Options
     int port = 0;
     timeval timeout = {0, 0}; // zero: no limit
     ut_SettingsLayout layout = ut_SettingsLayout::COLUMNS;
+    bool asJson = false;
 };
 
 static void
@@ -256,7 +263,7 @@ static void
 utParseArguments(const std::vector<const char *> &words, ut_Options &options)
 {
     if (words.empty())
-        utExitUsage("a command is missing: run, exec, eval or env");
+        utExitUsage("a command is missing: run, exec, eval, env or info");
     bool isKnown = false;
     for (const auto &row : theCommands)
     {
@@ -274,6 +281,10 @@ utParseArguments(const std::vector<const char *> &words, ut_Options &options)
     if (options.layout == ut_SettingsLayout::PAGE &&
         options.command != ut_Command::ENV)
         utExitUsage("--page goes with env");
+    if (options.asJson && options.command != ut_Command::INFO)
+        utExitUsage("--json goes with info");
+    if (options.command == ut_Command::INFO && words.size() > 1)
+        utExitUsage("info takes no TEXT");
 }
 
 static ut_Options
@@ -284,6 +295,7 @@ utParseCommandLine(int argc, char **argv)
         {"library", required_argument, nullptr, 'l'},
         {"timeout", required_argument, nullptr, 't'},
         {"page",    no_argument,       nullptr, 'P'},
+        {"json",    no_argument,       nullptr, 'J'},
         {"help",    no_argument,       nullptr, 'h'},
         {"version", no_argument,       nullptr, 'V'},
         {nullptr,   0,                 nullptr, 0  },
@@ -317,6 +329,9 @@ utParseCommandLine(int argc, char **argv)
             break;
         case 'P':
             options.layout = ut_SettingsLayout::PAGE;
+            break;
+        case 'J':
+            options.asJson = true;
             break;
         case 'h':
             utExitPrinting(theHelp);
@@ -487,13 +502,14 @@ utExchange(
     case ut_Command::EVAL:
         result = connection.RunPythonExpression(command, &text);
         break;
-    case ut_Command::ENV: // asks nobody
+    case ut_Command::ENV: // these ask nobody
+    case ut_Command::INFO:
         break;
     }
     return utTakeReply(result, text, reply);
 }
 
-// ---------------------------------------------------------------- the settings
+// ---------------------------------------------- the settings, and the machine
 
 static int
 utPrintSettings(const ut_Options &options)
@@ -516,6 +532,21 @@ utPrintSettings(const ut_Options &options)
                                                     : EXIT_INPUT_OUTPUT;
 }
 
+static int
+utPrintMachine(const ut_Options &options)
+{
+    std::string output;
+    std::string error;
+    if (!utDescribeMachine(
+            utLibraryCandidates(options), options.asJson, output, error))
+    {
+        utComplain("cannot ask the library:\n" + error);
+        return EXIT_LIBRARY;
+    }
+    return utWriteAll(output.data(), output.size()) ? EXIT_SUCCESS
+                                                    : EXIT_INPUT_OUTPUT;
+}
+
 int
 main(int argc, char **argv)
 {
@@ -524,6 +555,8 @@ main(int argc, char **argv)
 
     if (options.command == ut_Command::ENV)
         return utPrintSettings(options);
+    if (options.command == ut_Command::INFO)
+        return utPrintMachine(options);
 
     std::string input;
     if (!options.text && !utReadInput(input))

@@ -1,5 +1,6 @@
 """Tests of valdrin, against an application that plays a part."""
 
+import json
 import os
 import pty
 import re
@@ -72,6 +73,8 @@ class Test(unittest.TestCase):
             (["run", "x", "y"], b"more than one TEXT"),
             (["run", "x", "--port"], b"port"),
             (["run", "x", "--page"], b"--page goes with env"),
+            (["env", "--json"], b"--json goes with info"),
+            (["info", "x"], b"info takes no TEXT"),
             *((["run", "x", "--port", port], b"not a port")
               for port in ("", "1x", " 1", "2147483648")),
             *((["run", "x", "--timeout", time], b"not a time")
@@ -196,6 +199,23 @@ class Test(unittest.TestCase):
         self.expect("env", "VIEW", status=1, error=b'matches "VIEW"')
         plain = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")[0]
         self.expect("env", "-l", plain, status=5, error=b"UTdescribeControl")
+
+    def test_info_tells_of_the_machine(self):
+        environment = {"VALDRIN_MAXTHREADS": "1", "VALDRIN_DISABLE_XMMX": "1"}
+        result = run(VALDRIN, "info", "--json", env=environment)
+        info = json.loads(result.stdout)
+        with open("/proc/meminfo") as file:
+            total = int(file.readline().split()[1]) * 1024
+        self.assertEqual(info["memory"]["total"], total)
+        self.assertEqual(info["processors"]["configured"],
+                         os.sysconf("SC_NPROCESSORS_CONF"))
+        self.assertEqual(info["processors"]["used"], 1)
+        self.assertNotIn("SSE2", info["processors"]["features"])
+        self.assertTrue(0 <= info["processors"]["busy"] <= 1)
+        self.assertGreater(info["process"]["heap_used"], 0)
+        text = run(VALDRIN, "info", env=environment).stdout.decode()
+        self.assertIn("System        Linux (little endian), linux_intel\n", text)
+        self.assertIn(", 1 to use\n", text)
 
     def test_page_of_settings_is_up_to_date(self):
         source = os.environ["VALDRIN_SOURCE"]

@@ -1,0 +1,34 @@
+// What the library knows of the machine that it runs on, in one piece.
+
+#pragma once
+
+#include "UT_API.h"
+
+#include "SYS/SYS_Types.h"
+
+/// The machine and this process; see UTdescribeMachine(). Sizes are bytes, the
+/// texts live as long as the process.
+struct UT_MachineInfo
+{
+    const char *system;          ///< "Linux (little endian)"
+    const char *operatingSystem; ///< and processor: "linux_intel"
+    int32 processorFlags;        ///< SYS_ProcessorFlag bits
+    int32 configuredProcessors;  ///< of the machine
+    int32 usedProcessors;        ///< UT_Thread::getNumProcessors()
+    float idleFraction;          ///< 0 to 1, since the last time; see
+                                 ///< UT_SysResource::update()
+    int64 memoryTotal;
+    int64 memoryFree;
+    int64 swapTotal;
+    int64 swapFree;
+    int64 processData; ///< getProcMemUsage()
+    int64 heapSize;    ///< UT_ArenaInfo::arenaSize()
+    int64 heapUsed;    ///< UT_ArenaInfo::totalInUse()
+};
+
+extern "C"
+{
+    /// Asks the machine. One thread only. The name is plain, for programs that
+    /// load the library.
+    UT_API void UTdescribeMachine(UT_MachineInfo &info);
+}
