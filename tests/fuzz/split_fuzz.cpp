@@ -1,16 +1,96 @@
-#include "ut_SplitModel.h"
+// All ways to split a text, beside the library's functions that do the same or
+// a plain model. The separators stand in front of the text and a NUL.
 
+#include "UT/UT_String.h"
+#include "UT/UT_WorkArgs.h"
+
+#include <algorithm>
 #include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using ut_Words = std::vector<std::string>;
+
+// Byte by byte, with the quote that is open.
+static ut_Words
+utModelParse(const std::string &text)
+{
+    ut_Words words;
+    char quote = '\0';
+    char before = ' ';
+    for (const char byte : text)
+    {
+        const bool isQuote =
+            quote ? byte == quote : byte == '"' || byte == '\'';
+        const bool isBetween = !quote && isspace(uint8(byte));
+        if (!quote && !isBetween && isspace(uint8(before)))
+            words.emplace_back();
+        if (isQuote && before != '\\')
+            quote = quote ? '\0' : byte;
+        else if (isQuote && !quote)
+            words.back().back() = byte;
+        else if (!isBetween)
+            words.back() += byte;
+        before = byte;
+    }
+    return words;
+}
+
+// The string has to split into these words, in a vector and in arrays of all
+// kinds of sizes, some of which may hold one word without a null.
+template <class... Separators>
+static void
+utRequire(
+    const std::string &text, const ut_Words &words, bool one,
+    Separators... separators)
+{
+    std::string copy(text);
+    UT_String string(copy.c_str());
+    const auto split = [&](auto &&...out) {
+        if constexpr (sizeof...(separators) == 0)
+            return string.parseInPlace(out...);
+        else
+            return string.tokenizeInPlace(out..., separators...);
+    };
+    UT_WorkArgs args;
+    const int count = split(args);
+    if (count != int(words.size()) || args.getArgc() != count)
+        abort();
+    for (const int max : {0, 1, 2, count, count + 1, count + 2})
+    {
+        text.copy(copy.data(), text.size());
+        std::vector<char *> argv(words.size() + 3, copy.data());
+        std::vector<char *> expected(argv);
+        const int stored = split(argv.data(), max);
+        std::copy_n(args.getArgv(), stored, expected.begin());
+        if (stored < max)
+            expected[size_t(stored)] = nullptr;
+        if (stored != std::min(count, std::max(max - !(one && max == 1), 0)) ||
+            argv != expected ||
+            !std::equal(&argv[0], &argv[size_t(stored)], words.begin()))
+            abort();
+    }
+}
 
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    // The separators, a NUL and the text.
-    std::string text(data, data + std::min(size, size_t(4096)));
+    std::string text(data, data + size);
     const std::string separators = text.c_str();
-    text.erase(0, separators.size() + 1);
-    text.erase(std::min(text.find('\0'), text.size()));
-    if (!separators.empty() && !utSplitsAsModelled(text, separators.c_str()))
-        abort();
+    text = text.substr(std::min(separators.size() + 1, size)).c_str();
+    ut_Words tokens;
+    std::istringstream in(text);
+    while (std::getline(in, tokens.emplace_back(), separators[0]))
+        continue;
+    tokens.pop_back();
+    ut_Words runs;
+    std::string copy(text);
+    char *left = copy.data();
+    while (const char *run = strtok_r(left, separators.c_str(), &left))
+        runs.push_back(run);
+    utRequire(text, utModelParse(text), /*one=*/false);
+    utRequire(text, tokens, /*one=*/false, separators[0]);
+    utRequire(text, runs, /*one=*/true, separators.c_str());
     return 0;
 }
