@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -206,22 +208,24 @@ utAdoptSlots()
     for (int32 i = 0; i < theCapacity && theEnvironment[i]; ++i)
         if (strchr(theEnvironment[i], '='))
             theEnvironment[size++] = theEnvironment[i];
+    // By address: an entry that is there twice would be freed twice.
+    std::sort(theEnvironment, theEnvironment + size, std::less<>());
+    size = int32(
+        std::unique(theEnvironment, theEnvironment + size) - theEnvironment);
+    std::vector<char *> gone;
+    std::set_difference(
+        owned.begin(), owned.end(), theEnvironment, theEnvironment + size,
+        std::back_inserter(gone), std::less<>());
+    std::for_each(gone.begin(), gone.end(), utRetire);
+
     std::fill(theEnvironment + size, theEnvironment + theCapacity + 1, nullptr);
     sortEnvironment(theEnvironment, size);
     std::copy_n(theEnvironment, theCapacity + 1, theSeen);
-
-    std::fill_n(theOwned, theCapacity, nullptr);
-    for (int32 i = 0; i < size; ++i)
-    {
-        const auto found = std::lower_bound(
-            owned.begin(), owned.end(), theSeen[i], std::less<>());
-        if (found == owned.end() || *found != theSeen[i])
-            continue;
-        // A pointer may be there twice, but it is freed once.
-        theOwned[i] = *found;
-        owned.erase(found);
-    }
-    std::for_each(owned.begin(), owned.end(), utRetire);
+    for (int32 i = 0; i < theCapacity; ++i)
+        theOwned[i] = std::binary_search(
+                          owned.begin(), owned.end(), theSeen[i], std::less<>())
+                          ? theSeen[i]
+                          : nullptr;
     theSize = size;
     utIndexNames();
 }

@@ -13,6 +13,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 using ut_Strings = std::vector<std::string>;
@@ -130,7 +131,15 @@ private:
             break;
         case 5:
             if (size > 0)
-                std::swap(slots[pick(size)], slots[pick(size)]);
+            {
+                // An entry of the table is taken out for a while.
+                static char theOther[] = "B0=x";
+                char **const table = ValdrinGetenvlist();
+                char *const entry = std::exchange(table[pick(size)], theOther);
+                ValdrinGetenvlist();
+                *std::find(table, table + size, theOther) = entry;
+                std::swap(table[pick(size)], table[pick(size)]);
+            }
             break;
         case 6:
             if (char *old = getenv(name.c_str()))
@@ -195,6 +204,10 @@ TEST(UT_Env, OddEnvironmentsAreKeptAsTheyAre)
          *other[] = {twice, none, once, nullptr};
     environ = other;
     EXPECT_EQ((ut_Strings{"A=1", "A=2"}), utTexts(ValdrinGetenvlist()));
+    // Deliberate: the search looks at the ends first.
+    EXPECT_STREQ("1", ValdrinGetenv("A"));
+    environ[0] = nullptr;
+    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
     clearenv();
     EXPECT_EQ(nullptr, ValdrinGetenv("A"));
     EXPECT_EQ(nullptr, *ValdrinGetenvlist());
@@ -209,6 +222,13 @@ TEST(UT_Env, OddEnvironmentsAreKeptAsTheyAre)
     EXPECT_EQ(nullptr, ValdrinGetenv(nullptr));
     EXPECT_EQ((ut_Strings{"A=b=c", "B="}), utTexts(ValdrinGetenvlist()));
     EXPECT_STREQ("c", ValdrinGetenv("A=b"));
+    environ[1] = environ[0]; // the same entry twice
+    ValdrinUnsetenv("A");
+    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
+    ValdrinSetenv("A", "");
+    ValdrinSetenv("B", "");
+    environ[0] = nullptr;
+    EXPECT_EQ(nullptr, ValdrinGetenv("B"));
 }
 
 TEST(UT_Env, HighBytesHideNamesFromTheSearch)
