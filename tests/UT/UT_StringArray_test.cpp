@@ -7,6 +7,8 @@ TEST(UT_StringArray, OwnsCopiesOfItsTexts)
     const char *list[] = {"abc", "abd", "ab", nullptr};
     UT_StringArray array(list), copy(array);
     EXPECT_EQ(2, array.getLongestPrefixLength());
+    array.sort(/*forward=*/false, /*numbered=*/true);
+    EXPECT_EQ(2, array.sortedFind("ab", /*forward=*/false, true));
     array(0) = std::string("text").c_str();
     EXPECT_STREQ("text", array(0));
     EXPECT_TRUE(array != copy);

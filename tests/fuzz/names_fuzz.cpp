@@ -3,15 +3,17 @@
 
 #include "UT/UT_StringArray.h"
 
-#include <regex>
+#include <regex.h>
+
 #include <sstream>
 
 using ut_Names = std::vector<std::string>;
 using ut_Compare = int (*)(const char *, const char *);
 
 static const char theDigits[] = "0123456789";
-static const auto utCheck = [](bool holds)
-{ return holds ? void() : __builtin_trap(); };
+static const char theNumbers[] =
+    "^[ \t-\r]*[+-]*[0-9]*(\\.[0-9]*)?([eE][+-]*[0-9]*)?[ \t-\r]*$";
+const auto utCheck = [](bool ok) { return ok ? void() : __builtin_trap(); };
 
 // A list of integers that has the order of the name: a number becomes a '0',
 // the count of its digits and these, so that no value is too large; any other
@@ -57,10 +59,7 @@ utCheckSorting(const ut_Names &names, bool up, bool numbered)
     array.fromStdVectorOfStrings(names);
     array.sort(up, numbered);
     for (int i = 1; i < array.entries(); ++i)
-    {
         utCheck(compare(array(up ? i - 1 : i), array(up ? i : i - 1)) <= 0);
-        utCheck(array.sortedFind(array(i), up, numbered) >= 0);
-    }
 }
 
 // The number at the end becomes greater by one, or is a 2.
@@ -85,8 +84,10 @@ utCheckNext(const std::string &name)
 static void
 utCheckNumber(const std::string &text)
 {
-    static const std::regex form("\\s*[+-]*\\d*(\\.\\d*)?([eE][+-]*\\d*)?\\s*");
-    const bool isNumber = std::regex_match(text, form);
+    static regex_t form;
+    static const bool isForm = regcomp(&form, theNumbers, REG_EXTENDED) == 0;
+    const bool isNumber =
+        isForm && !regexec(&form, text.c_str(), 0, nullptr, 0);
     const bool isWhole = text.find_first_of(".eE") > text.size();
     const bool isPlain = text.find_first_of(" \t\n\v\f\r") > text.size();
     const bool hasDigits = text.find_first_of(theDigits) < text.size();
