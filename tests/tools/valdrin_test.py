@@ -212,7 +212,7 @@ class Test(unittest.TestCase):
         self.assertEqual(info["processors"]["used"], 1)
         self.assertNotIn("SSE2", info["processors"]["features"])
         self.assertTrue(0 <= info["processors"]["busy"] <= 1)
-        self.assertGreater(info["process"]["heap_used"], 0)
+        self.assertGreater(info["process"]["data"], 0)
         text = run(VALDRIN, "info", env=environment).stdout.decode()
         self.assertIn("System        Linux (little endian), linux_intel\n", text)
         self.assertIn(", 1 to use\n", text)
