@@ -364,6 +364,10 @@ public:
     //
     // Text alone, with slashes between its parts: no file system is asked.
 
+    /// A new string that owns the text without the digits at its end, as
+    /// suffix() finds them; "" for a null string. The caller deletes it.
+    UT_String *base() const;
+
     /// The text before its last dot, when that comes behind the last slash;
     /// else all of it. It owns its text, "" for a null string.
     /// Deliberate: ".cshrc" gives "", and ".." gives ".".

@@ -2,6 +2,14 @@
 
 #include "SYS/SYS_Types.h"
 
+UT_String *
+UT_String::base() const
+{
+    const char *const digits = suffix();
+    const int length = digits ? SYSnarrow<int>(digits - myData) : 0;
+    return new UT_String(myData, /*deep=*/1, length);
+}
+
 UT_String
 UT_String::pathUpToExtension() const
 {

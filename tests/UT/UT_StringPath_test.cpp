@@ -2,26 +2,27 @@
 
 #include <gtest/gtest.h>
 
-TEST(UT_StringPath, ExtensionsAndFilesAreSplitOff)
+TEST(UT_StringPath, NumbersExtensionsAndFilesComeOff)
 {
-    // A path; up to its extension; its directory; its file; the way there from
-    // /a/bc, and the path itself when there is none.
-    static const char *const theCases[][5] = {
-        {"dir/file.ext", "dir/file",   "dir",      "file.ext", "dir/file.ext"},
-        {"/a/bc/.d/z",   "/a/bc/.d/z", "/a/bc/.d", "z",        ".d/z"        },
-        {".cshrc",       "",           nullptr,    ".cshrc",   ".cshrc"      },
-        {"/a/..",        "/a/.",       "/a",       "..",       "../.."       },
-        {"/a/bc//",      "/a/bc//",    "/a/bc/",   nullptr,    "."           },
-        {"/a/b/c",       "/a/b/c",     "/a/b",     "c",        "../b/c"      },
-        {"//bc",         "//bc",       "/",        "bc",       "../../bc"    },
-        {"/..",          "/.",         "/",        "..",       "/.."         },
-        {"",             "",           nullptr,    nullptr,    ""            },
-        {nullptr,        "",           nullptr,    nullptr,    nullptr       },
+    // A path; without its number; up to its extension; its directory; its file;
+    // the way there from /a/bc, and the path itself when there is none.
+    static const char *const theCases[][6] = {
+        {"d/f.x1",  "d/f.x",   "d/f",     "d",      "f.x1",   "d/f.x1"    },
+        {"/.d/z",   "/.d/z",   "/.d/z",   "/.d",    "z",      "../../.d/z"},
+        {".cshrc",  ".cshrc",  "",        nullptr,  ".cshrc", ".cshrc"    },
+        {"/a/..",   "/a/..",   "/a/.",    "/a",     "..",     "../.."     },
+        {"/a/bc//", "/a/bc//", "/a/bc//", "/a/bc/", nullptr,  "."         },
+        {"/a/bc/d", "/a/bc/d", "/a/bc/d", "/a/bc",  "d",      "d"         },
+        {"/a/b/07", "/a/b/",   "/a/b/07", "/a/b",   "07",     "../b/07"   },
+        {"/..",     "/..",     "/.",      "/",      "..",     "/.."       },
+        {"",        "",        "",        nullptr,  nullptr,  ""          },
+        {nullptr,   "",        "",        nullptr,  nullptr,  nullptr     },
     };
-    for (const auto &[text, upToExtension, first, last, relative] : theCases)
+    for (const auto &[text, base, stem, first, last, relative] : theCases)
     {
         UT_String path(text);
-        EXPECT_STREQ(upToExtension, path.pathUpToExtension());
+        EXPECT_STREQ(base, *std::unique_ptr<UT_String>(path.base()));
+        EXPECT_STREQ(stem, path.pathUpToExtension());
         UT_String directory(UT_ALWAYS_DEEP, "old");
         UT_String file(path);
         file.splitPath(directory, file);
