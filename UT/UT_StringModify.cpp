@@ -4,6 +4,8 @@
 
 #include "SYS/SYS_Types.h"
 
+#include <cassert>
+
 bool
 UT_String::isValidModifier(char c, bool allowSlash)
 {
@@ -37,6 +39,7 @@ UT_String::findModifiers(const char *text)
 void
 UT_String::extractModifiers(UT_String &modifiers)
 {
+    assert(&modifiers != this);
     const int colon = find(':');
     if (colon < 0)
     {
