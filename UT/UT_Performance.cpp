@@ -1,0 +1,238 @@
+#include "UT_Performance.h"
+
+#include "UT_PtrArray.h"
+#include "UT_String.h"
+#include "UT_SymbolTable.h"
+#include "UT_WorkBuffer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+
+static const int theDepthLimit = 200;
+
+// Seconds since some time in the past, never 0.
+static double
+utNow()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
+}
+
+// ---- An event under the one that it is part of
+
+struct UT_Performance::ut_Event
+{
+    ut_Event(const char *text, ut_Event *outer) : name(text, 1), parent(outer)
+    {
+    }
+    ~ut_Event()
+    {
+        for (unsigned i = 0; i < parts.entries(); ++i)
+            delete parts(i);
+    }
+    ut_Event(const ut_Event &) = delete;
+    ut_Event &operator=(const ut_Event &) = delete;
+
+    ut_Event &getPart(const char *text)
+    {
+        UT_Thing &found = partsByName[text];
+        if (!found.pointer)
+        {
+            ut_Event *part = new ut_Event(text, this);
+            parts.append(part);
+            found.pointer = part;
+        }
+        return *static_cast<ut_Event *>(found.pointer);
+    }
+
+    void note(int times, double taken)
+    {
+        count += times;
+        if (taken < 0)
+            return;
+        hasTime = true;
+        seconds += taken;
+    }
+
+    const UT_String name;
+    ut_Event *const parent;        // null for the root
+    UT_PtrArray<ut_Event *> parts; // owned, in the order of their coming
+    UT_SymbolTable partsByName;    // the same
+    int64 count = 0;
+    double seconds = 0; // of all times together
+    bool hasTime = false;
+
+    unsigned number = 0; // while it is open
+    double start = 0;    // seconds, while it is open
+};
+
+// ---- Recording
+
+std::atomic<UT_Performance *> UT_Performance::theMonitor(nullptr);
+
+UT_Performance::UT_Performance()
+    : myIsRecording(false), myTakesErrors(false), myThread(pthread_self()),
+      myRoot(nullptr), myLastNumber(0)
+{
+    clear();
+}
+
+UT_Performance::~UT_Performance()
+{
+    delete myRoot;
+}
+
+UT_Performance &
+UT_Performance::makeMonitor()
+{
+    UT_Performance *monitor = getMonitor();
+    if (monitor)
+        return *monitor;
+    // The first to be ready stays; another thread may have come first.
+    UT_Performance *made = new UT_Performance;
+    if (theMonitor.compare_exchange_strong(monitor, made))
+        return *made;
+    delete made;
+    return *monitor;
+}
+
+bool
+UT_Performance::records() const
+{
+    return isRecording() && pthread_equal(myThread, pthread_self());
+}
+
+void
+UT_Performance::setRecording(bool on)
+{
+    while (!on && myOpen != myRoot)
+        endEvent(myOpen->number);
+    myFrameStart = 0;
+    myIsRecording.store(on, std::memory_order_relaxed);
+}
+
+unsigned
+UT_Performance::startEvent(const char *name)
+{
+    if (!name || !records() || myDepth == theDepthLimit)
+        return 0;
+    ut_Event &event = myOpen->getPart(name);
+    if (++myLastNumber == 0)
+        ++myLastNumber;
+    event.number = myLastNumber;
+    myOpen = &event;
+    ++myDepth;
+    event.start = utNow();
+    return event.number;
+}
+
+void
+UT_Performance::endEvent(unsigned number)
+{
+    if (number == 0 || !records())
+        return;
+    const double now = utNow();
+    const ut_Event *wanted = myOpen;
+    while (wanted && wanted->number != number)
+        wanted = wanted->parent;
+    if (!wanted)
+        return;
+    for (const ut_Event *ended = nullptr; ended != wanted; --myDepth)
+    {
+        myOpen->note(1, std::max(now - myOpen->start, 0.0));
+        myOpen->number = 0;
+        ended = myOpen;
+        myOpen = myOpen->parent;
+    }
+}
+
+void
+UT_Performance::markFrame()
+{
+    if (!records())
+        return;
+    const double now = utNow();
+    if (myFrameStart > 0)
+    {
+        const double taken = now - myFrameStart;
+        myQuickestFrame =
+            myFrames == 0 ? taken : std::min(myQuickestFrame, taken);
+        mySlowestFrame = std::max(mySlowestFrame, taken);
+        myFrameSeconds += taken;
+        ++myFrames;
+    }
+    myFrameStart = now;
+}
+
+void
+UT_Performance::logMessage(
+    const char *text, int count, double seconds, int isNested)
+{
+    if (text && records())
+        (isNested ? myOpen : myRoot)->getPart(text).note(count, seconds);
+}
+
+void
+UT_Performance::clear()
+{
+    delete myRoot;
+    myRoot = new ut_Event(nullptr, nullptr);
+    myOpen = myRoot;
+    myDepth = 0;
+    myFrameStart = 0;
+    myFrames = 0;
+    myFrameSeconds = 0;
+    myQuickestFrame = 0;
+    mySlowestFrame = 0;
+}
+
+// ---- Reports
+
+// One line for each part of an event, and below it those of its own parts. Of
+// a name of several lines the first is shown.
+void
+UT_Performance::reportParts(
+    UT_WorkBuffer &out, const ut_Event &event, int depth, double total)
+{
+    for (unsigned i = 0; i < event.parts.entries(); ++i)
+    {
+        const ut_Event &part = *event.parts(i);
+        const char *name = part.name;
+        UT_WorkBuffer label;
+        label.appendSprintf("%*s", 2 * depth, "");
+        label.append(name, SYSnarrow<int>(strcspn(name, "\n")));
+        if (part.count > 0 && part.hasTime)
+            out.appendSprintf(
+                "%-40s %9lld %12.6f %12.6f %6.1f%%\n", label.buffer(),
+                static_cast<long long>(part.count), part.seconds,
+                part.seconds * 1e3 / double(part.count),
+                total > 0 ? part.seconds * 100 / total : 0.0);
+        else if (part.count > 0)
+            out.appendSprintf(
+                "%-40s %9lld %12s %12s %7s\n", label.buffer(),
+                static_cast<long long>(part.count), "-", "-", "-");
+        reportParts(out, part, depth + 1, total);
+    }
+}
+
+void
+UT_Performance::report(UT_WorkBuffer &out) const
+{
+    double total = 0;
+    for (unsigned i = 0; i < myRoot->parts.entries(); ++i)
+        total += myRoot->parts(i)->seconds;
+
+    out.appendSprintf(
+        "%-40s %9s %12s %12s %7s\n", "Event", "Count", "Total s", "Mean ms",
+        "Share");
+    reportParts(out, *myRoot, 0, total);
+    if (myFrames > 0)
+        out.appendSprintf(
+            "%d frames in %.3f s: %.3f ms each (%.3f to %.3f), %.1f a "
+            "second\n",
+            myFrames, myFrameSeconds, myFrameSeconds * 1e3 / myFrames,
+            myQuickestFrame * 1e3, mySlowestFrame * 1e3,
+            myFrames / std::max(myFrameSeconds, 1e-9));
+}
