@@ -157,60 +157,62 @@ utFindConversion(char letter)
     {
         ut_Conversion of[128] = {};
 
+        constexpr ut_Conversion &at(char letter) { return of[uint8(letter)]; }
+
         constexpr ut_Table()
         {
-            of['a'] = [](ut_DateText &out, const tm &t)
+            at('a') = [](ut_DateText &out, const tm &t)
             { utPutName(out, theDays, t.tm_wday, theAbbreviation); };
-            of['A'] = [](ut_DateText &out, const tm &t)
+            at('A') = [](ut_DateText &out, const tm &t)
             { utPutName(out, theDays, t.tm_wday, size_t(-1)); };
-            of['b'] = of['h'] = [](ut_DateText &out, const tm &t)
+            at('b') = at('h') = [](ut_DateText &out, const tm &t)
             { utPutName(out, theMonths, t.tm_mon, theAbbreviation); };
-            of['B'] = [](ut_DateText &out, const tm &t)
+            at('B') = [](ut_DateText &out, const tm &t)
             { utPutName(out, theMonths, t.tm_mon, size_t(-1)); };
-            of['c'] = [](ut_DateText &out, const tm &t)
+            at('c') = [](ut_DateText &out, const tm &t)
             { out.putTime("%a %b %e %T %Y", t); };
-            of['C'] = [](ut_DateText &out, const tm &t)
+            at('C') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(int((int64(t.tm_year) + 1900) / 100 % 100)); };
-            of['d'] = [](ut_DateText &out, const tm &t)
+            at('d') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_mday); };
-            of['D'] = of['x'] = [](ut_DateText &out, const tm &t)
+            at('D') = at('x') = [](ut_DateText &out, const tm &t)
             { out.putTime("%m/%d/%y", t); };
-            of['e'] = [](ut_DateText &out, const tm &t)
+            at('e') = [](ut_DateText &out, const tm &t)
             { out.putFormatted("%2d", t.tm_mday); };
-            of['H'] = [](ut_DateText &out, const tm &t)
+            at('H') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_hour); };
-            of['I'] = [](ut_DateText &out, const tm &t)
+            at('I') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_hour % 12 == 0 ? 12 : t.tm_hour % 12); };
             // Deliberate: two digits where strftime() has three.
-            of['j'] = [](ut_DateText &out, const tm &t)
+            at('j') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_yday + 1); };
-            of['m'] = [](ut_DateText &out, const tm &t)
+            at('m') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_mon + 1); };
-            of['M'] = [](ut_DateText &out, const tm &t)
+            at('M') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_min); };
-            of['n'] = [](ut_DateText &out, const tm &) { out.put('\n'); };
-            of['p'] = [](ut_DateText &out, const tm &t)
+            at('n') = [](ut_DateText &out, const tm &) { out.put('\n'); };
+            at('p') = [](ut_DateText &out, const tm &t)
             { out.put(t.tm_hour < 12 ? "AM" : "PM", 2); };
-            of['r'] = [](ut_DateText &out, const tm &t)
+            at('r') = [](ut_DateText &out, const tm &t)
             { out.putTime("%I:%M:%S %p", t); };
-            of['R'] = [](ut_DateText &out, const tm &t)
+            at('R') = [](ut_DateText &out, const tm &t)
             { out.putTime("%H:%M", t); };
-            of['S'] = [](ut_DateText &out, const tm &t)
+            at('S') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_sec); };
-            of['t'] = [](ut_DateText &out, const tm &) { out.put('\t'); };
-            of['T'] = of['X'] = [](ut_DateText &out, const tm &t)
+            at('t') = [](ut_DateText &out, const tm &) { out.put('\t'); };
+            at('T') = at('X') = [](ut_DateText &out, const tm &t)
             { out.putClock(t); };
-            of['u'] = [](ut_DateText &out, const tm &t)
+            at('u') = [](ut_DateText &out, const tm &t)
             { out.putNumber(t.tm_wday == 0 ? 7 : t.tm_wday); };
-            of['w'] = [](ut_DateText &out, const tm &t)
+            at('w') = [](ut_DateText &out, const tm &t)
             { out.putNumber(t.tm_wday); };
             // Deliberate: the sign of years before 1900 stays.
-            of['y'] = [](ut_DateText &out, const tm &t)
+            at('y') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_year % 100); };
-            of['Y'] = [](ut_DateText &out, const tm &t)
+            at('Y') = [](ut_DateText &out, const tm &t)
             { out.putNumber(int64(t.tm_year) + 1900); };
-            of['Z'] = utTimeZone;
-            of['%'] = [](ut_DateText &out, const tm &) { out.put('%'); };
+            at('Z') = utTimeZone;
+            at('%') = [](ut_DateText &out, const tm &) { out.put('%'); };
         }
     };
     static constexpr ut_Table theConversions;
