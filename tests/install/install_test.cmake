@@ -22,7 +22,8 @@ foreach(path
         include/UT/UT_NetSocket.h
         share/man/man1/valdrin.1
         share/valdrin/IValdrinConnection.idl
-        share/valdrin/IValdrinConnection.xpt)
+        share/valdrin/IValdrinConnection.xpt
+        share/valdrin/error/README)
     if(NOT EXISTS ${prefix}/${path})
         message(FATAL_ERROR "${path} is not installed")
     endif()

@@ -1,0 +1,313 @@
+#include "UT_Error.h"
+
+#include "UT_IStream.h"
+#include "UT_Lock.h"
+#include "UT_Path.h"
+#include "UT_PathSearch.h"
+#include "UT_StringArray.h"
+#include "UT_SymbolTable.h"
+#include "UT_WorkBuffer.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include <cstring>
+
+// The start of a line, with prefixes. All have the same width.
+static const char theBlanks[] = "             ";
+static const char theWarningLabel[] = "Warning:     ";
+static const char theErrorLabel[] = "Error:       ";
+static const char theFatalLabel[] = "Fatal error: ";
+
+static_assert(sizeof theWarningLabel == sizeof theBlanks);
+static_assert(sizeof theErrorLabel == sizeof theBlanks);
+static_assert(sizeof theFatalLabel == sizeof theBlanks);
+
+// A larger code is a slip of a file's writer, and would cost memory.
+static const int theLastCode = 1000000;
+
+// ---- Reading a message file
+
+using ut_Messages = std::map<int, std::string>;
+
+// Appends a text with its escapes resolved. The backslash of an unknown one
+// stays.
+static void
+utAppendUnescaped(std::string &message, const char *text, const char *end)
+{
+    static const struct
+    {
+        char letter;
+        char byte;
+    } theEscapes[] = {
+        {'n',  '\n'},
+        {'t',  '\t'},
+        {'\\', '\\'},
+    };
+
+    while (text < end)
+    {
+        char byte = *text++;
+        if (byte == '\\' && text < end)
+            for (const auto &row : theEscapes)
+                if (*text == row.letter)
+                {
+                    byte = row.byte;
+                    ++text;
+                    break;
+                }
+        message += byte;
+    }
+}
+
+// Takes one line. False when there is no use in reading on.
+static bool
+utReadLine(const char *line, ut_Messages &messages)
+{
+    const char *text = line;
+    int code = 0;
+    for (; *text >= '0' && *text <= '9'; ++text)
+    {
+        code = code * 10 + (*text - '0');
+        if (code > theLastCode)
+            return false;
+    }
+    if (text == line)
+        return true;
+    // Deliberate: the byte behind the code goes, whatever it is.
+    if (*text)
+        ++text;
+    // What ended the line goes, in any system's manner; blanks and tabs stay.
+    const char *end = text + strlen(text);
+    while (end > text && strchr("\n\v\f\r", end[-1]))
+        --end;
+    // Further lines of a code go on where the one before ended.
+    utAppendUnescaped(messages[code], text, end);
+    return true;
+}
+
+// All texts of a file; a code without a text has a null pointer.
+static UT_StringArray *
+utReadMessages(UT_IStream &file)
+{
+    ut_Messages messages;
+    UT_WorkBuffer line;
+    while (file.getNonCommentLine(line, '#', /*strip=*/false) &&
+           utReadLine(line.buffer(), messages))
+        ;
+    UT_StringArray *texts = new UT_StringArray;
+    for (const auto &message : messages)
+        texts->insert(message.second.c_str(), message.first);
+    return texts;
+}
+
+static bool
+utOpenMessages(UT_IFStream &file, const char *type)
+{
+    if (UTfullPathSpecified(type))
+        return file.open(type, UT_ISTREAM_ASCII);
+    UT_WorkBuffer name;
+    name.append("error/");
+    name.append(type);
+    UT_String path;
+    return UT_PathSearch::getInstance(UT_PATH_MAIN)
+               ->valdrinFindFile(name.buffer(), path) &&
+           file.open(path, UT_ISTREAM_ASCII);
+}
+
+// The texts of a type, null when there is no file. They stay as they are, for
+// ever.
+static const UT_StringArray *
+utFindMessages(const char *type)
+{
+    // Recursive: what looks for files may have an error of its own to tell.
+    struct ut_Cache
+    {
+        UT_Lock lock{/*initiallyLocked=*/0, /*recursive=*/true};
+        UT_SymbolTable files; // of UT_StringArray
+    };
+    static ut_Cache *theCache = new ut_Cache; // never destroyed
+
+    theCache->lock.lockLW();
+    const std::lock_guard<UT_Lock> guard(theCache->lock, std::adopt_lock);
+    UT_Thing found;
+    if (!theCache->files.findSymbol(type, &found))
+    {
+        UT_IFStream file;
+        if (!utOpenMessages(file, type))
+            return nullptr;
+        found = UT_Thing(utReadMessages(file));
+        theCache->files.addSymbol(type, found);
+    }
+    return static_cast<const UT_StringArray *>(found.pointer);
+}
+
+// ---- Putting a message together
+
+static const char *
+utFindLabel(UT_ErrorSeverity severity)
+{
+    switch (severity)
+    {
+    case UT_ERROR_WARNING:
+        return theWarningLabel;
+    case UT_ERROR_ERROR:
+        return theErrorLabel;
+    case UT_ERROR_FATAL:
+        return theFatalLabel;
+    default:
+        return "";
+    }
+}
+
+// Each line with what goes in front of it.
+static void
+utAppendLines(UT_WorkBuffer &out, const char *text, const char *prefix)
+{
+    while (*text)
+    {
+        const char *end = strchrnul(text, '\n');
+        if (*end)
+            ++end;
+        out.append(prefix);
+        out.append(text, SYSnarrow<int>(end - text));
+        text = end;
+        prefix = theBlanks;
+    }
+}
+
+// Reads up to three digits; a fourth one is left, and is no conversion.
+static int
+utReadNumber(const char *&text)
+{
+    int number = 0;
+    for (int i = 0; i < 3 && *text >= '0' && *text <= '9'; ++i)
+        number = number * 10 + (*text++ - '0');
+    return number;
+}
+
+// What printf() would make of `text` and one string, if that is safe. False,
+// with a part of it done, if it is not.
+static bool
+utAppendFormatted(UT_WorkBuffer &out, const char *text, const char *argument)
+{
+    bool isUsed = false;
+    for (;;)
+    {
+        const char *percent = strchrnul(text, '%');
+        out.append(text, SYSnarrow<int>(percent - text));
+        if (!*percent)
+            return true;
+        text = percent + 1;
+        if (*text == '%')
+        {
+            out.append(*text++);
+            continue;
+        }
+
+        const bool isLeft = *text == '-';
+        if (isLeft)
+            ++text;
+        const int width = utReadNumber(text);
+        const bool isCut = *text == '.';
+        if (isCut)
+            ++text;
+        const int precision = isCut ? utReadNumber(text) : 0;
+        if (*text++ != 's' || isUsed)
+            return false;
+        isUsed = true;
+        const int length = SYSnarrow<int>(
+            isCut ? strnlen(argument, size_t(precision)) : strlen(argument));
+        for (int i = length; !isLeft && i < width; ++i)
+            out.append(' ');
+        out.append(argument, length);
+        for (int i = length; isLeft && i < width; ++i)
+            out.append(' ');
+    }
+}
+
+// ---- The class
+
+UT_Error::UT_Error(
+    const char *type, int code, const char *string, UT_ErrorSeverity severity)
+    : myType(type), myString(string, /*deep=*/1), mySeverity(severity),
+      myCode(code)
+{
+}
+
+UT_Error::~UT_Error() = default;
+
+void
+UT_Error::setErrorString(const char *string)
+{
+    if (string)
+        myString.harden(string);
+    else
+        myString.freeData();
+}
+
+void
+UT_Error::getErrorMessage(
+    UT_String &out, UT_ErrorSeverity lastSeverity, int prefixes) const
+{
+    if (myType != "System")
+    {
+        stdGetErrorMessage(out, lastSeverity, prefixes);
+        return;
+    }
+    char space[256];
+    const char *text = strerror_r(myCode, space, sizeof space);
+    UT_WorkBuffer message;
+    message.append(text && *text ? text : "Unknown Error");
+    if (myString.buffer() && *myString.buffer())
+    {
+        message.append(" (");
+        message.append(myString);
+        message.append(")");
+    }
+    message.copyIntoString(out);
+}
+
+void
+UT_Error::stdGetErrorMessage(
+    UT_String &out, UT_ErrorSeverity lastSeverity, int prefixes) const
+{
+    UT_WorkBuffer message;
+    UT_String text;
+    if (!getFileString(
+            text, myType, myCode, mySeverity, lastSeverity, prefixes))
+        message.sprintf(
+            "%s: unknown error: %d", myType.isNull() ? "" : myType.buffer(),
+            int(myCode));
+    else if (!utAppendFormatted(
+                 message, text, myString.isNull() ? "" : myString.buffer()))
+    {
+        message.clear();
+        message.append(text);
+    }
+    message.copyIntoString(out);
+}
+
+int
+UT_Error::getFileString(
+    UT_String &out, const char *type, int code, UT_ErrorSeverity severity,
+    UT_ErrorSeverity lastSeverity, int prefixes)
+{
+    const UT_StringArray *texts = type ? utFindMessages(type) : nullptr;
+    if (!texts || code < 0 || code >= texts->entries())
+        return 0;
+    const UT_String *entry = texts->data()[code];
+    const char *text = entry ? entry->buffer() : "";
+    if (!prefixes)
+    {
+        out.harden(text);
+        return 1;
+    }
+    UT_WorkBuffer lines;
+    utAppendLines(
+        lines, text,
+        severity == lastSeverity ? theBlanks : utFindLabel(severity));
+    lines.copyIntoString(out);
+    return 1;
+}

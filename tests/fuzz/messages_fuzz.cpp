@@ -1,0 +1,62 @@
+// Message files of any bytes have the texts that a second, plain reader finds,
+// and no text reads memory as a format.
+
+#include "UT/UT_Error.h"
+
+#include "ut_TempDir.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <map>
+#include <sstream>
+
+static std::map<long, std::string>
+utRead(const std::string &bytes)
+{
+    std::map<long, std::string> texts;
+    std::istringstream in(bytes);
+    for (std::string line; std::getline(in >> std::ws, line);)
+    {
+        line = line.c_str();
+        if (!isdigit(line[0]))
+            continue;
+        char *end;
+        const long code = strtol(line.c_str(), &end, 10);
+        if (code > 1000000)
+            break;
+        line.erase(0, size_t(end - line.c_str()) + 1);
+        line.erase(line.find_last_not_of("\n\v\f\r") + 1);
+        for (size_t i = 0; (i = line.find('\\', i)) < line.size() - 1; ++i)
+            if (const size_t escape = std::string("nt\\").find(line[i + 1]);
+                escape < 3)
+                line.replace(i, 2, 1, "\n\t\\"[escape]);
+        texts[code] += line;
+    }
+    return texts;
+}
+
+extern "C" int
+LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static const ut_TempDir theDir;
+    static int theFiles = 0;
+    const std::string bytes(data, data + std::min<size_t>(size, 4096));
+    const auto texts = utRead(bytes);
+    // What was read stays in memory.
+    if (!texts.empty() && texts.rbegin()->first > 5000 && theFiles > 9)
+        return 0;
+    const std::string file = theDir.write(std::to_string(theFiles++), bytes);
+    for (const auto &[code, text] : texts)
+    {
+        UT_String plain, message;
+        UT_Error::getFileString(
+            plain, file.c_str(), int(code), UT_ERROR_ERROR, UT_ERROR_NONE, 0);
+        UT_Error(file.c_str(), int(code), "%n", UT_ERROR_ERROR)
+            .getErrorMessage(message, UT_ERROR_NONE, 0);
+        if (plain != text.c_str() || message.length() > plain.length() + 1000 ||
+            (text.find('%') == text.npos && message != plain))
+            abort();
+    }
+    return std::remove(file.c_str());
+}
