@@ -125,7 +125,7 @@ public:
     /// The message file is `type` when that is a full path, and otherwise
     /// error/TYPE on the main search path. It is read once, and kept as long
     /// as the process lives; one that is not there is looked for each time.
-    /// error/README tells the format. Thread-safe.
+    /// error/README tells the format. Thread-safe, but for the search path.
     static int getFileString(
         UT_String &out, const char *type, int code, UT_ErrorSeverity severity,
         UT_ErrorSeverity lastSeverity, int prefixes);
