@@ -48,9 +48,8 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // In braces all is replaced but expressions, and comments are just text.
     const auto [name, count] = utScan(text, 2 | 4 | 8);
     const char *const value = utLookup(name.c_str(), nullptr);
-    if (depth == 0 &&
-        utScan("${" + text + "}", flags | 2) !=
-            std::make_pair(std::string(value ? value : ""), count + !!value))
+    const std::pair expected(std::string(value ? value : ""), count + !!value);
+    if (depth == 0 && utScan("${" + text + "}", flags | 2) != expected)
         abort();
     return 0;
 }
