@@ -2,18 +2,13 @@
 
 #include "UT_WorkBuffer.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <exception>
-#include <istream>
+#include <climits>
+#include <cstring>
 
+#include <fcntl.h>
 #include <unistd.h>
-
-// Declared here: <iostream> would make the library initialise the standard
-// streams whenever it is loaded.
-namespace std
-{
-extern istream cin;
-}
 
 static bool theStdinIsByLines = false;
 static UT_IStreamBuf *theStdinBuf = nullptr; // never destroyed
@@ -60,23 +55,48 @@ public:
     bool seekPos(int64 offset, int whence) override;
     bool endOfBuffer() const override { return !myFile || feof(myFile); }
 
-protected:
-    FILE *myFile; // the caller's; null when closed
-
 private:
+    FILE *myFile; // the caller's, or null
     char myBlock[4096];
 };
 
-class ut_FilePtrStreamBuf : public ut_FileStreamBuf
+// A file of our own. It need not go through a FILE, and reads ahead as much as
+// pays; what shows of it is what a FILE would show.
+class ut_FilePtrStreamBuf : public UT_IStreamBuf
 {
 public:
-    using ut_FileStreamBuf::ut_FileStreamBuf;
+    explicit ut_FilePtrStreamBuf(int file);
     ~ut_FilePtrStreamBuf() override { closeOnce(); }
 
+    int read(char *buf, int n) override;
+    int streamPeek() override;
     bool closeFile() override;
+    const char *loadBuffer(int &start, int &end) override;
+    int64 tellPos() const override;
+    bool seekPos(int64 offset, int whence) override;
+    bool endOfBuffer() const override { return myFile < 0 || myIsAtEnd; }
 
 private:
+    enum
+    {
+        theBlockSize = 4096,
+        theWindowSize = 16 * theBlockSize
+    };
+
+    int unread() const { return myWindowEnd - myWindowPos; }
     bool closeOnce();
+    void drop();
+    int readFile(char *buf, int n);
+    void fillWindow(int wanted);
+    bool seekFile(int64 offset, int whence);
+
+    int myFile;       // -1 when closed
+    int64 myPosition; // of the file, behind the window; -1: has none
+    bool myIsAtEnd = false;
+    int myNextFill = theBlockSize; // grows as long as nobody seeks
+    int myWindowPos = 0;           // the next byte of the window
+    int myWindowEnd = 0;
+    char myWindow[theWindowSize];
 };
 
 // Hands out a line at a time, with its newline, of standard input or another
@@ -97,37 +117,6 @@ private:
     FILE *myFile;
     UT_WorkBuffer myLine;
 };
-
-class ut_StreamStreamBuf : public UT_IStreamBuf
-{
-public:
-    explicit ut_StreamStreamBuf(std::istream &stream) : myStream(stream) {}
-
-    int read(char *buf, int n) override;
-    int streamPeek() override;
-    const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override;
-    bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return myStream.eof(); }
-
-private:
-    std::istream &myStream;
-    char myBlock[4096];
-};
-
-// A stream that was asked to throw has noted the failure before it does.
-template <class Function>
-void
-utWithoutThrow(Function function)
-{
-    try
-    {
-        function();
-    }
-    catch (const std::exception &)
-    {
-    }
-}
 
 } // namespace
 
@@ -165,6 +154,21 @@ ut_FileStreamBuf::seekPos(int64 offset, int whence)
     return false;
 }
 
+ut_FilePtrStreamBuf::ut_FilePtrStreamBuf(int file)
+    : myFile(file), myPosition(lseek64(file, 0, SEEK_CUR))
+{
+}
+
+bool
+ut_FilePtrStreamBuf::closeOnce()
+{
+    const int file = myFile;
+    myFile = -1;
+    drop();
+    // Closed it is in any case.
+    return file < 0 || close(file) == 0 || errno == EINTR;
+}
+
 bool
 ut_FilePtrStreamBuf::closeFile()
 {
@@ -174,12 +178,151 @@ ut_FilePtrStreamBuf::closeFile()
     return false;
 }
 
-bool
-ut_FilePtrStreamBuf::closeOnce()
+void
+ut_FilePtrStreamBuf::drop()
 {
-    FILE *const file = myFile;
-    myFile = nullptr;
-    return !file || fclose(file) == 0;
+    myWindowPos = 0;
+    myWindowEnd = 0;
+    myNextFill = theBlockSize;
+}
+
+// Up to `n` bytes behind the window; 0 at the end, which sticks, and -1 for an
+// error, which is left in errno.
+int
+ut_FilePtrStreamBuf::readFile(char *buf, int n)
+{
+    if (endOfBuffer())
+        return 0;
+    ssize_t count = 0;
+    do
+    {
+        count = ::read(myFile, buf, size_t(n));
+    } while (count < 0 && errno == EINTR);
+    myIsAtEnd = count == 0;
+    if (count > 0 && myPosition >= 0)
+        myPosition += count;
+    return int(count);
+}
+
+// Reads until the window has `wanted` bytes, if there are as many.
+void
+ut_FilePtrStreamBuf::fillWindow(int wanted)
+{
+    const int kept = unread();
+    memmove(myWindow, myWindow + myWindowPos, size_t(kept));
+    myWindowPos = 0;
+    myWindowEnd = kept;
+    int count = 1;
+    while (unread() < wanted && count > 0)
+    {
+        const int room = theWindowSize - myWindowEnd;
+        count = readFile(myWindow + myWindowEnd, std::min(room, myNextFill));
+        myWindowEnd += std::max(count, 0);
+        myNextFill = std::min(myNextFill * 2, int(theWindowSize));
+    }
+}
+
+int
+ut_FilePtrStreamBuf::read(char *buf, int n)
+{
+    errno = 0; // the end of a file sets none, and an older one would mislead
+    int total = 0;
+    for (;;)
+    {
+        const int count = std::min(n - total, unread());
+        memcpy(buf + total, myWindow + myWindowPos, size_t(count));
+        myWindowPos += count;
+        total += count;
+        if (total == n)
+            return total;
+        if (n - total < theWindowSize)
+        {
+            fillWindow(1);
+            if (unread() > 0)
+                continue;
+            break;
+        }
+        const int direct = readFile(buf + total, n - total);
+        if (direct <= 0)
+            break;
+        total += direct;
+    }
+    if (total == 0)
+        setError(nullptr);
+    return total;
+}
+
+int
+ut_FilePtrStreamBuf::streamPeek()
+{
+    if (unread() == 0)
+        fillWindow(1);
+    return unread() > 0 ? int8(myWindow[myWindowPos]) : -1;
+}
+
+const char *
+ut_FilePtrStreamBuf::loadBuffer(int &start, int &end)
+{
+    errno = 0;
+    if (unread() < theBlockSize)
+        fillWindow(theBlockSize);
+    const char *const block = myWindow + myWindowPos;
+    start = 0;
+    end = std::min(unread(), int(theBlockSize));
+    myWindowPos += end;
+    if (end > 0)
+        return block;
+    // The end is none; but who waits for the end must not wait for ever.
+    if (!endOfBuffer())
+        setError(nullptr);
+    return nullptr;
+}
+
+int64
+ut_FilePtrStreamBuf::tellPos() const
+{
+    if (myFile < 0 || myPosition < 0)
+        return -1;
+    const int64 position = myPosition - unread();
+    return position > LONG_MAX ? -1 : position;
+}
+
+// Moves within the window if that will do.
+bool
+ut_FilePtrStreamBuf::seekFile(int64 offset, int whence)
+{
+    // As far as a long goes.
+    int64 target = 0;
+    if (whence < 0 || whence > 2 || long(offset) != offset || myPosition < 0 ||
+        __builtin_add_overflow(
+            offset, whence == 1 ? myPosition - unread() : 0, &target))
+    {
+        errno = EINVAL;
+        return false;
+    }
+    const int64 first = myPosition - myWindowEnd;
+    if (whence != 2 && target >= first && target <= myPosition)
+    {
+        myWindowPos = int(target - first);
+        return true;
+    }
+    const int64 place =
+        lseek64(myFile, target, whence == 2 ? SEEK_END : SEEK_SET);
+    if (place < 0)
+        return false;
+    myPosition = place;
+    drop();
+    return true;
+}
+
+bool
+ut_FilePtrStreamBuf::seekPos(int64 offset, int whence)
+{
+    myIsAtEnd = false;
+    if (myFile >= 0 && seekFile(offset, whence))
+        return true;
+    setError(nullptr);
+    return false;
 }
 
 int
@@ -216,71 +359,13 @@ ut_StdinStreamBuf::seekPos(int64 offset, int whence)
     return false;
 }
 
-int
-ut_StreamStreamBuf::read(char *buf, int n)
-{
-    utWithoutThrow([&] { myStream.read(buf, n); });
-    if (myStream.fail() && !myStream.eof())
-        setError(nullptr);
-    return int(myStream.gcount());
-}
-
-int
-ut_StreamStreamBuf::streamPeek()
-{
-    int byte = -1;
-    utWithoutThrow([&] { byte = myStream.peek(); });
-    return int8(byte);
-}
-
-const char *
-ut_StreamStreamBuf::loadBuffer(int &start, int &end)
-{
-    start = 0;
-    end = read(myBlock, sizeof(myBlock));
-    return end > 0 ? myBlock : nullptr;
-}
-
-int64
-ut_StreamStreamBuf::tellPos() const
-{
-    // tellg() would say nothing once the end has been met.
-    std::streambuf *const source = myStream.rdbuf();
-    int64 position = -1;
-    if (source && !myStream.bad())
-        utWithoutThrow(
-            [&]
-            { position = source->pubseekoff(0, std::ios::cur, std::ios::in); });
-    return position;
-}
-
-bool
-ut_StreamStreamBuf::seekPos(int64 offset, int whence)
-{
-    static const std::ios::seekdir theWhences[] = {
-        std::ios::beg, std::ios::cur, std::ios::end};
-    if (myStream.eof() && !myStream.bad())
-        utWithoutThrow([&] { myStream.clear(); });
-    if (whence >= 0 && whence <= 2)
-    {
-        utWithoutThrow([&] { myStream.seekg(offset, theWhences[whence]); });
-        if (!myStream.fail())
-            return true;
-        // The stream is where it was, and may be sought again.
-        utWithoutThrow(
-            [&] { myStream.clear(myStream.rdstate() & ~std::ios::failbit); });
-    }
-    setError(nullptr);
-    return false;
-}
-
 UT_IStreamBuf *
 UT_IStreamBuf::fileBuf(const char *path)
 {
-    FILE *const file = fopen64(path ? path : "", "rb");
+    const int file = open64(path ? path : "", O_RDONLY | O_CLOEXEC);
     const int openErrno = errno;
     UT_IStreamBuf *const buffer = new ut_FilePtrStreamBuf(file);
-    if (!file)
+    if (file < 0)
     {
         errno = openErrno; // setError() takes it
         buffer->setError(nullptr);
@@ -312,14 +397,6 @@ UT_IStreamBuf::fileBuf(FILE *file)
     if (file && isatty(fileno(file)))
         return new ut_StdinStreamBuf(file);
     return new ut_FileStreamBuf(file);
-}
-
-UT_IStreamBuf *
-UT_IStreamBuf::istreamBuf(std::istream &stream)
-{
-    if (&stream == &std::cin)
-        return utShareStdin();
-    return new ut_StreamStreamBuf(stream);
 }
 
 void

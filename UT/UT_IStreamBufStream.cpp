@@ -1,0 +1,113 @@
+#include "UT_IStreamBuf.h"
+
+#include <exception>
+#include <istream>
+
+// Declared here: <iostream> would make the library initialise the standard
+// streams whenever it is loaded.
+namespace std
+{
+extern istream cin;
+}
+
+namespace
+{
+
+class ut_StreamStreamBuf : public UT_IStreamBuf
+{
+public:
+    explicit ut_StreamStreamBuf(std::istream &stream) : myStream(stream) {}
+
+    int read(char *buf, int n) override;
+    int streamPeek() override;
+    const char *loadBuffer(int &start, int &end) override;
+    int64 tellPos() const override;
+    bool seekPos(int64 offset, int whence) override;
+    bool endOfBuffer() const override { return myStream.eof(); }
+
+private:
+    std::istream &myStream;
+    char myBlock[4096];
+};
+
+// A stream that was asked to throw has noted the failure before it does.
+template <class Function>
+void
+utWithoutThrow(Function function)
+{
+    try
+    {
+        function();
+    }
+    catch (const std::exception &)
+    {
+    }
+}
+
+} // namespace
+
+int
+ut_StreamStreamBuf::read(char *buf, int n)
+{
+    utWithoutThrow([&] { myStream.read(buf, n); });
+    if (myStream.fail() && !myStream.eof())
+        setError(nullptr);
+    return int(myStream.gcount());
+}
+
+int
+ut_StreamStreamBuf::streamPeek()
+{
+    int byte = -1;
+    utWithoutThrow([&] { byte = myStream.peek(); });
+    return int8(byte);
+}
+
+const char *
+ut_StreamStreamBuf::loadBuffer(int &start, int &end)
+{
+    start = 0;
+    end = read(myBlock, sizeof(myBlock));
+    return end > 0 ? myBlock : nullptr;
+}
+
+int64
+ut_StreamStreamBuf::tellPos() const
+{
+    // tellg() would say nothing once the end has been met.
+    std::streambuf *const source = myStream.rdbuf();
+    int64 position = -1;
+    if (source && !myStream.bad())
+        utWithoutThrow(
+            [&]
+            { position = source->pubseekoff(0, std::ios::cur, std::ios::in); });
+    return position;
+}
+
+bool
+ut_StreamStreamBuf::seekPos(int64 offset, int whence)
+{
+    static const std::ios::seekdir theWhences[] = {
+        std::ios::beg, std::ios::cur, std::ios::end};
+    if (myStream.eof() && !myStream.bad())
+        utWithoutThrow([&] { myStream.clear(); });
+    if (whence >= 0 && whence <= 2)
+    {
+        utWithoutThrow([&] { myStream.seekg(offset, theWhences[whence]); });
+        if (!myStream.fail())
+            return true;
+        // The stream is where it was, and may be sought again.
+        utWithoutThrow(
+            [&] { myStream.clear(myStream.rdstate() & ~std::ios::failbit); });
+    }
+    setError(nullptr);
+    return false;
+}
+
+UT_IStreamBuf *
+UT_IStreamBuf::istreamBuf(std::istream &stream)
+{
+    if (&stream == &std::cin)
+        return fileBuf(stdin);
+    return new ut_StreamStreamBuf(stream);
+}
