@@ -1,6 +1,7 @@
 #include "UT_IStreamBuf.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <zlib.h>
 
@@ -18,7 +19,7 @@ public:
     const char *loadBuffer(int &start, int &end) override;
     int64 tellPos() const override { return myDelivered; }
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return myIsAtEnd && myPeeked < 0; }
+    bool endOfBuffer() const override { return myIsAtEnd && ahead() == 0; }
 
     // Prepares for the first read. The factories call it, when the object is
     // whole.
@@ -32,13 +33,17 @@ protected:
     z_stream myZStream = {}; // not initialised: inflate() refuses it
 
 private:
+    int ahead() const { return myAheadEnd - myAheadPos; }
     int inflateInto(char *buf, int n, int &result);
+    int fetch(char *buf, int n, int &result);
 
     int64 myStart;         // the source's position at the front
-    int64 myDelivered = 0; // bytes, without the peeked one
-    int myPeeked = -1;     // 0 to 255
+    int64 myDelivered = 0; // bytes, without those ahead
     bool myIsAtEnd = false;
+    int myAheadPos = 0; // small reads share a call of inflate()
+    int myAheadEnd = 0;
     unsigned char myInput[4096];
+    char myAhead[4096];
     char myBlock[4096];
 };
 
@@ -83,7 +88,8 @@ bool
 ut_ZLibStreamBuf::zstreamReset()
 {
     myZStream.avail_in = 0;
-    myPeeked = -1;
+    myAheadPos = 0;
+    myAheadEnd = 0;
     myDelivered = 0;
     myIsAtEnd = false;
     return mySource->seekg(myStart, 0) && inflateReset(&myZStream) == Z_OK;
@@ -120,17 +126,43 @@ ut_ZLibStreamBuf::inflateInto(char *buf, int n, int &result)
     return n - int(myZStream.avail_out);
 }
 
+// The same, those ahead first. An error behind bytes that are ahead still is
+// told when they are used up: inflate() tells of it again.
+int
+ut_ZLibStreamBuf::fetch(char *buf, int n, int &result)
+{
+    int count = 0;
+    result = Z_OK;
+    if (n - ahead() >= int(sizeof(myAhead)))
+    {
+        count = ahead();
+        memcpy(buf, myAhead + myAheadPos, size_t(count));
+        myAheadPos = myAheadEnd;
+        return count + inflateInto(buf + count, n - count, result);
+    }
+    while (count < n && result == Z_OK)
+    {
+        if (ahead() == 0)
+        {
+            myAheadPos = 0;
+            myAheadEnd = inflateInto(myAhead, sizeof(myAhead), result);
+            if (ahead() == 0)
+                break;
+            result = Z_OK;
+        }
+        const int piece = std::min(n - count, ahead());
+        memcpy(buf + count, myAhead + myAheadPos, size_t(piece));
+        myAheadPos += piece;
+        count += piece;
+    }
+    return count;
+}
+
 int
 ut_ZLibStreamBuf::read(char *buf, int n)
 {
-    int count = 0;
-    if (myPeeked >= 0 && n > 0)
-    {
-        buf[count++] = char(myPeeked);
-        myPeeked = -1;
-    }
     int result = Z_OK;
-    count += inflateInto(buf + count, n - count, result);
+    const int count = fetch(buf, n, result);
     if (result != Z_OK)
         setError(zError(result));
     myDelivered += count;
@@ -141,27 +173,20 @@ int
 ut_ZLibStreamBuf::streamPeek()
 {
     char byte = 0;
-    if (myPeeked < 0 && read(&byte, 1) == 1)
-    {
-        myPeeked = uint8(byte);
-        --myDelivered;
-    }
-    return myPeeked < 0 ? -1 : int8(myPeeked);
+    if (read(&byte, 1) == 0)
+        return -1;
+    --myAheadPos;
+    --myDelivered;
+    return int8(byte);
 }
 
 const char *
 ut_ZLibStreamBuf::loadBuffer(int &start, int &end)
 {
-    // Bytes in front of an error are read first: inflate() tells of it again.
+    // Bytes in front of an error are read before it is told.
     int result = Z_OK;
     start = 0;
-    end = 0;
-    if (myPeeked >= 0)
-    {
-        myBlock[end++] = char(myPeeked);
-        myPeeked = -1;
-    }
-    end += inflateInto(myBlock + end, int(sizeof(myBlock)) - end, result);
+    end = fetch(myBlock, sizeof(myBlock), result);
     if (result != Z_OK && end == 0)
         setError(zError(result));
     myDelivered += end;
