@@ -268,6 +268,8 @@ private:
     UT_LOCAL bool ensurePending();
     UT_LOCAL bool nextNumber(UT_WorkBuffer &spare, NumberText &number);
     UT_LOCAL void takeEscaped(char &byte);
+    UT_LOCAL bool getShortLine(UT_WorkBuffer &buffer, int delimiter);
+    UT_LOCAL bool getShortWord(UT_WorkBuffer &buffer);
 
     // Order and size stay.
     char *myErrorString = nullptr;      // malloc'ed, or null

@@ -1,21 +1,103 @@
 #include "UT_IStreamBuf.h"
 
+#include "UT_StringImpl.h"
 #include "UT_WorkBuffer.h"
 
-#include <cctype>
 #include <cstring>
 
-static bool
-utIsSpace(char byte)
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+// Texts are short as a rule: the fast ways look at a fixed number of bytes, so
+// that no branch depends on a length, and give up on longer texts and near the
+// end of the block. A work buffer has room for more bytes than they copy.
+#ifdef __SSE2__
+static __m128i
+utLoad(const char *bytes)
 {
-    return isspace(uint8(byte)) != 0;
+    __m128i block;
+    memcpy(&block, bytes, sizeof(block));
+    return block;
 }
 
-static bool
-utIsDigit(char byte)
+// Which of 16 bytes are white space, a bit for each.
+static uint32
+utSpaces(const char *bytes)
 {
-    return byte >= '0' && byte <= '9';
+    const __m128i block = utLoad(bytes);
+    const __m128i blanks = _mm_cmpeq_epi8(block, _mm_set1_epi8(' '));
+    // From the tab to the carriage return.
+    const __m128i above = _mm_sub_epi8(block, _mm_set1_epi8('\t'));
+    const __m128i others =
+        _mm_cmpeq_epi8(_mm_min_epu8(above, _mm_set1_epi8('\r' - '\t')), above);
+    return uint32(_mm_movemask_epi8(_mm_or_si128(blanks, others)));
 }
+
+// A line of less than 256 bytes.
+inline bool
+UT_IStreamBuf::getShortLine(UT_WorkBuffer &buffer, int delimiter)
+{
+    const char *const line = myLoadBuffer + myLoadPos;
+    const int available = buffer.myLockCount ? 0 : pending();
+    const __m128i wanted = _mm_set1_epi8(char(delimiter));
+    const auto same = [&](int at)
+    {
+        const __m128i equal = _mm_cmpeq_epi8(utLoad(line + at), wanted);
+        return uint64(uint32(_mm_movemask_epi8(equal)));
+    };
+    for (int at = 0; at < 256 && at + 64 <= available; at += 64)
+    {
+        memcpy(buffer.myBuffer + at, line + at, 64);
+        const uint64 found = same(at) | same(at + 16) << 16 |
+                             same(at + 32) << 32 | same(at + 48) << 48;
+        if (!found)
+            continue;
+        int length = at + __builtin_ctzll(found);
+        myLoadPos += length + 1;
+        if (delimiter == '\n' && length > 0 && line[length - 1] == '\r')
+            --length;
+        buffer.myBuffer[length] = '\0';
+        buffer.myLength = length;
+        return true;
+    }
+    return false;
+}
+
+// A word that lies in front of white space within the next 32 of 64 bytes.
+inline bool
+UT_IStreamBuf::getShortWord(UT_WorkBuffer &buffer)
+{
+    if (buffer.myLockCount || pending() < 64)
+        return false;
+    const char *const bytes = myLoadBuffer + myLoadPos;
+    const uint32 spaces = utSpaces(bytes) | utSpaces(bytes + 16) << 16;
+    if (spaces == ~uint32(0))
+        return false;
+    const int start = __builtin_ctz(~spaces);
+    const uint32 behind = spaces >> start;
+    if (behind == 0)
+        return false;
+    const int length = __builtin_ctz(behind);
+    memcpy(buffer.myBuffer, bytes + start, 32);
+    buffer.myBuffer[length] = '\0';
+    buffer.myLength = length;
+    myLoadPos += start + length;
+    return true;
+}
+#else
+inline bool
+UT_IStreamBuf::getShortLine(UT_WorkBuffer &, int)
+{
+    return false;
+}
+
+inline bool
+UT_IStreamBuf::getShortWord(UT_WorkBuffer &)
+{
+    return false;
+}
+#endif
 
 // The first white space from `bytes` on, or `end`.
 static const char *
@@ -31,6 +113,8 @@ UT_IStreamBuf::getLine(UT_WorkBuffer &buffer, int delimiter)
 {
     if (myError)
         return false;
+    if (getShortLine(buffer, delimiter))
+        return true;
     buffer.clear();
     if (!ensurePending())
         return false;
@@ -98,6 +182,8 @@ UT_IStreamBuf::getWord(UT_WorkBuffer &buffer)
 {
     if (myError)
         return false;
+    if (getShortWord(buffer))
+        return true;
     buffer.clear();
     if (!skipLeadingWhitespace())
         return false;

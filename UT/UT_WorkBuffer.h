@@ -224,6 +224,9 @@ private:
     UT_LOCAL UT_PRINTF(3, 0) int appendLongFormatted(
         unsigned size, const char *format, va_list args);
 
+    // Puts short lines and words into the storage without a call.
+    friend class UT_IStreamBuf;
+
     // Programs hold work buffers by value: order and size stay.
     char *myBuffer;      // myStackBuffer, or a malloc'ed block
     int myAllocatedSize; // bytes in myBuffer
