@@ -219,11 +219,15 @@ public:
     bool
     readBinaryString(UT_String &text, UT_ISTREAM_RLE_IO rle = UT_ISTREAM_RLE_8);
 
+    /// UT_String::load() with the read type `binary` tells of.
+    bool readString(UT_String &text, bool binary);
+
 private:
     friend class UT_IFStream;
 
     UT_LOCAL bool checked(bool result);
     UT_LOCAL bool finished(bool result);
+    UT_LOCAL bool isUsedUp() const;
     UT_LOCAL bool skipComments(int commentChar, int &lines);
     template <class T>
     UT_LOCAL int readValues(T *values, int count);

@@ -1,84 +1,53 @@
 #include "UT_IStream.h"
 
 #include "UT_String.h"
+#include "UT_StringImpl.h"
+#include "UT_SwapBytes.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Floor.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 #include <locale.h>
 
-static uint16
-utSwapped(uint16 bits)
+// Whether another read would find nothing. Only the next byte tells, and its
+// value may be that of the end.
+bool
+UT_IStream::isUsedUp() const
 {
-    return __builtin_bswap16(bits);
+    return myStream->peekc() == -1 && isEof();
 }
 
-static uint32
-utSwapped(uint32 bits)
-{
-    return __builtin_bswap32(bits);
-}
-
-static uint64
-utSwapped(uint64 bits)
-{
-    return __builtin_bswap64(bits);
-}
-
-template <class Bits, class T>
-static void
-utSwap(T *values, int count)
-{
-    static_assert(sizeof(Bits) == sizeof(T));
-    for (int i = 0; i < count; ++i)
-    {
-        Bits bits;
-        memcpy(&bits, values + i, sizeof(T));
-        bits = utSwapped(bits);
-        memcpy(values + i, &bits, sizeof(T));
-    }
-}
-
-template <class T>
-static void
-utSwapBytes(T *values, int count)
-{
-    if constexpr (sizeof(T) == 2)
-        utSwap<uint16>(values, count);
-    else if constexpr (sizeof(T) == 4)
-        utSwap<uint32>(values, count);
-    else
-        utSwap<uint64>(values, count);
-}
-
-// Reads whole values and leaves the rest of the input's bytes aside.
+// Swaps the values while they are in the cache.
 template <class T>
 int
 UT_IStream::readValues(T *values, int count)
 {
-    if (myError || count <= 0)
-        return 0;
-    // The buffer counts bytes by an int.
-    const int most = INT_MAX / int(sizeof(T));
+    const int most = (1 << 16) / int(sizeof(T));
     int whole = 0;
     int got = most;
-    while (whole < count && got == most)
+    // Many reads look like one: that is not to find an end, where it had all.
+    while (!myError && whole < count && got == most &&
+           (whole == 0 || !isUsedUp()))
     {
-        char *const bytes = static_cast<char *>(static_cast<void *>(values));
+        T *const next = values + whole;
         const int wanted = std::min(count - whole, most);
         got = myStream->bread(
-            bytes + size_t(whole) * sizeof(T), wanted * int(sizeof(T)));
+            static_cast<char *>(static_cast<void *>(next)),
+            wanted * int(sizeof(T)));
         got /= int(sizeof(T));
+        if (!UThostIsBigEndian())
+            UTswapBytes(next, size_t(got));
         whole += got;
+        checked(true);
     }
-    checked(true);
-    utSwapBytes(values, whole);
     return whole;
 }
 
@@ -122,6 +91,9 @@ UT_IStream::bread(double *values, int count)
     return readValues(values, count);
 }
 
+// As many digits as an integer of 64 bits takes for sure.
+static const int theExactDigits = 18;
+
 // What strtol() says of a text that getNumber() stored.
 static long
 utToLong(const char *text, const char *end)
@@ -161,6 +133,53 @@ utRounded(double number)
     return SYSfloorIL(sum);
 }
 
+// The usual integer, if it ends in front of `end` and is nothing else: its
+// value, and the byte behind it. Null for what needs another look.
+static const char *
+utQuickNumber(const char *text, const char *end, long &value)
+{
+    const bool isNegative = *text == '-';
+    text += isNegative;
+    uint64 digits = 0;
+    const char *const first = text;
+    for (; text < end && utIsDigit(*text); ++text)
+        digits = digits * 10 + uint64(*text - '0');
+    if (text == end || text == first || text - first > theExactDigits ||
+        *text == '.' || *text == 'e' || *text == 'E' || digits > LONG_MAX)
+        return nullptr;
+    value = isNegative ? -long(digits) : long(digits);
+    return text;
+}
+
+// The same for a number without an exponent.
+static const char *
+utQuickNumber(const char *text, const char *end, double &value)
+{
+    static const double thePowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
+                                       1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
+                                       1e14, 1e15, 1e16, 1e17, 1e18};
+    const bool isNegative = *text == '-';
+    text += isNegative;
+    uint64 digits = 0;
+    const char *const first = text;
+    for (; text < end && utIsDigit(*text); ++text)
+        digits = digits * 10 + uint64(*text - '0');
+    const char *const point = text;
+    if (text == first || text == end)
+        return nullptr;
+    if (*text == '.')
+        for (++text; text < end && utIsDigit(*text); ++text)
+            digits = digits * 10 + uint64(*text - '0');
+    // Two numbers that a double holds exactly: the quotient is the nearest.
+    if (text == end || text - first > theExactDigits || *text == 'e' ||
+        *text == 'E' || digits >> 53 != 0 || FLT_EVAL_METHOD != 0)
+        return nullptr;
+    const auto decimals = text == point ? 0 : text - point - 1;
+    const double magnitude = double(digits) / thePowers[decimals];
+    value = isNegative ? -magnitude : magnitude;
+    return text;
+}
+
 template <class T>
 static T
 utToNumber(const char *text, const char *end, bool isFloat)
@@ -178,12 +197,27 @@ UT_IStream::readNumbers(T *values, int count)
 {
     if (myError)
         return 0;
+    UT_IStreamBuf &in = *myStream;
     UT_WorkBuffer spare;
-    int read = 0;
     UT_IStreamBuf::NumberText text;
-    for (; read < count && myStream->nextNumber(spare, text); ++read)
+    int read = 0;
+    for (; read < count && in.skipLeadingWhitespace(); ++read)
+    {
+        std::conditional_t<std::is_floating_point_v<T>, double, long> value;
+        const char *const behind = utQuickNumber(
+            in.myLoadBuffer + in.myLoadPos, in.myLoadBuffer + in.myLoadEnd,
+            value);
+        if (behind)
+        {
+            in.myLoadPos = int(behind - in.myLoadBuffer);
+            values[read] = T(value);
+            continue;
+        }
+        if (!in.nextNumber(spare, text))
+            break;
         values[read] =
             utToNumber<T>(text.bytes, text.bytes + text.length, text.isFloat);
+    }
     checked(true);
     return read;
 }
@@ -298,4 +332,13 @@ UT_IStream::readBinaryString(UT_String &text, UT_ISTREAM_RLE_IO rle)
     }
     text.swap(read);
     return true;
+}
+
+bool
+UT_IStream::readString(UT_String &text, bool binary)
+{
+    pushBinary(binary ? UT_ISTREAM_BINARY : UT_ISTREAM_ASCII);
+    const bool isRead = text.load(*this);
+    popBinary();
+    return isRead;
 }
