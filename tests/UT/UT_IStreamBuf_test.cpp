@@ -139,20 +139,21 @@ TEST(UT_IStreamBuf, RandomSeeksThroughStackedBuffersFindThePlainBytes)
     const std::string gzip = utDeflated(text, 31);
     const int64 start = 1234567;
     const int64 length = 1500000;
+    const std::string packed = utPath(utFile("front" + gzip + "back"));
     const ut_Source whole(utOver(
         UT_IStreamBuf::gzipBuf,
-        utRangeOver(
-            UT_IStreamBuf::fileBuf(utFile("front" + gzip + "back")), 5,
-            gzip.size())));
+        utRangeOver(UT_IStreamBuf::fileBuf(packed.c_str()), 5, gzip.size())));
     const ut_Source part(UT_IStreamBuf::rangeBuf(whole.get(), start, length));
-    for (int i = 0; i < 60; ++i)
+    const ut_Source plain(UT_IStreamBuf::fileBuf(utPath(utFile(text)).c_str()));
+    for (int i = 0; i < 99; ++i)
     {
-        const bool isPart = random() % 2;
-        UT_IStreamBuf &buffer = isPart ? *part : *whole;
+        const bool isPart = i % 3 == 1;
+        UT_IStreamBuf &buffer = isPart ? *part : i % 3 ? *plain : *whole;
         const int64 first = isPart ? start : 0;
         const int64 size = isPart ? length : int64(text.size());
         const int64 offset = int64(random()) % (size + 1);
-        const int64 wanted = std::min(int64(random() % 9000), size - offset);
+        const int64 wanted =
+            std::min(int64(random() % (i % 2 ? 9000 : 200000)), size - offset);
         ASSERT_TRUE(buffer.seekg(offset, 0)) << i;
         std::string bytes(size_t(wanted), '\0');
         for (size_t k = 0; k < bytes.size() && random() % 30; ++k)
@@ -166,7 +167,7 @@ TEST(UT_IStreamBuf, RandomSeeksThroughStackedBuffersFindThePlainBytes)
     }
 }
 
-// The start, an operation that changes nothing of it, a seek and where it ends.
+// From the front: how many bytes to take, a seek, and what is there.
 TEST(UT_IStreamBuf, SeeksCountFromBehindTheLoadBuffer)
 {
     static const char theText[] = "0123456789abcdefghij";
@@ -176,6 +177,7 @@ TEST(UT_IStreamBuf, SeeksCountFromBehindTheLoadBuffer)
     const ut_Source range(
         utRangeOver(UT_IStreamBuf::memoryBuf(theText, 20), 5, 10));
     const ut_Source plain(UT_IStreamBuf::fileBuf(file));
+    const ut_Source named(UT_IStreamBuf::fileBuf(utPath(file).c_str()));
     const ut_Source standard(UT_IStreamBuf::istreamBuf(stream));
     const std::string data = utDeflated(theText, 15);
     const ut_Source zlib(utOver(UT_IStreamBuf::zlibBuf, utMemory(data)));
@@ -209,6 +211,11 @@ TEST(UT_IStreamBuf, SeeksCountFromBehindTheLoadBuffer)
         {plain.get(),    1, -1,        2,  19, "j"                   },
         {plain.get(),    0, -1,        0,  -1, "(none)"              },
         {plain.get(),    0, 0,         -1, -1, "(none)"              },
+        {named.get(),    1, -3,        1,  17, "hij"                 },
+        {named.get(),    1, -1,        2,  19, "j"                   },
+        {named.get(),    0, -1,        0,  -1, "(none)"              },
+        {named.get(),    0, 0,         -1, -1, "(none)"              },
+        {named.get(),    0, INT64_MAX, 1,  -1, "(none)"              },
         {standard.get(), 1, -3,        1,  17, "hij"                 },
         {standard.get(), 1, -1,        2,  19, "j"                   },
         {standard.get(), 0, 99,        0,  -1, "(none)"              },

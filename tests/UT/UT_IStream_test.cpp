@@ -211,6 +211,18 @@ TEST(UT_IStream, BinaryStringsComeWithTheirLength)
     }
 }
 
+TEST(UT_IStream, ReadsAStringByEitherType)
+{
+    UT_IStream stream("\"a b\"\3xyz", 9, UT_ISTREAM_ASCII);
+    UT_String text;
+    EXPECT_TRUE(stream.readString(text, /*binary=*/false));
+    EXPECT_EQ("a b", text);
+    EXPECT_TRUE(stream.readString(text, /*binary=*/true));
+    EXPECT_EQ("xyz", text);
+    EXPECT_FALSE(stream.isBinary() || stream.readString(text, false));
+    EXPECT_EQ("xyz", text);
+}
+
 TEST(UT_IStream, SkipsCommentsAndCountsTheirLines)
 {
     UT_IStream stream(
