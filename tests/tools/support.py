@@ -66,7 +66,6 @@ class Application:
         while True:
             client = self._server.accept()[0]
             if self._replies[:1] == [None]:
-                client.shutdown(socket.SHUT_WR)  # makes that a broken pipe
                 return reset(client)
             request = b""
             while not request.endswith(b"\0"):
