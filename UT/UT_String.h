@@ -171,6 +171,127 @@ public:
     int tokenizeInPlace(UT_WorkArgs &args, const char *separators);
     int tokenizeInPlace(char **argv, int max, const char *separators);
 
+    // ---- Matching: UT_StringMatch.cpp, UT_StringRange.cpp ------------------
+    //
+    // The pattern and range languages are in docs/patterns.md. Case is that of
+    // ASCII letters, whatever the locale. `caseSensitive` 0 ignores it.
+
+    /// Whether the whole text matches `pattern`, 1 or 0; 0 when either is null.
+    /// `*` stands for any run of bytes, `?` for one, `[abc]` for one of those
+    /// listed (a dash, `!` and `^` are listed like others), and a backslash
+    /// makes the next byte ordinary. At most O(length of text * of pattern).
+    ///
+    /// Deliberate: a backslash that ends the pattern matches a backslash and
+    /// whatever follows it, so `a\` matches "a\b".
+    int match(const char *pattern, int caseSensitive = 1) const;
+
+    /// Whether the text, "" for a null string, matches a list of patterns, 1 or
+    /// 0. The last alternative that matches decides: 1 for a plain one, 0 for
+    /// an exclusion, which starts with `^`. 0 when none matches.
+    ///
+    /// `separators` holds the bytes that divide the alternatives, of which
+    /// those from the 252nd on do not count; null divides nothing. A separator
+    /// always divides: neither a set nor a backslash protects it.
+    ///
+    /// `excluded` gets whether an exclusion matched behind all plain
+    /// alternatives that matched; null when not wanted. `index` gets the offset
+    /// in `pattern` of the alternative that matched last, -1 for none; null
+    /// when not wanted. Without it plain alternatives are not tried on a text
+    /// that matches already, and without `excluded` exclusions are tried on
+    /// such a text only. With it the second of two exclusions in a row is not
+    /// tried.
+    ///
+    /// One thread only, and so are the members below that match lists.
+    int multiMatch(
+        const char *pattern, int caseSensitive, const char *separators,
+        bool *excluded, int *index) const;
+
+    /// The same with one separator, NUL for none, and without the outputs.
+    int multiMatch(
+        const char *pattern, int caseSensitive = 1, char separator = ' ') const;
+
+    /// multiMatch() that records what the wildcards stand for. `singles` gets
+    /// the byte for each `?`, without a NUL, and `words` the text for each `*`,
+    /// which the caller frees with free(). Both have room for `maximum`, and
+    /// the rest is dropped. The counts are set, and words are there to free,
+    /// whether or not the text matches.
+    ///
+    /// Deliberate: what wildcards stood for in attempts that failed is recorded
+    /// too, in the order of the attempts. A `*` tries the shortest run first,
+    /// and only those before a place where the text up to the next wildcard
+    /// occurs.
+    int multiMatchRecord(
+        const char *pattern, int maximum, char *singles, int &singleCount,
+        char **words, int &wordCount, int caseSensitive,
+        const char *separators) const;
+
+    /// Whether `text` may be more than one plain name: it holds a blank or one
+    /// of `,?*[`. False for null.
+    static bool multiMatchCheck(const char *text);
+
+    /// Whether the last of `patterns` that matches, case-sensitively, is a
+    /// plain one; false when it starts with `^`, which is not part of its
+    /// pattern. `resultIfNone` when none matches.
+    bool matchPattern(const UT_WorkArgs &patterns, bool resultIfNone) const;
+
+    /// Whether the text matches `*`, then `text`, then `*`: wildcards in `text`
+    /// are wildcards. False when either is null.
+    bool contains(const char *text, int caseSensitive = 1) const;
+
+    /// Whether the text starts with `prefix`, which is neither null nor empty.
+    bool startsWith(const char *prefix) const;
+
+    /// Whether the text ends with `suffix`, which is neither null nor empty,
+    /// and is longer. Deliberate: "abc" does not end with "abc".
+    bool endsWith(const char *suffix) const;
+
+    /// Renames the text when it matches `fromPattern`, a list divided by
+    /// blanks and commas: to `toPattern`, in which each `*` and `?` becomes
+    /// what one of `fromPattern` stood for, as multiMatchRecord() records it,
+    /// up to 256 of each. They are taken in order, the last one again and again
+    /// when there are no more; `*(N)` and `?(N)` go on from number N, counted
+    /// from 0. A number that is too great stands for nothing.
+    ///
+    /// Returns 1, and the string owns its new text. Returns 0 and changes
+    /// nothing when the text does not match, a pattern is null, or a
+    /// parenthesis behind a wildcard is not closed.
+    int patternRename(const char *fromPattern, const char *toPattern);
+
+    /// Reads the text as a range, `[!]FIRST[-LAST][:[TAKE,]CYCLE]`, and calls
+    /// `emit` for each index that it selects, in order; -1 stands for the
+    /// minor index of a range without any. Returns 1; 0 when the range is
+    /// malformed, when `emit` returned 0, which ends the walk, and when
+    /// `maximum` is 0.
+    ///
+    /// Major indices are those below `maximum`, which is unbounded when it is
+    /// negative: a star is then 0 alone, and a range with a `!` selects from 0
+    /// alone. `offset` is added to the majors of the text; the range is
+    /// malformed when that makes one negative. The last major of a range that
+    /// goes past `maximum` is the last there is, and keeps the minor index
+    /// written for the one that is not.
+    ///
+    /// `minorCount` tells how many minor indices there are below a major one.
+    /// A range with minor indices is malformed when it is null.
+    ///
+    /// Both functions get `data`. Deliberate: when both ends are past `maximum`
+    /// nothing is selected, with or without a `!`. Takes no time for the majors
+    /// that a cycle leaves out, unless there are minor indices or a `!`.
+    int traversePattern(
+        int maximum, void *data, int (*emit)(int major, int minor, void *data),
+        unsigned (*minorCount)(int major, void *data), int offset) const;
+
+    /// Splits the text into words as parseInPlace() does and expands the
+    /// bracket groups of the first `maximum` of them: `a[1-2]b[xy]` becomes
+    /// a1bx, a1by, a2bx, a2by. A group that begins with a letter is a list of
+    /// letters, of which other bytes are no part; any other is a range of
+    /// majors without a maximum. A word with a group that selects nothing, or
+    /// is malformed, gives no names; one without a whole group is a name.
+    ///
+    /// Stores up to `maximum` names in `out` and returns their number; more are
+    /// dropped. The caller frees each with free(). The text becomes the
+    /// string's own and is cut up: it means nothing afterwards.
+    int expandArrays(char **out, int maximum);
+
     // ---- Quoting: UT_StringQuote.cpp ---------------------------------------
 
     /// The text between two `quote`s, with a backslash before each `quote` and

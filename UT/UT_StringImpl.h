@@ -5,6 +5,8 @@
 
 #include "SYS/SYS_Types.h"
 
+#include <climits>
+
 // What a text with blanks is put in quotes for; a carriage return does not
 // count.
 constexpr char theSpaceChars[] = " \t\n\v\f";
@@ -53,6 +55,17 @@ inline char
 utToLower(char c)
 {
     return utIsUpper(c) ? char(c + ('a' - 'A')) : c;
+}
+
+// The number that the digits at the front of a text make, 0 when there are
+// none; INT_MAX for all that are greater. Signs and blanks are no digits.
+inline int
+utLeadingNumber(const char *text, const char *end)
+{
+    int64 value = 0;
+    for (; text != end && utIsDigit(*text) && value < INT_MAX; ++text)
+        value = value * 10 + (*text - '0');
+    return value < INT_MAX ? int(value) : INT_MAX;
 }
 
 // As much of `text`, which may be null, as 64 bits hold, in such a way that

@@ -1,0 +1,704 @@
+// Patterns: matching one, matching a list of them, and renaming by what the
+// wildcards stood for.
+
+#include "UT_String.h"
+
+#include "SYS/SYS_Types.h"
+#include "UT_StringImpl.h"
+#include "UT_WorkArgs.h"
+#include "UT_WorkBuffer.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+namespace
+{
+// What the wildcards of a multi-pattern stood for, in the caller's arrays.
+class utPatternRecord
+{
+public:
+    utPatternRecord(int maximum, char *singles, char **words)
+        : myMaximum(maximum), mySingles(singles), mySingleCount(0),
+          myWords(words), myWordCount(0)
+    {
+    }
+
+    int singleCount() const { return mySingleCount; }
+    int wordCount() const { return myWordCount; }
+    int64 entries() const { return int64(mySingleCount) + myWordCount; }
+
+    void addSingle(char c)
+    {
+        if (mySingleCount < myMaximum)
+            mySingles[mySingleCount++] = c;
+    }
+
+    // Adds a heap copy of the first `length` - 1 bytes of a text that goes on
+    // behind them, or of all of it when `length` is negative.
+    void addWord(const char *text, int length)
+    {
+        if (myWordCount < myMaximum)
+            myWords[myWordCount++] =
+                length < 0 ? strdup(text) : copyOf(text, size_t(length));
+    }
+
+private:
+    static char *copyOf(const char *text, size_t length)
+    {
+        char *const copy = static_cast<char *>(malloc(length + 1));
+        memcpy(copy, text, length);
+        copy[length - 1] = '\0';
+        return copy;
+    }
+
+    int32 myMaximum; // capacity of both arrays
+    char *mySingles; // for each `?`, without a NUL
+    int32 mySingleCount;
+    char **myWords; // for each `*`; whoever owns the array frees them
+    int32 myWordCount;
+};
+
+static_assert(sizeof(void *) != 4 || sizeof(utPatternRecord) == 20);
+} // namespace
+
+// Set while multiMatchRecord() runs.
+static utPatternRecord *thePatternRecord;
+
+// The bytes that are special in a multi-pattern: the wildcard characters and,
+// behind them, the separators of the call that runs.
+static char symbols[256] = "\\*?[";
+static constexpr size_t theWildcardCount = 4;
+
+namespace
+{
+// How bytes compare: as they are ...
+struct ut_Exact
+{
+    static char fold(char c) { return c; }
+
+    // The bits in which a byte may differ from `c` and be the same.
+    static uint8 ignoredBits(char) { return 0; }
+};
+
+// ... or without regard to the case of ASCII letters.
+struct ut_Folded
+{
+    static char fold(char c) { return utToLower(c); }
+    static uint8 ignoredBits(char c) { return utIsLetter(c) ? 0x20 : 0; }
+};
+
+// Sixteen bytes of a text, or what became of them.
+using ut_Block = uint8 __attribute__((vector_size(16)));
+
+// Tells in which blocks a byte may be, one operation for all of a block.
+class ut_ByteFilter
+{
+public:
+    ut_ByteFilter(char c, uint8 ignoredBits)
+        : myIgnoredBits(ut_Block{} + ignoredBits),
+          myByte((ut_Block{} + uint8(c)) | myIgnoredBits)
+    {
+    }
+
+    // All bits of the bytes that are it.
+    ut_Block operator()(const char *block) const
+    {
+        ut_Block bytes;
+        memcpy(&bytes, block, sizeof(bytes));
+        return ut_Block((bytes | myIgnoredBits) == myByte);
+    }
+
+private:
+    ut_Block myIgnoredBits;
+    ut_Block myByte;
+};
+
+enum ut_Outcome
+{
+    UT_FAILS,
+    UT_MATCHES,
+    UT_AT_STAR
+};
+} // namespace
+
+template <class Compare>
+static bool
+utEqual(const char *a, const char *b, size_t length)
+{
+    for (size_t i = 0; i < length; ++i)
+        if (Compare::fold(a[i]) != Compare::fold(b[i]))
+            return false;
+    return true;
+}
+
+// Skips blocks of a text in which no run starts, by its first and last byte.
+// Returns where it may be, at the latest 16 bytes before the end.
+template <class Compare>
+static const char *
+utSkipBlocks(const char *begin, const char *end, const char *run, size_t length)
+{
+    const char *const last = run + length - 1;
+    const ut_ByteFilter isFirst(*run, Compare::ignoredBits(*run));
+    const ut_ByteFilter isLast(*last, Compare::ignoredBits(*last));
+    for (; size_t(end - begin) >= sizeof(ut_Block) + length;
+         begin += sizeof(ut_Block))
+    {
+        const ut_Block hits = isFirst(begin) & isLast(begin + length - 1);
+        uint64 halves[2];
+        memcpy(halves, &hits, sizeof(hits));
+        if (halves[0] | halves[1])
+            break;
+    }
+    return begin;
+}
+
+// The first `run` in the text from `begin` to `end`, or null. An empty one is
+// at once.
+template <class Compare>
+static const char *
+utFind(const char *begin, const char *end, const char *run, size_t length)
+{
+    if (size_t(end - begin) < length)
+        return nullptr;
+    if (utEqual<Compare>(begin, run, length))
+        return begin;
+    const char *looked = ++begin; // the blocks before it may hold one
+    for (; size_t(end - begin) >= length; ++begin)
+    {
+        if (begin >= looked && size_t(end - begin) >= sizeof(ut_Block) + length)
+        {
+            begin = utSkipBlocks<Compare>(begin, end, run, length);
+            looked = begin + sizeof(ut_Block);
+        }
+        if (utEqual<Compare>(begin, run, length))
+            return begin;
+    }
+    return nullptr;
+}
+
+static size_t
+utRunLength(const char *pattern)
+{
+    const char *end = pattern;
+    while (*end && *end != '*' && *end != '?' && *end != '[' && *end != '\\')
+        ++end;
+    return size_t(end - pattern);
+}
+
+static const char *
+utSkipStars(const char *pattern)
+{
+    while (*pattern == '*')
+        ++pattern;
+    return pattern;
+}
+
+// Matches all of a pattern that stands before its next star, and moves both
+// positions behind what matched: to the star, or to what fails. Calls
+// `onSingle` for what a `?` matches.
+template <class Compare, class OnSingle>
+static inline ut_Outcome
+utMatchUpToStar(const char *&pattern, const char *&subject, OnSingle onSingle)
+{
+    for (;; ++pattern, ++subject)
+    {
+        switch (*pattern)
+        {
+        case '\0':
+            return *subject ? UT_FAILS : UT_MATCHES;
+        case '*':
+            return UT_AT_STAR;
+        case '?':
+            if (!*subject)
+                return UT_FAILS;
+            onSingle(*subject);
+            break;
+        case '[':
+        {
+            // A dash, an exclamation mark and a circumflex are members like
+            // others. A set that is not closed never matches.
+            bool isMember = false;
+            const char *member = pattern + 1;
+            for (; *member && *member != ']'; ++member)
+                isMember |= Compare::fold(*member) == Compare::fold(*subject);
+            if (!isMember || !*member)
+                return UT_FAILS;
+            pattern = member;
+            break;
+        }
+        case '\\':
+            // Deliberate: a backslash at the end of the pattern matches one,
+            // whatever follows it in the subject.
+            if (!pattern[1])
+                return *subject == '\\' ? UT_MATCHES : UT_FAILS;
+            if (Compare::fold(pattern[1]) != Compare::fold(*subject))
+                return UT_FAILS;
+            ++pattern;
+            break;
+        default:
+            if (Compare::fold(*pattern) != Compare::fold(*subject))
+                return UT_FAILS;
+        }
+    }
+}
+
+namespace
+{
+// What stands between a star and the next, or the end of the pattern.
+struct ut_Segment
+{
+    size_t length = 0;    // bytes of the subject that it takes
+    bool isEnd = false;   // they have to be the last ones
+    const char *run = ""; // its longest run of ordinary bytes
+    size_t runLength = 0;
+    size_t runOffset = 0; // in these bytes
+};
+} // namespace
+
+static ut_Segment
+utReadSegment(const char *pattern)
+{
+    ut_Segment segment;
+    for (;; ++pattern, ++segment.length)
+    {
+        const size_t length = utRunLength(pattern);
+        if (length > 0 && length >= segment.runLength)
+        {
+            segment.run = pattern;
+            segment.runLength = length;
+            segment.runOffset = segment.length;
+        }
+        pattern += length;
+        segment.length += length;
+        if (*pattern == '*')
+            return segment;
+        if (*pattern == '[')
+            pattern += strcspn(pattern, "]");
+        if (!*pattern)
+        {
+            segment.isEnd = true;
+            return segment;
+        }
+        // A backslash at the end takes whatever follows.
+        if (*pattern == '\\' && !*++pattern)
+            return segment;
+    }
+}
+
+// Matches a segment as early as it can be, and moves both positions behind it.
+template <class Compare>
+static ut_Outcome
+utMatchSegment(
+    const ut_Segment &segment, const char *&pattern, const char *&subject,
+    const char *subjectEnd)
+{
+    if (size_t(subjectEnd - subject) < segment.length)
+        return UT_FAILS;
+    const auto onSingle = [](char) {};
+    const char *const start = pattern;
+    const char *const last = subjectEnd - segment.length;
+    const char *failed = start; // what did not match last, to look at first
+    size_t failedOffset = 0;
+    for (const char *at = subject; at <= last; ++at)
+    {
+        at = utFind<Compare>(
+            at + segment.runOffset,
+            last + segment.runOffset + segment.runLength, segment.run,
+            segment.runLength);
+        if (!at)
+            return UT_FAILS;
+        at -= segment.runOffset;
+        pattern = failed;
+        subject = at + failedOffset;
+        ut_Outcome outcome =
+            utMatchUpToStar<Compare>(pattern, subject, onSingle);
+        if (outcome != UT_FAILS && failed != start)
+        {
+            pattern = start;
+            subject = at;
+            outcome = utMatchUpToStar<Compare>(pattern, subject, onSingle);
+        }
+        if (outcome != UT_FAILS)
+            return outcome;
+        failed = pattern;
+        failedOffset = size_t(subject - at);
+    }
+    return UT_FAILS;
+}
+
+// The answer alone. What stands between two stars may as well match as early
+// as it can, so only the last star is ever tried again, and the time is at
+// most the product of the two lengths.
+template <class Compare>
+static bool
+utMatch(const char *pattern, const char *subject)
+{
+    const auto onSingle = [](char) {};
+    ut_Outcome outcome = utMatchUpToStar<Compare>(pattern, subject, onSingle);
+    const char *subjectEnd = nullptr;
+    while (outcome == UT_AT_STAR)
+    {
+        pattern = utSkipStars(pattern);
+        if (!*pattern)
+            return true;
+        if (!subjectEnd)
+            subjectEnd = subject + strlen(subject);
+        const ut_Segment segment = utReadSegment(pattern);
+        if (segment.isEnd && segment.length <= size_t(subjectEnd - subject))
+        {
+            subject = subjectEnd - segment.length;
+            outcome = utMatchUpToStar<Compare>(pattern, subject, onSingle);
+            break;
+        }
+        outcome =
+            utMatchSegment<Compare>(segment, pattern, subject, subjectEnd);
+    }
+    return outcome == UT_MATCHES;
+}
+
+static int
+strMatch(const char *subject, const char *pattern, int caseSensitive)
+{
+    if (!subject || !pattern)
+        return 0;
+    return caseSensitive ? utMatch<ut_Exact>(pattern, subject)
+                         : utMatch<ut_Folded>(pattern, subject);
+}
+
+// Where the run at the front of `pattern`, up to a byte of `reject`, first
+// occurs in a subject that ends at `subjectEnd`; null when it does not.
+template <class Compare>
+static const char *
+singleStrMatch(
+    const char *subject, const char *subjectEnd, const char *pattern,
+    const char *reject)
+{
+    return utFind<Compare>(
+        subject, subjectEnd, pattern, strcspn(pattern, reject));
+}
+
+namespace
+{
+// A star that the search has come to.
+struct ut_Star
+{
+    const char *rest;      // the pattern behind it
+    const char *start;     // the subject from where it stands
+    const char *candidate; // where in the subject to try the rest next
+    int64 recorded;        // entries in the record when it got there
+    const char *barren;    // from here on it fails and records nothing, or null
+};
+} // namespace
+
+template <class Compare>
+static const char *
+utNextCandidate(const ut_Star &star, const char *subjectEnd)
+{
+    if (star.barren && star.start >= star.barren)
+        return nullptr;
+    if (utRunLength(star.rest) == 0)
+        return star.candidate == subjectEnd ? nullptr : star.candidate;
+    return singleStrMatch<Compare>(
+        star.candidate, subjectEnd, star.rest, symbols);
+}
+
+// The whole search, which leaves a record of all that its wildcards stood for.
+//
+// Deliberate: what is recorded on the way to a failure stays, ahead of what
+// leads to success; callers count on the order.
+//
+// The search goes back to every star, not only the last, as long as that adds
+// to the record. A search from a star that failed and added nothing tells that
+// every search from the same star further on would: these are left out, so the
+// time is not exponential once the record is full.
+template <class Compare>
+static bool
+utMatchAndRecord(
+    const char *pattern, const char *subject, utPatternRecord &record)
+{
+    const char *const subjectEnd = subject + strlen(subject);
+    const auto onSingle = [&record](char c) { record.addSingle(c); };
+    std::vector<ut_Star> stars; // from the first of the pattern
+    size_t depth = 0;           // those that the search is behind
+    for (;;)
+    {
+        const ut_Outcome outcome =
+            utMatchUpToStar<Compare>(pattern, subject, onSingle);
+        if (outcome == UT_MATCHES)
+            return true;
+        if (outcome == UT_AT_STAR)
+        {
+            pattern = utSkipStars(pattern);
+            if (!*pattern)
+            {
+                record.addWord(subject, -1);
+                return true;
+            }
+            if (depth == stars.size())
+                stars.emplace_back();
+            ut_Star &star = stars[depth++];
+            star.rest = pattern;
+            star.start = star.candidate = subject;
+            star.recorded = record.entries();
+        }
+        // Go on from the last star that has somewhere left to try.
+        for (;; --depth)
+        {
+            if (depth == 0)
+                return false;
+            ut_Star &star = stars[depth - 1];
+            subject = utNextCandidate<Compare>(star, subjectEnd);
+            if (subject)
+            {
+                record.addWord(
+                    star.start, SYSnarrow<int>(subject - star.start) + 1);
+                pattern = star.rest;
+                star.candidate = subject + 1;
+                break;
+            }
+            if (star.recorded == record.entries())
+                if (!star.barren || star.start < star.barren)
+                    star.barren = star.start;
+        }
+    }
+}
+
+// Matches one alternative, which ends before the next separator.
+static int
+multiStrMatch(
+    const char *subject, const char *pattern, int caseSensitive,
+    const char *separators)
+{
+    UT_WorkBuffer alternative;
+    const size_t length = strcspn(pattern, separators);
+    if (pattern[length])
+    {
+        alternative.append(pattern, SYSnarrow<int>(length));
+        pattern = alternative.buffer();
+    }
+    if (!subject)
+        subject = "";
+    if (!thePatternRecord)
+        return strMatch(subject, pattern, caseSensitive);
+    utPatternRecord &record = *thePatternRecord;
+    return caseSensitive
+               ? utMatchAndRecord<ut_Exact>(pattern, subject, record)
+               : utMatchAndRecord<ut_Folded>(pattern, subject, record);
+}
+
+int
+UT_String::match(const char *pattern, int caseSensitive) const
+{
+    return strMatch(myData, pattern, caseSensitive);
+}
+
+// Fills the separators into the special characters, and returns them there.
+static const char *
+utSetSeparators(const char *separators)
+{
+    const size_t room = sizeof(symbols) - theWildcardCount - 1;
+    const size_t length = separators ? strnlen(separators, room) : 0;
+    char *const copy = symbols + theWildcardCount;
+    if (length)
+        memcpy(copy, separators, length);
+    copy[length] = '\0';
+    return copy;
+}
+
+int
+UT_String::multiMatch(
+    const char *pattern, int caseSensitive, const char *separators,
+    bool *excluded, int *index) const
+{
+    if (excluded)
+        *excluded = false;
+    if (index)
+        *index = -1;
+    if (!pattern)
+        return 0;
+    separators = utSetSeparators(separators);
+    bool matches = false;
+    const char *at = pattern + strspn(pattern, separators);
+    while (*at)
+    {
+        const bool isExclusion = *at == '^';
+        // What cannot change the result is tried for the outputs alone.
+        // Deliberate: with both, the first of two exclusions is reported and
+        // the last of two others.
+        const bool isTried = isExclusion ? matches || (excluded && !*excluded)
+                                         : !matches || index;
+        if (isTried &&
+            multiStrMatch(myData, at + isExclusion, caseSensitive, separators))
+        {
+            matches = !isExclusion;
+            if (excluded)
+                *excluded = isExclusion;
+            if (index)
+                *index = SYSnarrow<int>(at - pattern);
+        }
+        at += strcspn(at, separators);
+        at += strspn(at, separators);
+    }
+    return matches;
+}
+
+int
+UT_String::multiMatch(
+    const char *pattern, int caseSensitive, char separator) const
+{
+    const char separators[] = {separator, '\0'};
+    return multiMatch(pattern, caseSensitive, separators, nullptr, nullptr);
+}
+
+int
+UT_String::multiMatchRecord(
+    const char *pattern, int maximum, char *singles, int &singleCount,
+    char **words, int &wordCount, int caseSensitive,
+    const char *separators) const
+{
+    utPatternRecord record(maximum, singles, words);
+    thePatternRecord = &record;
+    const int matches =
+        multiMatch(pattern, caseSensitive, separators, nullptr, nullptr);
+    thePatternRecord = nullptr;
+    singleCount = record.singleCount();
+    wordCount = record.wordCount();
+    return matches;
+}
+
+bool
+UT_String::multiMatchCheck(const char *text)
+{
+    return text && strpbrk(text, " ,?*[");
+}
+
+bool
+UT_String::matchPattern(const UT_WorkArgs &patterns, bool resultIfNone) const
+{
+    for (int i = patterns.getArgc(); i-- > 0;)
+    {
+        const char *const pattern = patterns(i);
+        const bool isExclusion = pattern && *pattern == '^';
+        if (match(pattern + isExclusion, /*caseSensitive=*/1))
+            return !isExclusion;
+    }
+    return resultIfNone;
+}
+
+bool
+UT_String::contains(const char *text, int caseSensitive) const
+{
+    if (!text)
+        return false;
+    UT_WorkBuffer pattern;
+    pattern.append('*');
+    pattern.append(text);
+    pattern.append('*');
+    return match(pattern.buffer(), caseSensitive) != 0;
+}
+
+bool
+UT_String::startsWith(const char *prefix) const
+{
+    if (!myData || !*myData || !prefix || !*prefix)
+        return false;
+    return strncmp(myData, prefix, strlen(prefix)) == 0;
+}
+
+bool
+UT_String::endsWith(const char *suffix) const
+{
+    if (!myData || !suffix || !*suffix)
+        return false;
+    const size_t length = strlen(myData);
+    const size_t suffixLength = strlen(suffix);
+    // Deliberate: a string never ends with itself.
+    if (suffixLength >= length)
+        return false;
+    return strcmp(myData + length - suffixLength, suffix) == 0;
+}
+
+namespace
+{
+// What the wildcards of the pattern stood for when a name is changed.
+struct ut_Captures
+{
+    static constexpr int theMaximum = 256;
+
+    ~ut_Captures()
+    {
+        for (int i = 0; i < wordCount; ++i)
+            free(words[i]);
+    }
+
+    char singles[theMaximum];
+    int singleCount = 0;
+    char *words[theMaximum];
+    int wordCount = 0;
+};
+} // namespace
+
+// Reads the "(N)" that may stand at `at` into `index`, and moves behind it.
+// Returns false when it is not closed.
+static bool
+utReadIndex(const char *&at, int &index)
+{
+    if (*at != '(')
+        return true;
+    const char *const close = strchr(at, ')');
+    if (!close)
+        return false;
+    index = utLeadingNumber(at + 1, close);
+    at = close + 1;
+    return true;
+}
+
+// Puts captures in the place of the wildcards of `pattern`. Returns false
+// when it is malformed.
+static bool
+utRewrite(const char *pattern, const ut_Captures &captures, UT_WorkBuffer &out)
+{
+    int star = 0;
+    int single = 0;
+    while (*pattern)
+    {
+        const char c = *pattern++;
+        if (c != '*' && c != '?')
+        {
+            out.append(c);
+            continue;
+        }
+        int &index = c == '*' ? star : single;
+        const int count = c == '*' ? captures.wordCount : captures.singleCount;
+        if (!utReadIndex(pattern, index))
+            return false;
+        if (index >= count)
+            continue;
+        if (c == '*')
+            out.append(captures.words[index]);
+        else
+            out.append(captures.singles[index]);
+        // Deliberate: wildcards that are left over repeat the last capture.
+        index = std::min(index + 1, count - 1);
+    }
+    return true;
+}
+
+int
+UT_String::patternRename(const char *fromPattern, const char *toPattern)
+{
+    if (!toPattern)
+        return 0;
+    ut_Captures captures;
+    if (!multiMatchRecord(
+            fromPattern, ut_Captures::theMaximum, captures.singles,
+            captures.singleCount, captures.words, captures.wordCount,
+            /*caseSensitive=*/1, ", "))
+        return 0;
+    UT_WorkBuffer name;
+    if (!utRewrite(toPattern, captures, name))
+        return 0;
+    harden(name.buffer());
+    return 1;
+}
