@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <iostream>
-
 #include <sys/stat.h>
 
 TEST(UT_TempFile, FilesKeepWhatIsWrittenAndGo)
@@ -16,8 +14,6 @@ TEST(UT_TempFile, FilesKeepWhatIsWrittenAndGo)
     named.reset();
     EXPECT_TRUE(stat(path, &status) != 0 && !UT_TempFile("a/b").isValid());
     FILE *const file = UTtmpFile();
-    EXPECT_TRUE(fputs("12", file) > 0 && fseek(file, 1, SEEK_SET) == 0);
-    EXPECT_TRUE(fgetc(file) == '2' && fclose(file) == 0);
-    const auto stream = UTtmpStream();
-    EXPECT_TRUE(*stream << "12" && stream->seekg(1) && stream->get() == '2');
+    EXPECT_TRUE(fputs("1", file) > 0 && fseek(file, 0, SEEK_SET) == 0);
+    EXPECT_TRUE(fgetc(file) == '1' && fclose(file) == 0);
 }
