@@ -10,8 +10,8 @@
 TEST(UT_Performance, ReportsEventsWithTheirParts)
 {
     UT_Performance &monitor = UT_Performance::makeMonitor();
-    monitor.logMessage("early", 1, 1.0, 0);
     monitor.setRecordErrors(true);
+    UTaddError("early", 1, "");
     monitor.setRecording(true);
     monitor.logMessage("draw\nall", 4, 0.5, 1);
     monitor.logMessage("load", 1, 0.25, 0);
