@@ -7,7 +7,6 @@
 #include "UT/UT_WorkBuffer.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <functional>
@@ -28,13 +27,12 @@ public:
 
     int read(char *buf, int n) override
     {
-        const int count = advance(size_t(n));
-        memcpy(buf, myText.data() + myAt - count, size_t(count));
-        return count;
+        const size_t from = myAt;
+        return int(myText.copy(buf, size_t(advance(size_t(n))), from));
     }
     int streamPeek() override
     {
-        return endOfBuffer() ? -1 : int8(myText[myAt]);
+        return myAt < myText.size() ? int8(myText[myAt]) : -1;
     }
     const char *loadBuffer(int &start, int &end) override
     {
@@ -43,26 +41,20 @@ public:
         return end ? myText.data() + myAt - end : nullptr;
     }
     int64 tellPos() const override { return int64(myAt); }
-    bool seekPos(int64 offset, int whence) override
+    bool seekPos(int64 offset, int) override
     {
-        const bool isValid =
-            whence == 0 && offset >= 0 && size_t(offset) <= myText.size();
-        myAt = isValid ? size_t(offset) : myAt;
-        return isValid;
+        return (myAt = size_t(offset)) <= myText.size();
     }
     bool endOfBuffer() const override { return myAt == myText.size(); }
 
 private:
     int advance(size_t n)
     {
-        const size_t left = std::min(myText.size(), myFailAt) - myAt;
-        if (left == 0 && myAt == myFailAt)
-        {
-            errno = EIO;
-            setError(nullptr);
-        }
-        n = std::min(n, left);
+        n = std::min(n, std::min(myText.size(), myFailAt) - myAt);
         myAt += n;
+        errno = EIO;
+        if (n == 0 && myAt == myFailAt)
+            setError(nullptr);
         return int(n);
     }
 
@@ -73,22 +65,16 @@ private:
     unsigned mySeed = 0;
 };
 
-// `text` as a zlib (15) or gzip (31) stream, or raw deflate data (-15).
+// `text` as a zlib stream.
 inline std::string
-utDeflated(const std::string &text, int windowBits)
+utDeflated(const std::string &text)
 {
-    z_stream stream = {};
-    deflateInit2(&stream, 6, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
-    std::string out(deflateBound(&stream, uLong(text.size())), '\0');
-    std::string in(text);
-    stream.next_in = reinterpret_cast<Bytef *>(in.data());
-    stream.avail_in = uInt(in.size());
-    stream.next_out = reinterpret_cast<Bytef *>(out.data());
-    stream.avail_out = uInt(out.size());
-    deflate(&stream, Z_FINISH);
-    out.resize(stream.total_out);
-    deflateEnd(&stream);
-    return out;
+    uLongf size = compressBound(uLong(text.size()));
+    std::string out(size, '\0');
+    compress(
+        reinterpret_cast<Bytef *>(out.data()), &size,
+        reinterpret_cast<const Bytef *>(text.data()), uLong(text.size()));
+    return out.substr(0, size);
 }
 
 struct ut_ScanModel
@@ -100,34 +86,27 @@ struct ut_ScanModel
     int peek() const { return at < text.size() ? uint8(text[at]) : -1; }
     bool is(const char *bytes) const
     {
-        return peek() > 0 && strchr(bytes, peek());
-    }
-    void skipDigits()
-    {
-        while (is("0123456789"))
-            ++at;
+        return text.find_first_of(bytes, at) == at;
     }
     bool skipSpace()
     {
-        while (at < text.size() && isspace(peek()))
-            ++at;
+        at = std::min(text.find_first_not_of(" \t\n\v\f\r", at), text.size());
         return at < text.size();
     }
     bool line(std::string &out, char delimiter)
     {
-        const bool isLine = at < text.size();
-        while (at < text.size() && text[at++] != delimiter)
-            out += text[at - 1];
+        out = text.substr(at, text.find(delimiter, at) - at);
+        at = std::min(at + out.size() + 1, text.size());
         if (delimiter == '\n' && !out.empty() && out.back() == '\r')
             out.pop_back();
-        return isLine;
+        return true;
     }
     bool word(std::string &out)
     {
-        const bool isWord = skipSpace();
-        while (at < text.size() && !isspace(peek()))
-            out += text[at++];
-        return isWord;
+        skipSpace();
+        out = text.substr(at, text.find_first_of(" \t\n\v\f\r", at) - at);
+        at += out.size();
+        return !out.empty();
     }
     bool number(std::string &out)
     {
@@ -137,15 +116,16 @@ struct ut_ScanModel
         if (!is("0123456789.+-"))
             return word(out);
         const size_t from = at++;
-        skipDigits();
-        for (const char *mark : {".", "eE"})
-            if (is(mark))
-            {
-                isFloat = true;
+        for (const char *mark : {"", ".", "eE"})
+        {
+            if (*mark && !is(mark))
+                continue;
+            isFloat = isFloat || *mark;
+            at += *mark != 0;
+            at += *mark == 'e' && is("+-");
+            while (is("0123456789"))
                 ++at;
-                at += *mark == 'e' && is("+-");
-                skipDigits();
-            }
+        }
         out = text.substr(from, at - from);
         return true;
     }
@@ -154,15 +134,12 @@ struct ut_ScanModel
         if (!skipSpace() || peek() >= 128)
             return at < text.size() && (++at, false);
         const bool isQuoted = peek() == '"';
-        if (text.compare(at, 2, "\\\"") == 0)
-            ++at;
-        if (isQuoted)
-            ++at;
-        else
+        at += isQuoted || text.compare(at, 2, "\\\"") == 0;
+        if (!isQuoted)
             out += text[at++];
         for (; at < text.size(); ++at)
         {
-            if (isQuoted ? peek() == '"' : isspace(peek()))
+            if (isQuoted ? peek() == '"' : is(" \t\n\v\f\r"))
                 return at += isQuoted, true;
             const char next = at + 1 < text.size() ? text[at + 1] : '\0';
             if (peek() == '\\' && (next == '"' || next == '\\'))
@@ -181,92 +158,59 @@ utScanMismatch(
     const std::function<unsigned()> &next)
 {
     ut_ScanModel model{text};
-    for (;;)
+    while (model.at < text.size())
     {
         const unsigned choice = next() % 256;
-        const unsigned operation = choice % 10;
+        const unsigned operation = choice % 9;
+        const bool isLocked = choice >= 240;
+        const size_t from = model.at;
+        std::string expected;
+        bool isFloat = model.isFloat;
         UT_WorkBuffer out;
         out.append("old");
-        const bool isLocked = choice >= 240;
         if (isLocked)
             out.lock(0, 0);
-        std::string expected;
-        const size_t from = model.at;
-        int result = 0;
-        int modelled = 0;
-        if (operation == 0)
-        {
-            result = buffer.getLine(out);
-            modelled = model.line(expected, '\n');
-        }
-        else if (operation == 1)
-        {
-            result = buffer.getLine(out, 0x80);
-            modelled = model.line(expected, '\x80');
-        }
-        else if (operation == 2)
-        {
-            result = buffer.skipLine();
-            modelled = model.line(expected, '\n');
-        }
-        else if (operation == 3)
-        {
-            result = buffer.skipLeadingWhitespace();
-            modelled = model.skipSpace();
-        }
-        else if (operation == 4)
-        {
-            result = buffer.getWord(out);
-            modelled = model.word(expected);
-        }
-        else if (operation == 5 || operation == 6)
-        {
-            bool isFloat = true;
-            result = buffer.getNumber(out, isFloat);
-            modelled = model.number(expected);
-            if (isFloat != model.isFloat)
-                return "isFloat at " + std::to_string(from);
-        }
-        else if (operation == 7)
-        {
-            result = buffer.getString(out);
-            modelled = model.string(expected);
-        }
-        else if (operation == 8)
+        const char delimiter = operation == 1 ? '\x80' : '\n';
+        int modelled = operation < 3    ? model.line(expected, delimiter)
+                       : operation == 3 ? model.skipSpace()
+                       : operation == 4 ? model.word(expected)
+                       : operation == 5 ? model.number(expected)
+                       : operation == 6 ? model.string(expected)
+                                        : int8(model.peek());
+        int result = operation < 2    ? buffer.getLine(out, delimiter)
+                     : operation == 2 ? buffer.skipLine()
+                     : operation == 3 ? buffer.skipLeadingWhitespace()
+                     : operation == 4 ? buffer.getWord(out)
+                     : operation == 5 ? buffer.getNumber(out, isFloat)
+                     : operation == 6 ? buffer.getString(out)
+                                      : buffer.peekc();
+        if (operation == 7)
+            model.at += size_t(buffer.getc() == modelled);
+        if (operation == 8)
         {
             char bytes[64];
             result = buffer.bread(bytes, int(choice) / 4);
-            expected = text.substr(from, choice / 4);
-            modelled = int(expected.size());
-            model.at += expected.size();
-            out.clear();
-            out.append(bytes, result);
+            modelled = int(text.substr(from, choice / 4).size());
+            model.at += size_t(modelled);
+            if (text.compare(from, choice / 4, bytes, size_t(result)) != 0)
+                return "bread";
             // Finding nothing more may be an error, which only this takes back.
             if (buffer.hasError() && !buffer.seekg(int64(model.at), 0))
                 return "seekg";
         }
-        else
-        {
-            modelled = int8(model.peek());
-            result = buffer.peekc();
-            if (result == modelled && (result = buffer.getc()) == modelled)
-                model.at += model.at < text.size();
-        }
-        if (operation == 2 || operation == 3 || operation == 9 || isLocked)
+        if (isLocked || operation == 2 || operation == 3 || operation > 6)
             expected = "old";
-        const std::string got(out.buffer(), size_t(out.length()));
         if (result != modelled || buffer.tellg() != int64(model.at) ||
-            (got != expected && !(isLocked && operation == 8)))
-            return "operation " + std::to_string(choice) + " at " +
-                   std::to_string(from) + ": " + got;
-        if (model.at == text.size())
-            break;
+            expected.compare(
+                0, expected.npos, out.buffer(), size_t(out.length())) ||
+            isFloat != model.isFloat)
+            return std::to_string(choice) + " at " + std::to_string(from);
     }
     // All is read; what can seek back shows it whole.
     UT_WorkBuffer all;
-    if (!buffer.getAll(all) || all.length() != 0 || !buffer.seekg(0, 0) ||
-        !buffer.getAll(all) ||
-        std::string(all.buffer(), size_t(all.length())) != text)
-        return "getAll: " + std::string(all.buffer());
+    const bool isRead = buffer.seekg(0, 0) && buffer.getAll(all);
+    if (!isRead ||
+        text.compare(0, text.npos, all.buffer(), size_t(all.length())))
+        return "getAll";
     return "";
 }
