@@ -516,7 +516,8 @@ public:
     // Indices and lengths count bytes. A null string is like an empty one, a
     // null argument like "". Arguments may be parts of this string's own text.
     // What changes nothing leaves the text where it is, borrowed or owned; a
-    // changed text is owned. Each call takes O(length), however often a text
+    // changed text is owned; a text whose length would be no int is not made,
+    // and nothing changes. Each call takes O(length), however often a text
     // occurs or nearly does.
 
     /// Index of the first `text`, or byte, at `from` or behind it; -1 when
@@ -544,7 +545,8 @@ public:
 
     /// Puts `text` in the place of `length` bytes from `start` on; of all that
     /// follow when `length` is negative or too large. Returns false, and
-    /// changes nothing, when `start` is negative or lies behind the NUL.
+    /// changes nothing, when `start` is negative or lies behind the NUL, or the
+    /// text would be too long.
     bool replace(int start, int length, const char *text);
 
     /// The same for the ends of what replace() does. A text that grows by many

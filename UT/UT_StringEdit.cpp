@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <climits>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -129,8 +130,11 @@ UT_String::substitute(const char *text, const char *replacement, bool all)
     if (!found)
         return 0;
     // The old block stays until the end: the arguments may lie in it.
-    const size_t size = strlen(myData) + 1 - size_t(found) * oldLength +
-                        size_t(found) * newLength;
+    const uint64 wanted = uint64(strlen(myData)) + 1 +
+                          uint64(found) * newLength - uint64(found) * oldLength;
+    if (wanted > INT_MAX)
+        return 0;
+    const size_t size = size_t(wanted);
     char *const block = static_cast<char *>(malloc(size));
     char *write = block;
     const char *read = myData;
@@ -165,6 +169,8 @@ UT_String::replace(int start, int length, const char *text)
         return true;
     // The old block stays until the end: the text may lie in it.
     const size_t behind = oldLength - before - gone;
+    if (uint64(before) + come + behind >= INT_MAX)
+        return false;
     char *const block = static_cast<char *>(malloc(before + come + behind + 1));
     memcpy(block, old, before);
     memcpy(block + before, text, come);

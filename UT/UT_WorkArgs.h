@@ -31,7 +31,7 @@ public:
     UT_WorkArgs &operator=(const UT_WorkArgs &source);
 
     /// Vectors on the heap come from malloc(); null when there is no memory.
-    /// Construct one in place with `::new`.
+    /// To construct one in place takes the global placement new.
     static void *operator new(size_t size) noexcept;
     static void operator delete(void *block);
 

@@ -46,5 +46,10 @@ if(VALDRIN_SANITIZE)
     if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # Clang's sanitizer runtime lives in the program, not in libraries.
         set(VALDRIN_NO_UNDEFINED "")
+        # The typed arrays hand their comparators to the untyped ones, which
+        # call them with untyped pointers.
+        if(VALDRIN_SANITIZE MATCHES "undefined")
+            add_compile_options(-fno-sanitize=function)
+        endif()
     endif()
 endif()

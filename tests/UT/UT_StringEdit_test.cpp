@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
 {
     static const struct
@@ -33,4 +35,14 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
             EXPECT_STREQ(row.edited, string);
             EXPECT_TRUE(before == string.buffer() || row.result > 0);
         }
+}
+
+// In 32 bits the length would be that of a short text again.
+TEST(UT_StringEdit, WhatCannotBeMeasuredIsNotMade)
+{
+    const std::string many(1 << 17, 'a');
+    const std::string wide(1 << 15, 'b');
+    UT_String string(many.c_str());
+    EXPECT_EQ(0, string.substitute("a", wide.c_str()));
+    EXPECT_EQ(many.c_str(), string.buffer());
 }
