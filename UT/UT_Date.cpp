@@ -2,6 +2,7 @@
 
 #include "SYS/SYS_Types.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -49,16 +50,16 @@ public:
         for (; length > 0 && *text; --length)
             put(*text++);
     }
-    void putTwoDigits(int value)
+    void putTwoDigits(int64 value)
     {
-        if (unsigned(value) < 100 && myLimit - myEnd >= 2)
+        if (uint64(value) < 100 && myLimit - myEnd >= 2)
         {
             myEnd[0] = char('0' + value / 10);
             myEnd[1] = char('0' + value % 10);
             myEnd += 2;
         }
         else
-            putFormatted("%02d", value);
+            putFormatted("%02lld", static_cast<long long>(value));
     }
     // The most frequent time of day.
     void putClock(const tm &t)
@@ -185,9 +186,9 @@ utFindConversion(char letter)
             { out.putTwoDigits(t.tm_hour % 12 == 0 ? 12 : t.tm_hour % 12); };
             // Deliberate: two digits where strftime() has three.
             at('j') = [](ut_DateText &out, const tm &t)
-            { out.putTwoDigits(t.tm_yday + 1); };
+            { out.putTwoDigits(int64(t.tm_yday) + 1); };
             at('m') = [](ut_DateText &out, const tm &t)
-            { out.putTwoDigits(t.tm_mon + 1); };
+            { out.putTwoDigits(int64(t.tm_mon) + 1); };
             at('M') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_min); };
             at('n') = [](ut_DateText &out, const tm &) { out.put('\n'); };
@@ -275,18 +276,15 @@ UT_Date::dprintf(char *buffer, const char *format, const tm *t)
 static const tm *
 utLocalTime(long time, tm &result)
 {
-    // The variable as this thread saw it last. One that is too long to be kept
-    // is new each time.
-    thread_local char theZone[64];
-    thread_local size_t theSize = size_t(-1); // with the NUL; 0 when unset
-    const char *zone = getenv("TZ");
-    const size_t size = zone ? strlen(zone) + 1 : 0;
-    if (size != theSize || (zone && memcmp(zone, theZone, size) != 0))
+    // The C library compares the variable with the zone in force, so that is
+    // quick; but without the variable it asks for the file. Then once is
+    // enough, until somebody here has applied a variable.
+    static std::atomic<bool> theDefaultIsApplied(false);
+    const bool isDefault = !getenv("TZ");
+    if (!isDefault || !theDefaultIsApplied.load(std::memory_order_relaxed))
     {
         tzset();
-        theSize = size <= sizeof theZone ? size : size_t(-1);
-        if (zone && size <= sizeof theZone)
-            memcpy(theZone, zone, size);
+        theDefaultIsApplied.store(isDefault, std::memory_order_relaxed);
     }
     const time_t seconds = time;
     return localtime_r(&seconds, &result);

@@ -43,8 +43,9 @@ public:
 
     /// Writes the local time of `time`, in seconds since 1970, as
     /// localtime() has it; nothing when the year does not fit in an int. A
-    /// change of the variable `TZ` is seen, a change of the system's default
-    /// zone after the next tzset().
+    /// change of the variable `TZ` is seen; a change of the system's default
+    /// zone is seen after the next tzset(), and so is the end of a `TZ` that
+    /// only others have had applied.
     static std::ostream &
     dprintf(std::ostream &os, const char *format, long time);
 

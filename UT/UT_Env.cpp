@@ -74,7 +74,6 @@ utMoveToBlock(int32 capacity)
     theSeen = slots + stride;
     theOwned = slots + 2 * stride;
     theCapacity = capacity;
-    utInstall(theEnvironment);
 }
 
 // The first bytes of a name, with an "=" at its end: names compare as their
@@ -190,6 +189,7 @@ initializeEnvironment()
     std::copy_n(theEnvironment, theSize, theSeen);
     std::copy_n(theEnvironment, theSize, theOwned);
     utIndexNames();
+    utInstall(theEnvironment);
 }
 
 // Others have been at the slots: the table follows them. Entries of theirs
@@ -345,15 +345,24 @@ utInsert(char *entry)
             theEnvironment, theEnvironment + theSize, entry, utIsBefore) -
         theEnvironment);
     if (theSize == theCapacity)
+    {
         utMoveToBlock(2 * theCapacity + 4);
+        utInstall(theEnvironment);
+    }
     std::copy_backward(
         theKeys + index, theKeys + theSize, theKeys + theSize + 1);
     for (char **slots : {theEnvironment, theSeen, theOwned})
         std::copy_backward(slots + index, slots + theSize, slots + theSize + 1);
     utPut(index, entry);
     ++theSize;
-    theIsPlain = theIsPlain && utIsPlain(entry);
     utCountName(*entry, 1);
+    const bool isRepeated =
+        (index > 0 && utHaveSameName(theSeen[index - 1], entry)) ||
+        (index + 1 < theSize && utHaveSameName(theSeen[index + 1], entry));
+    theIsPlain = theIsPlain && utIsPlain(entry) && !isRepeated;
+    // Replacing one of several entries of a name may have left them unsorted.
+    if (!theIsPlain)
+        utAdoptSlots();
 }
 
 static void

@@ -11,12 +11,15 @@
 // getenv() and child processes see each change at once. It comes into being at
 // the first call. What other code does to the environment meanwhile, with
 // setenv(), unsetenv(), putenv(), clearenv() or in the array itself, the next
-// call notices and takes over. Only where others cut the array off in its
-// middle, ValdrinGetenv() may find what lies behind until another call.
+// call notices and takes over. Two things it cannot see at once: where others
+// cut the array off in its middle, ValdrinGetenv() may find what lies behind
+// until another call; and a putenv() text whose owner writes another name into
+// it is found by the old place until something else changes.
 //
-// One thread only. Other threads may call getenv(), as far as the C library
-// lets them while the environment changes: an array that they may be reading
-// is never freed.
+// One thread only. Other threads may call getenv() as far as the C library lets
+// them while the environment changes: an array that they may be reading is
+// never freed and never without its variables, but the text of a variable that
+// is replaced or removed is freed at once.
 
 extern "C"
 {

@@ -56,8 +56,12 @@ UTisAbsolutePath(const char *path)
         if (!*path)
             return false;
         for (int i = prefixes.entries() - 1; i >= 0; --i)
-            if (utBeginsWith(path, prefixes(i)))
+        {
+            // The list is everybody's: it may hold what was never added here.
+            const char *const prefix = prefixes(i);
+            if (prefix && *prefix && utBeginsWith(path, prefix))
                 return true;
+        }
         if (utBeginsWith(path, theNodePrefix))
             return true;
         if (!utBeginsWith(path, theFilePrefix))

@@ -6,6 +6,8 @@
 #include "UT_VariableScan.h"
 #include "UT_WorkBuffer.h"
 
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -31,16 +33,44 @@ static const struct
 };
 static_assert(std::size(thePaths) == UT_PATH_COUNT);
 
+// The file that this library was loaded from, malloc'ed; null when nobody
+// knows. The system has its full path; what the loader was told may be relative
+// to a directory that the program has left.
+static char *
+utFindLibraryFile()
+{
+    const uintptr_t here = uintptr_t(&thePaths);
+    char *path = nullptr;
+    if (FILE *const maps = fopen("/proc/self/maps", "re"))
+    {
+        UT_WorkBuffer line;
+        while (!path && line.getline(maps))
+        {
+            unsigned long begin = 0;
+            unsigned long end = 0;
+            if (sscanf(line.buffer(), "%lx-%lx", &begin, &end) != 2 ||
+                here < begin || here >= end)
+                continue;
+            // Of what has no file, and of what is deleted, there is no path.
+            if (const char *const file = strchr(line.buffer(), '/'))
+                path = realpath(file, nullptr);
+            break;
+        }
+        fclose(maps);
+    }
+    Dl_info library;
+    if (!path && dladdr(static_cast<const void *>(&thePaths), &library))
+        path = realpath(library.dli_fname, nullptr);
+    return path;
+}
+
 // Where the toolkit's own data lies, "" when that is nowhere. A build tree and
 // an installation have it at the same place: some folders above the library
 // (how many depends on what the system calls its library folder).
 static UT_String
 utFindDataDirectory()
 {
-    Dl_info library;
-    if (!dladdr(static_cast<const void *>(&theInstances), &library))
-        return UT_String("");
-    char *const path = realpath(library.dli_fname, nullptr);
+    char *const path = utFindLibraryFile();
     if (!path)
         return UT_String("");
     UT_WorkBuffer directory;
@@ -253,6 +283,8 @@ UT_PathSearch::condense(const char *path, UT_String &result)
         if (rest == path + length && rest[-1] != '/')
             continue;
         if (shortest && strlen(rest) >= strlen(shortest))
+            continue;
+        if (UTfullPathSpecified(rest))
             continue;
         UT_String found;
         struct stat status;

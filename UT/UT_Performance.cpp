@@ -107,6 +107,9 @@ UT_Performance::records() const
 void
 UT_Performance::setRecording(bool on)
 {
+    // Nobody else may end the events of the thread that made it.
+    if (!pthread_equal(myThread, pthread_self()))
+        return;
     while (!on && myOpen != myRoot)
         endEvent(myOpen->number);
     myFrameStart = 0;

@@ -57,6 +57,7 @@ public:
     void report(UT_WorkBuffer &out) const;
 
     /// Switches recording on or off. Off ends the open events and the frame.
+    /// Does nothing in another thread than the one that made the monitor.
     void setRecording(bool on);
 
     /// Chooses whether errors are recorded; off at first.

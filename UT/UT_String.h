@@ -250,11 +250,12 @@ public:
     /// what one of `fromPattern` stood for, as multiMatchRecord() records it,
     /// up to 256 of each. They are taken in order, the last one again and again
     /// when there are no more; `*(N)` and `?(N)` go on from number N, counted
-    /// from 0. A number that is too great stands for nothing.
+    /// from 0: the leading digits, 0 when there are none. A number that is too
+    /// great stands for nothing.
     ///
     /// Returns 1, and the string owns its new text. Returns 0 and changes
-    /// nothing when the text does not match, a pattern is null, or a
-    /// parenthesis behind a wildcard is not closed.
+    /// nothing when the text does not match, a pattern is null, a parenthesis
+    /// behind a wildcard is not closed, or the name's length would be no int.
     int patternRename(const char *fromPattern, const char *toPattern);
 
     /// Reads the text as a range, `[!]FIRST[-LAST][:[TAKE,]CYCLE]`, and calls
@@ -293,6 +294,9 @@ public:
     int expandArrays(char **out, int maximum);
 
     // ---- Quoting: UT_StringQuote.cpp ---------------------------------------
+    //
+    // A quoted text whose length would be no int is not made: the result is
+    // "", and protectString() leaves the text as it is.
 
     /// The text between two `quote`s, with a backslash before each `quote` and
     /// backslash in it. Owned; a null string is like "". What stands between
@@ -373,9 +377,8 @@ public:
     /// - `t`: what is behind the last slash. False when there is none.
     /// - `r`: what is before the last dot, when that is behind the last slash.
     /// - `e`: what is behind that dot. Deliberate: always true.
-    /// - `s/old/new/`: substitute(), with `all` of every `old`. The texts end
-    /// at
-    ///   a colon too, and the last slash may be missing.
+    /// - `s/old/new/`: substitute(), with `all` of every `old`. A colon ends
+    ///   the texts too, and the last slash may be missing.
     /// - `u`, `l`: the first letter of the other case changes, with `all` every
     ///   one. Deliberate: with `all`, `u` is always true and `l` always false.
     /// - Everything else changes nothing and is false.

@@ -120,7 +120,7 @@ public:
     void resize(int count);
 
     /// Sorts in one of the four orders. The order of equal elements is open.
-    /// O(n log n). Allocates 16 bytes for each element meanwhile.
+    /// O(n log n). Allocates up to 16 bytes for each element meanwhile.
     void sort(bool forward, bool numbered);
 
     /// Sorts by a comparator, which gets the addresses of two pointers.

@@ -26,7 +26,7 @@ utFind(const char *begin, const char *text, size_t length)
 {
     if (length <= 32)
         return length ? strstr(begin, text) : nullptr;
-    for (size_t window = 8 * length;; window *= 2)
+    for (size_t window = std::max(length, 8 * length);; window *= 2)
     {
         const size_t used = strnlen(begin, window);
         const void *const found = memmem(begin, used, text, length);
@@ -129,6 +129,8 @@ UT_String::substitute(const char *text, const char *replacement, bool all)
     }
     if (!found)
         return 0;
+    if (oldLength == newLength && memcmp(text, replacement, oldLength) == 0)
+        return found;
     // The old block stays until the end: the arguments may lie in it.
     const uint64 wanted = uint64(strlen(myData)) + 1 +
                           uint64(found) * newLength - uint64(found) * oldLength;

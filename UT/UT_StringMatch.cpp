@@ -9,6 +9,7 @@
 #include "UT_WorkBuffer.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <vector>
 
@@ -595,7 +596,9 @@ UT_String::contains(const char *text, int caseSensitive) const
     pattern.append('*');
     pattern.append(text);
     pattern.append('*');
-    return match(pattern.buffer(), caseSensitive) != 0;
+    // A text that the buffer has no room for is in no other.
+    return size_t(pattern.length()) == strlen(text) + 2 &&
+           match(pattern.buffer(), caseSensitive) != 0;
 }
 
 bool
@@ -655,7 +658,7 @@ utReadIndex(const char *&at, int &index)
 }
 
 // Puts captures in the place of the wildcards of `pattern`. Returns false
-// when it is malformed.
+// when it is malformed, or the name too long.
 static bool
 utRewrite(const char *pattern, const ut_Captures &captures, UT_WorkBuffer &out)
 {
@@ -676,7 +679,12 @@ utRewrite(const char *pattern, const ut_Captures &captures, UT_WorkBuffer &out)
         if (index >= count)
             continue;
         if (c == '*')
-            out.append(captures.words[index]);
+        {
+            const char *const word = captures.words[index];
+            if (strlen(word) >= size_t(INT_MAX - 1 - out.length()))
+                return false;
+            out.append(word);
+        }
         else
             out.append(captures.singles[index]);
         // Deliberate: wildcards that are left over repeat the last capture.

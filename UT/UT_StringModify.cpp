@@ -4,6 +4,8 @@
 
 #include "SYS/SYS_Types.h"
 
+#include <climits>
+
 #include <cassert>
 
 bool
@@ -68,6 +70,9 @@ utModifyWords(UT_String &string, const char *modifier, bool all)
             ++end;
         word.harden(read, SYSnarrow<int>(end - read));
         result |= word.applyNextModifier(modifier, all);
+        // Too long to be put together: nothing changes.
+        if (strlen(word) >= size_t(INT_MAX - 2 - words.length()))
+            return false;
         words.append(word);
         if (*end)
             words.append(' ');

@@ -3,6 +3,8 @@
 
 #include "SYS/SYS_Types.h"
 
+#include <climits>
+
 using ut_Escaped = const char (&)[3]; // two characters
 
 static UT_String
@@ -13,6 +15,8 @@ utQuoted(const char *text, char quote, ut_Escaped escaped)
     size_t size = 2;
     for (const char *c = text; *c; ++c)
         size += 1 + size_t(isEscaped(*c));
+    if (size >= INT_MAX)
+        return UT_String("", /*deep=*/1, 0);
     UT_String quoted("", /*deep=*/1, SYSnarrow<int>(size));
     char *write = quoted.buffer();
     *write++ = quote;
@@ -52,7 +56,8 @@ UT_String::protectString()
     if (*myData == '"' && myData[strlen(myData) - 1] == '"')
         return;
     UT_String quoted = utQuoted(myData, '"', theProtectedChars);
-    swap(quoted);
+    if (*quoted.buffer())
+        swap(quoted);
 }
 
 bool

@@ -156,6 +156,8 @@ public:
     template <class Emit>
     bool eachMinor(int major, int count, Emit emit)
     {
+        if (hasMinors() && count < 1)
+            return true;
         const int begin = hasMinors() ? 0 : -1;
         const int end = hasMinors() ? count - 1 : -1;
         int low = begin; // the minors in the range, where it has some

@@ -96,19 +96,32 @@ utAppendPadded(UT_WorkBuffer &out, const char *value, int width)
     out.append(value);
 }
 
+// Whether s/old/new/, the last part of the modifier, could make the value
+// longer than is good for it.
+static bool
+utMayExplode(const UT_String &value, const char *modifier)
+{
+    constexpr size_t theLongestValue = 1 << 20;
+    const char *const slash = strchr(modifier, '/');
+    if (!slash)
+        return false;
+    const size_t oldLength = strcspn(slash + 1, "/");
+    const char *const second = slash + 1 + oldLength;
+    const size_t newLength = *second ? strcspn(second + 1, "/") : 0;
+    return newLength > oldLength && oldLength > 0 &&
+           size_t(value.length()) / oldLength > theLongestValue / newLength;
+}
+
 // One after the other: each substitution can multiply the length of the value,
 // and a line of them would ask for gigabytes.
 static void
 utApplyModifiers(UT_String &value, const char *modifiers, const char *end)
 {
-    constexpr size_t theLongestValue = 1 << 20;
     while (modifiers != end)
     {
         const char *const next = std::find(modifiers + 1, end, ':');
-        const size_t length = size_t(next - modifiers);
-        const UT_String modifier(modifiers, /*deep=*/1, int(length));
-        if (!strchr(modifier, '/') ||
-            size_t(value.length()) <= theLongestValue / length)
+        const UT_String modifier(modifiers, /*deep=*/1, int(next - modifiers));
+        if (!utMayExplode(value, modifier))
             value.applyModifiers(modifier);
         modifiers = next;
     }
