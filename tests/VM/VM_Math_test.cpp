@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <vector>
 
@@ -12,8 +12,8 @@ static std::vector<float>
 utValues(unsigned count, float scale)
 {
     const float infinity = std::numeric_limits<float>::infinity();
-    const float specials[] = {0.0f,  -0.0f,   infinity, -infinity,    1e-42f,
-                              1e38f, -1e-42f, 3.0f,     std::nanf("")};
+    const float specials[] = {infinity, 0.0f,    -0.0f, -infinity,    1e-42f,
+                              1e38f,    -1e-42f, 3.0f,  std::nanf("")};
     std::vector<float> values(count);
     for (unsigned i = 0; i < count; ++i)
         values[i] = i % 5 ? scale * (float(i) - 40.3f)
@@ -21,99 +21,79 @@ utValues(unsigned count, float scale)
     return values;
 }
 
-using ut_Operation = std::function<void(
-    float *, const float *, const float *, const float *, unsigned)>;
-using ut_Scalar = std::function<float(float, float, float)>;
+static const auto theA = utValues(103, 1);
+static const auto theB = utValues(103, 2);
+static const auto theC = utValues(103, 7);
 
-static const struct
+// What an operation reads beside the first array: other ones, or values.
+static float
+utElement(const float *operand, unsigned i)
 {
-    const char *name;
-    ut_Operation array;
-    ut_Scalar one;
-} theOperations[] = {
-    {"add",
-     [](float *r, const float *a, const float *b, const float *,  unsigned n)
-     { VM_Math::add(r, a, b, n); },
-     [](float a, float b, float) { return a + b; }                             },
-    {"add a value",
-     [](float *r, const float *a, const float *,  const float *,  unsigned n)
-     { VM_Math::add(r, a, 0.3f, n); },
-     [](float a, float,   float) { return a + 0.3f; }                          },
-    {"subtract",
-     [](float *r, const float *a, const float *b, const float *,  unsigned n)
-     { VM_Math::subtract(r, a, b, n); },
-     [](float a, float b, float) { return a - b; }                             },
-    {"multiply",
-     [](float *r, const float *a, const float *b, const float *,  unsigned n)
-     { VM_Math::multiply(r, a, b, n); },
-     [](float a, float b, float) { return a * b; }                             },
-    {"multiply by a value",
-     [](float *r, const float *a, const float *,  const float *,  unsigned n)
-     { VM_Math::multiply(r, a, 0.3f, n); },
-     [](float a, float,   float) { return a * 0.3f; }                          },
-    {"divide",
-     [](float *r, const float *a, const float *b, const float *,  unsigned n)
-     { VM_Math::divide(r, a, b, n); },
-     [](float a, float b, float) { return a / b; }                             },
-    {"multiplyAdd",
-     [](float *r, const float *a, const float *b, const float *c, unsigned n)
-     { VM_Math::multiplyAdd(r, a, b, c, n); },
-     [](float a, float b, float c)
-     {
-         volatile float product = a * b; // rounded
-         return product + c;
-     }                                                },
-    {"multiplyAdd with a value",
-     [](float *r, const float *a, const float *,  const float *c, unsigned n)
-     { VM_Math::multiplyAdd(r, a, 0.3f, c, n); },
-     [](float a, float,   float c)
-     {
-         volatile float product = a * 0.3f;
-         return product + c;
-     }                                                  },
-    {"min",
-     [](float *r, const float *a, const float *b, const float *,  unsigned n)
-     { VM_Math::min(r, a, b, n); },
-     [](float a, float b, float) { return a < b ? a : b; }                     },
-    {"max",
-     [](float *r, const float *a, const float *b, const float *,  unsigned n)
-     { VM_Math::max(r, a, b, n); },
-     [](float a, float b, float) { return a > b ? a : b; }                     },
-    {"clamp",
-     [](float *r, const float *a, const float *,  const float *,  unsigned n)
-     { VM_Math::clamp(r, a, -5, 7, n); },
-     [](float a, float,   float) { return !(a > -5) ? -5
-                                        : a < 7   ? a
-                                                  : 7; }},
-    {"squareRoot",
-     [](float *r, const float *a, const float *,  const float *,  unsigned n)
-     { VM_Math::squareRoot(r, a, n); },
-     [](float a, float,   float) { return std::sqrt(a); }                      },
-};
+    return operand[i];
+}
+
+static float
+utElement(float operand, unsigned)
+{
+    return operand;
+}
+
+// Compares an operation in place with what `one` makes of each element.
+template <class Operation, class One, class... Operands>
+static void
+utCheck(const char *name, Operation operation, One one, Operands... operands)
+{
+    for (const bool simd : {false, true})
+        for (const unsigned count : {0u, 1u, 3u, 4u, 5u, 103u})
+        {
+            VM_Math::theSIMD = simd;
+            std::vector<float> result(&theA[0], &theA[0] + count);
+            operation(result.data(), result.data(), operands..., count);
+            for (unsigned i = 0; i < count; ++i)
+            {
+                const float x = one(theA[i], utElement(operands, i)...);
+                EXPECT_TRUE(
+                    std::isnan(x) ? std::isnan(result[i])
+                                  : !memcmp(&x, &result[i], sizeof x))
+                    << name << i << ' ' << x << ' ' << result[i];
+            }
+        }
+}
 
 TEST(VM_Math, BothWaysGiveTheSame)
 {
-    for (const bool simd : {false, true})
-        for (const auto &row : theOperations)
-            for (const unsigned count : {0u, 1u, 3u, 4u, 5u, 103u})
-            {
-                VM_Math::theSIMD = simd;
-                const auto a = utValues(count, 1);
-                const auto b = utValues(count, 2);
-                const auto c = utValues(count, 7);
-                auto result = a;
-                row.array(
-                    result.data(), result.data(), b.data(), c.data(), count);
-                for (unsigned i = 0; i < count; ++i)
-                {
-                    const float one = row.one(a[i], b[i], c[i]);
-                    if (std::isnan(one))
-                        EXPECT_TRUE(std::isnan(result[i])) << row.name << i;
-                    else
-                        EXPECT_EQ(0, memcmp(&one, &result[i], sizeof one))
-                            << row.name << i << ' ' << one << ' ' << result[i];
-                }
-            }
+    const float *const b = theB.data(), *const c = theC.data();
+    const auto add = [](auto... operands) { VM_Math::add(operands...); };
+    const auto sum = [](float x, float y) { return x + y; };
+    utCheck("add", add, sum, b);
+    utCheck("add a value", add, sum, 0.3f);
+    const auto multiply = [](auto... operands)
+    { VM_Math::multiply(operands...); };
+    const auto product = [](float x, float y) { return x * y; };
+    utCheck("multiply", multiply, product, b);
+    utCheck("multiply by a value", multiply, product, 0.3f);
+    const auto multiplyAdd = [](auto... operands)
+    { VM_Math::multiplyAdd(operands...); };
+    const auto productAndSum = [](float x, float y, float z)
+    {
+        volatile float rounded = x * y;
+        return rounded + z;
+    };
+    utCheck("multiplyAdd", multiplyAdd, productAndSum, b, c);
+    utCheck("multiplyAdd with a value", multiplyAdd, productAndSum, 0.3f, c);
+    const auto difference = [](float x, float y) { return x - y; };
+    utCheck("subtract", VM_Math::subtract, difference, b);
+    const auto quotient = [](float x, float y) { return x / y; };
+    utCheck("divide", VM_Math::divide, quotient, b);
+    const auto smaller = [](float x, float y) { return x < y ? x : y; };
+    utCheck("min", VM_Math::min, smaller, b);
+    const auto larger = [](float x, float y) { return x > y ? x : y; };
+    utCheck("max", VM_Math::max, larger, b);
+    const auto clamped = [](float x, float low, float high)
+    { return x > low ? std::min(x, high) : low; };
+    utCheck("clamp", VM_Math::clamp, clamped, -5.0f, 7.0f);
+    const auto root = [](float x) { return std::sqrt(x); };
+    utCheck("squareRoot", VM_Math::squareRoot, root);
 }
 
 TEST(VM_Math, DotIsTheSameBothWays)
