@@ -129,37 +129,36 @@ utCheckSources(
     EXPECT_EQ(expected, sources);
 }
 
-// Calls `sort` for records at an odd address. Behind the key they carry their
-// number, its two bytes in turns.
-template <class Key, class Sort>
-static void
-utCheckRecords(
-    const std::vector<Key> &keys, size_t recordSize, bool isStable,
-    const Sort &sort)
+// Calls `move` for records at an odd address. Behind the key they carry their
+// number, its two bytes in turns. Returns the numbers of the records, which
+// must still be whole, as they lie then.
+template <class Key, class Move>
+static std::vector<int>
+utMoveRecords(
+    const std::vector<Key> &keys, unsigned recordSize, const Move &move)
 {
-    const size_t n = keys.size();
-    std::vector<char> records(1 + n * recordSize);
-    for (size_t i = 0; i < n; i++)
+    std::string records("-");
+    for (size_t i = 0; i < keys.size(); i++)
     {
-        char *const record = &records[1 + i * recordSize];
-        memcpy(record, &keys[i], sizeof(Key));
-        for (size_t at = sizeof(Key); at < recordSize; at++)
-            record[at] = char(i >> at % 2 * 8);
+        char key[sizeof(Key)];
+        memcpy(key, &keys[i], sizeof key);
+        records.append(key, sizeof key);
+        for (size_t at = sizeof key; at < recordSize; at++)
+            records += char(i >> at % 2 * 8);
     }
-    const std::vector<char> unsorted = records;
-    sort(&records[0] + 1);
+    const std::string unmoved = records;
+    move(&records[1], recordSize);
 
     std::vector<int> sources;
-    for (size_t i = 0; i < n; i++)
+    for (size_t at = 1; at < records.size(); at += recordSize)
     {
-        const char *const record = &records[1 + i * recordSize];
-        const size_t source = size_t(uint8_t(record[4]) | record[5] << 8);
-        ASSERT_LT(source, n) << recordSize;
-        const char *const old = &unsorted[1 + source * recordSize];
-        ASSERT_EQ(0, memcmp(old, record, recordSize)) << recordSize;
-        sources.push_back(int(source));
+        const int source = uint8(records[at + 4]) | uint8(records[at + 5]) << 8;
+        const size_t from = 1 + unsigned(source) * recordSize;
+        EXPECT_EQ(0, unmoved.compare(from, recordSize, records, at, recordSize))
+            << recordSize;
+        sources.push_back(source);
     }
-    utCheckSources(keys, sources, isStable);
+    return sources;
 }
 
 template <class Key>
@@ -185,14 +184,14 @@ utCheckSorts(void (*insertionSort)(Key *, unsigned, int *))
         {
             const bool isStable = keys.size() < 20;
             UT_QuickSort sorter;
-            std::vector<Key> expected = keys, sorted = keys;
+            std::vector<Key> expected = keys, sorted;
             std::sort(expected.begin(), expected.end());
-            EXPECT_EQ(&sorter, &utSortKeys(sorter, sorted, /*makeIndex=*/0));
-            EXPECT_EQ(expected, sorted);
-
-            sorted = keys;
-            utSortKeys(sorter, sorted, /*makeIndex=*/1);
-            EXPECT_EQ(expected, sorted);
+            for (int makeIndex : {0, 1})
+            {
+                sorted = keys;
+                EXPECT_EQ(&sorter, &utSortKeys(sorter, sorted, makeIndex));
+                EXPECT_EQ(expected, sorted);
+            }
             const UT_IntArray &index = sorter.index();
             utCheckSources(
                 keys, {index.data(), index.data() + index.entries()}, isStable);
@@ -204,14 +203,10 @@ utCheckSorts(void (*insertionSort)(Key *, unsigned, int *))
             EXPECT_EQ(expected, sorted);
             utCheckSources(keys, numbers, /*isStable=*/true);
 
-            for (size_t size : {6u, 8u, 13u, 37u, 300u})
-                utCheckRecords(
-                    keys, size, isStable,
-                    [&](char *records) {
-                        sorter.sort(
-                            records, unsigned(size), unsigned(keys.size()),
-                            type);
-                    });
+            const auto sort = [&](char *records, unsigned size)
+            { sorter.sort(records, size, unsigned(keys.size()), type); };
+            for (const unsigned size : {6u, 8u, 13u, 37u, 300u})
+                utCheckSources(keys, utMoveRecords(keys, size, sort), isStable);
         });
 }
 
@@ -236,20 +231,18 @@ TEST(UT_QuickSort, IndexBelongsToTheLastSortThatMadeOne)
 
 TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
 {
+    const auto hasLessBits = [](const float &a, const float &b)
+    { return memcmp(&a, &b, sizeof a) < 0; };
     for (size_t oneIn : {1u, 2u, 9u})
     {
         std::vector<float> keys = utMakeKeys<float>(/*pattern=*/0, 5000);
         for (size_t i = 0; i < keys.size(); i += oneIn)
             keys[i] = std::numeric_limits<float>::quiet_NaN();
-        std::vector<unsigned> bits[2];
-        for (auto &side : bits)
-        {
-            side.resize(keys.size());
-            memcpy(&side[0], &keys[0], keys.size() * sizeof(float));
-            std::sort(side.begin(), side.end());
-            UT_QuickSort().sort(&keys[0], 5000, /*makeIndex=*/0);
-        }
-        EXPECT_EQ(bits[0], bits[1]) << oneIn;
+        std::vector<float> sorted = keys;
+        UT_QuickSort().sort(&sorted[0], 5000, /*makeIndex=*/0);
+        for (auto *side : {&keys, &sorted})
+            std::sort(side->begin(), side->end(), hasLessBits);
+        EXPECT_EQ(0, memcmp(&keys[0], &sorted[0], 5000 * sizeof(float)));
     }
 }
 
@@ -277,16 +270,15 @@ TEST(UT_QuickSort, SmallStacksSufficeForLongInputs)
     pthread_attr_destroy(&attributes);
 }
 
-// Checks that `selected` are `keys`, in order about position `k` if there is
-// such a position.
+// Sorting either side of position `k`, where there is one, sorts all.
 static void
 utCheckSelection(std::vector<int> keys, std::vector<int> selected, unsigned k)
 {
-    for (size_t i = 0; i < keys.size() && k < keys.size(); i++)
-        ASSERT_TRUE(
-            i < k ? selected[i] <= selected[k] : selected[i] >= selected[k]);
+    const auto middle = selected.begin() + int(k);
+    std::sort(selected.begin(), middle);
+    if (k < keys.size())
+        std::sort(middle + 1, selected.end());
     std::sort(keys.begin(), keys.end());
-    std::sort(selected.begin(), selected.end());
     EXPECT_EQ(keys, selected);
 }
 
@@ -296,29 +288,18 @@ TEST(UTquickSelect, PutsOneElementInItsPlace)
         [](const std::vector<int> &keys)
         {
             const unsigned n = unsigned(keys.size());
-            for (unsigned k : {0u, n / 3, n - 1, n})
+            for (unsigned k : {0u, n / 3, std::max(n, 1u) - 1, n})
             {
                 std::vector<int> data = keys;
                 UTquickSelect(data.data(), n, k, utCompareValues);
                 utCheckSelection(keys, data, k);
-
-                // Elements end in the lowest byte of their keys.
-                for (size_t size : {5u, 9u, 40u, 1300u})
+                const auto select = [=](char *elements, unsigned size)
+                { UTquickSelect(elements, n, k, size, utCompareElements); };
+                for (const unsigned size : {6u, 9u, 40u, 1300u})
                 {
-                    std::vector<char> elements(n * size);
-                    for (size_t i = 0; i < n; i++)
-                    {
-                        elements[i * size + size - 1] = char(keys[i]);
-                        memcpy(&elements[i * size], &keys[i], sizeof(int));
-                    }
-                    UTquickSelect(
-                        elements.data(), n, k, unsigned(size),
-                        utCompareElements);
-                    for (size_t i = 0; i < n; i++)
-                    {
-                        memcpy(&data[i], &elements[i * size], sizeof(int));
-                        ASSERT_EQ(char(data[i]), elements[i * size + size - 1]);
-                    }
+                    data = utMoveRecords(keys, size, select);
+                    for (int &source : data)
+                        source = keys.at(size_t(source));
                     utCheckSelection(keys, data, k);
                 }
             }
