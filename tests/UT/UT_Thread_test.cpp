@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -37,33 +38,28 @@ utCount(void *counter)
 
 TEST(UT_Thread, HandsJobsOverInOrder)
 {
-    for (const int spinMode :
-         {UT_Thread::SPIN_NEVER, UT_Thread::SPIN_SLEEP, UT_Thread::SPIN_BUSY})
+    static const struct
     {
-        // Plain: the hand-over orders the accesses.
-        int counter = 0;
-        UT_PThread thread(spinMode);
-        const int jobs = spinMode == UT_Thread::SPIN_SLEEP ? 100000 : 300;
-        for (int i = 0; i < jobs; ++i)
-            ASSERT_TRUE(thread.startThread(utCount, &counter));
-        thread.waitForState(UT_Thread::IDLE);
-        EXPECT_EQ(jobs, counter);
-        EXPECT_EQ(spinMode != UT_Thread::SPIN_NEVER, thread.isValid());
-    }
-}
-
-TEST(UT_Thread, BeginsAndEndsManyTimes)
-{
-    int counter = 0;
-    for (int i = 0; i < 10000; ++i)
-    {
-        UT_PThread thread(UT_Thread::SPIN_SLEEP);
-        thread.startThread(utCount, &counter);
-        thread.waitForState(UT_Thread::IDLE);
-        const int state = i % 3 ? 0 : thread.killIdle();
-        ASSERT_EQ(0, state);
-    }
-    EXPECT_EQ(10000, counter);
+        int spinMode, workers, jobs; // of each worker
+    } theRows[] = {
+        {UT_Thread::SPIN_NEVER, 1,     300   },
+        {UT_Thread::SPIN_SLEEP, 1,     100000},
+        {UT_Thread::SPIN_SLEEP, 10000, 1     },
+        {UT_Thread::SPIN_BUSY,  1,     300   },
+    };
+    for (const auto &row : theRows)
+        for (int worker = 0; worker < row.workers; ++worker)
+        {
+            int counter = 0; // plain: the hand-over orders the accesses
+            UT_PThread thread(row.spinMode);
+            for (int i = 0; i < row.jobs; ++i)
+                ASSERT_TRUE(thread.startThread(utCount, &counter));
+            thread.waitForState(UT_Thread::IDLE);
+            ASSERT_EQ(row.jobs, counter);
+            ASSERT_EQ(row.spinMode != UT_Thread::SPIN_NEVER, thread.isValid());
+            const int state = worker % 3 ? 0 : thread.killIdle();
+            ASSERT_EQ(0, state);
+        }
 }
 
 // A job that goes on until it is let go, or for ever.
@@ -99,11 +95,8 @@ struct ut_Gate
     static void *sleepForEver(void *self)
     {
         auto &gate = *static_cast<ut_Gate *>(self);
-        struct Leaving
-        {
-            ut_Gate &gate;
-            ~Leaving() { gate.wasLeft = true; }
-        } leaving{gate};
+        const std::unique_ptr<bool, void (*)(bool *)> leaving(
+            &gate.wasLeft, [](bool *wasLeft) { *wasLeft = true; });
         gate.set(gate.isIn);
         for (;;)
             pause();
@@ -151,45 +144,41 @@ TEST(UT_Thread, AKilledJobUnwinds)
 
 TEST(UT_Thread, WorkersBlockAllSignals)
 {
-    sigset_t before;
-    pthread_sigmask(SIG_SETMASK, nullptr, &before);
-    sigset_t mask;
-    sigemptyset(&mask);
+    const auto getMask = [](void *mask) -> void *
+    {
+        pthread_sigmask(SIG_SETMASK, nullptr, static_cast<sigset_t *>(mask));
+        return nullptr;
+    };
+    sigset_t before, inside, after;
+    getMask(&before);
     UT_Thread::configureMaxThreads(7, 1 << 20);
-    UT_Thread *const thread = UT_Thread::allocThread(UT_Thread::SPIN_NEVER);
-    thread->startThread(
-        [](void *set) -> void *
-        {
-            pthread_sigmask(SIG_SETMASK, nullptr, static_cast<sigset_t *>(set));
-            return nullptr;
-        },
-        &mask);
+    const std::unique_ptr<UT_Thread> thread(
+        UT_Thread::allocThread(UT_Thread::SPIN_NEVER));
+    thread->startThread(getMask, &inside);
     thread->waitForState(UT_Thread::IDLE);
+    getMask(&after);
     for (const int signal : {SIGINT, SIGSEGV, SIGTERM, SIGCHLD})
-        EXPECT_TRUE(sigismember(&mask, signal)) << signal;
-    delete thread;
-    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-    EXPECT_EQ(sigismember(&before, SIGINT), sigismember(&mask, SIGINT));
+    {
+        EXPECT_TRUE(sigismember(&inside, signal)) << signal;
+        EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal));
+    }
     EXPECT_TRUE(pthread_equal(pthread_self(), UT_Thread::getMainThreadId()));
 }
 
 TEST(UT_Thread, EveryThreadHasItsIndex)
 {
     EXPECT_EQ(0, UT_Thread::getMySequentialThreadIndex());
-    std::mutex mutex;
-    std::vector<int> indices;
+    std::vector<int> indices(8);
     std::vector<std::thread> threads;
     std::atomic<int> running(0);
-    for (int i = 0; i < 8; ++i)
+    for (int &index : indices)
         threads.emplace_back(
             [&]
             {
-                const int index = UT_Thread::getMySequentialThreadIndex();
+                index = UT_Thread::getMySequentialThreadIndex();
                 for (++running; running < 8;)
                     std::this_thread::yield();
                 EXPECT_EQ(index, UT_Thread::getMySequentialThreadIndex());
-                const std::lock_guard<std::mutex> lock(mutex);
-                indices.push_back(index);
             });
     for (auto &thread : threads)
         thread.join();
@@ -200,36 +189,29 @@ TEST(UT_Thread, EveryThreadHasItsIndex)
 
 TEST(UT_ThreadSet, TheLastWorkerGetsTheFirstDatum)
 {
-    struct Datum
-    {
-        pthread_t id;
-    };
-    UT_ThreadSet set(3);
+    UT_ThreadSet set(3), single(1, 1);
     set.go(); // nothing yet
-    Datum data[3] = {};
-    set.myJobData = data;
-    set.myStride = sizeof *data;
-    set.myFunction = [](void *datum) -> void *
+    pthread_t ids[3] = {};
+    set.myJobData = single.myJobData = ids;
+    set.myStride = sizeof *ids;
+    set.myFunction = single.myFunction = [](void *id) -> void *
     {
-        static_cast<Datum *>(datum)->id = pthread_self();
+        *static_cast<pthread_t *>(id) = pthread_self();
         return nullptr;
     };
     set.go();
     EXPECT_EQ(0, set.wait(1));
     EXPECT_EQ(1, set.wait(0)); // they stay
     set.reuse(UT_Thread::SPIN_NEVER);
-    const pthread_t first = data[0].id;
-    set.getThread(2)->startThread(set.myFunction, &data[1]);
-    set.getThread(2)->waitThread(1);
-    EXPECT_TRUE(pthread_equal(first, data[1].id));
+    UT_Thread *const last = set.getThread(2);
+    last->startThread(set.myFunction, &ids[1]);
+    last->waitThread(1);
+    EXPECT_TRUE(pthread_equal(ids[0], ids[1]));
     EXPECT_EQ(nullptr, set.getThread(3));
     EXPECT_EQ(nullptr, set.getThread(-1));
 
-    UT_ThreadSet single(1, 1);
-    single.myFunction = set.myFunction;
-    single.myJobData = data;
     single.go();
-    EXPECT_TRUE(pthread_equal(pthread_self(), data[0].id));
+    EXPECT_TRUE(pthread_equal(pthread_self(), ids[0]));
     EXPECT_EQ(UT_Thread::getNumProcessors(), UT_ThreadSet().entries());
 }
 
