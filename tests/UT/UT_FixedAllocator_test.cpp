@@ -3,143 +3,115 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-TEST(UT_FixedAllocator, SizesRoundUpToMultiplesOfEight)
+static std::vector<char *>
+utTake(UT_FixedAllocator &pool, size_t count)
 {
-    const unsigned theSizes[] = {8, 8, 8, 16, 16, 24};
-    size_t i = 0;
-    for (unsigned size : {0u, 1u, 8u, 9u, 16u, 17u})
-        EXPECT_EQ(theSizes[i++], UT_FixedAllocator(size, true, 4).objectSize());
-}
-
-TEST(UT_FixedAllocator, BlocksOverlapNothingWhilePagesComeAndGo)
-{
-    const unsigned size = 20;
-    const unsigned stride = 24 + sizeof(void *);
-    for (int perPage : {1, 2, 4, 7})
-    {
-        UT_FixedAllocator pool(size, true, perPage);
-        std::vector<char *> live; // filled with their first byte
-        std::mt19937 random(7);
-        for (int step = 0; step < 20000; ++step)
-        {
-            SCOPED_TRACE(testing::Message() << perPage << " at " << step);
-            // Waves of growth and decline.
-            if (live.empty() || random() % 100 < (step / 500 % 2 ? 35 : 65))
-            {
-                live.push_back(static_cast<char *>(pool.allocate()));
-                ASSERT_EQ(0u, uintptr_t(live.back()) % sizeof(void *));
-                memset(live.back(), step, size);
-            }
-            else
-            {
-                std::swap(live[random() % live.size()], live.back());
-                for (unsigned i = 0; i < size; ++i)
-                    ASSERT_EQ(*live.back(), live.back()[i]);
-                pool.deallocate(live.back());
-                live.pop_back();
-            }
-            unsigned used, total;
-            pool.getMemoryUsage(used, total);
-            const unsigned pages =
-                pool.pageSlots() - unsigned(pool.freedSlots());
-            ASSERT_EQ(
-                (pages * unsigned(perPage) - live.size()) * stride,
-                total - used);
-        }
-        for (char *block : live)
-            pool.deallocate(block);
-        EXPECT_EQ(1, int(pool.pageSlots()) - pool.freedSlots());
-    }
+    std::vector<char *> blocks(count);
+    for (char *&block : blocks)
+        block = static_cast<char *>(pool.allocate());
+    return blocks;
 }
 
 TEST(UT_FixedAllocator, ReclaimsPagesButForOne)
 {
-    UT_FixedAllocator pool(8, true, 2);
-    const auto expectSlots = [](const UT_FixedAllocator &p, const char *slots)
-    {
-        EXPECT_EQ(
-            slots, std::to_string(p.pageSlots()) + " slots, " +
-                       std::to_string(p.freedSlots()) + " freed, " +
-                       std::to_string(p.emptyPage()) + " empty");
+    using Slots = std::vector<int>; // all, the freed ones, the empty page's
+    const auto slots = [](const UT_FixedAllocator &p) {
+        return Slots{int(p.pageSlots()), p.freedSlots(), p.emptyPage()};
     };
-    char *blocks[6];
-    for (char *&block : blocks)
-        block = static_cast<char *>(pool.allocate());
-    EXPECT_EQ(blocks[0] + 8 + sizeof(void *), blocks[1]);
-    const char *const theSlots[] = {
-        "3 slots, 0 freed, 0 empty", "3 slots, 1 freed, 1 empty",
-        "3 slots, 2 freed, 2 empty"};
-    for (size_t i = 0; i < 6; ++i)
+    const auto unused = [](const UT_FixedAllocator &p)
     {
-        pool.deallocate(blocks[i]);
-        if (i % 2)
-            expectSlots(pool, theSlots[i / 2]);
+        unsigned used, total;
+        p.getMemoryUsage(used, total);
+        return total - used;
+    };
+    EXPECT_EQ(8u, UT_FixedAllocator(0, true, 2).objectSize());
+    const unsigned stride = 8 + sizeof(void *);
+    UT_FixedAllocator pool(8, true, 2);
+    const std::vector<char *> blocks = utTake(pool, 6);
+    EXPECT_EQ(blocks[0] + stride, blocks[1]);
+    for (int page : {0, 1, 2})
+    {
+        pool.deallocate(blocks[size_t(page) * 2]);
+        EXPECT_EQ(page ? 3 * stride : stride, unused(pool));
+        pool.deallocate(blocks[size_t(page) * 2 + 1]);
+        EXPECT_EQ((Slots{3, page, page}), slots(pool));
     }
-    for (size_t i : {5u, 4u}) // the last one back is the first one out
-        EXPECT_EQ(blocks[i], pool.allocate());
-    expectSlots(pool, "3 slots, 2 freed, -1 empty");
+    // The last one back is the first one out.
+    EXPECT_EQ((std::vector<char *>{blocks[5], blocks[4]}), utTake(pool, 2));
+    EXPECT_EQ((Slots{3, 2, -1}), slots(pool));
     pool.deallocate(pool.allocate());
-    expectSlots(pool, "3 slots, 1 freed, 1 empty"); // the greatest slot first
+    EXPECT_EQ((Slots{3, 1, 1}), slots(pool)); // the greatest slot first
 
     // Deliberate: with one block to a page, the page that is kept stays unused.
     UT_FixedAllocator single(8, true, 1);
     single.deallocate(single.allocate());
     single.deallocate(single.allocate());
-    expectSlots(single, "2 slots, 1 freed, 1 empty");
+    EXPECT_EQ((Slots{2, 1, 1}), slots(single));
 }
 
 TEST(UT_FixedAllocator, KeepsPagesUnlessItReclaims)
 {
     UT_FixedAllocator pool(24, false, 4);
-    char *blocks[8];
-    for (char *&block : blocks)
-        block = static_cast<char *>(pool.allocate());
+    const std::vector<char *> blocks = utTake(pool, 8);
     EXPECT_EQ(blocks[0] + 3 * 24, blocks[3]);
-    for (char *block : blocks)
-        pool.deallocate(block);
+    for (size_t i = 8; i-- > 0;)
+        pool.deallocate(blocks[i]);
     pool.deallocate(nullptr);
-    for (size_t i = 8; i-- > 0;) // the last one back is the first one out
-        EXPECT_EQ(blocks[i], pool.allocate());
+    EXPECT_EQ(blocks, utTake(pool, 8)); // the last one back comes first
 }
 
 // In order of size; of blocks above the greatest size there are none.
 TEST(UT_SmallObjectAllocator, ThreadsShareOnePoolForEachSize)
 {
-    UT_SmallObjectAllocator pools(true, 16, 32, true);
-    const auto churn = [&](unsigned seed)
+    for (const int perPage : {1, 2, 7, 16})
     {
-        std::mt19937 random(seed);
-        std::vector<uint8 *> live; // the first byte tells the size
-        for (int step = 0; step < 40000; ++step)
-            if (step < 20000 && random() % 2)
+        SCOPED_TRACE(perPage);
+        UT_SmallObjectAllocator pools(true, perPage, 32, true);
+        const auto churn = [&](unsigned seed)
+        {
+            std::mt19937 random(seed);
+            std::vector<std::pair<char *, unsigned>> live; // of one byte each
+            for (unsigned step = 0; step < 40000 || !live.empty(); ++step)
             {
-                const uint8 size = uint8(1 + random() % 40);
-                live.push_back(static_cast<uint8 *>(pools.allocate(size)));
-                memset(live.back(), size, size);
+                // Waves of growth and decline, and an ebb.
+                const unsigned growth =
+                    step < 40000 ? 65 - step / 4000 % 2 * 30 : 0;
+                if (random() % 100 < growth)
+                {
+                    const unsigned size = 1 + unsigned(random()) % 40;
+                    char *const block =
+                        static_cast<char *>(pools.allocate(size));
+                    ASSERT_EQ(0u, uintptr_t(block) % sizeof(void *));
+                    memset(block, int(random()), size);
+                    live.emplace_back(block, size);
+                }
+                else if (!live.empty())
+                {
+                    std::swap(live[random() % live.size()], live.back());
+                    const auto [block, size] = live.back();
+                    ASSERT_EQ(size, std::count(block, block + size, *block));
+                    pools.deallocate(block, size);
+                    live.pop_back();
+                }
             }
-            else if (!live.empty())
-            {
-                std::swap(live[random() % live.size()], live.back());
-                const uint8 size = live.back()[0];
-                ASSERT_EQ(size, live.back()[size - 1]);
-                pools.deallocate(live.back(), size);
-                live.pop_back();
-            }
-    };
-    std::thread other(churn, 1u);
-    churn(2u);
-    other.join();
-    ASSERT_EQ(32u, pools.entries());
-    for (unsigned i = 0; i < 32; ++i)
-    {
-        EXPECT_EQ(i + 1, pools(i).requestedSize());
-        EXPECT_EQ(0, pools(i).allocated());
+        };
+        std::thread other(churn, 1u);
+        churn(2u);
+        other.join();
+        ASSERT_EQ(32u, pools.entries());
+        for (unsigned i = 0; i < 32; ++i)
+        {
+            EXPECT_EQ(i + 1, pools(i).requestedSize());
+            EXPECT_EQ(i / 8 * 8 + 8, pools(i).objectSize());
+            EXPECT_EQ(0, pools(i).allocated());
+            EXPECT_EQ(1, int(pools(i).pageSlots()) - pools(i).freedSlots());
+        }
     }
 }
