@@ -12,7 +12,6 @@
 #include <deque>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -28,11 +27,11 @@ static bool
 utExchange(
     bool blocking, int port, std::string &reply, const char *host = nullptr)
 {
-    UT_WorkBuffer result;
-    result.append("left over");
     const auto exchange =
         blocking ? UT_NetSocket::sendCommandAndGetResult
                  : UT_NetSocket::nonBlockingSendCommandAndGetResult;
+    UT_WorkBuffer result;
+    result.append("left over");
     const bool succeeds = exchange(port, "do \xe9\n", result, host, true);
     reply.assign(result.buffer(), size_t(result.length()));
     return succeeds;
@@ -209,31 +208,23 @@ TEST(UT_NetSocket, LostConnectionsEndTheProcessIfAsked)
 }
 
 #if defined(__i386__) || defined(__x86_64__)
-// Pointers to virtual members hold their places in the table, plus one.
-template <class... Members>
-static std::vector<size_t>
-utSlots(Members... members)
-{
-    const auto slot = [](auto member)
-    {
-        size_t place;
-        memcpy(&place, &member, sizeof place);
-        return place / sizeof(void *);
-    };
-    return {slot(members)...};
-}
-
 TEST(UT_NetSocket, SlotsKeepTheirPlaces)
 {
+    size_t next = 2; // the destructor has the first two
+    const auto expectNext = [&](auto member)
+    {
+        // A pointer to a virtual member holds its place in the table, plus one.
+        size_t place;
+        memcpy(&place, &member, sizeof place);
+        EXPECT_EQ(next++, place / sizeof(void *));
+    };
+    const auto expectAll = [&](auto... members) { (expectNext(members), ...); };
     typedef UT_NetSocket S;
     int (S::*const read)(void *, int, int *, int) = &S::read;
     int (S::*const readMessage)(UT_WorkBuffer &, int, bool) = &S::read;
-    // The destructor has the first two.
-    EXPECT_EQ(
-        std::vector<size_t>({2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}),
-        utSlots(
-            &S::accept, &S::connect, &S::close, &S::shutdown, &S::write,
-            &S::dataAvailable, read, readMessage, &S::peek, &S::flushRead,
-            &S::flushWrite, &S::getRemoteSocket, &S::setBlocking, &S::isValid));
+    expectAll(
+        &S::accept, &S::connect, &S::close, &S::shutdown, &S::write,
+        &S::dataAvailable, read, readMessage, &S::peek, &S::flushRead,
+        &S::flushWrite, &S::getRemoteSocket, &S::setBlocking, &S::isValid);
 }
 #endif
