@@ -1,12 +1,12 @@
 #include "SYS_Memory.h"
 
+#include "SYS_MemoryImpl.h"
 #include "SYS_Types.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include <malloc.h>
 #include <unistd.h>
 
 static void
@@ -65,7 +65,7 @@ getProcMemUsage()
     }
     if (found)
         return bytes;
-    const struct mallinfo2 heap = mallinfo2();
+    const ut_HeapInfo heap = utHeapInfo();
     return static_cast<unsigned>(heap.uordblks + heap.usmblks);
 }
 

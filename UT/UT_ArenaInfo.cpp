@@ -1,22 +1,21 @@
 #include "UT_ArenaInfo.h"
 
 #include "SYS/SYS_Memory.h"
+#include "SYS/SYS_MemoryImpl.h"
 
 #include <ostream>
-
-#include <malloc.h>
 
 int64
 UT_ArenaInfo::arenaSize()
 {
-    const struct mallinfo2 heap = mallinfo2();
+    const ut_HeapInfo heap = utHeapInfo();
     return int64(heap.arena) + int64(heap.hblkhd);
 }
 
 int64
 UT_ArenaInfo::totalInUse()
 {
-    const struct mallinfo2 heap = mallinfo2();
+    const ut_HeapInfo heap = utHeapInfo();
     return int64(heap.uordblks) + int64(heap.hblkhd);
 }
 

@@ -97,6 +97,7 @@ private:
     int myWindowPos = 0;           // the next byte of the window
     int myWindowEnd = 0;
     char myWindow[theWindowSize];
+    char myBlock[theBlockSize]; // stays while the window goes on
 };
 
 // Hands out a line at a time, with its newline, of standard input or another
@@ -242,6 +243,9 @@ ut_FilePtrStreamBuf::read(char *buf, int n)
                 continue;
             break;
         }
+        // The window would no longer be what lies before myPosition.
+        myWindowPos = 0;
+        myWindowEnd = 0;
         const int direct = readFile(buf + total, n - total);
         if (direct <= 0)
             break;
@@ -266,12 +270,12 @@ ut_FilePtrStreamBuf::loadBuffer(int &start, int &end)
     errno = 0;
     if (unread() < theBlockSize)
         fillWindow(theBlockSize);
-    const char *const block = myWindow + myWindowPos;
     start = 0;
     end = std::min(unread(), int(theBlockSize));
+    memcpy(myBlock, myWindow + myWindowPos, size_t(end));
     myWindowPos += end;
     if (end > 0)
-        return block;
+        return myBlock;
     // The end is none; but who waits for the end must not wait for ever.
     if (!endOfBuffer())
         setError(nullptr);
@@ -297,7 +301,7 @@ ut_FilePtrStreamBuf::seekFile(int64 offset, int whence)
         __builtin_add_overflow(
             offset, whence == 1 ? myPosition - unread() : 0, &target))
     {
-        errno = EINVAL;
+        errno = myPosition < 0 ? ESPIPE : EINVAL;
         return false;
     }
     const int64 first = myPosition - myWindowEnd;
@@ -319,7 +323,9 @@ bool
 ut_FilePtrStreamBuf::seekPos(int64 offset, int whence)
 {
     myIsAtEnd = false;
-    if (myFile >= 0 && seekFile(offset, whence))
+    if (myFile < 0)
+        errno = EBADF;
+    else if (seekFile(offset, whence))
         return true;
     setError(nullptr);
     return false;

@@ -91,14 +91,18 @@ ut_StreamStreamBuf::seekPos(int64 offset, int whence)
         std::ios::beg, std::ios::cur, std::ios::end};
     if (myStream.eof() && !myStream.bad())
         utWithoutThrow([&] { myStream.clear(); });
+    const bool hadFailed = myStream.fail();
     if (whence >= 0 && whence <= 2)
     {
         utWithoutThrow([&] { myStream.seekg(offset, theWhences[whence]); });
         if (!myStream.fail())
             return true;
-        // The stream is where it was, and may be sought again.
-        utWithoutThrow(
-            [&] { myStream.clear(myStream.rdstate() & ~std::ios::failbit); });
+        // The stream is where it was, and may be sought again. A failure that
+        // was there before is its owner's.
+        if (!hadFailed)
+            utWithoutThrow(
+                [&]
+                { myStream.clear(myStream.rdstate() & ~std::ios::failbit); });
     }
     setError(nullptr);
     return false;

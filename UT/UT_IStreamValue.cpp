@@ -34,7 +34,7 @@ UT_IStream::readValues(T *values, int count)
     int whole = 0;
     int got = most;
     // Many reads look like one: that is not to find an end, where it had all.
-    while (!myError && whole < count && got == most &&
+    while (!myError && !myStream->hasError() && whole < count && got == most &&
            (whole == 0 || !isUsedUp()))
     {
         T *const next = values + whole;
@@ -46,8 +46,9 @@ UT_IStream::readValues(T *values, int count)
         if (!UThostIsBigEndian())
             UTswapBytes(next, size_t(got));
         whole += got;
-        checked(true);
     }
+    // Also for what was found while looking for the end.
+    checked(true);
     return whole;
 }
 

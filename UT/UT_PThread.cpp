@@ -151,6 +151,8 @@ UT_PThread::runJobs()
     for (;;)
     {
         waitForState(RUNNING);
+        if (!myIsAlive) // killed, not handed a job
+            return;
         if (myFunction)
         {
             pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
@@ -230,7 +232,14 @@ UT_PThread::killThread()
         return 0;
     const int error = pthread_cancel(myThreadId);
     if (error == 0)
+    {
+        // A worker that has just done its job goes to sleep: it has to see that
+        // there is no other.
+        pthread_mutex_lock(&myMutex);
         myIsAlive = false;
+        pthread_cond_broadcast(&myCondition);
+        pthread_mutex_unlock(&myMutex);
+    }
     return error;
 }
 

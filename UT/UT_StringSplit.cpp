@@ -4,6 +4,7 @@
 
 #include "SYS/SYS_Types.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -67,7 +68,10 @@ private:
 class ut_ArraySink
 {
 public:
-    ut_ArraySink(char **argv, int slots) : myArgv(argv), mySlots(slots) {}
+    ut_ArraySink(char **argv, int slots)
+        : myArgv(argv), mySlots(std::max(slots, 0))
+    {
+    }
 
     bool add(char *word)
     {

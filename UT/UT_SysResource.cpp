@@ -86,7 +86,7 @@ UT_SysResource::update(bool memoryOnly)
     uint32 times[4];
     int shares[4];
     for (uint32 &time : times)
-        time = static_cast<uint32>(strtoul(next, &next, 0));
+        time = static_cast<uint32>(strtoull(next, &next, 0));
     percentages(4, shares, times, theOldTimes, theDifferences);
     if (!memoryOnly)
         myIdleFraction = float(shares[3]) * 0.001f;

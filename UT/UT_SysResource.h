@@ -31,7 +31,8 @@ public:
     /// the process.
     const char *systemDescription() const { return mySystemDescription; }
 
-    /// The share of processor time that nothing used, from 0 to 1.
+    /// The share of processor time that nothing used, from 0 to 1; 0 when no
+    /// time had passed since the update before.
     float idleFraction() const { return myIdleFraction; }
 
     /// Takes a step of `count` counters: each of `differences` becomes what

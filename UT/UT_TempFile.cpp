@@ -99,7 +99,11 @@ UT_TempFile::UT_TempFile(const char *prefix)
     if (myFile)
         path.copyIntoString(myPath);
     else if (descriptor >= 0)
+    {
+        const int error = errno;
         unlink(path.buffer());
+        errno = error;
+    }
 }
 
 UT_TempFile::~UT_TempFile()

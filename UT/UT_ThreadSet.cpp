@@ -5,6 +5,7 @@
 #include "UT_ThreadImpl.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 
 // An array of `count` new workers, from malloc(). The last is made first.
@@ -50,13 +51,10 @@ UT_ThreadSet::go()
 {
     if (!myFunction)
         return;
-    char *datum = static_cast<char *>(myJobData);
-    for (int i = myCount; i-- > 0;)
-    {
-        myThreads[i]->startThread(myFunction, datum);
-        if (datum)
-            datum += myStride;
-    }
+    // As a number, which may be what the function wants.
+    uintptr_t datum = reinterpret_cast<uintptr_t>(myJobData);
+    for (int i = myCount; i-- > 0; datum += uintptr_t(intptr_t(myStride)))
+        myThreads[i]->startThread(myFunction, reinterpret_cast<void *>(datum));
 }
 
 int
@@ -101,7 +99,7 @@ UT_ThreadFarm::~UT_ThreadFarm()
 UT_Thread *
 UT_ThreadFarm::nextThread(int *index, int block)
 {
-    for (int spins = utSpinsBeforeSleep();; --spins)
+    for (int spins = utSpinsBeforeSleep();; spins -= spins > -9)
     {
         for (int i = 0; i < myCount; ++i)
         {

@@ -64,7 +64,7 @@ UT_WorkArgs::reserve(int slots)
         realloc(isInline ? nullptr : myArgv, size * sizeof(char *));
     myArgv = static_cast<char **>(block);
     if (isInline)
-        std::copy_n(myInlineArgv, myArgc + 1, myArgv);
+        memcpy(myArgv, myInlineArgv, sizeof myInlineArgv);
     myMaxArgs = int32(size);
 }
 

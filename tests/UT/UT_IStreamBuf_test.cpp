@@ -1,6 +1,7 @@
 #include "UT/UT_IStreamBuf.h"
 
 #include "ut_ScanModel.h"
+#include "ut_TempDir.h"
 
 #include <gtest/gtest.h>
 
@@ -143,6 +144,59 @@ TEST(UT_IStreamBuf, RandomSeeksThroughStackedBuffersFindThePlainBytes)
 // From the front: how many bytes to take, a seek, where that is (-1: it fails)
 // and the line there. Memory ignores the offset from its end, and a range goes
 // on by its own end, 15, and the offset.
+// What a named file has read ahead shows nowhere: not in a FILE's blocks, and
+// not where a read or a peek went past one.
+TEST(UT_IStreamBuf, ANamedFileReadsLikeAnyOther)
+{
+    std::mt19937 random(1);
+    std::string bytes(300000, '\0');
+    for (char &byte : bytes)
+        byte = char(random());
+    const ut_TempDir dir;
+    const std::string path = dir.write("bytes", bytes);
+    FILE *const file = fopen(path.c_str(), "rb");
+    UT_IStreamBuf *const buffers[] = {
+        UT_IStreamBuf::fileBuf(path.c_str()), UT_IStreamBuf::fileBuf(file)};
+    for (int step = 0; step < 3000; ++step)
+    {
+        const int kind = int(random() % 6);
+        const int n = int(random() % (random() % 4 ? 6000 : 200000));
+        std::string seen[2];
+        int64 results[2];
+        for (int i = 0; i < 2; ++i)
+        {
+            UT_IStreamBuf &buffer = *buffers[i];
+            seen[i].resize(size_t(n));
+            switch (kind)
+            {
+            case 0:
+                results[i] = buffer.bread(seen[i].data(), n);
+                break;
+            case 1:
+                results[i] = buffer.seekg(n, 0);
+                break;
+            case 2:
+                results[i] = buffer.seekg(n - 3000, 1);
+                break;
+            case 3:
+                results[i] = buffer.peekc();
+                break;
+            case 4:
+                results[i] = buffer.unwind(n % 100);
+                break;
+            default:
+                results[i] = buffer.getc();
+            }
+        }
+        ASSERT_EQ(results[1], results[0]) << step << ' ' << kind << ' ' << n;
+        ASSERT_EQ(seen[1], seen[0]) << step << ' ' << kind << ' ' << n;
+        ASSERT_EQ(buffers[1]->tellg(), buffers[0]->tellg()) << step;
+    }
+    for (UT_IStreamBuf *const buffer : buffers)
+        buffer->release();
+    fclose(file);
+}
+
 TEST(UT_IStreamBuf, SeeksCountFromBehindTheLoadBuffer)
 {
     const std::string text = "0123456789abcdefghij";

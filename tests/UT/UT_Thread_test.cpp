@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -140,6 +141,32 @@ TEST(UT_Thread, AKilledJobUnwinds)
     ut_Gate last;
     thread.startThread(ut_Gate::sleepForEver, &last);
     last.wait(last.isIn);
+}
+
+// A kill that comes as the job ends neither runs it again nor waits for ever.
+TEST(UT_Thread, AJobRunsOnceHoweverItsWorkerGoes)
+{
+    std::mt19937 random(1);
+    for (int i = 0; i < 3000; ++i)
+    {
+        std::atomic<int> counter(0);
+        {
+            UT_PThread thread(UT_Thread::SPIN_SLEEP);
+            thread.startThread(
+                [](void *count) -> void *
+                {
+                    ++*static_cast<std::atomic<int> *>(count);
+                    for (volatile int spin = 0; spin < 2000;)
+                        spin = spin + 1;
+                    return nullptr;
+                },
+                &counter);
+            const int wait = int(random() % 30000);
+            for (volatile int spin = 0; spin < wait;)
+                spin = spin + 1;
+        }
+        ASSERT_LE(counter, 1) << i;
+    }
 }
 
 TEST(UT_Thread, WorkersBlockAllSignals)
