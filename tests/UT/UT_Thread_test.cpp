@@ -147,11 +147,13 @@ TEST(UT_Thread, AKilledJobUnwinds)
 TEST(UT_Thread, AJobRunsOnceHoweverItsWorkerGoes)
 {
     std::mt19937 random(1);
-    for (int i = 0; i < 3000; ++i)
+    for (int i = 0; i < 5000; ++i)
     {
         std::atomic<int> counter(0);
         {
             UT_PThread thread(UT_Thread::SPIN_SLEEP);
+            thread.startThread(nullptr, nullptr);
+            thread.waitForState(UT_Thread::IDLE);
             thread.startThread(
                 [](void *count) -> void *
                 {
