@@ -10,8 +10,8 @@
 #include <random>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data,
-                                      std::size_t size);
+extern "C" int
+LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 namespace
 {
