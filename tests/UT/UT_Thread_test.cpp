@@ -97,7 +97,7 @@ struct ut_Gate
     {
         auto &gate = *static_cast<ut_Gate *>(self);
         const std::unique_ptr<bool, void (*)(bool *)> leaving(
-            &gate.wasLeft, [](bool *wasLeft) { *wasLeft = true; });
+            &gate.wasLeft, [](bool *left) { *left = true; });
         gate.set(gate.isIn);
         for (;;)
             pause();
