@@ -19,7 +19,8 @@
 // What a slot holds until its row has filled it.
 static const int32 theMissingInt = -399128;
 static const float theMissingFloat = -399128.0f;
-static char *const theMissingString = reinterpret_cast<char *>(uintptr_t(1));
+static char theMissingMark;
+static char *const theMissingString = &theMissingMark;
 
 std::atomic<UT_EnvControl *> UT_EnvControl::theControl(nullptr);
 

@@ -212,9 +212,8 @@ struct ut_NumberScan
     {
         for (; byte < end; ++byte)
         {
-            if (utIsDigit(*byte))
-                myIsSignNext = false;
-            else if ((*byte == '+' || *byte == '-') && myIsSignNext)
+            if (utIsDigit(*byte) ||
+                (myIsSignNext && (*byte == '+' || *byte == '-')))
                 myIsSignNext = false;
             else if (*byte == '.' && !myHasPoint && !myHasExponent)
                 myHasPoint = true;

@@ -19,6 +19,7 @@
 #include "SYS/SYS_FPReal16.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <type_traits>
@@ -60,7 +61,7 @@ UTnumericCast(From value)
         constexpr From low = From(std::numeric_limits<To>::min());
         constexpr From high = From(std::numeric_limits<To>::max());
         if (!(value > low))
-            return value == value ? std::numeric_limits<To>::min() : To(0);
+            return std::isnan(value) ? To(0) : std::numeric_limits<To>::min();
         if (value >= high)
             return std::numeric_limits<To>::max();
         using Wide = std::conditional_t<(sizeof(To) < 4), int32, To>;

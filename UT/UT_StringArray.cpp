@@ -53,7 +53,7 @@ UT_StringArray::UT_StringArray(const char *const *list)
         append(*list);
 }
 
-UT_StringArray::UT_StringArray(const UT_StringArray &source) : ut_Base()
+UT_StringArray::UT_StringArray(const UT_StringArray &source) : UT_StringArray()
 {
     *this = source;
 }

@@ -174,9 +174,9 @@ UT_String::replace(int start, int length, const char *text)
     if (uint64(before) + come + behind >= INT_MAX)
         return false;
     char *const block = static_cast<char *>(malloc(before + come + behind + 1));
-    memcpy(block, old, before);
-    memcpy(block + before, text, come);
-    memcpy(block + before + come, old + before + gone, behind + 1);
+    char *write = static_cast<char *>(mempcpy(block, old, before));
+    write = static_cast<char *>(mempcpy(write, text, come));
+    memcpy(write, old + before + gone, behind + 1); // with the NUL
     freeData();
     myData = block;
     myIsReference = 0;

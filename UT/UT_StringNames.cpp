@@ -160,10 +160,8 @@ utCompareNumbered(const char *a, const char *b)
         if (const int difference = utQuickDifference(a, b, at))
             return difference;
     }
-    else if (digitA >= 10 && digitB >= 10)
-        return utCompareBytes<dotComesFirst>(a[at], b[at]);
     // Only a number that both began can go on in one of them.
-    else if (at == 0 || !utIsDigit(a[at - 1]))
+    else if ((digitA >= 10 && digitB >= 10) || at == 0 || !utIsDigit(a[at - 1]))
         return utCompareBytes<dotComesFirst>(a[at], b[at]);
     while (at > 0 && utIsDigit(a[at - 1]))
         --at;

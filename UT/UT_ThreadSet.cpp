@@ -14,7 +14,7 @@ utNewWorkers(int count)
 {
     utRecordMainThread();
     const auto workers =
-        static_cast<UT_Thread **>(calloc(size_t(count), sizeof(UT_Thread *)));
+        static_cast<UT_Thread **>(calloc(size_t(count), sizeof(void *)));
     for (int i = count; i-- > 0;)
         workers[i] = new UT_PThread(UT_Thread::SPIN_SLEEP);
     return workers;
@@ -32,7 +32,7 @@ UT_ThreadSet::UT_ThreadSet(int count, int nullIfSingle)
 {
     if (myCount == 1 && nullIfSingle)
     {
-        myThreads = static_cast<UT_Thread **>(calloc(1, sizeof(UT_Thread *)));
+        myThreads = static_cast<UT_Thread **>(calloc(1, sizeof(void *)));
         myThreads[0] = new UT_NullThread;
     }
     else
@@ -54,6 +54,7 @@ UT_ThreadSet::go()
     // As a number, which may be what the function wants.
     uintptr_t datum = reinterpret_cast<uintptr_t>(myJobData);
     for (int i = myCount; i-- > 0; datum += uintptr_t(intptr_t(myStride)))
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): see above
         myThreads[i]->startThread(myFunction, reinterpret_cast<void *>(datum));
 }
 

@@ -7,7 +7,9 @@
 #include <climits>
 #include <cstring>
 
+// By value: a copy borrows, which costs nothing.
 bool
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 UT_WorkBuffer::getNextToken(const char *&cursor, UT_String separators)
 {
     const char *const token = cursor + strspn(cursor, separators);
