@@ -391,13 +391,11 @@ utFindThreadIndex(pthread_t id)
     return pair->index;
 }
 
+__thread int UT_Thread::theThreadIndex = -1;
+
 int
-UT_Thread::getMySequentialThreadIndex()
+UT_Thread::findMyThreadIndex()
 {
-    // A fixed place in every thread, so that reading it is one instruction.
-    static thread_local int theIndex
-        __attribute__((tls_model("initial-exec"))) = -1;
-    if (theIndex < 0)
-        theIndex = utFindThreadIndex(pthread_self());
-    return theIndex;
+    theThreadIndex = utFindThreadIndex(pthread_self());
+    return theThreadIndex;
 }

@@ -124,12 +124,24 @@ public:
     /// thread that asks, 1 for the second. A thread may take over the number of
     /// one that has ended. Thread-safe; costs next to nothing but for each
     /// thread's first call, which is O(threads).
-    static int getMySequentialThreadIndex();
+    static int getMySequentialThreadIndex()
+    {
+        return theThreadIndex >= 0 ? theThreadIndex : findMyThreadIndex();
+    }
 
 protected:
     // Order and size stay, here and in the classes derived from it.
     std::atomic<int32> myState;
     std::atomic<int32> mySpinMode;
+
+private:
+    // Not UT_LOCAL: the inline function above calls it.
+    static int findMyThreadIndex();
+
+    // A fixed place in every thread, so that reading it is one instruction;
+    // `thread_local` would ask a function whether it is there.
+    static __thread int theThreadIndex
+        __attribute__((tls_model("initial-exec")));
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_Thread) == 12);
