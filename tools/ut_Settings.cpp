@@ -26,24 +26,36 @@ utNumber(const UT_ControlInfo &setting, double number)
     return text;
 }
 
-// What a terminal would take for something else than text is spelled out.
+static bool
+utIsUpperControl(unsigned byte)
+{
+    return byte >= 0x80 && byte <= 0x9f;
+}
+
+// What a terminal would take for something else than text is spelled out: the
+// control characters of ASCII and those behind it, as UTF-8 or as bytes.
 static std::string
 utQuoted(const char *text)
 {
     if (!text)
         return "-";
     std::string quoted = "\"";
+    unsigned before = 0;
     for (; *text; ++text)
     {
         const unsigned byte = static_cast<unsigned char>(*text);
+        const unsigned next = static_cast<unsigned char>(text[1]);
         char code[8];
         snprintf(code, sizeof code, "\\x%02x", byte);
-        if (byte < ' ' || byte == 0x7f)
+        if (byte < ' ' || byte == 0x7f ||
+            (byte == 0xc2 && utIsUpperControl(next)) ||
+            (utIsUpperControl(byte) && (before < 0x80 || before == 0xc2)))
             quoted += code;
         else if (byte == '"' || byte == '\\')
             (quoted += '\\') += *text;
         else
             quoted += *text;
+        before = byte;
     }
     return quoted += '"';
 }

@@ -166,7 +166,7 @@ class Test(unittest.TestCase):
             "VALDRIN_VIEW_GAMMA": "99",
             "VALDRIN_VIEW_GRID": "x",
             "VALDRIN_MAXTHREADS": "x",
-            "VALDRIN_UI_FONT": '"\x1b\\' + "x" * 100,
+            "VALDRIN_UI_FONT": '"\x1b\\\x9b\xdb' + "x" * 100,
             "VALDRIN_TEMP_DIR": "/a",
         }
         result = run(VALDRIN, "env", env=environment)
@@ -174,7 +174,7 @@ class Test(unittest.TestCase):
         rows = [re.split("  +", row) for row in result.stdout.decode().split("\n")]
         self.assertEqual(len(rows), 1 + 135 + 11 + 93 + 1)
         listed = {row[0]: row[1:5] for row in rows}
-        font = '"\\"\\x1b/' + "x" * 100 + '"'
+        font = '"\\"\\x1b/\\xc2\\x9b\xdb' + "x" * 100 + '"'
         for name, *expected in (
             ("VARIABLE", "VALUE", "DEFAULT", "SOURCE", "RANGE"),
             ("VALDRIN_VIEW_GAMMA", "10", "2.2", "environment", "0.1 to 10"),
