@@ -1,0 +1,153 @@
+"""Tests of valdrin.Connection, against scripted peers and the component."""
+
+import pickle
+import random
+import socket
+import threading
+import unittest
+
+from support import BIN, Application, bound, envelope, run
+
+import valdrin
+
+# Long enough for any exchange of these tests; only a failure reaches it.
+DEADLINE = 60
+
+
+def random_text(rng):
+    """A text whose pieces meet the corner cases of the envelope."""
+    pieces = [
+        "]]>", "]]", "]", ">", "<![CDATA[", "<", "&amp;", "&", "'", '"', "\n",
+        "\t", "é", "€", "\U0001f600", "\x7f", "\x80", "abc", " ", "\\",
+    ]  # fmt: skip
+    return "".join(rng.choices(pieces, k=rng.randrange(30)))
+
+
+class Test(unittest.TestCase):
+    def ask(self, reply, call):
+        """Calls `call` with a connection to a peer that sends `reply`.
+
+        Returns what `call` returned and the request that the peer received.
+        """
+        app = Application(reply)
+        connection = valdrin.Connection(int(app.port), timeout=DEADLINE)
+        value = call(connection)
+        return value, app.requests[0]
+
+    def test_requests_are_those_of_the_component(self):
+        rng = random.Random(1)
+        for _ in range(60):
+            text = random_text(rng)
+            ours = self.ask(b"\0", lambda c: c.run(text))[1]
+            app = Application(b"\0")
+            run(BIN + "/valdrin", "-p", app.port, "run", input=text.encode())
+            self.assertEqual(ours, app.requests[0], repr(text))
+
+    def test_each_method_sends_its_request(self):
+        for method, text, tag, data in (
+            ("run", "hi", b"vscript", b"hi"),
+            ("execute", "é", b"python_statements", "é".encode()),
+            ("evaluate", b"\xe9", b"python_expression", b"\xe9"),
+            ("evaluate", "", b"python_expression", b""),
+        ):
+            with self.subTest(method=method, text=text):
+                _, request = self.ask(
+                    b"\0", lambda c: getattr(c, method)(text)
+                )
+                self.assertEqual(request, envelope(tag, data))
+
+    def test_replies_become_text(self):
+        for reply, text in (
+            (b"\0", ""),
+            (b"", ""),
+            (b"no NUL", "no NUL"),
+            (b"cut\0here\0", "cut"),
+            ("€\0".encode(), "€"),
+            (b"caf\xe9\0", "café"),
+            (b"x" * 5000000 + b"\0", "x" * 5000000),
+        ):
+            with self.subTest(reply=reply[:20]):
+                self.assertEqual(self.ask(reply, lambda c: c.run(""))[0], text)
+
+    def test_failures_of_the_request_are_raised(self):
+        trace = b'Traceback (most recent call last):\n  File "x"\nE: why\n\0'
+        for method in ("execute", "evaluate"):
+            with self.subTest(method=method):
+                with self.assertRaises(valdrin.RemoteError) as caught:
+                    self.ask(trace, lambda c: getattr(c, method)("x"))
+                self.assertEqual(str(caught.exception), "E: why")
+                self.assertEqual(
+                    caught.exception.traceback, trace[:-1].decode()
+                )
+                copy = pickle.loads(pickle.dumps(caught.exception))
+                self.assertEqual(copy.traceback, trace[:-1].decode())
+        with self.assertRaisesRegex(valdrin.RequestRefused, "^busy$"):
+            self.ask(b"ERROR: busy\0", lambda c: c.evaluate("x"))
+        # A command's output is never judged, and a value only on request.
+        self.assertEqual(
+            self.ask(b"ERROR: x\0", lambda c: c.run("x"))[0], "ERROR: x"
+        )
+        unchecked, _ = self.ask(
+            b"ERROR: x\0", lambda c: c.evaluate("x", check=False)
+        )
+        self.assertEqual(unchecked, "ERROR: x")
+
+    def test_failures_of_the_connection_are_raised(self):
+        with bound() as refusing:
+            port = refusing.getsockname()[1]
+            # The second number is another spelling of the port.
+            for number in (port, port - 65535):
+                with self.assertRaisesRegex(valdrin.ConnectError, "refused"):
+                    valdrin.Connection(number).run("x")
+        with self.assertRaises(valdrin.ConnectError):
+            self.ask(None, lambda c: c.run("x" * 30000000))
+        silent = Application()
+        connection = valdrin.Connection(int(silent.port), timeout=0.1)
+        with self.assertRaises(valdrin.RequestTimeout):
+            connection.run("x")
+        with self.assertRaises(ValueError):
+            connection.run("a\0b")
+
+    def test_slow_bytes_do_not_stretch_the_timeout(self):
+        listener = bound()
+        listener.listen()
+        ended = threading.Event()
+
+        def trickle():
+            peer = listener.accept()[0]
+            with peer:
+                while not ended.wait(0.05):
+                    try:
+                        peer.sendall(b"x")
+                    except OSError:
+                        return
+
+        thread = threading.Thread(target=trickle)
+        thread.start()
+        port = listener.getsockname()[1]
+        with self.assertRaises(valdrin.RequestTimeout):
+            valdrin.Connection(port, timeout=0.5).run("x")
+        ended.set()
+        thread.join()
+        listener.close()
+
+    def test_a_connection_to_itself_is_refused(self):
+        # A socket bound to the very port that it connects to meets itself.
+        port = bound()
+        number = port.getsockname()[1]
+        port.close()
+        connect = socket.create_connection
+
+        def from_the_same_port(address, timeout):
+            return connect(address, timeout, ("127.0.0.1", number))
+
+        socket.create_connection = from_the_same_port
+        try:
+            with self.assertRaisesRegex(valdrin.ConnectError, "refused"):
+                valdrin.Connection(number, timeout=DEADLINE).run("x")
+        finally:
+            socket.create_connection = connect
+
+
+if __name__ == "__main__":
+    unittest.main()
