@@ -1,12 +1,13 @@
 # The front door. Each target installs what it needs first.
 
-.PHONY: help demo check build bench lint docs setup clean
+.PHONY: help demo demo-blender check build bench lint docs setup clean
 .DEFAULT_GOAL := help
 
 JOBS := $(shell nproc 2>/dev/null || echo 2)
 
 help:
 	@echo "make demo   build it and hold a conversation with an application"
+	@echo "make demo-blender  the same with Blender as the application"
 	@echo "make check  build it in both word sizes and run every test"
 	@echo "make build  build it for this machine, in build/native"
 	@echo "make bench  measure it beside its peers"
@@ -16,7 +17,16 @@ help:
 	@echo
 	@echo "To install: make build, then cmake --install build/native"
 
-demo:
+demo: build/demo-ready
+	@scripts/demo build/native
+
+demo-blender: build/demo-ready
+	@scripts/setup blender
+	@scripts/demo-blender build/native
+
+# The library and its programs, quickly: no tests, no benchmarks.
+.PHONY: build/demo-ready
+build/demo-ready:
 	@scripts/setup demo
 	@echo "Building build/native ..."
 	@mkdir -p build/logs
@@ -24,7 +34,6 @@ demo:
 	    -DVALDRIN_BUILD_BENCH=OFF && \
 	  cmake --build --preset native -j $(JOBS)) >build/logs/demo 2>&1 || \
 	  { tail -n 40 build/logs/demo; exit 1; }
-	@scripts/demo build/native
 
 check:
 	@scripts/setup check
