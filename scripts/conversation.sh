@@ -2,6 +2,9 @@
 # program. It starts an application, talks to it, and cleans up at the end.
 # shellcheck shell=bash
 
+# The program must be known by now.
+: "${valdrin:?}"
+
 scratch=
 application=
 port=
