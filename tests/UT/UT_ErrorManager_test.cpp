@@ -7,115 +7,304 @@
 #include <cerrno>
 #include <iostream>
 #include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
 
-// Errors as a script: a digit for the severity of each and a letter for its
-// text. Behind it an asterisk tells that something is new, and a question mark
-// that the severity has to be found out.
-static void
-utFill(UT_ErrorManager &manager, const std::string &script)
+// An error as these tests write it down: its severity and its text.
+struct ut_Entry
 {
-    static const ut_TempDir theDir;
-    static const std::string theType = theDir.write("texts", "0 %s");
-    for (size_t i = 0; i < script.size(); i += 2)
-        manager.append(new UT_Error(
-            theType.c_str(), 0, script.substr(i + 1, 1).c_str(),
-            UT_ErrorSeverity(script[i] - '0')));
-}
-static std::string
-utScript(const UT_ErrorManager &manager)
+    UT_ErrorSeverity severity;
+    std::string text;
+
+    bool operator==(const ut_Entry &other) const
+    {
+        return severity == other.severity && text == other.text;
+    }
+};
+
+static std::ostream &
+operator<<(std::ostream &out, const ut_Entry &entry)
 {
-    std::string script;
-    for (int i = 0; i < manager.entries(); ++i)
-        script += std::to_string(manager.getError(i)->getSeverity()) +
-                  manager.getError(i)->getErrorString();
-    return script + (manager.getReadFlag() ? "" : "*") +
-           (manager.getNeedScan() ? "?" : "");
+    return out << "{" << entry.severity << ", " << entry.text << "}";
 }
 
-TEST(UT_ErrorManager, AFullOneTakesOnlyWorseErrors)
+typedef std::vector<ut_Entry> ut_Entries;
+
+static const auto theMessage = UT_ERROR_MESSAGE;
+static const auto theWarning = UT_ERROR_WARNING;
+static const auto theError = UT_ERROR_ERROR;
+static const auto theFatal = UT_ERROR_FATAL;
+
+class UT_ErrorManagerTest : public testing::Test
+{
+protected:
+    // An error whose message is its text.
+    UT_Error *newError(const ut_Entry &entry) const
+    {
+        return new UT_Error(
+            myType.c_str(), 0, entry.text.c_str(), entry.severity);
+    }
+
+    void fill(UT_ErrorManager &manager, const ut_Entries &entries) const
+    {
+        for (const ut_Entry &entry : entries)
+            manager.append(newError(entry));
+    }
+
+    static ut_Entries entriesOf(const UT_ErrorManager &manager)
+    {
+        ut_Entries entries;
+        for (int i = 0; i < manager.entries(); ++i)
+            entries.push_back(
+                {manager.getError(i)->getSeverity(),
+                 manager.getError(i)->getErrorString()});
+        return entries;
+    }
+
+private:
+    const ut_TempDir myDir;
+    const std::string myType = myDir.write("texts", "0 %s");
+};
+
+TEST_F(UT_ErrorManagerTest, AFullOneTakesOnlyWorseErrors)
 {
     UT_ErrorManager manager;
-    std::string full;
-    while (full.size() < 80)
-        full += "3a";
-    utFill(manager, full + "3b1c4d5e4f5g");
-    EXPECT_EQ(full + "4d5e*", utScript(manager));
-    // The severity is that of before until it is asked for.
+    ut_Entries expected(40, {theWarning, "one of 40"});
+    fill(manager, expected);
+    fill(
+        manager, {
+                     {theWarning, "not worse"},
+                     {theMessage, "better"   }
+    });
+    EXPECT_EQ(expected, entriesOf(manager));
+
+    fill(
+        manager, {
+                     {theError, "worse"             },
+                     {theError, "as bad as the last"}
+    });
+    fill(
+        manager, {
+                     {theFatal, "the worst"   },
+                     {theFatal, "as bad again"}
+    });
+    expected.push_back({theError, "worse"});
+    expected.push_back({theFatal, "the worst"});
+    EXPECT_EQ(expected, entriesOf(manager));
+    EXPECT_EQ(theFatal, manager.getSeverity());
+
+    // Deliberate: "worse" is meant of the severity as it was last determined.
     const std::unique_ptr<UT_Error> removed(manager.getError(41));
     EXPECT_EQ(41, manager.removeError(41));
     EXPECT_EQ(-1, manager.removeError(41));
-    utFill(manager, "5h");
-    EXPECT_EQ(full + "4d*", utScript(manager));
+    expected.pop_back();
+    fill(
+        manager, {
+                     {theFatal, "no worse than the removed one"}
+    });
+    EXPECT_EQ(expected, entriesOf(manager));
+    EXPECT_EQ(theError, manager.getSeverity());
 }
 
-// Errors, a filter, and how many match with their list.
-static const char *const theListings[][3] = {
-    {"3a4b4c",   "0", "3Warning:     a\nError:       b\n             c"},
-    {"4a3b4c",   "4", "2Error:       a\n\nError:       c"              },
-    {"0a0b1c5d", "5", "1\n\n\nFatal error: d"                          },
-};
-
-// First, last and filter; what stays of the errors below, and what "1z" gets.
-static const char *const theThefts[][3] = {
-    {"-7 -7 0", "?",           "1z3a4b5c4b3e*5"},
-    {"1 99 4",  "3a5c3e?",     "1z4b4b*2"      },
-    {"5 0 0",   "3a4b5c4b3e*", "1z*0"          },
-    {"6 0 0",   "3a4b5c4b3e*", "1z0"           },
-};
-
-TEST(UT_ErrorManager, ListsAndMovesErrors)
+TEST_F(UT_ErrorManagerTest, AddingClearsTheReadFlag)
 {
-    for (const auto &row : theListings)
+    UT_ErrorManager manager;
+    EXPECT_TRUE(manager.getReadFlag());
+    fill(
+        manager, {
+                     {theMessage, "news"}
+    });
+    EXPECT_FALSE(manager.getReadFlag());
+    UT_String out;
+    manager.getErrorMessages(out, UT_ERROR_NONE, /*prefixes=*/0);
+    EXPECT_TRUE(manager.getReadFlag());
+}
+
+TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
+{
+    static const struct
+    {
+        const char *what;
+        ut_Entries errors;
+        UT_ErrorSeverity filter;
+        int count;
+        const char *list;
+    } theLists[] = {
+        {"one label for errors of one severity in a row",
+         {{theWarning, "a"}, {theError, "b"}, {theError, "c"}},
+         UT_ERROR_NONE, 3,
+         "Warning:     a\n"
+         "Error:       b\n"
+         "             c"  },
+ // Deliberate: a skipped error leaves its line, and counts as the one
+  // before.
+        {"a filter leaves lines behind",
+         {{theError, "a"}, {theWarning, "b"}, {theError, "c"}},
+         theError,      2,
+         "Error:       a\n"
+         "\n"
+         "Error:       c"  },
+        {"a skipped error takes the label",
+         {{theError, "a"}, {theWarning, "b"}, {theWarning, "c"}},
+         theWarning,    2,
+         "\n"
+         "Warning:     b\n"
+         "             c"  },
+        {"worse ones than the filter's are skipped too",
+         {{theMessage, "a"}, {theWarning, "b"}, {theFatal, "c"}},
+         theWarning,    1,
+         "\n"
+         "Warning:     b\n"},
+        {"the lowest severities have no label",
+         {{UT_ERROR_NONE, "a"}, {theMessage, "b"}, {UT_ERROR_PROMPT, "c"}},
+         theMessage,    1,
+         "\n"
+         "b\n"             },
+    };
+    for (const auto &row : theLists)
     {
         UT_ErrorManager manager;
-        utFill(manager, row[0]);
+        fill(manager, row.errors);
         UT_String out;
-        const int count = manager.getErrorMessages(
-            out, UT_ErrorSeverity(*row[1] - '0'), /*prefixes=*/1);
-        EXPECT_EQ(row[2], std::to_string(count) + out.buffer());
-        EXPECT_EQ(row[0], utScript(manager)); // all read
+        EXPECT_EQ(
+            row.count,
+            manager.getErrorMessages(out, row.filter, /*prefixes=*/1))
+            << row.what;
+        EXPECT_STREQ(row.list, out.buffer()) << row.what;
+        EXPECT_EQ(row.errors, entriesOf(manager)) << row.what;
     }
+}
+
+// What is stolen from the errors below.
+static const ut_Entries theStock = {
+    {theWarning, "a"},
+    {theError,   "b"},
+    {theFatal,   "c"},
+    {theError,   "b"},
+    {theWarning, "e"},
+};
+
+static const struct
+{
+    const char *what;
+    int first, last;
+    UT_ErrorSeverity filter;
+    int count;         // as returned
+    ut_Entries left;   // of the stock, when they are moved
+    ut_Entries stolen; // behind the one error that was there
+    bool isUntouched;  // the thief: not even its read flag changes
+} theThefts[] = {
+    {"all",                        -7, -7, UT_ERROR_NONE, 5, {},               theStock, false},
+    {"a last that is too large",
+     1,                                99,
+     theError,                                            2,
+     {{theWarning, "a"}, {theFatal, "c"}, {theWarning, "e"}},
+     {{theError, "b"}, {theError, "b"}},
+     false                                                                                    },
+    {"one from the middle",
+     2,                                2,
+     UT_ERROR_NONE,                                       1,
+     {{theWarning, "a"}, {theError, "b"}, {theError, "b"}, {theWarning, "e"}},
+     {{theFatal, "c"}},
+     false                                                                                    },
+    {"none in the range",          3,  2,  UT_ERROR_NONE, 0, theStock,         {},       false},
+    {"none of the severity",       0,  4,  theMessage,    0, theStock,         {},       false},
+    {"a first just past the last", 5,  0,  UT_ERROR_NONE, 0, theStock,         {},       false},
+    {"a first far past the last",  6,  0,  UT_ERROR_NONE, 0, theStock,         {},       true },
+};
+
+TEST_F(UT_ErrorManagerTest, StealsAndCopiesErrors)
+{
     for (const auto &row : theThefts)
-        for (bool copy : {false, true})
+        for (const bool isCopy : {false, true})
         {
+            SCOPED_TRACE(
+                std::string(row.what) + (isCopy ? ", copied" : ", moved"));
             UT_ErrorManager from, to;
-            utFill(from, "3a4b5c4b3e");
-            utFill(to, "1z");
+            fill(from, theStock);
+            from.setReadFlag(0);
+            fill(
+                to, {
+                        {theMessage, "mine"}
+            });
             to.setReadFlag(1);
-            int first, last, filter;
-            sscanf(row[0], "%d %d %d", &first, &last, &filter);
-            const int count = to.stealErrors(
-                from, first, last, UT_ErrorSeverity(filter), copy);
-            EXPECT_EQ(row[2], utScript(to) + std::to_string(count));
-            EXPECT_EQ(copy ? "3a4b5c4b3e*" : row[1], utScript(from));
-            if (!copy || first != 6)
-                continue;
-            // The first of duplicates stays, and nothing else changes.
-            const std::unique_ptr<UT_Error> later(from.getError(3));
-            from.pruneDuplicates();
-            EXPECT_EQ("3a4b5c3e*", utScript(from));
+            EXPECT_EQ(
+                row.count,
+                to.stealErrors(from, row.first, row.last, row.filter, isCopy));
+
+            ut_Entries expected = {
+                {theMessage, "mine"}
+            };
+            expected.insert(
+                expected.end(), row.stolen.begin(), row.stolen.end());
+            EXPECT_EQ(expected, entriesOf(to));
+            EXPECT_EQ(row.isUntouched, to.getReadFlag());
+
+            const bool isMoved = !isCopy && row.count > 0;
+            EXPECT_EQ(isMoved ? row.left : theStock, entriesOf(from));
+            EXPECT_EQ(isMoved, from.getReadFlag());
+            EXPECT_EQ(isMoved, from.getNeedScan());
         }
 }
 
-TEST(UT_ErrorManager, OutputFailsByErrno)
+TEST_F(UT_ErrorManagerTest, TheFirstOfDuplicatesStays)
 {
-    setenv("VALDRIN_VERBOSE_ERROR", "1", 1);
-    testing::internal::CaptureStderr();
+    UT_ErrorManager manager;
+    fill(manager, theStock);
+    fill(
+        manager, {
+                     {theError, ""},
+                     {theError, ""}
+    }); // nothing to compare
+    // Deliberate: what is taken out is not deleted, and no flag changes.
+    const std::unique_ptr<UT_Error> duplicate(manager.getError(3));
+    manager.pruneDuplicates();
+    EXPECT_EQ(
+        (ut_Entries{
+            {theWarning, "a"},
+            {theError,   "b"},
+            {theFatal,   "c"},
+            {theWarning, "e"},
+            {theError,   "" },
+            {theError,   "" }
+    }),
+        entriesOf(manager));
+    EXPECT_FALSE(manager.getReadFlag());
+    EXPECT_FALSE(manager.getNeedScan());
+}
+
+TEST_F(UT_ErrorManagerTest, OutputFailsByErrno)
+{
     UTpopErrorManager(); // there is none
     UTpushErrorManager();
-    std::string failures;
+    std::vector<int> failures;
     for (errno = 0; errno < 140; ++errno)
         if (!UTcheckOutStream(std::cout, "write", "/a"))
-            failures += std::to_string(errno) + ' ';
-    EXPECT_EQ("5 24 28 30 60 63 110 ", failures);
+            failures.push_back(errno);
+    EXPECT_EQ(
+        (std::vector<int>{
+            EIO, EMFILE, ENOSPC, EROFS, ENOSTR, ENOSR, ETIMEDOUT}),
+        failures);
     EXPECT_STREQ(
         "write <Input/output error> /a",
         UTgetErrorManager()->getError(0)->getErrorString());
+    EXPECT_EQ(0, UTfindError("Common", UT_CE_FILE_ERROR));
     EXPECT_EQ(-1, UTfindError(nullptr, UT_CE_FILE_ERROR));
     UTpopErrorManager();
-    EXPECT_EQ("", utScript(*UTgetErrorManager()));
+    EXPECT_EQ(0, UTgetErrorManager()->entries());
+}
+
+TEST_F(UT_ErrorManagerTest, OutputFailuresAreReportedOnRequest)
+{
+    setenv("VALDRIN_VERBOSE_ERROR", "1", 1);
+    testing::internal::CaptureStderr();
+    errno = 0;
+    UTcheckOutStream(std::cout, "write", "/a");
+    errno = EPERM;
+    UTcheckOutStream(std::cout, "write", "/a");
     EXPECT_EQ(
         "Valdrin Save error detected:errno 1 (Operation not permitted) "
-        "path(/a) operation(write)\n\rValdrin",
-        testing::internal::GetCapturedStderr().substr(0, 96));
+        "path(/a) operation(write)\n\r",
+        testing::internal::GetCapturedStderr());
 }

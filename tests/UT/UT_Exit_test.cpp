@@ -4,69 +4,141 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <string>
-#include <utility>
 
-// The data of the callbacks: the letter that each tells on standard error when
-// it runs, and what it does then.
-static std::string theData[] = {"A", "B", "C", "D", "d+D", "s-s", "n0", "z!"};
-
-static void utRunScript(const char *script);
+// Callbacks whose data is the name that they write to standard error when they
+// run. Each scenario below runs in a process of its own, which then exits.
 
 static void
-utSay(void *data)
+utSay(void *name)
 {
-    const char *text = static_cast<std::string *>(data)->c_str();
-    std::cerr << *text;
-    utRunScript(text + 1);
+    std::cerr << static_cast<const char *>(name);
 }
 
-// Tells '#' where something is not added or not there to remove.
+static char theNames[][2] = {"A", "B", "C", "D"};
+static char *const theA = theNames[0];
+static char *const theB = theNames[1];
+static char *const theC = theNames[2];
+static char *const theD = theNames[3];
+
+static bool
+utAdd(char *name)
+{
+    return UT_Exit::addExitCallback(utSay, name);
+}
+
+static bool
+utRemove(char *name)
+{
+    return UT_Exit::removeExitCallback(utSay, name);
+}
+
+// Expects that a process that does `scenario` and then exits writes `said`.
+#define EXPECT_SAID(said, scenario) \
+    EXPECT_EXIT(                    \
+        {                           \
+            scenario;               \
+            UT_Exit::exit(7);       \
+        },                          \
+        testing::ExitedWithCode(7), "^" said "$")
+
+// Ends a scenario in which something is not as claimed.
 static void
-utRunScript(const char *script)
+utRequire(bool claim)
 {
-    for (; *script; ++script)
-    {
-        const char act = *script;
-        std::string *data = theData;
-        if (act == '+' || act == '-')
-            for (++script; data->front() != *script;)
-                ++data;
-        if (act == '+')
-            std::cerr << (UT_Exit::addExitCallback(utSay, data) ? "" : "#");
-        else if (act == '-')
-            std::cerr << (UT_Exit::removeExitCallback(utSay, data) ? "" : "#");
-        else if (act == '0')
-            UT_Exit::removeAllExitCallbacks();
-        else if (act == '!')
-            UT_Exit::runExitCallbacks();
-        else
-            atexit([] { std::cerr << 'X'; });
-    }
+    if (!claim)
+        std::cerr << "not as claimed";
 }
 
-// What a process tells that runs the script and then exits.
-static const std::pair<const char *, const char *> theScripts[] = {
-    {"+A+B+A",             "#AB"},
-    {"+A+B+C-C+D-A+C-D-A", "#BC"}, // the last, first, inner, and no longer
-    {"+A!!+B",             "A"  }, // once only
-    {"+z+B",               "zB" },
-    {"+AX+B",              "XAB"}, // handlers run in reverse; the place of
-    {"+A-AX+B",            "BX" }, // ours is where it last got its first
-    {"+d+B",               "dBD"},
-    {"+A+d",               "Ad" }, // Deliberate: what the last adds is lost
-    {"+s+B",               "sB" },
-    {"+n+B",               "n"  },
-};
-
-TEST(UT_Exit, CallbacksRunOnceInOrder)
+TEST(UT_Exit, CallbacksRunOnceInTheirOrder)
 {
-    for (const auto &[script, tells] : theScripts)
-        EXPECT_EXIT(
-            {
-                utRunScript(script);
-                UT_Exit::exit(7);
-            },
-            testing::ExitedWithCode(7), std::string("^") + tells + "$")
-            << script;
+    EXPECT_SAID("AB", {
+        utRequire(utAdd(theA));
+        utRequire(utAdd(theB));
+        utRequire(!utAdd(theA)); // it is in the list
+    });
+    EXPECT_SAID("A", {
+        utAdd(theA);
+        UT_Exit::runExitCallbacks();
+        UT_Exit::runExitCallbacks();
+        utAdd(theB); // too late
+    });
+}
+
+TEST(UT_Exit, RemovedCallbacksDoNotRun)
+{
+    EXPECT_SAID("BC", {
+        for (char *name : {theA, theB, theC, theD})
+            utAdd(name);
+        utRequire(utRemove(theD)); // the last
+        utRequire(utRemove(theA)); // the first
+        utAdd(theD);
+        utRequire(utRemove(theD)); // the last, once more
+        utRequire(!utRemove(theA));
+    });
+    EXPECT_SAID("AC", {
+        for (char *name : {theA, theB, theC})
+            utAdd(name);
+        utRequire(utRemove(theB)); // from the middle
+    });
+    EXPECT_SAID("B", {
+        utAdd(theA);
+        UT_Exit::removeAllExitCallbacks();
+        utAdd(theB);
+    });
+}
+
+TEST(UT_Exit, CallbacksRunWhereTheListGotItsFirst)
+{
+    // Handlers run in the reverse order of their registration.
+    EXPECT_SAID("XAB", {
+        utAdd(theA);
+        atexit([] { std::cerr << 'X'; });
+        utAdd(theB);
+    });
+    EXPECT_SAID("BX", {
+        utAdd(theA);
+        utRemove(theA);
+        atexit([] { std::cerr << 'X'; });
+        utAdd(theB); // the list was empty
+    });
+}
+
+TEST(UT_Exit, CallbacksMayChangeTheList)
+{
+    static const auto theAddD = [](void *) { utAdd(theD); };
+    static const auto theRemoveA = [](void *) { utRemove(theA); };
+    static const auto theRemoveAll = [](void *)
+    { UT_Exit::removeAllExitCallbacks(); };
+    static void (*const theRemoveItself)(void *) = [](void *data)
+    { UT_Exit::removeExitCallback(theRemoveItself, data); };
+    static const auto theRunAll = [](void *) { UT_Exit::runExitCallbacks(); };
+
+    EXPECT_SAID("BD", {
+        UT_Exit::addExitCallback(theAddD, nullptr);
+        utAdd(theB);
+    });
+    // Deliberate: what the last one adds is lost.
+    EXPECT_SAID("A", {
+        utAdd(theA);
+        UT_Exit::addExitCallback(theAddD, nullptr);
+    });
+    EXPECT_SAID("B", {
+        UT_Exit::addExitCallback(theRemoveA, nullptr);
+        utAdd(theA);
+        utAdd(theB);
+    });
+    EXPECT_SAID("B", {
+        UT_Exit::addExitCallback(theRemoveItself, nullptr);
+        utAdd(theB);
+    });
+    EXPECT_SAID("A", {
+        utAdd(theA);
+        UT_Exit::addExitCallback(theRemoveAll, nullptr);
+        utAdd(theB);
+    });
+    EXPECT_SAID("AB", {
+        utAdd(theA);
+        UT_Exit::addExitCallback(theRunAll, nullptr); // already under way
+        utAdd(theB);
+    });
 }
