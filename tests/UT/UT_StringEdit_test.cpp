@@ -4,41 +4,60 @@
 
 #include <string>
 
+TEST(UT_StringEdit, SearchesReturnPositions)
+{
+    const UT_String string("abab");
+    EXPECT_EQ(3, string.find('b', 2));
+    EXPECT_EQ(3, string.findLast('b'));
+    EXPECT_EQ(3, string.findAny("xb", 2));
+}
+
+// Each edit returns how much it did: bytes changed or taken away, or true.
 TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
 {
     static const struct
     {
+        const char *what;
         const char *text;
         const char *edited;
         int result;
         int (*edit)(UT_String &);
-    } theCases[] = {
-        {"abab",      "abab",      3, [](auto &s) { return s.find('b', 2); }         },
-        {"abab",      "abab",      3, [](auto &s) { return s.findLast('b'); }        },
-        {"abab",      "abab",      3, [](auto &s) { return s.findAny("xb", 2); }     },
-        {"ab",        "a\xE9",     1, [](auto &s) { return s.change('b', '\xE9'); }  },
-        {"ab",        "ab",        0, [](auto &s) { return s.change('b', '\0'); }    },
-        {"`azA{\xE9", "`AZA{\xE9", 2, [](auto &s) { return s.toUpper(); }            },
-        {"@AZa[\xC9", "@aza[\xC9", 2, [](auto &s) { return s.toLower(); }            },
-        {"abcab",     "c",         4, [](auto &s) { return s.strip(s.buffer() + 3); }},
-        {" \ra \xA0", "a \xA0",    2, [](auto &s) { return s.stripStart(); }         },
-        {"///",       "",          3, [](auto &s) { return s.stripEnd("/"); }        },
-        {nullptr,     nullptr,     0, [](auto &s) { return +s.insert(1, "x"); }      },
-        {"ab",        "a",         1, [](auto &s) { return +s.erase(1); }            },
+    } theEdits[] = {
+        {"change",                             "ab",        "a\xE9",     1,
+         [](UT_String &s) { return s.change('b', '\xE9'); }  },
+        {"change to NUL",                      "ab",        "ab",        0,
+         [](UT_String &s) { return s.change('b', '\0'); }    },
+        {"toUpper leaves all but a to z",      "`azA{\xE9", "`AZA{\xE9", 2,
+         [](UT_String &s) { return s.toUpper(); }            },
+        {"toLower leaves all but A to Z",      "@AZa[\xC9", "@aza[\xC9", 2,
+         [](UT_String &s) { return s.toLower(); }            },
+        {"strip bytes listed in its own tail", "abcab",     "c",         4,
+         [](UT_String &s) { return s.strip(s.buffer() + 3); }},
+        {"stripStart",                         " \ra \xA0", "a \xA0",    2,
+         [](UT_String &s) { return s.stripStart(); }         },
+        {"stripEnd, to nothing",               "///",       "",          3,
+         [](UT_String &s) { return s.stripEnd("/"); }        },
+        {"insert into null",                   nullptr,     nullptr,     0,
+         [](UT_String &s) { return int(s.insert(1, "x")); }  },
+        {"erase to the end",                   "ab",        "a",         1,
+         [](UT_String &s) { return int(s.erase(1)); }        },
     };
-    for (const auto &row : theCases)
-        for (int deep : {0, 1})
+    for (const auto &row : theEdits)
+        for (const int isDeep : {0, 1})
         {
-            UT_String string(row.text, deep);
+            UT_String string(row.text, isDeep);
             const char *const before = string.buffer();
-            EXPECT_EQ(row.result, row.edit(string)) << &row - theCases;
-            EXPECT_STREQ(row.edited, string);
-            EXPECT_TRUE(before == string.buffer() || row.result > 0);
+            EXPECT_EQ(row.result, row.edit(string)) << row.what;
+            EXPECT_STREQ(row.edited, string) << row.what;
+            if (row.result == 0)
+            {
+                EXPECT_EQ(before, string.buffer()) << row.what;
+            }
         }
 }
 
 // In 32 bits the length would be that of a short text again.
-TEST(UT_StringEdit, WhatCannotBeMeasuredIsNotMade)
+TEST(UT_StringEdit, TextsLongerThanIntMaxAreNotMade)
 {
     const std::string many(1 << 17, 'a');
     const std::string wide(1 << 15, 'b');

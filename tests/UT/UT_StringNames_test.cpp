@@ -3,34 +3,58 @@
 #include <gtest/gtest.h>
 
 // The orders as such, and the next names, are what the fuzz entry looks at.
-TEST(UT_StringNames, ComparisonsGiveDifferences)
+TEST(UT_StringNames, ComparisonsReturnDifferences)
 {
-    const auto compare = UT_String::compareNumberedString;
-    EXPECT_EQ(-8, compare("a01b2", "a1b10"));
-    EXPECT_EQ(INT32_MAX, compare("2147483647", "000"));
-    EXPECT_EQ(-1, compare("30000000001", "30000000005")); // no ints
-    EXPECT_EQ(-0x17, compare("a\xE9", "a"));              // signed bytes
-    EXPECT_EQ(-1, compare(nullptr, ""));
-    const char *files[] = {"foo.tif", "foo"}; // the dot comes first
-    EXPECT_EQ(-1, UT_String::qsortCmpNumberedFilename(files, files + 1));
-}
+    static const struct
+    {
+        const char *what, *left, *right;
+        int difference;
+    } theCases[] = {
+        {"numbers by value",           "a01b2",       "a1b10",       -8       },
+        {"the largest difference",     "2147483647",  "000",         INT32_MAX},
+        {"numbers longer than an int", "30000000001", "30000000005", -1       },
+        {"bytes are signed",           "a\xE9",       "a",           -0x17    },
+        {"null before empty",          nullptr,       "",            -1       },
+    };
+    for (const auto &row : theCases)
+        EXPECT_EQ(
+            row.difference,
+            UT_String::compareNumberedString(row.left, row.right))
+            << row.what;
 
-static std::string
-utParts(const char *text, bool minus, bool point)
-{
-    UT_String prefix(text), number, rest;
-    prefix.parseNumberedFilename(prefix, number, rest, minus, point);
-    return std::string(prefix) + '|' + number.buffer() + '|' + rest.buffer();
+    // Without the extension the rest of the name decides, "." among it.
+    const char *files[] = {"foo.tif", "foo"};
+    EXPECT_EQ(-1, UT_String::qsortCmpNumberedFilename(&files[0], &files[1]));
 }
 
 TEST(UT_StringNames, FileNamesSplitAtTheirNumber)
 {
-    EXPECT_EQ("img.|0012|.tif", utParts("img.0012.tif", true, false));
-    EXPECT_EQ("img|.0012|.tif", utParts("img.0012.tif", false, true));
-    EXPECT_EQ("|-1-2|b", utParts("-1-2b", true, false));
-    EXPECT_EQ("|7|.", utParts("7.", false, false));
-    EXPECT_EQ(".|5|", utParts(".5", true, false));
-    EXPECT_EQ("/x3/.5||", utParts("/x3/.5", false, false)); // an extension
+    static const struct
+    {
+        const char *name;
+        bool isMinusPart, isPointPart; // of the number
+        const char *prefix, *number, *rest;
+    } theCases[] = {
+        {"img.0012.tif", true,  false, "img.",   "0012",  ".tif"},
+        {"img.0012.tif", false, true,  "img",    ".0012", ".tif"},
+        {"-1-2b",        true,  false, "",       "-1-2",  "b"   },
+        {"7.",           false, false, "",       "7",     "."   },
+        {".5",           true,  false, ".",      "5",     ""    },
+        {"/x3/.5",       false, false, "/x3/.5", "",      ""    }, // all of it an extension
+    };
+    for (const auto &row : theCases)
+    {
+        UT_String prefix(row.name), number, rest;
+        prefix.parseNumberedFilename(
+            prefix, number, rest, row.isMinusPart, row.isPointPart);
+        EXPECT_STREQ(row.prefix, prefix) << row.name;
+        EXPECT_STREQ(row.number, number.buffer()) << row.name;
+        EXPECT_STREQ(row.rest, rest.buffer()) << row.name;
+    }
+}
+
+TEST(UT_StringNames, NullHasNoParts)
+{
     UT_String null, left("left");
     EXPECT_EQ(0, null.parseNumberedFilename(left, left, left, true, true));
     EXPECT_STREQ("left", left);

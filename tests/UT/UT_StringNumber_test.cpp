@@ -4,37 +4,65 @@
 
 #include <climits>
 #include <random>
+#include <string>
+#include <vector>
 
 TEST(UT_StringNumber, NumbersAreReadAsFarAsTheyFit)
 {
     EXPECT_EQ(-12, UT_String(" -12x").toInt());
     EXPECT_EQ(INT_MAX, UT_String("4294967297").toInt());
     EXPECT_EQ(INT_MIN, UT_String("-99999999999999999999").toInt());
-    // Just above the middle of two floats, and it as a double.
+    EXPECT_EQ(0, UT_String().toInt());
+    EXPECT_FALSE(UT_String().isInteger(1));
+    // Just above the middle between two floats, which is what it is as a
+    // double: rounding twice would give the upper one.
     EXPECT_EQ(1.0f, UT_String("1.00000005960464477539063").toFloat());
-    EXPECT_FALSE(UT_String().toInt() || UT_String().isInteger(1));
 }
 
-TEST(UT_StringNumber, NumbersAreWrittenInDecimal)
+// Integers of every length: those around the powers of ten and random ones.
+static std::vector<int64>
+utIntegers()
 {
     std::vector<int64> values = {INT_MIN, INT64_MIN};
     std::mt19937_64 random(1);
     for (int64 power = 1; power < INT64_MAX / 10; power *= 10)
-        for (int64 i = -1; i < 200; ++i)
-            values.push_back(i < 1 ? power + i : int64(random()) % power);
-    for (const int64 value : values)
     {
+        for (const int64 value : {power - 1, power, power + 1})
+            values.push_back(value);
+        for (int i = 0; i < 200; ++i)
+            values.push_back(int64(random()) % power);
+    }
+    return values;
+}
+
+TEST(UT_StringNumber, IntegersAreWrittenInDecimal)
+{
+    for (const int64 value : utIntegers())
+    {
+        const std::string expected = std::to_string(int(value));
         char buffer[] = "xxxxxxxxxxxxx";
-        const std::string number = std::to_string(int(value));
         const int length = UT_String::itoa(buffer, int(value));
-        EXPECT_EQ(number + '\0' + 'x', std::string(buffer, size_t(length) + 2));
+        EXPECT_EQ(int(expected.size()), length) << value;
+        EXPECT_STREQ(expected.c_str(), buffer) << value;
+        EXPECT_EQ('x', buffer[length + 1]) << value; // past the NUL
+
         UT_String string;
         string.utoa(int(value));
         EXPECT_EQ(std::to_string(unsigned(value)), string.buffer());
-        std::string grouped = std::to_string(value);
-        for (size_t at = grouped.size(); at > (value < 0 ? 4 : 3);)
-            grouped.insert(at -= 3, ",");
+    }
+}
+
+TEST(UT_StringNumber, PrettyIntegersHaveCommas)
+{
+    for (const int64 value : utIntegers())
+    {
+        // From the right, a comma before each three digits but the first.
+        std::string expected = std::to_string(value);
+        const int first = value < 0 ? 1 : 0;
+        for (int at = int(expected.size()) - 3; at > first; at -= 3)
+            expected.insert(size_t(at), ",");
+        UT_String string;
         string.itoa_pretty(value);
-        EXPECT_EQ(grouped, string.buffer());
+        EXPECT_EQ(expected, string.buffer());
     }
 }

@@ -2,27 +2,44 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
+static const struct
+{
+    const char *text;
+    const char *smart;    // makeSmartQuotedString('\'')
+    const char *guarded;  // protectString()
+    const char *expanded; // expandControlSequences()
+    bool hasWhiteSpace;
+} theTexts[] = {
+    {"plain",        "'plain'",                "plain",            "plain",    false},
+    {"it's\r",       "\"it's\r\"",             "it's\r",           "it's\r",   false},
+    {"'\"\\a",       "'\\'\"\\\\a'",           "'\"\\a",           "'\"a",     false}, // both kinds of quotes
+    {"a\"\tb\\",     "'a\"\tb\\\\'",           "\"a\\\"\tb\\\\\"", "a\"\tb\\", true },
+    {"\"\" \"",      "'\"\" \"'",              "\"\" \"",          "\"\" \"",  true }, // quoted as it is
+    {"\\n\\r\\t\\0", "'\\\\n\\\\r\\\\t\\\\0'", "\\n\\r\\t\\0",     "\n\r\t0",
+     false                                                                          },
+    {nullptr,        "''",                     nullptr,            "",         false},
+};
+
 TEST(UT_StringQuote, TextsAreQuotedWhereTheyMustBe)
 {
-    // A text; in smart single quotes; protected; with its codes expanded.
-    static const char *const theCases[][4] = {
-        {"it's\r",       "\"it's\r\"",             "it's\r",           "it's\r"  },
-        {"'\"\\a",       "'\\'\"\\\\a'",           "'\"\\a",           "'\"a"    },
-        {"a\"\tb\\",     "'a\"\tb\\\\'",           "\"a\\\"\tb\\\\\"", "a\"\tb\\"},
-        {"\"\" \"",      "'\"\" \"'",              "\"\" \"",          "\"\" \"" },
-        {"\\n\\r\\t\\0", "'\\\\n\\\\r\\\\t\\\\0'", "\\n\\r\\t\\0",     "\n\r\t0" },
-        {nullptr,        "''",                     nullptr,            ""        },
-    };
-    for (const auto &[text, smart, guarded, expanded] : theCases)
+    for (const auto &row : theTexts)
     {
-        UT_String string(text);
-        EXPECT_STREQ(smart, string.makeSmartQuotedString('\''));
-        EXPECT_EQ(text && strpbrk(text, "\t "), string.hasWhiteSpace());
+        SCOPED_TRACE(row.text ? row.text : "null");
+        UT_String string(row.text);
+        EXPECT_STREQ(row.smart, string.makeSmartQuotedString('\''));
+        EXPECT_EQ(row.hasWhiteSpace, string.hasWhiteSpace());
         string.protectString();
-        EXPECT_STREQ(guarded, string);
-        string = text;
+        EXPECT_STREQ(row.guarded, string);
+        string = row.text;
         string.expandControlSequences();
-        EXPECT_STREQ(expanded, string);
+        EXPECT_STREQ(row.expanded, string);
     }
+}
+
+TEST(UT_StringQuote, SmartQuotesPreferTheOneAskedFor)
+{
+    EXPECT_STREQ("\"a\"", UT_String("a").makeSmartQuotedString('"'));
     EXPECT_STREQ("'\"'", UT_String("\"").makeSmartQuotedString('"'));
 }

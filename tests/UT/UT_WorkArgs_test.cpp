@@ -2,19 +2,65 @@
 
 #include <gtest/gtest.h>
 
-TEST(UT_WorkArgs, GapsAreNullAndNullsCut)
+// Setting an argument past the end makes a gap.
+TEST(UT_WorkArgs, GapsAreNull)
+{
+    char text[] = "";
+    UT_WorkArgs args;
+    args.setArg(3, text);
+    ASSERT_EQ(4, args.getArgc());
+    EXPECT_EQ(nullptr, args[0]);
+    EXPECT_EQ(nullptr, args[1]);
+    EXPECT_EQ(nullptr, args[2]);
+    EXPECT_EQ(text, args[3]);
+}
+
+TEST(UT_WorkArgs, ANullEndsTheList)
+{
+    char text[] = "";
+    UT_WorkArgs args;
+    args.setArg(3, text);
+    args.setArg(1, nullptr);
+    EXPECT_EQ(1, args.getArgc());
+    // What was cut off is not there again when the list grows.
+    args.setArg(5, text);
+    EXPECT_EQ(6, args.getArgc());
+    EXPECT_EQ(nullptr, args[3]);
+    EXPECT_EQ(text, args[5]);
+}
+
+// Deliberate: a null past the end leaves a gap before it.
+TEST(UT_WorkArgs, ANullPastTheEndMakesAGapToo)
+{
+    char text[] = "";
+    UT_WorkArgs args;
+    args.setArg(0, text);
+    args.setArg(3, nullptr);
+    EXPECT_EQ(3, args.getArgc());
+    EXPECT_EQ(nullptr, args[1]);
+    EXPECT_EQ(nullptr, args[2]);
+}
+
+TEST(UT_WorkArgs, NegativeIndicesAreIgnored)
 {
     char text[] = "";
     UT_WorkArgs args;
     args.setArg(-1, text);
-    args.setArg(3, text);
-    args.setArg(1, nullptr);
-    args.setArg(args.getArgc() + 4, text);
-    EXPECT_FALSE(args[0] || args[1] || args[3] || args[4] || args[6]);
+    EXPECT_EQ(0, args.getArgc());
+    EXPECT_EQ(nullptr, args[0]);
+}
+
+TEST(UT_WorkArgs, CopiesKeepWhatTheyHad)
+{
+    char text[] = "";
+    UT_WorkArgs args;
+    args.setArg(5, text);
     args.setArg(600, text);
     const UT_WorkArgs copy(args);
     EXPECT_EQ(1024, copy.capacity());
-    EXPECT_TRUE(copy[600] == text && copy[5] == text && !copy[601]);
     args.setArg(700, nullptr);
-    EXPECT_TRUE(args.getArgc() == 700 && copy.getArgc() == 601 && !args[601]);
+    EXPECT_EQ(601, copy.getArgc());
+    EXPECT_EQ(text, copy[5]);
+    EXPECT_EQ(text, copy[600]);
+    EXPECT_EQ(nullptr, copy[601]);
 }
