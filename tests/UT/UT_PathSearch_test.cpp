@@ -5,37 +5,49 @@
 
 #include <gtest/gtest.h>
 
-// The directories, but for the toolkit's own, which depends on the build.
-static std::string
+#include <string>
+#include <vector>
+
+typedef std::vector<std::string> ut_Directories;
+
+// All directories except the toolkit's own, which depends on the build.
+static ut_Directories
 utDirectories(UT_PathSearchType id)
 {
-    std::string result;
+    ut_Directories result;
     const auto &all = UT_PathSearch::getInstance(id)->getDirectories();
     for (int i = 0; i < all.entries(); ++i)
         if (!strstr(all(i), "/share/valdrin"))
-            (result += all(i)) += ' ';
+            result.push_back(all(i).buffer());
     return result;
 }
 
 TEST(UT_PathSearch, DirectoriesComeFromTheVariable)
 {
-    static const char *const theCases[][2] = {
-        {"/a//:",                "/a /h v "           },
-        {":v:/:$NONE",           "/h v / "            },
-        {"$LIST:rel:~:/a",       "/l /h v /m rel /a " },
-        {"$ONE:h:${ONE}/t:${a:", "/1 h /1/t ${a /h v "},
-        {"",                     "/h v "              },
+    static const struct
+    {
+        const char *value;
+        ut_Directories directories;
+    } theCases[] = {
+  // An empty part stands for the default directories, /h and v.
+        {"/a//:",                {"/a", "/h", "v"}                    },
+        {":v:/:$NONE",           {"/h", "v", "/"}                     },
+        {"$LIST:rel:~:/a",       {"/l", "/h", "v", "/m", "rel", "/a"} },
+        {"$ONE:h:${ONE}/t:${a:", {"/1", "h", "/1/t", "${a", "/h", "v"}},
+        {"",                     {"/h", "v"}                          },
     };
     for (const char *variable : {"HOME=/h/", "VRS=v", "LIST=/l/::/m", "ONE=/1"})
         ValdrinPutenv(variable);
-    for (const auto &[value, expected] : theCases)
+    for (const auto &row : theCases)
     {
-        ValdrinSetenv("VALDRIN_PATH", value);
+        ValdrinSetenv("VALDRIN_PATH", row.value);
         UT_PathSearch::varChanged("VALDRIN_PATH");
-        EXPECT_EQ(expected, utDirectories(UT_PATH_MAIN)) << value;
+        EXPECT_EQ(row.directories, utDirectories(UT_PATH_MAIN)) << row.value;
     }
     ValdrinSetenv("VALDRIN_SCRIPT_PATH", "/s:");
-    EXPECT_EQ("/s /h/scripts v/scripts ", utDirectories(UT_PATH_SCRIPT));
+    EXPECT_EQ(
+        (ut_Directories{"/s", "/h/scripts", "v/scripts"}),
+        utDirectories(UT_PATH_SCRIPT));
 }
 
 TEST(UT_PathSearch, TheFirstThatExistsIsFoundAndNamedShortly)
@@ -48,8 +60,13 @@ TEST(UT_PathSearch, TheFirstThatExistsIsFoundAndNamedShortly)
         tree.write(file, "text");
     ValdrinSetenv("VALDRIN_PATH", "none:a:.:b:b/sub");
     UT_PathSearch &search = *UT_PathSearch::getInstance(UT_PATH_MAIN);
-    // A name, the directory or file that it finds, and the name for the file.
-    static const char *const theCases[][4] = {
+    static const struct
+    {
+        const char *name;
+        const char *directory; // that findDirectory() finds, or null
+        const char *file;      // that valdrinFindFile() finds, or null
+        const char *condensed; // the short name of that file, or null
+    } theCases[] = {
         {"both",     nullptr, "a/both",   "both"  },
         {"b/both",   nullptr, "./b/both", "b/both"},
         {"sub",      "a/sub", nullptr,    nullptr },
@@ -57,15 +74,18 @@ TEST(UT_PathSearch, TheFirstThatExistsIsFoundAndNamedShortly)
         {"./a/both", nullptr, "./a/both", "a/both"},
         {"",         nullptr, nullptr,    nullptr },
     };
-    for (const auto &[name, directory, file, condensed] : theCases)
+    for (const auto &row : theCases)
     {
+        SCOPED_TRACE(row.name);
         UT_String result;
-        EXPECT_EQ(directory != nullptr, search.findDirectory(name, result));
-        EXPECT_STREQ(directory, result);
+        EXPECT_EQ(
+            row.directory != nullptr, search.findDirectory(row.name, result));
+        EXPECT_STREQ(row.directory, result);
         result = nullptr;
-        EXPECT_EQ(file != nullptr, search.valdrinFindFile(name, result));
-        EXPECT_STREQ(file, result);
-        EXPECT_EQ(condensed != nullptr, search.condense(result, result));
-        EXPECT_STREQ(condensed, result);
+        EXPECT_EQ(
+            row.file != nullptr, search.valdrinFindFile(row.name, result));
+        EXPECT_STREQ(row.file, result);
+        EXPECT_EQ(row.condensed != nullptr, search.condense(result, result));
+        EXPECT_STREQ(row.condensed, result);
     }
 }

@@ -13,29 +13,35 @@ TEST(UT_Path, PrefixesDecideWhatKindAPathIs)
     EXPECT_EQ(0, UTaddAbsolutePathPrefix("net:"));
     EXPECT_EQ(0, UTaddAbsolutePathPrefix("net:"));
 
-    // Absolute, a root, and a full path.
-    static const char *const theCases[][2] = {
-        {"",         "-r-"},
-        {"//",       "a-f"},
-        {"./x",      "--f"},
-        {"op:/",     "ar-"},
-        {"file:",    "-r-"},
-        {"file:x",   "---"},
-        {"file:op:", "a--"},
-        {"net:/",    "ar-"},
-    };
-    for (const auto &[path, expected] : theCases)
+    static const struct
     {
-        EXPECT_EQ(expected[0] == 'a', UTisAbsolutePath(path)) << path;
-        EXPECT_EQ(expected[1] == 'r', UTisRootPath(path)) << path;
-        EXPECT_EQ(expected[2] == 'f', UTfullPathSpecified(path)) << path;
+        const char *path;
+        bool isAbsolute, isRoot, isFull;
+    } theCases[] = {
+        {"",         false, true,  false},
+        {"//",       true,  false, true },
+        {"./x",      false, false, true },
+        {"op:/",     true,  true,  false},
+        {"file:",    false, true,  false},
+        {"file:x",   false, false, false},
+        {"file:op:", true,  false, false},
+        {"net:/",    true,  true,  false}, // added above
+    };
+    for (const auto &row : theCases)
+    {
+        EXPECT_EQ(row.isAbsolute, UTisAbsolutePath(row.path)) << row.path;
+        EXPECT_EQ(row.isRoot, UTisRootPath(row.path)) << row.path;
+        EXPECT_EQ(row.isFull, UTfullPathSpecified(row.path)) << row.path;
     }
 }
 
 TEST(UT_Path, RelativePathsGetADirectory)
 {
     ASSERT_EQ(0, chdir("/usr"));
-    static const char *const theCases[][3] = {
+    static const struct
+    {
+        const char *path, *directory, *absolute;
+    } theCases[] = {
         {"",             "/tmp",      ""                 },
         {"a/../b.txt",   "file:/tmp", "file:/tmp/b.txt"  },
         {"file:b//c/",   "/tmp/",     "file:/tmp/b/c"    },
@@ -43,11 +49,11 @@ TEST(UT_Path, RelativePathsGetADirectory)
         {"../../../x/.", "/tmp",      "/tmp/../../../x/."}, // above the root
         {"../x",         "a/./b",     "a/./b/../x"       }, // not absolute
     };
-    for (const auto &[path, base, expected] : theCases)
+    for (const auto &row : theCases)
     {
-        UT_String result(path);
-        UTmakeAbsoluteFilePath(result, base);
-        EXPECT_STREQ(expected, result);
+        UT_String path(row.path);
+        UTmakeAbsoluteFilePath(path, row.directory);
+        EXPECT_STREQ(row.absolute, path) << row.path;
     }
 }
 
