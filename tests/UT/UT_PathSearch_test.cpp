@@ -59,6 +59,7 @@ TEST(UT_PathSearch, TheFirstThatExistsIsFoundAndNamedShortly)
     for (const char *file : {"a/both", "b/both", "b/sub/x"})
         tree.write(file, "text");
     ValdrinSetenv("VALDRIN_PATH", "none:a:.:b:b/sub");
+    UT_PathSearch::varChanged("VALDRIN_PATH");
     UT_PathSearch &search = *UT_PathSearch::getInstance(UT_PATH_MAIN);
     static const struct
     {
