@@ -123,15 +123,25 @@ public:
     int port() const { return myListener.port(); }
 
     // All that connection `index` (from 0) received. Waits until that
-    // connection has ended.
+    // connection has ended; throws when that takes too long.
     std::string request(size_t index)
     {
         std::unique_lock<std::mutex> guard(myMutex);
-        myChanged.wait(guard, [&] { return index < myRequests.size(); });
+        const bool hasEnded = myChanged.wait_for(
+            guard, std::chrono::seconds(theDeadline),
+            [&] { return index < myRequests.size(); });
+        if (!hasEnded)
+            throw std::runtime_error(
+                "waited " + std::to_string(theDeadline) +
+                " s for the end of connection " + std::to_string(index) +
+                "; ended so far: " + std::to_string(myRequests.size()));
         return myRequests[index];
     }
 
 private:
+    // Seconds; only a failure reaches it.
+    static const int theDeadline = 120;
+
     static bool sendAll(int fd, const std::string &bytes)
     {
         return ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
@@ -174,7 +184,7 @@ private:
         int fd;
         while ((fd = ::accept(myListener.fd(), nullptr, nullptr)) >= 0)
         {
-            // The connection is closed before its request is told.
+            // The connection is closed before its request is handed out.
             std::string received = converse(ut_TestDescriptor(fd));
             const std::lock_guard<std::mutex> guard(myMutex);
             myRequests.push_back(std::move(received));
