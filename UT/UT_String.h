@@ -171,7 +171,7 @@ public:
     int tokenizeInPlace(UT_WorkArgs &args, const char *separators);
     int tokenizeInPlace(char **argv, int max, const char *separators);
 
-    // ---- Matching: UT_StringMatch.cpp, UT_StringRange.cpp ------------------
+    // ---- Matching: UT_StringMatch.cpp --------------------------------------
     //
     // The pattern and range languages are in docs/patterns.md. Case is that of
     // ASCII letters, whatever the locale. `caseSensitive` 0 ignores it.
@@ -245,6 +245,8 @@ public:
     /// and is longer. Deliberate: "abc" does not end with "abc".
     bool endsWith(const char *suffix) const;
 
+    // ---- Renaming: UT_StringRename.cpp -------------------------------------
+
     /// Renames the text when it matches `fromPattern`, a list divided by
     /// blanks and commas: to `toPattern`, in which each `*` and `?` becomes
     /// what one of `fromPattern` stood for, as multiMatchRecord() records it,
@@ -257,6 +259,8 @@ public:
     /// nothing when the text does not match, a pattern is null, a parenthesis
     /// behind a wildcard is not closed, or the name's length would be no int.
     int patternRename(const char *fromPattern, const char *toPattern);
+
+    // ---- Ranges: UT_StringRange.cpp ----------------------------------------
 
     /// Reads the text as a range, `[!]FIRST[-LAST][:[TAKE,]CYCLE]`, and calls
     /// `emit` for each index that it selects, in order; -1 stands for the
