@@ -214,7 +214,7 @@ public:
     /// the byte for each `?`, without a NUL, and `words` the text for each `*`,
     /// which the caller frees with free(). Both have room for `maximum`, and
     /// the rest is dropped. The counts are set, and words are there to free,
-    /// whether or not the text matches.
+    /// whether or not the text matches, and also when memory runs out.
     ///
     /// Deliberate: what wildcards stood for in attempts that failed is recorded
     /// too, in the order of the attempts. A `*` tries the shortest run first,

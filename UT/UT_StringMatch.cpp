@@ -550,20 +550,46 @@ UT_String::multiMatch(
     return multiMatch(pattern, caseSensitive, separators, nullptr, nullptr);
 }
 
+namespace
+{
+// A record that matches write into as long as this lives. However that ends,
+// the caller gets the counts: the words are there to free.
+class ut_ActiveRecord
+{
+public:
+    ut_ActiveRecord(
+        int maximum, char *singles, int &singleCount, char **words,
+        int &wordCount)
+        : myRecord(maximum, singles, words), mySingleCount(singleCount),
+          myWordCount(wordCount)
+    {
+        thePatternRecord = &myRecord;
+    }
+    ~ut_ActiveRecord()
+    {
+        thePatternRecord = nullptr;
+        mySingleCount = myRecord.singleCount();
+        myWordCount = myRecord.wordCount();
+    }
+    ut_ActiveRecord(const ut_ActiveRecord &) = delete;
+    ut_ActiveRecord &operator=(const ut_ActiveRecord &) = delete;
+
+private:
+    utPatternRecord myRecord;
+    int &mySingleCount;
+    int &myWordCount;
+};
+} // namespace
+
 int
 UT_String::multiMatchRecord(
     const char *pattern, int maximum, char *singles, int &singleCount,
     char **words, int &wordCount, int caseSensitive,
     const char *separators) const
 {
-    utPatternRecord record(maximum, singles, words);
-    thePatternRecord = &record;
-    const int matches =
-        multiMatch(pattern, caseSensitive, separators, nullptr, nullptr);
-    thePatternRecord = nullptr;
-    singleCount = record.singleCount();
-    wordCount = record.wordCount();
-    return matches;
+    const ut_ActiveRecord active(
+        maximum, singles, singleCount, words, wordCount);
+    return multiMatch(pattern, caseSensitive, separators, nullptr, nullptr);
 }
 
 bool

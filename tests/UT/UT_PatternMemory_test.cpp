@@ -1,0 +1,114 @@
+// What a match leaves when there is no memory to finish it. This program
+// replaces operator new, and the library then uses the replacement too.
+
+#include "UT/UT_String.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <new>
+
+static int theAllocationsLeft = INT_MAX;
+
+// Not inlined: the compiler warns of memory from new that free() is given.
+__attribute__((noinline)) void *
+operator new(size_t size)
+{
+    if (theAllocationsLeft == 0)
+        throw std::bad_alloc();
+    --theAllocationsLeft;
+    if (void *const block = malloc(size))
+        return block;
+    throw std::bad_alloc();
+}
+
+__attribute__((noinline)) void
+operator delete(void *block) noexcept
+{
+    free(block);
+}
+
+__attribute__((noinline)) void
+operator delete(void *block, size_t) noexcept
+{
+    free(block);
+}
+
+// Whether `action` runs out of memory when it may allocate `allocations` times.
+template <class Action>
+static bool
+utRunsOut(int allocations, Action action)
+{
+    bool runsOut = false;
+    theAllocationsLeft = allocations;
+    try
+    {
+        action();
+    }
+    catch (const std::bad_alloc &)
+    {
+        runsOut = true;
+    }
+    theAllocationsLeft = INT_MAX;
+    return runsOut;
+}
+
+// The search allocates when it comes to its first star, and again at the
+// second: by then it has recorded a byte and a word.
+static const char theText[] = "abcd";
+static const char thePattern[] = "?*c*x";
+
+TEST(UT_PatternMemory, AMatchThatRunsOutReportsWhatItRecorded)
+{
+    char singles[8];
+    char *words[8];
+    int singleCount = -1;
+    int wordCount = -1;
+    const UT_String text(theText);
+    ASSERT_TRUE(utRunsOut(
+        /*allocations=*/1,
+        [&]
+        {
+            text.multiMatchRecord(
+                thePattern, 8, singles, singleCount, words, wordCount,
+                /*caseSensitive=*/1, " ");
+        }));
+    ASSERT_EQ(1, singleCount);
+    EXPECT_EQ('a', singles[0]);
+    ASSERT_EQ(1, wordCount);
+    EXPECT_STREQ("b", words[0]);
+    free(words[0]);
+}
+
+TEST(UT_PatternMemory, TheNextMatchRecordsNothing)
+{
+    char singles[8] = "-------";
+    char *words[8] = {};
+    int singleCount;
+    int wordCount;
+    const UT_String text(theText);
+    ASSERT_TRUE(utRunsOut(
+        /*allocations=*/0,
+        [&]
+        {
+            text.multiMatchRecord(
+                "*c", 8, singles, singleCount, words, wordCount,
+                /*caseSensitive=*/1, " ");
+        }));
+    // A search that records allocates at its first star; others never do.
+    EXPECT_FALSE(utRunsOut(/*allocations=*/0, [&] { text.multiMatch("??*"); }));
+    EXPECT_STREQ("-------", singles);
+    EXPECT_EQ(nullptr, words[0]);
+}
+
+// What it captured is freed, which the address checker looks at.
+TEST(UT_PatternMemory, ARenameThatRunsOutChangesNothing)
+{
+    UT_String name(theText);
+    ASSERT_TRUE(utRunsOut(
+        /*allocations=*/1, [&] { name.patternRename(thePattern, "*"); }));
+    EXPECT_STREQ(theText, name);
+    EXPECT_EQ(1, name.patternRename("*cd", "*"));
+    EXPECT_STREQ("ab", name);
+}
