@@ -355,18 +355,37 @@ UT_SymbolTable::clear()
     myEntries = 0;
 }
 
+namespace
+{
+// Keeps the size of a table as long as it lives. An inner traversal must not
+// end the protection of the outer one, so the state before comes back.
+class ut_TraversalGuard
+{
+public:
+    explicit ut_TraversalGuard(bool &isTraversing)
+        : myIsTraversing(isTraversing), myWasTraversing(isTraversing)
+    {
+        myIsTraversing = true;
+    }
+    ~ut_TraversalGuard() { myIsTraversing = myWasTraversing; }
+    ut_TraversalGuard(const ut_TraversalGuard &) = delete;
+    ut_TraversalGuard &operator=(const ut_TraversalGuard &) = delete;
+
+private:
+    bool &myIsTraversing;
+    bool myWasTraversing;
+};
+} // namespace
+
 int
 UT_SymbolTable::traverse(UT_SymFunction function, void *data)
 {
-    // An inner traversal must not end the protection of the outer one.
-    const bool isOuter = !myTraversing;
-    myTraversing = true;
-    const int completed = traverseConst(function, data);
-    if (isOuter)
+    int completed;
     {
-        myTraversing = false;
-        adjust(UT_ADJUST_SHRINK);
+        const ut_TraversalGuard guard(myTraversing);
+        completed = traverseConst(function, data);
     }
+    adjust(UT_ADJUST_SHRINK);
     return completed;
 }
 

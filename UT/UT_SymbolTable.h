@@ -245,7 +245,8 @@ public:
     /// The function may insert names, which may or may not be visited, and
     /// delete the one that it is called for, but no other one: the size of the
     /// table stays as it is until the end, and is then checked once for
-    /// shrinking. It may traverse the same table in turn.
+    /// shrinking. It may traverse the same table in turn. An exception of its
+    /// own ends the traversal, without that check.
     int traverse(UT_SymFunction function, void *data);
 
     /// As traverse(), but the function must neither insert nor delete: nothing

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <map>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -173,6 +174,20 @@ TEST(UT_SymbolTable, TraversalMayDeleteWhatItVisits)
     EXPECT_EQ(1, table.traverse(utDeleteSelf, &table));
     EXPECT_EQ(0, table.entries());
     EXPECT_EQ(UTdecreaseAllocToPrime(size), table.tableSize());
+}
+
+// The state that keeps the size must end with the walk, or it never changes
+// again.
+TEST(UT_SymbolTable, AnExceptionEndsATraversal)
+{
+    UT_SymbolTable table;
+    utFill(table, 10);
+    const int size = table.tableSize();
+    const auto fail = [](UT_Thing &, const char *, void *) -> int
+    { throw std::runtime_error("no further"); };
+    EXPECT_THROW(table.traverse(fail, nullptr), std::runtime_error);
+    utFill(table, 100);
+    EXPECT_LT(size, table.tableSize());
 }
 
 TEST(UT_SymbolTable, LoadFactorsKeepTheirDistance)
