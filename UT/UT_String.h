@@ -173,13 +173,23 @@ public:
 
     // ---- Matching: UT_StringMatch.cpp --------------------------------------
     //
-    // The pattern and range languages are in docs/patterns.md. Case is that of
-    // ASCII letters, whatever the locale. `caseSensitive` 0 ignores it.
+    // The pattern and range languages are in docs/patterns.md, and the
+    // functions that do the work in UT_Pattern.h. Case is that of ASCII
+    // letters, whatever the locale. `caseSensitive` 0 ignores it.
 
     /// Whether the whole text matches `pattern`, 1 or 0; 0 when either is null.
-    /// `*` stands for any run of bytes, `?` for one, `[abc]` for one of those
-    /// listed (a dash, `!` and `^` are listed like others), and a backslash
-    /// makes the next byte ordinary. At most O(length of text * of pattern).
+    /// At most O(length of text * of pattern).
+    ///
+    /// - `*` stands for any run of bytes, an empty one too.
+    /// - `?` stands for any one byte.
+    /// - `[abc]` stands for one of the bytes listed. A dash, `!` and `^` are
+    ///   listed like others; an empty set never matches, nor does one that is
+    ///   not closed.
+    /// - A backslash makes the next byte an ordinary one.
+    /// - Any other byte stands for itself.
+    ///
+    /// `geo*` matches "geo" and "geo12", `geo[12]` matches "geo2" but not
+    /// "geo12", and `a\*?` matches "a*b" but not "abc".
     ///
     /// Deliberate: a backslash that ends the pattern matches a backslash and
     /// whatever follows it, so `a\` matches "a\b".
@@ -193,13 +203,13 @@ public:
     /// those from the 252nd on do not count; null divides nothing. A separator
     /// always divides: neither a set nor a backslash protects it.
     ///
-    /// `excluded` gets whether an exclusion matched behind all plain
-    /// alternatives that matched; null when not wanted. `index` gets the offset
-    /// in `pattern` of the alternative that matched last, -1 for none; null
-    /// when not wanted. Without it plain alternatives are not tried on a text
-    /// that matches already, and without `excluded` exclusions are tried on
-    /// such a text only. With it the second of two exclusions in a row is not
-    /// tried.
+    /// `excluded` is set to whether an exclusion matched after all plain
+    /// alternatives that matched; null when not wanted. `index` is set to the
+    /// offset in `pattern` of the alternative that matched last, -1 for none;
+    /// null when not wanted. Without it plain alternatives are not tried on a
+    /// text that matches already, and without `excluded` exclusions are tried
+    /// on such a text only. With it the second of two exclusions in a row is
+    /// not tried.
     ///
     /// One thread only, and so are the members below that match lists.
     int multiMatch(
@@ -257,7 +267,7 @@ public:
     ///
     /// Returns 1, and the string owns its new text. Returns 0 and changes
     /// nothing when the text does not match, a pattern is null, a parenthesis
-    /// behind a wildcard is not closed, or the name's length would be no int.
+    /// after a wildcard is not closed, or the name is longer than INT_MAX.
     int patternRename(const char *fromPattern, const char *toPattern);
 
     // ---- Ranges: UT_StringRange.cpp ----------------------------------------
@@ -275,7 +285,7 @@ public:
     /// goes past `maximum` is the last there is, and keeps the minor index
     /// written for the one that is not.
     ///
-    /// `minorCount` tells how many minor indices there are below a major one.
+    /// `minorCount` returns how many minor indices there are below a major one.
     /// A range with minor indices is malformed when it is null.
     ///
     /// Both functions get `data`. Deliberate: when both ends are past `maximum`

@@ -4,68 +4,55 @@
 #include "UT_String.h"
 
 #include "SYS/SYS_Types.h"
+#include "UT_Pattern.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkArgs.h"
 #include "UT_WorkBuffer.h"
 
+#include <cassert>
 #include <cstdlib>
 #include <vector>
 
-namespace
+utPatternRecord::utPatternRecord(int aMaximum, char *aSingles, char **aWords)
+    : maximum(aMaximum), singles(aSingles), singleCount(0), words(aWords),
+      wordCount(0)
 {
-// What the wildcards of a multi-pattern stood for, in the caller's arrays.
-class utPatternRecord
+}
+
+void
+utPatternRecord::addSingle(char c)
 {
-public:
-    utPatternRecord(int maximum, char *singles, char **words)
-        : myMaximum(maximum), mySingles(singles), mySingleCount(0),
-          myWords(words), myWordCount(0)
-    {
-    }
+    if (singleCount < maximum)
+        singles[singleCount++] = c;
+}
 
-    int singleCount() const { return mySingleCount; }
-    int wordCount() const { return myWordCount; }
-    int64 entries() const { return int64(mySingleCount) + myWordCount; }
+// Adds a copy of the bytes of a text that goes on after them: the last one
+// gives way to the NUL.
+static char *
+utCopyOf(const char *text, size_t length)
+{
+    char *const copy = static_cast<char *>(malloc(length + 1));
+    memcpy(copy, text, length);
+    copy[length - 1] = '\0';
+    return copy;
+}
 
-    void addSingle(char c)
-    {
-        if (mySingleCount < myMaximum)
-            mySingles[mySingleCount++] = c;
-    }
-
-    // Adds a heap copy of the first `length` - 1 bytes of a text that goes on
-    // behind them, or of all of it when `length` is negative.
-    void addWord(const char *text, int length)
-    {
-        if (myWordCount < myMaximum)
-            myWords[myWordCount++] =
-                length < 0 ? strdup(text) : copyOf(text, size_t(length));
-    }
-
-private:
-    static char *copyOf(const char *text, size_t length)
-    {
-        char *const copy = static_cast<char *>(malloc(length + 1));
-        memcpy(copy, text, length);
-        copy[length - 1] = '\0';
-        return copy;
-    }
-
-    int32 myMaximum; // capacity of both arrays
-    char *mySingles; // for each `?`, without a NUL
-    int32 mySingleCount;
-    char **myWords; // for each `*`; whoever owns the array frees them
-    int32 myWordCount;
-};
-
-static_assert(sizeof(void *) != 4 || sizeof(utPatternRecord) == 20);
-} // namespace
+void
+utPatternRecord::addWord(const char *text, int length)
+{
+    assert(length != 0);
+    if (wordCount >= maximum)
+        return;
+    words[wordCount] =
+        length < 0 ? strdup(text) : utCopyOf(text, size_t(length));
+    ++wordCount;
+}
 
 // Set while multiMatchRecord() runs.
 static utPatternRecord *thePatternRecord;
 
 // The bytes that are special in a multi-pattern: the wildcard characters and,
-// behind them, the separators of the call that runs.
+// after them, the separators of the call that runs.
 static char symbols[256] = "\\*?[";
 static constexpr size_t theWildcardCount = 4;
 
@@ -356,7 +343,7 @@ utMatch(const char *pattern, const char *subject)
     return outcome == UT_MATCHES;
 }
 
-static int
+int
 strMatch(const char *subject, const char *pattern, int caseSensitive)
 {
     if (!subject || !pattern)
@@ -365,16 +352,30 @@ strMatch(const char *subject, const char *pattern, int caseSensitive)
                          : utMatch<ut_Folded>(pattern, subject);
 }
 
-// Where the run at the front of `pattern`, up to a byte of `reject`, first
-// occurs in a subject that ends at `subjectEnd`; null when it does not.
+// singleStrMatch() in a subject that ends at `subjectEnd`.
 template <class Compare>
 static const char *
-singleStrMatch(
+utFindRun(
     const char *subject, const char *subjectEnd, const char *pattern,
     const char *reject)
 {
     return utFind<Compare>(
         subject, subjectEnd, pattern, strcspn(pattern, reject));
+}
+
+const char *
+singleStrMatch(
+    const char *subject, const char *pattern, const char *reject,
+    int caseSensitive)
+{
+    if (!subject || !pattern)
+        return nullptr;
+    if (!reject)
+        reject = "";
+    const char *const subjectEnd = subject + strlen(subject);
+    return caseSensitive
+               ? utFindRun<ut_Exact>(subject, subjectEnd, pattern, reject)
+               : utFindRun<ut_Folded>(subject, subjectEnd, pattern, reject);
 }
 
 namespace
@@ -390,6 +391,12 @@ struct ut_Star
 };
 } // namespace
 
+static int64
+utEntries(const utPatternRecord &record)
+{
+    return int64(record.singleCount) + record.wordCount;
+}
+
 template <class Compare>
 static const char *
 utNextCandidate(const ut_Star &star, const char *subjectEnd)
@@ -398,8 +405,7 @@ utNextCandidate(const ut_Star &star, const char *subjectEnd)
         return nullptr;
     if (utRunLength(star.rest) == 0)
         return star.candidate == subjectEnd ? nullptr : star.candidate;
-    return singleStrMatch<Compare>(
-        star.candidate, subjectEnd, star.rest, symbols);
+    return utFindRun<Compare>(star.candidate, subjectEnd, star.rest, symbols);
 }
 
 // The whole search, which leaves a record of all that its wildcards stood for.
@@ -439,7 +445,7 @@ utMatchAndRecord(
             ut_Star &star = stars[depth++];
             star.rest = pattern;
             star.start = star.candidate = subject;
-            star.recorded = record.entries();
+            star.recorded = utEntries(record);
         }
         // Go on from the last star that has somewhere left to try.
         for (;; --depth)
@@ -456,16 +462,29 @@ utMatchAndRecord(
                 star.candidate = subject + 1;
                 break;
             }
-            if (star.recorded == record.entries())
+            if (star.recorded == utEntries(record))
                 if (!star.barren || star.start < star.barren)
                     star.barren = star.start;
         }
     }
 }
 
-// Matches one alternative, which ends before the next separator.
+// Fills the separators into the special characters, and returns them there.
+static const char *
+utSetSeparators(const char *separators)
+{
+    const size_t room = sizeof(symbols) - theWildcardCount - 1;
+    const size_t length = separators ? strnlen(separators, room) : 0;
+    char *const copy = symbols + theWildcardCount;
+    if (length)
+        memcpy(copy, separators, length);
+    copy[length] = '\0';
+    return copy;
+}
+
+// Matches one alternative, once the separators are set.
 static int
-multiStrMatch(
+utMatchAlternative(
     const char *subject, const char *pattern, int caseSensitive,
     const char *separators)
 {
@@ -487,22 +506,19 @@ multiStrMatch(
 }
 
 int
+multiStrMatch(
+    const char *subject, const char *pattern, int caseSensitive,
+    const char *separators)
+{
+    return pattern &&
+           utMatchAlternative(
+               subject, pattern, caseSensitive, utSetSeparators(separators));
+}
+
+int
 UT_String::match(const char *pattern, int caseSensitive) const
 {
     return strMatch(myData, pattern, caseSensitive);
-}
-
-// Fills the separators into the special characters, and returns them there.
-static const char *
-utSetSeparators(const char *separators)
-{
-    const size_t room = sizeof(symbols) - theWildcardCount - 1;
-    const size_t length = separators ? strnlen(separators, room) : 0;
-    char *const copy = symbols + theWildcardCount;
-    if (length)
-        memcpy(copy, separators, length);
-    copy[length] = '\0';
-    return copy;
 }
 
 int
@@ -527,8 +543,8 @@ UT_String::multiMatch(
         // the last of two others.
         const bool isTried = isExclusion ? matches || (excluded && !*excluded)
                                          : !matches || index;
-        if (isTried &&
-            multiStrMatch(myData, at + isExclusion, caseSensitive, separators))
+        if (isTried && utMatchAlternative(
+                           myData, at + isExclusion, caseSensitive, separators))
         {
             matches = !isExclusion;
             if (excluded)
@@ -568,8 +584,8 @@ public:
     ~ut_ActiveRecord()
     {
         thePatternRecord = nullptr;
-        mySingleCount = myRecord.singleCount();
-        myWordCount = myRecord.wordCount();
+        mySingleCount = myRecord.singleCount;
+        myWordCount = myRecord.wordCount;
     }
     ut_ActiveRecord(const ut_ActiveRecord &) = delete;
     ut_ActiveRecord &operator=(const ut_ActiveRecord &) = delete;

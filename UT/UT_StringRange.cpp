@@ -3,32 +3,16 @@
 #include "UT_String.h"
 
 #include "SYS/SYS_Types.h"
+#include "UT_Pattern.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkArgs.h"
-#include "UT_WorkBuffer.h"
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
-
-namespace
-{
-// A range as it is written.
-struct ut_Range
-{
-    int cycle = 1; // items that the selection repeats after
-    int take = 1;  // how many of them, from the first, are selected
-    int negated = 0;
-    int majorIsStar = 0;
-    int minorIsStar = 0;
-    int firstMajor = 0;
-    int firstMinor = -1; // -1 without minors
-    int lastMajor = 0;
-    int lastMinor = -1;
-};
-} // namespace
 
 static int
 utNumber(std::string_view text)
@@ -47,6 +31,35 @@ utCut(std::string_view &text, char c, std::string_view &rest)
     return at != text.npos;
 }
 
+namespace
+{
+// One end of a range, as it is written.
+struct ut_RangeEnd
+{
+    int major = 0;
+    int majorIsStar = 0;
+    int minor = -1; // -1 without one
+    int minorIsStar = 0;
+
+    bool isOfSameKind(const ut_RangeEnd &other) const
+    {
+        return majorIsStar == other.majorIsStar &&
+               minorIsStar == other.minorIsStar &&
+               (minor < 0) == (other.minor < 0);
+    }
+};
+
+// A range, as it is written.
+struct ut_Range
+{
+    int cycle = 1; // items that the selection repeats after
+    int take = 1;  // how many of them, from the first, are selected
+    bool negated = false;
+    ut_RangeEnd first;
+    ut_RangeEnd last; // of the same kind
+};
+} // namespace
+
 static bool
 utReadIndexPart(std::string_view text, int &index, int &isStar)
 {
@@ -55,48 +68,50 @@ utReadIndexPart(std::string_view text, int &index, int &isStar)
     return !text.empty();
 }
 
-// Reads MAJOR[.MINOR]. Returns 0 when a part is empty.
-static int
-utPatternMixed(
-    std::string_view text, int &major, int &majorIsStar, int &minor,
-    int &minorIsStar)
+// Reads MAJOR[.MINOR]. Returns false when a part is empty.
+static bool
+utReadRangeEnd(std::string_view text, ut_RangeEnd &end)
 {
-    std::string_view rest;
-    minor = -1;
-    minorIsStar = 0;
-    if (utCut(text, '.', rest) && !utReadIndexPart(rest, minor, minorIsStar))
-        return 0;
-    return utReadIndexPart(text, major, majorIsStar);
+    std::string_view minor;
+    if (utCut(text, '.', minor) &&
+        !utReadIndexPart(minor, end.minor, end.minorIsStar))
+        return false;
+    return utReadIndexPart(text, end.major, end.majorIsStar);
 }
 
-// Returns 0 when the text is malformed.
-static int
-utRange(std::string_view text, ut_Range &range)
+int
+utPatternMixed(
+    const char *text, int &major, int &majorIsStar, int &minor,
+    int &minorIsStar)
 {
-    std::string_view last;
+    ut_RangeEnd end;
+    if (!text || !utReadRangeEnd(text, end))
+        return 0;
+    major = end.major;
+    majorIsStar = end.majorIsStar;
+    minor = end.minor;
+    minorIsStar = end.minorIsStar;
+    return 1;
+}
+
+// Returns false when the text is malformed.
+static bool
+utReadRange(std::string_view text, ut_Range &range)
+{
     std::string_view selection;
+    std::string_view last;
     std::string_view cycle;
     const bool hasSelection = utCut(text, ':', selection);
     range.negated = !text.empty() && text[0] == '!';
-    text.remove_prefix(size_t(range.negated));
+    text.remove_prefix(range.negated);
     const bool hasLast = utCut(text, '-', last);
     // The dash of "1:2-3" belongs to nothing.
     if (!hasLast && selection.find('-') != selection.npos)
-        return 0;
-
-    if (!utPatternMixed(
-            text, range.firstMajor, range.majorIsStar, range.firstMinor,
-            range.minorIsStar))
-        return 0;
-    int majorIsStar;
-    int minorIsStar;
-    if (!utPatternMixed(
-            hasLast ? last : text, range.lastMajor, majorIsStar,
-            range.lastMinor, minorIsStar) ||
-        majorIsStar != range.majorIsStar || minorIsStar != range.minorIsStar ||
-        (range.firstMinor < 0) != (range.lastMinor < 0))
-        return 0;
-
+        return false;
+    if (!utReadRangeEnd(text, range.first) ||
+        !utReadRangeEnd(hasLast ? last : text, range.last) ||
+        !range.first.isOfSameKind(range.last))
+        return false;
     if (hasSelection && utCut(selection, ',', cycle))
     {
         range.take = utNumber(selection);
@@ -105,6 +120,27 @@ utRange(std::string_view text, ut_Range &range)
     else if (hasSelection)
         range.cycle = utNumber(selection);
     return range.take > 0 && range.cycle > 0;
+}
+
+int
+utRange(
+    const char *text, int &cycle, int &take, int &negated, int &majorIsStar,
+    int &minorIsStar, int &firstMajor, int &firstMinor, int &lastMajor,
+    int &lastMinor)
+{
+    ut_Range range;
+    if (!text || !utReadRange(text, range))
+        return 0;
+    cycle = range.cycle;
+    take = range.take;
+    negated = range.negated;
+    majorIsStar = range.first.majorIsStar;
+    minorIsStar = range.first.minorIsStar;
+    firstMajor = range.first.major;
+    firstMinor = range.first.minor;
+    lastMajor = range.last.major;
+    lastMinor = range.last.minor;
+    return 1;
 }
 
 namespace
@@ -117,11 +153,11 @@ public:
         : myRange(range), myFirst(first), myLast(last),
           myMajorsAscend(first <= last), myMinorsAscend(myMajorsAscend)
     {
-        if (range.majorIsStar || first == last)
-            myMinorsAscend = range.firstMinor <= range.lastMinor;
+        if (range.first.majorIsStar || first == last)
+            myMinorsAscend = range.first.minor <= range.last.minor;
     }
 
-    bool hasMinors() const { return myRange.firstMinor >= 0; }
+    bool hasMinors() const { return myRange.first.minor >= 0; }
     int lowest() const { return std::min(myFirst, myLast); }
     int highest() const { return std::max(myFirst, myLast); }
 
@@ -162,17 +198,17 @@ public:
         const int end = hasMinors() ? count - 1 : -1;
         int low = begin; // the minors in the range, where it has some
         int high = end;
-        if (hasMinors() && !myRange.minorIsStar)
+        if (hasMinors() && !myRange.first.minorIsStar)
         {
-            if (myRange.majorIsStar || major == myFirst)
-                (myMinorsAscend ? low : high) = myRange.firstMinor;
-            if (myRange.majorIsStar || major == myLast)
-                (myMinorsAscend ? high : low) = myRange.lastMinor;
+            if (myRange.first.majorIsStar || major == myFirst)
+                (myMinorsAscend ? low : high) = myRange.first.minor;
+            if (myRange.first.majorIsStar || major == myLast)
+                (myMinorsAscend ? high : low) = myRange.last.minor;
         }
         if (major < lowest() || major > highest())
             high = low - 1;
 
-        const bool negated = myRange.negated != 0;
+        const bool negated = myRange.negated;
         const auto visit = [&](int minor)
         {
             const bool isSelected =
@@ -218,18 +254,18 @@ UT_String::traversePattern(
     unsigned (*minorCount)(int major, void *data), int offset) const
 {
     ut_Range range;
-    if (maximum == 0 || !myData || !utRange(myData, range) ||
-        (range.firstMinor >= 0 && !minorCount))
+    if (maximum == 0 || !myData || !utReadRange(myData, range) ||
+        (range.first.minor >= 0 && !minorCount))
         return 0;
     // Deliberate: without a maximum, a star and a negation go over 0 alone.
     const int64 end = maximum < 0 ? int64(INT_MAX) + 1 : maximum;
     const int highest = maximum < 0 ? 0 : maximum - 1;
     int64 first = 0;
     int64 last = highest;
-    if (!range.majorIsStar)
+    if (!range.first.majorIsStar)
     {
-        first = int64(range.firstMajor) + offset;
-        last = int64(range.lastMajor) + offset;
+        first = int64(range.first.major) + offset;
+        last = int64(range.last.major) + offset;
         if (first < 0 || last < 0)
             return 0;
         if (first >= end && last >= end)
@@ -253,65 +289,87 @@ UT_String::traversePattern(
                          : walk.eachMajor(walk.lowest(), walk.highest(), visit);
 }
 
-namespace
+static bool
+utIsFull(const stResultData &result)
 {
-// The names that words expand to, in the caller's array.
-struct stResultData
-{
-    char **list;
-    int count;
-    int maximum;
-
-    int room() const { return maximum - count; }
-    void add(const char *name)
-    {
-        if (room() > 0)
-            list[count++] = strdup(name);
-    }
-};
-
-// A bracket group of a word.
-struct stExpandData
-{
-    std::string_view prefix; // the text between the group before and this one
-    std::string_view contents;
-    std::vector<std::string> items; // what stands for it in a name, in order
-    size_t room = 0;                // items that matter
-    size_t repeat = 1;              // names in a row that have the same item
-};
-} // namespace
-
-static int
-stAddName(int major, int, void *data)
-{
-    stExpandData &group = *static_cast<stExpandData *>(data);
-    group.items.push_back(std::to_string(major));
-    return group.items.size() < group.room;
+    return result.count >= result.maximum;
 }
 
-// Deliberate: a dash between letters is no range, "[a-c]" stands for a and c.
-static int
-stExpandLetterPattern(std::string_view contents, stExpandData *data)
+static void
+utAdd(stResultData &result, const char *name)
 {
-    for (const char c : contents)
-        if (utIsLetter(c) && data->items.size() < data->room)
-            data->items.emplace_back(1, c);
+    if (utIsFull(result))
+        return;
+    result.list[result.count] = strdup(name);
+    ++result.count;
+}
+
+// Adds the names that have `item` in the place of the group.
+static void
+utAddItem(const stExpandData &data, const std::string &item)
+{
+    if (utIsFull(*data.result))
+        return;
+    std::string name(data.prefix);
+    name += item;
+    name += data.suffix;
+    if (!strchr(data.suffix, '[') || !stExpandArray(name.c_str(), data.result))
+        utAdd(*data.result, name.c_str());
+}
+
+int
+stAddName(int major, int, void *data)
+{
+    utAddItem(*static_cast<stExpandData *>(data), std::to_string(major));
     return 1;
 }
 
-// Cuts a word into groups and the text behind the last of them. An opening
+// Deliberate: a dash between letters is no range, "[a-c]" stands for a and c.
+int
+stExpandLetterPattern(const char *contents, stExpandData *data)
+{
+    for (; *contents && !utIsFull(*data->result); ++contents)
+        if (utIsLetter(*contents))
+            utAddItem(*data, std::string(1, *contents));
+    return 1;
+}
+
+// A range may go on for billions of indices after the last one with room.
+static int
+utAddNameWhileRoom(int major, int minor, void *data)
+{
+    stAddName(major, minor, data);
+    return !utIsFull(*static_cast<stExpandData *>(data)->result);
+}
+
+namespace
+{
+// A bracket group of a word.
+struct ut_Group
+{
+    std::string_view prefix; // the text between the group before and this one
+    std::string contents;
+    std::vector<std::string> items; // what stands for it in a name, in order
+    size_t room = 0;                // items that matter
+    size_t repeat = 1;              // names in a row that have the same item
+
+    bool isLetters() const { return utIsLetter(contents.c_str()[0]); }
+};
+} // namespace
+
+// Cuts a word into groups and the text after the last of them. An opening
 // bracket that nothing closes is text.
-static std::vector<stExpandData>
+static std::vector<ut_Group>
 utSplitGroups(std::string_view &word)
 {
-    std::vector<stExpandData> groups;
+    std::vector<ut_Group> groups;
     for (;;)
     {
         const size_t open = word.find('[');
         const size_t close = word.find(']', std::min(open, word.size()));
         if (close == word.npos)
             return groups;
-        stExpandData group;
+        ut_Group group;
         group.prefix = word.substr(0, open);
         group.contents = word.substr(open + 1, close - open - 1);
         groups.push_back(std::move(group));
@@ -319,26 +377,50 @@ utSplitGroups(std::string_view &word)
     }
 }
 
+// Stores the names of a word with one group straight away.
+static void
+utExpandGroup(const ut_Group &group, const char *suffix, stResultData *result)
+{
+    const std::string prefix(group.prefix);
+    stExpandData data{prefix.c_str(), suffix, result};
+    if (group.isLetters())
+        stExpandLetterPattern(group.contents.c_str(), &data);
+    else
+        UT_String(group.contents.c_str())
+            .traversePattern(
+                /*maximum=*/-1, &data, utAddNameWhileRoom, nullptr,
+                /*offset=*/0);
+}
+
+static int
+utCollectItem(int major, int, void *data)
+{
+    ut_Group &group = *static_cast<ut_Group *>(data);
+    group.items.push_back(std::to_string(major));
+    return group.items.size() < group.room;
+}
+
 // Finds what each group stands for, no more of it than `room` names need, and
 // returns the number of names. The later groups vary faster.
 static size_t
-utFillGroups(std::vector<stExpandData> &groups, size_t room)
+utFillGroups(std::vector<ut_Group> &groups, size_t room)
 {
     size_t names = 1;
     for (auto group = groups.rbegin(); group != groups.rend(); ++group)
     {
         group->repeat = names;
         group->room = (room + names - 1) / names;
-        if (!group->contents.empty() && utIsLetter(group->contents[0]))
-            stExpandLetterPattern(group->contents, &*group);
-        else
+        if (group->isLetters())
         {
-            const UT_String range(
-                group->contents.data(), 0,
-                SYSnarrow<int>(group->contents.size()));
-            range.traversePattern(
-                /*maximum=*/-1, &*group, stAddName, nullptr, /*offset=*/0);
+            for (const char c : group->contents)
+                if (utIsLetter(c) && group->items.size() < group->room)
+                    group->items.emplace_back(1, c);
         }
+        else
+            UT_String(group->contents.c_str())
+                .traversePattern(
+                    /*maximum=*/-1, &*group, utCollectItem, nullptr,
+                    /*offset=*/0);
         names = std::min(names * group->items.size(), room);
         if (names == 0)
             return 0;
@@ -346,31 +428,46 @@ utFillGroups(std::vector<stExpandData> &groups, size_t room)
     return names;
 }
 
-// Returns 0 when the word has no group; it is then no name yet.
-//
-// Deliberate: a word with a group that is malformed gives no names at all.
-static int
-stExpandArray(const char *word, stResultData *result)
+// Stores the names of a word with several groups. To expand what follows the
+// first group anew for each of its items would never end where a later group
+// stands for nothing, and a word may have more groups than the stack is deep.
+static void
+utExpandGroups(
+    std::vector<ut_Group> &groups, std::string_view suffix,
+    stResultData *result)
 {
-    std::string_view rest(word);
-    std::vector<stExpandData> groups = utSplitGroups(rest);
-    if (groups.empty())
-        return 0;
-    if (result->room() <= 0)
-        return 1;
-    const size_t names = utFillGroups(groups, size_t(result->room()));
+    const size_t names =
+        utFillGroups(groups, size_t(result->maximum - result->count));
     std::string name;
     for (size_t i = 0; i < names; ++i)
     {
         name.clear();
-        for (const stExpandData &group : groups)
+        for (const ut_Group &group : groups)
         {
             name += group.prefix;
             name += group.items[i / group.repeat % group.items.size()];
         }
-        name += rest;
-        result->add(name.c_str());
+        name += suffix;
+        utAdd(*result, name.c_str());
     }
+}
+
+// Deliberate: a word with a group that is malformed gives no names at all.
+int
+stExpandArray(const char *word, stResultData *result)
+{
+    if (!word)
+        return 0;
+    std::string_view suffix(word);
+    std::vector<ut_Group> groups = utSplitGroups(suffix);
+    if (groups.empty())
+        return 0;
+    if (utIsFull(*result))
+        return 1;
+    if (groups.size() == 1)
+        utExpandGroup(groups[0], suffix.data(), result);
+    else
+        utExpandGroups(groups, suffix, result);
     return 1;
 }
 
@@ -383,6 +480,6 @@ UT_String::expandArrays(char **out, int maximum)
     stResultData result{out, 0, maximum};
     for (int i = 0; i < words.getArgc() && i < maximum; ++i)
         if (!stExpandArray(words(i), &result))
-            result.add(words(i));
+            utAdd(result, words(i));
     return result.count;
 }

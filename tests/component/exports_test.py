@@ -18,6 +18,7 @@ EXPORTED = re.compile(
     r"[^u] (?:(?:vtable|VTT|typeinfo|typeinfo name) for )?"
     r"(?:(?:NSGetModule|NS_NewGenericModule2|nsMemory::(?:Alloc|Clone)"
     r"|UT_?[A-Za-z]\w*|ut[A-Z]\w*|SYS_?[A-Za-z]\w*|VM_\w+|fpreal16|the[A-Z]\w*"
+    r"|strMatch|multiStrMatch|singleStrMatch|stExpandArray|stExpandLetterPattern|stAddName"
     r"|wrapValdrinGetenv|Valdrin(?:Setenv|Putenv|Getenv|Unsetenv|Getenvlist|MakeDirectory)"
     r"|sysmp|sproc|usconfig|msgctl|cftime|fp_class_f|gettimeofday"
     r"|parse_cpuinfo_for_nprocs|getProcMemUsage|intToBigMem)\b(?!_)|"

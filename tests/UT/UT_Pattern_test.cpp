@@ -1,0 +1,350 @@
+#include "UT/UT_Pattern.h"
+#include "UT/UT_String.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+using ut_Names = std::vector<std::string>;
+
+TEST(UT_Pattern, ANullTextMatchesNoSinglePattern)
+{
+    EXPECT_EQ(1, strMatch("ab", "A*", /*caseSensitive=*/0));
+    EXPECT_EQ(0, strMatch("ab", "A*", /*caseSensitive=*/1));
+    EXPECT_EQ(0, strMatch(nullptr, "*", /*caseSensitive=*/1));
+    EXPECT_EQ(0, strMatch("ab", nullptr, /*caseSensitive=*/1));
+}
+
+TEST(UT_Pattern, OneAlternativeEndsAtItsSeparator)
+{
+    static const struct
+    {
+        const char *subject;
+        const char *pattern;
+        const char *separators;
+        int matches;
+    } theCases[] = {
+        {"ab",    "ab cd",  " ",     1},
+        {"cd",    "ab cd",  " ",     0}, // the second one is not looked at
+        {"ab",    "a?,x",   " ,",    1},
+        {"",      ",ab",    ",",     1}, // none skips separators in front
+        {"^a",    "^a",     " ",     1}, // nor takes an exclusion for one
+        {"a b",   "a b",    nullptr, 1},
+        {"a b",   "a b",    "",      1},
+        {nullptr, "*",      " ",     1}, // null counts as ""
+        {nullptr, "?",      " ",     0},
+        {"",      nullptr,  " ",     0},
+        {"a",     "\\a*,b", ",",     1},
+    };
+    for (const auto &row : theCases)
+        EXPECT_EQ(
+            row.matches,
+            multiStrMatch(
+                row.subject, row.pattern, /*caseSensitive=*/1, row.separators))
+            << (row.pattern ? row.pattern : "null");
+    EXPECT_EQ(1, multiStrMatch("AB", "ab c", /*caseSensitive=*/0, " "));
+}
+
+TEST(UT_Pattern, ARunEndsAtARejectedByte)
+{
+    static const struct
+    {
+        const char *subject;
+        const char *pattern;
+        const char *reject;
+        int caseSensitive;
+        int offset; // -1 for none
+    } theCases[] = {
+        {"geo_12", "_1*2",  "*",     1, 3 },
+        {"geo_12", "_2*",   "*",     1, -1},
+        {"GEO_12", "eo",    "",      0, 1 },
+        {"GEO_12", "eo",    "",      1, -1},
+        {"a*b",    "*b",    nullptr, 1, 1 },
+        {"abc",    "*b",    "*",     1, 0 }, // an empty run is at once
+        {"",       "",      "",      1, 0 },
+        {"ab",     "abc",   "",      1, -1},
+        {nullptr,  "a",     "",      1, -1},
+        {"a",      nullptr, "",      1, -1},
+    };
+    for (const auto &row : theCases)
+    {
+        const char *const found = singleStrMatch(
+            row.subject, row.pattern, row.reject, row.caseSensitive);
+        EXPECT_EQ(row.offset, found ? int(found - row.subject) : -1)
+            << (row.pattern ? row.pattern : "null");
+    }
+}
+
+static std::string
+utLowerCased(std::string text)
+{
+    for (char &c : text)
+        c = char(tolower(c));
+    return text;
+}
+
+// std::string is the model, on texts long enough for whole blocks.
+TEST(UT_Pattern, ARunIsFoundWhereAStringFindsIt)
+{
+    std::mt19937 random(1);
+    const auto text = [&random](size_t length)
+    {
+        std::string result;
+        while (result.size() < length)
+            result += "abA"[random() % 3];
+        return result;
+    };
+    for (int round = 0; round < 20000; ++round)
+    {
+        const std::string subject = text(random() % 80);
+        const std::string run = text(random() % 9);
+        for (const int caseSensitive : {0, 1})
+        {
+            const size_t expected =
+                caseSensitive ? subject.find(run)
+                              : utLowerCased(subject).find(utLowerCased(run));
+            const char *const found = singleStrMatch(
+                subject.c_str(), run.c_str(), nullptr, caseSensitive);
+            ASSERT_EQ(
+                expected,
+                found ? size_t(found - subject.c_str()) : std::string::npos)
+                << run << " in " << subject << ", case " << caseSensitive;
+        }
+    }
+}
+
+TEST(UT_Pattern, ARecordDropsWhatItHasNoRoomFor)
+{
+    char singles[] = "----";
+    char *words[4] = {};
+    utPatternRecord record(/*aMaximum=*/3, singles, words);
+    EXPECT_EQ(3, record.maximum);
+    EXPECT_EQ(0, record.singleCount);
+    EXPECT_EQ(0, record.wordCount);
+    for (const char c : {'a', 'b', 'c', 'd'})
+        record.addSingle(c);
+    EXPECT_EQ(3, record.singleCount);
+    EXPECT_STREQ("abc-", singles);
+
+    record.addWord("left_arm", 5); // counts a NUL
+    record.addWord("left_arm", -1);
+    record.addWord("left_arm", 1);
+    record.addWord("left_arm", -1);
+    ASSERT_EQ(3, record.wordCount);
+    EXPECT_STREQ("left", words[0]);
+    EXPECT_STREQ("left_arm", words[1]);
+    EXPECT_STREQ("", words[2]);
+    EXPECT_EQ(nullptr, words[3]);
+    for (char *word : words)
+        free(word);
+}
+
+// Cycle, take, negated, the two stars, and both ends with their minor indices;
+// "unset" when the range is malformed.
+static std::string
+utReadRange(const char *text)
+{
+    const int unset = -77;
+    int values[9];
+    std::fill_n(values, 9, unset);
+    const int result = utRange(
+        text, values[0], values[1], values[2], values[3], values[4], values[5],
+        values[6], values[7], values[8]);
+    if (!result)
+        return std::count(values, values + 9, unset) == 9 ? "unset" : "set";
+    std::string items;
+    for (const int value : values)
+        items += (items.empty() ? "" : " ") + std::to_string(value);
+    return items;
+}
+
+TEST(UT_Pattern, ARangeHasNineParts)
+{
+    static const struct
+    {
+        const char *text;
+        const char *parts;
+    } theCases[] = {
+        {"3",               "1 1 0 0 0 3 -1 3 -1"         },
+        {"5-7",             "1 1 0 0 0 5 -1 7 -1"         },
+        {"!7-5:4",          "4 1 1 0 0 7 -1 5 -1"         },
+        {"5-7:2,3",         "3 2 0 0 0 5 -1 7 -1"         },
+        {"5-7:3,2",         "2 3 0 0 0 5 -1 7 -1"         },
+        {"1.2-3.4",         "1 1 0 0 0 1 2 3 4"           },
+        {"5.*-7.*:2",       "2 1 0 0 1 5 0 7 0"           },
+        {"*.6",             "1 1 0 1 0 0 6 0 6"           },
+        {"*",               "1 1 0 1 0 0 -1 0 -1"         },
+        {"99999999999-x",   "1 1 0 0 0 2147483647 -1 0 -1"},
+        {"1-2:99999999999", "2147483647 1 0 0 0 1 -1 2 -1"},
+        {nullptr,           "unset"                       },
+        {"",                "unset"                       },
+        {"!",               "unset"                       },
+        {"-3",              "unset"                       },
+        {"3-",              "unset"                       },
+        {"1-2.3",           "unset"                       },
+        {"1.2-3.*",         "unset"                       },
+        {"1-*",             "unset"                       },
+        {"1.",              "unset"                       },
+        {".1",              "unset"                       },
+        {"1:",              "unset"                       },
+        {"1:0",             "unset"                       },
+        {"1:0,3",           "unset"                       },
+        {"1:3,",            "unset"                       },
+        {"1:2-3",           "unset"                       },
+    };
+    for (const auto &row : theCases)
+        EXPECT_EQ(row.parts, utReadRange(row.text))
+            << (row.text ? row.text : "null");
+}
+
+TEST(UT_Pattern, AnIndexHasTwoParts)
+{
+    static const struct
+    {
+        const char *text;
+        int result;
+        int major;
+        int majorIsStar;
+        int minor;
+        int minorIsStar;
+    } theCases[] = {
+        {"12",    1, 12, 0, -1, 0},
+        {"1.2",   1, 1,  0, 2,  0},
+        {"1.2.3", 1, 1,  0, 2,  0}, // the number ends at the second dot
+        {"x*.0y", 1, 0,  1, 0,  0},
+        {"a.*",   1, 0,  0, 0,  1},
+        {"",      0, -7, 7, -7, 7},
+        {"1.",    0, -7, 7, -7, 7},
+        {".1",    0, -7, 7, -7, 7},
+        {nullptr, 0, -7, 7, -7, 7},
+    };
+    for (const auto &row : theCases)
+    {
+        SCOPED_TRACE(row.text ? row.text : "null");
+        int major = -7;
+        int majorIsStar = 7;
+        int minor = -7;
+        int minorIsStar = 7;
+        EXPECT_EQ(
+            row.result,
+            utPatternMixed(row.text, major, majorIsStar, minor, minorIsStar));
+        EXPECT_EQ(row.major, major);
+        EXPECT_EQ(row.majorIsStar, majorIsStar);
+        EXPECT_EQ(row.minor, minor);
+        EXPECT_EQ(row.minorIsStar, minorIsStar);
+    }
+}
+
+namespace
+{
+// A result with room for some names, which it frees.
+struct ut_Result
+{
+    explicit ut_Result(int maximum)
+        : list(size_t(maximum), nullptr), data{list.data(), 0, maximum}
+    {
+    }
+    ~ut_Result()
+    {
+        for (char *name : list)
+            free(name);
+    }
+    ut_Names names() const
+    {
+        return ut_Names(data.list, data.list + data.count);
+    }
+
+    std::vector<char *> list;
+    stResultData data;
+};
+} // namespace
+
+TEST(UT_Pattern, ANameIsPutTogetherFromItsParts)
+{
+    ut_Result result(5);
+    stExpandData group{"a", "_z", &result.data};
+    EXPECT_EQ(1, stAddName(/*major=*/3, /*minor=*/8, &group));
+    stExpandData last{"b", "[", &result.data};
+    EXPECT_EQ(1, stAddName(-1, 0, &last)); // what is not closed is text
+    stExpandData more{"c", "[1-9]", &result.data};
+    EXPECT_EQ(1, stAddName(0, 0, &more));
+    EXPECT_EQ(1, stAddName(7, 0, &more)); // full: goes on all the same
+    EXPECT_EQ((ut_Names{"a3_z", "b-1[", "c01", "c02", "c03"}), result.names());
+}
+
+TEST(UT_Pattern, LettersAloneMakeNames)
+{
+    ut_Result result(6);
+    stExpandData group{"<", ">", &result.data};
+    EXPECT_EQ(1, stExpandLetterPattern("", &group));
+    EXPECT_EQ(1, stExpandLetterPattern("a-C1", &group));
+    stExpandData more{"", "[12]", &result.data};
+    EXPECT_EQ(1, stExpandLetterPattern("xy", &more));
+    stExpandData two{"", "[ab]", &result.data};
+    EXPECT_EQ(1, stExpandLetterPattern("ij", &two));
+    EXPECT_EQ(
+        (ut_Names{"<a>", "<C>", "x12", "y12", "ia", "ib"}), result.names());
+}
+
+TEST(UT_Pattern, OnlyAWordWithAGroupExpands)
+{
+    static const struct
+    {
+        const char *word;
+        int result;
+        ut_Names names;
+    } theCases[] = {
+        {"geo",         0, {}                      },
+        {"geo[1",       0, {}                      },
+        {"geo]1[",      0, {}                      },
+        {nullptr,       0, {}                      },
+        {"[]",          1, {}                      },
+        {"c[1.2]",      1, {}                      }, // has two levels
+        {"c[1-2][x-",   1, {"c1[x-", "c2[x-"}      },
+        {"c]d[2-1]",    1, {"c]d2", "c]d1"}        },
+        {"a[1-2]b[xy]", 1, {"a1bx", "a1by", "a2bx"}}, // as many as fit
+        {"a[1-9]",      1, {"a1", "a2", "a3"}      },
+    };
+    for (const auto &row : theCases)
+    {
+        ut_Result result(3);
+        EXPECT_EQ(row.result, stExpandArray(row.word, &result.data))
+            << (row.word ? row.word : "null");
+        EXPECT_EQ(row.names, result.names()) << row.word;
+    }
+}
+
+// A word means what its first group means, with what follows expanded in turn.
+TEST(UT_Pattern, LaterGroupsAreExpandedForEachItemOfTheFirst)
+{
+    for (const char *const suffix :
+         {"_[ab]", "[9-7:2][x][yz]", "[1-2][]", "[!0][1]"})
+    {
+        ut_Result stepwise(12);
+        stExpandData group{"p", suffix, &stepwise.data};
+        UT_String("1-3").traversePattern(
+            /*maximum=*/-1, &group, stAddName, nullptr, /*offset=*/0);
+
+        ut_Result whole(12);
+        const std::string word = std::string("p[1-3]") + suffix;
+        EXPECT_EQ(1, stExpandArray(word.c_str(), &whole.data)) << suffix;
+        EXPECT_EQ(stepwise.names(), whole.names()) << suffix;
+    }
+}
+
+// With room for one name, billions of others take no time.
+TEST(UT_Pattern, WhatIsDroppedTakesNoTime)
+{
+    for (const char *const word :
+         {"a[0-2147483647]", "a[0-2147483647][0-2147483647]"})
+    {
+        ut_Result result(1);
+        EXPECT_EQ(1, stExpandArray(word, &result.data)) << word;
+        EXPECT_EQ(1u, result.names().size()) << word;
+    }
+}
