@@ -77,7 +77,7 @@ struct ut_Folded
 // Sixteen bytes of a text, or what became of them.
 using ut_Block = uint8 __attribute__((vector_size(16)));
 
-// Tells in which blocks a byte may be, one operation for all of a block.
+// Shows in which blocks a byte may be, one operation for all of a block.
 class ut_ByteFilter
 {
 public:
@@ -181,7 +181,7 @@ utSkipStars(const char *pattern)
 }
 
 // Matches all of a pattern that stands before its next star, and moves both
-// positions behind what matched: to the star, or to what fails. Calls
+// positions past what matched: to the star, or to what fails. Calls
 // `onSingle` for what a `?` matches.
 template <class Compare, class OnSingle>
 static inline ut_Outcome
@@ -202,8 +202,8 @@ utMatchUpToStar(const char *&pattern, const char *&subject, OnSingle onSingle)
             break;
         case '[':
         {
-            // A dash, an exclamation mark and a circumflex are members like
-            // others. A set that is not closed never matches.
+            // Deliberate: a dash, an exclamation mark and a circumflex are
+            // members like others. A set that is not closed never matches.
             bool isMember = false;
             const char *member = pattern + 1;
             for (; *member && *member != ']'; ++member)
@@ -272,7 +272,7 @@ utReadSegment(const char *pattern)
     }
 }
 
-// Matches a segment as early as it can be, and moves both positions behind it.
+// Matches a segment as early as it can be, and moves both positions past it.
 template <class Compare>
 static ut_Outcome
 utMatchSegment(
@@ -383,7 +383,7 @@ namespace
 // A star that the search has come to.
 struct ut_Star
 {
-    const char *rest;      // the pattern behind it
+    const char *rest;      // the pattern after it
     const char *start;     // the subject from where it stands
     const char *candidate; // where in the subject to try the rest next
     int64 recorded;        // entries in the record when it got there
@@ -414,9 +414,9 @@ utNextCandidate(const ut_Star &star, const char *subjectEnd)
 // leads to success; callers count on the order.
 //
 // The search goes back to every star, not only the last, as long as that adds
-// to the record. A search from a star that failed and added nothing tells that
-// every search from the same star further on would: these are left out, so the
-// time is not exponential once the record is full.
+// to the record. Where a search from a star failed and added nothing, so would
+// every search from the same star further on: these are left out, and the time
+// is not exponential once the record is full.
 template <class Compare>
 static bool
 utMatchAndRecord(
@@ -425,7 +425,7 @@ utMatchAndRecord(
     const char *const subjectEnd = subject + strlen(subject);
     const auto onSingle = [&record](char c) { record.addSingle(c); };
     std::vector<ut_Star> stars; // from the first of the pattern
-    size_t depth = 0;           // those that the search is behind
+    size_t depth = 0;           // those that the search has passed
     for (;;)
     {
         const ut_Outcome outcome =

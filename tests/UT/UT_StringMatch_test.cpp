@@ -5,79 +5,149 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 using ut_Strings = std::vector<std::string>;
 
-// One pattern as its page tells it, on `s` from `j` on. Tries everything, and
-// records what multiMatchRecord() does: the singles, then each word.
-static bool
-utModel(const char *p, const std::string &s, size_t j, ut_Strings &record)
+namespace
 {
-    if (*p == '*')
+// What the wildcards stood for.
+struct ut_Record
+{
+    std::string singles; // for each `?`
+    ut_Strings words;    // for each `*`
+};
+} // namespace
+
+static bool utModel(
+    const std::string &pattern, const std::string &subject, ut_Record &record);
+
+// A star, of which `rest` is what follows in the pattern. Only places where the
+// bytes up to the next wildcard occur are tried.
+static bool
+utModelStar(std::string rest, const std::string &subject, ut_Record &record)
+{
+    rest.erase(0, rest.find_first_not_of('*'));
+    if (rest.empty())
     {
-        p += strspn(p, "*");
-        const std::string run(p, strcspn(p, "*?[\\"));
-        for (size_t k = *p ? j : s.size(); k < s.size() || !*p; ++k)
-        {
-            if (s.compare(k, run.size(), run) != 0)
-                continue;
-            record.push_back(s.substr(j, k - j));
-            if (utModel(p, s, k, record))
-                return true;
-        }
-        return false;
+        record.words.push_back(subject);
+        return true;
     }
-    if (!*p || j == s.size())
-        return !*p && j == s.size();
-    const char *end = *p == '[' ? strchr(p, ']') : p;
-    if (*p == '?')
-        record[0] += s[j];
-    else if (!end || (end > p && std::find(p + 1, end, s[j]) == end))
-        return false;
-    else if (p[0] == '\\' && !p[1])
-        return s[j] == '\\';
-    else if (end == p && *(end += *p == '\\') != s[j])
-        return false;
-    return utModel(end + 1, s, j + 1, record);
+    const std::string run = rest.substr(0, rest.find_first_of("*?[\\"));
+    for (size_t place = 0; place < subject.size(); ++place)
+    {
+        if (subject.compare(place, run.size(), run) != 0)
+            continue;
+        record.words.push_back(subject.substr(0, place));
+        if (utModel(rest, subject.substr(place), record))
+            return true;
+    }
+    return false;
 }
 
-static ut_Strings
-utRecord(const UT_String &string, const char *list, int maximum, int cs)
+// One pattern as its page describes it, on all of a subject. Tries everything,
+// one byte after the other.
+static bool
+utModel(
+    const std::string &pattern, const std::string &subject, ut_Record &record)
+{
+    if (pattern.empty())
+        return subject.empty();
+    std::string rest = pattern.substr(1);
+    if (pattern[0] == '*')
+        return utModelStar(rest, subject, record);
+    if (subject.empty())
+        return false;
+    const char byte = subject[0];
+    switch (pattern[0])
+    {
+    case '?':
+        record.singles += byte;
+        break;
+    case '[':
+    {
+        const size_t close = rest.find(']');
+        if (close == rest.npos || rest.find(byte) >= close)
+            return false;
+        rest.erase(0, close + 1);
+        break;
+    }
+    case '\\':
+        if (rest.empty())
+            return byte == '\\';
+        if (rest[0] != byte)
+            return false;
+        rest.erase(0, 1);
+        break;
+    default:
+        if (pattern[0] != byte)
+            return false;
+    }
+    return utModel(rest, subject.substr(1), record);
+}
+
+static ut_Record
+utRecord(
+    const UT_String &string, const char *list, int maximum, int caseSensitive)
 {
     std::vector<char> singles(size_t(maximum) + 1);
     std::vector<char *> words(singles.size());
-    int counts[2];
+    int singleCount;
+    int wordCount;
     string.multiMatchRecord(
-        list, maximum, singles.data(), counts[0], words.data(), counts[1], cs,
-        " ");
-    ut_Strings record{std::string(singles.data(), size_t(counts[0]))};
-    record.insert(record.end(), words.data(), words.data() + counts[1]);
-    std::for_each(words.begin(), words.end(), free);
+        list, maximum, singles.data(), singleCount, words.data(), wordCount,
+        caseSensitive, " ");
+    ut_Record record;
+    record.singles.assign(singles.data(), size_t(singleCount));
+    record.words.assign(words.data(), words.data() + wordCount);
+    for (char *word : words)
+        free(word);
     return record;
 }
 
+// One pattern, with room for all that it records or for little of it.
 static void
-utCheck(const std::string &list, const std::string &subject, int cs)
+utCheckPattern(
+    const std::string &pattern, const std::string &subject, int caseSensitive)
 {
-    ut_Strings record{""};
-    const bool matches = utModel(list.c_str(), subject, 0, record);
-    const size_t maximum = cs ? 300 : 2;
-    record.resize(std::min(record.size(), maximum + 1));
-    record[0].resize(std::min(record[0].size(), maximum));
-    // In blocks of just their size.
-    const UT_String string(subject.c_str(), 1);
-    UT_String pattern(list.c_str(), 1);
-    if (!cs)
-        std::replace(pattern.buffer(), strchr(pattern.buffer(), 0), 'a', 'A');
-    EXPECT_EQ(matches, string.match(pattern, cs)) << list << " on " << subject;
-    if (!list.empty() && list[0] != '^' && list.find(' ') == list.npos &&
-        record != utRecord(string, pattern, int(maximum), cs))
-        ADD_FAILURE() << list << " records wrongly on " << subject;
-    // Lists go forward, vectors backward.
-    const int sense = string.multiMatch(pattern, 1);
-    UT_WorkArgs words;
-    pattern.tokenizeInPlace(words, " ");
-    EXPECT_EQ(sense, string.matchPattern(words, false)) << list;
+    ut_Record expected;
+    const bool matches = utModel(pattern, subject, expected);
+    const int maximum = caseSensitive ? 300 : 2;
+    if (expected.singles.size() > size_t(maximum))
+        expected.singles.resize(size_t(maximum));
+    if (expected.words.size() > size_t(maximum))
+        expected.words.resize(size_t(maximum));
+
+    std::string written = pattern;
+    if (!caseSensitive)
+        std::replace(written.begin(), written.end(), 'a', 'A');
+    // In blocks of just their size, which the address checker watches.
+    const UT_String string(subject.c_str(), /*deep=*/1);
+    const UT_String text(written.c_str(), /*deep=*/1);
+    EXPECT_EQ(matches, string.match(text, caseSensitive))
+        << written << " on " << subject;
+    // As a list it would be none, an exclusion or several.
+    const bool isOneAlternative = !pattern.empty() && pattern[0] != '^' &&
+                                  pattern.find(' ') == pattern.npos;
+    if (!isOneAlternative)
+        return;
+    const ut_Record actual = utRecord(string, text, maximum, caseSensitive);
+    EXPECT_EQ(expected.singles, actual.singles) << written << " on " << subject;
+    EXPECT_EQ(expected.words, actual.words) << written << " on " << subject;
+}
+
+// Lists go forward, vectors backward.
+static void
+utCheckList(const std::string &list, const std::string &subject)
+{
+    const UT_String string(subject.c_str(), /*deep=*/1);
+    UT_String text(list.c_str(), /*deep=*/1);
+    const int matches = string.multiMatch(text, /*caseSensitive=*/1);
+    UT_WorkArgs patterns;
+    text.tokenizeInPlace(patterns, " ");
+    EXPECT_EQ(matches, string.matchPattern(patterns, /*resultIfNone=*/false))
+        << list << " on " << subject;
 }
 
 static ut_Strings
@@ -92,13 +162,27 @@ utAllTexts(const std::string &letters, size_t length)
 
 TEST(UT_StringMatch, MatchesAsAModelThatTriesEverything)
 {
-    for (const auto &[letters, length, subjects] : {
-             std::tuple("ab*?", 6u, utAllTexts("ab", 4)),
-             {"a*?[]\\ ^", 5u, utAllTexts("a*\\]", 2)}
-    })
-        for (const std::string &list : utAllTexts(letters, length))
-            for (size_t i = 0; i < 2 * subjects.size() && !HasFailure(); ++i)
-                utCheck(list, subjects[i / 2], i % 2);
+    static const struct
+    {
+        const char *patternLetters;
+        size_t patternLength;
+        const char *subjectLetters;
+        size_t subjectLength;
+    } theCases[] = {
+        {"ab*?",      6, "ab",    4},
+        {"a*?[]\\ ^", 5, "a*\\]", 2},
+    };
+    for (const auto &row : theCases)
+        for (const std::string &subject :
+             utAllTexts(row.subjectLetters, row.subjectLength))
+            for (const std::string &list :
+                 utAllTexts(row.patternLetters, row.patternLength))
+            {
+                utCheckPattern(list, subject, /*caseSensitive=*/0);
+                utCheckPattern(list, subject, /*caseSensitive=*/1);
+                utCheckList(list, subject);
+                ASSERT_FALSE(HasFailure());
+            }
 }
 
 // Exponential in the stars, or as deep as there are, without what the search
@@ -108,32 +192,85 @@ TEST(UT_StringMatch, ManyStarsAreQuick)
     std::string stars;
     for (int i = 0; i < 20000; ++i)
         stars += "*a";
-    const UT_String subject(std::string(60000, 'a').c_str(), 1);
+    const UT_String subject(std::string(60000, 'a').c_str(), /*deep=*/1);
     const UT_String few(subject.buffer() + 59800);
     for (const std::string end : {"b", "b?", "?b", "?b?"})
     {
-        EXPECT_EQ(0, subject.match((stars + end).c_str()));
+        EXPECT_EQ(0, subject.match((stars + end).c_str())) << end;
         utRecord(few, (stars.substr(0, 40) + end).c_str(), 9, 1);
     }
-    EXPECT_EQ((ut_Strings{"", ""}), utRecord(subject, stars.c_str(), 1, 0));
+    const ut_Record record = utRecord(subject, stars.c_str(), 1, 0);
+    EXPECT_EQ("", record.singles);
+    EXPECT_EQ(ut_Strings{""}, record.words);
 }
 
-TEST(UT_StringMatch, LooksAtWhatMattersOnly)
+TEST(UT_StringMatch, AlternativesThatChangeNothingAreNotTried)
 {
     const UT_String ab("ab");
-    EXPECT_EQ(ut_Strings{"b"}, utRecord(ab, "^?x a? ?b", 9, 1));
-    EXPECT_EQ(ut_Strings{"ba"}, utRecord(ab, "a? ^?x", 9, 1));
+    // Each `?` that is tried would show.
+    EXPECT_EQ("b", utRecord(ab, "^?x a? ?b", 9, 1).singles);
+    EXPECT_EQ("ba", utRecord(ab, "a? ^?x", 9, 1).singles);
     int index;
-    EXPECT_FALSE(ab.multiMatch("^ab", 1, " ", nullptr, &index) || index != -1);
-    // Of 252 separators the last does not count; the next call has its own.
+    EXPECT_EQ(0, ab.multiMatch("^ab", 1, " ", nullptr, &index));
+    EXPECT_EQ(-1, index);
+}
+
+TEST(UT_StringMatch, TheLastOf252SeparatorsDoesNotCount)
+{
     const std::string many = std::string(250, 'x') + ",;";
-    EXPECT_TRUE(ab.multiMatch("q,ab", 1, many.c_str(), nullptr, nullptr));
-    EXPECT_FALSE(ab.multiMatch("q;ab", 1, many.c_str(), nullptr, nullptr));
-    EXPECT_FALSE(ab.multiMatch("qxab", 1, ',') || ab.multiMatch("q ab", 1, 0));
-    EXPECT_TRUE(UT_String().multiMatch("*") && ab.multiMatchCheck("a,"));
-    EXPECT_FALSE(UT_String().match("*") || ab.multiMatchCheck("]"));
-    EXPECT_TRUE(ab.endsWith("b") && ab.startsWith("a") && ab.startsWith("ab"));
-    EXPECT_FALSE(ab.endsWith("a") || ab.startsWith("b") || ab.startsWith(""));
-    EXPECT_FALSE(ab.endsWith("ab") || ab.endsWith("") || ab.contains("ba"));
-    EXPECT_TRUE(ab.contains("") && ab.contains("?B", 0));
+    const UT_String ab("ab");
+    EXPECT_EQ(1, ab.multiMatch("q,ab", 1, many.c_str(), nullptr, nullptr));
+    EXPECT_EQ(0, ab.multiMatch("q;ab", 1, many.c_str(), nullptr, nullptr));
+    // The next call has its own.
+    EXPECT_EQ(0, ab.multiMatch("qxab", 1, ','));
+    EXPECT_EQ(1, ab.multiMatch("q,ab", 1, ','));
+    EXPECT_EQ(0, ab.multiMatch("q ab", 1, '\0'));
+}
+
+TEST(UT_StringMatch, ANullStringIsAnEmptyTextForListsAlone)
+{
+    EXPECT_EQ(1, UT_String().multiMatch("*"));
+    EXPECT_EQ(0, UT_String().match("*"));
+}
+
+TEST(UT_StringMatch, ATextWithAnyOfFiveBytesMayBeSeveralNames)
+{
+    for (const char *const text : {"a b", "a,", "?", "*", "a[1"})
+        EXPECT_TRUE(UT_String::multiMatchCheck(text)) << text;
+    for (const char *const text : {"", "a]", "a\\b", "^a\t"})
+        EXPECT_FALSE(UT_String::multiMatchCheck(text)) << text;
+    EXPECT_FALSE(UT_String::multiMatchCheck(nullptr));
+}
+
+TEST(UT_StringMatch, PartsOfATextAreFound)
+{
+    static const struct
+    {
+        const char *text;
+        const char *part;
+        bool starts;
+        bool ends;
+        bool contains;
+    } theCases[] = {
+        {"ab",    "a",     true,  false, true },
+        {"ab",    "b",     false, true,  true },
+        {"ab",    "ab",    true,  false, true }, // does not end with itself
+        {"ab",    "abc",   false, false, false},
+        {"ab",    "ba",    false, false, false},
+        {"ab",    "",      false, false, true },
+        {"ab",    "B",     false, false, false},
+        {"ab",    "?b",    false, false, true },
+        {"",      "",      false, false, true },
+        {nullptr, "",      false, false, false},
+        {"ab",    nullptr, false, false, false},
+    };
+    for (const auto &row : theCases)
+    {
+        SCOPED_TRACE(row.part ? row.part : "null");
+        const UT_String text(row.text);
+        EXPECT_EQ(row.starts, text.startsWith(row.part));
+        EXPECT_EQ(row.ends, text.endsWith(row.part));
+        EXPECT_EQ(row.contains, text.contains(row.part));
+    }
+    EXPECT_TRUE(UT_String("ab").contains("?B", /*caseSensitive=*/0));
 }

@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 static unsigned
 utMinorCount(int major, void *)
 {
-    return unsigned("\2\0\3\1"[major % 4]);
+    static const unsigned theCounts[] = {2, 0, 3, 1};
+    return theCounts[major % 4];
 }
 
 static int
@@ -19,88 +22,203 @@ utEmit(int major, int minor, void *items)
     return 1;
 }
 
-// All items there are, sorted in the order of the range; those that lie between
-// its ends and are taken, or the others. -9 to 9 is a star, -1 no minors.
-static void
-utCheck(std::pair<int, int> majors, std::pair<int, int> minors, int variant)
+namespace
 {
-    const int take = variant % 3 + 1;
-    const int cycle = variant / 3 % 3 + 1;
-    const int negated = variant / 9 % 2;
-    const int maximum = variant / 18 * 2 - 1; // -1, 1, 3, 5
-    const bool isStar = majors.first < 0;
-    const bool isFlat = minors.first == -1;
-    const int end = maximum < 0 ? 9 : maximum;
-    const int all = maximum < 0 && (isStar || negated) ? 1 : end;
-    const int first = std::min(majors.first, end - 1);
-    const int last = std::min(majors.second, end - 1);
-    const int step = first <= last ? 1 : -1;
-    const bool isOne = isStar || first == last;
-    const int minorStep = isOne ? minors.first <= minors.second ? 1 : -1 : step;
-
-    std::vector<std::pair<int, int>> items;
-    for (int major = 0; major < all; ++major)
-        for (int i = isFlat ? 1 : int(utMinorCount(major, nullptr)); i-- > 0;)
-            items.emplace_back(step * major, minorStep * i);
-    std::sort(items.begin(), items.end());
-    if (minors.first < 0)
-        minors = {-9 * minorStep, 9 * minorStep};
-    const std::pair from(step * first, minorStep * minors.first);
-    const std::pair to(step * last, minorStep * minors.second);
-    std::string expected;
-    int counter = 0;
-    for (const auto &item : items)
+// One level of both ends of a range.
+struct ut_Level
+{
+    enum Kind
     {
-        const int i = item.second;
-        const bool isInside = isStar ? from.second <= i && i <= to.second
-                                     : from <= item && item <= to;
-        if ((isInside && counter++ % cycle < take) != negated)
-            utEmit(step * item.first, isFlat ? -1 : minorStep * i, &expected);
-    }
-    if (std::min(majors.first, majors.second) >= end)
-        expected.clear();
+        ABSENT,
+        STAR,
+        NUMBERS
+    };
 
-    std::string text(negated ? "!" : "");
-    for (const auto &[major, minor, behind] : {
-             std::tuple(majors.first, minors.first, "-"),
-             {majors.second, minors.second, ":"}
-    })
+    Kind kind;
+    int first; // of numbers
+    int last;
+
+    std::string text(int index) const
     {
-        text += abs(major) == 9 ? "*" : std::to_string(major);
-        if (!isFlat)
-            text += abs(minor) == 9 ? ".*" : "." + std::to_string(minor);
-        text += behind;
+        return kind == STAR ? "*" : std::to_string(index);
     }
-    text += std::to_string(take) + ',' + std::to_string(cycle);
+};
+
+struct ut_Selection
+{
+    int take;
+    int cycle;
+    bool negated;
+};
+
+struct ut_Item
+{
+    int major;
+    int minor;
+};
+
+// What a range selects, by a look at every item that there is.
+struct ut_RangeModel
+{
+    ut_Level majors;
+    ut_Level minors;
+    ut_Selection selection;
+    int maximum; // -1 for none; the numbers above stay below 9
+
+    std::string text() const
+    {
+        std::string first = majors.text(majors.first);
+        std::string last = majors.text(majors.last);
+        if (minors.kind != ut_Level::ABSENT)
+        {
+            first += "." + minors.text(minors.first);
+            last += "." + minors.text(minors.last);
+        }
+        return (selection.negated ? "!" : "") + first + "-" + last + ":" +
+               std::to_string(selection.take) + "," +
+               std::to_string(selection.cycle);
+    }
+
+    int end() const { return maximum < 0 ? 9 : maximum; }
+    int firstMajor() const { return std::min(majors.first, end() - 1); }
+    int lastMajor() const { return std::min(majors.last, end() - 1); }
+
+    bool majorsAscend() const
+    {
+        return majors.kind == ut_Level::STAR || firstMajor() <= lastMajor();
+    }
+    bool minorsAscend() const
+    {
+        if (majors.kind == ut_Level::STAR || firstMajor() == lastMajor())
+            return minors.kind != ut_Level::NUMBERS ||
+                   minors.first <= minors.last;
+        return majorsAscend();
+    }
+
+    // Whether `a` comes before `b` in the order of the range, as far as it has
+    // numbers.
+    bool isBefore(const ut_Item &a, const ut_Item &b) const
+    {
+        if (majors.kind == ut_Level::NUMBERS && a.major != b.major)
+            return majorsAscend() ? a.major < b.major : a.major > b.major;
+        if (minors.kind == ut_Level::NUMBERS)
+            return minorsAscend() ? a.minor < b.minor : a.minor > b.minor;
+        return false;
+    }
+    bool isInside(const ut_Item &item) const
+    {
+        return !isBefore(item, {firstMajor(), minors.first}) &&
+               !isBefore({lastMajor(), minors.last}, item);
+    }
+
+    // Every item there is, in the order of the range.
+    std::vector<ut_Item> items() const
+    {
+        const bool isZeroAlone =
+            maximum < 0 && (majors.kind == ut_Level::STAR || selection.negated);
+        std::vector<int> allMajors;
+        for (int major = 0; major < (isZeroAlone ? 1 : end()); ++major)
+            allMajors.push_back(major);
+        if (!majorsAscend())
+            std::reverse(allMajors.begin(), allMajors.end());
+
+        std::vector<ut_Item> result;
+        for (const int major : allMajors)
+        {
+            std::vector<ut_Item> ofMajor;
+            if (minors.kind == ut_Level::ABSENT)
+                ofMajor.push_back({major, -1});
+            else
+                for (unsigned i = 0; i < utMinorCount(major, nullptr); ++i)
+                    ofMajor.push_back({major, int(i)});
+            if (!minorsAscend())
+                std::reverse(ofMajor.begin(), ofMajor.end());
+            result.insert(result.end(), ofMajor.begin(), ofMajor.end());
+        }
+        return result;
+    }
+
+    std::string selected() const
+    {
+        std::string result;
+        if (majors.kind == ut_Level::NUMBERS &&
+            std::min(majors.first, majors.last) >= end())
+            return result;
+        int counter = 0; // of the items inside
+        for (const ut_Item &item : items())
+        {
+            bool isSelected = false;
+            if (isInside(item))
+            {
+                isSelected = counter % selection.cycle < selection.take;
+                ++counter;
+            }
+            if (isSelected != selection.negated)
+                utEmit(item.major, item.minor, &result);
+        }
+        return result;
+    }
+};
+} // namespace
+
+static void
+utCheck(const ut_RangeModel &model)
+{
+    const std::string text = model.text();
     std::string actual;
     EXPECT_EQ(
-        1, UT_String(text.c_str())
-               .traversePattern(maximum, &actual, utEmit, utMinorCount, 0));
-    EXPECT_EQ(expected, actual) << text << " of " << maximum;
+        1,
+        UT_String(text.c_str())
+            .traversePattern(model.maximum, &actual, utEmit, utMinorCount, 0))
+        << text << " of " << model.maximum;
+    EXPECT_EQ(model.selected(), actual) << text << " of " << model.maximum;
+}
+
+static void
+utCheckSelections(const ut_Level &majors, const ut_Level &minors)
+{
+    for (const int maximum : {-1, 1, 3, 5})
+        for (const bool negated : {false, true})
+            for (int cycle = 1; cycle <= 3; ++cycle)
+                for (int take = 1; take <= 3; ++take)
+                    utCheck({
+                        majors, minors, {take, cycle, negated},
+                          maximum
+                    });
 }
 
 TEST(UT_StringRange, SelectsAsAModelThatListsEverything)
 {
-    std::vector<std::pair<int, int>> pairs(2, {-1, -1});
-    pairs[1] = {-9, 9};
-    for (int i = 0; i < 25; ++i)
-        pairs.emplace_back(i / 5, i % 5);
-    for (size_t i = 1; i < pairs.size(); ++i)
-        for (const auto &minors : pairs)
-            for (int variant = 0; variant < 72; ++variant)
-                utCheck(pairs[i], minors, variant);
+    std::vector<ut_Level> levels;
+    levels.push_back({ut_Level::STAR, 0, 0});
+    for (int first = 0; first < 5; ++first)
+        for (int last = 0; last < 5; ++last)
+            levels.push_back({ut_Level::NUMBERS, first, last});
+    for (const ut_Level &majors : levels)
+    {
+        utCheckSelections(majors, {ut_Level::ABSENT, -1, -1});
+        for (const ut_Level &minors : levels)
+            utCheckSelections(majors, minors);
+    }
 }
 
-TEST(UT_StringRange, WalksEndWhereTheyAreToldTo)
+TEST(UT_StringRange, AWalkEndsWhereItsFunctionSays)
 {
     const auto stop = [](int, int, void *) { return 0; };
-    for (const UT_String text : {"0", "!1", "9.1", ""})
-        EXPECT_EQ(0, text.traversePattern(2, nullptr, stop, nullptr, 0));
-    // As far as the numbers go, and no step that selects nothing.
+    for (const char *const text : {"0", "!1", "9.1", ""})
+        EXPECT_EQ(
+            0, UT_String(text).traversePattern(2, nullptr, stop, nullptr, 0))
+            << text;
+}
+
+// No step for the majors in between.
+TEST(UT_StringRange, ARangeGoesAsFarAsTheNumbers)
+{
     const UT_String text("99999999999-1:2147483645");
     std::string items;
     EXPECT_EQ(0, text.traversePattern(0, &items, utEmit, nullptr, 0));
     EXPECT_EQ(0, text.traversePattern(-1, &items, utEmit, nullptr, -2));
+    EXPECT_EQ("", items);
     EXPECT_EQ(1, text.traversePattern(-1, &items, utEmit, nullptr, 1));
     EXPECT_EQ("2147483647.-1 2.-1 ", items);
 }

@@ -1,12 +1,87 @@
 // The search that records and the one that does not come to the same answer, a
-// range and its negation select nothing twice, and a short expansion is the
-// front of a longer one.
+// range and its negation select nothing twice, what is no range selects
+// nothing, and a short expansion is the front of a longer one.
 
+#include "UT/UT_Pattern.h"
 #include "UT/UT_String.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+
+static void
+utCheck(bool holds)
+{
+    if (!holds)
+        abort();
+}
+
+static void
+utMatch(const UT_String &text, const char *pattern)
+{
+    char singles[30];
+    char *words[30];
+    int singleCount;
+    int wordCount;
+    for (const int caseSensitive : {0, 1})
+    {
+        const int recorded = text.multiMatchRecord(
+            pattern, 30, singles, singleCount, words, wordCount, caseSensitive,
+            " ");
+        std::for_each(words, words + wordCount, free);
+        utCheck(recorded == text.multiMatch(pattern, caseSensitive));
+    }
+    UT_String(text).patternRename("?*?*", pattern);
+}
+
+static const int theMaximum = 9; // majors, with up to three minors each
+
+static unsigned
+utMinorCount(int major, void *)
+{
+    return unsigned(major % 4);
+}
+
+static int
+utSeeOnce(int major, int minor, void *data)
+{
+    bool &isSeen = static_cast<bool(*)[4]>(data)[major][minor + 1];
+    utCheck(!isSeen);
+    isSeen = true;
+    return 1;
+}
+
+static void
+utTraverse(const char *range)
+{
+    bool seen[theMaximum][4] = {};
+    for (const char *const mark : {"", "!"})
+    {
+        const std::string text = std::string(mark) + range;
+        int parts[9];
+        const int isRange = utRange(
+            text.c_str(), parts[0], parts[1], parts[2], parts[3], parts[4],
+            parts[5], parts[6], parts[7], parts[8]);
+        const int isDone =
+            UT_String(text.c_str())
+                .traversePattern(theMaximum, seen, utSeeOnce, utMinorCount, 1);
+        utCheck(isRange || !isDone);
+    }
+}
+
+static void
+utExpand(const UT_String &text)
+{
+    char *many[20];
+    char *few[10];
+    const int manyCount = UT_String(text, 1).expandArrays(many, 20);
+    const int fewCount = UT_String(text, 1).expandArrays(few, 10);
+    utCheck(fewCount <= manyCount);
+    for (int i = 0; i < fewCount; ++i)
+        utCheck(strcmp(many[i], few[i]) == 0);
+    std::for_each(many, many + manyCount, free);
+    std::for_each(few, few + fewCount, free);
+}
 
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -14,35 +89,9 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // A pattern, a newline and a text.
     const std::string input(data, data + std::min(size, size_t(400)));
     const UT_String pattern(input.substr(0, input.find('\n')).c_str(), 1);
-    UT_String text(input.c_str() + pattern.length(), 1);
-    char singles[30], *words[30];
-    int counts[2];
-    for (const int cs : {0, 1})
-    {
-        const int result = text.multiMatchRecord(
-            pattern, 30, singles, counts[0], words, counts[1], cs, " ");
-        std::for_each(words, words + counts[1], free);
-        if (result != text.multiMatch(pattern, cs))
-            abort();
-    }
-    UT_String(text).patternRename("?*?*", pattern);
-    bool seen[9][4] = {};
-    const auto emit = [](int major, int minor, void *items)
-    {
-        bool &isSeen = static_cast<bool(*)[4]>(items)[major][minor + 1];
-        return isSeen ? (abort(), 0) : int(isSeen = true);
-    };
-    const auto count = [](int major, void *) { return unsigned(major % 4); };
-    const std::string range(pattern.buffer() + strspn(pattern, "!"));
-    for (const char *mark : {"", "!"})
-        UT_String((mark + range).c_str())
-            .traversePattern(9, seen, emit, count, 1);
-
-    counts[0] = UT_String(text, 1).expandArrays(words, 20);
-    counts[1] = text.expandArrays(words + 20, 10);
-    for (int i = 0; i < counts[1]; free(words[20 + i++]))
-        if (i >= counts[0] || strcmp(words[i], words[20 + i]) != 0)
-            abort();
-    std::for_each(words, words + counts[0], free);
+    const UT_String text(input.c_str() + pattern.length(), 1);
+    utMatch(text, pattern);
+    utTraverse(pattern.buffer() + strspn(pattern, "!"));
+    utExpand(text);
     return 0;
 }
