@@ -32,7 +32,7 @@ struct ut_Number
 
 } // namespace
 
-// Leaves `text` behind the digits.
+// Leaves `text` past the digits.
 static ut_Number
 utReadNumber(const char *&text)
 {
@@ -253,7 +253,7 @@ UT_String::suffix() const
     return digits;
 }
 
-// Where the search for a file name's number begins, backward: behind the
+// Where the search for a file name's number begins, backward: at the
 // extension's dot, or at the end. The component's first byte is no such dot.
 static const char *
 utNumberSearchStart(const char *component, const char *end)
@@ -291,10 +291,10 @@ UT_String::parseNumberedFilename(
     // All are there before one is set: the results may be this string.
     UT_String before(myData, /*deep=*/1, int(start - myData));
     UT_String digits(start, /*deep=*/1, int(end - start));
-    UT_String behind(end, /*deep=*/1);
+    UT_String tail(end, /*deep=*/1);
     prefix.swap(before);
     number.swap(digits);
-    rest.swap(behind);
+    rest.swap(tail);
     return isFound;
 }
 
