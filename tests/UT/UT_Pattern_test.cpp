@@ -323,7 +323,7 @@ TEST(UT_Pattern, OnlyAWordWithAGroupExpands)
 TEST(UT_Pattern, LaterGroupsAreExpandedForEachItemOfTheFirst)
 {
     for (const char *const suffix :
-         {"_[ab]", "[9-7:2][x][yz]", "[1-2][]", "[!0][1]"})
+         {"_[a-b]", "[9-7:2][x][yz]", "[1-2][]", "[!0][1]"})
     {
         ut_Result stepwise(12);
         stExpandData group{"p", suffix, &stepwise.data};
