@@ -440,6 +440,8 @@ utMatchAndRecord(
                 record.addWord(subject, -1);
                 return true;
             }
+            if (stars.empty())
+                stars.reserve(4); // few patterns have more
             if (depth == stars.size())
                 stars.emplace_back();
             ut_Star &star = stars[depth++];

@@ -54,10 +54,10 @@ utRunsOut(int allocations, Action action)
     return runsOut;
 }
 
-// The search allocates when it comes to its first star, and again at the
-// second: by then it has recorded a byte and a word.
-static const char theText[] = "abcd";
-static const char thePattern[] = "?*c*x";
+// The search allocates when it comes to its first star, and again when the
+// stars get many: by then it has recorded a byte and words.
+static const char theText[] = "abcdefgh";
+static const char thePattern[] = "?*c*d*e*f*g*x";
 
 TEST(UT_PatternMemory, AMatchThatRunsOutReportsWhatItRecorded)
 {
@@ -76,9 +76,10 @@ TEST(UT_PatternMemory, AMatchThatRunsOutReportsWhatItRecorded)
         }));
     ASSERT_EQ(1, singleCount);
     EXPECT_EQ('a', singles[0]);
-    ASSERT_EQ(1, wordCount);
+    ASSERT_LT(0, wordCount);
     EXPECT_STREQ("b", words[0]);
-    free(words[0]);
+    for (int i = 0; i < wordCount; ++i)
+        free(words[i]);
 }
 
 TEST(UT_PatternMemory, TheNextMatchRecordsNothing)
@@ -109,6 +110,6 @@ TEST(UT_PatternMemory, ARenameThatRunsOutChangesNothing)
     ASSERT_TRUE(utRunsOut(
         /*allocations=*/1, [&] { name.patternRename(thePattern, "*"); }));
     EXPECT_STREQ(theText, name);
-    EXPECT_EQ(1, name.patternRename("*cd", "*"));
+    EXPECT_EQ(1, name.patternRename("*cd*", "*(0)"));
     EXPECT_STREQ("ab", name);
 }
