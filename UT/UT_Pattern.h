@@ -3,7 +3,8 @@
 // what a range says, and what one group stands for.
 //
 // The languages are in docs/patterns.md. Case is that of ASCII letters,
-// whatever the locale; `caseSensitive` 0 ignores it.
+// whatever the locale; `caseSensitive` 0 ignores it. Several threads may call
+// everything at once except multiStrMatch().
 
 #pragma once
 
@@ -75,9 +76,9 @@ static_assert(offsetof(utPatternRecord, wordCount) == 4 * sizeof(void *));
 
 /// Reads a range, which UT_String::traversePattern() describes: of every
 /// `cycle` indices from FIRST to LAST the first `take` are selected, or the
-/// others when `negated` is 1. A range without a LAST ends at FIRST. Where an
-/// index is a star the flag is 1 and both indices are 0; without minor indices
-/// both are -1. "5-7.*" is malformed, "5.*-7.*:2" reads as
+/// others when `negated` is 1. A range without a LAST ends at FIRST. A star has
+/// its flag set to 1 and the index 0 in FIRST and LAST; a minor index that is
+/// not there is -1. "5-7.*" is malformed, "5.*-7.*:2" reads as
 ///
 ///     cycle 2, take 1, negated 0, majorIsStar 0, minorIsStar 1,
 ///     firstMajor 5, firstMinor 0, lastMajor 7, lastMinor 0
@@ -104,7 +105,7 @@ UT_API int utPatternMixed(
 /// The names that words expand to.
 struct stResultData
 {
-    char **list;   // the caller's array, who frees each name with free()
+    char **list;   // caller frees each name with free()
     int32 count;   // names in it
     int32 maximum; // names that it has room for
 };
