@@ -1,3 +1,5 @@
+// Editing: find, replace, strip, letters of the other case, relative paths.
+
 #include "UT_String.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkBuffer.h"

@@ -1,3 +1,5 @@
+// Modifiers of variables, such as `:h` and `:s/old/new/`.
+
 #include "UT_String.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkBuffer.h"

@@ -1,3 +1,5 @@
+// Names with numbers in them: their order, their parts and the next name.
+
 #include "UT_String.h"
 
 #include "UT_StringImpl.h"

@@ -1,3 +1,5 @@
+// Numbers as text: what is one, what it is worth, and how one is written.
+
 #include "UT_String.h"
 
 #include "UT_StringImpl.h"

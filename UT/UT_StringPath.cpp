@@ -1,3 +1,5 @@
+// Path text: numbers and extensions, directories, `.` and `..`.
+
 #include "UT_String.h"
 
 #include "SYS/SYS_Types.h"

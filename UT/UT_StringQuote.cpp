@@ -1,3 +1,5 @@
+// Quoting, escapes and what undoes them.
+
 #include "UT_String.h"
 #include "UT_StringImpl.h"
 

@@ -1,3 +1,5 @@
+// Saving a string to a stream, and loading it back.
+
 #include "UT_String.h"
 
 #include "UT_IStream.h"

@@ -1,3 +1,5 @@
+// Splitting a text into words and tokens in place.
+
 #include "UT_String.h"
 
 #include "UT_WorkArgs.h"
