@@ -303,8 +303,9 @@ public:
     /// is malformed, gives no names; one without a whole group is a name.
     ///
     /// Stores up to `maximum` names in `out` and returns their number; more are
-    /// dropped. The caller frees each with free(). The text becomes the
-    /// string's own and is cut up: it means nothing afterwards.
+    /// dropped. The caller frees each with free(); without memory to finish,
+    /// none are there to free. The text becomes the string's own and is cut up:
+    /// it means nothing afterwards.
     int expandArrays(char **out, int maximum);
 
     // ---- Quoting: UT_StringQuote.cpp ---------------------------------------

@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 static int
@@ -471,15 +473,33 @@ stExpandArray(const char *word, stResultData *result)
     return 1;
 }
 
+namespace
+{
+// A result whose names are freed unless the caller gets them.
+struct ut_GuardedResult : stResultData
+{
+    ut_GuardedResult(char **out, int room) : stResultData{out, 0, room} {}
+    ~ut_GuardedResult()
+    {
+        for (int i = 0; i < count; ++i)
+            free(list[i]);
+    }
+    ut_GuardedResult(const ut_GuardedResult &) = delete;
+    ut_GuardedResult &operator=(const ut_GuardedResult &) = delete;
+
+    int release() { return std::exchange(count, 0); }
+};
+} // namespace
+
 int
 UT_String::expandArrays(char **out, int maximum)
 {
     harden();
     UT_WorkArgs words;
     parseInPlace(words);
-    stResultData result{out, 0, maximum};
+    ut_GuardedResult result(out, maximum);
     for (int i = 0; i < words.getArgc() && i < maximum; ++i)
         if (!stExpandArray(words(i), &result))
             utAdd(result, words(i));
-    return result.count;
+    return result.release();
 }

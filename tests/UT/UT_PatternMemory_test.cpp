@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdlib>
 #include <new>
+#include <string>
 
 static int theAllocationsLeft = INT_MAX;
 
@@ -112,4 +113,15 @@ TEST(UT_PatternMemory, ARenameThatRunsOutChangesNothing)
     EXPECT_STREQ(theText, name);
     EXPECT_EQ(1, name.patternRename("*cd*", "*(0)"));
     EXPECT_STREQ("ab", name);
+}
+
+// The names that it made are freed, which the address checker looks at.
+TEST(UT_PatternMemory, AnExpansionThatRunsOutStoresNoNames)
+{
+    const std::string longPrefix(100, 'a');
+    const std::string words = "one " + longPrefix + "[1-3]";
+    UT_String text(words.c_str());
+    char *names[4];
+    EXPECT_TRUE(utRunsOut(
+        /*allocations=*/3, [&] { text.expandArrays(names, 4); }));
 }
