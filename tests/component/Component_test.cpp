@@ -68,13 +68,14 @@ struct ut_StandInManager final
 };
 
 // The module, its factory and two instances, of which one is asked and the
-// other one changes what both share.
-class Component : public ::testing::Test
+// other one changes what both share. The parameter is `theStackOff`.
+class Component : public ::testing::TestWithParam<uint32_t>
 {
 protected:
     Component()
     {
-        EXPECT_EQ(UT_OK, NSGetModule(nullptr, nullptr, &module));
+        theStackOff = GetParam();
+        EXPECT_EQ(UT_OK, utCallOff(NSGetModule, nullptr, nullptr, &module));
         EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &factory));
         EXPECT_EQ(UT_OK, create(nullptr, theConnectionID, &object));
         EXPECT_EQ(UT_OK, create(nullptr, theSupportsID, &other));
@@ -125,7 +126,7 @@ protected:
 };
 } // namespace
 
-TEST_F(Component, RequestsAreEnvelopesThatEndInANul)
+TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
 {
     std::mt19937 random(1);
     std::string large;
@@ -164,7 +165,7 @@ TEST_F(Component, RequestsAreEnvelopesThatEndInANul)
         server.request(++connection));
 }
 
-TEST_F(Component, TheReplyIsTheTextUpToItsFirstNul)
+TEST_P(Component, TheReplyIsTheTextUpToItsFirstNul)
 {
     const std::pair<Server::Script, std::string> cases[] = {
         {{Server::close()},                        ""            },
@@ -185,7 +186,7 @@ TEST_F(Component, TheReplyIsTheTextUpToItsFirstNul)
     EXPECT_EQ(UT_OK, utCall(object, UT_RUN_STATEMENTS, "x"));
 }
 
-TEST_F(Component, TheStashIsOnePrivateCopy)
+TEST_P(Component, TheStashIsOnePrivateCopy)
 {
     EXPECT_EQ("", get(object, UT_GET_STASHED));
     char text[] = "first\xff";
@@ -204,7 +205,7 @@ TEST_F(Component, TheStashIsOnePrivateCopy)
     EXPECT_EQ("", get(object, UT_GET_STASHED));
 }
 
-TEST_F(Component, ObjectsAnswerForTheirInterfacesOnly)
+TEST_P(Component, ObjectsAnswerForTheirInterfacesOnly)
 {
     void *const info = query(factory, theClassInfoID);
     const struct
@@ -228,7 +229,7 @@ TEST_F(Component, ObjectsAnswerForTheirInterfacesOnly)
         EXPECT_EQ(row.face, query(row.asked, row.iid));
 }
 
-TEST_F(Component, RefusalsLeaveANullResult)
+TEST_P(Component, RefusalsLeaveANullResult)
 {
     void *faces[] = {object, object, object, object};
     EXPECT_EQ(UT_NO_AGGREGATION, create(module, theConnectionID, &faces[0]));
@@ -243,7 +244,7 @@ TEST_F(Component, RefusalsLeaveANullResult)
     EXPECT_EQ(0, answer);
 }
 
-TEST_F(Component, ClassInfoTellsTheRecord)
+TEST_P(Component, ClassInfoTellsTheRecord)
 {
     void *const info = query(factory, theClassInfoID);
     uint32_t number = 77;
@@ -273,7 +274,7 @@ TEST_F(Component, ClassInfoTellsTheRecord)
     EXPECT_TRUE(utIsID(inPlace, theClassID));
 }
 
-TEST_F(Component, AnyFactorysDeathTakesTheClassInfo)
+TEST_P(Component, AnyFactorysDeathTakesTheClassInfo)
 {
     void *younger = nullptr;
     EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &younger));
@@ -281,7 +282,7 @@ TEST_F(Component, AnyFactorysDeathTakesTheClassInfo)
     EXPECT_EQ(nullptr, query(object, theClassInfoID));
 }
 
-TEST_F(Component, TheRegistrarHasTheLastWordOnRegistration)
+TEST_P(Component, TheRegistrarHasTheLastWordOnRegistration)
 {
     // Slot 4 is RegisterSelf(), 5 is UnregisterSelf().
     const std::string cid = theClassID;
@@ -296,3 +297,11 @@ TEST_F(Component, TheRegistrarHasTheLastWordOnRegistration)
     EXPECT_EQ(UT_OK, utCall(module, 5, &manager, "here.so", "loader"));
     EXPECT_EQ(cid + " here.so", manager.told);
 }
+
+#ifdef __i386__
+static const auto theStacks = ::testing::Values(0, 4, 8, 12);
+#else
+static const auto theStacks = ::testing::Values(0);
+#endif
+INSTANTIATE_TEST_SUITE_P(
+    StackOff, Component, theStacks, ::testing::PrintToStringParamName());
