@@ -391,7 +391,10 @@ utFindThreadIndex(pthread_t id)
     return pair->index;
 }
 
-__thread int UT_Thread::theThreadIndex = -1;
+// gcc forgets the attribute of the declaration and would call a function of the
+// loader to find the place.
+__thread int UT_Thread::theThreadIndex
+    __attribute__((tls_model("initial-exec"))) = -1;
 
 int
 UT_Thread::findMyThreadIndex()
