@@ -1,5 +1,6 @@
 #include "UT_SysResource.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
@@ -16,6 +17,13 @@ UT_SysResource::UT_SysResource()
 {
 }
 
+// In thousandths. Deliberate: rounding starts at a 21st, not at a half.
+static int
+utShare(int64 part, int64 total)
+{
+    return int((part * 1000 + total / 21) / total);
+}
+
 void
 UT_SysResource::percentages(
     int count, int *shares, const uint32 *now, uint32 *old, uint32 *differences)
@@ -30,9 +38,30 @@ UT_SysResource::percentages(
     if (total == 0)
         total = 1;
     for (int i = 0; i < count; ++i)
-        // Deliberate: rounding starts at a 21st, not at a half.
-        shares[i] =
-            int((int64(int32(differences[i])) * 1000 + total / 21) / total);
+        shares[i] = utShare(int32(differences[i]), total);
+}
+
+void
+UT_SysResource::percentages(
+    int count, int *shares, const uint64 *now, uint64 *old, uint64 *differences)
+{
+    uint64 largest = 0;
+    for (int i = 0; i < count; ++i)
+    {
+        differences[i] = now[i] > old[i] ? now[i] - old[i] : 0;
+        old[i] = now[i];
+        largest = std::max(largest, differences[i]);
+    }
+    // What is too large to be multiplied has digits to spare.
+    int shift = 0;
+    while (largest >> shift > 0xFFFFFFFF)
+        ++shift;
+    int64 total = 0;
+    for (int i = 0; i < count; ++i)
+        total += int64(differences[i] >> shift);
+    total = std::max(total, int64(1));
+    for (int i = 0; i < count; ++i)
+        shares[i] = utShare(int64(differences[i] >> shift), total);
 }
 
 // Reads the start of a file, at most 4096 bytes of it, into `text`, as a text;
@@ -81,12 +110,12 @@ UT_SysResource::update(bool memoryOnly)
     while (*next && !isspace(uint8(*next)))
         ++next;
     // User, nice, system and idle.
-    static uint32 theOldTimes[4];
-    static uint32 theDifferences[4];
-    uint32 times[4];
+    static uint64 theOldTimes[4];
+    static uint64 theDifferences[4];
+    uint64 times[4];
     int shares[4];
-    for (uint32 &time : times)
-        time = static_cast<uint32>(strtoull(next, &next, 0));
+    for (uint64 &time : times)
+        time = strtoull(next, &next, 0);
     percentages(4, shares, times, theOldTimes, theDifferences);
     if (!memoryOnly)
         myIdleFraction = float(shares[3]) * 0.001f;

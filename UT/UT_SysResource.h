@@ -31,8 +31,8 @@ public:
     /// the process.
     const char *systemDescription() const { return mySystemDescription; }
 
-    /// The share of processor time that nothing used, from 0 to 1; 0 when no
-    /// time had passed since the update before.
+    /// The share of processor time that nothing used, from 0 to 1 whatever the
+    /// system's counters do; 0 when no time had passed since the update before.
     float idleFraction() const { return myIdleFraction; }
 
     /// Takes a step of `count` counters: each of `differences` becomes what
@@ -43,6 +43,12 @@ public:
     static void percentages(
         int count, int *shares, const uint32 *now, uint32 *old,
         uint32 *differences);
+
+    /// The same for counters of any size, with shares from 0 to 1000: one that
+    /// went back counts as unchanged.
+    static void percentages(
+        int count, int *shares, const uint64 *now, uint64 *old,
+        uint64 *differences);
 
 private:
     uint32 myMemoryTotal;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -30,6 +31,41 @@ TEST(UT_SysResource, SharesAreThousandthsOfTheSum)
     EXPECT_EQ(0, shares[1]);
 }
 
+TEST(UT_SysResource, WideCountersShareAtMostTheWhole)
+{
+    static const struct
+    {
+        const char *what;
+        uint64 old[3];
+        uint64 now[3];
+        int shares[3];
+    } theCases[] = {
+        {"since the start of a large machine",
+         {0, 0, 0},
+         {3000000000, 1000000000, 20000000000},
+         {125, 41, 833}                                                                 },
+        {"nothing changed",                    {7, 8, 9},     {7, 8, 9},    {0, 0, 0}   },
+        {"one went back",                      {10, 1000, 0}, {4, 500, 60}, {0, 0, 1000}},
+        {"all that there is room for",
+         {0, 0, 0},
+         {UINT64_MAX, UINT64_MAX, 1},
+         {500, 500, 0}                                                                  },
+    };
+    for (const auto &row : theCases)
+    {
+        uint64 old[3];
+        uint64 differences[3];
+        int shares[3];
+        std::copy_n(row.old, 3, old);
+        UT_SysResource::percentages(3, shares, row.now, old, differences);
+        for (int i = 0; i < 3; ++i)
+        {
+            EXPECT_EQ(row.shares[i], shares[i]) << row.what << ", " << i;
+            EXPECT_EQ(row.now[i], old[i]) << row.what << ", " << i;
+        }
+    }
+}
+
 TEST(UT_SysResource, TellsOfThisMachine)
 {
     UT_SysResource resource;
@@ -38,6 +74,8 @@ TEST(UT_SysResource, TellsOfThisMachine)
     resource.update(true);
     EXPECT_EQ(1.0f, resource.idleFraction());
     resource.update(false);
+    EXPECT_GE(resource.idleFraction(), 0.0f);
+    EXPECT_LE(resource.idleFraction(), 1.0f);
     EXPECT_STREQ("Linux (little endian)", resource.systemDescription());
     std::ifstream file("/proc/meminfo");
     std::string label;
