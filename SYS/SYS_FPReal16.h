@@ -33,11 +33,9 @@ public:
     /// would change a signalling NaN.
     fpreal16(const float &value) : myBits(utFromFloat(value)) {}
 
-    /// The half of the float nearest to `value`.
+    /// The half of the float nearest to `value`. Volatile floats come here too.
     template <
-        class Number,
-        class = std::enable_if_t<
-            std::is_arithmetic_v<Number> && !std::is_same_v<Number, float>>>
+        class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
     fpreal16(Number value) : fpreal16(static_cast<float>(value))
     {
     }
@@ -198,3 +196,17 @@ SYS_API void SYSprintBits(std::ostream &out, const float &value);
 /// The same into `buffer`, and a NUL behind it: 19 or 35 bytes in all.
 SYS_API void SYSprintBits(char *buffer, fpreal16 half);
 SYS_API void SYSprintBits(char *buffer, const float &value);
+
+/// The same for a volatile float, which would pass for a half otherwise.
+inline void
+SYSprintBits(std::ostream &out, const volatile float &value)
+{
+    const float copy = value;
+    SYSprintBits(out, copy);
+}
+inline void
+SYSprintBits(char *buffer, const volatile float &value)
+{
+    const float copy = value;
+    SYSprintBits(buffer, copy);
+}

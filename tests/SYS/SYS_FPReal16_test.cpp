@@ -73,7 +73,7 @@ static uint32
 utHalfBits(float value)
 {
     volatile float hidden = value;
-    return fpreal16(float(hidden)).bits();
+    return fpreal16(hidden).bits();
 }
 
 TEST(SYS_FPReal16, OverflowIsSignalledForFiniteValuesOnly)
@@ -121,4 +121,11 @@ TEST(SYS_FPReal16, IsWrittenAndRead)
     char text18[19];
     SYSprintBits(text18, fpreal16(-2));
     EXPECT_STREQ("1 10000 0000000000", text18);
+    const volatile float changing = -1;
+    char text34[35];
+    SYSprintBits(text34, changing);
+    EXPECT_STREQ("1 01111111 00000000000000000000000", text34);
+    out.str("");
+    SYSprintBits(out, changing);
+    EXPECT_EQ(text34, out.str());
 }
