@@ -25,6 +25,19 @@ private:
     std::atomic<nsrefcnt> myCount{1};
 };
 
+// Sets a flag while it lives.
+class ut_Mark
+{
+public:
+    explicit ut_Mark(bool &flag) : myFlag(flag) { myFlag = true; }
+    ~ut_Mark() { myFlag = false; }
+    ut_Mark(const ut_Mark &) = delete;
+    ut_Mark &operator=(const ut_Mark &) = delete;
+
+private:
+    bool &myFlag;
+};
+
 // Owns one reference.
 template <class Interface>
 class ut_Reference
@@ -154,6 +167,7 @@ protected:
 
 private:
     nsresult initialize(nsIComponentManager *manager);
+    nsresult construct(nsIComponentManager *manager);
     nsresult makeEarlyFactories(nsIComponentRegistrar &registrar);
     void dropFactories();
 
@@ -162,7 +176,9 @@ private:
     nsModuleConstructorProc myConstructor;
     nsModuleDestructorProc myDestructor;
     ut_ReferenceCount myReferences;
-    bool myIsInitialized = false;
+    bool myIsConstructed = false;  // myConstructor has worked
+    bool myIsInitialized = false;  // all that comes before the first class
+    bool myIsInitializing = false; // is being done
     // Of the components without a constructor, one reference each, else null;
     // as many as there are components.
     ut_GenericFactory **myFactories = nullptr;
@@ -293,7 +309,7 @@ ut_GenericFactory::GetClassIDNoAlloc(nsID *result)
 ut_GenericModule::~ut_GenericModule()
 {
     dropFactories();
-    if (myIsInitialized && myDestructor)
+    if ((myIsConstructed || myIsInitialized) && myDestructor)
         myDestructor(this);
 }
 
@@ -366,17 +382,17 @@ ut_GenericModule::makeEarlyFactories(nsIComponentRegistrar &registrar)
     return NS_OK;
 }
 
-// What is done before the first class object; again, when it failed.
+// The constructor, unless it has worked before, and the objects that are made
+// early.
 nsresult
-ut_GenericModule::initialize(nsIComponentManager *manager)
+ut_GenericModule::construct(nsIComponentManager *manager)
 {
-    if (myIsInitialized)
-        return NS_OK;
-    if (myConstructor)
+    if (!myIsConstructed && myConstructor)
     {
         const nsresult code = myConstructor(this);
         if (NS_FAILED(code))
             return code;
+        myIsConstructed = true;
     }
     ut_Reference<nsIComponentRegistrar> registrar;
     nsresult code = registrar.query(manager);
@@ -384,12 +400,21 @@ ut_GenericModule::initialize(nsIComponentManager *manager)
         return code;
     code = makeEarlyFactories(*registrar.operator->());
     if (NS_FAILED(code))
-    {
         dropFactories();
-        return code;
-    }
-    myIsInitialized = true;
-    return NS_OK;
+    return code;
+}
+
+// What is done before the first class object; again, when it failed. Whoever is
+// called by that and asks for a class gets it.
+nsresult
+ut_GenericModule::initialize(nsIComponentManager *manager)
+{
+    if (myIsInitialized || myIsInitializing)
+        return NS_OK;
+    const ut_Mark mark(myIsInitializing);
+    const nsresult code = construct(manager);
+    myIsInitialized = !NS_FAILED(code);
+    return code;
 }
 
 nsresult

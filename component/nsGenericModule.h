@@ -50,6 +50,11 @@ using nsModuleDestructorProc = void (*)(nsIModule *module);
 
 /// A module: its classes, and what runs before its first class object is made
 /// and when it goes. It lives as long as the library.
+///
+/// The library's own modules call the constructor until it has worked, and the
+/// destructor once if it has, whatever failed after that; without a
+/// constructor, the destructor if nothing failed. The constructor may ask the
+/// module for its classes.
 struct nsModuleInfo
 {
     PRUint32 version;

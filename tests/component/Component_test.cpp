@@ -4,6 +4,8 @@
 #include "ut_ComponentSlots.h"
 #include "ut_LoopbackServer.h"
 
+#include "component/nsGenericModule.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -296,6 +298,107 @@ TEST_P(Component, TheRegistrarHasTheLastWordOnRegistration)
     // It has none on the way back.
     EXPECT_EQ(UT_OK, utCall(module, 5, &manager, "here.so", "loader"));
     EXPECT_EQ(cid + " here.so", manager.told);
+}
+
+// A module of one class, which records what is done to it.
+
+static int theConstructions;
+static int theDestructions;
+
+static nsresult
+utRefuse(nsISupports *, const nsID &, void **)
+{
+    return UT_FAILURE;
+}
+
+static nsresult
+utConstruct(nsIModule *)
+{
+    ++theConstructions;
+    return UT_OK;
+}
+
+static nsresult
+utFail(nsIModule *)
+{
+    ++theConstructions;
+    return UT_FAILURE;
+}
+
+static nsresult
+utAskForClass(nsIModule *module)
+{
+    ++theConstructions;
+    void *factory = nullptr;
+    EXPECT_EQ(
+        UT_OK, utCall(module, 3, nullptr, theClassID, theFactoryID, &factory));
+    EXPECT_EQ(0U, utCall(factory, UT_RELEASE));
+    return UT_OK;
+}
+
+static void
+utDestruct(nsIModule *)
+{
+    ++theDestructions;
+}
+
+// Asks twice for the class, in vain if there is no manager, and releases the
+// module.
+static void
+utUseModule(
+    nsModuleConstructorProc constructor, ut_StandInManager *manager,
+    uint32_t answer)
+{
+    nsModuleComponentInfo component = {};
+    memcpy(&component.cid, theClassID, sizeof component.cid);
+    component.constructor = utRefuse;
+    const nsModuleInfo info = {NS_MODULEINFO_VERSION, "Module",    &component,
+                               /*count=*/1,           constructor, utDestruct};
+    nsIModule *module = nullptr;
+    ASSERT_EQ(UT_OK, NS_NewGenericModule2(&info, &module));
+    for (int i = 0; i < 2; ++i)
+    {
+        void *factory = nullptr;
+        EXPECT_EQ(
+            answer,
+            utCall(module, 3, manager, theClassID, theFactoryID, &factory));
+        if (factory)
+        {
+            EXPECT_EQ(0U, utCall(factory, UT_RELEASE));
+        }
+    }
+    EXPECT_EQ(0U, utCall(module, UT_RELEASE));
+}
+
+TEST(GenericModule, ItsDestructorFollowsAConstructorThatWorked)
+{
+    ut_StandInManager manager;
+    const struct
+    {
+        const char *what;
+        nsModuleConstructorProc constructor;
+        ut_StandInManager *manager;
+        uint32_t answer; // for each class object
+        int constructions;
+        int destructions;
+    } cases[] = {
+        {"works",            utConstruct,   &manager, UT_OK,           1, 1},
+        {"no constructor",   nullptr,       &manager, UT_OK,           0, 1},
+        {"asks for a class", utAskForClass, &manager, UT_OK,           1, 1},
+        {"fails",            utFail,        &manager, UT_FAILURE,      2, 0},
+        {"no manager",       utConstruct,   nullptr,  UT_NULL_POINTER, 1, 1},
+        {"neither of them",  nullptr,       nullptr,  UT_NULL_POINTER, 0, 0},
+    };
+    for (const auto &row : cases)
+    {
+        SCOPED_TRACE(row.what);
+        theConstructions = 0;
+        theDestructions = 0;
+        utUseModule(row.constructor, row.manager, row.answer);
+        EXPECT_EQ(row.constructions, theConstructions);
+        EXPECT_EQ(row.destructions, theDestructions);
+        EXPECT_EQ(0U, manager.references);
+    }
 }
 
 #ifdef __i386__
