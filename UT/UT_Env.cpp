@@ -238,12 +238,20 @@ NEED_RESET()
            !theEnvironment;
 }
 
+// Whether others have been at one of the first `count` slots.
 static bool
-utIsMeddledWith()
+utIsMeddledWith(int32 count)
 {
     return memcmp(
                theEnvironment, theSeen,
-               (size_t(theSize) + 1) * sizeof *theEnvironment) != 0;
+               size_t(count) * sizeof *theEnvironment) != 0;
+}
+
+// At any slot, or at the null after them.
+static bool
+utIsMeddledWith()
+{
+    return utIsMeddledWith(theSize + 1);
 }
 
 static void
@@ -412,10 +420,10 @@ ValdrinGetenv(const char *name)
         utUpdate();
     const size_t length = strlen(name);
     int32 index = findVariable(name, length);
-    // A look at the slot, and at the first one, where the array may have been
-    // cut off, tells all that the C library may have done to a variable. Only
-    // one that is not found needs a look at all slots.
-    const bool isThere = index >= 0 && theEnvironment[0] == theSeen[0];
+    // The C library sees what comes first: the array may have been cut off
+    // anywhere before the slot, or have another entry there. Only a variable
+    // that is not found needs a look at all slots.
+    const bool isThere = index >= 0 && !utIsMeddledWith(index + 1);
     if (!isThere && utIsMeddledWith())
     {
         utAdoptSlots();

@@ -11,10 +11,9 @@
 // getenv() and child processes see each change at once. It comes into being at
 // the first call. What other code does to the environment meanwhile, with
 // setenv(), unsetenv(), putenv(), clearenv() or in the array itself, the next
-// call notices and takes over. Two things it cannot see at once: where others
-// cut the array off in its middle, ValdrinGetenv() may find what lies behind
-// until another call; and a putenv() text whose owner writes another name into
-// it is found by the old place until something else changes.
+// call notices and takes over. One thing it cannot see at once: a putenv() text
+// whose owner writes another name into it is found by the old place until
+// something else changes.
 //
 // One thread only. Other threads may call getenv() as far as the C library lets
 // them while the environment changes: an array that they may be reading is
@@ -34,7 +33,8 @@ extern "C"
     UT_API void ValdrinPutenv(const char *assignment);
 
     /// The value of a variable, null when there is none. Borrowed until the
-    /// next change of the environment. O(log n) comparisons.
+    /// next change of the environment. O(log n) comparisons of names, and one
+    /// of the pointers up to the variable's with those that the table had.
     ///
     /// Deliberate: the search compares bytes as signed numbers, while the
     /// table is sorted as strcmp() sorts. Where names have bytes of 128 and

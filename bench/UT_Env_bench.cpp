@@ -1,5 +1,5 @@
 // In an environment of 30, 300 or 3000 variables the toolkit finds one in at
-// most 0.9 of the C library's time and misses one in 0.7; it inserts and
+// most 0.95 of the C library's time and misses one in 0.7; it inserts and
 // removes in at most half.
 
 #include "UT/UT_Env.h"

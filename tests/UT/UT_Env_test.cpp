@@ -140,10 +140,7 @@ private:
             if (pick(8) == 0)
                 clearenv();
             else if (size > 0 && pick(4) == 0)
-            {
                 slots[pick(size)] = nullptr;
-                ValdrinGetenvlist();
-            }
         }
         freeBuffers();
         myValues.clear();
