@@ -335,11 +335,31 @@ UT_IStream::readBinaryString(UT_String &text, UT_ISTREAM_RLE_IO rle)
     return true;
 }
 
+namespace
+{
+
+// Another read type as long as the object is there.
+class ut_ReadType
+{
+public:
+    ut_ReadType(UT_IStream &stream, UT_ISTREAM_READTYPE type) : myStream(stream)
+    {
+        stream.pushBinary(type);
+    }
+    ~ut_ReadType() { myStream.popBinary(); }
+    ut_ReadType(const ut_ReadType &) = delete;
+    ut_ReadType &operator=(const ut_ReadType &) = delete;
+
+private:
+    UT_IStream &myStream;
+};
+
+} // namespace
+
 bool
 UT_IStream::readString(UT_String &text, bool binary)
 {
-    pushBinary(binary ? UT_ISTREAM_BINARY : UT_ISTREAM_ASCII);
-    const bool isRead = text.load(*this);
-    popBinary();
-    return isRead;
+    const ut_ReadType type(
+        *this, binary ? UT_ISTREAM_BINARY : UT_ISTREAM_ASCII);
+    return text.load(*this);
 }

@@ -6,19 +6,42 @@
 
 #include <cstring>
 
+namespace
+{
+
+// The text of a work buffer, which is locked as long as the object is there.
+class ut_LockedText
+{
+public:
+    explicit ut_LockedText(UT_WorkBuffer &buffer)
+        : myBuffer(buffer), myText(buffer.lock(/*offset=*/0, /*extra=*/0))
+    {
+    }
+    ~ut_LockedText() { myBuffer.release(/*recomputeLength=*/0); }
+    ut_LockedText(const ut_LockedText &) = delete;
+    ut_LockedText &operator=(const ut_LockedText &) = delete;
+
+    char *get() const { return myText; }
+
+private:
+    UT_WorkBuffer &myBuffer;
+    char *const myText;
+};
+
+} // namespace
+
 // Takes the line in `buf` apart; whether it has arguments.
 static bool
 utSplitCommand(
     UT_WorkBuffer &buf, UT_WorkArgs &args, int &lineCount,
     const char *commentChars, const char *separators)
 {
-    char *const text = buf.lock(/*offset=*/0, /*extra=*/0);
+    const ut_LockedText text(buf);
     if (commentChars)
-        text[strcspn(text, commentChars)] = '\0';
+        text.get()[strcspn(text.get(), commentChars)] = '\0';
     ++lineCount;
-    UT_String line(text);
+    UT_String line(text.get());
     line.tokenizeInPlace(args, separators);
-    buf.release(/*recomputeLength=*/0);
     return args.getArgc() > 0;
 }
 

@@ -3,9 +3,43 @@
 #include "SYS/SYS_Types.h"
 
 #include <cstring>
+#include <exception>
 #include <istream>
 
 static const int thePieceSize = 4096;
+
+namespace
+{
+
+// Keeps a stream from throwing as long as the object is there.
+class ut_QuietStream
+{
+public:
+    explicit ut_QuietStream(std::istream &stream)
+        : myStream(stream), myExceptions(stream.exceptions())
+    {
+        stream.exceptions(std::ios::goodbit);
+    }
+    ~ut_QuietStream()
+    {
+        try
+        {
+            myStream.exceptions(myExceptions);
+        }
+        catch (const std::exception &)
+        {
+            // By then they are set, and the caller sees the stream's state.
+        }
+    }
+    ut_QuietStream(const ut_QuietStream &) = delete;
+    ut_QuietStream &operator=(const ut_QuietStream &) = delete;
+
+private:
+    std::istream &myStream;
+    const std::ios::iostate myExceptions;
+};
+
+} // namespace
 
 void
 UT_WorkBuffer::dropLineEnd()
@@ -57,10 +91,9 @@ UT_WorkBuffer::getline(std::istream &in)
     if (!in.good())
         return false;
     clear();
-    // A full piece and an empty rest count as failures underneath. They are
-    // none here, and must not throw in a stream that throws.
-    const std::ios::iostate exceptions = in.exceptions();
-    in.exceptions(std::ios::goodbit);
+    // A full piece and an empty rest count as failures underneath, which they
+    // are not here, and the end is met together with the last line.
+    const ut_QuietStream quiet(in);
     char piece[thePieceSize + 1];
     bool isFound = false;
     bool isFull;
@@ -76,6 +109,5 @@ UT_WorkBuffer::getline(std::istream &in)
         append(piece, int(count - (in.good() && !isFull)));
     } while (isFull);
     dropLineEnd();
-    in.exceptions(exceptions);
     return isFound;
 }

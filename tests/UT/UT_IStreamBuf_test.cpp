@@ -268,6 +268,48 @@ TEST(UT_IStreamBuf, TheEndIsToldApartFromErrors)
     EXPECT_EQ(3, throwing->tellg());
 }
 
+TEST(UT_IStreamBuf, WhatAStandardStreamThrowsStaysInside)
+{
+    // Throws what is no std::exception, and the stream passes it on.
+    struct ut_ThrowingSource : std::streambuf
+    {
+        int_type underflow() override { throw 7; }
+        pos_type
+        seekoff(off_type, std::ios::seekdir, std::ios::openmode) override
+        {
+            throw 7;
+        }
+        pos_type seekpos(pos_type, std::ios::openmode) override { throw 7; }
+    };
+    const struct
+    {
+        const char *name;
+        void (*call)(UT_IStreamBuf &buffer);
+        bool isError;
+    } calls[] = {
+        {"getLine",
+         [](UT_IStreamBuf &buffer) { EXPECT_EQ("(none)", utLine(buffer)); },
+         true                                                                         },
+        {"peekc",   [](UT_IStreamBuf &buffer) { EXPECT_EQ(-1, buffer.peekc()); },
+         false                                                                        },
+        {"tellg",   [](UT_IStreamBuf &buffer) { EXPECT_EQ(-1, buffer.tellg()); },
+         false                                                                        },
+        {"seekg",
+         [](UT_IStreamBuf &buffer) { EXPECT_FALSE(buffer.seekg(0, 0)); },         true},
+    };
+    for (const auto &row : calls)
+    {
+        SCOPED_TRACE(row.name);
+        ut_ThrowingSource bytes;
+        std::istream stream(&bytes);
+        stream.exceptions(std::ios::badbit);
+        const ut_Source source(UT_IStreamBuf::istreamBuf(stream));
+        EXPECT_NO_THROW(row.call(*source));
+        EXPECT_EQ(row.isError, source->hasError());
+        EXPECT_EQ(std::ios::badbit, stream.exceptions());
+    }
+}
+
 TEST(UT_IStreamBuf, StandardInputIsSharedAndReadByLinesIfWanted)
 {
     int ends[2];
