@@ -1,14 +1,13 @@
 #include "UT_IStream.h"
 
+#include "UT_NumberImpl.h"
 #include "UT_String.h"
-#include "UT_StringImpl.h"
 #include "UT_SwapBytes.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Floor.h"
 
 #include <algorithm>
-#include <cfloat>
 #include <charconv>
 #include <climits>
 #include <cstdlib>
@@ -92,9 +91,6 @@ UT_IStream::bread(double *values, int count)
     return readValues(values, count);
 }
 
-// As many digits as an integer of 64 bits takes for sure.
-static const int theExactDigits = 18;
-
 // What strtol() says of a text that getNumber() stored.
 static long
 utToLong(const char *text, const char *end)
@@ -108,17 +104,23 @@ utToLong(const char *text, const char *end)
     return value;
 }
 
-// What strtod() says of a text that getNumber() stored, where the decimal point
-// is ".".
-static double
+// The standard library of a 32-bit processor may be built for one without
+// floats of its own or, on x86, for one that rounds a product twice: to its
+// wide registers, and from there to a double.
+static constexpr bool theFromCharsIsExact = sizeof(void *) > 4;
+
+double
 utToDouble(const char *text, const char *end)
 {
-    const char *const digits = text < end && *text == '+' ? text + 1 : text;
-    double value = 0;
-    const auto result = std::from_chars(digits, end, value);
-    if (result.ec == std::errc() && *digits <= '9')
-        return value;
-    // A word, or a number at an end of the range.
+    if (theFromCharsIsExact)
+    {
+        const char *const digits = text < end && *text == '+' ? text + 1 : text;
+        double value = 0;
+        const auto result = std::from_chars(digits, end, value);
+        if (result.ec == std::errc() && *digits <= '9')
+            return value;
+        // A word, or a number at an end of the range.
+    }
     static const locale_t theCLocale = newlocale(LC_ALL_MASK, "C", nullptr);
     UT_WorkBuffer copy;
     copy.append(text, int(end - text));
@@ -149,35 +151,6 @@ utQuickNumber(const char *text, const char *end, long &value)
         *text == '.' || *text == 'e' || *text == 'E' || digits > LONG_MAX)
         return nullptr;
     value = isNegative ? -long(digits) : long(digits);
-    return text;
-}
-
-// The same for a number without an exponent.
-static const char *
-utQuickNumber(const char *text, const char *end, double &value)
-{
-    static const double thePowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
-                                       1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
-                                       1e14, 1e15, 1e16, 1e17, 1e18};
-    const bool isNegative = *text == '-';
-    text += isNegative;
-    uint64 digits = 0;
-    const char *const first = text;
-    for (; text < end && utIsDigit(*text); ++text)
-        digits = digits * 10 + uint64(*text - '0');
-    const char *const point = text;
-    if (text == first || text == end)
-        return nullptr;
-    if (*text == '.')
-        for (++text; text < end && utIsDigit(*text); ++text)
-            digits = digits * 10 + uint64(*text - '0');
-    // Two numbers that a double holds exactly: the quotient is the nearest.
-    if (text == end || text - first > theExactDigits || *text == 'e' ||
-        *text == 'E' || digits >> 53 != 0 || FLT_EVAL_METHOD != 0)
-        return nullptr;
-    const auto decimals = text == point ? 0 : text - point - 1;
-    const double magnitude = double(digits) / thePowers[decimals];
-    value = isNegative ? -magnitude : magnitude;
     return text;
 }
 

@@ -1,5 +1,6 @@
 #include "UT_Write.h"
 
+#include "UT_NumberImpl.h"
 #include "UT_SwapBytes.h"
 
 #include <algorithm>
@@ -104,8 +105,10 @@ utFormat(char *to, float value)
     // A reader rounds to double first. A few texts, 7.038531e-26 is one, come
     // so close to the middle between two floats that they then end at the
     // other one. Nine digits never do.
+    *end = ' ';
     double wide = 0;
-    std::from_chars(to, end, wide);
+    if (!utQuickNumber(to, end + 1, wide))
+        wide = utToDouble(to, end);
     if (float(wide) == value)
         return end;
     return std::to_chars(to, last, value, std::chars_format::general, 9).ptr;

@@ -6,9 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <string>
+#include <vector>
 
 TEST(UT_IStream, IntegersWithAPointAreRoundedInSinglePrecision)
 {
@@ -31,6 +34,59 @@ TEST(UT_IStream, IntegersWithAPointAreRoundedInSinglePrecision)
         EXPECT_TRUE(stream.seekg(0) && stream.aread(&narrow, 2) == 1);
         EXPECT_EQ(rounded, value) << text;
         EXPECT_EQ(short(rounded), narrow) << text;
+    }
+}
+
+TEST(UT_IStream, FloatsAreWhatStrtodReads)
+{
+    std::vector<std::string> texts = {
+        "10375e22",
+        "1.0375e+26",
+        "9007199254740993",
+        "9007199254740993e-5",
+        "-0",
+        "-0e5",
+        "1e22",
+        "1e23",
+        "123456789012345678e-22",
+        "0.000000000000000000000012345",
+        "1e+",
+        "1e-",
+        "1e",
+        "-.5e1",
+        "+7e2",
+        "7e0000000000000000000001",
+        "7e99999999999999999999",
+        "7e-99999999999999999999",
+        "0e99999999999999999999",
+        "2.2250738585072011e-308",
+        "4.9e-324",
+        "1.7976931348623159e308",
+        "infinity",
+    };
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 100000; ++i)
+    {
+        const uint64 digits = random() >> random() % 64;
+        const int exponent = int(random() % 90) - 45;
+        std::string text = std::to_string(digits);
+        if (i % 2 == 0)
+            text.insert(size_t(random() % text.size()) + 1, ".");
+        texts.push_back(text + "e" + std::to_string(exponent));
+    }
+    for (const std::string &text : texts)
+    {
+        // A number ends before something else, or with the input.
+        for (const char *end : {"", " "})
+        {
+            const std::string input = text + end;
+            UT_IStream in(input.data(), int(input.size()), UT_ISTREAM_ASCII);
+            const double expected = strtod(text.c_str(), nullptr);
+            double value = 5;
+            ASSERT_EQ(1, in.aread(&value, 1)) << text;
+            ASSERT_EQ(0, memcmp(&expected, &value, sizeof value))
+                << text << " read as " << value;
+        }
     }
 }
 
