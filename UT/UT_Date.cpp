@@ -1,11 +1,12 @@
 #include "UT_Date.h"
 
+#include "UT_DateImpl.h"
+
 #include "SYS/SYS_Types.h"
 
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <ostream>
@@ -270,24 +271,26 @@ UT_Date::dprintf(char *buffer, const char *format, const tm *t)
     return text.count();
 }
 
-// localtime() into a record of the caller's. It is localtime_r(), which looks
-// at the zone only once, that does the work: localtime() itself asks for the
-// zone's file each time, which takes longer than all else here.
-static const tm *
-utLocalTime(long time, tm &result)
+// ---- Clock and zone
+
+static_assert(
+    sizeof(time_t) == sizeof(int64), "the C library has times of 32 bits only");
+
+int64
+utCurrentTime()
 {
-    // The C library compares the variable with the zone in force, so that is
-    // quick; but without the variable it asks for the file. Then once is
-    // enough, until somebody here has applied a variable.
-    static std::atomic<bool> theDefaultIsApplied(false);
-    const bool isDefault = !getenv("TZ");
-    if (!isDefault || !theDefaultIsApplied.load(std::memory_order_relaxed))
-    {
-        tzset();
-        theDefaultIsApplied.store(isDefault, std::memory_order_relaxed);
-    }
-    const time_t seconds = time;
-    return localtime_r(&seconds, &result);
+    return time(nullptr);
+}
+
+const tm *
+utLocalTime(int64 seconds, tm &result)
+{
+    // As localtime() does: the variable is compared with the one in force, and
+    // where there is none, the zone's file is asked whether it has changed.
+    // localtime_r() alone looks only once.
+    tzset();
+    const time_t time = seconds;
+    return localtime_r(&time, &result);
 }
 
 std::ostream &

@@ -41,11 +41,9 @@ public:
     static std::ostream &
     dprintf(std::ostream &os, const char *format, const tm *t);
 
-    /// Writes the local time of `time`, in seconds since 1970, as
-    /// localtime() has it; nothing when the year does not fit in an int. A
-    /// change of the variable `TZ` is seen; a change of the system's default
-    /// zone is seen after the next tzset(), and so is the end of a `TZ` that
-    /// only others have had applied.
+    /// Writes the local time of `time`, in seconds since 1970, as localtime()
+    /// has it at that moment; nothing when the year does not fit in an int.
+    /// Without the variable `TZ` that costs one look at the system's zone.
     static std::ostream &
     dprintf(std::ostream &os, const char *format, long time);
 

@@ -61,3 +61,28 @@ TEST(UT_Date, AgreesWithStrftimeInAnyZone)
             ASSERT_EQ(theirs.str(), ours) << zone << ' ' << time;
         }
 }
+
+TEST(UT_Date, ZonesAreThoseOfTheMoment)
+{
+    const long time = 1142355909;
+    const auto hour = [&]
+    {
+        char text[512];
+        UT_Date::dprintf(text, "%H", time);
+        return std::string(text);
+    };
+    unsetenv("TZ");
+    const std::string systemHour = hour();
+    setenv("TZ", "AAA-3", 1);
+    EXPECT_EQ("20", hour());
+    unsetenv("TZ");
+    EXPECT_EQ(systemHour, hour());
+    // Others have a zone applied, and take it back.
+    for (const char *zone : {"AAA-3", "BBB+4"})
+    {
+        setenv("TZ", zone, 1);
+        tzset();
+        unsetenv("TZ");
+        EXPECT_EQ(systemHour, hour()) << zone;
+    }
+}
