@@ -8,6 +8,11 @@
 
 #include <sys/time.h>
 
+// The library's time values are those of the system's own calls.
+static_assert(
+    sizeof(timeval) == 2 * sizeof(long),
+    "UT_Compat.h is for programs built without -D_TIME_BITS=64");
+
 /// Command 0 answers the number of configured processors, at least 1; any
 /// other command answers 0. May read files below /proc and /sys. Thread-safe.
 UT_API int sysmp(int command, ...);

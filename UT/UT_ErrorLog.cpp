@@ -1,6 +1,7 @@
 #include "UT_ErrorLog.h"
 
 #include "UT_Date.h"
+#include "UT_DateImpl.h"
 #include "UT_EnvControl.h"
 #include "UT_ErrorImpl.h"
 #include "UT_WorkBuffer.h"
@@ -65,10 +66,10 @@ static const int theMemorySeconds = 3;
 // So many texts are kept whatever their age.
 static const int theUsualTexts = 1000;
 
-// The seconds from one time to another, which may go back. Times are stored
-// with 32 bits.
+// The seconds from one time to another, which may go back. Texts' times are
+// stored with 32 bits.
 static int
-utSecondsBetween(int32 earlier, time_t later)
+utSecondsBetween(int32 earlier, int64 later)
 {
     return int(unsigned(later) - unsigned(earlier));
 }
@@ -77,7 +78,7 @@ utSecondsBetween(int32 earlier, time_t later)
 struct ut_OldTexts
 {
     UT_SymbolTable &texts;
-    const time_t now;
+    const int64 now;
 
     static int forget(UT_Thing &time, const char *text, void *data)
     {
@@ -102,17 +103,19 @@ UT_ErrorLog::UT_ErrorLog()
 
 // Whether a text is left out; and notes that it came.
 bool
-UT_ErrorLog::isRepeated(const char *text, time_t now)
+UT_ErrorLog::isRepeated(const char *text, int64 now)
 {
     bool isOld = false;
-    if (now - myLastLogTime < theMemorySeconds)
+    // A time_t of 32 bits wraps round, and so does the difference.
+    if (time_t(now - myLastLogTime) < theMemorySeconds)
     {
         UT_Thing previous;
         isOld = myRecentMessages.findSymbol(text, &previous) &&
                 utSecondsBetween(previous.integer, now) <= theRepeatSeconds;
         // A flood of ever different texts ends up here: the memory is never
         // cleared.
-        if (now != myLastLogTime && myRecentMessages.entries() > theUsualTexts)
+        if (time_t(now) != myLastLogTime &&
+            myRecentMessages.entries() > theUsualTexts)
         {
             ut_OldTexts old = {myRecentMessages, now};
             myRecentMessages.traverse(ut_OldTexts::forget, &old);
@@ -121,7 +124,7 @@ UT_ErrorLog::isRepeated(const char *text, time_t now)
     else
         myRecentMessages.clear();
     myRecentMessages.addSymbol(text, UT_Thing(int32(now)));
-    myLastLogTime = now;
+    myLastLogTime = time_t(now);
     return isOld;
 }
 
@@ -142,11 +145,12 @@ UT_ErrorLog::write(const UT_Error *error)
     const ut_LogFile file(myFileName);
     if (!isWanted || !file.isOpen())
         return;
-    const time_t now = time(nullptr);
+    const int64 now = utCurrentTime();
     if (isRepeated(text, now))
         return;
     char stamp[512];
-    UT_Date::dprintf(stamp, "%Y-%m-%d %T: ", long(now));
+    tm parts;
+    UT_Date::dprintf(stamp, "%Y-%m-%d %T: ", utLocalTime(now, parts));
     UT_WorkBuffer line;
     line.append(stamp);
     line.append(text);

@@ -51,7 +51,7 @@ private:
     UT_LOCAL UT_ErrorLog();
 
     void write(const UT_Error *error);
-    UT_LOCAL bool isRepeated(const char *text, time_t now);
+    UT_LOCAL bool isRepeated(const char *text, int64 now);
 
     // Order and size stay.
     int32 myLevel; // the least severity
@@ -62,6 +62,9 @@ private:
     UT_Lock myLock;                  // guards the last two, and the file
 };
 
+static_assert(
+    sizeof(time_t) == sizeof(long),
+    "UT_ErrorLog.h is for programs built without -D_TIME_BITS=64");
 static_assert(sizeof(void *) != 4 || sizeof(UT_ErrorLog) == 68);
 
 /// The one log, which is made at the first call with the settings of that

@@ -14,6 +14,11 @@
 
 #include <sys/select.h>
 
+// The library's time values are those of the system's own calls.
+static_assert(
+    sizeof(timeval) == 2 * sizeof(long),
+    "UT_NetSocket.h is for programs built without -D_TIME_BITS=64");
+
 class UT_Lock;
 class UT_String;
 class UT_WorkBuffer;

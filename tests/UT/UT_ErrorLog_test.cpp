@@ -7,23 +7,46 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <sstream>
 #include <thread>
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+using std::string_literals::operator""s;
+
 // The clock of this program and of the library, which finds this one first;
 // 0 for the real one.
-static std::atomic<time_t> theTime(0);
+static std::atomic<int64> theTime(0);
+
+// Of either name: with a time_t of 32 bits, times of 64 bits have their own.
+template <class Time>
+static Time
+utTime(Time *out)
+{
+    int64 now = theTime;
+    if (now == 0)
+        now = std::chrono::duration_cast<std::chrono::seconds>(
+                  std::chrono::system_clock::now().time_since_epoch())
+                  .count();
+    if (out)
+        *out = Time(now);
+    return Time(now);
+}
 
 extern "C" UT_API time_t
 time(time_t *out) noexcept
 {
-    timespec now = {theTime, 0};
-    if (now.tv_sec == 0)
-        clock_gettime(CLOCK_REALTIME, &now);
-    return out ? *out = now.tv_sec : now.tv_sec;
+    return utTime(out);
+}
+
+extern "C" UT_API int64 utTime64(int64 *out) noexcept __asm__("__time64");
+
+int64
+utTime64(int64 *out) noexcept
+{
+    return utTime(out);
 }
 
 // The directory in which the first error makes a log. Its name needs expansion.
@@ -69,12 +92,12 @@ static const char *const theRepetitions[] = {
 TEST(UT_ErrorLog, WhatComesAgainSoonIsLeftOut)
 {
     const ut_TempDir &dir = utPrepareLog();
-    // On 64 bits, times of 32 bits end in the fourth row. From then on there
-    // are so many texts that old ones are dropped.
-    theTime = sizeof(time_t) > 4 ? 2147479647 - 4000 : 1142355909;
+    // Times of 32 bits end in the fourth row. From then on there are so many
+    // texts that old ones are dropped.
+    theTime = 2147479647 - 4000;
     for (const char *row : theRepetitions)
     {
-        const time_t start = theTime += 1000;
+        const int64 start = theTime += 1000;
         std::istringstream in(row);
         int seconds;
         char text;
@@ -88,6 +111,31 @@ TEST(UT_ErrorLog, WhatComesAgainSoonIsLeftOut)
             for (int i = 0; i < 1100 && start > 2147480000; ++i)
                 UTaddWarning("System", 1000 + i, "");
         }
+    }
+}
+
+TEST(UT_ErrorLog, StampsGoOnAfter2038)
+{
+    const ut_TempDir &dir = utPrepareLog();
+    const int64 start = 2208988800; // the first second of 2040
+    const struct
+    {
+        int seconds;
+        const char *stamp; // empty when the text is left out
+    } times[] = {
+        {0, "2040-01-01 00:00:00: "},
+        {1, ""                     },
+        {4, "2040-01-01 00:00:04: "},
+        {6, ""                     },
+    };
+    std::string expected;
+    for (const auto &row : times)
+    {
+        theTime = start + row.seconds;
+        UTaddWarning("no such type", 1, "");
+        if (*row.stamp)
+            expected += row.stamp + "no such type: unknown error: 1\n"s;
+        EXPECT_EQ(expected, dir.read("log")) << row.seconds;
     }
 }
 
