@@ -3,6 +3,8 @@
 #include "SYS/SYS_Processor.h"
 #include "SYS/SYS_Types.h"
 
+#include <climits>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 
@@ -53,14 +55,16 @@ cftime(char *buf, char *, long *clock)
     // A long and a time_t may differ in width.
     const time_t seconds = *clock;
     tm parts;
-    char text[26]; // as asctime_r asks
+    char text[26]; // as asctime_r() asks
     buf[0] = '\0';
     tzset();
-    if (localtime_r(&seconds, &parts) && asctime_r(&parts, text))
-    {
-        text[strcspn(text, "\n")] = '\0';
-        strcpy(buf, text);
-    }
+    if (!localtime_r(&seconds, &parts) || parts.tm_year > INT_MAX - 1900)
+        return buf;
+    // asctime_r() has room for a year of four digits: it writes what is before.
+    const int year = parts.tm_year + 1900;
+    parts.tm_year = 0;
+    if (asctime_r(&parts, text))
+        sprintf(buf, "%.20s%d", text, year);
     return buf;
 }
 

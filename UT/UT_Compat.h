@@ -32,9 +32,9 @@ UT_API int gettimeofday(timeval *tv);
 
 /// Writes the time `*clock`, in seconds since 1970, in the local time zone as
 /// asctime() does but without its newline ("Thu Jan  1 00:00:00 1970") to
-/// `buf`, which has room for 25 bytes, and returns `buf`. A time outside the
-/// years that have four digits or less gives "". `format` is ignored.
-/// Thread-safe.
+/// `buf` and returns `buf`. That takes 25 bytes, and one more for each byte
+/// beyond the fourth of the year, 32 at most. A time whose year does not fit in
+/// an int gives "". `format` is ignored. Thread-safe.
 UT_API char *cftime(char *buf, char *format, long *clock);
 
 /// The class of `x`: 0 a NaN of either kind and sign, 2 and 3 infinity, 8 and

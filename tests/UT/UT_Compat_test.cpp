@@ -1,5 +1,6 @@
 #include "UT/UT_Compat.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_Nap.h"
 
 #include "ut_SignalStorm.h"
@@ -7,9 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <climits>
 #include <cstdlib>
 #include <ctime>
 #include <limits>
+#include <string>
+
+using std::string_literals::operator""s;
 
 TEST(UT_Compat, FloatsHaveClasses)
 {
@@ -22,20 +27,25 @@ TEST(UT_Compat, FloatsHaveClasses)
     EXPECT_EQ(9, fp_class_f(0.0f));
 }
 
-TEST(UT_Compat, CftimeIgnoresItsFormat)
+TEST(UT_Compat, CftimeIsAsctimeWhateverTheFormat)
 {
     setenv("TZ", "XYZ-5:30", /*overwrite=*/1);
     char format[] = "%Y";
-    for (long clock : {0L, -1L, 951827696L})
+    // On 32 bits, the last ones are other times.
+    for (int64 wanted :
+         {-1ll, 951827696ll, 253402300800ll, 67767976000000000ll})
     {
+        long clock = long(wanted);
         const time_t seconds = clock;
-        char expected[64];
-        strftime(
-            expected, sizeof(expected), "%a %b %e %H:%M:%S %Y",
-            localtime(&seconds));
-        char text[25];
-        EXPECT_STREQ(expected, cftime(text, format, &clock));
+        const std::string line = asctime(localtime(&seconds));
+        char text[32];
+        EXPECT_EQ(line, cftime(text, format, &clock) + "\n"s) << clock;
     }
+    long never = LONG_MAX;
+    char text[32] = "x";
+    EXPECT_STREQ(
+        sizeof(long) > 4 ? "" : "Tue Jan 19 08:44:07 2038",
+        cftime(text, format, &never));
 }
 
 TEST(UT_Nap, SleepsAtLeastAsLongAsAskedWithoutSignals)
