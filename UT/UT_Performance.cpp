@@ -6,6 +6,7 @@
 #include "UT_WorkBuffer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <ctime>
 
@@ -50,7 +51,8 @@ struct UT_Performance::ut_Event
     void note(int times, double taken)
     {
         count += times;
-        if (taken < 0)
+        // One NaN or infinity would stay in the sum.
+        if (taken < 0 || !std::isfinite(taken))
             return;
         hasTime = true;
         seconds += taken;

@@ -79,8 +79,9 @@ public:
     void markFrame();
 
     /// Counts `text` like an event that came `count` times and took `seconds`
-    /// together, or no time that is known when that is negative. It is a part
-    /// of the open event when `isNested` is non-zero, and outermost otherwise.
+    /// together, or no time that is known when that is negative, infinite or a
+    /// NaN. It is a part of the open event when `isNested` is non-zero, and
+    /// outermost otherwise.
     /// Does nothing when nothing is recorded or `text` is null.
     void logMessage(const char *text, int count, double seconds, int isNested);
 
