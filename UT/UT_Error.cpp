@@ -78,7 +78,7 @@ utReadLine(const char *line, ut_Messages &messages)
     // Deliberate: the byte behind the code goes, whatever it is.
     if (*text)
         ++text;
-    // What ended the line goes, in any system's manner; blanks and tabs stay.
+    // What is left of the line's end goes; blanks and tabs stay.
     const char *end = text + strlen(text);
     while (end > text && strchr("\n\v\f\r", end[-1]))
         --end;

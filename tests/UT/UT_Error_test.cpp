@@ -17,15 +17,15 @@ utMessage(
     return out.buffer();
 }
 
-// And the messages for its codes 0 to 18, with "abcd".
+// And the messages for its codes 0 to 20, with "abcd".
 static const char theFile[] =
     "# 1 comment\n  # 1 comment\n1 %s\n2\n3Text \t\r\n4 x\r \r\r\n5 a\\tb\\\\n"
     "\\x\\\n12\tCannot open %s\\n\n-6 no\nx\n7 # \n012 (retrying)\n8 %d\n9 %s%n"
     "\n10 %*s\n11 %1$s\n13 %2147483647s\n14 %s%s\n15 %\n16 100%%|%-5.3s|\n"
-    "17 |%5s%%\n18 \\n%.2s\\n\n1000000 last\n1000001 no\n6 no";
+    "17 |%5s%%\n18 \\n%.2s\\n\n19 a\r20 no\r\n1000000 last\n1000001 no\n6 no";
 static const char theMessages[] =
     "||abcd||ext \t|x\r |a\tb\\n\\x\\||# |%d|%s%n|%*s|%1$s|Cannot open abcd\n"
-    "(retrying)|%2147483647s|%s%s|%|100%|abc  ||| abcd%|\nab\n";
+    "(retrying)|%2147483647s|%s%s|%|100%|abc  ||| abcd%|\nab\n|a\r20 no|";
 
 TEST(UT_Error, MessageFilesAreData)
 {
@@ -34,7 +34,7 @@ TEST(UT_Error, MessageFilesAreData)
     EXPECT_EQ(file + ": unknown error: 1", utMessage(file, 1, "abcd"));
     dir.write("file", theFile); // now it is there
     std::string messages;
-    for (int code = 0; code <= 18; ++code)
+    for (int code = 0; code <= 20; ++code)
         messages += '|' + utMessage(file, code, "abcd");
     EXPECT_EQ(theMessages, messages);
     EXPECT_EQ(file + ": unknown error: -1", utMessage(file, -1, ""));
