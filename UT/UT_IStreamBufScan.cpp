@@ -34,10 +34,16 @@ utSpaces(const char *bytes)
     return uint32(_mm_movemask_epi8(_mm_or_si128(blanks, others)));
 }
 
-// A line of less than 256 bytes.
+// Bytes that the fast ways may copy. Each work buffer has room for them from
+// the start, and is never smaller.
+static const int theShortLine = 256;
+static const int theShortWord = 32;
+
+// A line of less than theShortLine bytes.
 inline bool
 UT_IStreamBuf::getShortLine(UT_WorkBuffer &buffer, int delimiter)
 {
+    static_assert(theShortLine <= sizeof buffer.myStackBuffer);
     const char *const line = myLoadBuffer + myLoadPos;
     const int available = buffer.myLockCount ? 0 : pending();
     const __m128i wanted = _mm_set1_epi8(char(delimiter));
@@ -46,7 +52,7 @@ UT_IStreamBuf::getShortLine(UT_WorkBuffer &buffer, int delimiter)
         const __m128i equal = _mm_cmpeq_epi8(utLoad(line + at), wanted);
         return uint64(uint32(_mm_movemask_epi8(equal)));
     };
-    for (int at = 0; at < 256 && at + 64 <= available; at += 64)
+    for (int at = 0; at < theShortLine && at + 64 <= available; at += 64)
     {
         memcpy(buffer.myBuffer + at, line + at, 64);
         const uint64 found = same(at) | same(at + 16) << 16 |
@@ -64,10 +70,12 @@ UT_IStreamBuf::getShortLine(UT_WorkBuffer &buffer, int delimiter)
     return false;
 }
 
-// A word that lies in front of white space within the next 32 of 64 bytes.
+// A word that lies in front of white space within the next theShortWord of 64
+// bytes.
 inline bool
 UT_IStreamBuf::getShortWord(UT_WorkBuffer &buffer)
 {
+    static_assert(theShortWord <= sizeof buffer.myStackBuffer);
     if (buffer.myLockCount || pending() < 64)
         return false;
     const char *const bytes = myLoadBuffer + myLoadPos;
@@ -79,7 +87,7 @@ UT_IStreamBuf::getShortWord(UT_WorkBuffer &buffer)
     if (behind == 0)
         return false;
     const int length = __builtin_ctz(behind);
-    memcpy(buffer.myBuffer, bytes + start, 32);
+    memcpy(buffer.myBuffer, bytes + start, theShortWord);
     buffer.myBuffer[length] = '\0';
     buffer.myLength = length;
     myLoadPos += start + length;
