@@ -327,26 +327,38 @@ UT_PtrArrayRaw::heapPush(void *pointer, Compare compare)
     return utHeapPush(*this, pointer, utSense(compare));
 }
 
-// Refills the root of a heap with `pointer`. The greater children rise all the
-// way down, and the pointer, which comes from the far end and seldom belongs
-// higher up, climbs from there: one comparison for each level instead of two,
-// and the same arrangement.
+// Lets `pointer` sink from the root: two comparisons for each level, those that
+// heapify() makes. In a heap the greater children could rise all the way and
+// the pointer climb from there, for one comparison each; but nothing shows that
+// an array is a heap without the other one, and the arrangement of one that is
+// not would differ.
 static void
-utRefillRoot(
+utSinkFromRoot(
     void **heap, size_t entries, void *pointer, UT_PtrArrayRaw::Compare compare)
 {
     size_t i = 0;
-    for (size_t child = 1; child < entries; child = 2 * i)
+    // The root has one child.
+    if (entries > 1 && compare(&heap[1], &pointer) > 0)
     {
-        if (i > 0 && child + 1 < entries)
-            child += compare(&heap[child + 1], &heap[child]) > 0;
-        heap[i] = heap[child];
-        i = child;
-    }
-    while (i > 0 && compare(&heap[i / 2], &pointer) <= 0)
-    {
-        heap[i] = heap[i / 2];
-        i /= 2;
+        heap[0] = heap[1];
+        i = 1;
+        size_t child = 2;
+        for (; child + 1 < entries; child = 2 * i)
+        {
+            if (compare(&heap[child], &pointer) > 0)
+                child += compare(&heap[child + 1], &heap[child]) > 0;
+            else if (compare(&heap[child + 1], &pointer) > 0)
+                ++child;
+            else
+                break;
+            heap[i] = heap[child];
+            i = child;
+        }
+        if (child + 1 == entries && compare(&heap[child], &pointer) > 0)
+        {
+            heap[i] = heap[child];
+            i = child;
+        }
     }
     heap[i] = pointer;
 }
@@ -358,7 +370,7 @@ UT_PtrArrayRaw::heapPop(Compare compare)
         return nullptr;
     void *const root = myData[0];
     --myEntries;
-    utRefillRoot(myData, myEntries, myData[myEntries], compare);
+    utSinkFromRoot(myData, myEntries, myData[myEntries], compare);
     return root;
 }
 

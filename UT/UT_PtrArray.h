@@ -234,8 +234,9 @@ public:
     /// Adds `pointer` and returns its index. O(log n).
     unsigned heapPush(void *pointer, Compare compare);
 
-    /// Removes and returns the greatest element of an array that is a heap by
-    /// `compare`; null when it is empty. O(log n), about one comparison for
+    /// Removes and returns the element at 0, the greatest of a heap; null when
+    /// there is none. The last one takes its place and sinks as heapify() lets
+    /// it, also in an array that is not a heap. O(log n), two comparisons for
     /// each level.
     void *heapPop(Compare compare);
 

@@ -429,6 +429,39 @@ TEST(UT_Arrays, HeapsKeepTheirArrangementAlsoOfEqualElements)
     utCheckHeap<ut_Things>(utCompare<int *>);
 }
 
+// Arrays of any arrangement, until they are empty.
+template <class Array, class... Compare>
+static void
+utCheckPops(Compare... compare)
+{
+    std::mt19937 random(32);
+    for (size_t size = 1; size < 200; ++size)
+    {
+        Array array;
+        ut_Model<Array> model;
+        for (size_t i = 0; i < size; ++i)
+        {
+            model.push_back(utElement<ut_Element<Array>>(random() % size));
+            array.append(model.back());
+        }
+        while (!model.empty())
+        {
+            EXPECT_EQ(model[0], array.heapPop(compare...));
+            model[0] = model.back();
+            model.pop_back();
+            utSink(model, 0);
+            ASSERT_EQ(model, utValues(array)) << size;
+        }
+    }
+}
+
+TEST(UT_Arrays, PopsLetTheLastElementSinkWhereThereIsNoHeapToo)
+{
+    utCheckPops<UT_IntArray>();
+    utCheckPops<UT_FloatArray>(utCompare<float>);
+    utCheckPops<ut_Things>(utCompare<int *>);
+}
+
 // ---- Each on its own
 
 TEST(UT_IntArray, OrdersMergesAndConvertsSignedIntegers)
