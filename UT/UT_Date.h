@@ -43,7 +43,8 @@ public:
 
     /// Writes the local time of `time`, in seconds since 1970, as localtime()
     /// has it at that moment; nothing when the year does not fit in an int.
-    /// Without the variable `TZ` that costs one look at the system's zone.
+    /// Without the variable `TZ` each call looks at the system's zone, which
+    /// takes one system call.
     static std::ostream &
     dprintf(std::ostream &os, const char *format, long time);
 

@@ -33,8 +33,8 @@ extern "C"
     UT_API void ValdrinPutenv(const char *assignment);
 
     /// The value of a variable, null when there is none. Borrowed until the
-    /// next change of the environment. O(log n) comparisons of names, and one
-    /// of the pointers up to the variable's with those that the table had.
+    /// next change of the environment. O(log n) comparisons of names, and a
+    /// memcmp() of the pointers before the variable's.
     ///
     /// Deliberate: the search compares bytes as signed numbers, while the
     /// table is sorted as strcmp() sorts. Where names have bytes of 128 and

@@ -62,6 +62,7 @@ private:
     UT_Lock myLock;                  // guards the last two, and the file
 };
 
+// A time_t has the width that it has in the library.
 static_assert(
     sizeof(time_t) == sizeof(long),
     "UT_ErrorLog.h is for programs built without -D_TIME_BITS=64");

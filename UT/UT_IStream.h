@@ -194,8 +194,10 @@ public:
     int bread(double *values, int count);
 
     /// Reads up to `count` numbers as text (see UT_IStreamBuf::getNumber())
-    /// and returns how many there were. A word is 0, as is ".5" as an integer.
-    /// The decimal point is "." in every locale.
+    /// and returns how many there were. Floats are what strtod() reads, bit for
+    /// bit, with "." as the decimal point in every locale. A word is 0 unless
+    /// strtod() knows it, like "inf"; as an integer every word is 0, as is
+    /// ".5".
     ///
     /// Deliberate: an integer goes through the range of a long, at whose ends
     /// it stays, and then loses its high bits. One that is written with a

@@ -8,6 +8,7 @@
 #include "SYS/SYS_Floor.h"
 
 #include <algorithm>
+#include <cfenv>
 #include <charconv>
 #include <climits>
 #include <cstdlib>
@@ -112,7 +113,8 @@ static constexpr bool theFromCharsIsExact = sizeof(void *) > 4;
 double
 utToDouble(const char *text, const char *end)
 {
-    if (theFromCharsIsExact)
+    // It knows no other direction of rounding.
+    if (theFromCharsIsExact && fegetround() == FE_TONEAREST)
     {
         const char *const digits = text < end && *text == '+' ? text + 1 : text;
         double value = 0;

@@ -14,7 +14,7 @@
 
 #include <sys/select.h>
 
-// The library's time values are those of the system's own calls.
+// A timeval has the width that it has in the library.
 static_assert(
     sizeof(timeval) == 2 * sizeof(long),
     "UT_NetSocket.h is for programs built without -D_TIME_BITS=64");

@@ -154,8 +154,8 @@ public:
     bool getline(FILE *in);
 
     /// The same for a standard stream, which may hold NULs. Sets the stream's
-    /// state like std::getline(), but throws for none, whatever the stream's
-    /// exceptions() are.
+    /// state like std::getline(), but does not throw what the stream's
+    /// exceptions() ask for.
     bool getline(std::istream &in);
 
     // ---- Command lines: UT_WorkBufferCommand.cpp ---------------------------

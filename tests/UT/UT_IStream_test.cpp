@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -37,7 +38,8 @@ TEST(UT_IStream, IntegersWithAPointAreRoundedInSinglePrecision)
     }
 }
 
-TEST(UT_IStream, FloatsAreWhatStrtodReads)
+static void
+utExpectStrtod()
 {
     std::vector<std::string> texts = {
         "10375e22",
@@ -65,7 +67,7 @@ TEST(UT_IStream, FloatsAreWhatStrtodReads)
         "infinity",
     };
     std::mt19937_64 random(1);
-    for (int i = 0; i < 100000; ++i)
+    for (int i = 0; i < 30000; ++i)
     {
         const uint64 digits = random() >> random() % 64;
         const int exponent = int(random() % 90) - 45;
@@ -76,18 +78,32 @@ TEST(UT_IStream, FloatsAreWhatStrtodReads)
     }
     for (const std::string &text : texts)
     {
+        const double expected = strtod(text.c_str(), nullptr);
         // A number ends before something else, or with the input.
-        for (const char *end : {"", " "})
+        for (const std::string &input : {text, text + ' '})
         {
-            const std::string input = text + end;
             UT_IStream in(input.data(), int(input.size()), UT_ISTREAM_ASCII);
-            const double expected = strtod(text.c_str(), nullptr);
             double value = 5;
             ASSERT_EQ(1, in.aread(&value, 1)) << text;
             ASSERT_EQ(0, memcmp(&expected, &value, sizeof value))
                 << text << " read as " << value;
         }
     }
+}
+
+TEST(UT_IStream, FloatsAreWhatStrtodReads)
+{
+    utExpectStrtod();
+}
+
+TEST(UT_IStream, FloatsAreRoundedUpOrDownAsByStrtod)
+{
+    for (const int direction : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO})
+    {
+        fesetround(direction);
+        utExpectStrtod();
+    }
+    fesetround(FE_TONEAREST);
 }
 
 TEST(UT_IStream, SkipsCommentsAndCountsTheirLines)
