@@ -1,5 +1,15 @@
 // The toolkit's few macros: what leaves the library, and what the compiler
-// may check at a call.
+// may check at a call. And what the whole toolkit does without memory.
+//
+// Memory that cannot be had is reported by std::bad_alloc, as `new` does it;
+// the toolkit reports nothing else by an exception, and no null result means
+// it. The texts, arrays and tables concerned then hold what they held before,
+// though their storage may have grown. Only an operation that reads a stream,
+// or works through many objects, leaves what it has done so far. All of them
+// can be used further.
+//
+// Exceptions cannot pass the C library's functions: what it calls back
+// (comparators, jobs of workers, exit callbacks) has to catch its own.
 
 #pragma once
 

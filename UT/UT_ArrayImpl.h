@@ -5,6 +5,7 @@
 #pragma once
 
 #include "SYS/SYS_Types.h"
+#include "UT_AllocImpl.h"
 #include "UT_ArrayGrowth.h"
 
 #include <algorithm>
@@ -47,8 +48,9 @@ utReallocate(T *data, unsigned capacity, unsigned slots)
 {
     if (capacity > theSmallBlock / sizeof(T) ||
         slots > theSmallBlock / sizeof(T))
-        return static_cast<T *>(reallocarray(data, slots, sizeof(T)));
-    T *const block = static_cast<T *>(malloc(slots * sizeof(T)));
+        return static_cast<T *>(
+            utChecked(reallocarray(data, slots, sizeof(T))));
+    T *const block = static_cast<T *>(utAllocate(slots * sizeof(T)));
     std::copy(data, data + std::min(capacity, slots), block);
     free(data);
     return block;
@@ -68,7 +70,7 @@ utResize(
         data = nullptr;
     }
     else if (!data && clearsNewSlots)
-        data = static_cast<T *>(calloc(slots, sizeof(T)));
+        data = static_cast<T *>(utAllocateZeros(slots, sizeof(T)));
     else
     {
         if (!data || slots != utBlockSlots<T>(capacity))
@@ -402,6 +404,29 @@ utAppendRun(Array &result, const T *elements, size_t count)
     result.setEntries(unsigned(entries));
 }
 
+// Takes back what was appended, unless it is told that all is there.
+template <class Array>
+class ut_EntriesGuard
+{
+public:
+    explicit ut_EntriesGuard(Array &array)
+        : myArray(&array), myEntries(array.entries())
+    {
+    }
+    ut_EntriesGuard(const ut_EntriesGuard &) = delete;
+    ut_EntriesGuard &operator=(const ut_EntriesGuard &) = delete;
+    ~ut_EntriesGuard()
+    {
+        if (myArray)
+            myArray->setEntries(myEntries);
+    }
+    void dismiss() { myArray = nullptr; }
+
+private:
+    Array *myArray;
+    unsigned myEntries;
+};
+
 // The walk writes an element before it knows whether that is wanted, which
 // spares a jump that no processor can foresee. It does so in a scratch block:
 // the result's slots beyond its entries stay as they are.
@@ -411,6 +436,7 @@ utSetWalk(const Array &a, const Array &b, Array &result, Order order)
 {
     constexpr bool takesAll =
         operation == UT_SET_UNION || operation == UT_SET_MERGE;
+    ut_EntriesGuard<Array> guard(result);
     const size_t total = size_t(a.entries()) + b.entries();
     const size_t least = operation == UT_SET_MERGE ? total
                          : operation == UT_SET_UNION
@@ -447,6 +473,7 @@ utSetWalk(const Array &a, const Array &b, Array &result, Order order)
         utAppendRun(result, first, size_t(firstEnd - first));
     if (takesAll)
         utAppendRun(result, second, size_t(secondEnd - second));
+    guard.dismiss();
 }
 
 // The form that replaces the first array by the result.

@@ -1,5 +1,7 @@
 #include "UT_Env.h"
 
+#include "UT_AllocImpl.h"
+
 #include "SYS/SYS_Types.h"
 
 #include <algorithm>
@@ -10,6 +12,7 @@
 #include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 // Another name of `environ`. No header has it, and not every C library.
@@ -56,8 +59,9 @@ static void
 utMoveToBlock(int32 capacity)
 {
     const size_t stride = size_t(capacity) + 1;
-    void *const block = calloc(stride, sizeof(uint64) + 3 * sizeof(char *));
-    uint64 *const keys = static_cast<uint64 *>(block);
+    ut_BlockOwner<void> block(
+        utAllocateZeros(stride, sizeof(uint64) + 3 * sizeof(char *)));
+    uint64 *const keys = static_cast<uint64 *>(block.get());
     char **const slots =
         static_cast<char **>(static_cast<void *>(keys + stride));
     if (theSize > 0)
@@ -69,6 +73,7 @@ utMoveToBlock(int32 capacity)
     }
     if (theKeys)
         utRetire(theKeys);
+    block.release();
     theKeys = keys;
     theEnvironment = slots;
     theSeen = slots + stride;
@@ -184,7 +189,7 @@ initializeEnvironment()
     utMoveToBlock(count + count / 2);
     for (int32 i = 0; i < count; ++i)
         if (strchr(source[i], '='))
-            theEnvironment[theSize++] = strdup(source[i]);
+            theEnvironment[theSize++] = utDuplicate(source[i]);
     sortEnvironment(theEnvironment, theSize);
     std::copy_n(theEnvironment, theSize, theSeen);
     std::copy_n(theEnvironment, theSize, theOwned);
@@ -346,8 +351,9 @@ findVariable(const char *name, size_t length)
 }
 
 static void
-utInsert(char *entry)
+utInsert(ut_BlockOwner<char> owner)
 {
+    char *const entry = owner.get();
     const int32 index = int32(
         std::upper_bound(
             theEnvironment, theEnvironment + theSize, entry, utIsBefore) -
@@ -361,7 +367,7 @@ utInsert(char *entry)
         theKeys + index, theKeys + theSize, theKeys + theSize + 1);
     for (char **slots : {theEnvironment, theSeen, theOwned})
         std::copy_backward(slots + index, slots + theSize, slots + theSize + 1);
-    utPut(index, entry);
+    utPut(index, owner.release());
     ++theSize;
     utCountName(*entry, 1);
     const bool isRepeated =
@@ -377,7 +383,9 @@ static void
 utSet(const char *name, size_t nameLength, const char *value)
 {
     const size_t valueSize = strlen(value) + 1;
-    char *const entry = static_cast<char *>(malloc(nameLength + 1 + valueSize));
+    ut_BlockOwner<char> owner(
+        static_cast<char *>(utAllocate(nameLength + 1 + valueSize)));
+    char *const entry = owner.get();
     memcpy(entry, name, nameLength);
     // Cut here for a moment, the entry is the name.
     entry[nameLength] = '\0';
@@ -385,10 +393,10 @@ utSet(const char *name, size_t nameLength, const char *value)
     entry[nameLength] = '=';
     memcpy(entry + nameLength + 1, value, valueSize);
     if (index < 0)
-        return utInsert(entry);
+        return utInsert(std::move(owner));
     // Not before: name and value may have come from there.
     char *const replaced = theOwned[index];
-    utPut(index, entry);
+    utPut(index, owner.release());
     free(replaced);
 }
 

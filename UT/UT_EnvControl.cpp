@@ -1,5 +1,6 @@
 #include "UT_EnvControl.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControlImpl.h"
 #include "UT_SpecialDir.h"
@@ -97,7 +98,7 @@ static char *
 utDefaultUser()
 {
     const passwd *const user = getpwuid(geteuid());
-    char *const name = strdup(user ? user->pw_name : "nobody");
+    char *const name = utDuplicate(user ? user->pw_name : "nobody");
     std::replace(name, name + strlen(name), ' ', '_');
     return name;
 }
@@ -153,8 +154,7 @@ UT_EnvControl::setDefaults()
         myInts[row->id] = row->defaultValue;
     for (const ut_StringRow *row = theStringLookups; row->name; ++row)
     {
-        const char *const text = theStringDefaults[row->id];
-        myStrings[row->id] = text ? strdup(text) : nullptr;
+        myStrings[row->id] = utDuplicate(theStringDefaults[row->id]);
     }
     for (const ut_FltRow *row = theFltLookups; row->name; ++row)
         myFloats[row->id] = row->defaultValue;
@@ -197,7 +197,7 @@ UT_EnvControl::loadEnvironment()
     for (const ut_StringRow *row = theStringLookups; row->name; ++row)
         if (const char *value = ValdrinGetenv(row->name))
         {
-            char *const text = strdup(value);
+            char *const text = utDuplicate(value);
             free(myStrings[row->id]);
             myStrings[row->id] = text;
             if (!strchr(text, '\\'))
@@ -269,7 +269,7 @@ UT_EnvControl::setStringVar(UT_StrControl id, const char *value)
     if (!name)
         return;
     // Copied first: it may be the present value, or lie in the environment.
-    char *const text = value ? strdup(value) : nullptr;
+    char *const text = utDuplicate(value);
     char *&slot = getControl().myStrings[id];
     free(slot);
     slot = text;

@@ -1,5 +1,7 @@
 #include "UT_FixedAllocator.h"
 
+#include "UT_AllocImpl.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -53,8 +55,8 @@ utSlot(const void *block, unsigned objectSize)
 
 UT_FixedAllocator::ut_SmallObjectPage::ut_SmallObjectPage(
     const UT_FixedAllocator &owner, int32 slot)
-    : memory(
-          malloc(size_t(owner.blockSize()) * size_t(owner.myObjectsPerPage))),
+    : memory(utAllocate(
+          size_t(owner.blockSize()) * size_t(owner.myObjectsPerPage))),
       freeList(nullptr), next(nullptr), prev(nullptr), freeCount(0)
 {
     buildFreeList(owner, slot);
@@ -106,12 +108,17 @@ UT_FixedAllocator::allocPage()
     {
         while (myPages(--slot))
             ;
+    }
+    // Nothing is counted before there is a page.
+    auto page = std::make_unique<ut_SmallObjectPage>(*this, int32(slot));
+    if (slot == myPages.entries())
+        myPages.append(page.get());
+    else
+    {
+        myPages(slot) = page.get();
         --myFreedSlots;
     }
-    else
-        myPages.append(nullptr);
-    myPages(slot) = new ut_SmallObjectPage(*this, int32(slot));
-    return myPages(slot);
+    return page.release();
 }
 
 void

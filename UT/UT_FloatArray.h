@@ -21,8 +21,7 @@ UT_API int UTcompareFloats(const float *a, const float *b);
 /// capacity() exist too: they keep whatever they last held. Deliberate: a new
 /// one holds nothing that may be read. A growing operation takes m + step(m)
 /// slots (see UTgrownCapacity()), where m is the number that its comment
-/// names; nothing but resize() and swap() gives slots back. Allocation is not
-/// checked.
+/// names; nothing but resize() and swap() gives slots back.
 ///
 /// "Sorted" means as the comparator has it. Comparators have the sense of
 /// strcmp(). Without one, floats are compared exactly: 0.0 is -0.0, and a NaN

@@ -1,5 +1,6 @@
 #include "UT_IStream.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include <cstdlib>
@@ -57,7 +58,7 @@ UT_IStream::checked(bool result)
 void
 UT_IStream::setLabel(const char *label)
 {
-    char *const copy = label ? strdup(label) : nullptr; // `label` may be ours
+    char *const copy = utDuplicate(label); // `label` may be ours
     free(myLabel);
     myLabel = copy;
 }

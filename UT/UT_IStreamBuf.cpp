@@ -1,5 +1,7 @@
 #include "UT_IStreamBuf.h"
 
+#include "UT_AllocImpl.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -212,9 +214,10 @@ UT_IStreamBuf::setError(const char *text)
 {
     if (myError)
         return;
-    myErrno = errno;
+    const int error = errno;
+    char *const copy = utDuplicate(text); // `text` may be ours
+    myErrno = error;
     myError = true;
-    char *const copy = text ? strdup(text) : nullptr; // `text` may be ours
     free(myErrorString);
     myErrorString = copy;
 }

@@ -144,6 +144,7 @@ UT_IntArray::concat(const UT_IntArray &other)
 void
 UT_IntArray::fromStdVectorOfInts(const std::vector<int> &values)
 {
+    utReserveAppends(*this, values.size());
     clear();
     utAppendRun(*this, values.data(), values.size());
 }

@@ -20,7 +20,7 @@ UT_API int UTcompareInts(const int32 *a, const int32 *b);
 /// holds 0. A growing operation takes m + step(m) slots (see
 /// UTgrownCapacity()), where m is the number that its comment names; nothing
 /// but resize() and swap() gives slots back. An element passed to a member may
-/// be one of the array's own. Allocation is not checked.
+/// be one of the array's own.
 ///
 /// "Sorted" means ascending, or as the comparator has it. Comparators have the
 /// sense of strcmp().

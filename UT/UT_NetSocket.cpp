@@ -1,5 +1,6 @@
 #include "UT_NetSocket.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_Exit.h"
 #include "UT_Nap.h"
 #include "UT_NetSocketImpl.h"
@@ -38,7 +39,7 @@ UT_NetSocket::UT_NetSocket(
     : UT_NetSocket()
 {
     openSocket();
-    myHostName = host ? strdup(host) : nullptr;
+    myHostName = utDuplicate(host);
     myPort = port;
     setBlocking(blocking);
 }

@@ -1,5 +1,6 @@
 #include "UT_NetSocket.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_NetSocketImpl.h"
 #include "UT_String.h"
 
@@ -40,7 +41,7 @@ private:
 UT_NetSocket::UT_NetSocket(int port, bool blocking) : UT_NetSocket()
 {
     openSocket();
-    myHostName = strdup(ut_LocalHostName());
+    myHostName = utDuplicate(ut_LocalHostName());
     myPort = port;
     if (!bindToPort())
     {

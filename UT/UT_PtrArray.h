@@ -17,8 +17,7 @@ UT_API int UTcomparePointers(void *const *a, void *const *b);
 /// capacity() exist too: they keep whatever they last held, and a new one
 /// holds null. A growing operation takes m + step(m) slots (see
 /// UTgrownCapacity()), where m is the number that its comment names; nothing
-/// but resize(), collapse() and swap() gives slots back. Allocation is not
-/// checked.
+/// but resize(), collapse() and swap() gives slots back.
 ///
 /// "Sorted" means as the comparator has it, unless said otherwise. Comparators
 /// have the sense of strcmp() and get the addresses of two pointers.

@@ -18,7 +18,7 @@
 /// and nobody may keep its address across a change of the array.
 ///
 /// Indices count from 0 and are not checked. Slots from entries() to
-/// capacity() are raw storage. Allocation is not checked.
+/// capacity() are raw storage.
 ///
 /// Thread-compatible.
 template <class T>
@@ -65,16 +65,22 @@ public:
             std::destroy(myData + newCapacity, myData + myEntries);
             myEntries = newCapacity;
         }
+        void *block = nullptr;
         if (newCapacity == 0)
-        {
             free(static_cast<void *>(myData));
-            myData = nullptr;
-        }
-        else if (myData)
-            myData = static_cast<T *>(reallocarray(
-                static_cast<void *>(myData), newCapacity, sizeof(T)));
         else
-            myData = static_cast<T *>(calloc(newCapacity, sizeof(T)));
+        {
+            block = myData ? reallocarray(
+                                 static_cast<void *>(myData), newCapacity,
+                                 sizeof(T))
+                           : calloc(newCapacity, sizeof(T));
+            if (!block && newCapacity > myCapacity)
+                throw std::bad_alloc();
+            // A block that cannot shrink serves as it is.
+            if (!block)
+                block = myData;
+        }
+        myData = static_cast<T *>(block);
         myCapacity = newCapacity;
     }
 
@@ -82,7 +88,8 @@ public:
     /// the rest moves up, and a full array grows from entries as
     /// UTgrownCapacity() has it. At or beyond entries() all slots up to
     /// `index` get an element, and the array grows from `index` when that is
-    /// at or beyond the capacity.
+    /// at or beyond the capacity. An exception of a constructor leaves the
+    /// elements as they were.
     unsigned insert(unsigned index)
     {
         if (index < myEntries)
@@ -90,14 +97,23 @@ public:
             if (myEntries == myCapacity)
                 resize(UTgrownCapacity(myEntries));
             moveTail(index + 1, index, myEntries - index);
-            new (static_cast<void *>(myData + index)) T();
+            try
+            {
+                new (static_cast<void *>(myData + index)) T();
+            }
+            catch (...)
+            {
+                moveTail(index, index + 1, myEntries - index);
+                throw;
+            }
             ++myEntries;
             return index;
         }
         if (index >= myCapacity)
             resize(UTgrownCapacity(index));
-        for (; myEntries <= index; ++myEntries)
-            new (static_cast<void *>(myData + myEntries)) T();
+        std::uninitialized_value_construct(
+            myData + myEntries, myData + index + 1);
+        myEntries = index + 1;
         return index;
     }
 

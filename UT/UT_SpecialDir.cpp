@@ -1,5 +1,6 @@
 #include "UT_SpecialDir.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
 #include "UT_String.h"
@@ -13,7 +14,7 @@
 static char *
 utCopyDirectory(const char *path)
 {
-    char *const copy = strdup(path);
+    char *const copy = utDuplicate(path);
     const size_t length = strlen(copy);
     if (length > 0 && copy[length - 1] == '/')
         copy[length - 1] = '\0';
@@ -31,7 +32,7 @@ UTgetDesktopDir()
 char *
 UTgetDefaultTmpDir()
 {
-    return strdup("/tmp");
+    return utDuplicate("/tmp");
 }
 
 char *

@@ -1,15 +1,11 @@
 #include "UT_String.h"
 
+#include "UT_AllocImpl.h"
+
 #include "SYS/SYS_Types.h"
 
 #include <cstdlib>
 #include <utility>
-
-static char *
-utDuplicate(const char *text)
-{
-    return text ? strdup(text) : nullptr;
-}
 
 // A block of `length` + 1 bytes with up to `length` bytes of `text`, which
 // need not end in a NUL; what the text does not fill is NULs.
@@ -17,7 +13,7 @@ static char *
 utDuplicate(const char *text, int length)
 {
     const size_t size = size_t(length);
-    char *const block = static_cast<char *>(malloc(size + 1));
+    char *const block = static_cast<char *>(utAllocate(size + 1));
     const size_t used = text ? strnlen(text, size) : 0;
     if (used)
         memcpy(block, text, used);
@@ -121,7 +117,7 @@ UT_String::harden()
 {
     if (!myIsReference && myData)
         return;
-    myData = strdup(myData ? myData : "");
+    myData = utDuplicate(myData ? myData : "");
     myIsReference = 0;
 }
 
@@ -143,14 +139,34 @@ UT_String::harden(const char *text, int length)
 void
 UT_String::swap(UT_String &other)
 {
+    if (this == &other)
+    {
+        if (myIsAlwaysDeep)
+            harden();
+        return;
+    }
+    // A side that is always deep copies a text that it cannot take over. Both
+    // do so before anything changes.
+    UT_String mine(myData);
+    UT_String others(other.myData);
+    if (other.myIsAlwaysDeep && (myIsReference || !myData))
+        mine.harden();
+    if (myIsAlwaysDeep && (other.myIsReference || !other.myData))
+        others.harden();
     std::swap(myData, other.myData);
     const unsigned isReference = myIsReference;
     myIsReference = other.myIsReference & 1;
     other.myIsReference = isReference & 1;
-    if (myIsAlwaysDeep)
-        harden();
-    if (other.myIsAlwaysDeep)
-        other.harden();
+    if (!mine.myIsReference)
+    {
+        other.myData = std::exchange(mine.myData, nullptr);
+        other.myIsReference = 0;
+    }
+    if (!others.myIsReference)
+    {
+        myData = std::exchange(others.myData, nullptr);
+        myIsReference = 0;
+    }
 }
 
 UT_String &

@@ -1,8 +1,10 @@
 #include "UT_StringArray.h"
 
+#include "UT_ArrayImpl.h"
 #include "UT_StringImpl.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 using ut_Base = UT_PtrArray<UT_String *>;
@@ -41,10 +43,11 @@ utComparator(bool forward, bool numbered)
     return numbered ? cmpBackwardNumbered : cmpBackward;
 }
 
-static UT_String *
+// A string on its way into an array, which releases it once it has room.
+static std::unique_ptr<UT_String>
 utNewString(const char *text)
 {
-    return new UT_String(UT_ALWAYS_DEEP, text);
+    return std::make_unique<UT_String>(UT_ALWAYS_DEEP, text);
 }
 
 UT_StringArray::UT_StringArray(const char *const *list)
@@ -68,10 +71,11 @@ UT_StringArray::operator=(const UT_StringArray &source)
 {
     if (this == &source)
         return *this;
-    clear();
-    ut_Base::resize(unsigned(source.entries()));
+    UT_StringArray copy;
+    copy.ut_Base::resize(unsigned(source.entries()));
     for (int i = 0; i < source.entries(); ++i)
-        append(source(i));
+        copy.append(source(i));
+    swap(copy);
     return *this;
 }
 
@@ -133,15 +137,21 @@ UT_StringArray::toStdVectorOfStrings(std::vector<std::string> &out) const
 void
 UT_StringArray::fromStdVectorOfStrings(const std::vector<std::string> &texts)
 {
-    clear();
+    UT_StringArray others;
     for (const std::string &text : texts)
-        append(text.c_str());
+        others.append(text.c_str());
+    utReserveAppends<ut_Base>(*this, texts.size());
+    clear();
+    merge(others);
 }
 
 int
 UT_StringArray::append(const char *text)
 {
-    return int(ut_Base::append(utNewString(text)));
+    auto string = utNewString(text);
+    const unsigned index = ut_Base::append(string.get());
+    string.release();
+    return int(index);
 }
 
 int
@@ -149,14 +159,20 @@ UT_StringArray::insert(const char *text, int index)
 {
     if (index < 0)
         return -1;
-    return int(ut_Base::insert(utNewString(text), unsigned(index)));
+    auto string = utNewString(text);
+    ut_Base::insert(string.get(), unsigned(index));
+    string.release();
+    return index;
 }
 
 int
 UT_StringArray::sortedInsert(const char *text, bool forward, bool numbered)
 {
-    return int(ut_Base::sortedInsert(
-        utNewString(text), utComparator(forward, numbered)));
+    auto string = utNewString(text);
+    const unsigned index =
+        ut_Base::sortedInsert(string.get(), utComparator(forward, numbered));
+    string.release();
+    return int(index);
 }
 
 int
@@ -165,6 +181,7 @@ UT_StringArray::merge(UT_StringArray &other)
     if (this == &other)
         return 0;
     const int count = other.entries();
+    utReserveAppends<ut_Base>(*this, size_t(entries()) + size_t(count));
     for (int i = 0; i < count; ++i)
         ut_Base::append(std::exchange(other.data()[i], nullptr));
     other.setEntries(0);
@@ -202,11 +219,13 @@ UT_StringArray::resize(int count)
     const int before = entries();
     if (count < 0 || count == before)
         return;
-    for (int i = count; i < before; ++i)
-        delete data()[i];
-    ut_Base::resize(unsigned(count));
+    UT_StringArray added;
     for (int i = before; i < count; ++i)
-        append("");
+        added.append("");
+    for (int i = count; i < before; ++i)
+        delete std::exchange(data()[i], nullptr);
+    ut_Base::resize(unsigned(count));
+    merge(added);
 }
 
 namespace

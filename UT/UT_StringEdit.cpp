@@ -1,6 +1,8 @@
 // Editing: find, replace, strip, letters of the other case, relative paths.
 
 #include "UT_String.h"
+
+#include "UT_AllocImpl.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkBuffer.h"
 
@@ -139,7 +141,7 @@ UT_String::substitute(const char *text, const char *replacement, bool all)
     if (wanted > INT_MAX)
         return 0;
     const size_t size = size_t(wanted);
-    char *const block = static_cast<char *>(malloc(size));
+    char *const block = static_cast<char *>(utAllocate(size));
     char *write = block;
     const char *read = myData;
     for (int i = 0; i < found; ++i)
@@ -175,7 +177,8 @@ UT_String::replace(int start, int length, const char *text)
     const size_t behind = oldLength - before - gone;
     if (uint64(before) + come + behind >= INT_MAX)
         return false;
-    char *const block = static_cast<char *>(malloc(before + come + behind + 1));
+    char *const block =
+        static_cast<char *>(utAllocate(before + come + behind + 1));
     char *write = static_cast<char *>(mempcpy(block, old, before));
     write = static_cast<char *>(mempcpy(write, text, come));
     memcpy(write, old + before + gone, behind + 1); // with the NUL

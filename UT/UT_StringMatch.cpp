@@ -4,6 +4,7 @@
 #include "UT_String.h"
 
 #include "SYS/SYS_Types.h"
+#include "UT_AllocImpl.h"
 #include "UT_Pattern.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkArgs.h"
@@ -31,7 +32,7 @@ utPatternRecord::addSingle(char c)
 static char *
 utCopyOf(const char *text, size_t length)
 {
-    char *const copy = static_cast<char *>(malloc(length + 1));
+    char *const copy = static_cast<char *>(utAllocate(length + 1));
     memcpy(copy, text, length);
     copy[length - 1] = '\0';
     return copy;
@@ -44,7 +45,7 @@ utPatternRecord::addWord(const char *text, int length)
     if (wordCount >= maximum)
         return;
     words[wordCount] =
-        length < 0 ? strdup(text) : utCopyOf(text, size_t(length));
+        length < 0 ? utDuplicate(text) : utCopyOf(text, size_t(length));
     ++wordCount;
 }
 

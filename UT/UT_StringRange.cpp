@@ -3,6 +3,7 @@
 #include "UT_String.h"
 
 #include "SYS/SYS_Types.h"
+#include "UT_AllocImpl.h"
 #include "UT_Pattern.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkArgs.h"
@@ -302,7 +303,7 @@ utAdd(stResultData &result, const char *name)
 {
     if (utIsFull(result))
         return;
-    result.list[result.count] = strdup(name);
+    result.list[result.count] = utDuplicate(name);
     ++result.count;
 }
 

@@ -1,5 +1,6 @@
 #include "UT_SymbolTable.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_SmallObjectAllocator.h"
 
 #include <algorithm>
@@ -35,7 +36,7 @@ struct UT_SymList::UT_Sym::ut_Key
     char *copy() const
     {
         return static_cast<char *>(
-            memcpy(malloc(length + 1), name, length + 1));
+            memcpy(utAllocate(length + 1), name, length + 1));
     }
 
     const char *name;
@@ -454,7 +455,7 @@ UT_SymbolTable::newName(const char *name) const
     traverseConst(utCountNumbered, &numbered);
 
     const size_t size = numbered.length + sizeof "2147483647";
-    char *result = static_cast<char *>(malloc(size));
+    char *result = static_cast<char *>(utAllocate(size));
     memcpy(result, name, numbered.length);
     snprintf(
         result + numbered.length, size - numbered.length, "%d", numbered.count);

@@ -1,5 +1,6 @@
 #include "UT_ThreadSet.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_Nap.h"
 #include "UT_Thread.h"
 #include "UT_ThreadImpl.h"
@@ -13,8 +14,8 @@ static UT_Thread **
 utNewWorkers(int count)
 {
     utRecordMainThread();
-    const auto workers =
-        static_cast<UT_Thread **>(calloc(size_t(count), sizeof(void *)));
+    const auto workers = static_cast<UT_Thread **>(
+        utAllocateZeros(size_t(count), sizeof(void *)));
     for (int i = count; i-- > 0;)
         workers[i] = new UT_PThread(UT_Thread::SPIN_SLEEP);
     return workers;
@@ -32,7 +33,8 @@ UT_ThreadSet::UT_ThreadSet(int count, int nullIfSingle)
 {
     if (myCount == 1 && nullIfSingle)
     {
-        myThreads = static_cast<UT_Thread **>(calloc(1, sizeof(void *)));
+        myThreads =
+            static_cast<UT_Thread **>(utAllocateZeros(1, sizeof(void *)));
         myThreads[0] = new UT_NullThread;
     }
     else

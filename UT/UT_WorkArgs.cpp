@@ -1,5 +1,7 @@
 #include "UT_WorkArgs.h"
 
+#include "UT_AllocImpl.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdint>
@@ -40,9 +42,9 @@ UT_WorkArgs::operator=(const UT_WorkArgs &source)
 }
 
 void *
-UT_WorkArgs::operator new(size_t size) noexcept
+UT_WorkArgs::operator new(size_t size)
 {
-    return malloc(size);
+    return utAllocate(size);
 }
 
 void
@@ -61,7 +63,7 @@ UT_WorkArgs::reserve(int slots)
         return;
     const bool isInline = myArgv == myInlineArgv;
     void *const block =
-        realloc(isInline ? nullptr : myArgv, size * sizeof(char *));
+        utChecked(realloc(isInline ? nullptr : myArgv, size * sizeof(char *)));
     myArgv = static_cast<char **>(block);
     if (isInline)
         memcpy(myArgv, myInlineArgv, sizeof myInlineArgv);

@@ -13,8 +13,7 @@
 /// The first 256 slots are part of the object; beyond them the capacity
 /// doubles as needed. A null always follows the last argument, so the vector
 /// serves where a null-terminated argv is expected. The texts are kept, must
-/// outlive their entries; copying a vector copies the pointers only. Allocation
-/// is not checked.
+/// outlive their entries; copying a vector copies the pointers only.
 ///
 /// Thread-compatible.
 class UT_API UT_WorkArgs
@@ -30,9 +29,9 @@ public:
     /// Takes over the arguments of `source`. The capacity never shrinks.
     UT_WorkArgs &operator=(const UT_WorkArgs &source);
 
-    /// Vectors on the heap come from malloc(); null when there is no memory.
-    /// To construct one in place takes the global placement new.
-    static void *operator new(size_t size) noexcept;
+    /// Vectors on the heap come from malloc(). To construct one in place takes
+    /// the global placement new.
+    static void *operator new(size_t size);
     static void operator delete(void *block);
 
     /// Number of arguments.

@@ -1,5 +1,6 @@
 #include "UT_WorkBuffer.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_String.h"
 #include "UT_StringImpl.h"
 
@@ -41,11 +42,12 @@ UT_WorkBuffer::move(unsigned size, int kept)
 {
     if (myBuffer == myStackBuffer)
     {
-        myBuffer = static_cast<char *>(malloc(size));
-        memcpy(myBuffer, myStackBuffer, size_t(kept));
+        char *const block = static_cast<char *>(utAllocate(size));
+        memcpy(block, myStackBuffer, size_t(kept));
+        myBuffer = block;
     }
     else
-        myBuffer = static_cast<char *>(realloc(myBuffer, size));
+        myBuffer = static_cast<char *>(utChecked(realloc(myBuffer, size)));
     // Room that an int cannot count is there, but not told.
     myAllocatedSize = int(std::min(size, unsigned(INT_MAX)));
 }
@@ -122,41 +124,84 @@ UT_WorkBuffer::protectedStrcat(const char *text, bool forceQuotes)
         return;
     }
     const bool quotes = forceQuotes || strpbrk(text, theSpaceChars);
-    if (quotes)
-        append('"');
-    for (;;)
+    const int length = myLength;
+    try
     {
-        const size_t run = strcspn(text, theProtectedChars);
-        appendBytes(text, run);
-        text += run;
-        if (!*text)
-            break;
-        append('\\');
-        append(*text++);
+        if (quotes)
+            append('"');
+        for (;;)
+        {
+            const size_t run = strcspn(text, theProtectedChars);
+            appendBytes(text, run);
+            text += run;
+            if (!*text)
+                break;
+            append('\\');
+            append(*text++);
+        }
+        if (quotes)
+            append('"');
     }
-    if (quotes)
-        append('"');
+    catch (...)
+    {
+        myLength = length;
+        myBuffer[length] = '\0';
+        throw;
+    }
+}
+
+// A text that no capacity can hold is cut at this length.
+static const unsigned theFormatLimit = INT_MAX - 1;
+
+// Makes room for what the formatter reports; returns the usable storage.
+unsigned
+UT_WorkBuffer::growToFormatted(int formatted)
+{
+    unsigned usable = unsigned(myAllocatedSize) - theSpareSize;
+    if (formatted < 0 || unsigned(formatted) < usable)
+        return usable;
+    while (usable <= unsigned(formatted) && usable < theFormatLimit)
+        usable = std::min(usable * 2, theFormatLimit);
+    growTo(int(usable), myAllocatedSize);
+    return usable;
+}
+
+static int
+utFormat(char *out, unsigned size, const char *format, va_list args)
+{
+    va_list again;
+    va_copy(again, args);
+    const int formatted = vsnprintf(out, size, format, again);
+    va_end(again);
+    return formatted;
 }
 
 int
 UT_WorkBuffer::vsprintf(const char *format, va_list args)
 {
-    // The first attempt tells the length, so a second one always fits; only a
-    // text that no capacity can hold is cut.
-    const unsigned limit = INT_MAX - 1;
     unsigned usable = unsigned(myAllocatedSize) - theSpareSize;
+    if (myLength > 0)
+    {
+        // The old text stays until there is room for the other one.
+        char text[theInlineSize - theSpareSize];
+        const int formatted = utFormat(text, sizeof text, format, args);
+        if (formatted >= 0 && formatted < int(sizeof text))
+        {
+            // A conversion may have written a NUL; the text ends there.
+            myLength = int(stpcpy(myBuffer, text) - myBuffer);
+            return formatted;
+        }
+        usable = growToFormatted(formatted);
+    }
     for (;;)
     {
-        va_list again;
-        va_copy(again, args);
-        const int formatted = vsnprintf(myBuffer, usable, format, again);
-        va_end(again);
+        // The first attempt tells the length, so a second one always fits.
+        const int formatted = utFormat(myBuffer, usable, format, args);
         myBuffer[usable - 1] = '\0';
-        if (formatted >= 0 && unsigned(formatted) >= usable && usable < limit)
+        if (formatted >= 0 && unsigned(formatted) >= usable &&
+            usable < theFormatLimit)
         {
-            while (usable <= unsigned(formatted) && usable < limit)
-                usable = std::min(usable * 2, limit);
-            growTo(int(usable), myAllocatedSize);
+            usable = growToFormatted(formatted);
             continue;
         }
         myLength = SYSnarrow<int>(strlen(myBuffer));
@@ -244,16 +289,21 @@ UT_WorkBuffer::write(int index, char byte)
 char *
 UT_WorkBuffer::lock(int offset, unsigned extra)
 {
-    ++myLockCount;
+    if (extra > UINT_MAX - unsigned(offset))
+        throw std::bad_alloc();
     reserve(unsigned(offset) + extra);
+    ++myLockCount;
     return myBuffer + offset;
 }
 
 void
 UT_WorkBuffer::release(int recomputeLength)
 {
-    if (--myLockCount != 0 || !recomputeLength)
+    if (myLockCount != 1 || !recomputeLength)
+    {
+        --myLockCount;
         return;
+    }
     // A holder who wrote to the last byte of the storage left no NUL in it.
     size_t length = strnlen(myBuffer, size_t(myAllocatedSize));
     if (length == size_t(myAllocatedSize) &&
@@ -261,6 +311,7 @@ UT_WorkBuffer::release(int recomputeLength)
         --length;
     myBuffer[length] = '\0';
     myLength = int(length);
+    myLockCount = 0;
 }
 
 std::ostream &

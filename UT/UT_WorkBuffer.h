@@ -24,7 +24,7 @@ class UT_WorkArgs;
 /// is dropped whole.
 ///
 /// While the buffer is locked, appends, clear() and what else would move the
-/// end of the text are dropped. Allocation is not checked.
+/// end of the text are dropped.
 ///
 /// Thread-compatible.
 class UT_API UT_WorkBuffer
@@ -109,7 +109,8 @@ public:
     ///
     /// The usable storage is the capacity less 16 bytes and doubles until the
     /// text fits, and the capacity doubles with it: up to 1983 bytes stay in
-    /// the object. Formats twice when the first attempt does not fit.
+    /// the object. Formats twice when the first attempt does not fit, and when
+    /// a text of 1984 bytes or more replaces another.
     UT_PRINTF(2, 0) int vsprintf(const char *format, va_list args);
     UT_PRINTF(2, 3) int sprintf(const char *format, ...);
 
@@ -221,6 +222,7 @@ private:
     UT_LOCAL bool isOwn(const char *bytes) const;
     UT_LOCAL void move(unsigned size, int kept);
     UT_LOCAL bool growTo(int length, int kept);
+    UT_LOCAL unsigned growToFormatted(int formatted);
     UT_LOCAL void dropLineEnd();
     UT_LOCAL UT_PRINTF(3, 0) int appendLongFormatted(
         unsigned size, const char *format, va_list args);

@@ -14,17 +14,20 @@ UT_WorkBuffer::getNextToken(const char *&cursor, UT_String separators)
 {
     const char *const token = cursor + strspn(cursor, separators);
     const size_t count = strcspn(token, separators);
-    cursor = token + count;
-    if (!count)
-        return false;
-    if (*cursor)
-        ++cursor;
-    if (myLockCount)
-        return true;
-    // Not clear(): its NUL could fall on the token.
-    myLength = 0;
-    appendBytes(token, count);
-    return true;
+    const char *const end = token + count;
+    const char *const next = *end ? end + 1 : end;
+    if (count && !myLockCount)
+    {
+        // Room for a long token comes first, so that the old text stays where
+        // there is none.
+        if (count >= size_t(myAllocatedSize) && count < INT_MAX)
+            growTo(int(count), myAllocatedSize);
+        // Not clear(): its NUL could fall on the token.
+        myLength = 0;
+        appendBytes(token, count);
+    }
+    cursor = count ? next : end;
+    return count != 0;
 }
 
 bool
