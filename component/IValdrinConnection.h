@@ -7,6 +7,11 @@
 /// Runs commands in a Valdrin application on this machine, and keeps one text
 /// aside for script.
 ///
+/// A method without enough memory for its work returns NS_ERROR_OUT_OF_MEMORY
+/// and hands out null; the kept text stays, and the application may have run
+/// the command. Where only the platform has no memory for the text handed out,
+/// that is null and the result is NS_OK.
+///
 /// All instances share the port and the text. Texts are NUL-terminated bytes;
 /// those handed out come from the platform's allocator, and the caller frees
 /// them there. A call waits until the application has answered or hung up.
@@ -34,9 +39,8 @@ public:
     /// application replies, "" for nothing. When the application cannot be
     /// reached the reply is "ERROR: Could not connect to Valdrin to run
     /// command"; the result is NS_OK then too. NS_ERROR_NULL_POINTER, and
-    /// nothing sent, for a null `result`. NS_ERROR_OUT_OF_MEMORY, and null
-    /// handed out, when there is no room for the exchange; a command of more
-    /// than 400 MB is refused so.
+    /// nothing sent, for a null `result`. A command of more than 400 MB, or a
+    /// reply that there is no room for, is NS_ERROR_OUT_OF_MEMORY.
     virtual nsresult Run(const char *command, char **result) = 0;
 
     /// Runs Python statements; the reply is dropped.

@@ -68,7 +68,7 @@ ValdrinConnectionImpl::runCommandUsingSocket(
 }
 
 // A copy that the caller owns, in the platform's allocator. Script gets "" for
-// a null string; null only where there was no room.
+// a null string. Deliberate: null where there was no room, and no report.
 static void
 utStringToCharPtr(const UT_String &text, char **out)
 {
@@ -159,14 +159,22 @@ ValdrinConnectionImpl::RunPythonExpression(
 nsresult
 ValdrinConnectionImpl::StashString(const char *text)
 {
-    theStash.harden(text);
-    return NS_OK;
+    try
+    {
+        theStash.harden(text);
+        return NS_OK;
+    }
+    catch (const std::bad_alloc &)
+    {
+        return NS_ERROR_OUT_OF_MEMORY;
+    }
 }
 
 nsresult
 ValdrinConnectionImpl::GetStashedString(char **result)
 {
-    // Deliberate: a null `result` is not refused here.
+    // Deliberate: a null `result` is not refused here. A copy that there is no
+    // memory for is null, and not reported.
     utStringToCharPtr(theStash, result);
     return NS_OK;
 }

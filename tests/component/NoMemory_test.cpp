@@ -1,0 +1,190 @@
+// The component when there is no memory: the browser gets a result code and
+// lives on.
+
+#include "ut_ComponentSlots.h"
+#include "ut_LoopbackServer.h"
+#include "ut_MemoryLimit.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace std::string_literals;
+using Server = ut_LoopbackServer;
+
+extern "C" uint32_t NSGetModule(void *manager, void *location, void **result);
+
+static const size_t theMegabyte = 1 << 20;
+
+namespace
+{
+
+// A component manager that is its own registrar; no more of it is asked for.
+struct ut_Manager final
+{
+    virtual uint32_t query(const char *, void **result)
+    {
+        *result = this;
+        return UT_OK;
+    }
+    virtual uint32_t addRef() { return 2; }
+    virtual uint32_t release() { return 1; }
+};
+
+class ComponentWithoutMemory : public ::testing::Test
+{
+protected:
+    ComponentWithoutMemory()
+    {
+        EXPECT_EQ(UT_OK, NSGetModule(nullptr, nullptr, &myModule));
+        EXPECT_EQ(
+            UT_OK, utCall(
+                       myModule, /*GetClassObject*/ 3, &myManager, theClassID,
+                       theFactoryID, &myFactory));
+        EXPECT_EQ(
+            UT_OK, utCall(
+                       myFactory, /*CreateInstance*/ 3, nullptr,
+                       theConnectionID, &object));
+    }
+    ~ComponentWithoutMemory() override
+    {
+        for (void *each : {object, myFactory, myModule})
+            EXPECT_EQ(0U, utCall(each, UT_RELEASE));
+    }
+
+    std::string stashed()
+    {
+        char *text = nullptr;
+        EXPECT_EQ(UT_OK, utCall(object, UT_GET_STASHED, &text));
+        const std::string copy(text ? text : "(null)");
+        free(text);
+        return copy;
+    }
+
+    void *object = nullptr;
+
+private:
+    ut_Manager myManager;
+    void *myModule = nullptr;
+    void *myFactory = nullptr;
+};
+
+// A call that needs about a megabyte.
+struct ut_LargeCall
+{
+    const char *name;
+    uint32_t (*call)(void *object, const char *megabyte, char **result);
+};
+
+} // namespace
+
+static const ut_LargeCall theLargeCalls[] = {
+    {"Run",                           [](void *object, const char *megabyte, char **result)
+     { return utCall(object, UT_RUN, megabyte, result); }           },
+    {"RunPythonStatements",           [](void *object, const char *megabyte, char **)
+     { return utCall(object, UT_RUN_STATEMENTS, megabyte); }        },
+    {"RunPythonExpression",
+     [](void *object,                                  const char *megabyte, char **result)
+     { return utCall(object, UT_RUN_EXPRESSION, megabyte, result); }},
+    {"a large reply",                 [](void *object, const char *,         char **result)
+     { return utCall(object, UT_RUN, "x", result); }                        },
+    {"a large reply that is dropped", [](void *object, const char *,         char **)
+     { return utCall(object, UT_RUN_STATEMENTS, "x"); }                     },
+    {"StashString",                   [](void *object, const char *megabyte, char **)
+     { return utCall(object, UT_STASH, megabyte); }                 },
+};
+
+TEST_F(ComponentWithoutMemory, MethodsReportIt)
+{
+    const std::string megabyte(theMegabyte, 'x');
+    Server server({Server::send(megabyte + '\0')});
+    utCall(object, UT_SET_PORT, server.port());
+    EXPECT_EQ(UT_OK, utCall(object, UT_STASH, "kept"));
+    for (const ut_LargeCall &row : theLargeCalls)
+    {
+        SCOPED_TRACE(row.name);
+        char *result = nullptr;
+        uint32_t code;
+        {
+            const ut_MemoryLimit limit(SIZE_MAX, theMegabyte / 2);
+            code = row.call(object, megabyte.c_str(), &result);
+        }
+        EXPECT_EQ(UT_OUT_OF_MEMORY, code);
+        EXPECT_EQ(nullptr, result);
+        EXPECT_EQ("kept", stashed());
+    }
+    // With memory all is well again.
+    char *reply = nullptr;
+    EXPECT_EQ(UT_OK, utCall(object, UT_RUN, "x", &reply));
+    EXPECT_STREQ(megabyte.c_str(), reply);
+    free(reply);
+}
+
+// The call gets one block, two blocks and so on until there are enough. Not all
+// failures are the component's: without the resolver's memory there is no
+// connection, and without the platform's the text handed out is null.
+TEST_F(ComponentWithoutMemory, EveryAllocationOfACallMayFail)
+{
+    const std::string command(5000, 'x');
+    const std::string reply(5000, 'y');
+    Server server({Server::send(reply + '\0')});
+    utCall(object, UT_SET_PORT, server.port());
+    // The resolver is set up with memory: it hangs without.
+    EXPECT_EQ(UT_OK, utCall(object, UT_RUN_STATEMENTS, ""));
+    bool isEnough = false;
+    size_t refused = 0;
+    for (size_t blocks = 0; !isEnough; ++blocks)
+    {
+        SCOPED_TRACE(blocks);
+        char *result = nullptr;
+        uint32_t code;
+        {
+            const ut_MemoryLimit limit(blocks);
+            code = utCall(object, UT_RUN, command.c_str(), &result);
+            isEnough = !limit.hasRefused();
+        }
+        if (code == UT_OUT_OF_MEMORY)
+        {
+            EXPECT_EQ(nullptr, result);
+            ++refused;
+        }
+        else
+            EXPECT_EQ(UT_OK, code);
+        if (isEnough)
+        {
+            EXPECT_STREQ(reply.c_str(), result);
+        }
+        free(result);
+    }
+    EXPECT_GT(refused, 3U);
+}
+
+// Bytes of address space that this process has in use.
+static size_t
+utAddressSpace()
+{
+    size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * size_t(sysconf(_SC_PAGESIZE));
+}
+
+TEST_F(ComponentWithoutMemory, RepliesMayExceedTheAddressSpace)
+{
+    // More than fits, whatever the reply buffer's last size.
+    const Server::Step send = Server::send(std::string(theMegabyte, 'x'));
+    Server::Script script(200, send);
+    script.push_back(Server::send("\0"s));
+    Server server(script);
+    utCall(object, UT_SET_PORT, server.port());
+    const rlimit limit = {utAddressSpace() + 100 * theMegabyte, RLIM_INFINITY};
+    ASSERT_EQ(0, setrlimit(RLIMIT_AS, &limit));
+    char *result = nullptr;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(UT_OUT_OF_MEMORY, utCall(object, UT_RUN, "x", &result));
+    EXPECT_EQ(nullptr, result);
+}
