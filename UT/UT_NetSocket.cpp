@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -63,7 +64,7 @@ UT_NetSocket::~UT_NetSocket()
 void
 UT_NetSocket::openSocket()
 {
-    mySocket = ::socket(AF_INET, SOCK_STREAM, 0);
+    mySocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     // Deliberate: the option is set twice.
     const int on = 1;
     setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
@@ -100,20 +101,84 @@ utResolve(const char *host, in_addr &out)
     return true;
 }
 
+// Whether the peer at `port` is this very socket. That happens where nobody
+// listens at a port of the range from which the system takes the ports of
+// clients: it may give this client the same one, and the connection succeeds.
+// Any port may be in the range, so one system call is made for every connect.
+static bool
+utIsOwnEnd(int fd, in_port_t port)
+{
+    sockaddr_in own = {};
+    sockaddr_in peer = {};
+    socklen_t length = sizeof own;
+    if (getsockname(fd, reinterpret_cast<sockaddr *>(&own), &length) ||
+        own.sin_port != port)
+        return false;
+    length = sizeof peer;
+    return !getpeername(fd, reinterpret_cast<sockaddr *>(&peer), &length) &&
+           own.sin_port == peer.sin_port &&
+           own.sin_addr.s_addr == peer.sin_addr.s_addr;
+}
+
+// Ends a connection and keeps the descriptor, which can be connected again.
+static void
+utDisconnect(int fd)
+{
+    sockaddr nobody = {};
+    nobody.sa_family = AF_UNSPEC;
+    ::connect(fd, &nobody, sizeof nobody);
+}
+
 int
 UT_NetSocket::connect(int timeoutMs)
 {
     if (myServerFlag)
         return UT_NET_WRONG_KIND;
-    sockaddr_in address = {};
-    if (!utResolve(myHostName, address.sin_addr))
+    if (timeoutMs > 0 && isValid() && !utFitsSet(mySocket))
+        return UT_NET_SYSTEM_ERROR;
+    in_addr host = {};
+    if (!utResolve(myHostName, host))
         return UT_NET_HOST_NOT_FOUND;
+    return connectTo(host, timeoutMs);
+}
+
+// Whether the address is one of 127.0.0.0/8, which never leaves this machine.
+static bool
+utIsLoopback(const in_addr &address)
+{
+    return ntohl(address.s_addr) >> 24 == IN_LOOPBACKNET;
+}
+
+// connect(0) for an exchange. Without a host the command is for this machine
+// and does not leave it, whatever the look-up of "localhost" brings.
+int
+UT_NetSocket::connectExchange(const char *host)
+{
+    if (host)
+        return connect(0);
+    in_addr address = {};
+    if (!utResolve(myHostName, address) || !utIsLoopback(address))
+        address.s_addr = htonl(INADDR_LOOPBACK);
+    return connectTo(address, 0);
+}
+
+int
+UT_NetSocket::connectTo(const in_addr &host, int timeoutMs)
+{
+    sockaddr_in address = {};
     address.sin_family = AF_INET;
+    address.sin_addr = host;
     address.sin_port = htons(uint16(myPort));
     switch (connectOrTimeout(&address, sizeof address, timeoutMs))
     {
     case 0:
     case EISCONN: // a connect that was under way has succeeded
+        if (utIsOwnEnd(mySocket, address.sin_port))
+        {
+            utDisconnect(mySocket);
+            myRemoteAddress = 0;
+            return UT_NET_CONNECT_FAILED;
+        }
         myConnectedFlag = 1;
         return UT_NET_OK;
     case EAGAIN:
@@ -342,8 +407,11 @@ utWriteCommand(UT_NetSocket &socket, const char *command)
     if (!command)
         command = "";
     const size_t length = strlen(command) + 1; // with its NUL
+    // A part of a command gets no answer that is worth a wait.
+    int written = 0;
     return length <= INT_MAX &&
-           socket.write(command, int(length), nullptr) == UT_NET_OK;
+           socket.write(command, int(length), &written) == UT_NET_OK &&
+           size_t(written) == length;
 }
 
 bool
@@ -353,21 +421,34 @@ UT_NetSocket::sendCommandAndGetResult(
 {
     const auto socket =
         utNewExchangeSocket(host, port, mapToUnprivileged, /*blocking=*/true);
-    return socket->connect(0) == UT_NET_OK &&
+    return socket->connectExchange(host) == UT_NET_OK &&
            utWriteCommand(*socket, command) &&
            socket->read(result, -1, /*untilNul=*/true) == UT_NET_OK;
 }
 
+// Sleeps through signals, which end a UTnap().
+static void
+utSleep(int ms)
+{
+    using std::chrono::steady_clock;
+    const auto end = steady_clock::now() + std::chrono::milliseconds(ms);
+    for (auto now = steady_clock::now(); now < end; now = steady_clock::now())
+    {
+        const std::chrono::duration<double, std::milli> rest = end - now;
+        UTnap(long(rest.count()) + 1);
+    }
+}
+
 // Asks a connect that is under way how it went, for about five seconds.
-static bool
-utConnectPatiently(UT_NetSocket &socket)
+bool
+UT_NetSocket::connectPatiently(const char *host)
 {
     int result = UT_NET_WOULD_BLOCK;
     for (int i = 0; i < 51 && result == UT_NET_WOULD_BLOCK; ++i)
     {
-        result = socket.connect(0);
+        result = connectExchange(host);
         if (result == UT_NET_WOULD_BLOCK)
-            UTnap(100);
+            utSleep(100);
     }
     return result == UT_NET_OK;
 }
@@ -382,7 +463,7 @@ UT_NetSocket::nonBlockingSendCommandAndGetResult(
     // No wait would ever succeed, and the loop below would not end.
     if (socket->getSocket() >= FD_SETSIZE)
         return false;
-    if (!utConnectPatiently(*socket) || !utWriteCommand(*socket, command))
+    if (!socket->connectPatiently(host) || !utWriteCommand(*socket, command))
         return false;
 
     result.clear();

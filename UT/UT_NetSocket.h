@@ -22,6 +22,7 @@ static_assert(
 class UT_Lock;
 class UT_String;
 class UT_WorkBuffer;
+struct in_addr;
 struct sockaddr_in;
 
 /// What socket operations answer.
@@ -52,6 +53,14 @@ extern UT_API UT_Lock theHostByNameLock;
 /// The class calls its own virtual operations through their slots, so a
 /// subclass can replace them.
 ///
+/// Descriptors are closed when the process starts another program, except those
+/// that a program brought itself. A child of fork() shares the connections with
+/// its parent: it must not use, close or delete a socket that it inherited,
+/// because that shuts the connection down for the parent, too. It may close the
+/// descriptor with the system's `close` and forget the object. And it must not
+/// look a host up if another thread may have done so at the moment of the fork,
+/// because theHostByNameLock then stays locked.
+///
 /// One thread at a time may use a socket; static operations are thread-safe
 /// unless they say otherwise.
 class UT_API UT_NetSocket
@@ -70,8 +79,11 @@ public:
     UT_NetSocket(UT_NetSocket *listener, int fd, bool blocking);
 
     /// A listener on all addresses of this host at `port`, with room for 128
-    /// waiting connections. Port 0 stands for any free one; getPort() tells
-    /// which. When the port cannot be had, isValid() is false.
+    /// waiting connections. Port 0 stands for any free one, which getPort()
+    /// returns. When the port cannot be had, isValid() is false.
+    ///
+    /// Deliberate: a port outside 0 to 65535 is taken modulo 65536, 65536 as
+    /// any free one, while getPort() goes on to return what was asked for.
     UT_NetSocket(int port, bool blocking);
 
     UT_NetSocket(const UT_NetSocket &) = delete;
@@ -85,9 +97,9 @@ public:
 
     /// The next connection that waits at this listener; the caller deletes it.
     /// It blocks later on when `blocking` is non-zero. Null on failure.
-    /// `status` becomes 0, -1 (nobody waits at a non-blocking listener), -4 (a
-    /// signal, or a peer that has gone, gives this too), or -5 (not a
-    /// listener).
+    /// Without memory for the socket the connection is closed. `status` becomes
+    /// 0, -1 (nobody waits at a non-blocking listener), -4 (a signal, or a peer
+    /// that has gone, gives this too), or -5 (not a listener).
     virtual UT_NetSocket *accept(int blocking, int &status);
 
     /// Looks the host up and connects to it. With `timeoutMs` below 1 the
@@ -97,6 +109,9 @@ public:
     /// tried again; after one that was refused while it was waited for, the
     /// system tells the failure once more before it tries. Time runs out with
     /// -3, as does a signal while the system waits.
+    ///
+    /// A connection to this very socket, which the system makes now and then
+    /// where nobody listens, counts as refused (-3).
     virtual int connect(int timeoutMs);
 
     /// The same as closeInetSocket().
@@ -172,14 +187,19 @@ public:
     static UT_NetSocket *newSocket(int port, bool blocking);
 
     /// Runs one command in the application that listens on `port` of `host`
-    /// (null means "localhost"): connects, sends `command` (null counts as "")
+    /// (null means this machine): connects, sends `command` (null counts as "")
     /// with its NUL, reads the reply until it is complete or the peer closes,
     /// and closes. True when all of it succeeded; `result` is then the reply,
     /// with its NUL if there was one. A failure may leave part of a reply.
     ///
     /// `mapToUnprivileged` sends the port through mapToUnprivilegedPort().
-    /// The command goes out in one write(). There is no time limit: a peer that
-    /// stays silent is waited for without end.
+    /// The command goes out in one write(); false when that takes only a part
+    /// of it, as it may when a signal comes while the peer does not read. There
+    /// is no time limit: a peer that stays silent is waited for without end.
+    ///
+    /// Commands are code: without a host they never leave the machine. The name
+    /// "localhost" is looked up, and where that gives nothing, or an address
+    /// outside 127.0.0.0/8, the address is 127.0.0.1.
     ///
     /// A message ends where its last byte is NUL and nothing more waits. So a
     /// peer that sends two parts, each with its NUL, is read as one reply if
@@ -192,7 +212,8 @@ public:
     /// bring nothing, or not the end, within 200 ms over the whole exchange. A
     /// read that fails otherwise is tried again without limit; after a reset
     /// that ends at once, with true and what had come. A command beyond what
-    /// the system takes at once goes out in part.
+    /// the system takes at once fails. Signals do not shorten the waiting
+    /// between the attempts to connect.
     ///
     /// False, before anything is sent, when the process has so many files open
     /// that the descriptor is 1024 or more.
@@ -318,6 +339,9 @@ public:
 private:
     UT_LOCAL void openSocket();
     UT_LOCAL bool bindToPort();
+    UT_LOCAL int connectTo(const in_addr &host, int timeoutMs);
+    UT_LOCAL int connectExchange(const char *host);
+    UT_LOCAL bool connectPatiently(const char *host);
     UT_LOCAL int waitForConnect(int timeoutMs);
     UT_LOCAL bool goesOn(const UT_WorkBuffer &out, bool untilNul);
     UT_LOCAL int resultOfError(int error) const;

@@ -17,6 +17,13 @@ public:
     ut_HostByNameGuard &operator=(const ut_HostByNameGuard &) = delete;
 };
 
+// Whether `select` has a bit for the descriptor.
+inline bool
+utFitsSet(int fd)
+{
+    return fd >= 0 && fd < FD_SETSIZE;
+}
+
 // Deliberate: a negative time stays negative, and select() refuses it.
 inline timeval
 utTimeLimit(int timeoutMs)

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include <arpa/inet.h>
 #include <netdb.h>
@@ -85,16 +86,23 @@ UT_NetSocket::accept(int blocking, int &status)
     }
     sockaddr_in address = {};
     socklen_t length = sizeof address;
-    const int fd =
-        ::accept(mySocket, reinterpret_cast<sockaddr *>(&address), &length);
+    const int fd = ::accept4(
+        mySocket, reinterpret_cast<sockaddr *>(&address), &length,
+        SOCK_CLOEXEC);
     if (fd < 0)
     {
         status = errno == EAGAIN ? UT_NET_WOULD_BLOCK : UT_NET_SYSTEM_ERROR;
         return nullptr;
     }
-    status = UT_NET_OK;
-    UT_NetSocket *const accepted = new UT_NetSocket(this, fd, blocking != 0);
+    UT_NetSocket *const accepted =
+        new (std::nothrow) UT_NetSocket(this, fd, blocking != 0);
+    if (!accepted)
+    {
+        ::close(fd);
+        throw std::bad_alloc();
+    }
     accepted->myRemoteAddress = address.sin_addr.s_addr;
+    status = UT_NET_OK;
     return accepted;
 }
 
@@ -103,12 +111,6 @@ UT_NetSocket::fdZero(fd_set *set)
 {
     FD_ZERO(set);
     return UT_NET_OK;
-}
-
-static bool
-utFitsSet(int fd)
-{
-    return fd >= 0 && fd < FD_SETSIZE;
 }
 
 int

@@ -8,6 +8,8 @@
 #include <memory>
 #include <thread>
 
+#include <fcntl.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 TEST(UT_NetSocketServices, ListenersAcceptWhoWaits)
@@ -36,9 +38,25 @@ TEST(UT_NetSocketServices, ListenersAcceptWhoWaits)
     EXPECT_TRUE(server->getRemoteIP4(ip) && ip[0] == 127 && ip[3] == 1);
     EXPECT_TRUE(client.getLocalIP4(ip) && ip[0] == 127 && ip[3] == 1);
 
+    for (const UT_NetSocket *socket : {&listener, &client, server.get()})
+        EXPECT_EQ(FD_CLOEXEC, fcntl(socket->getSocket(), F_GETFD));
+
     // A port that cannot be had leaves no listener.
     UT_NetSocket second(listener.getPort(), true);
     EXPECT_FALSE(second.isValid() || second.isServer());
+}
+
+TEST(UT_NetSocketServices, PortsOfListenersAreTakenModulo65536)
+{
+    UT_NetSocket listener(65536, true);
+    // Deliberate: any port, and not the one that is reported.
+    EXPECT_TRUE(listener.isServer());
+    EXPECT_EQ(65536, listener.getPort());
+    sockaddr_in address = {};
+    socklen_t length = sizeof address;
+    auto *const any = reinterpret_cast<sockaddr *>(&address);
+    ASSERT_EQ(0, getsockname(listener.getSocket(), any, &length));
+    EXPECT_NE(0, address.sin_port);
 }
 
 TEST(UT_NetSocketServices, TellsStatesAsked)

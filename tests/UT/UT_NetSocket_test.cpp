@@ -96,6 +96,10 @@ TEST(UT_NetSocket, HighDescriptorsAreNotWaitedFor)
     std::string reply;
     for (const bool blocking : {false, true})
         EXPECT_EQ(blocking, utExchange(blocking, server.port(), reply));
+    UT_NetSocket client("localhost", server.port(), true, -1);
+    EXPECT_EQ(-4, client.connect(10000));
+    EXPECT_EQ(0, client.connect(0));
+    client.close(); // the server serves one after the other
     fd_set set;
     EXPECT_EQ(-4, UT_NetSocket::fdSet(1024, &set));
     EXPECT_EQ(-4, UT_NetSocket::fdClr(-1, &set));

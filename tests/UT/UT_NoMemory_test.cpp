@@ -270,6 +270,14 @@ utExpectAllOrNothing(const ut_Case (&cases)[count])
     }
 }
 
+static int
+utLowestFreeDescriptor()
+{
+    const int descriptor = ::dup(0);
+    ::close(descriptor);
+    return descriptor;
+}
+
 TEST(UT_NoMemory, TextsStayAsTheyWere)
 {
     utExpectAllOrNothing(theTextCases);
@@ -282,10 +290,26 @@ TEST(UT_NoMemory, ArraysStayAsTheyWere)
 
 TEST(UT_NoMemory, TablesAndPoolsStayAsTheyWere)
 {
-    const int lowestFree = ::dup(0);
-    ::close(lowestFree);
+    const int lowestFree = utLowestFreeDescriptor();
     utExpectAllOrNothing(theOtherCases);
-    const int descriptor = ::dup(0);
-    EXPECT_EQ(lowestFree, descriptor); // no socket is left
-    ::close(descriptor);
+    EXPECT_EQ(lowestFree, utLowestFreeDescriptor()); // no socket is left
+}
+
+TEST(UT_NoMemory, AcceptClosesAConnectionThatItCannotHandOut)
+{
+    UT_NetSocket listener(0, true);
+    UT_NetSocket client("127.0.0.1", listener.getPort(), true, -1);
+    ASSERT_EQ(0, client.connect(0));
+    const int lowestFree = utLowestFreeDescriptor();
+    int status = 77;
+    {
+        const ut_MemoryLimit limit(0);
+        EXPECT_THROW(listener.accept(1, status), std::bad_alloc);
+    }
+    EXPECT_EQ(77, status);
+    EXPECT_EQ(lowestFree, utLowestFreeDescriptor());
+    int got = 77;
+    char byte;
+    EXPECT_EQ(0, client.read(&byte, 1, &got, 10000));
+    EXPECT_EQ(0, got); // the end of the connection
 }

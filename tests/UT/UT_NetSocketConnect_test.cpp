@@ -1,0 +1,208 @@
+// Connecting and sending where the system does what it seldom does. The calls
+// that connect and look up are replaced for the whole program, and do as the
+// system does unless a test says otherwise.
+
+#include "UT/UT_NetSocket.h"
+
+#include "UT/UT_WorkBuffer.h"
+
+#include "ut_LoopbackServer.h"
+#include "ut_SignalStorm.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <dlfcn.h>
+#include <netdb.h>
+#include <sys/socket.h>
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+namespace
+{
+
+// What the replaced calls do for the thread.
+struct ut_System
+{
+    // connect(): the client gets the port that it connects to.
+    bool bindsToPeer = false;
+    // connect(): says so often that it is under way, and then refuses.
+    int connectsUnderWay = -1;
+    std::string connectedTo; // the last address
+
+    // gethostbyname(): finds this address, none for "".
+    bool replacesLookUp = false;
+    std::string foundAddress;
+};
+
+} // namespace
+
+static thread_local ut_System theSystem;
+
+template <class Function>
+static Function *
+utNext(Function *, const char *name)
+{
+    void *const address = dlsym(RTLD_NEXT, name);
+    Function *function;
+    memcpy(&function, &address, sizeof function);
+    return function;
+}
+
+extern "C" __attribute__((visibility("default"))) int
+connect(int fd, const sockaddr *address, socklen_t length)
+{
+    if (address->sa_family == AF_INET)
+    {
+        sockaddr_in peer;
+        memcpy(&peer, address, sizeof peer);
+        theSystem.connectedTo = inet_ntoa(peer.sin_addr);
+        if (theSystem.bindsToPeer)
+            ::bind(fd, address, length); // no use if it is bound already
+        if (theSystem.connectsUnderWay >= 0)
+        {
+            errno = theSystem.connectsUnderWay ? EINPROGRESS : ECONNREFUSED;
+            --theSystem.connectsUnderWay;
+            return -1;
+        }
+    }
+    return utNext(&connect, "connect")(fd, address, length);
+}
+
+extern "C" __attribute__((visibility("default"))) hostent *
+gethostbyname(const char *name)
+{
+    if (!theSystem.replacesLookUp)
+        return utNext(&gethostbyname, "gethostbyname")(name);
+    if (theSystem.foundAddress.empty())
+        return nullptr;
+    static in_addr address;
+    static char *list[2];
+    static hostent entry;
+    inet_aton(theSystem.foundAddress.c_str(), &address);
+    list[0] = static_cast<char *>(static_cast<void *>(&address));
+    entry.h_addrtype = AF_INET;
+    entry.h_length = sizeof address;
+    entry.h_addr_list = list;
+    return &entry;
+}
+
+namespace
+{
+
+class UT_NetSocketConnect : public ::testing::Test
+{
+protected:
+    ~UT_NetSocketConnect() override { theSystem = ut_System(); }
+};
+
+} // namespace
+
+static bool
+utExchange(bool blocking, int port, const char *command, const char *host)
+{
+    UT_WorkBuffer reply;
+    return blocking ? UT_NetSocket::sendCommandAndGetResult(
+                          port, command, reply, host, false)
+                    : UT_NetSocket::nonBlockingSendCommandAndGetResult(
+                          port, command, reply, host, false);
+}
+
+TEST_F(UT_NetSocketConnect, AConnectionToItselfIsRefused)
+{
+    // A port that nobody else gets, and that a client may bind to as well.
+    const ut_LoopbackPort port;
+    const int on = 1;
+    ::setsockopt(port.fd(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    theSystem.bindsToPeer = true;
+    for (const int timeoutMs : {0, 10000})
+    {
+        SCOPED_TRACE(timeoutMs);
+        UT_NetSocket socket("127.0.0.1", port.port(), true, -1);
+        EXPECT_EQ(-3, socket.connect(timeoutMs));
+        EXPECT_FALSE(socket.isConnected());
+        int ip[4];
+        EXPECT_FALSE(socket.getRemoteIP4(ip));
+        // The descriptor is there to connect again.
+        EXPECT_EQ(-3, socket.connect(timeoutMs));
+    }
+    // Nor by the address that stands for this machine.
+    EXPECT_EQ(-3, UT_NetSocket("0.0.0.0", port.port(), true, -1).connect(0));
+    for (const bool blocking : {false, true})
+        EXPECT_FALSE(utExchange(blocking, port.port(), "x", "127.0.0.1"))
+            << blocking;
+}
+
+TEST_F(UT_NetSocketConnect, CommandsWithoutAHostStayOnTheMachine)
+{
+    static const struct
+    {
+        const char *host;
+        const char *found; // what the look-up gives
+        const char *expected;
+    } theCases[] = {
+        {nullptr,     "",          "127.0.0.1"},
+        {nullptr,     "192.0.2.1", "127.0.0.1"},
+        {nullptr,     "128.0.0.1", "127.0.0.1"},
+        {nullptr,     "127.0.0.2", "127.0.0.2"},
+        {"localhost", "192.0.2.1", "192.0.2.1"},
+        {"localhost", "",          ""         },
+    };
+    theSystem.replacesLookUp = true;
+    for (const auto &row : theCases)
+        for (const bool blocking : {false, true})
+        {
+            theSystem.foundAddress = row.found;
+            theSystem.connectedTo = "";
+            theSystem.connectsUnderWay = 0; // refuses
+            EXPECT_FALSE(utExchange(blocking, 10000, "x", row.host));
+            EXPECT_EQ(row.expected, theSystem.connectedTo)
+                << (row.host ? row.host : "(null)") << " as " << row.found
+                << ", blocking " << blocking;
+        }
+}
+
+TEST_F(UT_NetSocketConnect, SignalsDoNotShortenTheWaitingBetweenAttempts)
+{
+    const ut_SignalStorm storm;
+    theSystem.connectsUnderWay = 3;
+    const auto start = steady_clock::now();
+    EXPECT_FALSE(utExchange(/*blocking=*/false, 10000, "x", "127.0.0.1"));
+    EXPECT_GE(steady_clock::now() - start, 3 * 100ms);
+    EXPECT_GT(storm.signals(), 0);
+}
+
+TEST_F(UT_NetSocketConnect, HalfACommandGetsNoAnswer)
+{
+    // A peer that answers at once and reads nothing, so that the command never
+    // goes out whole; signals end the write that waits for it.
+    const std::string command(64 << 20, 'x');
+    for (const bool blocking : {false, true})
+    {
+        const ut_LoopbackPort port;
+        ::listen(port.fd(), 1);
+        int peer = -1;
+        std::thread thread(
+            [&]
+            {
+                sigset_t all;
+                ::sigfillset(&all);
+                ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+                peer = ::accept(port.fd(), nullptr, nullptr);
+                ::send(peer, "early", sizeof "early", MSG_NOSIGNAL);
+            });
+        const ut_SignalStorm storm;
+        EXPECT_FALSE(
+            utExchange(blocking, port.port(), command.c_str(), "127.0.0.1"))
+            << blocking;
+        thread.join();
+        ::close(peer);
+    }
+}
