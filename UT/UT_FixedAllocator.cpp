@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 
 // A reclaiming allocator's block is followed by its page's slot, in a word of
 // this size: 32 bits are all that is used, but the next block must be aligned.
@@ -55,10 +57,19 @@ utSlot(const void *block, unsigned objectSize)
 
 UT_FixedAllocator::ut_SmallObjectPage::ut_SmallObjectPage(
     const UT_FixedAllocator &owner, int32 slot)
-    : memory(utAllocate(
-          size_t(owner.blockSize()) * size_t(owner.myObjectsPerPage))),
-      freeList(nullptr), next(nullptr), prev(nullptr), freeCount(0)
+    : memory(nullptr), freeList(nullptr), next(nullptr), prev(nullptr),
+      freeCount(0)
 {
+    // Sizes that no number holds have wrapped.
+    const bool isBlock = owner.myObjectSize >= owner.myRequestedSize &&
+                         owner.blockSize() >= owner.myObjectSize;
+    size_t bytes = 0;
+    if (isBlock &&
+        !__builtin_mul_overflow(
+            size_t(owner.blockSize()), size_t(owner.myObjectsPerPage), &bytes))
+        memory = utAllocate(bytes);
+    else
+        throw std::bad_alloc();
     buildFreeList(owner, slot);
 }
 
@@ -105,10 +116,8 @@ UT_FixedAllocator::allocPage()
 {
     unsigned slot = myPages.entries();
     if (myFreedSlots > 0)
-    {
         while (myPages(--slot))
             ;
-    }
     // Nothing is counted before there is a page.
     auto page = std::make_unique<ut_SmallObjectPage>(*this, int32(slot));
     if (slot == myPages.entries())
@@ -159,17 +168,19 @@ UT_FixedAllocator::unlinkPage(ut_SmallObjectPage *page)
 void *
 UT_FixedAllocator::allocate()
 {
-    ++myAllocated;
+    // Nothing has changed when there is no memory for a page.
     if (!myReclaim)
     {
         if (!myFreeList)
             myFreeList = allocPage()->freeList;
+        ++myAllocated;
         void *block = myFreeList;
         myFreeList = utNext(block);
         return block;
     }
     if (!myPartialPages)
         linkPage(allocPage());
+    ++myAllocated;
     ut_SmallObjectPage *page = myPartialPages;
     void *block = page->freeList;
     page->freeList = utNext(block);

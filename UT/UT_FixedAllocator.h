@@ -16,7 +16,8 @@
 /// stay until the allocator goes.
 ///
 /// Blocks are aligned for a pointer and not for more; their contents are
-/// undefined. Allocation of pages is not checked.
+/// undefined. Where there is no memory for a page, allocate() throws
+/// std::bad_alloc and changes nothing.
 ///
 /// Thread-compatible: calls on one allocator must not overlap.
 class UT_API UT_FixedAllocator

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <random>
 #include <thread>
 #include <utility>
@@ -65,6 +66,35 @@ TEST(UT_FixedAllocator, KeepsPagesUnlessItReclaims)
         pool.deallocate(blocks[i]);
     pool.deallocate(nullptr);
     EXPECT_EQ(blocks, utTake(pool, 8)); // the last one back comes first
+}
+
+TEST(UT_FixedAllocator, APageWithoutMemoryChangesNothing)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "this checker ends a program that asks for so much";
+#endif
+    static const struct
+    {
+        const char *what;
+        unsigned size;
+        int objectsPerPage;
+    } theRows[] = {
+        {"a page larger than memory",               0xfffffff0u, 0x7fffffff},
+        {"a page of 4 GiB, which 32 bits wrap",     0x10000000u, 16        },
+        {"blocks of 4 GiB, which are 0 in 32 bits", 0xffffffffu, 1         },
+    };
+    for (const auto &row : theRows)
+    {
+        if (sizeof(void *) > 4 && row.objectsPerPage == 16)
+            continue; // there may be memory for it
+        for (const bool reclaim : {false, true})
+        {
+            UT_FixedAllocator pool(row.size, reclaim, row.objectsPerPage);
+            EXPECT_THROW(pool.allocate(), std::bad_alloc) << row.what;
+            EXPECT_EQ(0, pool.allocated()) << row.what;
+            EXPECT_EQ(0u, pool.pageSlots()) << row.what;
+        }
+    }
 }
 
 // In order of size; of blocks above the greatest size there are none.
