@@ -223,8 +223,9 @@ UT_IFStream::open(const char *path, UT_ISTREAM_READTYPE type)
         return false;
     clearError();
     myIsBinary = type != UT_ISTREAM_ASCII;
+    UT_IStreamBuf *const opened = UT_IStreamBuf::fileBuf(path);
     myStream->release();
-    myStream = UT_IStreamBuf::fileBuf(path);
+    myStream = opened;
     setLabel(path); // not sooner: `path` may be the old one
     return checked(true);
 }

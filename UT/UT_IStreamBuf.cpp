@@ -125,11 +125,17 @@ UT_IStreamBuf::loadBuffer()
 {
     if (myError)
         return false;
-    myLoadBuffer = loadBuffer(myLoadPos, myLoadEnd);
-    if (myLoadBuffer && pending() > 0)
-        return true;
+    // A load that is left in the middle leaves an empty buffer.
     clearLoadBuffer();
-    return false;
+    int start = 0;
+    int end = 0;
+    const char *const block = loadBuffer(start, end);
+    if (!block || end <= start)
+        return false;
+    myLoadBuffer = block;
+    myLoadPos = start;
+    myLoadEnd = end;
+    return true;
 }
 
 void

@@ -49,9 +49,10 @@ ut_RangeStreamBuf::ut_RangeStreamBuf(
     : mySource(source), myStart(start), myEnd(utAdd(start, length)),
       myRemaining(0)
 {
-    mySource->addReference();
     if (mySource->seekg(myStart, 0))
         myRemaining = length;
+    // Last: nobody gives it back for an object that was not made.
+    mySource->addReference();
 }
 
 // A source that fails is not to pass for the end of the range.

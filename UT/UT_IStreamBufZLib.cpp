@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include <zlib.h>
 
@@ -303,15 +304,15 @@ ut_GZipStreamBuf::readHeader()
 UT_IStreamBuf *
 UT_IStreamBuf::zlibBuf(UT_IStreamBuf *source)
 {
-    ut_ZLibStreamBuf *const buffer = new ut_ZLibStreamBuf(source);
+    std::unique_ptr<ut_ZLibStreamBuf> buffer(new ut_ZLibStreamBuf(source));
     buffer->initStream();
-    return buffer;
+    return buffer.release();
 }
 
 UT_IStreamBuf *
 UT_IStreamBuf::gzipBuf(UT_IStreamBuf *source)
 {
-    ut_GZipStreamBuf *const buffer = new ut_GZipStreamBuf(source);
+    std::unique_ptr<ut_GZipStreamBuf> buffer(new ut_GZipStreamBuf(source));
     buffer->initStream();
-    return buffer;
+    return buffer.release();
 }
