@@ -3,6 +3,8 @@
 #include "SYS_MemoryImpl.h"
 #include "SYS_Types.h"
 
+#include "UT/UT_CancelImpl.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -57,6 +59,7 @@ getProcMemUsage()
     snprintf(text, sizeof text, "/proc/%d/status", int(getpid()));
     bool found = false;
     unsigned bytes = 0;
+    const ut_CancelGuard guard;
     if (FILE *file = fopen(text, "re"))
     {
         while (!found && fgets(text, sizeof text, file))

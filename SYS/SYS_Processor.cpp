@@ -1,5 +1,7 @@
 #include "SYS_Processor.h"
 
+#include "UT/UT_CancelImpl.h"
+
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -204,6 +206,7 @@ parse_cpuinfo_for_nprocs()
 int
 parse_cpuinfo_for_nprocs(const char *path)
 {
+    const ut_CancelGuard guard;
     FILE *file = path ? fopen(path, "re") : nullptr;
     if (!file)
         return 0;

@@ -1,6 +1,7 @@
 #include "UT_EnvControl.h"
 
 #include "UT_AllocImpl.h"
+#include "UT_CancelImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControlImpl.h"
 #include "UT_SpecialDir.h"
@@ -63,6 +64,7 @@ UT_EnvControl::createControl()
 {
     static std::mutex theCreation;
     const std::lock_guard<std::mutex> guard(theCreation);
+    const ut_CancelGuard cancelGuard; // half of the settings is none
     if (!theControl.load(std::memory_order_relaxed))
         new UT_EnvControl;
     return *theControl.load(std::memory_order_relaxed);
@@ -285,6 +287,7 @@ UT_EnvControl::varChanged(const char *name)
     if (!theVariableNames().findSymbol(name, nullptr))
         return;
     UT_EnvControl &control = getControl();
+    const ut_CancelGuard guard; // half of the settings is none
     control.freeStrings();
     control.doInit();
 }

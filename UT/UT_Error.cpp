@@ -1,5 +1,6 @@
 #include "UT_Error.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_IStream.h"
 #include "UT_Lock.h"
 #include "UT_Path.h"
@@ -131,6 +132,7 @@ utFindMessages(const char *type)
 
     theCache->lock.lockLW();
     const std::lock_guard<UT_Lock> guard(theCache->lock, std::adopt_lock);
+    const ut_CancelGuard cancelGuard;
     UT_Thing found;
     if (!theCache->files.findSymbol(type, &found))
     {

@@ -1,5 +1,6 @@
 #include "UT_ErrorLog.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_Date.h"
 #include "UT_DateImpl.h"
 #include "UT_EnvControl.h"
@@ -142,6 +143,8 @@ UT_ErrorLog::write(const UT_Error *error)
 
     myLock.lockNap();
     const std::lock_guard<UT_Lock> guard(myLock, std::adopt_lock);
+    // A thread that is being ended writes its whole line before.
+    const ut_CancelGuard cancelGuard;
     const ut_LogFile file(myFileName);
     if (!isWanted || !file.isOpen())
         return;

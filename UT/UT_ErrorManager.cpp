@@ -1,5 +1,6 @@
 #include "UT_ErrorManager.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_EnvControl.h"
 #include "UT_ErrorImpl.h"
 #include "UT_ErrorLog.h"
@@ -82,6 +83,7 @@ UT_ErrorManager::add(
     const char *type, int code, const char *string, UT_ErrorSeverity severity)
 {
     const ut_ErrnoKeeper keeper;
+    const ut_CancelGuard guard; // nobody owns the error yet
     UT_Error *error = new UT_Error(type, code, string, severity);
     UTgetErrorLog()->logError(error);
     return append(error);
@@ -109,6 +111,7 @@ UT_ErrorSeverity
 UT_ErrorManager::addError(const char *type, int code, const char *string)
 {
     const ut_ErrnoKeeper keeper;
+    const ut_CancelGuard guard; // nobody owns the error yet
     UT_Error *error = new UT_Error(type, code, string, UT_ERROR_ERROR);
     utTellMonitor(*error);
     UTgetErrorLog()->logError(error);
@@ -340,6 +343,7 @@ UT_ErrorSeverity
 UTaddError(UT_Error *error)
 {
     const ut_ErrnoKeeper keeper;
+    const ut_CancelGuard guard; // nobody owns the error yet
     UTgetErrorLog()->logError(error);
     return UTgetErrorManager()->append(error);
 }

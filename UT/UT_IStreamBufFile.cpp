@@ -1,11 +1,13 @@
 #include "UT_IStreamBuf.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <memory>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -65,8 +67,10 @@ private:
 class ut_FilePtrStreamBuf : public UT_IStreamBuf
 {
 public:
-    explicit ut_FilePtrStreamBuf(int file);
     ~ut_FilePtrStreamBuf() override { closeOnce(); }
+
+    // Opens the file, once. A failure sets the error.
+    void open(const char *path);
 
     int read(char *buf, int n) override;
     int streamPeek() override;
@@ -90,8 +94,8 @@ private:
     void fillWindow(int wanted);
     bool seekFile(int64 offset, int whence);
 
-    int myFile;       // -1 when closed
-    int64 myPosition; // of the file, behind the window; -1: has none
+    int myFile = -1;       // -1 when closed
+    int64 myPosition = -1; // of the file, behind the window; -1: has none
     bool myIsAtEnd = false;
     int myNextFill = theBlockSize; // grows as long as nobody seeks
     int myWindowPos = 0;           // the next byte of the window
@@ -155,14 +159,21 @@ ut_FileStreamBuf::seekPos(int64 offset, int whence)
     return false;
 }
 
-ut_FilePtrStreamBuf::ut_FilePtrStreamBuf(int file)
-    : myFile(file), myPosition(lseek64(file, 0, SEEK_CUR))
+void
+ut_FilePtrStreamBuf::open(const char *path)
 {
+    const ut_CancelGuard guard;
+    myFile = open64(path, O_RDONLY | O_CLOEXEC);
+    if (myFile < 0)
+        setError(nullptr);
+    else
+        myPosition = lseek64(myFile, 0, SEEK_CUR);
 }
 
 bool
 ut_FilePtrStreamBuf::closeOnce()
 {
+    const ut_CancelGuard guard; // the destructor comes here
     const int file = myFile;
     myFile = -1;
     drop();
@@ -368,15 +379,10 @@ ut_StdinStreamBuf::seekPos(int64 offset, int whence)
 UT_IStreamBuf *
 UT_IStreamBuf::fileBuf(const char *path)
 {
-    const int file = open64(path ? path : "", O_RDONLY | O_CLOEXEC);
-    const int openErrno = errno;
-    UT_IStreamBuf *const buffer = new ut_FilePtrStreamBuf(file);
-    if (file < 0)
-    {
-        errno = openErrno; // setError() takes it
-        buffer->setError(nullptr);
-    }
-    return buffer;
+    // Its blocks are not cleared, as make_unique() would have it.
+    std::unique_ptr<ut_FilePtrStreamBuf> buffer(new ut_FilePtrStreamBuf);
+    buffer->open(path ? path : "");
+    return buffer.release();
 }
 
 static UT_IStreamBuf *

@@ -1,9 +1,11 @@
 #include "UT_Lock.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_Nap.h"
 #include "UT_Thread.h"
 
 #include <cstdio>
+#include <mutex>
 
 static const long theNapMs = 10;
 
@@ -162,8 +164,9 @@ void
 UT_Lock::waitForTrigger()
 {
     lockLW();
+    // Free afterwards also where a cancelled thread leaves the wait.
+    const std::lock_guard<UT_Lock> guard(*this, std::adopt_lock);
     lockLW();
-    unlock();
 }
 
 UT_DebugLock::UT_DebugLock(
@@ -174,5 +177,6 @@ UT_DebugLock::UT_DebugLock(
 
 UT_DebugLock::~UT_DebugLock()
 {
+    const ut_CancelGuard guard;
     fprintf(stderr, "Lock[%s]: %d collisions\n", myName, collisions());
 }

@@ -1,6 +1,7 @@
 #include "UT_NetSocket.h"
 
 #include "UT_AllocImpl.h"
+#include "UT_CancelImpl.h"
 #include "UT_Exit.h"
 #include "UT_Nap.h"
 #include "UT_NetSocketImpl.h"
@@ -249,6 +250,7 @@ UT_NetSocket::closeInetSocket()
 {
     if (mySocket == -1)
         return -1;
+    const ut_CancelGuard guard; // destructors come here
     ::shutdown(mySocket, SHUT_RDWR);
     // Deliberate: the socket counts as blocking afterwards. The system's close
     // may return early otherwise.

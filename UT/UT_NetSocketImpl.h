@@ -2,19 +2,32 @@
 
 #pragma once
 
+#include "UT_CancelImpl.h"
 #include "UT_Lock.h"
 #include "UT_NetSocket.h"
 
 #include <sys/select.h>
 
-// Holds theHostByNameLock.
+// Holds theHostByNameLock. A look-up is not cancelled: the C library has locks
+// of its own in it, which would stay held.
 class ut_HostByNameGuard
 {
 public:
-    ut_HostByNameGuard() { theHostByNameLock.lockLW(); }
-    ~ut_HostByNameGuard() { theHostByNameLock.unlock(); }
+    ut_HostByNameGuard() = default;
     ut_HostByNameGuard(const ut_HostByNameGuard &) = delete;
     ut_HostByNameGuard &operator=(const ut_HostByNameGuard &) = delete;
+
+private:
+    struct ut_Hold
+    {
+        ut_Hold() { theHostByNameLock.lockLW(); }
+        ~ut_Hold() { theHostByNameLock.unlock(); }
+        ut_Hold(const ut_Hold &) = delete;
+        ut_Hold &operator=(const ut_Hold &) = delete;
+    };
+
+    const ut_Hold myHold; // first: waiting for it may be cancelled
+    const ut_CancelGuard myCancelGuard;
 };
 
 // Whether `select` has a bit for the descriptor.

@@ -48,6 +48,7 @@ UT_NetSocket::UT_NetSocket(int port, bool blocking) : UT_NetSocket()
     {
         if (isValid())
         {
+            const ut_CancelGuard guard;
             ::shutdown(mySocket, SHUT_RDWR);
             ::close(mySocket);
             mySocket = -1;
@@ -357,6 +358,7 @@ int
 UT_NetSocket::getPortByService(
     const char *service, const char *protocol, int fallback)
 {
+    const ut_CancelGuard guard; // the C library has a lock in it
     const servent *const entry =
         service ? getservbyname(service, protocol) : nullptr;
     return entry ? ntohs(uint16(entry->s_port)) : fallback;

@@ -1,5 +1,6 @@
 #include "UT_Thread.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_SmallObjectAllocator.h"
 #include "UT_ThreadImpl.h"
 
@@ -82,6 +83,8 @@ UT_PThread::UT_PThread(int spinMode)
 
 UT_PThread::~UT_PThread()
 {
+    // The waits in here may not be cancelled.
+    const ut_CancelGuard guard;
     UT_PThread::killThread();
     UT_PThread::waitThread(1);
     pthread_cond_destroy(&myCondition);
@@ -265,7 +268,17 @@ int
 UT_PThread::waitThread(int block)
 {
     if (block && myIsJoinable.exchange(false))
-        pthread_join(myThreadId, nullptr);
+    {
+        try
+        {
+            pthread_join(myThreadId, nullptr);
+        }
+        catch (...) // the end of the thread that waits
+        {
+            myIsJoinable = true;
+            throw;
+        }
+    }
     return myIsAlive.load();
 }
 

@@ -1,5 +1,6 @@
 #include "UT_PathSearch.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
 #include "UT_Path.h"
@@ -40,6 +41,7 @@ static char *
 utFindLibraryFile()
 {
     const uintptr_t here = uintptr_t(&thePaths);
+    const ut_CancelGuard guard;
     char *path = nullptr;
     if (FILE *const maps = fopen("/proc/self/maps", "re"))
     {
@@ -131,7 +133,23 @@ UT_PathSearch::getDirectories()
 {
     if (myIsCurrent)
         return myDirectories;
+    // Before the list is made: what that asks for may change a variable.
     myIsCurrent = true;
+    try
+    {
+        listDirectories();
+    }
+    catch (...)
+    {
+        myIsCurrent = false;
+        throw;
+    }
+    return myDirectories;
+}
+
+void
+UT_PathSearch::listDirectories()
+{
     myDirectories.clear();
     myNames.clear();
     const char *const value = ValdrinGetenv(myVariable);
@@ -150,7 +168,7 @@ UT_PathSearch::getDirectories()
         addAll(expanded.buffer());
         next += length;
         if (!*next)
-            return myDirectories;
+            return;
     }
 }
 

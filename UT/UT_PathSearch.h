@@ -86,6 +86,7 @@ private:
     UT_LOCAL UT_PathSearch(const char *variable, const char *folder);
     UT_LOCAL ~UT_PathSearch();
 
+    UT_LOCAL void listDirectories();
     UT_LOCAL void addAll(const char *list);
     UT_LOCAL void addDefault();
     UT_LOCAL void add(const char *directory, const char *folder);

@@ -1,19 +1,25 @@
 #include "UT_SmallObjectAllocator.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_Lock.h"
 
+#include <memory>
 #include <new>
 
 namespace
 {
-// Holds a lock that may not be there.
+// Holds a lock that may not be there. Waiting for it is not cancelled: objects
+// give their blocks back in destructors.
 class ut_OptionalGuard
 {
 public:
     explicit ut_OptionalGuard(UT_Lock *lock) : myLock(lock)
     {
         if (myLock && !myLock->tryLock())
+        {
+            const ut_CancelGuard cancelGuard;
             myLock->lockLW();
+        }
     }
 
     ~ut_OptionalGuard()
@@ -73,9 +79,10 @@ UT_SmallObjectAllocator::allocate(unsigned int size)
         if (index == myAllocators.entries() ||
             myAllocators(index)->requestedSize() != size)
         {
-            myAllocators.insertAt(
-                new UT_FixedAllocator(size, myReclaim, myObjectsPerPage),
-                index);
+            auto pool = std::make_unique<UT_FixedAllocator>(
+                size, myReclaim, myObjectsPerPage);
+            myAllocators.insertAt(pool.get(), index);
+            (void)pool.release();
             myLastRelease = myAllocators(0);
         }
         myLastAllocation = myAllocators(index);

@@ -1,5 +1,7 @@
 #include "UT_SysResource.h"
 
+#include "UT_CancelImpl.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -69,6 +71,7 @@ UT_SysResource::percentages(
 static void
 utReadStart(const char *path, char (&text)[4097])
 {
+    const ut_CancelGuard guard;
     size_t length = 0;
     const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file >= 0)

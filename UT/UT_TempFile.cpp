@@ -1,5 +1,6 @@
 #include "UT_TempFile.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_SpecialDir.h"
 #include "UT_WorkBuffer.h"
 
@@ -61,6 +62,7 @@ utOpenStream(int descriptor)
 FILE *
 UTtmpFile()
 {
+    const ut_CancelGuard guard;
     return utOpenStream(utOpenUnnamed());
 }
 
@@ -78,6 +80,15 @@ public:
         if (descriptor >= 0)
             rdbuf(&myBuffer);
     }
+    // Closed here: the buffer's own destructor would let itself be cancelled.
+    ~ut_TmpStream() override
+    {
+        const ut_CancelGuard guard;
+        myBuffer.close();
+    }
+
+    ut_TmpStream(const ut_TmpStream &) = delete;
+    ut_TmpStream &operator=(const ut_TmpStream &) = delete;
 
 private:
     __gnu_cxx::stdio_filebuf<char> myBuffer;
@@ -88,11 +99,13 @@ private:
 std::unique_ptr<std::iostream>
 UTtmpStream()
 {
+    const ut_CancelGuard guard;
     return std::make_unique<ut_TmpStream>(utOpenUnnamed());
 }
 
 UT_TempFile::UT_TempFile(const char *prefix)
 {
+    const ut_CancelGuard guard;
     UT_WorkBuffer path;
     const int descriptor = utOpenNamed(path, prefix ? prefix : "");
     myFile = utOpenStream(descriptor);
@@ -116,6 +129,7 @@ UT_TempFile::~UT_TempFile()
 bool
 UT_TempFile::close()
 {
+    const ut_CancelGuard guard; // the destructor comes here
     FILE *const file = myFile;
     myFile = nullptr;
     return !file || fclose(file) == 0;

@@ -1,5 +1,6 @@
 #include "UT_Thread.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_Compat.h"
 #include "UT_EnvControl.h"
 #include "UT_Nap.h"
@@ -135,13 +136,37 @@ UT_NullThread::UT_NullThread() : UT_Thread(SPIN_SLEEP) {}
 
 UT_NullThread::~UT_NullThread() = default;
 
+namespace
+{
+
+// Ends a job of this thread however it is left.
+class ut_JobGuard
+{
+public:
+    explicit ut_JobGuard(UT_Thread &thread) : myThread(thread)
+    {
+        thread.setState(UT_Thread::RUNNING);
+    }
+    ~ut_JobGuard()
+    {
+        const ut_CancelGuard guard;
+        myThread.setState(UT_Thread::IDLE);
+    }
+    ut_JobGuard(const ut_JobGuard &) = delete;
+    ut_JobGuard &operator=(const ut_JobGuard &) = delete;
+
+private:
+    UT_Thread &myThread;
+};
+
+} // namespace
+
 bool
 UT_NullThread::startThread(void *(*function)(void *), void *data)
 {
-    setState(RUNNING);
+    const ut_JobGuard guard(*this);
     if (function)
         function(data);
-    setState(IDLE);
     return true;
 }
 

@@ -171,7 +171,13 @@ public:
     /// call in it that POSIX names as a cancellation point, which unwinds its
     /// objects; without such a call it runs to its end. A `catch (...)` around
     /// that call must rethrow, and a mutex held there without an object that
-    /// lets go of it stays locked.
+    /// lets go of it stays locked. A destructor must not make such a call: the
+    /// program would end.
+    ///
+    /// Of the toolkit's functions, those that read, write and connect or wait
+    /// for something end so, and leave what they work on as a failure would.
+    /// Those that open, close or print, add an error, look up a name or make
+    /// settings do all of it first.
     int killThread() override;
 
     int niceThread(int increment) override;

@@ -1,6 +1,7 @@
 #include "UT_ThreadSet.h"
 
 #include "UT_AllocImpl.h"
+#include "UT_CancelImpl.h"
 #include "UT_Nap.h"
 #include "UT_Thread.h"
 #include "UT_ThreadImpl.h"
@@ -9,16 +10,40 @@
 #include <cstdint>
 #include <cstdlib>
 
-// An array of `count` new workers, from malloc(). The last is made first.
-static UT_Thread **
-utNewWorkers(int count)
+// Deletes workers, the last first, and their array.
+static void
+utDeleteWorkers(UT_Thread **workers, int count)
 {
-    utRecordMainThread();
+    for (int i = count; i-- > 0;)
+        delete workers[i];
+    free(workers);
+}
+
+// An array of `count` workers, from malloc(), which `makeWorker` makes. The
+// last is made first.
+template <class Worker>
+static UT_Thread **
+utNewWorkers(int count, Worker makeWorker)
+{
     const auto workers = static_cast<UT_Thread **>(
         utAllocateZeros(size_t(count), sizeof(void *)));
-    for (int i = count; i-- > 0;)
-        workers[i] = new UT_PThread(UT_Thread::SPIN_SLEEP);
+    try
+    {
+        for (int i = count; i-- > 0;)
+            workers[i] = makeWorker();
+    }
+    catch (...)
+    {
+        utDeleteWorkers(workers, count);
+        throw;
+    }
     return workers;
+}
+
+static UT_Thread *
+utNewPThread()
+{
+    return new UT_PThread(UT_Thread::SPIN_SLEEP);
 }
 
 static int
@@ -33,19 +58,16 @@ UT_ThreadSet::UT_ThreadSet(int count, int nullIfSingle)
 {
     if (myCount == 1 && nullIfSingle)
     {
-        myThreads =
-            static_cast<UT_Thread **>(utAllocateZeros(1, sizeof(void *)));
-        myThreads[0] = new UT_NullThread;
+        myThreads = utNewWorkers(1, [] { return new UT_NullThread; });
+        return;
     }
-    else
-        myThreads = utNewWorkers(myCount);
+    utRecordMainThread();
+    myThreads = utNewWorkers(myCount, utNewPThread);
 }
 
 UT_ThreadSet::~UT_ThreadSet()
 {
-    for (int i = myCount; i-- > 0;)
-        delete myThreads[i];
-    free(myThreads);
+    utDeleteWorkers(myThreads, myCount);
 }
 
 void
@@ -87,12 +109,15 @@ UT_ThreadSet::getThread(int index)
 }
 
 UT_ThreadFarm::UT_ThreadFarm(int count)
-    : myCount(utWorkerCount(count)), myThreads(utNewWorkers(myCount))
+    : myCount(utWorkerCount(count)), myThreads(nullptr)
 {
+    utRecordMainThread();
+    myThreads = utNewWorkers(myCount, utNewPThread);
 }
 
 UT_ThreadFarm::~UT_ThreadFarm()
 {
+    const ut_CancelGuard guard; // the wait may not be cancelled
     wait();
     for (int i = 0; i < myCount; ++i)
         delete myThreads[i];

@@ -1,5 +1,6 @@
 #include "UT_VariableScan.h"
 
+#include "UT_CancelImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
 #include "UT_RefArray.h"
@@ -137,6 +138,7 @@ utAppendHomeOf(const char *user, size_t length, UT_WorkBuffer &out)
     memcpy(name, user, length);
     name[length] = '\0';
 
+    const ut_CancelGuard guard; // the C library may have a lock in it
     UT_WorkBuffer storage;
     passwd entry;
     passwd *found = nullptr;

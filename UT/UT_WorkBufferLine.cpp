@@ -61,8 +61,17 @@ UT_WorkBuffer::getline(FILE *in)
     // The first piece goes straight to where it stays.
     char block[thePieceSize];
     const bool isDropped = myLockCount != 0;
-    const char *piece = isDropped ? fgets(block, thePieceSize, in)
-                                  : fgets(myBuffer, myAllocatedSize, in);
+    const char *piece = nullptr;
+    try
+    {
+        piece = isDropped ? fgets(block, thePieceSize, in)
+                          : fgets(myBuffer, myAllocatedSize, in);
+    }
+    catch (...) // the end of the thread
+    {
+        clear();
+        throw;
+    }
     if (!piece)
     {
         // What came before an error has no NUL.

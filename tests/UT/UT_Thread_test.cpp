@@ -171,6 +171,14 @@ TEST(UT_Thread, AJobRunsOnceHoweverItsWorkerGoes)
     }
 }
 
+TEST(UT_Thread, AJobThatThrowsLeavesANullThreadIdle)
+{
+    UT_NullThread thread;
+    const auto job = [](void *) -> void * { throw 1; };
+    EXPECT_THROW(thread.startThread(job, nullptr), int);
+    EXPECT_EQ(UT_Thread::IDLE, thread.getState());
+}
+
 TEST(UT_Thread, WorkersBlockAllSignals)
 {
     const auto getMask = [](void *mask) -> void *
