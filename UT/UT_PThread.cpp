@@ -186,6 +186,8 @@ UT_PThread::threadEnded()
     myState = IDLE;
     pthread_cond_broadcast(&myCondition);
     pthread_mutex_unlock(&myMutex);
+    // A derived class sees this change as it does all others.
+    setState(IDLE);
 }
 
 bool
@@ -203,9 +205,11 @@ UT_PThread::isReached(int state) const
 void
 UT_PThread::waitForState(int state)
 {
-    for (int spins = utSpinsBeforeSleep(); spins > 0; --spins)
+    // A worker that has ended is asked for its state under the mutex, where both
+    // have changed.
+    for (int spins = utSpinsBeforeSleep(); spins > 0 && myIsAlive; --spins)
     {
-        if (isReached(state))
+        if (myState.load() == state)
             return;
         utPause();
     }

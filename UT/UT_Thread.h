@@ -49,7 +49,8 @@ public:
     /// when no thread could be made.
     virtual bool startThread(void *(*function)(void *), void *data) = 0;
 
-    /// Called in the worker before its first job and behind its last.
+    /// Called in the worker before its first job and after its last. A function
+    /// that replaces one of them must call the replaced one.
     virtual void threadStarted();
     virtual void threadEnded();
 
@@ -83,7 +84,9 @@ public:
     /// The same as waitThread(0).
     virtual int isValid();
 
-    /// Sets the state and wakes those who wait for it.
+    /// Sets the state and wakes those who wait for it. The worker calls it too,
+    /// with IDLE after each job and when it ends. A function that replaces it
+    /// must call the replaced one.
     virtual void setState(int state);
 
     /// Takes the job away. For killIdle().
@@ -149,6 +152,9 @@ static_assert(sizeof(void *) != 4 || sizeof(UT_Thread) == 12);
 /// A worker with a POSIX thread of its own, which begins with the first job and
 /// has all signals blocked, those that tell of a crash too: the system then
 /// ends the process without asking a handler.
+///
+/// The thread calls virtual functions until it has ended: the destructor of a
+/// derived class that replaces any kills the worker and waits for it.
 class UT_API UT_PThread : public UT_Thread
 {
 public:
