@@ -4,6 +4,8 @@
 #include "UT_CancelImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControlImpl.h"
+#include "UT_ForkImpl.h"
+#include "UT_Lock.h"
 #include "UT_SpecialDir.h"
 #include "UT_SymbolTable.h"
 
@@ -62,8 +64,12 @@ utAddNames(const Row *rows)
 UT_EnvControl &
 UT_EnvControl::createControl()
 {
-    static std::mutex theCreation;
-    const std::lock_guard<std::mutex> guard(theCreation);
+    static UT_Lock theCreation(UT_STATIC_LOCK);
+    static ut_ForkLock theForkLock(theCreation, UT_FORK_SETTINGS);
+    theForkLock.join();
+    // The light-weight way to wait asks for a setting.
+    theCreation.lockNap();
+    const std::lock_guard<UT_Lock> guard(theCreation, std::adopt_lock);
     const ut_CancelGuard cancelGuard; // half of the settings is none
     if (!theControl.load(std::memory_order_relaxed))
         new UT_EnvControl;

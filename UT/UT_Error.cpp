@@ -1,6 +1,7 @@
 #include "UT_Error.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_ForkImpl.h"
 #include "UT_IStream.h"
 #include "UT_Lock.h"
 #include "UT_Path.h"
@@ -126,10 +127,12 @@ utFindMessages(const char *type)
     struct ut_Cache
     {
         UT_Lock lock{/*initiallyLocked=*/0, /*recursive=*/true};
+        ut_ForkLock forkLock{lock, UT_FORK_MESSAGES};
         UT_SymbolTable files; // of UT_StringArray
     };
     static ut_Cache *theCache = new ut_Cache; // never destroyed
 
+    theCache->forkLock.join();
     theCache->lock.lockLW();
     const std::lock_guard<UT_Lock> guard(theCache->lock, std::adopt_lock);
     const ut_CancelGuard cancelGuard;

@@ -5,6 +5,7 @@
 #include "UT_DateImpl.h"
 #include "UT_EnvControl.h"
 #include "UT_ErrorImpl.h"
+#include "UT_ForkImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include <mutex>
@@ -165,5 +166,7 @@ UT_ErrorLog *
 UTgetErrorLog()
 {
     static UT_ErrorLog *theLog = new UT_ErrorLog; // never destroyed
+    static ut_ForkLock theForkLock(theLog->myLock, UT_FORK_LOG);
+    theForkLock.join();
     return theLog;
 }

@@ -20,7 +20,7 @@
 ///
 /// The file is opened for each error and closed again: it may be moved away at
 /// any time. Each error is written in one piece, so that several processes can
-/// share a file. Thread-safe.
+/// share a file. Thread-safe; a child of fork() may use it, too.
 class UT_API UT_ErrorLog
 {
 public:

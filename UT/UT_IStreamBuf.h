@@ -46,7 +46,8 @@ public:
 
     /// The file at `path`, which the buffer closes. When it cannot be opened
     /// the buffer's error is set, with the errno of the attempt. Blocks are
-    /// 4096 bytes.
+    /// 4096 bytes. Programs that are started do not inherit the file; a child
+    /// of fork() shares it, and its position, with the parent.
     static UT_IStreamBuf *fileBuf(const char *path);
 
     /// Reads `file`, which the caller closes after the buffer's last use. A

@@ -26,6 +26,12 @@ enum UT_StaticLockType
 /// unlocks is the one that holds the lock.
 ///
 /// Thread-safe, but for construction, assignment and debugLock().
+///
+/// A lock that another thread holds at a fork() stays held in the child, which
+/// must not wait for it: the thread that would unlock it is not there. The
+/// toolkit's own locks, those of the pools, the settings, the names of files
+/// and texts and the error log, are free in a child; that of host look-ups need
+/// not be.
 class UT_API UT_Lock
 {
 public:
@@ -86,7 +92,8 @@ public:
     /// on, and leaves the lock free. A lock that is held at the call, by its
     /// construction or by the caller, needs a trigger() before that one to
     /// come free first. Waits as lockLW() does; not for recursive locks, whose
-    /// second taking does not wait.
+    /// second taking does not wait. A thread that is cancelled in the second
+    /// wait leaves the lock free as well.
     void waitForTrigger();
 
     /// Attempts that failed since construction; a statistic that racing

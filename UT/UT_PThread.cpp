@@ -1,11 +1,14 @@
 #include "UT_Thread.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_ForkImpl.h"
+#include "UT_Lock.h"
 #include "UT_SmallObjectAllocator.h"
 #include "UT_ThreadImpl.h"
 
 #include <csignal>
 #include <ctime>
+#include <mutex>
 #include <new>
 
 static std::atomic<int> thePThreadStackSize(0);
@@ -13,8 +16,16 @@ static std::atomic<int> thePThreadStackSize(0);
 int
 utSpinsBeforeSleep()
 {
-    static const int theSpins = UT_Thread::getNumProcessors() < 2 ? 0 : 1000;
-    return theSpins;
+    // Not a static object that others wait for while it is made: its maker may
+    // not be there in a child of fork().
+    static std::atomic<int> theSpins(-1);
+    int spins = theSpins.load(std::memory_order_relaxed);
+    if (spins < 0)
+    {
+        spins = UT_Thread::getNumProcessors() < 2 ? 0 : 1000;
+        theSpins.store(spins, std::memory_order_relaxed);
+    }
+    return spins;
 }
 
 void
@@ -69,10 +80,18 @@ private:
 
 UT_PThread::UT_PThread(int spinMode)
     : UT_Thread(spinMode), myFunction(nullptr), myData(nullptr), myThreadId(),
-      myIsAlive(false), myIsJoinable(false), mySleepers(0)
+      myIsAlive(false), myIsJoinable(false), myForks(0), mySleepers(0)
 {
     // Here, because it may make the settings, which is not for workers to do.
     utSpinsBeforeSleep();
+    utWatchForks();
+    myForks = theForkCount.load();
+    initWaiting();
+}
+
+void
+UT_PThread::initWaiting()
+{
     pthread_mutex_init(&myMutex, nullptr);
     pthread_condattr_t attributes;
     pthread_condattr_init(&attributes);
@@ -85,6 +104,7 @@ UT_PThread::~UT_PThread()
 {
     // The waits in here may not be cancelled.
     const ut_CancelGuard guard;
+    forgetParent();
     UT_PThread::killThread();
     UT_PThread::waitThread(1);
     pthread_cond_destroy(&myCondition);
@@ -92,8 +112,31 @@ UT_PThread::~UT_PThread()
 }
 
 bool
+UT_PThread::isOfParent() const
+{
+    return myForks.load(std::memory_order_relaxed) !=
+           theForkCount.load(std::memory_order_relaxed);
+}
+
+// In a child of fork(): there is no thread, and what it waited for or held is
+// as nobody left it.
+void
+UT_PThread::forgetParent()
+{
+    if (!isOfParent())
+        return;
+    initWaiting();
+    myIsAlive = false;
+    myIsJoinable = false;
+    mySleepers = 0;
+    myState = IDLE;
+    myForks = theForkCount.load();
+}
+
+bool
 UT_PThread::startThread(void *(*function)(void *), void *data)
 {
+    forgetParent();
     if (waitThread(0))
         waitForState(IDLE);
     // A thread that has ended is waited for before its job is overwritten: one
@@ -180,6 +223,7 @@ UT_PThread::threadStarted()
 void
 UT_PThread::threadEnded()
 {
+    forgetParent();
     // Both at once, so that nobody sees an idle worker that is about to go.
     pthread_mutex_lock(&myMutex);
     myIsAlive = false;
@@ -196,6 +240,12 @@ UT_PThread::isResourceHog() const
     return false;
 }
 
+int
+UT_PThread::getState()
+{
+    return isOfParent() ? IDLE : UT_Thread::getState();
+}
+
 bool
 UT_PThread::isReached(int state) const
 {
@@ -205,8 +255,9 @@ UT_PThread::isReached(int state) const
 void
 UT_PThread::waitForState(int state)
 {
-    // A worker that has ended is asked for its state under the mutex, where both
-    // have changed.
+    forgetParent();
+    // A worker that has ended is asked for its state under the mutex, where
+    // both have changed.
     for (int spins = utSpinsBeforeSleep(); spins > 0 && myIsAlive; --spins)
     {
         if (myState.load() == state)
@@ -221,6 +272,7 @@ UT_PThread::waitForState(int state)
 void
 UT_PThread::setState(int state)
 {
+    forgetParent();
     // A sleeper counts itself before it looks at the state, so one of the two
     // sides sees the other.
     myState.store(state);
@@ -271,6 +323,7 @@ UT_PThread::restartThread()
 int
 UT_PThread::waitThread(int block)
 {
+    forgetParent();
     if (block && myIsJoinable.exchange(false))
     {
         try
@@ -295,6 +348,7 @@ UT_PThread::clearJob()
 void
 UT_PThread::waitForEnd()
 {
+    forgetParent();
     for (int spins = utSpinsBeforeSleep(); spins > 0 && myIsAlive; --spins)
         utPause();
     timespec end;
@@ -351,35 +405,19 @@ struct ut_ThreadIdIndexPair
 
 static_assert(sizeof(void *) != 4 || sizeof(ut_ThreadIdIndexPair) == 16);
 
-// Holds an atomic word while it lives.
-class ut_SpinGuard
-{
-public:
-    explicit ut_SpinGuard(std::atomic<int32> &word) : myWord(word)
-    {
-        while (myWord.exchange(1, std::memory_order_acquire))
-            utPause();
-    }
-
-    ~ut_SpinGuard() { myWord.store(0, std::memory_order_release); }
-
-    ut_SpinGuard(const ut_SpinGuard &) = delete;
-    ut_SpinGuard &operator=(const ut_SpinGuard &) = delete;
-
-private:
-    std::atomic<int32> &myWord;
-};
-
 } // namespace
 
-static std::atomic<int32> theSequentialThreadIndexLock(0);
+static UT_Lock theSequentialThreadIndexLock(UT_STATIC_LOCK);
+static ut_ForkLock
+    theIndexForkLock(theSequentialThreadIndexLock, UT_FORK_POOLS);
 static ut_ThreadIdIndexPair *theThreadIdIndexPairHead; // the latest first
 static int32 theNextThreadIndex;
 
 static int
 utFindThreadIndex(pthread_t id)
 {
-    const ut_SpinGuard guard(theSequentialThreadIndexLock);
+    theIndexForkLock.join();
+    const std::lock_guard<UT_Lock> guard(theSequentialThreadIndexLock);
     ut_ThreadIdIndexPair *pair = theThreadIdIndexPairHead;
     while (pair && !pthread_equal(pair->id, id))
         pair = pair->next;

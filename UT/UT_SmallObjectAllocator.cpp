@@ -1,6 +1,7 @@
 #include "UT_SmallObjectAllocator.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_ForkImpl.h"
 #include "UT_Lock.h"
 
 #include <memory>
@@ -34,15 +35,30 @@ public:
 private:
     UT_Lock *myLock;
 };
+
+// A lock that forks wait for. It asks nothing when it is made: the first pool
+// may be made by what answers such questions.
+class ut_PoolLock : public UT_Lock
+{
+public:
+    ut_PoolLock() : UT_Lock(UT_STATIC_LOCK), myForkLock(*this, UT_FORK_POOLS)
+    {
+        myForkLock.join();
+    }
+    ~ut_PoolLock() { myForkLock.leave(); }
+    ut_PoolLock(const ut_PoolLock &) = delete;
+    ut_PoolLock &operator=(const ut_PoolLock &) = delete;
+
+private:
+    ut_ForkLock myForkLock;
+};
 } // namespace
 
-// The lock is one that asks nothing when it is made: the first pool may be
-// made by what answers such questions.
 UT_SmallObjectAllocator::UT_SmallObjectAllocator(
     bool reclaim, int objectsPerPage, unsigned int maxObjectSize,
     bool threadSafe)
     : myLastAllocation(nullptr), myLastRelease(nullptr),
-      myLock(threadSafe ? new UT_Lock(UT_STATIC_LOCK) : nullptr),
+      myLock(threadSafe ? new ut_PoolLock : nullptr),
       myObjectsPerPage(objectsPerPage), myMaxObjectSize(maxObjectSize),
       myReclaim(reclaim)
 {
@@ -52,7 +68,7 @@ UT_SmallObjectAllocator::~UT_SmallObjectAllocator()
 {
     for (unsigned i = myAllocators.entries(); i-- > 0;)
         delete myAllocators(i);
-    delete myLock;
+    delete static_cast<ut_PoolLock *>(myLock);
 }
 
 // Index of the first pool for blocks of `size` bytes or more; the number of

@@ -16,7 +16,8 @@ class UT_Lock;
 /// Blocks from the pools are aligned for a pointer and not for more.
 ///
 /// Thread-safe when constructed so; thread-compatible otherwise. The requests
-/// that go to the heap take no lock.
+/// that go to the heap take no lock. A fork() waits until nobody is in a
+/// thread-safe one, so that the child can use it, too.
 class UT_API UT_SmallObjectAllocator
 {
 public:

@@ -4,6 +4,7 @@
 #include "UT_SmallObjectAllocator.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <climits>
 #include <cstdlib>
@@ -11,14 +12,30 @@
 
 // ---- One bucket ------------------------------------------------------------
 
-// Never destroyed: tables in static storage give their nodes back at exit.
+// Never destroyed: tables in static storage give their nodes back at exit. Made
+// without waiting: the thread that makes it may not be there in a child of
+// fork().
+static std::atomic<UT_SmallObjectAllocator *> theSymPool(nullptr);
+
 static UT_SmallObjectAllocator &
-utSymPool()
+utMakeSymPool()
 {
-    static UT_SmallObjectAllocator *thePool = new UT_SmallObjectAllocator(
+    auto *const made = new UT_SmallObjectAllocator(
         /*reclaim=*/true, /*objectsPerPage=*/1024, /*maxObjectSize=*/128,
         /*threadSafe=*/true);
-    return *thePool;
+    UT_SmallObjectAllocator *first = nullptr;
+    if (theSymPool.compare_exchange_strong(first, made))
+        return *made;
+    delete made; // another thread came first
+    return *first;
+}
+
+static inline UT_SmallObjectAllocator &
+utSymPool()
+{
+    UT_SmallObjectAllocator *const pool =
+        theSymPool.load(std::memory_order_acquire);
+    return pool ? *pool : utMakeSymPool();
 }
 
 // A name and what one pass over it tells.

@@ -13,7 +13,7 @@
 
 /// A file without a name, open for reading and writing, which is gone when it
 /// is closed. The caller closes it with fclose(). Null on failure, with errno
-/// set. Threads: as UTgetTmpDir().
+/// set. Programs that are started do not inherit it. Threads: as UTgetTmpDir().
 UT_API FILE *UTtmpFile();
 
 /// The same as a standard stream; it is in a failed state when there is no
@@ -21,7 +21,9 @@ UT_API FILE *UTtmpFile();
 UT_API std::unique_ptr<std::iostream> UTtmpStream();
 
 /// An open file with a fresh name, which others may be told, and which is
-/// removed with the object. Programs that are started do not inherit it.
+/// removed with the object. Programs that are started do not inherit it. A
+/// child of fork() must call keep(), or its copy of the object removes the
+/// parent's file.
 ///
 /// Thread-compatible.
 class UT_API UT_TempFile

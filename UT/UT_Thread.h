@@ -15,6 +15,14 @@
 ///
 /// One thread at a time controls a worker: starts jobs, waits for them, ends
 /// it. Asking for its state is free to all.
+///
+/// In a child of fork() there is none of the parent's threads: a worker is
+/// idle and has ended there, all waits for it return at once, and what it was
+/// working on is as it was at that moment. The child may start it again, with a
+/// thread of its own. Where a job itself forks, the child ends with the job.
+///
+/// While the thread of any worker is there the library must stay loaded:
+/// dlclose() is not allowed before the worker is destroyed, busy or not.
 class UT_API UT_Thread
 {
 public:
@@ -168,6 +176,7 @@ public:
     void threadStarted() override;
     void threadEnded() override;
     bool isResourceHog() const override;
+    int getState() override;
 
     /// Waits until the state is `state` or the worker has ended. For the time
     /// of a quick job it only looks, and then sleeps.
@@ -195,6 +204,9 @@ public:
     void waitForEnd() override;
 
 private:
+    UT_LOCAL void initWaiting();
+    UT_LOCAL bool isOfParent() const;
+    UT_LOCAL void forgetParent();
     UT_LOCAL static void *threadWrapper(void *self);
     UT_LOCAL bool isReached(int state) const;
     UT_LOCAL void runJobs();
@@ -206,6 +218,7 @@ private:
     pthread_cond_t myCondition;     // the state or myIsAlive has changed
     std::atomic<bool> myIsAlive;    // the thread is there and not killed
     std::atomic<bool> myIsJoinable; // it must still be waited for
+    std::atomic<uint16> myForks;    // before the process that all this is of
     std::atomic<int32> mySleepers;  // threads that wait for myCondition
 
     friend class ut_WaitGuard;

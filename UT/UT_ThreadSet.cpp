@@ -2,6 +2,7 @@
 
 #include "UT_AllocImpl.h"
 #include "UT_CancelImpl.h"
+#include "UT_ForkImpl.h"
 #include "UT_Nap.h"
 #include "UT_Thread.h"
 #include "UT_ThreadImpl.h"
@@ -150,11 +151,14 @@ UT_ThreadFarm::nextThread(int *index, int block)
 int
 UT_ThreadFarm::wait(int)
 {
-    // A worker does its present job, and then an empty one, its last.
+    // A worker does its present job, and then an empty one, its last. In a
+    // child of fork() no thread is made just for that.
+    const bool isChild = theForkCount != 0;
     for (int i = 0; i < myCount; ++i)
     {
         myThreads[i]->setSpinMode(UT_Thread::SPIN_NEVER);
-        myThreads[i]->startThread(nullptr, nullptr);
+        if (!isChild || myThreads[i]->waitThread(0))
+            myThreads[i]->startThread(nullptr, nullptr);
     }
     for (int i = 0; i < myCount; ++i)
         myThreads[i]->waitForState(UT_Thread::IDLE);

@@ -11,6 +11,11 @@ class UT_Thread;
 
 /// A fixed number of workers, which run one function at the same time, each on
 /// a datum of its own. One thread at a time may use it.
+///
+/// In a child of fork() the workers of the parent are not there: nothing is
+/// waited for, also in the destructor, and a job that was not finished never
+/// is. The child must not use what such a job was changing. go() starts workers
+/// of the child's own.
 class UT_API UT_ThreadSet
 {
 public:
@@ -61,7 +66,8 @@ public:
 static_assert(sizeof(void *) != 4 || sizeof(UT_ThreadSet) == 24);
 
 /// Workers of which each does another job. One thread at a time may use it: two
-/// could be given the same idle worker.
+/// could be given the same idle worker. In a child of fork() it is as with a
+/// UT_ThreadSet.
 class UT_API UT_ThreadFarm
 {
 public:

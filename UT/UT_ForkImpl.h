@@ -1,0 +1,56 @@
+// What a fork() means to the toolkit: of all threads the child has only the one
+// that forked.
+
+#pragma once
+
+#include "SYS/SYS_Types.h"
+
+#include <atomic>
+
+class UT_Lock;
+
+// Has forks counted and the locks below kept from now on. Thread-safe.
+void utWatchForks();
+
+// Forks between the process that first called utWatchForks() and this one.
+extern std::atomic<uint16> theForkCount;
+
+// When a fork takes a lock: whoever holds one of them may be waiting for a
+// later one.
+enum ut_ForkOrder
+{
+    UT_FORK_MESSAGES,
+    UT_FORK_LOG,
+    UT_FORK_SETTINGS,
+    UT_FORK_POOLS, // and what else is held for itself
+    UT_FORK_ORDERS
+};
+
+// A lock that every fork() waits for: both processes then find it free, and
+// what it guards whole. Without that, what another thread holds at that moment
+// stays held in the child.
+class ut_ForkLock
+{
+public:
+    constexpr ut_ForkLock(UT_Lock &lock, ut_ForkOrder order)
+        : myLock(lock), myOrder(order)
+    {
+    }
+
+    ut_ForkLock(const ut_ForkLock &) = delete;
+    ut_ForkLock &operator=(const ut_ForkLock &) = delete;
+
+    // Takes part in forks, from the first call on. Both objects must stay until
+    // leave().
+    void join();
+    void leave();
+
+private:
+    friend struct ut_ForkHandlers;
+
+    UT_Lock &myLock;
+    const ut_ForkOrder myOrder;
+    bool myIsTaken = false; // by the fork that is under way
+    std::atomic<bool> myIsIn{false};
+    std::atomic<ut_ForkLock *> myNext{nullptr};
+};

@@ -1,0 +1,292 @@
+// What a child of fork() can do, in which only the thread that forked goes on,
+// and what a program that it starts gets to see.
+
+#include "UT/UT_Error.h"
+#include "UT/UT_ErrorLog.h"
+#include "UT/UT_Exit.h"
+#include "UT/UT_IStream.h"
+#include "UT/UT_Lock.h"
+#include "UT/UT_SmallObjectAllocator.h"
+#include "UT/UT_String.h"
+#include "UT/UT_SymbolTable.h"
+#include "UT/UT_TempFile.h"
+#include "UT/UT_Thread.h"
+#include "UT/UT_ThreadSet.h"
+
+#include "ut_TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// Runs `body` in a child, which prints what fails there. A child that hangs is
+// killed by a signal. The exit status; -1 after a signal.
+template <class Body>
+static int
+utInChild(Body body)
+{
+    std::cout.flush();
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        alarm(30);
+        body();
+        std::cout.flush();
+        _exit(testing::Test::HasFailure());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+static void *
+utDoNothing(void *)
+{
+    return nullptr;
+}
+
+// A job that goes on until it is let go.
+class ut_Stay
+{
+public:
+    ~ut_Stay() { myIsOver = true; }
+
+    void startIn(UT_Thread &worker)
+    {
+        const int before = myCount;
+        worker.startThread(stay, this);
+        while (myCount == before)
+            sched_yield();
+    }
+
+private:
+    static void *stay(void *data)
+    {
+        auto &self = *static_cast<ut_Stay *>(data);
+        ++self.myCount;
+        while (!self.myIsOver)
+            UT_Lock(1).lockNap(1);
+        return nullptr;
+    }
+
+    std::atomic<int> myCount{0};
+    std::atomic<bool> myIsOver{false};
+};
+
+TEST(UT_Fork, WorkersOfTheParentAreNotThere)
+{
+    UT_PThread idle(UT_Thread::SPIN_SLEEP);
+    idle.startThread(utDoNothing, nullptr);
+    idle.waitForState(UT_Thread::IDLE);
+    UT_PThread ended(UT_Thread::SPIN_NEVER);
+    ended.startThread(utDoNothing, nullptr);
+    ended.waitForState(UT_Thread::IDLE);
+    UT_PThread busy(UT_Thread::SPIN_SLEEP);
+    ut_Stay stay;
+    stay.startIn(busy);
+    UT_PThread busyInTheFirstCall(UT_Thread::SPIN_BUSY);
+    stay.startIn(busyInTheFirstCall);
+
+    const auto expectNone = [&]
+    {
+        busyInTheFirstCall.waitForState(UT_Thread::IDLE);
+        for (UT_PThread *worker : {&idle, &ended, &busy, &busyInTheFirstCall})
+        {
+            EXPECT_EQ(UT_Thread::IDLE, worker->getState());
+            EXPECT_EQ(0, worker->killIdle());
+            EXPECT_EQ(0, worker->killThread());
+            EXPECT_EQ(0, worker->waitThread(1));
+            worker->waitForState(UT_Thread::IDLE);
+            worker->~UT_PThread();
+        }
+    };
+    EXPECT_EQ(0, utInChild(expectNone));
+    EXPECT_EQ(UT_Thread::RUNNING, busy.getState());
+    EXPECT_TRUE(idle.isValid());
+}
+
+TEST(UT_Fork, GroupsOfTheParentHaveNothingToWaitFor)
+{
+    auto set = std::make_unique<UT_ThreadSet>(2);
+    auto farm = std::make_unique<UT_ThreadFarm>(2);
+    ut_Stay stay;
+    for (int i = 0; i < 2; ++i)
+    {
+        stay.startIn(*set->getThread(i));
+        stay.startIn(*farm->nextThread(nullptr, 1));
+    }
+    const auto useGroups = [&]
+    {
+        EXPECT_EQ(0, set->wait(1));
+        EXPECT_EQ(0, set->wait(0));
+        EXPECT_NE(nullptr, farm->nextThread(nullptr, 0));
+        EXPECT_EQ(1, farm->wait());
+        set.reset();
+        farm.reset();
+    };
+    EXPECT_EQ(0, utInChild(useGroups));
+    EXPECT_EQ(nullptr, farm->nextThread(nullptr, 0));
+}
+
+TEST(UT_Fork, AChildStartsWorkersOfItsOwn)
+{
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "this checker lets a child have no threads";
+#endif
+    UT_PThread worker(UT_Thread::SPIN_SLEEP);
+    ut_Stay stay;
+    stay.startIn(worker);
+    const auto startAgain = [&]
+    {
+        int count = 0;
+        const auto job = [](void *data) -> void *
+        {
+            ++*static_cast<int *>(data);
+            return nullptr;
+        };
+        EXPECT_TRUE(worker.startThread(job, &count));
+        worker.waitForState(UT_Thread::IDLE);
+        EXPECT_EQ(1, count);
+        EXPECT_TRUE(worker.isValid());
+        // And so may a child of the child.
+        EXPECT_EQ(0, utInChild([&] { EXPECT_FALSE(worker.isValid()); }));
+        worker.~UT_PThread();
+    };
+    EXPECT_EQ(0, utInChild(startAgain));
+}
+
+TEST(UT_Fork, AChildExits)
+{
+    static UT_ThreadFarm theFarm(1); // destroyed at the exit
+    static ut_Stay theStay;
+    theStay.startIn(*theFarm.nextThread(nullptr, 1));
+    EXPECT_EQ(7, utInChild([] { UT_Exit::exit(7); }));
+}
+
+// A job that forks goes on in the child, whose end is its own.
+TEST(UT_Fork, AWorkerForks)
+{
+    int status = -1;
+    UT_PThread worker(UT_Thread::SPIN_SLEEP);
+    const auto forkAndReturn = [](void *data) -> void *
+    {
+        const pid_t child = fork();
+        if (child == 0)
+            alarm(30);
+        else
+            waitpid(child, static_cast<int *>(data), 0);
+        return nullptr;
+    };
+    worker.startThread(forkAndReturn, &status);
+    worker.waitForState(UT_Thread::IDLE);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(0, WEXITSTATUS(status));
+}
+
+// What the threads of a process share, and a child goes on with.
+class ut_SharedState
+{
+public:
+    ut_SharedState()
+    {
+        setenv("VALDRIN_ERRORLOG_FILENAME", "/dev/null", /*overwrite=*/1);
+        UTgetErrorLog();
+    }
+
+    void use()
+    {
+        UT_SymbolTable table;
+        for (int i = 0; i < 10; ++i)
+            table.addSymbol(std::to_string(i).c_str(), UT_Thing(i));
+        myAllocator.deallocate(myAllocator.allocate(24), 24);
+        UT_Error error("Common", 4, "text", UT_ERROR_ERROR);
+        UTgetErrorLog()->logError(&error);
+    }
+
+private:
+    UT_SmallObjectAllocator myAllocator{
+        /*reclaim=*/true, /*objectsPerPage=*/16, /*maxObjectSize=*/128,
+        /*threadSafe=*/true};
+};
+
+TEST(UT_Fork, PoolsAndTablesAreFreeInTheChild)
+{
+    ut_SharedState state;
+    std::atomic<bool> isOver(false);
+    const auto useUntilOver = [&]
+    {
+        while (!isOver)
+            state.use();
+    };
+    const auto startUntilOver = [&]
+    {
+        // A thread that is new has no index yet.
+        while (!isOver)
+            std::thread(UT_Thread::getMySequentialThreadIndex).join();
+    };
+    std::thread first(useUntilOver);
+    std::thread second(useUntilOver);
+    std::thread third(startUntilOver);
+    int failures = 0;
+    for (int i = 0; i < 200 && failures == 0; ++i)
+        failures += utInChild(
+                        [&]
+                        {
+                            state.use();
+                            UT_Thread::getMySequentialThreadIndex();
+                        }) != 0;
+    isOver = true;
+    first.join();
+    second.join();
+    third.join();
+    EXPECT_EQ(0, failures);
+}
+
+// Allocators come and go while others fork.
+TEST(UT_Fork, AnAllocatorThatIsGoneIsNotAsked)
+{
+    auto first = std::make_unique<UT_SmallObjectAllocator>(true, 4, 64, true);
+    auto second = std::make_unique<UT_SmallObjectAllocator>(true, 4, 64, true);
+    auto third = std::make_unique<UT_SmallObjectAllocator>(true, 4, 64, true);
+    const auto useThird = [&] { third->deallocate(third->allocate(8), 8); };
+    second.reset();
+    EXPECT_EQ(0, utInChild(useThird));
+    first.reset();
+    EXPECT_EQ(0, utInChild(useThird));
+    third.reset();
+    EXPECT_EQ(0, utInChild([] {}));
+}
+
+TEST(UT_Fork, NoFileIsOpenInAProgramThatIsStarted)
+{
+    const ut_TempDir dir;
+    UT_IFStream in(dir.write("text", "text").c_str(), UT_ISTREAM_ASCII);
+    const UT_TempFile temporary("name");
+    const std::unique_ptr<FILE, int (*)(FILE *)> unnamed(UTtmpFile(), fclose);
+    const auto stream = UTtmpStream();
+    int open = 0;
+    for (const auto &entry :
+         std::filesystem::directory_iterator("/proc/self/fd"))
+    {
+        const int file = std::stoi(entry.path().filename().string());
+        std::error_code error;
+        const std::string path =
+            std::filesystem::read_symlink(entry, error).string();
+        if (path.find("/ut") == path.npos && path.find("/name") == path.npos &&
+            path.find("(deleted)") == path.npos)
+            continue;
+        ++open;
+        EXPECT_TRUE(fcntl(file, F_GETFD) & FD_CLOEXEC) << path;
+    }
+    EXPECT_EQ(4, open);
+}
