@@ -70,7 +70,7 @@ UT_EnvControl::createControl()
     // The light-weight way to wait asks for a setting.
     theCreation.lockNap();
     const std::lock_guard<UT_Lock> guard(theCreation, std::adopt_lock);
-    const ut_CancelGuard cancelGuard; // half of the settings is none
+    const ut_CancelGuard cancelGuard; // they are read as a whole
     if (!theControl.load(std::memory_order_relaxed))
         new UT_EnvControl;
     return *theControl.load(std::memory_order_relaxed);
@@ -293,7 +293,7 @@ UT_EnvControl::varChanged(const char *name)
     if (!theVariableNames().findSymbol(name, nullptr))
         return;
     UT_EnvControl &control = getControl();
-    const ut_CancelGuard guard; // half of the settings is none
+    const ut_CancelGuard guard; // they are read as a whole
     control.freeStrings();
     control.doInit();
 }

@@ -1,5 +1,7 @@
 #include "UT/UT_Lock.h"
 
+#include "UT/UT_Thread.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -86,6 +88,23 @@ TEST(UT_Lock, ATriggerEndsTheWait)
     // That attempt may have been one before the first trigger.
     while (wait.wait_for(1ms) != std::future_status::ready)
         lock.trigger();
+}
+
+TEST(UT_Lock, AKilledThreadLeavesATriggerFree)
+{
+    UT_Lock lock;
+    const auto waitForTrigger = [](void *data) -> void *
+    {
+        static_cast<UT_Lock *>(data)->waitForTrigger();
+        return nullptr;
+    };
+    {
+        UT_PThread worker(UT_Thread::SPIN_NEVER);
+        worker.startThread(waitForTrigger, &lock);
+        while (lock.collisions() == 0) // until it waits
+            std::this_thread::yield();
+    }
+    EXPECT_TRUE(lock.tryLock());
 }
 
 TEST(UT_DebugLock, TellsItsCollisions)

@@ -32,6 +32,8 @@
 #include <random>
 #include <string>
 
+#include <sys/ioctl.h>
+#include <unistd.h>
 #include <zlib.h>
 
 using std::chrono::microseconds;
@@ -387,6 +389,41 @@ TEST_P(UT_ThreadKill, LeavesNothingBehind)
     EXPECT_EQ(0, utTemporaryFiles());
     EXPECT_TRUE(utWorld().lock.tryLock());
     utWorld().lock.unlock();
+}
+
+// A work buffer that a killed worker was reading into is still a text.
+TEST(UT_Thread, ALineThatIsHalfReadIsEmpty)
+{
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    struct
+    {
+        FILE *file;
+        UT_WorkBuffer line;
+    } reader;
+    reader.file = fdopen(ends[0], "r");
+    reader.line.append("an older text");
+    ASSERT_EQ(4, write(ends[1], "half", 4));
+    {
+        UT_PThread worker(UT_Thread::SPIN_NEVER);
+        const auto readLine = [](void *data) -> void *
+        {
+            auto &job = *static_cast<decltype(reader) *>(data);
+            job.line.getline(job.file);
+            return nullptr;
+        };
+        worker.startThread(readLine, &reader);
+        int unread = 4;
+        while (unread != 0) // until it waits for the rest
+        {
+            sched_yield();
+            ioctl(ends[0], FIONREAD, &unread);
+        }
+    }
+    EXPECT_EQ(0, reader.line.length());
+    EXPECT_STREQ("", reader.line.buffer());
+    fclose(reader.file);
+    close(ends[1]);
 }
 
 static const ut_Family theFamilies[] = {
