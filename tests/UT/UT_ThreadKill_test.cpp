@@ -365,6 +365,10 @@ class UT_ThreadKill : public testing::TestWithParam<ut_Family>
 
 TEST_P(UT_ThreadKill, LeavesNothingBehind)
 {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "this checker loses track of a stack that is unwound from "
+                    "within a call of the C library";
+#endif
     // Kills of this family.
     const char *const asked = getenv("VALDRIN_TEST_KILLS");
     const int kills = asked ? atoi(asked) : 40;
