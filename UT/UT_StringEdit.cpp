@@ -28,6 +28,8 @@ utText(const char *text)
 static const char *
 utFind(const char *begin, const char *text, size_t length)
 {
+    if (length == 1)
+        return strchr(begin, *text);
     if (length <= 32)
         return length ? strstr(begin, text) : nullptr;
     for (size_t window = std::max(length, 8 * length);; window *= 2)
