@@ -6,6 +6,7 @@
 #include "UT_RefArray.h"
 #include "UT_String.h"
 #include "UT_StringImpl.h"
+#include "UT_WorkArgs.h"
 #include "UT_WorkBuffer.h"
 
 #include <algorithm>
@@ -97,20 +98,66 @@ utAppendPadded(UT_WorkBuffer &out, const char *value, int width)
     out.append(value);
 }
 
-// Whether s/old/new/, the last part of the modifier, could make the value
-// longer than is good for it.
-static bool
-utMayExplode(const UT_String &value, const char *modifier)
+namespace
 {
-    constexpr size_t theLongestValue = 1 << 20;
-    const char *const slash = strchr(modifier, '/');
-    if (!slash)
+
+// s/old/new/ with its flags, as UT_String::applyModifiers() understands it.
+struct ut_Substitution
+{
+    bool all;
+    UT_String old;
+    int64 growth; // for each one that is replaced
+
+    int64 lengthOf(const UT_String &text) const
+    {
+        const int found = all ? text.count(old) : text.find(old) >= 0;
+        return text.length() + found * growth;
+    }
+
+    // The words are put together with one blank after each, which the last one
+    // has only if white space follows it.
+    int64 lengthOfWords(const UT_String &text) const
+    {
+        UT_String copy(text, /*deep=*/1);
+        UT_WorkArgs words;
+        copy.tokenizeInPlace(words, " \t\n\v\f\r");
+        int64 length = utIsSpace(text[text.length() - 1]) ? 0 : -1;
+        for (int i = 0; i < words.getArgc(); ++i)
+            length += lengthOf(UT_String(words[i])) + 1;
+        return length;
+    }
+};
+
+} // namespace
+
+// Whether the modifier, with its colon, is a substitution that would make the
+// value longer than is good for it.
+static bool
+utMakesTooLong(const UT_String &value, const char *modifier)
+{
+    constexpr int64 theLongestValue = 1 << 20;
+    const char *const flags = modifier + 1;
+    const char *const letter = flags + strspn(flags, "ag");
+    if (value.length() == 0 || letter[0] != 's' || letter[1] != '/')
         return false;
-    const size_t oldLength = strcspn(slash + 1, "/");
-    const char *const second = slash + 1 + oldLength;
-    const size_t newLength = *second ? strcspn(second + 1, "/") : 0;
-    return newLength > oldLength && oldLength > 0 &&
-           size_t(value.length()) / oldLength > theLongestValue / newLength;
+    const char *const old = letter + 2;
+    const size_t oldLength = strcspn(old, "/");
+    const char *const slash = old + oldLength;
+    const size_t newLength = *slash ? strcspn(slash + 1, "/") : 0;
+    const ut_Substitution substitution = {
+        std::find(flags, letter, 'a') != letter,
+        UT_String(old, /*deep=*/1, int(oldLength)),
+        int64(newLength) - int64(oldLength)};
+    if (substitution.growth <= 0)
+        return false;
+    int64 length;
+    if (std::find(flags, letter, 'g') != letter)
+        length = substitution.lengthOfWords(value);
+    else if (substitution.growth > theLongestValue - value.length())
+        return value.find(substitution.old) >= 0; // one is too many
+    else
+        length = substitution.lengthOf(value);
+    return length > theLongestValue && length > value.length();
 }
 
 // One after the other: each substitution can multiply the length of the value,
@@ -122,7 +169,7 @@ utApplyModifiers(UT_String &value, const char *modifiers, const char *end)
     {
         const char *const next = std::find(modifiers + 1, end, ':');
         const UT_String modifier(modifiers, /*deep=*/1, int(next - modifiers));
-        if (!utMayExplode(value, modifier))
+        if (!utMakesTooLong(value, modifier))
             value.applyModifiers(modifier);
         modifiers = next;
     }

@@ -15,7 +15,7 @@ class UT_WorkBuffer;
 ///   of modifiers right behind the name (`$FILE:h`; see
 ///   UT_String::findModifiers()) is applied to the value; not so while the
 ///   setting VALDRIN8_COMPATIBILITY is on, which leaves the colon alone. A
-///   substitution that could make the value longer than a megabyte is left
+///   substitution that would make the value longer than 2^20 bytes is left
 ///   out.
 /// - `${...}` becomes the value of the name between the braces, in which
 ///   variables and home directories are replaced first: `${A$B}`. It takes no

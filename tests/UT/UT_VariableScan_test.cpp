@@ -73,6 +73,55 @@ TEST(UT_VariableScan, HostileTextsNeedLittleSpace)
     EXPECT_LE(out.length(), 1 << 20);
 }
 
+// Each o of a value may become a thousand other characters, and the result is
+// a megabyte at most.
+TEST(UT_VariableScan, SubstitutionsAreHeldToTheLengthOfTheirResult)
+{
+    constexpr size_t longest = 1 << 20;
+    const std::string many(1048, '-');
+    const std::string room(longest - 2000, '-');
+    const struct
+    {
+        const char *what;
+        std::string value;
+        const char *flags;
+        bool changes;
+        size_t length;
+    } cases[] = {
+        {"one o in many characters", many + "o",             "",   true,  2048          },
+        {"the first o of two",       many + "oo",            "",   true,  2049          },
+        {"both o",                   many + "oo",            "a",  true,  3048          },
+        {"the first o of each word", many + "oo o",          "g",  true,  3050          },
+        {"each o of each word",      many + "oo o",          "ga", true,  4049          },
+        {"no o",                     many + many,            "a",  false, 2096          },
+        {"as long as it gets",       room + "oo",            "a",  true,  longest       },
+        {"too long by one",          room + "-oo",           "a",  false, longest - 1997},
+        {"the second o is no match", room + "-oo",           "",   true,  longest - 998 },
+        {"words, the longest",       room.substr(1) + "o o", "g",  true,  longest       },
+        {"words, too long by one",   room + "o o",           "g",  false, longest - 1997},
+    };
+    UT_WorkBuffer out;
+    for (const auto &row : cases)
+    {
+        ValdrinSetenv("V", row.value.c_str());
+        const std::string text = "$V:" + std::string(row.flags) + "s/o/" +
+                                 std::string(1000, 'n') + "/";
+        UTVariableScan(out, text.c_str(), nullptr, nullptr, true, true);
+        EXPECT_EQ(row.length, size_t(out.length())) << row.what;
+        EXPECT_EQ(row.changes, out.buffer() != row.value) << row.what;
+    }
+}
+
+// The tail of a path ignores the texts that a substitution would take.
+TEST(UT_VariableScan, OtherModifiersAreNotHeldToALength)
+{
+    ValdrinSetenv("V", (std::string(2000, 'x') + "/Some").c_str());
+    UT_WorkBuffer out;
+    const std::string text = "$V:ts/S/" + std::string(1000, 'n') + "/";
+    UTVariableScan(out, text.c_str(), nullptr, nullptr, true, true);
+    EXPECT_STREQ("Some", out.buffer());
+}
+
 TEST(UT_VariableScan, StringsExpandFromTheEnvironment)
 {
     ValdrinSetenv("VALDRIN8_COMPATIBILITY", "1");
