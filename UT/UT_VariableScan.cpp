@@ -6,6 +6,7 @@
 #include "UT_RefArray.h"
 #include "UT_String.h"
 #include "UT_StringImpl.h"
+#include "UT_VariableScanImpl.h"
 #include "UT_WorkArgs.h"
 #include "UT_WorkBuffer.h"
 
@@ -36,6 +37,9 @@ static constexpr struct ut_ScanTable
     unsigned char kinds[256];
 } theScanTable;
 
+// What a name between percent signs does not have. PROGRAMFILES(X86) is one.
+static constexpr char theNoNameChars[] = "%:=\"<>|^&` \t\n\v\f\r";
+
 // What a backslash takes the special meaning of.
 static constexpr char theScanProtectedChars[] = "`$~'";
 
@@ -60,6 +64,16 @@ utBehindClosingBrace(const char *text)
     return text;
 }
 
+// The backquote that ends the expression at `text`, or the text's end.
+static const char *
+utEndOfExpression(const char *text)
+{
+    const char *end = strchrnul(text, '`');
+    while (*end && end[-1] == '\\')
+        end = strchrnul(end + 1, '`');
+    return end;
+}
+
 // The width that a frame number's name asks for: "F4" is F in 4 characters,
 // and "F" in 0. -1 for all other names.
 static int
@@ -77,6 +91,18 @@ utFrameWidth(const char *name)
         width = std::min(width * 10 + (*digit - '0'), theWidestFrame);
     }
     return width;
+}
+
+// Bytes of modifiers at `text`, which follows a name.
+//
+// The setting is asked for at a colon only: to compute the settings some texts
+// are expanded, and those have no colon behind a name.
+static int
+utModifiersLength(const char *text)
+{
+    if (*text != ':' || UT_EnvControl::getInt(UT_VALDRIN8_COMPATIBILITY))
+        return 0;
+    return UT_String::findModifiers(text);
 }
 
 static void
@@ -221,17 +247,22 @@ class ut_VariableScanner
 {
 public:
     ut_VariableScanner(
-        UT_WorkBuffer &out, const char *text,
-        const char *(*varLookup)(const char *, void *),
-        const char *(*exprLookup)(const char *, void *), void *data,
+        UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups,
         bool expandVars, bool expandTilde, bool ignoreComments)
-        : myOut(out), myNext(text), myVarLookup(varLookup),
-          myExprLookup(exprLookup), myData(data), myExpandVars(expandVars),
-          myExpandTilde(expandTilde), myIgnoreComments(ignoreComments)
+        : myOut(out), myNext(text), myLookups(lookups),
+          myExpandVars(expandVars), myExpandTilde(expandTilde),
+          myIgnoreComments(ignoreComments)
     {
     }
 
-    int scan();
+    // Returns false when a brace is never closed.
+    bool scan();
+    int count() const { return myCount; }
+
+    // These scan what the text begins with, and return its end; null when a
+    // brace is never closed.
+    const char *scanReference();
+    const char *scanPercent();
 
 private:
     // A reference in braces whose name is not complete.
@@ -265,10 +296,9 @@ private:
     unsigned myDepth = 0; // open braces since the outermost open name
     UT_RefArray<ut_OpenName> myOpenNames; // the innermost last
     UT_WorkBuffer myNames;
-    UT_WorkBuffer myScratch; // the text for a look-up
-    const char *(*const myVarLookup)(const char *, void *);
-    const char *(*const myExprLookup)(const char *, void *);
-    void *const myData;
+    UT_WorkBuffer myScratch;      // the text for a look-up
+    bool myEndsWithFirst = false; // with the first reference
+    const ut_Lookups &myLookups;
     const bool myExpandVars;
     const bool myExpandTilde;
     const bool myIgnoreComments;
@@ -276,16 +306,16 @@ private:
 
 } // namespace
 
-int
+bool
 ut_VariableScanner::scan()
 {
-    for (;;)
+    do
     {
         copyOrdinary();
         switch (*myNext)
         {
         case '\0':
-            return myCount;
+            return true;
         case '\\':
             skipBackslash();
             continue;
@@ -298,7 +328,7 @@ ut_VariableScanner::scan()
             copyComment();
             continue;
         case '`':
-            if (!myExprLookup || isInBraces())
+            if (!myLookups.expression || isInBraces())
                 break;
             replaceExpression();
             continue;
@@ -321,7 +351,7 @@ ut_VariableScanner::scan()
             if (openName())
                 continue;
             myOut.append(myNext);
-            return myCount;
+            return false;
         case '{':
             ++myDepth;
             break;
@@ -335,7 +365,32 @@ ut_VariableScanner::scan()
             break;
         }
         copy(myNext + 1);
+    } while (!myEndsWithFirst || isInBraces());
+    return true;
+}
+
+const char *
+ut_VariableScanner::scanReference()
+{
+    myEndsWithFirst = true;
+    return scan() ? myNext : nullptr;
+}
+
+const char *
+ut_VariableScanner::scanPercent()
+{
+    const char *const name = myNext + 1;
+    const char *const end = name + strcspn(name, theNoNameChars);
+    const int modifiersLength = utModifiersLength(end);
+    if (end == name || end[modifiersLength] != '%')
+    {
+        copy(name);
+        return *name == '%' ? name + 1 : name;
     }
+    myScratch.append(name, int(end - name));
+    myNext = end;
+    replaceValue(modifiersLength);
+    return myNext + 1;
 }
 
 bool
@@ -457,12 +512,7 @@ ut_VariableScanner::replaceVariable()
     myScratch.clear();
     myScratch.append(myNext + 1, int(end - myNext - 1));
     myNext = end;
-    // The setting is asked for here only: to compute the settings some texts
-    // are expanded, and those have no colon behind a name.
-    int modifiersLength = 0;
-    if (*end == ':' && !UT_EnvControl::getInt(UT_VALDRIN8_COMPATIBILITY))
-        modifiersLength = UT_String::findModifiers(end);
-    replaceValue(modifiersLength);
+    replaceValue(utModifiersLength(end));
 }
 
 // The value of the variable in myScratch, with the modifiers that come next.
@@ -476,7 +526,7 @@ ut_VariableScanner::replaceValue(int modifiersLength)
     const int width = utFrameWidth(name);
     if (width >= 0)
         name[1] = '\0'; // the digits are no part of it
-    const char *const value = myVarLookup(name, myData);
+    const char *const value = myLookups.variable(name, myLookups.data);
     if (!value)
         return;
     ++myCount;
@@ -524,15 +574,14 @@ ut_VariableScanner::replaceHome()
 void
 ut_VariableScanner::replaceExpression()
 {
-    const char *const start = ++myNext;
-    while (*myNext && !(*myNext == '`' && myNext[-1] != '\\'))
-        ++myNext;
+    const char *const start = myNext + 1;
+    const char *const end = utEndOfExpression(start);
     myScratch.clear();
-    myScratch.append(start, int(myNext - start));
-    if (*myNext)
-        ++myNext;
+    myScratch.append(start, int(end - start));
+    myNext = *end ? end + 1 : end;
     myPrevious = '\0';
-    const char *const value = myExprLookup(myScratch.buffer(), myData);
+    const char *const value =
+        myLookups.expression(myScratch.buffer(), myLookups.data);
     if (!value)
         return;
     myOut.append(value);
@@ -549,10 +598,12 @@ UTExprVariableScan(
     out.clear();
     if (!text)
         return 0;
-    return ut_VariableScanner(
-               out, text, varLookup ? varLookup : wrapValdrinGetenv, exprLookup,
-               data, expandVars, expandTilde, ignoreComments)
-        .scan();
+    const ut_Lookups lookups = {
+        varLookup ? varLookup : wrapValdrinGetenv, exprLookup, data};
+    ut_VariableScanner scanner(
+        out, text, lookups, expandVars, expandTilde, ignoreComments);
+    scanner.scan();
+    return scanner.count();
 }
 
 int
@@ -570,4 +621,46 @@ const char *
 wrapValdrinGetenv(const char *name, void *)
 {
     return ValdrinGetenv(name);
+}
+
+const char *
+utReplaceVariable(
+    UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
+{
+    return ut_VariableScanner(
+               out, text, lookups, /*expandVars=*/true, /*expandTilde=*/false,
+               /*ignoreComments=*/true)
+        .scanReference();
+}
+
+const char *
+utReplacePercent(
+    UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
+{
+    return ut_VariableScanner(
+               out, text, lookups, /*expandVars=*/true, /*expandTilde=*/false,
+               /*ignoreComments=*/true)
+        .scanPercent();
+}
+
+const char *
+utReplaceExpression(
+    UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
+{
+    if (!*utEndOfExpression(text + 1))
+        return nullptr;
+    return ut_VariableScanner(
+               out, text, lookups, /*expandVars=*/false, /*expandTilde=*/false,
+               /*ignoreComments=*/true)
+        .scanReference();
+}
+
+const char *
+utReplaceHome(UT_WorkBuffer &out, const char *text)
+{
+    static constexpr ut_Lookups theNoLookups = {nullptr, nullptr, nullptr};
+    return ut_VariableScanner(
+               out, text, theNoLookups, /*expandVars=*/false,
+               /*expandTilde=*/true, /*ignoreComments=*/true)
+        .scanReference();
 }
