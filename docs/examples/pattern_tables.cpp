@@ -2,16 +2,13 @@
 // results come out otherwise as they should be. Fails when there are any, or
 // when a table is missing. Argument: the page.
 
+#include "page_tables.h"
+
 #include "UT/UT_String.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iostream>
 #include <string>
-#include <vector>
-
-using Row = std::vector<std::string>;
 
 static std::string
 expand(const Row &row)
@@ -90,70 +87,16 @@ multiMatch(const Row &row)
            std::to_string(index);
 }
 
-// The cells of a row, without the blanks and then the back quotes around them.
-static Row
-split(const std::string &line)
-{
-    Row row;
-    size_t start = line.find('|');
-    while (start != line.npos)
-    {
-        const size_t end = line.find('|', ++start);
-        if (end == line.npos)
-            break;
-        std::string cell = line.substr(start, end - start);
-        for (const char c : {' ', '`'})
-        {
-            cell.erase(0, cell.find_first_not_of(c));
-            cell.erase(cell.find_last_not_of(c) + 1);
-        }
-        row.push_back(cell);
-        start = end;
-    }
-    return row;
-}
-
-// Each table is known by the heading of its results, the last but one.
-static struct Table
-{
-    const char *heading;
-    std::string (*result)(const Row &);
-    int rows;
-} theTables[] = {
-    {"match",                       match,      0},
-    {"multiMatch, excluded, index", multiMatch, 0},
-    {"becomes",                     rename,     0},
-    {"selects",                     traverse,   0},
-    {"expand to",                   expand,     0},
-};
-
 int
 main(int argc, char **argv)
 {
-    if (argc != 2)
-        return std::fprintf(stderr, "usage: %s PAGE\n", argv[0]), 2;
-    std::ifstream page(argv[1]);
-    bool isRight = true;
-    Table *table = nullptr; // that the lines belong to
-    for (std::string line; std::getline(page, line);)
-    {
-        const Row row = split(line);
-        if (row.size() < 3)
-            table = nullptr;
-        else if (table && line[1] != '-')
+    return checkTables(
+        argc, argv,
         {
-            table->rows++;
-            const std::string result = table->result(row);
-            if (result == row[row.size() - 2])
-                continue;
-            isRight = false;
-            std::cout << line << " gives " << result << '\n';
-        }
-        for (Table &each : theTables)
-            if (row.size() >= 3 && row[row.size() - 2] == each.heading)
-                table = &each;
-    }
-    for (const Table &each : theTables)
-        isRight = isRight && each.rows > 0;
-    return isRight ? 0 : 1;
+            {"match",                       match     },
+            {"multiMatch, excluded, index", multiMatch},
+            {"becomes",                     rename    },
+            {"selects",                     traverse  },
+            {"expand to",                   expand    },
+    });
 }
