@@ -14,6 +14,7 @@
 
 class UT_IStream;
 class UT_WorkArgs;
+struct UT_ShellLine;
 
 /// Asks a constructor for a string that copies on every assignment.
 enum UT_AlwaysDeepType
@@ -348,6 +349,80 @@ public:
     /// environment's variables, home directories, and comments as ordinary
     /// text. The string owns the result; null becomes "". One thread only.
     void expandVariables();
+
+    // ---- Command lines of shells: UT_StringShell.cpp -----------------------
+    //
+    // One command, with its redirections. Nothing is run and no file is opened.
+    // Examples of all that follows are in docs/shell-lines.md.
+    //
+    // White space separates words. A quoted section is part of a word; empty
+    // quotes make an empty word. A redirection needs no white space around it,
+    // and names its file by one word. What follows a `|` is a command of its
+    // own and is not parsed. Deliberate: all other characters that have a
+    // meaning for a shell are ordinary: `;`, `&`, parentheses, wildcards, `#`
+    // and the `!` of a history.
+    //
+    // References are replaced as UTExprVariableScan() does it, with the same
+    // look-ups, frame numbers and modifiers. A variable or an expression
+    // without a value disappears. A null `varLookup` stands for
+    // wrapValdrinGetenv(); backquotes are ordinary characters when `exprLookup`
+    // is null. Values are never parsed: nothing in them quotes, redirects or is
+    // replaced. Outside quotes they are split at white space, into any number
+    // of words.
+    //
+    // Both functions return the number of words, which are in `args`. The
+    // string then owns its text, which holds the words, the first at its first
+    // byte, and the texts of `line`; it reads as "" when there are no words. A
+    // null or empty text has no words and stays as it is.
+    //
+    // A line is refused when a quote, backquote or brace is not closed, when a
+    // redirection has no file name or more than one word for it, when input,
+    // output or errors are redirected twice, when a pipe has no command before
+    // or after it, when it is longer than 2^26 bytes, and when its references
+    // would make it longer by more than 2^24. Then the result is -1, `line`
+    // says where and why, `args` is empty and the text stays as it is.
+    //
+    // O(length of text and values). As thread-safe as the look-ups; `~` and a
+    // colon after a name read the settings, which are for one thread only.
+
+    /// Parses a line as csh does.
+    ///
+    /// - In `'...'` every character is ordinary. In `"..."` variables,
+    ///   expressions and backslashes keep their meaning.
+    /// - A backslash makes the next character ordinary. Deliberate: it does so
+    ///   in double quotes too, as UT_WorkBuffer::protectedStrcat() writes it,
+    ///   but only before `"`, `$`, a backquote or a backslash; before all
+    ///   others it stays. At the end of the text it stays. Outside quotes a
+    ///   newline after it is white space.
+    /// - `$NAME`, `$NAME:h` and `${...}` are variables; any other `$` is
+    ///   ordinary.
+    /// - `~` and `~user` at the start of a word become a home directory.
+    /// - The redirections are `<`, `>`, `>>`, `>&` and `>>&`, those of output
+    ///   with or without a `!` at the end, and `|` and `|&`.
+    int parseCsh(
+        UT_WorkArgs &args, UT_ShellLine &line,
+        const char *(*varLookup)(const char *name, void *data) = nullptr,
+        const char *(*exprLookup)(const char *expression, void *data) = nullptr,
+        void *data = nullptr);
+
+    /// Parses a line as DOS does. Backslashes, single quotes and tildes are
+    /// ordinary.
+    ///
+    /// - In `"..."` variables and expressions keep their meaning, and two
+    ///   double quotes stand for one; all else is ordinary.
+    /// - Outside quotes a `^` makes the next character ordinary. At the end of
+    ///   the text it stays. A newline after it is white space.
+    /// - `%NAME%` and `%NAME:h%` are variables. A name has no white space, no
+    ///   backquote and none of `%:="<>|^&`. Deliberate: case counts. `%%` is
+    ///   one percent sign; any other `%` is ordinary.
+    /// - The redirections are `<`, `>`, `>>`, `2>`, `2>>`, `2>&1` and `|`. At
+    ///   the start of a word `0<`, `1>` and `1>>` are the same as without the
+    ///   digit.
+    int parseDos(
+        UT_WorkArgs &args, UT_ShellLine &line,
+        const char *(*varLookup)(const char *name, void *data) = nullptr,
+        const char *(*exprLookup)(const char *expression, void *data) = nullptr,
+        void *data = nullptr);
 
     // ---- Modifiers: UT_StringModify.cpp ------------------------------------
     //

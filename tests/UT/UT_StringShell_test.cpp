@@ -1,0 +1,198 @@
+#include "UT/UT_Env.h"
+#include "UT/UT_ShellLine.h"
+#include "UT/UT_String.h"
+#include "UT/UT_WorkArgs.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+// What a line means is tested by the tables of docs/shell-lines.md. Here is
+// what a page cannot show.
+
+using ut_Words = std::vector<std::string>;
+
+struct ut_Shell
+{
+    const char *name;
+    decltype(&UT_String::parseCsh) parse;
+    std::string escape;
+    std::string variable; // a reference to one
+};
+
+static const ut_Shell theShells[] = {
+    {"csh", &UT_String::parseCsh, "\\", "$A" },
+    {"DOS", &UT_String::parseDos, "^",  "%A%"},
+};
+
+// Every variable is the text that `data` points to.
+static const char *
+utLookup(const char *, void *data)
+{
+    return static_cast<const char *>(data);
+}
+
+namespace
+{
+
+// A text, and what a shell makes of it. There are no expressions.
+struct ut_Parsed
+{
+    ut_Parsed(const ut_Shell &shell, const char *line, char *value = nullptr)
+        : text(line)
+    {
+        parse(shell, value);
+    }
+
+    void parse(const ut_Shell &shell, char *value = nullptr)
+    {
+        count = (text.*shell.parse)(args, result, utLookup, nullptr, value);
+        words.assign(args.getArgv(), args.getArgv() + args.getArgc());
+    }
+
+    UT_String text;
+    UT_WorkArgs args;
+    UT_ShellLine result;
+    int count;
+    ut_Words words;
+};
+
+} // namespace
+
+TEST(UT_StringShell, TheStringOwnsWhatItWasParsedInto)
+{
+    for (const auto &shell : theShells)
+    {
+        const char lent[] = ">c a\xE9 b";
+        const ut_Parsed line(shell, lent);
+        EXPECT_EQ(2, line.count) << shell.name;
+        EXPECT_EQ(ut_Words({"a\xE9", "b"}), line.words) << shell.name;
+        EXPECT_STREQ(">c a\xE9 b", lent) << shell.name;
+        EXPECT_STREQ("a\xE9", line.text) << shell.name;
+        EXPECT_EQ(line.text.buffer(), line.args[0]) << shell.name;
+        EXPECT_EQ(line.args[0] + 3, line.args[1]) << shell.name;
+        EXPECT_EQ(line.args[1] + 2, line.result.output) << shell.name;
+    }
+}
+
+TEST(UT_StringShell, ARefusedLineStaysAndGivesNothing)
+{
+    for (const auto &shell : theShells)
+    {
+        ut_Parsed line(shell, "earlier words < b | d");
+        const char lent[] = "a <b >>c 'd \"e";
+        line.text = lent;
+        line.parse(shell);
+        EXPECT_EQ(-1, line.count) << shell.name;
+        EXPECT_EQ(UT_SHELL_OPEN_QUOTE, line.result.error) << shell.name;
+        EXPECT_EQ(lent, line.text.buffer()) << shell.name;
+        EXPECT_EQ(ut_Words(), line.words) << shell.name;
+        EXPECT_EQ(nullptr, line.result.input) << shell.name;
+        EXPECT_EQ(nullptr, line.result.output) << shell.name;
+        EXPECT_FALSE(line.result.appendsOutput) << shell.name;
+        EXPECT_EQ(nullptr, line.result.pipe) << shell.name;
+        EXPECT_EQ(-1, line.result.pipeOffset) << shell.name;
+    }
+}
+
+TEST(UT_StringShell, SomeLinesHaveNoWords)
+{
+    for (const auto &shell : theShells)
+    {
+        const ut_Parsed null(shell, nullptr);
+        EXPECT_EQ(0, null.count) << shell.name;
+        EXPECT_TRUE(null.text.isNull()) << shell.name;
+        for (const char *text : {"", " \t\r\n", "> a"})
+        {
+            const ut_Parsed line(shell, text);
+            EXPECT_EQ(0, line.count) << shell.name << ": " << text;
+            EXPECT_STREQ("", line.text) << shell.name << ": " << text;
+            EXPECT_STREQ("", line.result.message()) << shell.name;
+            EXPECT_EQ(-1, line.result.errorOffset) << shell.name;
+        }
+    }
+}
+
+TEST(UT_StringShell, NewlinesAreWhiteSpaceEscapedToo)
+{
+    for (const auto &shell : theShells)
+    {
+        const std::string &escape = shell.escape;
+        const std::string text = "a\nb" + escape + "\nc" + escape + "\r\n" +
+                                 escape + "\n\vd \"e\nf\" >" + escape + "\ng";
+        const ut_Parsed line(shell, text.c_str());
+        EXPECT_EQ(ut_Words({"a", "b", "c", "d", "e\nf"}), line.words)
+            << shell.name;
+        EXPECT_STREQ("g", line.result.output) << shell.name;
+    }
+}
+
+TEST(UT_StringShell, WhatAPipeLeadsToIsALineOfItsOwn)
+{
+    for (const auto &shell : theShells)
+    {
+        char value[] = "1 2 3";
+        const std::string text = "a " + shell.variable + "|  b|c \"d";
+        const ut_Parsed first(shell, text.c_str(), value);
+        EXPECT_EQ(ut_Words({"a", "1", "2", "3"}), first.words) << shell.name;
+        EXPECT_EQ(int(text.find('b')), first.result.pipeOffset) << shell.name;
+        const ut_Parsed second(shell, first.result.pipe);
+        EXPECT_EQ(ut_Words({"b"}), second.words) << shell.name;
+        const ut_Parsed third(shell, second.result.pipe);
+        EXPECT_EQ(UT_SHELL_OPEN_QUOTE, third.result.error) << shell.name;
+        EXPECT_EQ(2, third.result.errorOffset) << shell.name;
+    }
+}
+
+TEST(UT_StringShell, BackquotesAreOrdinaryWithoutALookUp)
+{
+    for (const auto &shell : theShells)
+    {
+        const ut_Parsed line(shell, "`a b\" ` \"");
+        EXPECT_EQ(ut_Words({"`a", "b ` "}), line.words) << shell.name;
+    }
+}
+
+TEST(UT_StringShell, AHomeDirectoryIsOneWord)
+{
+    ValdrinSetenv("HOME", "/my home");
+    const ut_Parsed line(theShells[0], "~/a ~");
+    EXPECT_EQ(ut_Words({"/my home/a", "/my home"}), line.words);
+}
+
+TEST(UT_StringShell, AnEmptyHomeDirectoryIsAWord)
+{
+    ValdrinSetenv("HOME", "");
+    const ut_Parsed line(theShells[0], "~ ~/a");
+    EXPECT_EQ(ut_Words({"", "/a"}), line.words);
+}
+
+TEST(UT_StringShell, ReferencesAddSixteenMegabytesAtMost)
+{
+    for (const auto &shell : theShells)
+    {
+        const std::string text = shell.variable + shell.variable;
+        std::string value(shell.variable + std::string(1 << 23, 'x'));
+        const ut_Parsed longest(shell, text.c_str(), value.data());
+        EXPECT_EQ(ut_Words({value + value}), longest.words) << shell.name;
+        value += 'x';
+        const ut_Parsed tooLong(shell, text.c_str(), value.data());
+        EXPECT_EQ(UT_SHELL_TOO_LONG, tooLong.result.error) << shell.name;
+        EXPECT_EQ(int(text.size() / 2), tooLong.result.errorOffset)
+            << shell.name;
+    }
+}
+
+TEST(UT_StringShell, LinesHaveSixtyFourMegabytesAtMost)
+{
+    for (const auto &shell : theShells)
+    {
+        std::string text(1 << 26, 'x');
+        EXPECT_EQ(1, ut_Parsed(shell, text.c_str()).count) << shell.name;
+        text += 'x';
+        const ut_Parsed tooLong(shell, text.c_str());
+        EXPECT_EQ(UT_SHELL_TOO_LONG, tooLong.result.error) << shell.name;
+        EXPECT_EQ(1 << 26, tooLong.result.errorOffset) << shell.name;
+    }
+}
