@@ -256,7 +256,7 @@ useAWorkBuffer(ut_World &)
         text.appendSprintf("%d %s;", i, "text");
 }
 
-void
+[[maybe_unused]] void
 useWorkers(ut_World &)
 {
     const auto job = [](void *) -> void * { return nullptr; };
@@ -272,7 +272,7 @@ useWorkers(ut_World &)
     set.getThread(0)->waitThread(1);
 }
 
-void
+[[maybe_unused]] void
 askTheSystem(ut_World &)
 {
     UT_SysResource().update(false);
