@@ -37,6 +37,22 @@ private:
     T *myObject = nullptr;
 };
 
+/// The file name of the component's library.
+constexpr char theLibraryName[] = "libValdrinConnection.so";
+
+/// All that the component reports of an exchange that failed.
+constexpr char theFailureReply[] =
+    "ERROR: Could not connect to Valdrin to run command";
+
+/// The absolute path of this program, without symbolic links; "" when the
+/// system does not report it.
+std::string utProgramPath();
+
+/// Where the library lies that belongs to `program`, an absolute path: the
+/// places where a build or an installation puts it, seen from there. Empty for
+/// an empty path.
+std::vector<std::string> utLibrariesOfProgram(const std::string &program);
+
 /// Loads the first of `libraries` that can be loaded: a name without a slash is
 /// looked up by the system's loader. Null when there is none; `error` then
 /// grows by a line for each, and otherwise by the name of the one loaded.

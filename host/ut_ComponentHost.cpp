@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
+#include <unistd.h>
 
 static constexpr nsCID theConnectionClass = {
     0xbcd2fb75,
@@ -146,6 +147,33 @@ ut_ComponentHost::ut_ComponentHost()
 }
 
 ut_ComponentHost::~ut_ComponentHost() = default;
+
+std::string
+utProgramPath()
+{
+    char program[4096];
+    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
+    // A path that fills the buffer may have been cut.
+    if (length <= 0 || size_t(length) >= sizeof(program))
+        return "";
+    return std::string(program, size_t(length));
+}
+
+std::vector<std::string>
+utLibrariesOfProgram(const std::string &program)
+{
+    std::vector<std::string> paths;
+    if (program.empty())
+        return paths;
+    const std::string folder = program.substr(0, program.rfind('/') + 1);
+    for (const char *relative : {VALDRIN_LIBDIR_FROM_BINDIR, "../lib"})
+    {
+        const std::string path = folder + relative + "/" + theLibraryName;
+        if (paths.empty() || paths.back() != path)
+            paths.push_back(path);
+    }
+    return paths;
+}
 
 void *
 utOpenLibrary(const std::vector<std::string> &libraries, std::string &error)
