@@ -3,8 +3,10 @@
 #include "component/IValdrinConnection.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <link.h>
 #include <unistd.h>
 
 static constexpr nsCID theConnectionClass = {
@@ -209,12 +211,27 @@ utFindFunction(
     return symbol;
 }
 
+static std::string
+utFileOf(void *library)
+{
+    link_map *entry = nullptr;
+    if (dlinfo(library, RTLD_DI_LINKMAP, &entry) != 0)
+        return "";
+    char *const path = realpath(entry->l_name, nullptr);
+    const std::string file = path ? path : entry->l_name;
+    free(path);
+    return file;
+}
+
 bool
 ut_ComponentHost::load(
     const std::vector<std::string> &libraries, std::string &error)
 {
     void *const library = utOpenLibrary(libraries, error);
-    return library && makeConnection(library, error);
+    if (!library || !makeConnection(library, error))
+        return false;
+    myLibrary = utFileOf(library);
+    return true;
 }
 
 // Whether a call has stored an object, as its result says. Otherwise `error`

@@ -87,6 +87,10 @@ public:
     /// The instance, null before load() has succeeded. Borrowed.
     IValdrinConnection *connection() const { return myConnection.get(); }
 
+    /// The file of the library, an absolute path without symbolic links; ""
+    /// before load() has succeeded.
+    const std::string &library() const { return myLibrary; }
+
 private:
     bool makeConnection(void *library, std::string &error);
 
@@ -95,4 +99,6 @@ private:
     ut_Owned<nsIModule> myModule;
     ut_Owned<nsIFactory> myFactory;
     ut_Owned<IValdrinConnection> myConnection;
+
+    std::string myLibrary;
 };
