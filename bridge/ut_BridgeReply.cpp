@@ -32,7 +32,9 @@ utCharacterBytes(std::string_view text)
     return std::all_of(rest.begin(), rest.end(), utIsContinuation) ? length : 0;
 }
 
-bool
+// Whether `text` is UTF-8 throughout: no overlong forms, no surrogates, nothing
+// above U+10FFFF.
+static bool
 utIsUtf8(std::string_view text)
 {
     while (!text.empty())
@@ -144,13 +146,14 @@ utFillInLength(std::string &frame)
 }
 
 bool
-utSendReply(int64 id, std::string_view reply, const ut_FrameSink &send)
+utSendReply(
+    int64 id, std::string_view reply, const ut_FrameSink &send, size_t maxBytes)
 {
     static constexpr std::string_view theEnd = "\"}";
     static constexpr std::string_view theLastEnd = "\",\"last\":true}";
     const std::string start = utStartFrame(id, "part");
     const size_t room =
-        theMaxReplyBytes + sizeof(uint32) - start.size() - theLastEnd.size();
+        maxBytes + sizeof(uint32) - start.size() - theLastEnd.size();
     const ut_Escapes &escapes = utEscapesFor(reply);
     std::string frame;
     bool isLast = false;

@@ -15,8 +15,8 @@ constexpr size_t theMaxReplyBytes = 1000000;
 /// Takes one frame, its length in front. False when it cannot be sent.
 using ut_FrameSink = std::function<bool(const std::string &frame)>;
 
-/// Sends `reply` as the answer to the request `id`, in as many parts as it
-/// takes:
+/// Sends `reply` as the answer to the request `id`, in as many parts of at most
+/// `maxBytes` of JSON, 100 or more, as it takes:
 ///
 ///     {"id":7,"part":"..."}   {"id":7,"part":"...","last":true}
 ///
@@ -24,14 +24,12 @@ using ut_FrameSink = std::function<bool(const std::string &frame)>;
 /// byte for byte, each one the character of its number, as the old platform
 /// takes every reply. A part ends with a whole character. Needs memory for one
 /// frame. False once `send` has returned false.
-bool utSendReply(int64 id, std::string_view reply, const ut_FrameSink &send);
+bool utSendReply(
+    int64 id, std::string_view reply, const ut_FrameSink &send,
+    size_t maxBytes = theMaxReplyBytes);
 
 /// Sends a failure, {"id":7,"error":"component","message":"..."}. `message` is
 /// cut where it would not fit one frame.
 bool utSendError(
     int64 id, std::string_view error, std::string_view message,
     const ut_FrameSink &send);
-
-/// Whether `text` is UTF-8 throughout: no overlong forms, no surrogates,
-/// nothing above U+10FFFF. O(length).
-bool utIsUtf8(std::string_view text);
