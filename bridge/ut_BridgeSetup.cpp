@@ -193,8 +193,8 @@ utCheckManifest(const ut_Browser &browser, const ut_SetupPlaces &places)
     const ut_Path user = places.home + browser.userManifest;
     const bool hasUser = !places.home.empty() && utExists(user);
 
-    std::string remedy = "install this program: scripts/install-page does it "
-                         "for you alone, the package for all users";
+    std::string remedy = "install this program, below /usr for all users or by "
+                         "scripts/install-page for you alone";
     const std::string ours = utInstalled(browser.ourManifest);
     if (!ours.empty() && !places.home.empty())
         remedy = "mkdir -p " + utQuote(user.parent_path()) + " && cp " +
@@ -264,7 +264,7 @@ utCheckExtension(const ut_Browser &browser, const ut_SetupPlaces &places)
     const std::string ours = utInstalled(browser.extension);
     return utMiss(
         "  extension", "missing: " + system,
-        std::string("install the package for all users; or ") +
+        std::string("install it below /usr for all users; or ") +
             browser.howToAdd + " " + (ours.empty() ? "the extension" : ours));
 }
 

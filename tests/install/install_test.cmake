@@ -60,8 +60,28 @@ if(HAS_BRIDGE)
     run(${CMAKE_COMMAND} -E env DESTDIR=${stage} ${CMAKE_COMMAND} --install
         ${BUILD} --prefix /usr)
     expect_bridge(${stage}/usr ../etc /usr)
+
+    # One account, and how it is left.
+    set(home ${BUILD}/install_test_home)
+    file(REMOVE_RECURSE ${home})
+    set(page ${CMAKE_COMMAND} -E env --unset=XDG_DATA_HOME HOME=${home}
+             ${CMAKE_CURRENT_LIST_DIR}/../../scripts/install-page)
+    run(${page} ${BUILD})
+    set(name com.norvex.valdrinconnection.json)
+    foreach(manifest .mozilla/native-messaging-hosts/${name}
+                     .config/chromium/NativeMessagingHosts/${name})
+        file(READ ${home}/${manifest} json)
+        string(JSON path GET "${json}" path)
+        run(${path} --version)
+    endforeach()
+    run(${page} --uninstall)
+    file(GLOB_RECURSE left ${home}/*)
+    if(left)
+        message(FATAL_ERROR "left after uninstalling: ${left}")
+    endif()
+
     # It finds its library where that was installed.
-    run(sh -c "'${prefix}/bin/valdrin-bridge' --check --root '${stage}' | grep '^Library *${prefix}/${LIBDIR}/'")
+    run(sh -c "'${prefix}/bin/valdrin-bridge' --check --port 1 --root '${stage}' | grep '^Library *${prefix}/${LIBDIR}/'")
 endif()
 
 file(GLOB_RECURSE internal ${prefix}/include/*Impl.h)
