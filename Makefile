@@ -31,7 +31,7 @@ build/demo-ready:
 	@echo "Building build/native ..."
 	@mkdir -p build/logs
 	@(cmake --preset native -DVALDRIN_BUILD_TESTS=OFF \
-	    -DVALDRIN_BUILD_BENCH=OFF && \
+	    -DVALDRIN_BUILD_BENCH=OFF -DVALDRIN_BUILD_BRIDGE=OFF && \
 	  cmake --build --preset native -j $(JOBS)) >build/logs/demo 2>&1 || \
 	  { tail -n 40 build/logs/demo; exit 1; }
 

@@ -2,7 +2,7 @@
 
 #include "SYS/SYS_Processor.h"
 #include "UT/UT_MachineInfo.h"
-#include "ut_ComponentHost.h"
+#include "host/ut_ComponentHost.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "ut_Settings.h"
 
 #include "UT/UT_EnvControl.h"
-#include "ut_ComponentHost.h"
+#include "host/ut_ComponentHost.h"
 
 #include <algorithm>
 #include <array>

@@ -2,10 +2,12 @@
 // way a page's script does, and writes the reply to standard output. Or lists
 // the settings that the environment makes, or what the machine is.
 
-#include "component/IValdrinConnection.h"
-#include "ut_ComponentHost.h"
 #include "ut_Machine.h"
 #include "ut_Settings.h"
+
+#include "component/IValdrinConnection.h"
+#include "host/ut_ComponentHost.h"
+#include "host/ut_Descriptors.h"
 
 #include <cerrno>
 #include <charconv>
@@ -13,7 +15,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <getopt.h>
 #include <poll.h>
 #include <string>
@@ -68,13 +69,6 @@ Exit status:
   5  the connection library could not be loaded or used
 )";
 
-static const char theLibraryName[] = "libValdrinConnection.so";
-
-// All that the component tells of a failed exchange. A reply of this very text
-// is taken for a failure, too.
-static const char theFailureReply[] =
-    "ERROR: Could not connect to Valdrin to run command";
-
 // The envelope of a text of nothing but "]]>" is five times as long. It must
 // stay well inside what the library can count, and what 32 bits can hold.
 static constexpr size_t theMaxTextBytes = size_t(64) << 20;
@@ -123,33 +117,13 @@ utComplain(const std::string &message)
 
 // ---------------------------------------------------------------- the streams
 
-// A socket must never end up as descriptor 0, 1 or 2 because the caller closed
-// that one. What is missing is filled so that using it still fails.
-static void
-utFillStandardDescriptors()
-{
-    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; fd++)
-    {
-        if (fcntl(fd, F_GETFD) < 0 && errno == EBADF)
-            open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-    }
-}
-
 // Whether a read or write that failed with `error` is worth repeating; tells
-// of it otherwise. Waits when the descriptor does not block, which other
-// programs can cause that share it.
+// of it otherwise.
 static bool
 utRetry(const char *name, int error, int fd, short events)
 {
-    if (error == EINTR)
+    if (utIsWorthRepeating(error, fd, events))
         return true;
-    if (error == EAGAIN)
-    {
-        // What goes wrong here shows in the repeated call.
-        pollfd waiting = {fd, events, 0};
-        poll(&waiting, 1, /*timeout=*/-1);
-        return true;
-    }
     utComplain(std::string(name) + ": " + strerror(error));
     return false;
 }
@@ -348,8 +322,8 @@ utParseCommandLine(int argc, char **argv)
 
 // ----------------------------------------------------------------- the library
 
-// The library that belongs to this program lies where the build or the
-// installation put it, seen from the program. Otherwise the loader may know.
+// The library that belongs to this program, or else what the system's loader
+// knows by that name.
 static std::vector<std::string>
 utLibraryCandidates(const ut_Options &options)
 {
@@ -359,21 +333,7 @@ utLibraryCandidates(const ut_Options &options)
         const bool isBareName = path.find('/') == std::string::npos;
         return {isBareName ? "./" + path : path};
     }
-    std::vector<std::string> paths;
-    char program[4096];
-    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
-    // A path that fills the buffer may have been cut.
-    if (length > 0 && size_t(length) < sizeof(program))
-    {
-        std::string folder(program, size_t(length));
-        folder.erase(folder.rfind('/') + 1);
-        for (const char *relative : {VALDRIN_LIBDIR_FROM_BINDIR, "../lib"})
-        {
-            const std::string path = folder + relative + "/" + theLibraryName;
-            if (paths.empty() || paths.back() != path)
-                paths.push_back(path);
-        }
-    }
+    std::vector<std::string> paths = utLibrariesOfProgram(utProgramPath());
     paths.push_back(theLibraryName);
     return paths;
 }
@@ -459,6 +419,7 @@ utTakeReply(nsresult result, char *text, std::string &reply)
     }
     reply = text;
     free(text);
+    // A reply of this very text is taken for a failure, too.
     if (reply != theFailureReply)
         return EXIT_SUCCESS;
     utComplain(reply);

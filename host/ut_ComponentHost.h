@@ -37,6 +37,22 @@ private:
     T *myObject = nullptr;
 };
 
+/// The file name of the component's library.
+constexpr char theLibraryName[] = "libValdrinConnection.so";
+
+/// All that the component reports of an exchange that failed.
+constexpr char theFailureReply[] =
+    "ERROR: Could not connect to Valdrin to run command";
+
+/// The absolute path of this program, without symbolic links; "" when the
+/// system does not report it.
+std::string utProgramPath();
+
+/// Where the library lies that belongs to `program`, an absolute path: the
+/// places where a build or an installation puts it, seen from there. Empty for
+/// an empty path.
+std::vector<std::string> utLibrariesOfProgram(const std::string &program);
+
 /// Loads the first of `libraries` that can be loaded: a name without a slash is
 /// looked up by the system's loader. Null when there is none; `error` then
 /// grows by a line for each, and otherwise by the name of the one loaded.
@@ -71,6 +87,10 @@ public:
     /// The instance, null before load() has succeeded. Borrowed.
     IValdrinConnection *connection() const { return myConnection.get(); }
 
+    /// The file of the library, an absolute path without symbolic links; ""
+    /// before load() has succeeded.
+    const std::string &library() const { return myLibrary; }
+
 private:
     bool makeConnection(void *library, std::string &error);
 
@@ -79,4 +99,6 @@ private:
     ut_Owned<nsIModule> myModule;
     ut_Owned<nsIFactory> myFactory;
     ut_Owned<IValdrinConnection> myConnection;
+
+    std::string myLibrary;
 };

@@ -3,8 +3,11 @@
 #include "component/IValdrinConnection.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <link.h>
+#include <unistd.h>
 
 static constexpr nsCID theConnectionClass = {
     0xbcd2fb75,
@@ -147,12 +150,41 @@ ut_ComponentHost::ut_ComponentHost()
 
 ut_ComponentHost::~ut_ComponentHost() = default;
 
+std::string
+utProgramPath()
+{
+    char program[4096];
+    const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
+    // A path that fills the buffer may have been cut.
+    if (length <= 0 || size_t(length) >= sizeof(program))
+        return "";
+    return std::string(program, size_t(length));
+}
+
+std::vector<std::string>
+utLibrariesOfProgram(const std::string &program)
+{
+    std::vector<std::string> paths;
+    if (program.empty())
+        return paths;
+    const std::string folder = program.substr(0, program.rfind('/') + 1);
+    for (const char *relative : {VALDRIN_LIBDIR_FROM_BINDIR, "../lib"})
+    {
+        const std::string path = folder + relative + "/" + theLibraryName;
+        if (paths.empty() || paths.back() != path)
+            paths.push_back(path);
+    }
+    return paths;
+}
+
 void *
 utOpenLibrary(const std::vector<std::string> &libraries, std::string &error)
 {
     for (const std::string &path : libraries)
     {
-        if (void *library = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL))
+        // A function that is missing is reported here, rather than end the
+        // program when it is called.
+        if (void *library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
         {
             error = path + ": ";
             return library;
@@ -181,12 +213,27 @@ utFindFunction(
     return symbol;
 }
 
+static std::string
+utFileOf(void *library)
+{
+    link_map *entry = nullptr;
+    if (dlinfo(library, RTLD_DI_LINKMAP, &entry) != 0)
+        return "";
+    char *const path = realpath(entry->l_name, nullptr);
+    std::string file = path ? path : entry->l_name;
+    free(path);
+    return file;
+}
+
 bool
 ut_ComponentHost::load(
     const std::vector<std::string> &libraries, std::string &error)
 {
     void *const library = utOpenLibrary(libraries, error);
-    return library && makeConnection(library, error);
+    if (!library || !makeConnection(library, error))
+        return false;
+    myLibrary = utFileOf(library);
+    return true;
 }
 
 // Whether a call has stored an object, as its result says. Otherwise `error`

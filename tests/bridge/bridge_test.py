@@ -1,0 +1,394 @@
+"""Tests of the native host alone: frames over pipes, and an application that
+plays a part."""
+
+import contextlib
+import json
+import os
+import signal
+import socket
+import struct
+import unittest
+
+from host import BRIDGE, CHROMIUM, FIREFOX, Host, frame, installed, request
+from support import Application, bound, envelope, run
+
+LIBRARY = os.environ["VALDRIN_LIBRARY"]
+FAILURE = "ERROR: Could not connect to Valdrin to run command"
+EVERY_CHARACTER = "".join(
+    chr(code) for code in range(1, 0x110000) if not 0xD800 <= code < 0xE000
+)
+
+
+@contextlib.contextmanager
+def call_under_way(host):
+    """Has an application that has the request of `host` and says nothing."""
+    with bound() as server:
+        server.listen()
+        host.ask("SetSocketPortNum", server.getsockname()[1])
+        host.write(frame(request("Run", "x")))
+        with server.accept()[0] as client:
+            received = b""
+            while not received.endswith(b"\0"):
+                received += client.recv(1000)
+            yield client
+
+
+class Test(unittest.TestCase):
+    def converse(self, host, replies):
+        """An application with these replies that `host` talks to."""
+        app = Application(*replies)
+        self.assertEqual(host.ask("SetSocketPortNum", int(app.port)), "")
+        return app
+
+    def expect_end(self, host, status, words=b"", output=b""):
+        told, complaint, code = host.end()
+        self.assertEqual(code, status, complaint)
+        self.assertEqual(told, output)
+        self.assertIn(words, complaint)
+        self.assertEqual(bool(words), bool(complaint), complaint)
+
+    # ----------------------------------------------------------------- calls
+
+    def test_each_method_reaches_the_component(self):
+        with Host() as host:
+            app = self.converse(host, [b"ok\0", b"dropped\0", b"42\n\0", b"\0"])
+            self.assertEqual(host.ask("Run", "echo a]]>b"), "ok")
+            self.assertEqual(host.ask("RunPythonStatements", "x = 1\n"), "")
+            self.assertEqual(host.ask("RunPythonExpression", "6 * 7"), "42\n")
+            self.assertEqual(host.ask("Run", ""), "")
+            self.assertEqual(host.ask("GetStashedString"), "")
+            self.assertEqual(host.ask("StashString", "kept"), "")
+            self.assertEqual(host.ask("GetStashedString"), "kept")
+        self.assertEqual(app.requests, [
+            b'<?xml version="1.0"?>\n<vscript>'
+            b"<![CDATA[echo a]]]]><![CDATA[>b]]></vscript>\n\0",
+            envelope(b"python_statements", b"x = 1\n"),
+            envelope(b"python_expression", b"6 * 7"),
+            envelope(b"vscript", b""),
+        ])  # fmt: skip
+
+    def test_an_absent_application_is_an_answer(self):
+        with Host() as host, bound() as refusing:
+            host.ask("SetSocketPortNum", refusing.getsockname()[1])
+            self.assertEqual(host.ask("Run", "x"), FAILURE)
+            self.assertEqual(host.ask("RunPythonStatements", "x"), "")
+
+    def test_answers_repeat_the_id(self):
+        with Host() as host:
+            for number in (0, 2**31, 2**53 - 1):
+                host.write(frame(request("GetStashedString", id=number)))
+                self.assertEqual(host.answer(id=number), "")
+                host.write(frame(request("walk", id=number)))
+                self.assertEqual(host.answer(id=number)["error"], "argument")
+
+    # ----------------------------------------------------------------- texts
+
+    def test_every_character_crosses_both_ways(self):
+        sent = EVERY_CHARACTER.encode()
+        with Host() as host:
+            app = self.converse(host, [sent + b"\0"])
+            self.assertTrue(host.ask("Run", EVERY_CHARACTER) == EVERY_CHARACTER)
+        self.assertTrue(app.requests == [envelope(b"vscript", sent)])
+
+    def test_lone_surrogates_are_replaced(self):
+        for text, kept in (
+            (r"\ud800", "\ufffd"),
+            (r"a\uDBFFb\udc00c", "a\ufffdb\ufffdc"),
+            (r"\ud83d\ude00", "\U0001f600"),
+            (r"\ud83d\ud83d\ude00", "\ufffd\U0001f600"),
+            (r"\ude00\ud83d", "\ufffd\ufffd"),
+            (r"\\ud800", r"\ud800"),
+            (r"\ud83d\\ude00", "\ufffd\\ude00"),
+        ):
+            body = '{"id": 7, "method": "StashString", "args": ["%s"]}' % text
+            with Host() as host:
+                host.write(frame(body.encode()))
+                self.assertEqual(host.answer(), "", text)
+                self.assertEqual(host.ask("GetStashedString"), kept, text)
+
+    def test_other_replies_are_taken_byte_for_byte(self):
+        for reply in (
+            bytes(range(1, 256)),
+            b"\xff",
+            b"\x80",
+            b"a\xc3",
+            b"\xe2\x82",
+            b"\xe2\x82a",
+            b"\xf0\x9f\x98",
+            b"\xc0\xaf",
+            b"\xc1\xbf",
+            b"\xe0\x9f\xbf",
+            b"\xf0\x8f\xbf\xbf",
+            b"\xed\xa0\x80",
+            b"\xf4\x90\x80\x80",
+            b"\xf5\x80\x80\x80",
+            "é".encode() * 1500000 + b"\xe9",
+        ):
+            with Host() as host:
+                self.converse(host, [reply + b"\0"])
+                told = host.ask("Run", "x")
+                self.assertTrue(told == reply.decode("latin-1"), reply[:9])
+
+    def test_large_replies_come_in_parts(self):
+        # host.read() holds each part to its limit.
+        for text in (
+            "x" * 900000,
+            "\1" * 3000000,
+            "é€\U0001f600" * 2300000,
+            "a" + "\U0001f600" * 300000,
+            'ab"\\\n\x7f\u2028é' * 100000,
+        ):
+            with Host() as host:
+                self.converse(host, [text.encode() + b"\0"])
+                self.assertTrue(host.ask("Run", "x") == text, text[:9])
+
+    def test_a_large_request_crosses(self):
+        text = "\1é" * 600000
+        with Host() as host:
+            host.write(frame(json.dumps(request("StashString", text)).encode()))
+            self.assertEqual(host.answer(), "")
+            self.assertTrue(host.ask("GetStashedString") == text)
+
+    # ------------------------------------------------------------- refusals
+
+    def test_wrong_requests_are_refused(self):
+        run_request = request("Run", "x")
+        too_many = {**run_request, "more": 1}
+        without_args = {"id": 7, "method": "Run"}
+        wrong = [{**run_request, "args": args} for args in ({}, "x", None)]
+        wrong += [{**run_request, "method": method} for method in (1, None, [])]
+        wrong += [too_many, without_args, {**without_args, "arg": ["x"]}]
+        wrong += [request(method, "x") for method in (
+            "__proto__", "constructor", "toString", "QueryInterface", "run",
+            "Run\0", "Run ", "",
+        )]  # fmt: skip
+        wrong += [request("Run", *args) for args in (
+            (), ("x", "y"), (1,), (None,), (True,), (["x"],), ({},),
+            ("x\0",), ("\0",), ([[[[[["8 deep"]]]]]],),
+        )]  # fmt: skip
+        wrong += [request("SetSocketPortNum", *args) for args in (
+            (), (1, 2), ("1",), (1.5,), (1e30,), (True,), (None,),
+            (2**31,), (-(2**31) - 1,), (2**63,), (2**64,), (-(2**63) - 1,),
+        )]  # fmt: skip
+        wrong += [request("GetStashedString", "x"), request("Check"),
+                  request("Check", "x")]  # fmt: skip
+        with Host() as host:
+            for refused in wrong:
+                host.write(frame(refused))
+                answer = host.answer()
+                self.assertEqual(type(answer), dict, refused)
+                self.assertEqual(answer["error"], "argument", refused)
+                self.assertTrue(answer["message"].endswith("."), refused)
+            self.assertEqual(host.ask("GetStashedString"), "")
+            self.expect_end(host, status=0)
+
+    def test_integers_of_32_bits_are_ports(self):
+        with Host() as host:
+            for port in (0, -1, 2**31 - 1, -(2**31)):
+                self.assertEqual(host.ask("SetSocketPortNum", port), "")
+
+    def test_frames_that_cannot_be_trusted_end_the_host(self):
+        good = b'{"id":7,"method":"Run","args":["x"]}'
+        deep = b'{"id":7,"method":"Run","args":' + b"[" * 8 + b"]" * 8 + b"}"
+        for name, data in (
+            ("no bytes", frame(b"")),
+            ("one byte too many", struct.pack("=I", (8 << 20) + 1)),
+            ("far too many bytes", b"\xff\xff\xff\xff"),
+            ("no JSON", frame(b"x")),
+            ("half an object", frame(good[:-1])),
+            ("two objects", frame(good + good)),
+            ("a NUL after the object", frame(good + b"\0")),
+            ("a NUL in a text", frame(good.replace(b"x", b"\0"))),
+            ("a byte order mark", frame(b"\xef\xbb\xbf" + good)),
+            ("UTF-16", frame(good.decode().encode("utf-16-le"))),
+            ("a stray byte", frame(good.replace(b"x", b"\xe9"))),
+            ("a raw surrogate", frame(good.replace(b"x", b"\xed\xa0\x80"))),
+            ("an escape of its own", frame(good.replace(b"x", b"\\ud80"))),
+            ("a comment", frame(b"/**/" + good)),
+            ("an array", frame(b"[" + good + b"]")),
+            ("a number", frame(b"7")),
+            ("nested 9 deep", frame(deep)),
+            ("nested as deep as can be", frame(b"[" * (8 << 20))),
+            ("the id twice", frame(good.replace(b"{", b'{"id":7,'))),
+            ("args twice", frame(good.replace(b"{", b'{"args":[],'))),
+            ("no id", frame(good.replace(b'"id"', b'"di"'))),
+            ("id -1", frame(good.replace(b"7", b"-1"))),
+            ("id 2^53", frame(good.replace(b"7", b"9007199254740992"))),
+            ("id 2^64", frame(good.replace(b"7", b"18446744073709551616"))),
+            ("id 7.5", frame(good.replace(b"7", b"7.5"))),
+            ("id in quotes", frame(good.replace(b"7", b'"7"'))),
+        ):
+            with self.subTest(name), Host() as host:
+                host.write(data)
+                host.wait()
+                self.expect_end(host, status=1, words=b"valdrin-bridge: ")
+
+    def test_frames_that_are_cut_short(self):
+        half = frame(request("Run", "x"))
+        for length in (1, 3, 4, 5, len(half) - 1):
+            with self.subTest(length), Host() as host:
+                host.write(half[:length])
+                self.expect_end(host, status=1, words=b"middle of a frame")
+
+    def test_only_our_extension_may_call(self):
+        other = "chrome-extension://" + "a" * 32 + "/"
+        for arguments in (
+            (FIREFOX[0], "other@example.com"),
+            FIREFOX[:1],
+            FIREFOX[1:],
+            (*FIREFOX, "more"),
+            ("manifest.json", FIREFOX[1]),
+            (other,),
+            (CHROMIUM[0][:-1],),
+            (*CHROMIUM, "more"),
+        ):
+            result = run(BRIDGE, *arguments, stdin=-3)
+            self.assertEqual(result.returncode, 2, arguments)
+            self.assertEqual(result.stdout, b"", arguments)
+            self.assertIn(b"valdrin-bridge: ", result.stderr, arguments)
+        for arguments in (FIREFOX, CHROMIUM):
+            with Host(arguments=arguments) as host:
+                self.assertEqual(host.ask("GetStashedString"), "", arguments)
+
+    # ------------------------------------------------------------ the stream
+
+    def test_frames_come_in_any_pieces(self):
+        with Host() as host:
+            first = frame(request("StashString", "é", id=1))
+            second = frame(request("GetStashedString", id=2))
+            host.write(first + second)
+            self.assertEqual([host.answer(1), host.answer(2)], ["", "é"])
+            for byte in first + second:
+                host.write(bytes([byte]))
+            self.assertEqual([host.answer(1), host.answer(2)], ["", "é"])
+            self.expect_end(host, status=0)
+
+    def test_it_ends_in_the_middle_of_a_call(self):
+        with self.subTest("end of input"), Host() as host:
+            with call_under_way(host):
+                self.expect_end(host, status=0)
+        with self.subTest("SIGTERM"), Host() as host:
+            with call_under_way(host):
+                host.process.send_signal(signal.SIGTERM)
+                self.assertEqual(host.wait(), 0)
+        ours, theirs = socket.socketpair()
+        with self.subTest("half a socket"), ours, theirs:
+            with Host(stdin=theirs) as host, ours.makefile("wb") as stdin:
+                host.process.stdin = stdin
+                with call_under_way(host):
+                    ours.shutdown(socket.SHUT_WR)
+                    self.assertEqual(host.wait(), 0)
+
+    def test_descriptors_that_the_caller_closed(self):
+        # The component's socket must not take the place of one.
+        def through_a_shell(closed):
+            script = f'exec "$@" {closed}'
+            return Host("sh", ("-c", script, "-", BRIDGE, *FIREFOX))
+
+        with through_a_shell("2>&-") as host:
+            self.converse(host, [b"y\0"])
+            self.assertEqual(host.ask("Run", "x"), "y")
+        with through_a_shell("<&-") as host:
+            self.assertEqual(host.wait(), 0)
+            self.assertIn(b"standard input: ", host.process.stderr.read())
+
+    def test_it_ends_while_nobody_reads_the_answer(self):
+        with Host() as host:
+            self.converse(host, [b"x" * 20000000 + b"\0"])
+            host.write(frame(request("Run", "x")))
+            host.process.stdout.read(1)
+            host.close("stdin")
+            self.assertEqual(host.wait(), 0)
+
+    def test_it_ends_when_the_answer_cannot_be_written(self):
+        with Host() as host:
+            host.close("stdout")
+            host.write(frame(request("GetStashedString")))
+            self.assertEqual(host.wait(), 1)
+            self.assertIn(b"Broken pipe", host.process.stderr.read())
+
+    def test_signals_that_were_left_blocked(self):
+        blocked = {signal.SIGTERM}
+
+        def block():
+            signal.signal(signal.SIGTERM, signal.SIG_IGN)
+            signal.pthread_sigmask(signal.SIG_BLOCK, blocked)
+
+        with Host(preexec_fn=block) as host:
+            self.assertEqual(host.ask("GetStashedString"), "")
+            host.process.send_signal(signal.SIGTERM)
+            self.assertEqual(host.wait(), 0)
+
+    # ----------------------------------------------------------- the library
+
+    def test_the_library_is_found_from_the_program(self):
+        for libraries in ([("bin", LIBRARY)], [("lib", LIBRARY)]):
+            with installed(*libraries) as program, Host(program) as host:
+                self.assertEqual(host.ask("StashString", "x"), "", libraries)
+
+    def test_a_library_that_cannot_be_used(self):
+        for libraries in ([], [("bin", __file__)], [("lib", "/dev/null")]):
+            path = {**os.environ, "LD_LIBRARY_PATH": os.path.dirname(LIBRARY)}
+            with installed(*libraries) as program:
+                with Host(program, env=path) as host:
+                    answer = host.ask("Run", "x")
+                    self.assertEqual(answer["error"], "component", libraries)
+                    self.assertIn("libValdrinConnection.so", answer["message"])
+                    state = json.loads(host.ask("Check", 32153))
+                    self.assertIsNone(state["library"], libraries)
+                    self.assertIn("libValdrin", state["libraryProblem"])
+                    self.assertIs(state["application"], False)
+                    self.assertIsNotNone(state["applicationProblem"])
+
+    def test_a_library_that_prints_and_fails(self):
+        odd = os.environ["VALDRIN_ODD_LIBRARY"]
+        with installed(("lib", odd)) as program, Host(program) as host:
+            self.assertEqual(host.ask("Run", "x"), "x")
+            for method, argument, message in (
+                ("SetSocketPortNum", 1, "0x8000ffff"),
+                ("Run", "fail", "0x80004005"),
+                ("Run", "null", "no memory"),
+                ("RunPythonStatements", "x", "0x8007000e"),
+            ):
+                answer = host.ask(method, argument)
+                self.assertEqual(answer["error"], "component", method)
+                self.assertIn(message, answer["message"], method)
+            state = json.loads(host.ask("Check", 1))
+            self.assertEqual(state["applicationProblem"], "The component failed.")
+            self.assertEqual(host.ask("Run", "x"), "x")
+            output, words, status = host.end()
+            self.assertEqual(output, b"")
+            self.assertEqual(words.count(b"noise of a call\n"), 4)
+            self.assertEqual(words.count(b"noise of loading\n"), 1)
+            self.assertEqual(status, 0)
+
+    # ------------------------------------------------------------- the state
+
+    def test_check_describes_the_state(self):
+        with Host() as host, bound() as refusing, bound() as silent:
+            app = self.converse(host, [b"0\n\0", b"ok\0"])
+            state = json.loads(host.ask("Check", int(app.port)))
+            version = run(BRIDGE, "--version").stdout.decode().split()[1]
+            self.assertEqual(state, {
+                "bridge": version,
+                "library": os.path.realpath(LIBRARY),
+                "libraryProblem": None,
+                "port": int(app.port),
+                "application": True,
+                "applicationProblem": None,
+            })  # fmt: skip
+            silent.listen()
+            for server, problem in (
+                (refusing, "Nothing answers on port %s."),
+                (silent, "Something listens on port %s"),
+            ):
+                port = server.getsockname()[1]
+                state = json.loads(host.ask("Check", port))
+                self.assertIs(state["application"], False, problem)
+                self.assertIn(problem % port, state["applicationProblem"])
+            # The port of the page is as it was.
+            self.assertEqual(host.ask("Run", "x"), "ok")
+
+
+if __name__ == "__main__":
+    unittest.main()

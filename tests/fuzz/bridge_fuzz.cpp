@@ -1,0 +1,147 @@
+// The frames of the browser's extension: a request is what a plain JSON parser
+// finds in the same bytes, and a reply comes out of its parts as it went in.
+
+#include "bridge/ut_BridgeReply.h"
+#include "bridge/ut_BridgeRequest.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <string>
+
+using ut_Json = nlohmann::json;
+
+static const struct
+{
+    ut_BridgeMethod method;
+    const char *name;
+} theNames[] = {
+    {ut_BridgeMethod::SET_SOCKET_PORT_NUM,   "SetSocketPortNum"   },
+    {ut_BridgeMethod::RUN,                   "Run"                },
+    {ut_BridgeMethod::RUN_PYTHON_STATEMENTS, "RunPythonStatements"},
+    {ut_BridgeMethod::RUN_PYTHON_EXPRESSION, "RunPythonExpression"},
+    {ut_BridgeMethod::STASH_STRING,          "StashString"        },
+    {ut_BridgeMethod::GET_STASHED_STRING,    "GetStashedString"   },
+    {ut_BridgeMethod::CHECK,                 "Check"              },
+};
+
+static void
+utRequire(bool holds)
+{
+    if (!holds)
+        abort();
+}
+
+// The JSON that asks for what `request` has.
+static ut_Json
+utWrite(const ut_BridgeRequest &request)
+{
+    ut_Json json = {
+        {"id",   request.id      },
+        {"args", ut_Json::array()}
+    };
+    for (const auto &row : theNames)
+    {
+        if (row.method == request.method)
+            json["method"] = row.name;
+    }
+    switch (request.method)
+    {
+    case ut_BridgeMethod::GET_STASHED_STRING:
+        break;
+    case ut_BridgeMethod::SET_SOCKET_PORT_NUM:
+    case ut_BridgeMethod::CHECK:
+        json["args"].push_back(request.number);
+        break;
+    default:
+        json["args"].push_back(request.text);
+    }
+    return json;
+}
+
+static void
+utTryRequest(const std::string &frame)
+{
+    ut_BridgeRequest request;
+    std::string problem;
+    const ut_BridgeVerdict verdict = utReadRequest(frame, request, problem);
+    utRequire((verdict == ut_BridgeVerdict::ACCEPTED) == problem.empty());
+    if (verdict != ut_BridgeVerdict::ACCEPTED)
+        return;
+
+    utRequire(request.text.find('\0') == std::string::npos);
+    const ut_Json plain =
+        ut_Json::parse(frame, nullptr, /*allow_exceptions=*/false);
+    // Only lone surrogates are more than the parser takes.
+    if (plain.is_discarded())
+        utRequire(
+            frame.find("\\ud") != std::string::npos ||
+            frame.find("\\uD") != std::string::npos);
+    else
+        utRequire(plain == utWrite(request));
+}
+
+static std::string
+utLatin1(const std::string &bytes)
+{
+    std::string text;
+    for (const char byte : bytes)
+    {
+        if (uint8(byte) < 0x80)
+            text += byte;
+        else
+            text += {char(0xc0 | uint8(byte) >> 6), char(0x80 | (byte & 0x3f))};
+    }
+    return text;
+}
+
+// The parser's own opinion.
+static bool
+utIsUtf8(const std::string &bytes)
+{
+    try
+    {
+        return !ut_Json(bytes).dump().empty();
+    }
+    catch (const ut_Json::type_error &)
+    {
+        return false;
+    }
+}
+
+static void
+utTryReply(const std::string &reply)
+{
+    static constexpr size_t theMaxBytes = 100;
+    static constexpr int64 theId = 9007199254740991;
+    std::string joined;
+    bool isLast = false;
+    const auto take = [&](const std::string &frame)
+    {
+        utRequire(!isLast);
+        uint32 length = 0;
+        memcpy(&length, frame.data(), sizeof(length));
+        utRequire(length == frame.size() - sizeof(length));
+        utRequire(length <= theMaxBytes);
+        // A part that is cut inside a character would be refused here.
+        const ut_Json part = ut_Json::parse(frame.substr(sizeof(length)));
+        utRequire(part.at("id") == theId);
+        joined += part.at("part").get<std::string>();
+        isLast = part.contains("last");
+        utRequire(part.size() == (isLast ? 3U : 2U));
+        return true;
+    };
+    utRequire(utSendReply(theId, reply, take, theMaxBytes));
+    utRequire(isLast);
+
+    utRequire(joined == (utIsUtf8(reply) ? reply : utLatin1(reply)));
+}
+
+extern "C" int
+LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const std::string bytes(data, data + size);
+    utTryRequest(bytes);
+    utTryReply(bytes);
+    return 0;
+}
