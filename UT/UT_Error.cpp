@@ -1,6 +1,7 @@
 #include "UT_Error.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_ForkImpl.h"
 #include "UT_IStream.h"
 #include "UT_Lock.h"
@@ -69,7 +70,7 @@ utReadLine(const char *line, ut_Messages &messages)
 {
     const char *text = line;
     int code = 0;
-    for (; *text >= '0' && *text <= '9'; ++text)
+    for (; utIsDigit(*text); ++text)
     {
         code = code * 10 + (*text - '0');
         if (code > theLastCode)
@@ -187,7 +188,7 @@ static int
 utReadNumber(const char *&text)
 {
     int number = 0;
-    for (int i = 0; i < 3 && *text >= '0' && *text <= '9'; ++i)
+    for (int i = 0; i < 3 && utIsDigit(*text); ++i)
         number = number * 10 + (*text++ - '0');
     return number;
 }

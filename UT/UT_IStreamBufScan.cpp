@@ -1,6 +1,6 @@
 #include "UT_IStreamBuf.h"
 
-#include "UT_StringImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include <cstring>

@@ -1,5 +1,6 @@
 #include "UT_IStream.h"
 
+#include "UT_CharImpl.h"
 #include "UT_NumberImpl.h"
 #include "UT_String.h"
 #include "UT_SwapBytes.h"

@@ -3,7 +3,7 @@
 #include "UT_String.h"
 
 #include "UT_AllocImpl.h"
-#include "UT_StringImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"

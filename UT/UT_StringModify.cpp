@@ -1,7 +1,8 @@
 // Modifiers of variables, such as `:h` and `:s/old/new/`.
 
 #include "UT_String.h"
-#include "UT_StringImpl.h"
+
+#include "UT_CharImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"

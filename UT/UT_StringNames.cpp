@@ -2,6 +2,7 @@
 
 #include "UT_String.h"
 
+#include "UT_CharImpl.h"
 #include "UT_StringImpl.h"
 
 #include <algorithm>

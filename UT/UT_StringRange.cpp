@@ -4,6 +4,7 @@
 
 #include "SYS/SYS_Types.h"
 #include "UT_AllocImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_Pattern.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkArgs.h"

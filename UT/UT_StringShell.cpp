@@ -1,6 +1,6 @@
+#include "UT_CharImpl.h"
 #include "UT_ShellLine.h"
 #include "UT_String.h"
-#include "UT_StringImpl.h"
 #include "UT_VariableScan.h"
 #include "UT_VariableScanImpl.h"
 #include "UT_WorkArgs.h"

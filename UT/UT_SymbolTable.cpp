@@ -1,6 +1,7 @@
 #include "UT_SymbolTable.h"
 
 #include "UT_AllocImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_SmallObjectAllocator.h"
 
 #include <algorithm>
@@ -429,12 +430,6 @@ UT_SymbolTable::mergeTable(const UT_SymbolTable &other)
     // Adding to the table that is being walked could rehash it on the way.
     if (&other != this)
         other.traverseConst(ut_mergeTable, this);
-}
-
-static bool
-utIsDigit(char c)
-{
-    return c >= '0' && c <= '9';
 }
 
 namespace

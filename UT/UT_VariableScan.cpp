@@ -1,11 +1,11 @@
 #include "UT_VariableScan.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
 #include "UT_RefArray.h"
 #include "UT_String.h"
-#include "UT_StringImpl.h"
 #include "UT_VariableScanImpl.h"
 #include "UT_WorkArgs.h"
 #include "UT_WorkBuffer.h"

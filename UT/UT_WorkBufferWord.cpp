@@ -1,7 +1,7 @@
 #include "UT_WorkBuffer.h"
 
+#include "UT_CharImpl.h"
 #include "UT_String.h"
-#include "UT_StringImpl.h"
 
 #include <algorithm>
 #include <climits>
