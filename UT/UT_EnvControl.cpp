@@ -5,7 +5,7 @@
 #include "UT_Env.h"
 #include "UT_EnvControlImpl.h"
 #include "UT_ForkImpl.h"
-#include "UT_Lock.h"
+#include "UT_LockImpl.h"
 #include "UT_SpecialDir.h"
 #include "UT_SymbolTable.h"
 
@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <mutex>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -68,8 +67,7 @@ UT_EnvControl::createControl()
     static ut_ForkLock theForkLock(theCreation, UT_FORK_SETTINGS);
     theForkLock.join();
     // The light-weight way to wait asks for a setting.
-    theCreation.lockNap();
-    const std::lock_guard<UT_Lock> guard(theCreation, std::adopt_lock);
+    const ut_LockGuard guard(&theCreation, utLockNap);
     const ut_CancelGuard cancelGuard; // they are read as a whole
     if (!theControl.load(std::memory_order_relaxed))
         new UT_EnvControl;

@@ -4,7 +4,7 @@
 #include "UT_CharImpl.h"
 #include "UT_ForkImpl.h"
 #include "UT_IStream.h"
-#include "UT_Lock.h"
+#include "UT_LockImpl.h"
 #include "UT_Path.h"
 #include "UT_PathSearch.h"
 #include "UT_StringArray.h"
@@ -12,7 +12,6 @@
 #include "UT_WorkBuffer.h"
 
 #include <map>
-#include <mutex>
 #include <string>
 
 #include <cstring>
@@ -134,8 +133,7 @@ utFindMessages(const char *type)
     static ut_Cache *theCache = new ut_Cache; // never destroyed
 
     theCache->forkLock.join();
-    theCache->lock.lockLW();
-    const std::lock_guard<UT_Lock> guard(theCache->lock, std::adopt_lock);
+    const ut_LockGuard guard(&theCache->lock);
     const ut_CancelGuard cancelGuard;
     UT_Thing found;
     if (!theCache->files.findSymbol(type, &found))

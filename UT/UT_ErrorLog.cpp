@@ -6,9 +6,8 @@
 #include "UT_EnvControl.h"
 #include "UT_ErrorImpl.h"
 #include "UT_ForkImpl.h"
+#include "UT_LockImpl.h"
 #include "UT_WorkBuffer.h"
-
-#include <mutex>
 
 #include <cerrno>
 
@@ -142,8 +141,7 @@ UT_ErrorLog::write(const UT_Error *error)
         error->getErrorMessage(message, UT_ERROR_NONE, /*prefixes=*/1);
     const char *text = message.isNull() ? "" : message.buffer();
 
-    myLock.lockNap();
-    const std::lock_guard<UT_Lock> guard(myLock, std::adopt_lock);
+    const ut_LockGuard guard(&myLock, utLockNap);
     // A thread that is being ended writes its whole line before.
     const ut_CancelGuard cancelGuard;
     const ut_LogFile file(myFileName);
