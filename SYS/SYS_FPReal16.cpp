@@ -1,3 +1,5 @@
+// Half floats: conversion by its rule, and values and bits as text.
+
 #include "SYS_FPReal16.h"
 
 #include "SYS_FPReal16Impl.h"

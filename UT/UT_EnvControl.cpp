@@ -1,3 +1,5 @@
+// The table of settings: reading, finding, changing and describing them.
+
 #include "UT_EnvControl.h"
 
 #include "UT_AllocImpl.h"

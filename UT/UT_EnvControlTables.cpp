@@ -1,3 +1,5 @@
+// The settings: names, defaults, limits, former names and uses.
+
 #include "UT_EnvControlImpl.h"
 
 // One row per line, however long it gets.

@@ -1,3 +1,5 @@
+// Forks: counting them, and holding the toolkit's locks while they happen.
+
 #include "UT_CancelImpl.h"
 #include "UT_ForkImpl.h"
 #include "UT_LockImpl.h"

@@ -1,3 +1,5 @@
+// What all stream buffers share, and those over memory and over nothing.
+
 #include "UT_IStreamBuf.h"
 
 #include "UT_AllocImpl.h"

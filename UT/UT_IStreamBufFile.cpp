@@ -1,3 +1,5 @@
+// Stream buffers over files, C streams and the standard input.
+
 #include "UT_IStreamBuf.h"
 
 #include "UT_CancelImpl.h"

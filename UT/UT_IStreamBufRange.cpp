@@ -1,3 +1,5 @@
+// Stream buffers over a part of another one.
+
 #include "UT_IStreamBuf.h"
 
 #include <algorithm>

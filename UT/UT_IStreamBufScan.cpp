@@ -1,3 +1,5 @@
+// Scanning a stream buffer: lines, words, numbers, quoted strings.
+
 #include "UT_IStreamBuf.h"
 
 #include "UT_CharImpl.h"

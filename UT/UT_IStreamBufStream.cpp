@@ -1,3 +1,5 @@
+// Stream buffers over streams of the standard library.
+
 #include "UT_IStreamBuf.h"
 
 #include <cxxabi.h>

@@ -1,3 +1,5 @@
+// Stream buffers that decode zlib and gzip data.
+
 #include "UT_IStreamBuf.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Values from a stream: numbers, binary and as text, and strings.
+
 #include "UT_IStream.h"
 
 #include "UT_CharImpl.h"

@@ -1,3 +1,5 @@
+// Clients: connecting, reading and writing, and the one-shot exchange.
+
 #include "UT_NetSocket.h"
 
 #include "UT_AllocImpl.h"

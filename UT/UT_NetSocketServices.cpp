@@ -1,3 +1,6 @@
+// Servers, sets of descriptors for select(), and look-ups of hosts and
+// services.
+
 #include "UT_NetSocket.h"
 
 #include "UT_AllocImpl.h"

@@ -1,3 +1,5 @@
+// Workers over the system's threads, and which thread is which.
+
 #include "UT_Thread.h"
 
 #include "UT_CancelImpl.h"

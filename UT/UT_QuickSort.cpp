@@ -1,3 +1,5 @@
+// Sorting by keys of 32 bits.
+
 #include "UT_QuickSort.h"
 
 #include "UT_QuickSortImpl.h"

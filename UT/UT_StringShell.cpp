@@ -1,3 +1,5 @@
+// Command lines as csh and DOS write them, cut into words and redirections.
+
 #include "UT_CharImpl.h"
 #include "UT_ShellLine.h"
 #include "UT_String.h"

@@ -1,3 +1,5 @@
+// Storage, and text put together: appending and formatting.
+
 #include "UT_WorkBuffer.h"
 
 #include "UT_AllocImpl.h"

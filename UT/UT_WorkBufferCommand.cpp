@@ -1,3 +1,5 @@
+// Command lines, read from a stream and cut into words.
+
 #include "UT_WorkBuffer.h"
 
 #include "UT_IStream.h"

@@ -1,3 +1,5 @@
+// Words and tokens taken off a text, and comments cut from it.
+
 #include "UT_WorkBuffer.h"
 
 #include "UT_CharImpl.h"
