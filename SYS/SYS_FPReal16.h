@@ -49,7 +49,7 @@ public:
     }
 
     /// The bit pattern.
-    uint16 bits() const { return myBits; }
+    [[nodiscard]] uint16 bits() const { return myBits; }
 
     /// The exact value. A signalling NaN stays one, unless the compiler hands
     /// floats around in x87 registers; UTnumericCast() of an array keeps it

@@ -36,8 +36,8 @@ public:
     {
     }
 
-    char *end() const { return myEnd; }
-    int count() const { return myCount; }
+    [[nodiscard]] char *end() const { return myEnd; }
+    [[nodiscard]] int count() const { return myCount; }
 
     void put(char byte)
     {

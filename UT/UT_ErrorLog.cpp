@@ -35,7 +35,7 @@ public:
     ut_LogFile(const ut_LogFile &) = delete;
     ut_LogFile &operator=(const ut_LogFile &) = delete;
 
-    bool isOpen() const { return myFile >= 0; }
+    [[nodiscard]] bool isOpen() const { return myFile >= 0; }
 
     // At once: what others append then comes before or behind all of it. Only
     // a full disk or a signal takes it apart.

@@ -235,7 +235,7 @@ struct ut_NumberScan
         return byte;
     }
 
-    bool isFloat() const { return myHasPoint || myHasExponent; }
+    [[nodiscard]] bool isFloat() const { return myHasPoint || myHasExponent; }
 
     bool myHasPoint = false;
     bool myHasExponent = false;

@@ -23,9 +23,9 @@ public:
     int read(char *buf, int n) override;
     int streamPeek() override;
     const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override;
+    [[nodiscard]] int64 tellPos() const override;
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return myStream.eof(); }
+    [[nodiscard]] bool endOfBuffer() const override { return myStream.eof(); }
 
 private:
     std::istream &myStream;

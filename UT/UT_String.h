@@ -102,14 +102,14 @@ public:
     operator const char *() const { return myData; }
 
     /// The same. Only an owned text may be written.
-    const char *buffer() const { return myData; }
+    [[nodiscard]] const char *buffer() const { return myData; }
     char *buffer() { return myData; }
 
     /// Bytes up to the NUL; 0 for a null string. O(length).
-    int length() const;
+    [[nodiscard]] int length() const;
 
     /// Whether there is no text at all.
-    bool isNull() const { return !myData; }
+    [[nodiscard]] bool isNull() const { return !myData; }
 
     /// The byte at `index`, which counts from 0 and must not lie behind the
     /// NUL. The string must not be null.
@@ -126,7 +126,7 @@ public:
 
     /// Compares like strcmp() (negative, zero, positive; bytes unsigned). Null
     /// comes before every text, "" included, and equals null.
-    int compare(const char *text) const;
+    [[nodiscard]] int compare(const char *text) const;
 
     // ---- Splitting: UT_StringSplit.cpp -------------------------------------
     //
@@ -194,7 +194,7 @@ public:
     ///
     /// Deliberate: a backslash that ends the pattern matches a backslash and
     /// whatever follows it, so `a\` matches "a\b".
-    int match(const char *pattern, int caseSensitive = 1) const;
+    [[nodiscard]] int match(const char *pattern, int caseSensitive = 1) const;
 
     /// Whether the text, "" for a null string, matches a list of patterns, 1 or
     /// 0. The last alternative that matches decides: 1 for a plain one, 0 for
@@ -243,18 +243,19 @@ public:
     /// Whether the last of `patterns` that matches, case-sensitively, is a
     /// plain one; false when it starts with `^`, which is not part of its
     /// pattern. `resultIfNone` when none matches.
-    bool matchPattern(const UT_WorkArgs &patterns, bool resultIfNone) const;
+    [[nodiscard]] bool
+    matchPattern(const UT_WorkArgs &patterns, bool resultIfNone) const;
 
     /// Whether the text matches `*`, then `text`, then `*`: wildcards in `text`
     /// are wildcards. False when either is null.
-    bool contains(const char *text, int caseSensitive = 1) const;
+    [[nodiscard]] bool contains(const char *text, int caseSensitive = 1) const;
 
     /// Whether the text starts with `prefix`, which is neither null nor empty.
-    bool startsWith(const char *prefix) const;
+    [[nodiscard]] bool startsWith(const char *prefix) const;
 
     /// Whether the text ends with `suffix`, which is neither null nor empty,
     /// and is longer. Deliberate: "abc" does not end with "abc".
-    bool endsWith(const char *suffix) const;
+    [[nodiscard]] bool endsWith(const char *suffix) const;
 
     // ---- Renaming: UT_StringRename.cpp -------------------------------------
 
@@ -318,11 +319,11 @@ public:
     /// backslash in it. Owned; a null string is like "". What stands between
     /// the quotes becomes the text again by expandControlSequences(), unless
     /// `quote` is n, r or t. O(length).
-    UT_String makeQuotedString(char quote = '"') const;
+    [[nodiscard]] UT_String makeQuotedString(char quote = '"') const;
 
     /// The same, but with the other one of the single and the double quote
     /// where the text holds `quote` and not that one.
-    UT_String makeSmartQuotedString(char quote = '"') const;
+    [[nodiscard]] UT_String makeSmartQuotedString(char quote = '"') const;
 
     /// Puts a text with white space in double quotes, with a backslash before
     /// each double quote and backslash in it. Every other text stays as it is,
@@ -335,7 +336,7 @@ public:
 
     /// Whether the text holds a space, tab, newline, vertical tab or form feed.
     /// Deliberate: a carriage return is not white space here.
-    bool hasWhiteSpace() const;
+    [[nodiscard]] bool hasWhiteSpace() const;
 
     /// Makes the string own its text, and one character of each backslash and
     /// the character behind it: a newline, tab or carriage return of n, t or r,
@@ -511,7 +512,7 @@ public:
     /// The digits at the end of the text; the end of the text when it has
     /// none. Null for a null string and for "". Borrowed until the string's
     /// next change. O(length).
-    const char *suffix() const;
+    [[nodiscard]] const char *suffix() const;
 
     /// Cuts the name of a frame file into what is before its number, the
     /// number and what is behind it: img.0012.tif gives img., 0012 and .tif.
@@ -540,23 +541,24 @@ public:
     /// is whether `resultWithoutDigits` is non-zero. False for null and "".
     ///
     /// Deliberate: signs may be repeated, and the exponent needs no digits.
-    bool isFloat(int allowSpace = 0, int resultWithoutDigits = 0) const;
+    [[nodiscard]] bool
+    isFloat(int allowSpace = 0, int resultWithoutDigits = 0) const;
 
     /// Whether the text is signs and then digits. With `allowSpace` white
     /// space may surround it. False for null.
     ///
     /// Deliberate: signs may be repeated and digits may be missing, so "" is
     /// an integer, and so is "+-".
-    bool isInteger(int allowSpace = 0) const;
+    [[nodiscard]] bool isInteger(int allowSpace = 0) const;
 
     /// The decimal number at the start of the text, as strtol() reads it, or
     /// the nearest int; 0 when there is none and for null.
-    int toInt() const;
+    [[nodiscard]] int toInt() const;
 
     /// The number at the start of the text, as strtod() reads it: also
     /// hexadecimals, infinities and the locale's decimal point. Rounded to a
     /// double first. 0 when there is none and for null.
-    float toFloat() const;
+    [[nodiscard]] float toFloat() const;
 
     /// Writes `value` in decimal with a NUL behind it, and returns the number
     /// of bytes before that. Nothing beyond the NUL is touched: 12 bytes are
@@ -580,12 +582,12 @@ public:
 
     /// A new string that owns the text without the digits at its end, as
     /// suffix() finds them; "" for a null string. The caller deletes it.
-    UT_String *base() const;
+    [[nodiscard]] UT_String *base() const;
 
     /// The text before its last dot, when that comes behind the last slash;
     /// else all of it. It owns its text, "" for a null string.
     /// Deliberate: ".cshrc" gives "", and ".." gives ".".
-    UT_String pathUpToExtension() const;
+    [[nodiscard]] UT_String pathUpToExtension() const;
 
     /// Splits the text at its last slash. Both results own their texts, and
     /// either may be this string.
@@ -616,20 +618,20 @@ public:
     /// Index of the first `text`, or byte, at `from` or behind it; -1 when
     /// there is none. "" and NUL are found nowhere. `from` must not be negative
     /// or lie behind the NUL.
-    int find(const char *text, int from = 0) const;
-    int find(char byte, int from = 0) const;
+    [[nodiscard]] int find(const char *text, int from = 0) const;
+    [[nodiscard]] int find(char byte, int from = 0) const;
 
     /// The same for the first byte that is one of `bytes`.
-    int findAny(const char *bytes, int from = 0) const;
+    [[nodiscard]] int findAny(const char *bytes, int from = 0) const;
 
     /// Index of the last one; -1 when there is none. "" and NUL are found
     /// nowhere. For a text it takes memory too.
-    int findLast(const char *text) const;
-    int findLast(char byte) const;
+    [[nodiscard]] int findLast(const char *text) const;
+    [[nodiscard]] int findLast(char byte) const;
 
     /// How often `text` occurs: from left to right, without overlaps, and never
     /// when it is "".
-    int count(const char *text) const;
+    [[nodiscard]] int count(const char *text) const;
 
     /// Puts `replacement` in the place of each `text` that count() counts, or
     /// of the first one only. Returns how many were replaced. What has come in

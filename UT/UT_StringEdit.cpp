@@ -248,7 +248,7 @@ public:
             myHas[uint8(*bytes)] = true;
     }
 
-    bool has(char byte) const { return myHas[uint8(byte)]; }
+    [[nodiscard]] bool has(char byte) const { return myHas[uint8(byte)]; }
 
 private:
     bool myHas[256] = {};

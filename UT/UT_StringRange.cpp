@@ -45,7 +45,7 @@ struct ut_RangeEnd
     int minor = -1; // -1 without one
     int minorIsStar = 0;
 
-    bool isOfSameKind(const ut_RangeEnd &other) const
+    [[nodiscard]] bool isOfSameKind(const ut_RangeEnd &other) const
     {
         return majorIsStar == other.majorIsStar &&
                minorIsStar == other.minorIsStar &&
@@ -161,9 +161,9 @@ public:
             myMinorsAscend = range.first.minor <= range.last.minor;
     }
 
-    bool hasMinors() const { return myRange.first.minor >= 0; }
-    int lowest() const { return std::min(myFirst, myLast); }
-    int highest() const { return std::max(myFirst, myLast); }
+    [[nodiscard]] bool hasMinors() const { return myRange.first.minor >= 0; }
+    [[nodiscard]] int lowest() const { return std::min(myFirst, myLast); }
+    [[nodiscard]] int highest() const { return std::max(myFirst, myLast); }
 
     // Calls `emit` for the majors that a range without minors or a negation
     // selects, and touches no other: a cycle may be as long as the numbers go.
@@ -357,7 +357,10 @@ struct ut_Group
     size_t room = 0;                // items that matter
     size_t repeat = 1;              // names in a row that have the same item
 
-    bool isLetters() const { return utIsLetter(contents.c_str()[0]); }
+    [[nodiscard]] bool isLetters() const
+    {
+        return utIsLetter(contents.c_str()[0]);
+    }
 };
 } // namespace
 

@@ -64,7 +64,10 @@ struct ut_ShellSyntax
             kinds[uint8(c)] |= UT_PROTECTED;
     }
 
-    bool is(uint8 kind, char c) const { return kinds[uint8(c)] & kind; }
+    [[nodiscard]] bool is(uint8 kind, char c) const
+    {
+        return kinds[uint8(c)] & kind;
+    }
 
     bool isDos;
     char escape;
@@ -96,10 +99,10 @@ private:
     static constexpr int theNoName = -1;
 
     bool refuse(UT_ShellError error, const char *place);
-    bool isEscapedNewline() const;
+    [[nodiscard]] bool isEscapedNewline() const;
     void skipBlanks();
 
-    bool isRedirection() const;
+    [[nodiscard]] bool isRedirection() const;
     bool takeRedirection();
     bool takeOutput(const char *start);
     bool takeErrors(const char *start);

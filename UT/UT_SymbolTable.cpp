@@ -51,7 +51,7 @@ struct UT_SymList::UT_Sym::ut_Key
         length = size_t(c - text);
     }
 
-    char *copy() const
+    [[nodiscard]] char *copy() const
     {
         return static_cast<char *>(
             memcpy(utAllocate(length + 1), name, length + 1));

@@ -37,20 +37,23 @@ public:
     UT_WorkBuffer &operator=(const UT_WorkBuffer &) = delete;
 
     /// The text, followed by a NUL. Borrowed until the buffer's next change.
-    const char *buffer() const { return myBuffer; }
+    [[nodiscard]] const char *buffer() const { return myBuffer; }
 
     /// Bytes of text, without the NUL behind them.
-    int length() const { return myLength; }
+    [[nodiscard]] int length() const { return myLength; }
 
     /// Bytes of storage; the text and its NUL fit in them.
-    int capacity() const { return myAllocatedSize; }
+    [[nodiscard]] int capacity() const { return myAllocatedSize; }
 
     /// Whether appends are dropped.
-    bool isLocked() const { return myLockCount != 0; }
+    [[nodiscard]] bool isLocked() const { return myLockCount != 0; }
 
     /// Whether the byte behind the text is NUL. Only a lock holder who wrote
     /// there can have changed that.
-    bool isNullTerminated() const { return myBuffer[myLength] == '\0'; }
+    [[nodiscard]] bool isNullTerminated() const
+    {
+        return myBuffer[myLength] == '\0';
+    }
 
     /// The byte at `index`, which counts from 0 and must lie in the storage.
     char operator()(int index) const { return myBuffer[index]; }

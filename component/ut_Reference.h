@@ -20,7 +20,7 @@ public:
     ut_Reference &operator=(const ut_Reference &) = delete;
 
     /// The object, null when none is held. Borrowed.
-    Interface *get() const { return myObject; }
+    [[nodiscard]] Interface *get() const { return myObject; }
     Interface *operator->() const { return myObject; }
 
     /// Takes over the reference to `object`, which came from a call that hands
