@@ -130,6 +130,6 @@ void
 SYSprintBits(char *buffer, const float &value)
 {
     uint32 bits;
-    memcpy(&bits, &value, sizeof bits);
+    memcpy(&bits, &value, sizeof(bits));
     utPrintBits(buffer, bits, 32, 23);
 }

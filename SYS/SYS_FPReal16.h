@@ -78,7 +78,7 @@ private:
     static uint16 utFromFloat(const float &value)
     {
         uint32 x;
-        std::memcpy(&x, &value, sizeof x);
+        std::memcpy(&x, &value, sizeof(x));
         const uint32 signAndExponent = _eLut[x >> 23];
         if (signAndExponent)
             return static_cast<uint16>(

@@ -41,7 +41,7 @@ theVariableNames()
     return *theNames;
 }
 
-// ---- The tables ------------------------------------------------------------
+// ---- The tables
 
 template <class Row, class Id>
 static const Row *
@@ -60,7 +60,7 @@ utAddNames(const Row *rows)
         theVariableNames().addSymbol(rows->name, UT_Thing());
 }
 
-// ---- The one table ---------------------------------------------------------
+// ---- The one table
 
 UT_EnvControl &
 UT_EnvControl::createControl()
@@ -220,7 +220,7 @@ UT_EnvControl::loadEnvironment()
                 utNumber(value), row->minimum, row->maximum));
 }
 
-// ---- Names -----------------------------------------------------------------
+// ---- Names
 
 const char *
 UT_EnvControl::getIntVar(UT_IntControl id)
@@ -268,7 +268,7 @@ UT_EnvControl::getOldStringVar(UT_StrControl id)
     return row ? row->formerName : nullptr;
 }
 
-// ---- Changes ---------------------------------------------------------------
+// ---- Changes
 
 void
 UT_EnvControl::setStringVar(UT_StrControl id, const char *value)
@@ -298,7 +298,7 @@ UT_EnvControl::varChanged(const char *name)
     control.doInit();
 }
 
-// ---- Descriptions ----------------------------------------------------------
+// ---- Descriptions
 
 template <class Row>
 static void

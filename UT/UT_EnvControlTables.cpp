@@ -263,7 +263,7 @@ constexpr ut_StringRow theStringLookups[] = {
 
 // clang-format on
 
-// ---- What the build proves -------------------------------------------------
+// ---- What the build proves
 
 template <class Row>
 static constexpr void

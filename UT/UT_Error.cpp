@@ -22,9 +22,9 @@ static const char theWarningLabel[] = "Warning:     ";
 static const char theErrorLabel[] = "Error:       ";
 static const char theFatalLabel[] = "Fatal error: ";
 
-static_assert(sizeof theWarningLabel == sizeof theBlanks);
-static_assert(sizeof theErrorLabel == sizeof theBlanks);
-static_assert(sizeof theFatalLabel == sizeof theBlanks);
+static_assert(sizeof(theWarningLabel) == sizeof(theBlanks));
+static_assert(sizeof(theErrorLabel) == sizeof(theBlanks));
+static_assert(sizeof(theFatalLabel) == sizeof(theBlanks));
 
 // A larger code is a slip of a file's writer, and would cost memory.
 static const int theLastCode = 1000000;
@@ -261,7 +261,7 @@ UT_Error::getErrorMessage(
         return;
     }
     char space[256];
-    const char *text = strerror_r(myCode, space, sizeof space);
+    const char *text = strerror_r(myCode, space, sizeof(space));
     UT_WorkBuffer message;
     message.append(text && *text ? text : "Unknown Error");
     if (myString.buffer() && *myString.buffer())

@@ -70,8 +70,8 @@ UT_NetSocket::openSocket()
     mySocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     // Deliberate: the option is set twice.
     const int on = 1;
-    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
 }
 
 UT_NetSocket *
@@ -98,7 +98,7 @@ utResolve(const char *host, in_addr &out)
     if (!entry || !entry->h_addr_list[0])
         return false;
     // An answer of another family may be longer than there is room for.
-    const int room = sizeof out;
+    const int room = sizeof(out);
     memcpy(
         &out, entry->h_addr_list[0], size_t(std::min(entry->h_length, room)));
     return true;
@@ -113,11 +113,11 @@ utIsOwnEnd(int fd, in_port_t port)
 {
     sockaddr_in own = {};
     sockaddr_in peer = {};
-    socklen_t length = sizeof own;
+    socklen_t length = sizeof(own);
     if (getsockname(fd, reinterpret_cast<sockaddr *>(&own), &length) ||
         own.sin_port != port)
         return false;
-    length = sizeof peer;
+    length = sizeof(peer);
     return !getpeername(fd, reinterpret_cast<sockaddr *>(&peer), &length) &&
            own.sin_port == peer.sin_port &&
            own.sin_addr.s_addr == peer.sin_addr.s_addr;
@@ -129,7 +129,7 @@ utDisconnect(int fd)
 {
     sockaddr nobody = {};
     nobody.sa_family = AF_UNSPEC;
-    ::connect(fd, &nobody, sizeof nobody);
+    ::connect(fd, &nobody, sizeof(nobody));
 }
 
 int
@@ -172,7 +172,7 @@ UT_NetSocket::connectTo(const in_addr &host, int timeoutMs)
     address.sin_family = AF_INET;
     address.sin_addr = host;
     address.sin_port = htons(uint16(myPort));
-    switch (connectOrTimeout(&address, sizeof address, timeoutMs))
+    switch (connectOrTimeout(&address, sizeof(address), timeoutMs))
     {
     case 0:
     case EISCONN: // a connect that was under way has succeeded
@@ -235,7 +235,7 @@ UT_NetSocket::waitForConnect(int timeoutMs)
     if (!states)
         return ETIMEDOUT;
     int pending = 0;
-    socklen_t length = sizeof pending;
+    socklen_t length = sizeof(pending);
     if (getsockopt(mySocket, SOL_SOCKET, SO_ERROR, &pending, &length))
         return errno;
     return pending;

@@ -89,7 +89,7 @@ public:
     UT_NetSocket(const UT_NetSocket &) = delete;
     UT_NetSocket &operator=(const UT_NetSocket &) = delete;
 
-    // ---- Virtual operations ------------------------------------------------
+    // ---- Virtual operations
     // Their order is binary interface: add only at the end.
 
     /// Closes the socket.
@@ -176,7 +176,7 @@ public:
     /// Whether there is a descriptor.
     virtual bool isValid();
 
-    // ---- Connection and exchange: UT_NetSocket.cpp -------------------------
+    // ---- Connection and exchange: UT_NetSocket.cpp
 
     /// A new client socket; the caller deletes it. The last argument is
     /// ignored, as is `timeout`.
@@ -267,7 +267,7 @@ public:
         myTerminateFlag = terminate;
     }
 
-    // ---- Waiting and look-ups: UT_NetSocketServices.cpp --------------------
+    // ---- Waiting and look-ups: UT_NetSocketServices.cpp
 
     /// Empties a set. Returns 0.
     static int fdZero(fd_set *set);

@@ -19,6 +19,7 @@ utLockPools(UT_Lock &lock)
 
 namespace
 {
+
 // A lock that forks wait for. It asks nothing when it is made: the first pool
 // may be made by what answers such questions.
 class ut_PoolLock : public UT_Lock
@@ -35,6 +36,7 @@ public:
 private:
     ut_ForkLock myForkLock;
 };
+
 } // namespace
 
 UT_SmallObjectAllocator::UT_SmallObjectAllocator(

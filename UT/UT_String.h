@@ -32,7 +32,7 @@ enum UT_AlwaysDeepType
 class UT_API UT_String
 {
 public:
-    // ---- Storage: UT_String.cpp --------------------------------------------
+    // ---- Storage: UT_String.cpp
 
     /// A string for `text`. With `length` negative the text is taken up to
     /// its NUL: copied when `deep` is non-zero, borrowed otherwise (kept, must
@@ -128,7 +128,7 @@ public:
     /// comes before every text, "" included, and equals null.
     [[nodiscard]] int compare(const char *text) const;
 
-    // ---- Splitting: UT_StringSplit.cpp -------------------------------------
+    // ---- Splitting: UT_StringSplit.cpp
     //
     // These write NULs into the text, owned or borrowed: it must be writable.
     // The string then reads as what its first bytes have become. The words
@@ -172,7 +172,7 @@ public:
     int tokenizeInPlace(UT_WorkArgs &args, const char *separators);
     int tokenizeInPlace(char **argv, int max, const char *separators);
 
-    // ---- Matching: UT_StringMatch.cpp --------------------------------------
+    // ---- Matching: UT_StringMatch.cpp
     //
     // The pattern and range languages are in docs/patterns.md, and the
     // functions that do the work in UT_Pattern.h. Case is that of ASCII
@@ -257,7 +257,7 @@ public:
     /// and is longer. Deliberate: "abc" does not end with "abc".
     [[nodiscard]] bool endsWith(const char *suffix) const;
 
-    // ---- Renaming: UT_StringRename.cpp -------------------------------------
+    // ---- Renaming: UT_StringRename.cpp
 
     /// Renames the text when it matches `fromPattern`, a list divided by
     /// blanks and commas: to `toPattern`, in which each `*` and `?` becomes
@@ -272,7 +272,7 @@ public:
     /// after a wildcard is not closed, or the name is longer than INT_MAX.
     int patternRename(const char *fromPattern, const char *toPattern);
 
-    // ---- Ranges: UT_StringRange.cpp ----------------------------------------
+    // ---- Ranges: UT_StringRange.cpp
 
     /// Reads the text as a range, `[!]FIRST[-LAST][:[TAKE,]CYCLE]`, and calls
     /// `emit` for each index that it selects, in order; -1 stands for the
@@ -310,7 +310,7 @@ public:
     /// it means nothing afterwards.
     int expandArrays(char **out, int maximum);
 
-    // ---- Quoting: UT_StringQuote.cpp ---------------------------------------
+    // ---- Quoting: UT_StringQuote.cpp
     //
     // A quoted text whose length would be no int is not made: the result is
     // "", and protectString() leaves the text as it is.
@@ -344,14 +344,14 @@ public:
     /// Deliberate: there are no codes in digits, `\0` is the digit 0.
     void expandControlSequences();
 
-    // ---- Variables: UT_StringVariables.cpp ---------------------------------
+    // ---- Variables: UT_StringVariables.cpp
 
     /// Replaces the text by what UTVariableScan() makes of it with the
     /// environment's variables, home directories, and comments as ordinary
     /// text. The string owns the result; null becomes "". One thread only.
     void expandVariables();
 
-    // ---- Command lines of shells: UT_StringShell.cpp -----------------------
+    // ---- Command lines of shells: UT_StringShell.cpp
     //
     // One command, with its redirections. Nothing is run and no file is opened.
     // Examples of all that follows are in docs/shell-lines.md.
@@ -425,7 +425,7 @@ public:
         const char *(*exprLookup)(const char *expression, void *data) = nullptr,
         void *data = nullptr);
 
-    // ---- Modifiers: UT_StringModify.cpp ------------------------------------
+    // ---- Modifiers: UT_StringModify.cpp
     //
     // A list of modifiers edits a text as a path or as a list of words. Each
     // one is a colon, flags and a letter: ":t:r" is the name of a file without
@@ -475,7 +475,7 @@ public:
     /// - Everything else changes nothing and is false.
     bool applyNextModifier(const char *modifier, bool all);
 
-    // ---- Numbers and names: UT_StringNames.cpp, UT_StringNumber.cpp --------
+    // ---- Numbers and names: UT_StringNames.cpp, UT_StringNumber.cpp
     //
     // Digits and white space are those of ASCII, whatever the locale. A number
     // in a name may have any number of digits.
@@ -576,7 +576,7 @@ public:
     /// three digits: -1,234,567.
     void itoa_pretty(int64 value);
 
-    // ---- Path text: UT_StringPath.cpp --------------------------------------
+    // ---- Path text: UT_StringPath.cpp
     //
     // Text alone, with slashes between its parts: no file system is asked.
 
@@ -606,7 +606,7 @@ public:
     /// nothing. The argument is not used.
     bool collapseAbsolutePath(bool = false);
 
-    // ---- Editing: UT_StringEdit.cpp ----------------------------------------
+    // ---- Editing: UT_StringEdit.cpp
     //
     // Indices and lengths count bytes. A null string is like an empty one, a
     // null argument like "". Arguments may be parts of this string's own text.
@@ -681,7 +681,7 @@ public:
     /// Returns false, and changes nothing, when either does not collapse.
     bool makeRelativePath(const char *directory);
 
-    // ---- Saving: UT_StringSave.cpp -----------------------------------------
+    // ---- Saving: UT_StringSave.cpp
 
     /// Writes the text for load(): behind its length, from a field of 8 bits
     /// up, when `binary` is set, in quotes otherwise (see UT_Write.h). Null is

@@ -59,6 +59,7 @@ static constexpr size_t theWildcardCount = 4;
 
 namespace
 {
+
 // How bytes compare: as they are ...
 struct ut_Exact
 {
@@ -107,6 +108,7 @@ enum ut_Outcome
     UT_MATCHES,
     UT_AT_STAR
 };
+
 } // namespace
 
 template <class Compare>
@@ -232,6 +234,7 @@ utMatchUpToStar(const char *&pattern, const char *&subject, OnSingle onSingle)
 
 namespace
 {
+
 // What stands between a star and the next, or the end of the pattern.
 struct ut_Segment
 {
@@ -241,6 +244,7 @@ struct ut_Segment
     size_t runLength = 0;
     size_t runOffset = 0; // in these bytes
 };
+
 } // namespace
 
 static ut_Segment
@@ -381,6 +385,7 @@ singleStrMatch(
 
 namespace
 {
+
 // A star that the search has come to.
 struct ut_Star
 {
@@ -390,6 +395,7 @@ struct ut_Star
     int64 recorded;        // entries in the record when it got there
     const char *barren;    // from here on it fails and records nothing, or null
 };
+
 } // namespace
 
 static int64
@@ -571,6 +577,7 @@ UT_String::multiMatch(
 
 namespace
 {
+
 // A record that matches write into as long as this lives. However that ends,
 // the caller gets the counts: the words are there to free.
 class ut_ActiveRecord
@@ -598,6 +605,7 @@ private:
     int &mySingleCount;
     int &myWordCount;
 };
+
 } // namespace
 
 int

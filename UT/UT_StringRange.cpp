@@ -37,6 +37,7 @@ utCut(std::string_view &text, char c, std::string_view &rest)
 
 namespace
 {
+
 // One end of a range, as it is written.
 struct ut_RangeEnd
 {
@@ -62,6 +63,7 @@ struct ut_Range
     ut_RangeEnd first;
     ut_RangeEnd last; // of the same kind
 };
+
 } // namespace
 
 static bool
@@ -149,6 +151,7 @@ utRange(
 
 namespace
 {
+
 // A walk over the indices of a range, once it is known which majors there are.
 class ut_RangeWalk
 {
@@ -250,6 +253,7 @@ private:
     bool myMinorsAscend;
     int myCounter = 0; // items in the range, modulo the cycle
 };
+
 } // namespace
 
 int
@@ -348,6 +352,7 @@ utAddNameWhileRoom(int major, int minor, void *data)
 
 namespace
 {
+
 // A bracket group of a word.
 struct ut_Group
 {
@@ -362,6 +367,7 @@ struct ut_Group
         return utIsLetter(contents.c_str()[0]);
     }
 };
+
 } // namespace
 
 // Cuts a word into groups and the text after the last of them. An opening
@@ -480,6 +486,7 @@ stExpandArray(const char *word, stResultData *result)
 
 namespace
 {
+
 // A result whose names are freed unless the caller gets them.
 struct ut_GuardedResult : stResultData
 {
@@ -494,6 +501,7 @@ struct ut_GuardedResult : stResultData
 
     int release() { return std::exchange(count, 0); }
 };
+
 } // namespace
 
 int

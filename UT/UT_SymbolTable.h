@@ -31,7 +31,7 @@ static_assert(sizeof(UT_Thing) == sizeof(void *));
 /// the name and the caller's `data`. 0 ends the traversal.
 using UT_SymFunction = int (*)(UT_Thing &value, const char *name, void *data);
 
-// ---- One bucket ------------------------------------------------------------
+// ---- One bucket
 
 /// A linked list of names with values, ascending as strcmp() orders names.
 ///
@@ -155,7 +155,7 @@ private:
     UT_Sym *myFirst;
 };
 
-// ---- The table -------------------------------------------------------------
+// ---- The table
 
 /// A hash table from names to values.
 ///
@@ -323,7 +323,7 @@ public:
     virtual void restoreSnapshot() = 0;
 };
 
-// ---- Sizes -----------------------------------------------------------------
+// ---- Sizes
 
 /// The first size of a table that is greater than `size`; `size` itself when
 /// it is beyond the last but one.

@@ -76,10 +76,10 @@ utReadStart(const char *path, char (&text)[4097])
     const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file >= 0)
     {
-        while (length < sizeof text - 1)
+        while (length < sizeof(text) - 1)
         {
             const ssize_t got =
-                read(file, text + length, sizeof text - 1 - length);
+                read(file, text + length, sizeof(text) - 1 - length);
             if (got < 0 && errno == EINTR)
                 continue;
             if (got <= 0)

@@ -141,7 +141,7 @@ public:
     /// locked.
     void release(int recomputeLength = 1);
 
-    // ---- Lines: UT_WorkBufferLine.cpp --------------------------------------
+    // ---- Lines: UT_WorkBufferLine.cpp
     //
     // A line ends in a newline or at the end of the input. It replaces the
     // text, without its newline and without one carriage return before that
@@ -162,7 +162,7 @@ public:
     /// exceptions() ask for.
     bool getline(std::istream &in);
 
-    // ---- Command lines: UT_WorkBufferCommand.cpp ---------------------------
+    // ---- Command lines: UT_WorkBufferCommand.cpp
 
     /// Reads a line and splits it into `args`: cuts it at the first byte that
     /// is in `commentChars` (null for none), quoted or not, adds 1 to
@@ -186,7 +186,7 @@ public:
         FILE *in, UT_WorkArgs &args, int &lineCount, const char *commentChars,
         const char *separators);
 
-    // ---- Words: UT_WorkBufferWord.cpp --------------------------------------
+    // ---- Words: UT_WorkBufferWord.cpp
 
     /// Makes the next word of the text at `cursor` the buffer's text, and steps
     /// `cursor` over it and one separator behind it. A word is a run of bytes

@@ -75,10 +75,11 @@ utTakeTurns(benchmark::State &state, Ours ours, Peer peer)
     state.counters["ratio"] = utMedian(ourTimes) / utMedian(peerTimes);
 }
 
-// ---- The exchange -----------------------------------------------------------
+// ---- The exchange
 
 namespace
 {
+
 // A component manager as small as can be; the module only wants to see that it
 // is a registrar.
 class ut_Manager : public nsIComponentManager
@@ -112,6 +113,7 @@ public:
     }
     virtual ~ut_Manager() = default;
 };
+
 } // namespace
 
 static IValdrinConnection *
@@ -142,8 +144,8 @@ utRawExchange(int port, const char *request, size_t length)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     const int on = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
     const hostent *const entry = ::gethostbyname("localhost");
     sockaddr_in address = {};
@@ -153,11 +155,11 @@ utRawExchange(int port, const char *request, size_t length)
     char chunk[8191];
     bool isWhole =
         !::connect(
-            fd, reinterpret_cast<sockaddr *>(&address), sizeof address) &&
+            fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) &&
         ::write(fd, request, length) == ssize_t(length);
     while (isWhole)
     {
-        const ssize_t got = ::read(fd, chunk, sizeof chunk);
+        const ssize_t got = ::read(fd, chunk, sizeof(chunk));
         isWhole = got > 0;
         if (!isWhole || chunk[got - 1])
             continue;
@@ -205,7 +207,7 @@ utExchange(benchmark::State &state)
 
 BENCHMARK(utExchange)->UseRealTime();
 
-// ---- The envelope -----------------------------------------------------------
+// ---- The envelope
 
 static std::string
 utBuildString(const char *text, const char *tag)

@@ -9,6 +9,7 @@
 
 namespace
 {
+
 // References are taken and dropped from any thread.
 class ut_ReferenceCount
 {
@@ -151,9 +152,10 @@ private:
     // as many as there are components.
     ut_GenericFactory **myFactories = nullptr;
 };
+
 } // namespace
 
-// ---- The factory and class-info object --------------------------------------
+// ---- The factory and class-info object
 
 ut_GenericFactory::~ut_GenericFactory()
 {
@@ -272,7 +274,7 @@ ut_GenericFactory::GetClassIDNoAlloc(nsID *result)
     return NS_OK;
 }
 
-// ---- The module -------------------------------------------------------------
+// ---- The module
 
 ut_GenericModule::~ut_GenericModule()
 {

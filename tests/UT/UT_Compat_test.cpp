@@ -18,7 +18,7 @@ using std::string_literals::operator""s;
 
 TEST(UT_Compat, FloatsHaveClasses)
 {
-    typedef std::numeric_limits<float> Limits;
+    using Limits = std::numeric_limits<float>;
     EXPECT_EQ(0, fp_class_f(-Limits::quiet_NaN()));
     EXPECT_EQ(2, fp_class_f(-Limits::infinity()));
     EXPECT_EQ(3, fp_class_f(Limits::infinity()));

@@ -53,7 +53,7 @@ TEST(UT_NetSocketServices, PortsOfListenersAreTakenModulo65536)
     EXPECT_TRUE(listener.isServer());
     EXPECT_EQ(65536, listener.getPort());
     sockaddr_in address = {};
-    socklen_t length = sizeof address;
+    socklen_t length = sizeof(address);
     auto *const any = reinterpret_cast<sockaddr *>(&address);
     ASSERT_EQ(0, getsockname(listener.getSocket(), any, &length));
     EXPECT_NE(0, address.sin_port);

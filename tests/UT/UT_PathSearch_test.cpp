@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-typedef std::vector<std::string> ut_Directories;
+using ut_Directories = std::vector<std::string>;
 
 // All directories except the toolkit's own, which depends on the build.
 static ut_Directories

@@ -242,6 +242,7 @@ TEST(UT_Pattern, AnIndexHasTwoParts)
 
 namespace
 {
+
 // A result with room for some names, which it frees.
 struct ut_Result
 {
@@ -262,6 +263,7 @@ struct ut_Result
     std::vector<char *> list;
     stResultData data;
 };
+
 } // namespace
 
 TEST(UT_Pattern, ANameIsPutTogetherFromItsParts)

@@ -12,12 +12,14 @@ using ut_Strings = std::vector<std::string>;
 
 namespace
 {
+
 // What the wildcards stood for.
 struct ut_Record
 {
     std::string singles; // for each `?`
     ut_Strings words;    // for each `*`
 };
+
 } // namespace
 
 static bool utModel(

@@ -48,7 +48,7 @@ public:
     ut_LoopbackPort() : mySocket(::socket(AF_INET, SOCK_STREAM, 0))
     {
         sockaddr_in address = {};
-        socklen_t length = sizeof address;
+        socklen_t length = sizeof(address);
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         auto *const any = reinterpret_cast<sockaddr *>(&address);
@@ -74,8 +74,8 @@ class ut_LoopbackServer
 {
 public:
     // Does something with the connection; false ends it.
-    typedef std::function<bool(int fd, const std::string &request)> Step;
-    typedef std::vector<Step> Script;
+    using Step = std::function<bool(int fd, const std::string &request)>;
+    using Script = std::vector<Step>;
 
     // Sends bytes, as one segment if they are few and a pause follows.
     static Step send(const std::string &bytes)
@@ -104,7 +104,7 @@ public:
         return [](int fd, const std::string &)
         {
             const linger now = {1, 0};
-            ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+            ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof(now));
             return false;
         };
     }
@@ -153,7 +153,7 @@ private:
     {
         char chunk[65536];
         ssize_t got;
-        while ((got = ::recv(fd, chunk, sizeof chunk, 0)) > 0)
+        while ((got = ::recv(fd, chunk, sizeof(chunk), 0)) > 0)
         {
             received.append(chunk, size_t(got));
             if (untilNul && !chunk[got - 1])
@@ -166,7 +166,7 @@ private:
     {
         const int fd = connection.get();
         const int on = 1;
-        ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
         std::string received;
         bool goesOn = receive(fd, received, /*untilNul=*/true);
         for (size_t i = 0; goesOn && i < myScript.size(); ++i)
