@@ -3,6 +3,7 @@
 #include "UT_AllocImpl.h"
 
 #include "SYS/SYS_Types.h"
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,10 +11,10 @@
 #include <cstring>
 #include <functional>
 #include <iterator>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 // Another name of `environ`. No header has it, and not every C library.
 extern "C" __attribute__((weak)) char **_environ;

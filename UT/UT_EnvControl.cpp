@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+
 #include <pwd.h>
 #include <unistd.h>
 

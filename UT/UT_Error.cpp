@@ -11,10 +11,9 @@
 #include "UT_SymbolTable.h"
 #include "UT_WorkBuffer.h"
 
+#include <cstring>
 #include <map>
 #include <string>
-
-#include <cstring>
 
 // The start of a line, with prefixes. All have the same width.
 static const char theBlanks[] = "             ";

@@ -10,7 +10,6 @@
 #include "UT_WorkBuffer.h"
 
 #include <algorithm>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

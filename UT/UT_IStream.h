@@ -3,11 +3,12 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
 #include "UT_IStreamBuf.h"
 #include "UT_IntArray.h"
 #include "UT_PtrArray.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cstdio>
 #include <iosfwd>

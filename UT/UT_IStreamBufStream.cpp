@@ -2,8 +2,9 @@
 
 #include "UT_IStreamBuf.h"
 
-#include <cxxabi.h>
 #include <istream>
+
+#include <cxxabi.h>
 
 // Declared here: <iostream> would make the library initialise the standard
 // streams whenever it is loaded.

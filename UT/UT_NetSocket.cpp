@@ -9,6 +9,8 @@
 #include "UT_NetSocketImpl.h"
 #include "UT_WorkBuffer.h"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -21,7 +23,6 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 // Ready before any code of the library runs, and still there when it ends.

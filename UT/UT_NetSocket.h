@@ -11,7 +11,6 @@
 #include "UT_API.h"
 
 #include "SYS/SYS_Types.h"
-
 #include <sys/select.h>
 
 // A timeval has the width that it has in the library.

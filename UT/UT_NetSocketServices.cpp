@@ -7,6 +7,9 @@
 #include "UT_NetSocketImpl.h"
 #include "UT_String.h"
 
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -15,8 +18,6 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace

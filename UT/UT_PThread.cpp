@@ -1,11 +1,10 @@
 // Workers over the system's threads, and which thread is which.
 
-#include "UT_Thread.h"
-
 #include "UT_CancelImpl.h"
 #include "UT_ForkImpl.h"
 #include "UT_LockImpl.h"
 #include "UT_SmallObjectAllocator.h"
+#include "UT_Thread.h"
 #include "UT_ThreadImpl.h"
 
 #include <csignal>

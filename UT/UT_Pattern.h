@@ -8,8 +8,9 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cstddef>
 

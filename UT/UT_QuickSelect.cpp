@@ -1,7 +1,6 @@
 // Selection: the element that sorting would put at a place.
 
 #include "UT_QuickSort.h"
-
 #include "UT_QuickSortImpl.h"
 
 #include <cmath>

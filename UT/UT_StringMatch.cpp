@@ -3,12 +3,13 @@
 
 #include "UT_String.h"
 
-#include "SYS/SYS_Types.h"
 #include "UT_AllocImpl.h"
 #include "UT_CharImpl.h"
 #include "UT_Pattern.h"
 #include "UT_WorkArgs.h"
 #include "UT_WorkBuffer.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cassert>
 #include <cstdlib>

@@ -7,9 +7,8 @@
 
 #include "SYS/SYS_Types.h"
 
-#include <climits>
-
 #include <cassert>
+#include <climits>
 
 bool
 UT_String::isValidModifier(char c, bool allowSlash)

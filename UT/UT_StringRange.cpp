@@ -2,12 +2,13 @@
 
 #include "UT_String.h"
 
-#include "SYS/SYS_Types.h"
 #include "UT_AllocImpl.h"
 #include "UT_CharImpl.h"
 #include "UT_Pattern.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkArgs.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,8 +1,9 @@
 // Command lines as csh and DOS write them, cut into words and redirections.
 
+#include "UT_String.h"
+
 #include "UT_CharImpl.h"
 #include "UT_ShellLine.h"
-#include "UT_String.h"
 #include "UT_VariableScan.h"
 #include "UT_VariableScanImpl.h"
 #include "UT_WorkArgs.h"

@@ -2,6 +2,8 @@
 
 #include "UT_CancelImpl.h"
 
+#include <sys/vfs.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -10,7 +12,6 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
 UT_SysResource::UT_SysResource()

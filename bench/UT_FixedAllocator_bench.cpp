@@ -2,6 +2,7 @@
 // standard pool take, whatever the order of releases.
 
 #include "UT/UT_FixedAllocator.h"
+
 #include "UT/UT_SmallObjectAllocator.h"
 
 #include <benchmark/benchmark.h>

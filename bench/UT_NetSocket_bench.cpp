@@ -4,9 +4,11 @@
 
 #include "UT/UT_NetSocket.h"
 
-#include "UT/UT_WorkBuffer.h"
-
 #include "ut_LoopbackServer.h"
+
+#include "UT/UT_WorkBuffer.h"
+#include <sys/select.h>
+#include <sys/socket.h>
 
 #include <benchmark/benchmark.h>
 
@@ -17,8 +19,6 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <sys/select.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::string_literals;

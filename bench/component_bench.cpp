@@ -7,11 +7,12 @@
 
 #include "ut_LoopbackServer.h"
 
+#include "UT/UT_WorkBuffer.h"
 #include "component/IValdrinConnection.h"
 #include "component/ValdrinRequest.h"
 #include "component/nsGenericModule.h"
-
-#include "UT/UT_WorkBuffer.h"
+#include <sys/select.h>
+#include <sys/socket.h>
 
 #include <benchmark/benchmark.h>
 
@@ -27,8 +28,6 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <sys/select.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::string_literals;

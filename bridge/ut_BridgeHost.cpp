@@ -13,13 +13,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <mutex>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
-#include <thread>
 #include <unistd.h>
-#include <utility>
 
 static void
 utComplain(const std::string &message)

@@ -1,10 +1,11 @@
 #include "ut_BridgeRequest.h"
 
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <string_view>
 #include <utility>
+
+#include <nlohmann/json.hpp>
 
 using ut_Json = nlohmann::json;
 

@@ -7,10 +7,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <sstream>
-#include <unistd.h>
 #include <vector>
+
+#include <nlohmann/json.hpp>
+#include <unistd.h>
 
 using ut_Json = nlohmann::json;
 using ut_Path = std::filesystem::path;

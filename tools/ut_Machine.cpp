@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstring>
+
 #include <unistd.h>
 
 static const struct

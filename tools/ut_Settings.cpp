@@ -7,8 +7,9 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <fnmatch.h>
 #include <set>
+
+#include <fnmatch.h>
 #include <unistd.h>
 
 using ut_Settings = std::vector<UT_ControlInfo>;

@@ -8,6 +8,7 @@
 #include "component/IValdrinConnection.h"
 #include "host/ut_ComponentHost.h"
 #include "host/ut_Descriptors.h"
+#include <sys/time.h>
 
 #include <cerrno>
 #include <charconv>
@@ -15,12 +16,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
+
 #include <getopt.h>
 #include <poll.h>
-#include <string>
-#include <sys/time.h>
 #include <unistd.h>
-#include <vector>
 
 enum
 {

@@ -1,9 +1,9 @@
 #include "UT/UT_Compat.h"
 
+#include "ut_SignalStorm.h"
+
 #include "SYS/SYS_Types.h"
 #include "UT/UT_Nap.h"
-
-#include "ut_SignalStorm.h"
 
 #include <gtest/gtest.h>
 

@@ -4,10 +4,11 @@
 
 #include "UT/UT_NetSocket.h"
 
-#include "UT/UT_WorkBuffer.h"
-
 #include "ut_LoopbackServer.h"
 #include "ut_SignalStorm.h"
+
+#include "UT/UT_WorkBuffer.h"
+#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,6 @@
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <netdb.h>
-#include <sys/socket.h>
 
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;

@@ -1,6 +1,8 @@
-#include "UT/UT_Lock.h"
 #include "UT/UT_NetSocket.h"
+
+#include "UT/UT_Lock.h"
 #include "UT/UT_String.h"
+#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
@@ -10,7 +12,6 @@
 
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <sys/socket.h>
 
 TEST(UT_NetSocketServices, ListenersAcceptWhoWaits)
 {

@@ -1,9 +1,11 @@
 #include "UT/UT_NetSocket.h"
 
-#include "UT/UT_WorkBuffer.h"
-
 #include "ut_LoopbackServer.h"
 #include "ut_SignalStorm.h"
+
+#include "UT/UT_WorkBuffer.h"
+#include <sys/resource.h>
+#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
@@ -13,8 +15,6 @@
 #include <string>
 #include <tuple>
 
-#include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::chrono_literals;

@@ -1,7 +1,8 @@
 #include "UT/UT_PathSearch.h"
 
-#include "UT/UT_Env.h"
 #include "ut_TempDir.h"
+
+#include "UT/UT_Env.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "UT/UT_Pattern.h"
+
 #include "UT/UT_String.h"
 
 #include <gtest/gtest.h>

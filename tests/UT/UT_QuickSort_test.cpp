@@ -1,7 +1,6 @@
 #include "UT/UT_QuickSort.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <array>
@@ -12,6 +11,8 @@
 #include <string>
 #include <type_traits>
 #include <vector>
+
+#include <pthread.h>
 
 static unsigned theComparisons;
 

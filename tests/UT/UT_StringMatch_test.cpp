@@ -1,4 +1,5 @@
 #include "UT/UT_String.h"
+
 #include "UT/UT_WorkArgs.h"
 
 #include <gtest/gtest.h>

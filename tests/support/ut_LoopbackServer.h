@@ -7,6 +7,8 @@
 
 #pragma once
 
+#include <sys/socket.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
@@ -21,7 +23,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 // A descriptor with an owner.
