@@ -1,7 +1,6 @@
-// What leaves the library, for the headers here, which know nothing of the
-// toolkit.
+// What leaves the library, for the headers that know nothing of the toolkit.
 
 #pragma once
 
-/// Marks a function that the library exports.
+/// Marks a class or function that the library exports.
 #define SYS_API __attribute__((visibility("default")))

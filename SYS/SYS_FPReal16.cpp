@@ -1,3 +1,5 @@
+// Half floats: conversion by its rule, and values and bits as text.
+
 #include "SYS_FPReal16.h"
 
 #include "SYS_FPReal16Impl.h"
@@ -128,6 +130,6 @@ void
 SYSprintBits(char *buffer, const float &value)
 {
     uint32 bits;
-    memcpy(&bits, &value, sizeof bits);
+    memcpy(&bits, &value, sizeof(bits));
     utPrintBits(buffer, bits, 32, 23);
 }

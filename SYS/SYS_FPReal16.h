@@ -49,7 +49,7 @@ public:
     }
 
     /// The bit pattern.
-    uint16 bits() const { return myBits; }
+    [[nodiscard]] uint16 bits() const { return myBits; }
 
     /// The exact value. A signalling NaN stays one, unless the compiler hands
     /// floats around in x87 registers; UTnumericCast() of an array keeps it
@@ -78,7 +78,7 @@ private:
     static uint16 utFromFloat(const float &value)
     {
         uint32 x;
-        std::memcpy(&x, &value, sizeof x);
+        std::memcpy(&x, &value, sizeof(x));
         const uint32 signAndExponent = _eLut[x >> 23];
         if (signAndExponent)
             return static_cast<uint16>(

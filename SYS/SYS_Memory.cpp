@@ -41,11 +41,11 @@ static bool
 utReadsVmData(const char *line, unsigned &bytes)
 {
     static const char theLabel[] = "VmData:";
-    if (strncmp(line, theLabel, sizeof theLabel - 1) != 0)
+    if (strncmp(line, theLabel, sizeof(theLabel) - 1) != 0)
         return false;
     char *end;
     const unsigned long kilobytes =
-        strtoul(line + sizeof theLabel - 1, &end, 0);
+        strtoul(line + sizeof(theLabel) - 1, &end, 0);
     if (strncmp(end, " kB", 3) != 0)
         return false;
     bytes = static_cast<unsigned>(kilobytes * 1024);
@@ -56,13 +56,13 @@ unsigned
 getProcMemUsage()
 {
     char text[256];
-    snprintf(text, sizeof text, "/proc/%d/status", int(getpid()));
+    snprintf(text, sizeof(text), "/proc/%d/status", int(getpid()));
     bool found = false;
     unsigned bytes = 0;
     const ut_CancelGuard guard;
     if (FILE *file = fopen(text, "re"))
     {
-        while (!found && fgets(text, sizeof text, file))
+        while (!found && fgets(text, sizeof(text), file))
             found = utReadsVmData(text, bytes);
         fclose(file);
     }

@@ -4,9 +4,10 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_AllocImpl.h"
 #include "UT_ArrayGrowth.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <algorithm>
 #include <cstddef>

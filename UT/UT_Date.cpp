@@ -36,8 +36,8 @@ public:
     {
     }
 
-    char *end() const { return myEnd; }
-    int count() const { return myCount; }
+    [[nodiscard]] char *end() const { return myEnd; }
+    [[nodiscard]] int count() const { return myCount; }
 
     void put(char byte)
     {
@@ -94,9 +94,9 @@ ut_DateText::putFormatted(const char *format, ...)
     char number[32];
     va_list args;
     va_start(args, format);
-    vsnprintf(number, sizeof number, format, args);
+    vsnprintf(number, sizeof(number), format, args);
     va_end(args);
-    put(number, sizeof number);
+    put(number, sizeof(number));
 }
 
 void
@@ -252,7 +252,7 @@ UT_Date::dprintf(std::ostream &os, const char *format, const tm *t)
     if (!format || !t)
         return os;
     char block[256];
-    ut_DateText text(block, sizeof block, &os);
+    ut_DateText text(block, sizeof(block), &os);
     text.putTime(format, *t);
     text.flush();
     theCount.fetch_add(text.count(), std::memory_order_relaxed);

@@ -3,6 +3,7 @@
 #include "UT_AllocImpl.h"
 
 #include "SYS/SYS_Types.h"
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,10 +11,10 @@
 #include <cstring>
 #include <functional>
 #include <iterator>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 // Another name of `environ`. No header has it, and not every C library.
 extern "C" __attribute__((weak)) char **_environ;
@@ -104,7 +105,7 @@ utKey(const char *name, size_t length)
     if (length < sizeof(uint64))
         return utKey(name);
     uint64 key;
-    memcpy(&key, name, sizeof key);
+    memcpy(&key, name, sizeof(key));
     const uint64 ones = 0x0101010101010101u;
     const uint64 zeroIfEquals = key ^ ('=' * ones);
     const bool hasEquals =
@@ -249,7 +250,7 @@ utIsMeddledWith(int32 count)
 {
     return memcmp(
                theEnvironment, theSeen,
-               size_t(count) * sizeof *theEnvironment) != 0;
+               size_t(count) * sizeof(*theEnvironment)) != 0;
 }
 
 // At any slot, or at the null after them.
@@ -296,7 +297,7 @@ utFindPlain(const char *name, size_t length)
     // What equal keys leave to compare. One without "=" is of eight bytes that
     // belong to both names.
     const uint8 last = uint8(key);
-    const size_t done = last && last != '=' ? sizeof key : 0;
+    const size_t done = last && last != '=' ? sizeof(key) : 0;
     while (low < end)
     {
         const int32 middle = (low + end) >> 1;

@@ -1,3 +1,5 @@
+// The table of settings: reading, finding, changing and describing them.
+
 #include "UT_EnvControl.h"
 
 #include "UT_AllocImpl.h"
@@ -5,7 +7,7 @@
 #include "UT_Env.h"
 #include "UT_EnvControlImpl.h"
 #include "UT_ForkImpl.h"
-#include "UT_Lock.h"
+#include "UT_LockImpl.h"
 #include "UT_SpecialDir.h"
 #include "UT_SymbolTable.h"
 
@@ -16,7 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <mutex>
+
 #include <pwd.h>
 #include <unistd.h>
 
@@ -40,7 +42,7 @@ theVariableNames()
     return *theNames;
 }
 
-// ---- The tables ------------------------------------------------------------
+// ---- The tables
 
 template <class Row, class Id>
 static const Row *
@@ -59,7 +61,7 @@ utAddNames(const Row *rows)
         theVariableNames().addSymbol(rows->name, UT_Thing());
 }
 
-// ---- The one table ---------------------------------------------------------
+// ---- The one table
 
 UT_EnvControl &
 UT_EnvControl::createControl()
@@ -68,8 +70,7 @@ UT_EnvControl::createControl()
     static ut_ForkLock theForkLock(theCreation, UT_FORK_SETTINGS);
     theForkLock.join();
     // The light-weight way to wait asks for a setting.
-    theCreation.lockNap();
-    const std::lock_guard<UT_Lock> guard(theCreation, std::adopt_lock);
+    const ut_LockGuard guard(&theCreation, utLockNap);
     const ut_CancelGuard cancelGuard; // they are read as a whole
     if (!theControl.load(std::memory_order_relaxed))
         new UT_EnvControl;
@@ -220,7 +221,7 @@ UT_EnvControl::loadEnvironment()
                 utNumber(value), row->minimum, row->maximum));
 }
 
-// ---- Names -----------------------------------------------------------------
+// ---- Names
 
 const char *
 UT_EnvControl::getIntVar(UT_IntControl id)
@@ -268,7 +269,7 @@ UT_EnvControl::getOldStringVar(UT_StrControl id)
     return row ? row->formerName : nullptr;
 }
 
-// ---- Changes ---------------------------------------------------------------
+// ---- Changes
 
 void
 UT_EnvControl::setStringVar(UT_StrControl id, const char *value)
@@ -298,7 +299,7 @@ UT_EnvControl::varChanged(const char *name)
     control.doInit();
 }
 
-// ---- Descriptions ----------------------------------------------------------
+// ---- Descriptions
 
 template <class Row>
 static void

@@ -1,3 +1,5 @@
+// The settings: names, defaults, limits, former names and uses.
+
 #include "UT_EnvControlImpl.h"
 
 // One row per line, however long it gets.
@@ -261,7 +263,7 @@ constexpr ut_StringRow theStringLookups[] = {
 
 // clang-format on
 
-// ---- What the build proves -------------------------------------------------
+// ---- What the build proves
 
 template <class Row>
 static constexpr void

@@ -1,20 +1,19 @@
 #include "UT_Error.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_ForkImpl.h"
 #include "UT_IStream.h"
-#include "UT_Lock.h"
+#include "UT_LockImpl.h"
 #include "UT_Path.h"
 #include "UT_PathSearch.h"
 #include "UT_StringArray.h"
 #include "UT_SymbolTable.h"
 #include "UT_WorkBuffer.h"
 
-#include <map>
-#include <mutex>
-#include <string>
-
 #include <cstring>
+#include <map>
+#include <string>
 
 // The start of a line, with prefixes. All have the same width.
 static const char theBlanks[] = "             ";
@@ -22,9 +21,9 @@ static const char theWarningLabel[] = "Warning:     ";
 static const char theErrorLabel[] = "Error:       ";
 static const char theFatalLabel[] = "Fatal error: ";
 
-static_assert(sizeof theWarningLabel == sizeof theBlanks);
-static_assert(sizeof theErrorLabel == sizeof theBlanks);
-static_assert(sizeof theFatalLabel == sizeof theBlanks);
+static_assert(sizeof(theWarningLabel) == sizeof(theBlanks));
+static_assert(sizeof(theErrorLabel) == sizeof(theBlanks));
+static_assert(sizeof(theFatalLabel) == sizeof(theBlanks));
 
 // A larger code is a slip of a file's writer, and would cost memory.
 static const int theLastCode = 1000000;
@@ -69,7 +68,7 @@ utReadLine(const char *line, ut_Messages &messages)
 {
     const char *text = line;
     int code = 0;
-    for (; *text >= '0' && *text <= '9'; ++text)
+    for (; utIsDigit(*text); ++text)
     {
         code = code * 10 + (*text - '0');
         if (code > theLastCode)
@@ -133,8 +132,7 @@ utFindMessages(const char *type)
     static ut_Cache *theCache = new ut_Cache; // never destroyed
 
     theCache->forkLock.join();
-    theCache->lock.lockLW();
-    const std::lock_guard<UT_Lock> guard(theCache->lock, std::adopt_lock);
+    const ut_LockGuard guard(&theCache->lock);
     const ut_CancelGuard cancelGuard;
     UT_Thing found;
     if (!theCache->files.findSymbol(type, &found))
@@ -187,7 +185,7 @@ static int
 utReadNumber(const char *&text)
 {
     int number = 0;
-    for (int i = 0; i < 3 && *text >= '0' && *text <= '9'; ++i)
+    for (int i = 0; i < 3 && utIsDigit(*text); ++i)
         number = number * 10 + (*text++ - '0');
     return number;
 }
@@ -262,7 +260,7 @@ UT_Error::getErrorMessage(
         return;
     }
     char space[256];
-    const char *text = strerror_r(myCode, space, sizeof space);
+    const char *text = strerror_r(myCode, space, sizeof(space));
     UT_WorkBuffer message;
     message.append(text && *text ? text : "Unknown Error");
     if (myString.buffer() && *myString.buffer())

@@ -80,10 +80,10 @@ public:
 
     /// What the error was made of. Borrowed until the error's next change,
     /// null if given so.
-    const char *getErrorType() const { return myType; }
-    const char *getErrorString() const { return myString; }
-    int getErrorCode() const { return myCode; }
-    UT_ErrorSeverity getSeverity() const { return mySeverity; }
+    [[nodiscard]] const char *getErrorType() const { return myType; }
+    [[nodiscard]] const char *getErrorString() const { return myString; }
+    [[nodiscard]] int getErrorCode() const { return myCode; }
+    [[nodiscard]] UT_ErrorSeverity getSeverity() const { return mySeverity; }
 
     /// Writes the message to `out`, which then owns it: the text of the code
     /// in the type's message file, with the free text in it; "TYPE: unknown

@@ -6,9 +6,8 @@
 #include "UT_EnvControl.h"
 #include "UT_ErrorImpl.h"
 #include "UT_ForkImpl.h"
+#include "UT_LockImpl.h"
 #include "UT_WorkBuffer.h"
-
-#include <mutex>
 
 #include <cerrno>
 
@@ -36,7 +35,7 @@ public:
     ut_LogFile(const ut_LogFile &) = delete;
     ut_LogFile &operator=(const ut_LogFile &) = delete;
 
-    bool isOpen() const { return myFile >= 0; }
+    [[nodiscard]] bool isOpen() const { return myFile >= 0; }
 
     // At once: what others append then comes before or behind all of it. Only
     // a full disk or a signal takes it apart.
@@ -142,8 +141,7 @@ UT_ErrorLog::write(const UT_Error *error)
         error->getErrorMessage(message, UT_ERROR_NONE, /*prefixes=*/1);
     const char *text = message.isNull() ? "" : message.buffer();
 
-    myLock.lockNap();
-    const std::lock_guard<UT_Lock> guard(myLock, std::adopt_lock);
+    const ut_LockGuard guard(&myLock, utLockNap);
     // A thread that is being ended writes its whole line before.
     const ut_CancelGuard cancelGuard;
     const ut_LogFile file(myFileName);

@@ -28,7 +28,7 @@ public:
     UT_ErrorLog &operator=(const UT_ErrorLog &) = delete;
 
     /// Whether there is a file to write to.
-    bool isEnabled() const { return myEnabled; }
+    [[nodiscard]] bool isEnabled() const { return myEnabled; }
 
     /// Appends an error's date and time, its message with prefixes, and a
     /// newline. Nothing else happens when the file cannot be opened or

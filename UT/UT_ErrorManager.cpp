@@ -10,7 +10,6 @@
 #include "UT_WorkBuffer.h"
 
 #include <algorithm>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -372,7 +371,7 @@ UTcheckOutStream(std::ostream &, const char *operation, const char *path)
     if (!path)
         path = "";
     char space[256];
-    const char *reason = strerror_r(code, space, sizeof space);
+    const char *reason = strerror_r(code, space, sizeof(space));
     if (code != 0 && UT_EnvControl::getInt(UT_VALDRIN_VERBOSE_ERROR))
     {
         fputs("Valdrin Save error detected:", stderr);

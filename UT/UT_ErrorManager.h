@@ -29,12 +29,12 @@ public:
     UT_ErrorManager &operator=(const UT_ErrorManager &) = delete;
 
     /// Number of errors.
-    int entries() const { return int(myErrors.entries()); }
+    [[nodiscard]] int entries() const { return int(myErrors.entries()); }
 
     /// The error at `index`, which must be below entries(). Borrowed until the
     /// next change of the manager.
     UT_Error *getError(int index) { return myErrors(unsigned(index)); }
-    const UT_Error *getError(int index) const
+    [[nodiscard]] const UT_Error *getError(int index) const
     {
         return myErrors(unsigned(index));
     }
@@ -46,14 +46,20 @@ public:
     }
 
     /// Whether nothing has come since the messages were listed the last time.
-    bool getReadFlag() const { return (myFlags & theReadFlag) != 0; }
+    [[nodiscard]] bool getReadFlag() const
+    {
+        return (myFlags & theReadFlag) != 0;
+    }
 
     /// Whether the severity has to be found out again.
-    bool getNeedScan() const { return (myFlags & theNeedScanFlag) != 0; }
+    [[nodiscard]] bool getNeedScan() const
+    {
+        return (myFlags & theNeedScanFlag) != 0;
+    }
 
     /// Index of the first error of that type and code, or -1. A null type
     /// finds an error without one.
-    int findError(const char *type, int code) const;
+    [[nodiscard]] int findError(const char *type, int code) const;
 
     /// Lists the messages of all errors of the severity `filter`, or of all
     /// for UT_ERROR_NONE, in `out`, which owns the text, and sets the read
@@ -185,7 +191,7 @@ UT_API UT_ErrorSeverity UTaddCommonError(int code, const char *string);
 UT_API UT_ErrorSeverity UTaddError(UT_Error *error);
 
 UT_API UT_ErrorSeverity UTgetErrorSeverity();
-UT_API int UTfindError(const char *type, int code);
+[[nodiscard]] UT_API int UTfindError(const char *type, int code);
 
 /// Tells by `errno` whether the last output may be taken as done. Returns 1
 /// then; 0 when the device or the file system failed (EIO, EMFILE, ENOSPC,

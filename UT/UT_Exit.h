@@ -15,7 +15,7 @@
 class UT_API UT_Exit
 {
 public:
-    typedef void (*Callback)(void *data);
+    using Callback = void (*)(void *data);
 
     /// Adds a callback; `data` is handed to it as it is. Returns false, and
     /// adds nothing, when the same function with the same data is there

@@ -37,21 +37,21 @@ static void *
 utNext(const void *block)
 {
     void *next;
-    memcpy(&next, block, sizeof next);
+    memcpy(&next, block, sizeof(next));
     return next;
 }
 
 static void
 utSetNext(void *block, void *next)
 {
-    memcpy(block, &next, sizeof next);
+    memcpy(block, &next, sizeof(next));
 }
 
 static int32
 utSlot(const void *block, unsigned objectSize)
 {
     int32 slot;
-    memcpy(&slot, static_cast<const char *>(block) + objectSize, sizeof slot);
+    memcpy(&slot, static_cast<const char *>(block) + objectSize, sizeof(slot));
     return slot;
 }
 
@@ -85,7 +85,7 @@ UT_FixedAllocator::ut_SmallObjectPage::buildFreeList(
     {
         utSetNext(block, i < freeCount ? block + stride : nullptr);
         if (owner.myReclaim)
-            memcpy(block + owner.myObjectSize, &slot, sizeof slot);
+            memcpy(block + owner.myObjectSize, &slot, sizeof(slot));
     }
 }
 

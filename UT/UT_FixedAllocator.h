@@ -37,7 +37,7 @@ public:
     /// page's blocks are first handed out in the order of their addresses, and
     /// the block given back last goes out first. O(1); every `objectsPerPage`
     /// calls at most, a page is made.
-    void *allocate();
+    [[nodiscard]] void *allocate();
 
     /// Takes back a block of this allocator; nothing for null. O(1).
     void deallocate(void *block);
@@ -49,32 +49,32 @@ public:
 
     /// Bytes in a block: the size asked for, rounded up to a multiple of 8 and
     /// never 0.
-    unsigned int objectSize() const { return myObjectSize; }
+    [[nodiscard]] unsigned int objectSize() const { return myObjectSize; }
 
     /// The size asked for at construction.
-    unsigned int requestedSize() const { return myRequestedSize; }
+    [[nodiscard]] unsigned int requestedSize() const { return myRequestedSize; }
 
     /// Number of blocks in a page.
-    int objectsPerPage() const { return myObjectsPerPage; }
+    [[nodiscard]] int objectsPerPage() const { return myObjectsPerPage; }
 
     /// Number of blocks in use.
-    int allocated() const { return myAllocated; }
+    [[nodiscard]] int allocated() const { return myAllocated; }
 
     /// Number of page slots: pages, and slots whose page was given back.
-    unsigned int pageSlots() const { return myPages.entries(); }
+    [[nodiscard]] unsigned int pageSlots() const { return myPages.entries(); }
 
     /// Number of page slots without a page. They are filled, from the last
     /// one, before slots are added.
-    int freedSlots() const { return myFreedSlots; }
+    [[nodiscard]] int freedSlots() const { return myFreedSlots; }
 
     /// Slot of the page that is kept although all its blocks are free, -1 when
     /// there is none. Only for an allocator that reclaims.
-    int emptyPage() const { return myEmptyPage; }
+    [[nodiscard]] int emptyPage() const { return myEmptyPage; }
 
 private:
     class ut_SmallObjectPage;
 
-    UT_LOCAL unsigned int blockSize() const;
+    [[nodiscard]] UT_LOCAL unsigned int blockSize() const;
     UT_LOCAL ut_SmallObjectPage *allocPage();
     UT_LOCAL void releasePage(int slot);
     UT_LOCAL void linkPage(ut_SmallObjectPage *page);

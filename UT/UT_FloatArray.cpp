@@ -2,6 +2,7 @@
 
 #include "UT_ArrayImpl.h"
 #include "UT_QuickSort.h"
+
 #include "VM/VM_Math.h"
 
 #include <cmath>

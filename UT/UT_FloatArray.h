@@ -49,10 +49,10 @@ public:
     UT_FloatArray &operator=(const UT_FloatArray &source);
 
     /// Number of elements in use.
-    unsigned entries() const { return myEntries; }
+    [[nodiscard]] unsigned entries() const { return myEntries; }
 
     /// Number of slots allocated.
-    unsigned capacity() const { return myCapacity; }
+    [[nodiscard]] unsigned capacity() const { return myCapacity; }
 
     /// The slot at `index`, which must be below capacity().
     float operator()(unsigned index) const { return myData[index]; }
@@ -62,21 +62,22 @@ public:
 
     /// The slots, null when there are none. Borrowed until the capacity
     /// changes.
-    const float *data() const { return myData; }
+    [[nodiscard]] const float *data() const { return myData; }
     float *data() { return myData; }
 
     /// Same elements in the same order, or the same object.
     bool operator==(const UT_FloatArray &other) const;
 
     /// Same number of elements, and each pair compares equal.
-    bool isEqual(const UT_FloatArray &other, Compare compare) const;
+    [[nodiscard]] bool
+    isEqual(const UT_FloatArray &other, Compare compare) const;
 
     /// Index of the first element from `start` on that is `value`, or -1.
-    int find(float value, unsigned start = 0) const;
+    [[nodiscard]] int find(float value, unsigned start = 0) const;
 
     /// Index of an element of the sorted array that compares equal, or -1.
     /// O(log n).
-    int find(float value, Compare compare) const;
+    [[nodiscard]] int find(float value, Compare compare) const;
 
     /// Calls `function` on each element in order until one call answers
     /// non-zero. Returns the index of that element, or entries().

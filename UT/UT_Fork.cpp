@@ -1,8 +1,8 @@
+// Forks: counting them, and holding the toolkit's locks while they happen.
+
 #include "UT_CancelImpl.h"
 #include "UT_ForkImpl.h"
-#include "UT_Lock.h"
-
-#include <mutex>
+#include "UT_LockImpl.h"
 
 std::atomic<uint16> theForkCount(0);
 
@@ -83,8 +83,7 @@ ut_ForkLock::leave()
     if (!myIsIn)
         return;
     const ut_CancelGuard cancelGuard; // destructors come here
-    utTake(theForkLock);
-    const std::lock_guard<UT_Lock> guard(theForkLock, std::adopt_lock);
+    const ut_LockGuard guard(&theForkLock, utTake);
     ut_ForkLock *first = this;
     if (theForkLocks.compare_exchange_strong(first, myNext))
         return;

@@ -1,3 +1,5 @@
+// Text from a stream: lines, words, comments. And where a stream comes from.
+
 #include "UT_IStream.h"
 
 #include "UT_AllocImpl.h"

@@ -3,11 +3,12 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
 #include "UT_IStreamBuf.h"
 #include "UT_IntArray.h"
 #include "UT_PtrArray.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cstdio>
 #include <iosfwd>
@@ -85,24 +86,27 @@ public:
     void clearError() { myError = false; }
 
     /// Whether the stream has failed.
-    bool hasError() const { return myError; }
+    [[nodiscard]] bool hasError() const { return myError; }
 
     /// What went wrong in the buffer: its own text, or what strerror() says.
     /// Borrowed until the buffer's next error.
-    const char *getErrorStr() const { return myStream->getErrorStr(); }
+    [[nodiscard]] const char *getErrorStr() const
+    {
+        return myStream->getErrorStr();
+    }
 
     /// The buffer. Borrowed until the stream goes or opens another file.
-    UT_IStreamBuf *getStreamBuf() const { return myStream; }
+    [[nodiscard]] UT_IStreamBuf *getStreamBuf() const { return myStream; }
 
     /// Copies `label`, usually the file's name; null for none.
     void setLabel(const char *label);
 
     /// The label, null for none. Borrowed until the next setLabel() or open().
-    const char *getLabel() const { return myLabel; }
+    [[nodiscard]] const char *getLabel() const { return myLabel; }
 
     /// Whether values are binary, and the same as a read type.
-    bool isBinary() const { return myIsBinary; }
-    UT_ISTREAM_READTYPE readType() const
+    [[nodiscard]] bool isBinary() const { return myIsBinary; }
+    [[nodiscard]] UT_ISTREAM_READTYPE readType() const
     {
         return myIsBinary ? UT_ISTREAM_BINARY : UT_ISTREAM_ASCII;
     }
@@ -128,7 +132,7 @@ public:
 
     /// Position of the next byte; -1 when the source does not know it, 0 after
     /// an error of the buffer.
-    int64 tellg() const { return myStream->tellg(); }
+    [[nodiscard]] int64 tellg() const { return myStream->tellg(); }
 
     /// Clears the failed state and moves as UT_IStreamBuf::seekg() does; fails
     /// when that does. Mind what it counts from with `whence` 1 and 2.
@@ -136,7 +140,7 @@ public:
 
     /// Whether nothing is left, or the stream has failed. A file of which just
     /// the last byte was read does not know that it ends there.
-    bool isEof() const
+    [[nodiscard]] bool isEof() const
     {
         return myError || myStream->hasError() ||
                (!myStream->pending() && myStream->endOfBuffer());
@@ -145,9 +149,9 @@ public:
     /// A stream over `length` bytes of this one from `start` on, over what it
     /// decompresses to from its position on. The read type is this stream's.
     /// The caller deletes it.
-    UT_IStream *getSubStream(int64 start, int64 length);
-    UT_IStream *getZlibStream();
-    UT_IStream *getGzipStream();
+    [[nodiscard]] UT_IStream *getSubStream(int64 start, int64 length);
+    [[nodiscard]] UT_IStream *getZlibStream();
+    [[nodiscard]] UT_IStream *getGzipStream();
 
     // ---- Text: false at the end, and when the stream has failed or fails.
 
@@ -229,7 +233,7 @@ private:
 
     UT_LOCAL bool checked(bool result);
     UT_LOCAL bool finished(bool result);
-    UT_LOCAL bool isUsedUp() const;
+    [[nodiscard]] UT_LOCAL bool isUsedUp() const;
     UT_LOCAL bool skipComments(int commentChar, int &lines);
     template <class T>
     UT_LOCAL int readValues(T *values, int count);

@@ -1,3 +1,5 @@
+// What all stream buffers share, and those over memory and over nothing.
+
 #include "UT_IStreamBuf.h"
 
 #include "UT_AllocImpl.h"
@@ -16,9 +18,9 @@ public:
     int read(char *, int) override { return 0; }
     int streamPeek() override { return -1; }
     const char *loadBuffer(int &, int &) override { return nullptr; }
-    int64 tellPos() const override { return 0; }
+    [[nodiscard]] int64 tellPos() const override { return 0; }
     bool seekPos(int64, int) override { return false; }
-    bool endOfBuffer() const override { return true; }
+    [[nodiscard]] bool endOfBuffer() const override { return true; }
 };
 
 class ut_MemoryStreamBuf : public UT_IStreamBuf
@@ -32,9 +34,12 @@ public:
     int read(char *buf, int n) override;
     int streamPeek() override;
     const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override { return myOffset; }
+    [[nodiscard]] int64 tellPos() const override { return myOffset; }
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return myOffset >= myLength; }
+    [[nodiscard]] bool endOfBuffer() const override
+    {
+        return myOffset >= myLength;
+    }
 
 private:
     const char *myData; // the caller's

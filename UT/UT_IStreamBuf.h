@@ -4,8 +4,9 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cstdio>
 #include <iosfwd>
@@ -42,13 +43,13 @@ public:
     // caller, unless said otherwise. None returns null.
 
     /// A buffer without bytes, which cannot seek.
-    static UT_IStreamBuf *nullBuf();
+    [[nodiscard]] static UT_IStreamBuf *nullBuf();
 
     /// The file at `path`, which the buffer closes. When it cannot be opened
     /// the buffer's error is set, with the errno of the attempt. Blocks are
     /// 4096 bytes. Programs that are started do not inherit the file; a child
     /// of fork() shares it, and its position, with the parent.
-    static UT_IStreamBuf *fileBuf(const char *path);
+    [[nodiscard]] static UT_IStreamBuf *fileBuf(const char *path);
 
     /// Reads `file`, which the caller closes after the buffer's last use. A
     /// terminal is read line by line, so that a line is there as soon as it is
@@ -59,18 +60,18 @@ public:
     /// off, otherwise by lines. Deliberate: its count is raised once more when
     /// it is made, and again by each call, so that it is 3 after the first and
     /// no user ever destroys it.
-    static UT_IStreamBuf *fileBuf(FILE *file);
+    [[nodiscard]] static UT_IStreamBuf *fileBuf(FILE *file);
 
     /// Reads `stream`, which must outlive the buffer, in blocks of 4096 bytes.
     /// For `std::cin` it is what fileBuf(stdin) returns.
-    static UT_IStreamBuf *istreamBuf(std::istream &stream);
+    [[nodiscard]] static UT_IStreamBuf *istreamBuf(std::istream &stream);
 
     /// `length` bytes at `data` (kept, must outlive the buffer) as one block.
     /// Null is an empty block, and so is a negative length.
     ///
     /// Deliberate: a seek with `whence` 2 ignores the offset and goes to the
     /// length less the current offset.
-    static UT_IStreamBuf *memoryBuf(const char *data, int length);
+    [[nodiscard]] static UT_IStreamBuf *memoryBuf(const char *data, int length);
 
     /// `length` bytes of `source` from `start` on, of which positions count.
     /// Seeks the source there; when that fails the range is empty. It shows
@@ -80,7 +81,7 @@ public:
     /// Deliberate: a seek with `whence` 2 moves the source forward, from where
     /// it is, by the range's end (as a position of the source) plus the offset.
     /// A position behind the end is no error, and has no bytes.
-    static UT_IStreamBuf *
+    [[nodiscard]] static UT_IStreamBuf *
     rangeBuf(UT_IStreamBuf *source, int64 start, int64 length);
 
     /// What the zlib data of `source`, from its position on, decompress to.
@@ -89,12 +90,12 @@ public:
     /// there without an error; damaged ones set it, with zlib's text, once all
     /// bytes before the damage are read. Bytes of `source` behind the data may
     /// have been read.
-    static UT_IStreamBuf *zlibBuf(UT_IStreamBuf *source);
+    [[nodiscard]] static UT_IStreamBuf *zlibBuf(UT_IStreamBuf *source);
 
     /// The same for gzip data: the first member, without a look at its
     /// checksum. The header is read here; the first read of a buffer whose
     /// header is no good sets the error.
-    static UT_IStreamBuf *gzipBuf(UT_IStreamBuf *source);
+    [[nodiscard]] static UT_IStreamBuf *gzipBuf(UT_IStreamBuf *source);
 
     /// Whether standard input is read by lines even when it is no terminal.
     /// Decides when the shared buffer is made, not afterwards.
@@ -126,7 +127,7 @@ public:
     virtual const char *loadBuffer(int &start, int &end) = 0;
 
     /// Position of the source, behind the load buffer; -1 when it is unknown.
-    virtual int64 tellPos() const = 0;
+    [[nodiscard]] virtual int64 tellPos() const = 0;
 
     /// Moves the source: `whence` 0 from the start, 1 from tellPos(), 2 from
     /// the end.
@@ -134,7 +135,7 @@ public:
 
     /// Whether the source has nothing behind the load buffer. A file knows
     /// that only after a read that met its end.
-    virtual bool endOfBuffer() const = 0;
+    [[nodiscard]] virtual bool endOfBuffer() const = 0;
 
     // ---- References
 
@@ -145,12 +146,12 @@ public:
     void release();
 
     /// References that are held.
-    int references() const { return myRefCount; }
+    [[nodiscard]] int references() const { return myRefCount; }
 
     // ---- Blocks and positions: UT_IStreamBuf.cpp
 
     /// Bytes that the load buffer still has.
-    int pending() const { return myLoadEnd - myLoadPos; }
+    [[nodiscard]] int pending() const { return myLoadEnd - myLoadPos; }
 
     /// Replaces the load buffer by the next block, pending bytes and all.
     /// False at the end.
@@ -165,7 +166,7 @@ public:
     int bread(char *buf, int n);
 
     /// Position of the next byte; -1 when the source does not know it.
-    int64 tellg() const;
+    [[nodiscard]] int64 tellg() const;
 
     /// Clears the error and the load buffer and moves the source: `whence` 0
     /// from the start, 1 from the current position, 2 from the end.
@@ -246,11 +247,11 @@ public:
     void setError(const char *text);
 
     /// Whether the error is set.
-    bool hasError() const { return myError; }
+    [[nodiscard]] bool hasError() const { return myError; }
 
     /// The text of the last error, or what strerror() says for its errno.
     /// Borrowed until the next error; that of strerror() until its next call.
-    const char *getErrorStr() const;
+    [[nodiscard]] const char *getErrorStr() const;
 
 protected:
     UT_IStreamBuf() = default;

@@ -1,3 +1,5 @@
+// Stream buffers over files, C streams and the standard input.
+
 #include "UT_IStreamBuf.h"
 
 #include "UT_CancelImpl.h"
@@ -53,9 +55,15 @@ public:
     int read(char *buf, int n) override;
     int streamPeek() override { return utPeekFile(myFile); }
     const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override { return myFile ? ftell(myFile) : -1; }
+    [[nodiscard]] int64 tellPos() const override
+    {
+        return myFile ? ftell(myFile) : -1;
+    }
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return !myFile || feof(myFile); }
+    [[nodiscard]] bool endOfBuffer() const override
+    {
+        return !myFile || feof(myFile);
+    }
 
 private:
     FILE *myFile; // the caller's, or null
@@ -76,9 +84,12 @@ public:
     int streamPeek() override;
     bool closeFile() override;
     const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override;
+    [[nodiscard]] int64 tellPos() const override;
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return myFile < 0 || myIsAtEnd; }
+    [[nodiscard]] bool endOfBuffer() const override
+    {
+        return myFile < 0 || myIsAtEnd;
+    }
 
 private:
     enum
@@ -87,7 +98,7 @@ private:
         theWindowSize = 16 * theBlockSize
     };
 
-    int unread() const { return myWindowEnd - myWindowPos; }
+    [[nodiscard]] int unread() const { return myWindowEnd - myWindowPos; }
     bool closeOnce();
     void drop();
     int readFile(char *buf, int n);
@@ -114,9 +125,12 @@ public:
     int read(char *buf, int n) override;
     int streamPeek() override { return utPeekFile(myFile); }
     const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override { return ftell(myFile); }
+    [[nodiscard]] int64 tellPos() const override { return ftell(myFile); }
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return feof(myFile) != 0; }
+    [[nodiscard]] bool endOfBuffer() const override
+    {
+        return feof(myFile) != 0;
+    }
 
 private:
     FILE *myFile;

@@ -1,3 +1,5 @@
+// Stream buffers over a part of another one.
+
 #include "UT_IStreamBuf.h"
 
 #include <algorithm>
@@ -25,12 +27,12 @@ public:
     int read(char *buf, int n) override;
     int streamPeek() override;
     const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override;
+    [[nodiscard]] int64 tellPos() const override;
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override;
+    [[nodiscard]] bool endOfBuffer() const override;
 
 private:
-    int remaining() const
+    [[nodiscard]] int remaining() const
     {
         return int(std::clamp(myRemaining, int64(0), int64(INT_MAX)));
     }

@@ -1,6 +1,8 @@
+// Scanning a stream buffer: lines, words, numbers, quoted strings.
+
 #include "UT_IStreamBuf.h"
 
-#include "UT_StringImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include <cstring>
@@ -43,7 +45,7 @@ static const int theShortWord = 32;
 inline bool
 UT_IStreamBuf::getShortLine(UT_WorkBuffer &buffer, int delimiter)
 {
-    static_assert(theShortLine <= sizeof buffer.myStackBuffer);
+    static_assert(theShortLine <= sizeof(buffer.myStackBuffer));
     const char *const line = myLoadBuffer + myLoadPos;
     const int available = buffer.myLockCount ? 0 : pending();
     const __m128i wanted = _mm_set1_epi8(char(delimiter));
@@ -75,7 +77,7 @@ UT_IStreamBuf::getShortLine(UT_WorkBuffer &buffer, int delimiter)
 inline bool
 UT_IStreamBuf::getShortWord(UT_WorkBuffer &buffer)
 {
-    static_assert(theShortWord <= sizeof buffer.myStackBuffer);
+    static_assert(theShortWord <= sizeof(buffer.myStackBuffer));
     if (buffer.myLockCount || pending() < 64)
         return false;
     const char *const bytes = myLoadBuffer + myLoadPos;
@@ -233,7 +235,7 @@ struct ut_NumberScan
         return byte;
     }
 
-    bool isFloat() const { return myHasPoint || myHasExponent; }
+    [[nodiscard]] bool isFloat() const { return myHasPoint || myHasExponent; }
 
     bool myHasPoint = false;
     bool myHasExponent = false;

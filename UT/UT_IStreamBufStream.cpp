@@ -1,7 +1,10 @@
+// Stream buffers over streams of the standard library.
+
 #include "UT_IStreamBuf.h"
 
-#include <cxxabi.h>
 #include <istream>
+
+#include <cxxabi.h>
 
 // Declared here: <iostream> would make the library initialise the standard
 // streams whenever it is loaded.
@@ -21,9 +24,9 @@ public:
     int read(char *buf, int n) override;
     int streamPeek() override;
     const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override;
+    [[nodiscard]] int64 tellPos() const override;
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return myStream.eof(); }
+    [[nodiscard]] bool endOfBuffer() const override { return myStream.eof(); }
 
 private:
     std::istream &myStream;

@@ -1,3 +1,5 @@
+// Stream buffers that decode zlib and gzip data.
+
 #include "UT_IStreamBuf.h"
 
 #include <algorithm>
@@ -18,9 +20,12 @@ public:
     int read(char *buf, int n) override;
     int streamPeek() override;
     const char *loadBuffer(int &start, int &end) override;
-    int64 tellPos() const override { return myDelivered; }
+    [[nodiscard]] int64 tellPos() const override { return myDelivered; }
     bool seekPos(int64 offset, int whence) override;
-    bool endOfBuffer() const override { return myIsAtEnd && ahead() == 0; }
+    [[nodiscard]] bool endOfBuffer() const override
+    {
+        return myIsAtEnd && ahead() == 0;
+    }
 
     // Prepares for the first read. The factories call it, when the object is
     // whole.
@@ -34,7 +39,7 @@ protected:
     z_stream myZStream = {}; // not initialised: inflate() refuses it
 
 private:
-    int ahead() const { return myAheadEnd - myAheadPos; }
+    [[nodiscard]] int ahead() const { return myAheadEnd - myAheadPos; }
     int inflateInto(char *buf, int n, int &result);
     int fetch(char *buf, int n, int &result);
 

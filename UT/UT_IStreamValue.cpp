@@ -1,5 +1,8 @@
+// Values from a stream: numbers, binary and as text, and strings.
+
 #include "UT_IStream.h"
 
+#include "UT_CharImpl.h"
 #include "UT_NumberImpl.h"
 #include "UT_String.h"
 #include "UT_SwapBytes.h"

@@ -2,8 +2,9 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <vector>
 
@@ -47,10 +48,10 @@ public:
     UT_IntArray &operator=(const UT_IntArray &source);
 
     /// Number of elements in use.
-    unsigned entries() const { return myEntries; }
+    [[nodiscard]] unsigned entries() const { return myEntries; }
 
     /// Number of slots allocated.
-    unsigned capacity() const { return myCapacity; }
+    [[nodiscard]] unsigned capacity() const { return myCapacity; }
 
     /// The slot at `index`, which must be below capacity().
     int32 operator()(unsigned index) const { return myData[index]; }
@@ -60,7 +61,7 @@ public:
 
     /// The slots, null when there are none. Borrowed until the capacity
     /// changes.
-    const int32 *data() const { return myData; }
+    [[nodiscard]] const int32 *data() const { return myData; }
     int32 *data() { return myData; }
 
     /// Same elements in the same order.
@@ -71,14 +72,14 @@ public:
     }
 
     /// Same number of elements, and each pair compares equal.
-    bool isEqual(const UT_IntArray &other, Compare compare) const;
+    [[nodiscard]] bool isEqual(const UT_IntArray &other, Compare compare) const;
 
     /// Index of the first element from `start` on that is `value`, or -1.
-    int find(int32 value, unsigned start = 0) const;
+    [[nodiscard]] int find(int32 value, unsigned start = 0) const;
 
     /// Index of an element of the sorted array that compares equal, or -1.
     /// O(log n).
-    int find(int32 value, Compare compare) const;
+    [[nodiscard]] int find(int32 value, Compare compare) const;
 
     /// Calls `function` on each element in order until one call answers
     /// non-zero. Returns the index of that element, or entries().

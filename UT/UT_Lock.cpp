@@ -1,11 +1,11 @@
 #include "UT_Lock.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_LockImpl.h"
 #include "UT_Nap.h"
 #include "UT_Thread.h"
 
 #include <cstdio>
-#include <mutex>
 
 static const long theNapMs = 10;
 
@@ -163,9 +163,8 @@ UT_Lock::debugLock(bool on)
 void
 UT_Lock::waitForTrigger()
 {
-    lockLW();
     // Free afterwards also where a cancelled thread leaves the wait.
-    const std::lock_guard<UT_Lock> guard(*this, std::adopt_lock);
+    const ut_LockGuard guard(this);
     lockLW();
 }
 

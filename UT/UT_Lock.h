@@ -98,7 +98,7 @@ public:
 
     /// Attempts that failed since construction; a statistic that racing
     /// threads may undercount.
-    int collisions() const
+    [[nodiscard]] int collisions() const
     {
         return myCollisions.load(std::memory_order_relaxed);
     }

@@ -1,3 +1,5 @@
+// Clients: connecting, reading and writing, and the one-shot exchange.
+
 #include "UT_NetSocket.h"
 
 #include "UT_AllocImpl.h"
@@ -6,6 +8,8 @@
 #include "UT_Nap.h"
 #include "UT_NetSocketImpl.h"
 #include "UT_WorkBuffer.h"
+
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -19,7 +23,6 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 // Ready before any code of the library runs, and still there when it ends.
@@ -68,8 +71,8 @@ UT_NetSocket::openSocket()
     mySocket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     // Deliberate: the option is set twice.
     const int on = 1;
-    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    setsockopt(mySocket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
 }
 
 UT_NetSocket *
@@ -96,7 +99,7 @@ utResolve(const char *host, in_addr &out)
     if (!entry || !entry->h_addr_list[0])
         return false;
     // An answer of another family may be longer than there is room for.
-    const int room = sizeof out;
+    const int room = sizeof(out);
     memcpy(
         &out, entry->h_addr_list[0], size_t(std::min(entry->h_length, room)));
     return true;
@@ -111,11 +114,11 @@ utIsOwnEnd(int fd, in_port_t port)
 {
     sockaddr_in own = {};
     sockaddr_in peer = {};
-    socklen_t length = sizeof own;
+    socklen_t length = sizeof(own);
     if (getsockname(fd, reinterpret_cast<sockaddr *>(&own), &length) ||
         own.sin_port != port)
         return false;
-    length = sizeof peer;
+    length = sizeof(peer);
     return !getpeername(fd, reinterpret_cast<sockaddr *>(&peer), &length) &&
            own.sin_port == peer.sin_port &&
            own.sin_addr.s_addr == peer.sin_addr.s_addr;
@@ -127,7 +130,7 @@ utDisconnect(int fd)
 {
     sockaddr nobody = {};
     nobody.sa_family = AF_UNSPEC;
-    ::connect(fd, &nobody, sizeof nobody);
+    ::connect(fd, &nobody, sizeof(nobody));
 }
 
 int
@@ -170,7 +173,7 @@ UT_NetSocket::connectTo(const in_addr &host, int timeoutMs)
     address.sin_family = AF_INET;
     address.sin_addr = host;
     address.sin_port = htons(uint16(myPort));
-    switch (connectOrTimeout(&address, sizeof address, timeoutMs))
+    switch (connectOrTimeout(&address, sizeof(address), timeoutMs))
     {
     case 0:
     case EISCONN: // a connect that was under way has succeeded
@@ -233,7 +236,7 @@ UT_NetSocket::waitForConnect(int timeoutMs)
     if (!states)
         return ETIMEDOUT;
     int pending = 0;
-    socklen_t length = sizeof pending;
+    socklen_t length = sizeof(pending);
     if (getsockopt(mySocket, SOL_SOCKET, SO_ERROR, &pending, &length))
         return errno;
     return pending;

@@ -11,7 +11,6 @@
 #include "UT_API.h"
 
 #include "SYS/SYS_Types.h"
-
 #include <sys/select.h>
 
 // A timeval has the width that it has in the library.
@@ -89,7 +88,7 @@ public:
     UT_NetSocket(const UT_NetSocket &) = delete;
     UT_NetSocket &operator=(const UT_NetSocket &) = delete;
 
-    // ---- Virtual operations ------------------------------------------------
+    // ---- Virtual operations
     // Their order is binary interface: add only at the end.
 
     /// Closes the socket.
@@ -100,7 +99,7 @@ public:
     /// Without memory for the socket the connection is closed. `status` becomes
     /// 0, -1 (nobody waits at a non-blocking listener), -4 (a signal, or a peer
     /// that has gone, gives this too), or -5 (not a listener).
-    virtual UT_NetSocket *accept(int blocking, int &status);
+    [[nodiscard]] virtual UT_NetSocket *accept(int blocking, int &status);
 
     /// Looks the host up and connects to it. With `timeoutMs` below 1 the
     /// system's limit holds for a blocking socket, and a non-blocking one
@@ -176,15 +175,15 @@ public:
     /// Whether there is a descriptor.
     virtual bool isValid();
 
-    // ---- Connection and exchange: UT_NetSocket.cpp -------------------------
+    // ---- Connection and exchange: UT_NetSocket.cpp
 
     /// A new client socket; the caller deletes it. The last argument is
     /// ignored, as is `timeout`.
-    static UT_NetSocket *newSocketFromAddr(
+    [[nodiscard]] static UT_NetSocket *newSocketFromAddr(
         const char *host, int port, bool blocking, int timeout, int unused);
 
     /// A new listener; the caller deletes it.
-    static UT_NetSocket *newSocket(int port, bool blocking);
+    [[nodiscard]] static UT_NetSocket *newSocket(int port, bool blocking);
 
     /// Runs one command in the application that listens on `port` of `host`
     /// (null means this machine): connects, sends `command` (null counts as "")
@@ -245,20 +244,20 @@ public:
     bool isConnected() { return myConnectedFlag; }
 
     /// The descriptor, -1 without one. The socket goes on owning it.
-    int getSocket() const { return mySocket; }
+    [[nodiscard]] int getSocket() const { return mySocket; }
 
     /// The port: of the peer for a client, of the listener otherwise.
-    int getPort() const { return myPort; }
+    [[nodiscard]] int getPort() const { return myPort; }
 
     /// The host given at construction, this host's name for a listener, null
     /// for an accepted socket. Borrowed until the socket goes.
-    const char *getHost() const { return myHostName; }
+    [[nodiscard]] const char *getHost() const { return myHostName; }
 
     /// Whether this is a listener.
-    bool isServer() const { return myServerFlag; }
+    [[nodiscard]] bool isServer() const { return myServerFlag; }
 
     /// Whether operations wait.
-    bool isBlocking() const { return myBlockingFlag; }
+    [[nodiscard]] bool isBlocking() const { return myBlockingFlag; }
 
     /// Makes read, write and peek end the process, with UT_Exit::exit(2), when
     /// they find that the peer aborted or reset the connection. Off by default.
@@ -267,7 +266,7 @@ public:
         myTerminateFlag = terminate;
     }
 
-    // ---- Waiting and look-ups: UT_NetSocketServices.cpp --------------------
+    // ---- Waiting and look-ups: UT_NetSocketServices.cpp
 
     /// Empties a set. Returns 0.
     static int fdZero(fd_set *set);
@@ -306,7 +305,7 @@ public:
     /// The address of this end, or of this host when there is no descriptor,
     /// as `sin_addr` holds it (network byte order). 0 when it is not known or
     /// not bound yet.
-    unsigned getLocalIP4() const;
+    [[nodiscard]] unsigned getLocalIP4() const;
 
     /// The same as octets, first octet first. Returns whether it is not 0.
     bool getLocalIP4(int ip[4]);
@@ -344,7 +343,7 @@ private:
     UT_LOCAL bool connectPatiently(const char *host);
     UT_LOCAL int waitForConnect(int timeoutMs);
     UT_LOCAL bool goesOn(const UT_WorkBuffer &out, bool untilNul);
-    UT_LOCAL int resultOfError(int error) const;
+    [[nodiscard]] UT_LOCAL int resultOfError(int error) const;
 
     // Programs derive from sockets: order and size stay.
     char *myHostName;          // strdup'ed, or null

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "UT_CancelImpl.h"
-#include "UT_Lock.h"
+#include "UT_LockImpl.h"
 #include "UT_NetSocket.h"
 
 #include <sys/select.h>
@@ -18,15 +18,8 @@ public:
     ut_HostByNameGuard &operator=(const ut_HostByNameGuard &) = delete;
 
 private:
-    struct ut_Hold
-    {
-        ut_Hold() { theHostByNameLock.lockLW(); }
-        ~ut_Hold() { theHostByNameLock.unlock(); }
-        ut_Hold(const ut_Hold &) = delete;
-        ut_Hold &operator=(const ut_Hold &) = delete;
-    };
-
-    const ut_Hold myHold; // first: waiting for it may be cancelled
+    // First: waiting for it may be cancelled.
+    const ut_LockGuard myGuard{&theHostByNameLock};
     const ut_CancelGuard myCancelGuard;
 };
 

@@ -1,8 +1,14 @@
+// Servers, sets of descriptors for select(), and look-ups of hosts and
+// services.
+
 #include "UT_NetSocket.h"
 
 #include "UT_AllocImpl.h"
 #include "UT_NetSocketImpl.h"
 #include "UT_String.h"
+
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -12,8 +18,6 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace
@@ -25,10 +29,10 @@ class ut_LocalHostName
 public:
     ut_LocalHostName()
     {
-        if (gethostname(myName, sizeof myName))
+        if (gethostname(myName, sizeof(myName)))
             myName[0] = '\0';
         // A name that just fits may come without its NUL.
-        myName[sizeof myName - 1] = '\0';
+        myName[sizeof(myName) - 1] = '\0';
     }
 
     operator const char *() const { return myName; }
@@ -69,7 +73,7 @@ UT_NetSocket::bindToPort()
     address.sin_addr.s_addr = htonl(INADDR_ANY);
     address.sin_port = htons(uint16(myPort));
     auto *const any = reinterpret_cast<sockaddr *>(&address);
-    socklen_t length = sizeof address;
+    socklen_t length = sizeof(address);
     if (::bind(mySocket, any, length))
         return false;
     if (!myPort && !getsockname(mySocket, any, &length))
@@ -86,7 +90,7 @@ UT_NetSocket::accept(int blocking, int &status)
         return nullptr;
     }
     sockaddr_in address = {};
-    socklen_t length = sizeof address;
+    socklen_t length = sizeof(address);
     const int fd = ::accept4(
         mySocket, reinterpret_cast<sockaddr *>(&address), &length,
         SOCK_CLOEXEC);
@@ -236,7 +240,7 @@ static void
 utSplit(uint32 address, int ip[4])
 {
     uint8 octets[4];
-    memcpy(octets, &address, sizeof octets);
+    memcpy(octets, &address, sizeof(octets));
     for (int i = 0; i < 4; ++i)
         ip[i] = octets[i];
 }
@@ -247,7 +251,7 @@ UT_NetSocket::getRemoteSocket(char *text, int &port) const
     if (!myConnectedFlag)
         return UT_NET_NOT_CONNECTED;
     sockaddr_in address = {};
-    socklen_t length = sizeof address;
+    socklen_t length = sizeof(address);
     if (getpeername(mySocket, reinterpret_cast<sockaddr *>(&address), &length))
         return UT_NET_SYSTEM_ERROR;
     int ip[4];
@@ -268,13 +272,13 @@ unsigned
 UT_NetSocket::getLocalIP4() const
 {
     sockaddr_in address = {};
-    socklen_t length = sizeof address;
+    socklen_t length = sizeof(address);
     if (!getsockname(mySocket, reinterpret_cast<sockaddr *>(&address), &length))
         return address.sin_addr.s_addr;
     unsigned char octets[4] = {};
     getHostAddress(octets, nullptr);
     uint32 whole;
-    memcpy(&whole, octets, sizeof whole);
+    memcpy(&whole, octets, sizeof(whole));
     return whole;
 }
 
@@ -349,7 +353,7 @@ UT_NetSocket::commonGetHostNameByAlias(UT_String &name, const char *alias)
     uint8 octets[4];
     if (utReadDottedQuad(alias, octets) &&
         utHardenOfficialName(
-            name, gethostbyaddr(octets, sizeof octets, AF_INET)))
+            name, gethostbyaddr(octets, sizeof(octets), AF_INET)))
         return true;
     return utHardenOfficialName(name, gethostbyname(alias));
 }

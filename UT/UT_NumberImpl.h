@@ -2,8 +2,9 @@
 
 #pragma once
 
+#include "UT_CharImpl.h"
+
 #include "SYS/SYS_Types.h"
-#include "UT_StringImpl.h"
 
 #include <cfloat>
 

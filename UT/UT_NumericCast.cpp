@@ -47,14 +47,14 @@ static UT_INLINE void
 utToFloat8(float *to, const fpreal16 *from, ut_Int8 &rare)
 {
     ut_Half8 halves;
-    memcpy(&halves, from, sizeof halves);
+    memcpy(&halves, from, sizeof(halves));
     const ut_Int8 bits = __builtin_convertvector(halves, ut_Int8);
     const ut_Int8 magnitude = bits & 0x7FFF;
     const ut_Int8 isSmall = magnitude < 1 << 10;
     rare |= (isSmall & magnitude) | (magnitude >= 31 << 10);
     const ut_Int8 result =
         (((magnitude << 13) + (112 << 23)) & ~isSmall) | (bits & 0x8000) << 16;
-    memcpy(to, &result, sizeof result);
+    memcpy(to, &result, sizeof(result));
 }
 
 // The same for denormals, infinities and NaNs too.
@@ -63,7 +63,7 @@ utAnyToFloat8(float *to, const fpreal16 *from)
 {
     const int32 bias = 112 << 23;
     ut_Half8 halves;
-    memcpy(&halves, from, sizeof halves);
+    memcpy(&halves, from, sizeof(halves));
     const ut_Int8 bits = __builtin_convertvector(halves, ut_Int8);
     const ut_Int8 magnitude = (bits & 0x7FFF) << 13;
     const ut_Int8 isSpecial = magnitude >= 31 << 23;
@@ -77,14 +77,14 @@ utAnyToFloat8(float *to, const fpreal16 *from)
     const ut_Int8 normal = magnitude + bias + (isSpecial & bias);
     const ut_Int8 result = (isDenormal & denormal) | (~isDenormal & normal) |
                            (bits & 0x8000) << 16;
-    memcpy(to, &result, sizeof result);
+    memcpy(to, &result, sizeof(result));
 }
 
 static UT_INLINE void
 utStoreHalves(fpreal16 *to, const ut_Int8 &bits)
 {
     const ut_Half8 halves = __builtin_convertvector(bits, ut_Half8);
-    memcpy(static_cast<void *>(to), &halves, sizeof halves);
+    memcpy(static_cast<void *>(to), &halves, sizeof(halves));
 }
 
 // The least float patterns that become an infinity, and a normal half; below
@@ -99,7 +99,7 @@ static UT_INLINE void
 utToHalf8(fpreal16 *to, const float *from, ut_Int8 &rare)
 {
     ut_Int8 bits;
-    memcpy(&bits, from, sizeof bits);
+    memcpy(&bits, from, sizeof(bits));
     const ut_Int8 magnitude = bits & 0x7FFFFFFF;
     const ut_Int8 isTiny = magnitude < theDenormalBits;
     rare |=
@@ -114,7 +114,7 @@ static UT_INLINE void
 utAnyToHalf8(fpreal16 *to, const float *from, ut_Int8 &overflowed)
 {
     ut_Int8 bits;
-    memcpy(&bits, from, sizeof bits);
+    memcpy(&bits, from, sizeof(bits));
     const ut_Int8 magnitude = bits & 0x7FFFFFFF;
     const ut_Int8 isSpecial = magnitude >= 255 << 23;
     const ut_Int8 isLarge = (magnitude >= theLargeBits) & ~isSpecial;

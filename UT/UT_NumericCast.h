@@ -98,7 +98,7 @@ UTnumericCast(To *to, const From *from, std::size_t count)
         for (std::size_t done = 0; done < count;)
         {
             const std::size_t some =
-                std::min(count - done, sizeof floats / sizeof *floats);
+                std::min(count - done, sizeof(floats) / sizeof(*floats));
             UTnumericCast(floats, from + done, some);
             UTnumericCast(to + done, floats, some);
             done += some;

@@ -1,14 +1,14 @@
-#include "UT_Thread.h"
+// Workers over the system's threads, and which thread is which.
 
 #include "UT_CancelImpl.h"
 #include "UT_ForkImpl.h"
-#include "UT_Lock.h"
+#include "UT_LockImpl.h"
 #include "UT_SmallObjectAllocator.h"
+#include "UT_Thread.h"
 #include "UT_ThreadImpl.h"
 
 #include <csignal>
 #include <ctime>
-#include <mutex>
 #include <new>
 
 static std::atomic<int> thePThreadStackSize(0);
@@ -417,7 +417,7 @@ static int
 utFindThreadIndex(pthread_t id)
 {
     theIndexForkLock.join();
-    const std::lock_guard<UT_Lock> guard(theSequentialThreadIndexLock);
+    const ut_LockGuard guard(&theSequentialThreadIndexLock, utLockBusy);
     ut_ThreadIdIndexPair *pair = theThreadIdIndexPairHead;
     while (pair && !pthread_equal(pair->id, id))
         pair = pair->next;

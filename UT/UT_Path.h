@@ -23,24 +23,24 @@ UT_API int UTaddAbsolutePathPrefix(const char *prefix);
 
 /// Whether `path` begins with an added prefix, with "op:", or, once any
 /// "file:" are taken off, with a slash. Not so for null and "".
-UT_API bool UTisAbsolutePath(const char *path);
+[[nodiscard]] UT_API bool UTisAbsolutePath(const char *path);
 
 /// Whether `path` is "", "op:", "file:" or an added prefix, with or without a
 /// slash behind it. Not so for null.
-UT_API bool UTisRootPath(const char *path);
+[[nodiscard]] UT_API bool UTisRootPath(const char *path);
 
 /// Whether `path` says where its file is, so that it is not to be searched
 /// for: it begins with "/", "./" or "../". Not so for null. Deliberate: "op:"
 /// and "file:" say nothing here. Thread-safe.
-UT_API bool UTfullPathSpecified(const char *path);
+[[nodiscard]] UT_API bool UTfullPathSpecified(const char *path);
 
 /// The same.
-UT_API bool UTunixFullPathSpecified(const char *path);
+[[nodiscard]] UT_API bool UTunixFullPathSpecified(const char *path);
 
 /// Whether `path` is a directory that this process's real user may list and
 /// enter. A text that is empty or ends in a colon stands for the root behind
 /// it. Not so for null. Two system calls. Thread-safe.
-UT_API bool UTisValidDirectory(const char *path);
+[[nodiscard]] UT_API bool UTisValidDirectory(const char *path);
 
 /// Puts a directory in front of `path` unless it is null, "" or absolute, and
 /// takes "." and ".." out of the result: `base`, or the working directory when

@@ -7,6 +7,8 @@
 #include "UT_VariableScan.h"
 #include "UT_WorkBuffer.h"
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -14,7 +16,6 @@
 #include <iterator>
 
 #include <dlfcn.h>
-#include <sys/stat.h>
 
 static UT_PathSearch *theInstances[UT_PATH_COUNT]; // made on first use
 

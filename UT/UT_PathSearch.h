@@ -58,7 +58,7 @@ public:
 
     /// The name of the path's environment variable. Lives as long as the
     /// process.
-    const char *getVariable() const { return myVariable; }
+    [[nodiscard]] const char *getVariable() const { return myVariable; }
 
     /// The directories, in the order in which they are searched. Borrowed
     /// until the next varChanged().

@@ -8,12 +8,13 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cstddef>
 
-// ---- Matching: UT_StringMatch.cpp ------------------------------------------
+// ---- Matching: UT_StringMatch.cpp
 
 /// Whether all of `subject` matches `pattern`, as UT_String::match() says: 1 or
 /// 0, and 0 when either is null. At most O(length of subject * of pattern).
@@ -72,7 +73,7 @@ static_assert(offsetof(utPatternRecord, singleCount) == 2 * sizeof(void *));
 static_assert(offsetof(utPatternRecord, words) == 3 * sizeof(void *));
 static_assert(offsetof(utPatternRecord, wordCount) == 4 * sizeof(void *));
 
-// ---- Ranges: UT_StringRange.cpp --------------------------------------------
+// ---- Ranges: UT_StringRange.cpp
 
 /// Reads a range, which UT_String::traversePattern() describes: of every
 /// `cycle` indices from FIRST to LAST the first `take` are selected, or the
@@ -100,7 +101,7 @@ UT_API int utPatternMixed(
     const char *text, int &major, int &majorIsStar, int &minor,
     int &minorIsStar);
 
-// ---- Bracket groups: UT_StringRange.cpp ------------------------------------
+// ---- Bracket groups: UT_StringRange.cpp
 
 /// The names that words expand to.
 struct stResultData

@@ -134,13 +134,13 @@ UT_Performance::startEvent(const char *name)
 }
 
 void
-UT_Performance::endEvent(unsigned number)
+UT_Performance::endEvent(unsigned event)
 {
-    if (number == 0 || !records())
+    if (event == 0 || !records())
         return;
     const double now = utNow();
     const ut_Event *wanted = myOpen;
-    while (wanted && wanted->number != number)
+    while (wanted && wanted->number != event)
         wanted = wanted->parent;
     if (!wanted)
         return;

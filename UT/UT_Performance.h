@@ -38,13 +38,13 @@ public:
     UT_Performance &operator=(const UT_Performance &) = delete;
 
     /// Whether events, frames and messages are recorded. Thread-safe.
-    bool isRecording() const
+    [[nodiscard]] bool isRecording() const
     {
         return myIsRecording.load(std::memory_order_relaxed);
     }
 
     /// Whether errors are recorded, too, as messages. Thread-safe.
-    bool isRecordingErrors() const
+    [[nodiscard]] bool isRecordingErrors() const
     {
         return isRecording() && myTakesErrors.load(std::memory_order_relaxed);
     }
@@ -93,7 +93,7 @@ private:
 
     UT_LOCAL UT_Performance();
     UT_LOCAL ~UT_Performance();
-    UT_LOCAL bool records() const;
+    [[nodiscard]] UT_LOCAL bool records() const;
     UT_LOCAL static void reportParts(
         UT_WorkBuffer &out, const ut_Event &event, int depth, double total);
 

@@ -2,8 +2,9 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <type_traits>
 
@@ -46,10 +47,10 @@ public:
     UT_PtrArrayRaw &operator=(const UT_PtrArrayRaw &source);
 
     /// Number of elements in use.
-    unsigned entries() const { return myEntries; }
+    [[nodiscard]] unsigned entries() const { return myEntries; }
 
     /// Number of slots allocated.
-    unsigned capacity() const { return myCapacity; }
+    [[nodiscard]] unsigned capacity() const { return myCapacity; }
 
     /// The slot at `index`, which must be below capacity().
     void *operator()(unsigned index) const { return myData[index]; }
@@ -59,29 +60,31 @@ public:
 
     /// The slots, null when there are none. Borrowed until the capacity
     /// changes.
-    void *const *data() const { return myData; }
+    [[nodiscard]] void *const *data() const { return myData; }
     void **data() { return myData; }
 
     /// Same pointers in the same order.
     bool operator==(const UT_PtrArrayRaw &other) const;
 
     /// Same number of elements, and each pair compares equal.
-    bool isEqual(const UT_PtrArrayRaw &other, Compare compare) const;
+    [[nodiscard]] bool
+    isEqual(const UT_PtrArrayRaw &other, Compare compare) const;
 
     /// Index of the first element from `start` on that is `pointer`, or -1.
-    int find(const void *pointer, unsigned start = 0) const;
+    [[nodiscard]] int find(const void *pointer, unsigned start = 0) const;
 
     /// Index of an element of the sorted array that compares equal, or -1.
     /// O(log n).
-    int find(const void *pointer, Compare compare) const;
+    [[nodiscard]] int find(const void *pointer, Compare compare) const;
 
     /// Index of the text `text` in an array of texts sorted by strcmp(), or
     /// -1. In an unsorted array it may miss one. O(log n).
-    int findString(const char *text) const;
+    [[nodiscard]] int findString(const char *text) const;
 
     /// Whether each element of `other` is in this array; both are sorted. A
     /// repeated element of `other` needs as many here. O(n).
-    bool hasSortedSubset(const UT_PtrArrayRaw &other, Compare compare) const;
+    [[nodiscard]] bool
+    hasSortedSubset(const UT_PtrArrayRaw &other, Compare compare) const;
 
     /// Calls `function` on each element in order until one call answers
     /// non-zero. Returns the index of that element, or entries().
@@ -281,10 +284,10 @@ public:
     UT_PtrArray &operator=(const UT_PtrArray &source) = default;
 
     /// Number of elements in use.
-    unsigned entries() const { return myArray.entries(); }
+    [[nodiscard]] unsigned entries() const { return myArray.entries(); }
 
     /// Number of slots allocated.
-    unsigned capacity() const { return myArray.capacity(); }
+    [[nodiscard]] unsigned capacity() const { return myArray.capacity(); }
 
     /// The slot at `index`, which must be below capacity().
     T operator()(unsigned index) const { return data()[index]; }
@@ -294,7 +297,7 @@ public:
 
     /// The slots, null when there are none. Borrowed until the capacity
     /// changes.
-    const T *data() const
+    [[nodiscard]] const T *data() const
     {
         return static_cast<const T *>(
             static_cast<const void *>(myArray.data()));
@@ -306,24 +309,25 @@ public:
     {
         return myArray == other.myArray;
     }
-    bool isEqual(const UT_PtrArray &other, Compare compare) const
+    [[nodiscard]] bool isEqual(const UT_PtrArray &other, Compare compare) const
     {
         return myArray.isEqual(other.myArray, raw(compare));
     }
-    int find(T pointer, unsigned start = 0) const
+    [[nodiscard]] int find(T pointer, unsigned start = 0) const
     {
         return myArray.find(pointer, start);
     }
-    int find(T pointer, Compare compare) const
+    [[nodiscard]] int find(T pointer, Compare compare) const
     {
         return myArray.find(pointer, raw(compare));
     }
-    int findString(const char *text) const
+    [[nodiscard]] int findString(const char *text) const
     {
         static_assert(std::is_convertible_v<T, const char *>);
         return myArray.findString(text);
     }
-    bool hasSortedSubset(const UT_PtrArray &other, Compare compare) const
+    [[nodiscard]] bool
+    hasSortedSubset(const UT_PtrArray &other, Compare compare) const
     {
         return myArray.hasSortedSubset(other.myArray, raw(compare));
     }

@@ -1,5 +1,6 @@
-#include "UT_QuickSort.h"
+// Selection: the element that sorting would put at a place.
 
+#include "UT_QuickSort.h"
 #include "UT_QuickSortImpl.h"
 
 #include <cmath>
@@ -21,12 +22,15 @@ public:
     {
     }
 
-    const void *keyAt(size_t i) const { return myBase + i * mySize; }
+    [[nodiscard]] const void *keyAt(size_t i) const
+    {
+        return myBase + i * mySize;
+    }
     bool isLess(const void *a, const void *b) const
     {
         return myCompare(a, b) < 0;
     }
-    const void *heldKey() const { return myScratch; }
+    [[nodiscard]] const void *heldKey() const { return myScratch; }
 
     void hold(size_t i)
     {
@@ -59,13 +63,13 @@ public:
     {
     }
 
-    int keyAt(size_t i) const { return myData[i]; }
-    bool isLess(int a, int b) const
+    [[nodiscard]] int keyAt(size_t i) const { return myData[i]; }
+    [[nodiscard]] bool isLess(int a, int b) const
     {
         *myLastResult = myCompare(a, b);
         return *myLastResult < 0;
     }
-    int heldKey() const { return myHeld; }
+    [[nodiscard]] int heldKey() const { return myHeld; }
 
     void hold(size_t i) { myHeld = myData[i]; }
     void move(size_t to, size_t from) { myData[to] = myData[from]; }

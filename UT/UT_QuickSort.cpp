@@ -1,3 +1,5 @@
+// Sorting by keys of 32 bits.
+
 #include "UT_QuickSort.h"
 
 #include "UT_QuickSortImpl.h"
@@ -22,8 +24,8 @@ class ut_KeyItems
 public:
     explicit ut_KeyItems(Key *keys) : myKeys(keys), myHeld() {}
 
-    Key keyAt(size_t i) const { return myKeys[i]; }
-    Key heldKey() const { return myHeld; }
+    [[nodiscard]] Key keyAt(size_t i) const { return myKeys[i]; }
+    [[nodiscard]] Key heldKey() const { return myHeld; }
     static bool isLess(Key a, Key b) { return a < b; }
 
     void hold(size_t i) { myHeld = myKeys[i]; }
@@ -54,8 +56,8 @@ public:
     {
     }
 
-    Key keyAt(size_t i) const { return myKeys[i]; }
-    Key heldKey() const { return myHeldKey; }
+    [[nodiscard]] Key keyAt(size_t i) const { return myKeys[i]; }
+    [[nodiscard]] Key heldKey() const { return myHeldKey; }
     static bool isLess(Key a, Key b) { return a < b; }
 
     void hold(size_t i)
@@ -108,8 +110,11 @@ public:
     {
     }
 
-    Key keyAt(size_t i) const { return keyOf(myRecords + i * mySize); }
-    Key heldKey() const { return keyOf(myScratch); }
+    [[nodiscard]] Key keyAt(size_t i) const
+    {
+        return keyOf(myRecords + i * mySize);
+    }
+    [[nodiscard]] Key heldKey() const { return keyOf(myScratch); }
     static bool isLess(Key a, Key b) { return a < b; }
 
     void hold(size_t i)

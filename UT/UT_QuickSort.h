@@ -41,7 +41,7 @@ public:
     /// entry at each sorted position is the position (from 0) that the key
     /// there had before. Empty until then. Borrowed until the next sort that
     /// makes an index.
-    const UT_IntArray &index() const { return myIndex; }
+    [[nodiscard]] const UT_IntArray &index() const { return myIndex; }
 
     /// Sorts `n` keys, compared as `int` when `isSigned` is set and as they
     /// are otherwise. A nonzero `makeIndex` resizes the index to exactly `n`

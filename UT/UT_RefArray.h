@@ -37,10 +37,10 @@ public:
     UT_RefArray &operator=(const UT_RefArray &) = delete;
 
     /// Number of elements.
-    unsigned entries() const { return myEntries; }
+    [[nodiscard]] unsigned entries() const { return myEntries; }
 
     /// Number of slots allocated.
-    unsigned capacity() const { return myCapacity; }
+    [[nodiscard]] unsigned capacity() const { return myCapacity; }
 
     /// The element at `index`, which must be below entries(). Borrowed until
     /// the next change of the array.
@@ -51,7 +51,7 @@ public:
 
     /// The slots, null when there are none. Borrowed until the capacity
     /// changes.
-    const T *data() const { return myData; }
+    [[nodiscard]] const T *data() const { return myData; }
     T *data() { return myData; }
 
     /// Sets the capacity to exactly `newCapacity`. Destroys the elements

@@ -60,5 +60,5 @@ struct UT_API UT_ShellLine
 
     /// The error as an English phrase, "" when there is none. Lives as long as
     /// the process.
-    const char *message() const;
+    [[nodiscard]] const char *message() const;
 };

@@ -2,39 +2,23 @@
 
 #include "UT_CancelImpl.h"
 #include "UT_ForkImpl.h"
-#include "UT_Lock.h"
+#include "UT_LockImpl.h"
 
 #include <memory>
 #include <new>
 
+// Waiting is not cancelled: objects give their blocks back in destructors.
+static void
+utLockPools(UT_Lock &lock)
+{
+    if (lock.tryLock())
+        return;
+    const ut_CancelGuard cancelGuard;
+    lock.lockLW();
+}
+
 namespace
 {
-// Holds a lock that may not be there. Waiting for it is not cancelled: objects
-// give their blocks back in destructors.
-class ut_OptionalGuard
-{
-public:
-    explicit ut_OptionalGuard(UT_Lock *lock) : myLock(lock)
-    {
-        if (myLock && !myLock->tryLock())
-        {
-            const ut_CancelGuard cancelGuard;
-            myLock->lockLW();
-        }
-    }
-
-    ~ut_OptionalGuard()
-    {
-        if (myLock)
-            myLock->unlock();
-    }
-
-    ut_OptionalGuard(const ut_OptionalGuard &) = delete;
-    ut_OptionalGuard &operator=(const ut_OptionalGuard &) = delete;
-
-private:
-    UT_Lock *myLock;
-};
 
 // A lock that forks wait for. It asks nothing when it is made: the first pool
 // may be made by what answers such questions.
@@ -52,6 +36,7 @@ public:
 private:
     ut_ForkLock myForkLock;
 };
+
 } // namespace
 
 UT_SmallObjectAllocator::UT_SmallObjectAllocator(
@@ -88,7 +73,7 @@ UT_SmallObjectAllocator::allocate(unsigned int size)
 {
     if (size > myMaxObjectSize)
         return ::operator new(size);
-    const ut_OptionalGuard guard(myLock);
+    const ut_LockGuard guard(myLock, utLockPools);
     if (!myLastAllocation || myLastAllocation->requestedSize() != size)
     {
         const unsigned index = findAtLeast(size);
@@ -116,7 +101,7 @@ UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
     }
     if (!block)
         return;
-    const ut_OptionalGuard guard(myLock);
+    const ut_LockGuard guard(myLock, utLockPools);
     if (!myLastRelease || myLastRelease->requestedSize() != size)
     {
         const unsigned index = findAtLeast(size);

@@ -38,7 +38,7 @@ public:
     /// A block of at least `size` bytes, to be given back with deallocate().
     /// O(1) for the size of the last call, O(sizes) otherwise. Sizes above the
     /// maximum come from operator new.
-    void *allocate(unsigned int size);
+    [[nodiscard]] void *allocate(unsigned int size);
 
     /// Takes back a block; nothing for null. `size` must be the one that it
     /// was allocated with: any other one damages the pools. O(1) for the size
@@ -46,10 +46,13 @@ public:
     void deallocate(void *block, unsigned int size);
 
     /// The largest size that the pools serve, in bytes.
-    unsigned int maxObjectSize() const { return myMaxObjectSize; }
+    [[nodiscard]] unsigned int maxObjectSize() const { return myMaxObjectSize; }
 
     /// Number of pools: one for each size asked for so far.
-    unsigned int entries() const { return myAllocators.entries(); }
+    [[nodiscard]] unsigned int entries() const
+    {
+        return myAllocators.entries();
+    }
 
     /// Pool `index` (from 0), in ascending order of sizes. Owned by this
     /// object; not guarded by its lock.
@@ -59,7 +62,7 @@ public:
     }
 
 private:
-    UT_LOCAL unsigned int findAtLeast(unsigned int size) const;
+    [[nodiscard]] UT_LOCAL unsigned int findAtLeast(unsigned int size) const;
 
     // Programs hold allocators by value: order and size stay.
     UT_PtrArray<UT_FixedAllocator *> myAllocators; // by size, ascending

@@ -8,10 +8,10 @@ class UT_String;
 
 /// The user's desktop: "Desktop" in the directory that the environment
 /// variable HOME names now. Caller frees with free(). One thread only.
-UT_API char *UTgetDesktopDir();
+[[nodiscard]] UT_API char *UTgetDesktopDir();
 
 /// "/tmp". Caller frees with free(). Thread-safe.
-UT_API char *UTgetDefaultTmpDir();
+[[nodiscard]] UT_API char *UTgetDefaultTmpDir();
 
 /// The directory for scratch files of this process: the environment variable
 /// VALDRIN_TEMP_DIR at the first call, without one slash at its end; "/tmp"

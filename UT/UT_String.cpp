@@ -1,3 +1,5 @@
+// Storage: whose text it is, copies and comparison.
+
 #include "UT_String.h"
 
 #include "UT_AllocImpl.h"

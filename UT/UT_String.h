@@ -6,8 +6,9 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cstring>
 #include <iosfwd>
@@ -32,7 +33,7 @@ enum UT_AlwaysDeepType
 class UT_API UT_String
 {
 public:
-    // ---- Storage: UT_String.cpp --------------------------------------------
+    // ---- Storage: UT_String.cpp
 
     /// A string for `text`. With `length` negative the text is taken up to
     /// its NUL: copied when `deep` is non-zero, borrowed otherwise (kept, must
@@ -102,14 +103,14 @@ public:
     operator const char *() const { return myData; }
 
     /// The same. Only an owned text may be written.
-    const char *buffer() const { return myData; }
+    [[nodiscard]] const char *buffer() const { return myData; }
     char *buffer() { return myData; }
 
     /// Bytes up to the NUL; 0 for a null string. O(length).
-    int length() const;
+    [[nodiscard]] int length() const;
 
     /// Whether there is no text at all.
-    bool isNull() const { return !myData; }
+    [[nodiscard]] bool isNull() const { return !myData; }
 
     /// The byte at `index`, which counts from 0 and must not lie behind the
     /// NUL. The string must not be null.
@@ -126,9 +127,9 @@ public:
 
     /// Compares like strcmp() (negative, zero, positive; bytes unsigned). Null
     /// comes before every text, "" included, and equals null.
-    int compare(const char *text) const;
+    [[nodiscard]] int compare(const char *text) const;
 
-    // ---- Splitting: UT_StringSplit.cpp -------------------------------------
+    // ---- Splitting: UT_StringSplit.cpp
     //
     // These write NULs into the text, owned or borrowed: it must be writable.
     // The string then reads as what its first bytes have become. The words
@@ -172,7 +173,7 @@ public:
     int tokenizeInPlace(UT_WorkArgs &args, const char *separators);
     int tokenizeInPlace(char **argv, int max, const char *separators);
 
-    // ---- Matching: UT_StringMatch.cpp --------------------------------------
+    // ---- Matching: UT_StringMatch.cpp
     //
     // The pattern and range languages are in docs/patterns.md, and the
     // functions that do the work in UT_Pattern.h. Case is that of ASCII
@@ -194,7 +195,7 @@ public:
     ///
     /// Deliberate: a backslash that ends the pattern matches a backslash and
     /// whatever follows it, so `a\` matches "a\b".
-    int match(const char *pattern, int caseSensitive = 1) const;
+    [[nodiscard]] int match(const char *pattern, int caseSensitive = 1) const;
 
     /// Whether the text, "" for a null string, matches a list of patterns, 1 or
     /// 0. The last alternative that matches decides: 1 for a plain one, 0 for
@@ -243,20 +244,21 @@ public:
     /// Whether the last of `patterns` that matches, case-sensitively, is a
     /// plain one; false when it starts with `^`, which is not part of its
     /// pattern. `resultIfNone` when none matches.
-    bool matchPattern(const UT_WorkArgs &patterns, bool resultIfNone) const;
+    [[nodiscard]] bool
+    matchPattern(const UT_WorkArgs &patterns, bool resultIfNone) const;
 
     /// Whether the text matches `*`, then `text`, then `*`: wildcards in `text`
     /// are wildcards. False when either is null.
-    bool contains(const char *text, int caseSensitive = 1) const;
+    [[nodiscard]] bool contains(const char *text, int caseSensitive = 1) const;
 
     /// Whether the text starts with `prefix`, which is neither null nor empty.
-    bool startsWith(const char *prefix) const;
+    [[nodiscard]] bool startsWith(const char *prefix) const;
 
     /// Whether the text ends with `suffix`, which is neither null nor empty,
     /// and is longer. Deliberate: "abc" does not end with "abc".
-    bool endsWith(const char *suffix) const;
+    [[nodiscard]] bool endsWith(const char *suffix) const;
 
-    // ---- Renaming: UT_StringRename.cpp -------------------------------------
+    // ---- Renaming: UT_StringRename.cpp
 
     /// Renames the text when it matches `fromPattern`, a list divided by
     /// blanks and commas: to `toPattern`, in which each `*` and `?` becomes
@@ -271,7 +273,7 @@ public:
     /// after a wildcard is not closed, or the name is longer than INT_MAX.
     int patternRename(const char *fromPattern, const char *toPattern);
 
-    // ---- Ranges: UT_StringRange.cpp ----------------------------------------
+    // ---- Ranges: UT_StringRange.cpp
 
     /// Reads the text as a range, `[!]FIRST[-LAST][:[TAKE,]CYCLE]`, and calls
     /// `emit` for each index that it selects, in order; -1 stands for the
@@ -309,7 +311,7 @@ public:
     /// it means nothing afterwards.
     int expandArrays(char **out, int maximum);
 
-    // ---- Quoting: UT_StringQuote.cpp ---------------------------------------
+    // ---- Quoting: UT_StringQuote.cpp
     //
     // A quoted text whose length would be no int is not made: the result is
     // "", and protectString() leaves the text as it is.
@@ -318,11 +320,11 @@ public:
     /// backslash in it. Owned; a null string is like "". What stands between
     /// the quotes becomes the text again by expandControlSequences(), unless
     /// `quote` is n, r or t. O(length).
-    UT_String makeQuotedString(char quote = '"') const;
+    [[nodiscard]] UT_String makeQuotedString(char quote = '"') const;
 
     /// The same, but with the other one of the single and the double quote
     /// where the text holds `quote` and not that one.
-    UT_String makeSmartQuotedString(char quote = '"') const;
+    [[nodiscard]] UT_String makeSmartQuotedString(char quote = '"') const;
 
     /// Puts a text with white space in double quotes, with a backslash before
     /// each double quote and backslash in it. Every other text stays as it is,
@@ -335,7 +337,7 @@ public:
 
     /// Whether the text holds a space, tab, newline, vertical tab or form feed.
     /// Deliberate: a carriage return is not white space here.
-    bool hasWhiteSpace() const;
+    [[nodiscard]] bool hasWhiteSpace() const;
 
     /// Makes the string own its text, and one character of each backslash and
     /// the character behind it: a newline, tab or carriage return of n, t or r,
@@ -343,14 +345,14 @@ public:
     /// Deliberate: there are no codes in digits, `\0` is the digit 0.
     void expandControlSequences();
 
-    // ---- Variables: UT_StringVariables.cpp ---------------------------------
+    // ---- Variables: UT_StringVariables.cpp
 
     /// Replaces the text by what UTVariableScan() makes of it with the
     /// environment's variables, home directories, and comments as ordinary
     /// text. The string owns the result; null becomes "". One thread only.
     void expandVariables();
 
-    // ---- Command lines of shells: UT_StringShell.cpp -----------------------
+    // ---- Command lines of shells: UT_StringShell.cpp
     //
     // One command, with its redirections. Nothing is run and no file is opened.
     // Examples of all that follows are in docs/shell-lines.md.
@@ -424,7 +426,7 @@ public:
         const char *(*exprLookup)(const char *expression, void *data) = nullptr,
         void *data = nullptr);
 
-    // ---- Modifiers: UT_StringModify.cpp ------------------------------------
+    // ---- Modifiers: UT_StringModify.cpp
     //
     // A list of modifiers edits a text as a path or as a list of words. Each
     // one is a colon, flags and a letter: ":t:r" is the name of a file without
@@ -474,7 +476,7 @@ public:
     /// - Everything else changes nothing and is false.
     bool applyNextModifier(const char *modifier, bool all);
 
-    // ---- Numbers and names: UT_StringNames.cpp, UT_StringNumber.cpp --------
+    // ---- Numbers and names: UT_StringNames.cpp, UT_StringNumber.cpp
     //
     // Digits and white space are those of ASCII, whatever the locale. A number
     // in a name may have any number of digits.
@@ -511,7 +513,7 @@ public:
     /// The digits at the end of the text; the end of the text when it has
     /// none. Null for a null string and for "". Borrowed until the string's
     /// next change. O(length).
-    const char *suffix() const;
+    [[nodiscard]] const char *suffix() const;
 
     /// Cuts the name of a frame file into what is before its number, the
     /// number and what is behind it: img.0012.tif gives img., 0012 and .tif.
@@ -540,23 +542,24 @@ public:
     /// is whether `resultWithoutDigits` is non-zero. False for null and "".
     ///
     /// Deliberate: signs may be repeated, and the exponent needs no digits.
-    bool isFloat(int allowSpace = 0, int resultWithoutDigits = 0) const;
+    [[nodiscard]] bool
+    isFloat(int allowSpace = 0, int resultWithoutDigits = 0) const;
 
     /// Whether the text is signs and then digits. With `allowSpace` white
     /// space may surround it. False for null.
     ///
     /// Deliberate: signs may be repeated and digits may be missing, so "" is
     /// an integer, and so is "+-".
-    bool isInteger(int allowSpace = 0) const;
+    [[nodiscard]] bool isInteger(int allowSpace = 0) const;
 
     /// The decimal number at the start of the text, as strtol() reads it, or
     /// the nearest int; 0 when there is none and for null.
-    int toInt() const;
+    [[nodiscard]] int toInt() const;
 
     /// The number at the start of the text, as strtod() reads it: also
     /// hexadecimals, infinities and the locale's decimal point. Rounded to a
     /// double first. 0 when there is none and for null.
-    float toFloat() const;
+    [[nodiscard]] float toFloat() const;
 
     /// Writes `value` in decimal with a NUL behind it, and returns the number
     /// of bytes before that. Nothing beyond the NUL is touched: 12 bytes are
@@ -574,18 +577,18 @@ public:
     /// three digits: -1,234,567.
     void itoa_pretty(int64 value);
 
-    // ---- Path text: UT_StringPath.cpp --------------------------------------
+    // ---- Path text: UT_StringPath.cpp
     //
     // Text alone, with slashes between its parts: no file system is asked.
 
     /// A new string that owns the text without the digits at its end, as
     /// suffix() finds them; "" for a null string. The caller deletes it.
-    UT_String *base() const;
+    [[nodiscard]] UT_String *base() const;
 
     /// The text before its last dot, when that comes behind the last slash;
     /// else all of it. It owns its text, "" for a null string.
     /// Deliberate: ".cshrc" gives "", and ".." gives ".".
-    UT_String pathUpToExtension() const;
+    [[nodiscard]] UT_String pathUpToExtension() const;
 
     /// Splits the text at its last slash. Both results own their texts, and
     /// either may be this string.
@@ -604,7 +607,7 @@ public:
     /// nothing. The argument is not used.
     bool collapseAbsolutePath(bool = false);
 
-    // ---- Editing: UT_StringEdit.cpp ----------------------------------------
+    // ---- Editing: UT_StringEdit.cpp
     //
     // Indices and lengths count bytes. A null string is like an empty one, a
     // null argument like "". Arguments may be parts of this string's own text.
@@ -616,20 +619,20 @@ public:
     /// Index of the first `text`, or byte, at `from` or behind it; -1 when
     /// there is none. "" and NUL are found nowhere. `from` must not be negative
     /// or lie behind the NUL.
-    int find(const char *text, int from = 0) const;
-    int find(char byte, int from = 0) const;
+    [[nodiscard]] int find(const char *text, int from = 0) const;
+    [[nodiscard]] int find(char byte, int from = 0) const;
 
     /// The same for the first byte that is one of `bytes`.
-    int findAny(const char *bytes, int from = 0) const;
+    [[nodiscard]] int findAny(const char *bytes, int from = 0) const;
 
     /// Index of the last one; -1 when there is none. "" and NUL are found
     /// nowhere. For a text it takes memory too.
-    int findLast(const char *text) const;
-    int findLast(char byte) const;
+    [[nodiscard]] int findLast(const char *text) const;
+    [[nodiscard]] int findLast(char byte) const;
 
     /// How often `text` occurs: from left to right, without overlaps, and never
     /// when it is "".
-    int count(const char *text) const;
+    [[nodiscard]] int count(const char *text) const;
 
     /// Puts `replacement` in the place of each `text` that count() counts, or
     /// of the first one only. Returns how many were replaced. What has come in
@@ -679,7 +682,7 @@ public:
     /// Returns false, and changes nothing, when either does not collapse.
     bool makeRelativePath(const char *directory);
 
-    // ---- Saving: UT_StringSave.cpp -----------------------------------------
+    // ---- Saving: UT_StringSave.cpp
 
     /// Writes the text for load(): behind its length, from a field of 8 bits
     /// up, when `binary` is set, in quotes otherwise (see UT_Write.h). Null is

@@ -1,6 +1,7 @@
 #include "UT_StringArray.h"
 
 #include "UT_ArrayImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_StringImpl.h"
 
 #include <algorithm>

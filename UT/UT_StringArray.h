@@ -44,7 +44,7 @@ public:
     UT_StringArray &operator=(const UT_StringArray &source);
 
     /// Number of elements.
-    int entries() const { return int(UT_PtrArray::entries()); }
+    [[nodiscard]] int entries() const { return int(UT_PtrArray::entries()); }
 
     /// The element at `index`.
     UT_String &operator()(int index) { return *data()[index]; }
@@ -52,15 +52,19 @@ public:
 
     /// The last element of an array that is not empty.
     UT_String &last() { return (*this)(entries() - 1); }
-    const UT_String &last() const { return (*this)(entries() - 1); }
+    [[nodiscard]] const UT_String &last() const
+    {
+        return (*this)(entries() - 1);
+    }
 
     /// Index of the first element whose text is equal to `text`, or -1. Null
     /// finds an element without text. O(n).
-    int find(const char *text) const;
+    [[nodiscard]] int find(const char *text) const;
 
     /// Index of an element equal to `text` in an array that is sorted in this
     /// order, or -1. O(log n).
-    int sortedFind(const char *text, bool forward, bool numbered) const;
+    [[nodiscard]] int
+    sortedFind(const char *text, bool forward, bool numbered) const;
 
     /// Same number of elements, with the same texts in the same order; null
     /// is not "". An array with a null pointer for an element equals none,
@@ -73,7 +77,7 @@ public:
 
     /// Number of leading bytes that all elements share; 0 for an empty array
     /// and when an element is null. O(total length).
-    int getLongestPrefixLength() const;
+    [[nodiscard]] int getLongestPrefixLength() const;
 
     /// Appends the text of every element to `out`, which is not emptied, and
     /// returns how many there are. Null is appended as "".

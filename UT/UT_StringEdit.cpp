@@ -3,7 +3,7 @@
 #include "UT_String.h"
 
 #include "UT_AllocImpl.h"
-#include "UT_StringImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"
@@ -248,7 +248,7 @@ public:
             myHas[uint8(*bytes)] = true;
     }
 
-    bool has(char byte) const { return myHas[uint8(byte)]; }
+    [[nodiscard]] bool has(char byte) const { return myHas[uint8(byte)]; }
 
 private:
     bool myHas[256] = {};

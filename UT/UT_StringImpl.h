@@ -1,7 +1,8 @@
-// What the sources of strings and work buffers share. The kinds of characters
-// are ASCII's whatever the locale, and bytes above 127 are of no kind.
+// What the sources of strings and work buffers share.
 
 #pragma once
+
+#include "UT_CharImpl.h"
 
 #include "SYS/SYS_Types.h"
 
@@ -13,49 +14,6 @@ constexpr char theSpaceChars[] = " \t\n\v\f";
 
 // What a backslash protects inside double quotes.
 constexpr char theProtectedChars[] = "\"\\";
-
-// What separates words: the space characters and the carriage return.
-inline bool
-utIsSpace(char c)
-{
-    return c == ' ' || unsigned(uint8(c)) - '\t' <= '\r' - '\t';
-}
-
-inline bool
-utIsDigit(char c)
-{
-    return unsigned(uint8(c)) - '0' <= 9;
-}
-
-inline bool
-utIsUpper(char c)
-{
-    return unsigned(uint8(c)) - 'A' <= 'Z' - 'A';
-}
-
-inline bool
-utIsLower(char c)
-{
-    return unsigned(uint8(c)) - 'a' <= 'z' - 'a';
-}
-
-inline bool
-utIsLetter(char c)
-{
-    return utIsUpper(char(c & ~0x20));
-}
-
-inline char
-utToUpper(char c)
-{
-    return utIsLower(c) ? char(c - ('a' - 'A')) : c;
-}
-
-inline char
-utToLower(char c)
-{
-    return utIsUpper(c) ? char(c + ('a' - 'A')) : c;
-}
 
 // The number that the digits at the front of a text make, 0 when there are
 // none; INT_MAX for all that are greater. Signs and blanks are no digits.

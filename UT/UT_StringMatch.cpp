@@ -3,12 +3,13 @@
 
 #include "UT_String.h"
 
-#include "SYS/SYS_Types.h"
 #include "UT_AllocImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_Pattern.h"
-#include "UT_StringImpl.h"
 #include "UT_WorkArgs.h"
 #include "UT_WorkBuffer.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cassert>
 #include <cstdlib>
@@ -59,6 +60,7 @@ static constexpr size_t theWildcardCount = 4;
 
 namespace
 {
+
 // How bytes compare: as they are ...
 struct ut_Exact
 {
@@ -107,6 +109,7 @@ enum ut_Outcome
     UT_MATCHES,
     UT_AT_STAR
 };
+
 } // namespace
 
 template <class Compare>
@@ -232,6 +235,7 @@ utMatchUpToStar(const char *&pattern, const char *&subject, OnSingle onSingle)
 
 namespace
 {
+
 // What stands between a star and the next, or the end of the pattern.
 struct ut_Segment
 {
@@ -241,6 +245,7 @@ struct ut_Segment
     size_t runLength = 0;
     size_t runOffset = 0; // in these bytes
 };
+
 } // namespace
 
 static ut_Segment
@@ -381,6 +386,7 @@ singleStrMatch(
 
 namespace
 {
+
 // A star that the search has come to.
 struct ut_Star
 {
@@ -390,6 +396,7 @@ struct ut_Star
     int64 recorded;        // entries in the record when it got there
     const char *barren;    // from here on it fails and records nothing, or null
 };
+
 } // namespace
 
 static int64
@@ -571,6 +578,7 @@ UT_String::multiMatch(
 
 namespace
 {
+
 // A record that matches write into as long as this lives. However that ends,
 // the caller gets the counts: the words are there to free.
 class ut_ActiveRecord
@@ -598,6 +606,7 @@ private:
     int &mySingleCount;
     int &myWordCount;
 };
+
 } // namespace
 
 int

@@ -1,14 +1,14 @@
 // Modifiers of variables, such as `:h` and `:s/old/new/`.
 
 #include "UT_String.h"
-#include "UT_StringImpl.h"
+
+#include "UT_CharImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"
 
-#include <climits>
-
 #include <cassert>
+#include <climits>
 
 bool
 UT_String::isValidModifier(char c, bool allowSlash)

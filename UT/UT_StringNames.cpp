@@ -2,6 +2,7 @@
 
 #include "UT_String.h"
 
+#include "UT_CharImpl.h"
 #include "UT_StringImpl.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ struct ut_Number
     size_t count;
     unsigned value; // modulo 2^32
 
-    bool fitsInt() const
+    [[nodiscard]] bool fitsInt() const
     {
         return count < 10 ||
                (count == 10 && memcmp(digits, "2147483647", 10) <= 0);

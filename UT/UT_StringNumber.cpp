@@ -2,7 +2,7 @@
 
 #include "UT_String.h"
 
-#include "UT_StringImpl.h"
+#include "UT_CharImpl.h"
 
 #include <algorithm>
 #include <climits>

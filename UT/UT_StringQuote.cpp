@@ -1,6 +1,7 @@
 // Quoting, escapes and what undoes them.
 
 #include "UT_String.h"
+
 #include "UT_StringImpl.h"
 
 #include "SYS/SYS_Types.h"

@@ -2,11 +2,13 @@
 
 #include "UT_String.h"
 
-#include "SYS/SYS_Types.h"
 #include "UT_AllocImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_Pattern.h"
 #include "UT_StringImpl.h"
 #include "UT_WorkArgs.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <algorithm>
 #include <climits>
@@ -36,6 +38,7 @@ utCut(std::string_view &text, char c, std::string_view &rest)
 
 namespace
 {
+
 // One end of a range, as it is written.
 struct ut_RangeEnd
 {
@@ -44,7 +47,7 @@ struct ut_RangeEnd
     int minor = -1; // -1 without one
     int minorIsStar = 0;
 
-    bool isOfSameKind(const ut_RangeEnd &other) const
+    [[nodiscard]] bool isOfSameKind(const ut_RangeEnd &other) const
     {
         return majorIsStar == other.majorIsStar &&
                minorIsStar == other.minorIsStar &&
@@ -61,6 +64,7 @@ struct ut_Range
     ut_RangeEnd first;
     ut_RangeEnd last; // of the same kind
 };
+
 } // namespace
 
 static bool
@@ -148,6 +152,7 @@ utRange(
 
 namespace
 {
+
 // A walk over the indices of a range, once it is known which majors there are.
 class ut_RangeWalk
 {
@@ -160,9 +165,9 @@ public:
             myMinorsAscend = range.first.minor <= range.last.minor;
     }
 
-    bool hasMinors() const { return myRange.first.minor >= 0; }
-    int lowest() const { return std::min(myFirst, myLast); }
-    int highest() const { return std::max(myFirst, myLast); }
+    [[nodiscard]] bool hasMinors() const { return myRange.first.minor >= 0; }
+    [[nodiscard]] int lowest() const { return std::min(myFirst, myLast); }
+    [[nodiscard]] int highest() const { return std::max(myFirst, myLast); }
 
     // Calls `emit` for the majors that a range without minors or a negation
     // selects, and touches no other: a cycle may be as long as the numbers go.
@@ -249,6 +254,7 @@ private:
     bool myMinorsAscend;
     int myCounter = 0; // items in the range, modulo the cycle
 };
+
 } // namespace
 
 int
@@ -347,6 +353,7 @@ utAddNameWhileRoom(int major, int minor, void *data)
 
 namespace
 {
+
 // A bracket group of a word.
 struct ut_Group
 {
@@ -356,8 +363,12 @@ struct ut_Group
     size_t room = 0;                // items that matter
     size_t repeat = 1;              // names in a row that have the same item
 
-    bool isLetters() const { return utIsLetter(contents.c_str()[0]); }
+    [[nodiscard]] bool isLetters() const
+    {
+        return utIsLetter(contents.c_str()[0]);
+    }
 };
+
 } // namespace
 
 // Cuts a word into groups and the text after the last of them. An opening
@@ -476,6 +487,7 @@ stExpandArray(const char *word, stResultData *result)
 
 namespace
 {
+
 // A result whose names are freed unless the caller gets them.
 struct ut_GuardedResult : stResultData
 {
@@ -490,6 +502,7 @@ struct ut_GuardedResult : stResultData
 
     int release() { return std::exchange(count, 0); }
 };
+
 } // namespace
 
 int

@@ -12,6 +12,7 @@
 
 namespace
 {
+
 // What the wildcards of the pattern stood for when a name is changed.
 struct ut_Captures
 {
@@ -28,6 +29,7 @@ struct ut_Captures
     char *words[theMaximum];
     int wordCount = 0;
 };
+
 } // namespace
 
 // Reads the "(N)" that may stand at `at` into `index`, and moves past it.

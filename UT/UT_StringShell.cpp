@@ -1,6 +1,9 @@
-#include "UT_ShellLine.h"
+// Command lines as csh and DOS write them, cut into words and redirections.
+
 #include "UT_String.h"
-#include "UT_StringImpl.h"
+
+#include "UT_CharImpl.h"
+#include "UT_ShellLine.h"
 #include "UT_VariableScan.h"
 #include "UT_VariableScanImpl.h"
 #include "UT_WorkArgs.h"
@@ -62,7 +65,10 @@ struct ut_ShellSyntax
             kinds[uint8(c)] |= UT_PROTECTED;
     }
 
-    bool is(uint8 kind, char c) const { return kinds[uint8(c)] & kind; }
+    [[nodiscard]] bool is(uint8 kind, char c) const
+    {
+        return kinds[uint8(c)] & kind;
+    }
 
     bool isDos;
     char escape;
@@ -94,10 +100,10 @@ private:
     static constexpr int theNoName = -1;
 
     bool refuse(UT_ShellError error, const char *place);
-    bool isEscapedNewline() const;
+    [[nodiscard]] bool isEscapedNewline() const;
     void skipBlanks();
 
-    bool isRedirection() const;
+    [[nodiscard]] bool isRedirection() const;
     bool takeRedirection();
     bool takeOutput(const char *start);
     bool takeErrors(const char *start);

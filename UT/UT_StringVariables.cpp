@@ -1,6 +1,7 @@
 // Variables in a text, replaced by their values.
 
 #include "UT_String.h"
+
 #include "UT_VariableScan.h"
 #include "UT_WorkBuffer.h"
 

@@ -1,6 +1,7 @@
 #include "UT_SymbolTable.h"
 
 #include "UT_AllocImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_SmallObjectAllocator.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
-// ---- One bucket ------------------------------------------------------------
+// ---- One bucket
 
 // Never destroyed: tables in static storage give their nodes back at exit. Made
 // without waiting: the thread that makes it may not be there in a child of
@@ -50,7 +51,7 @@ struct UT_SymList::UT_Sym::ut_Key
         length = size_t(c - text);
     }
 
-    char *copy() const
+    [[nodiscard]] char *copy() const
     {
         return static_cast<char *>(
             memcpy(utAllocate(length + 1), name, length + 1));
@@ -66,7 +67,7 @@ struct UT_SymList::UT_Sym::ut_Key
 // somewhere else. Not a member, because programs know the size of a node.
 UT_SymList::UT_Sym::UT_Sym(const ut_Key &key) : name(key.copy()), next(nullptr)
 {
-    memcpy(static_cast<void *>(this + 1), &key.hash, sizeof key.hash);
+    memcpy(static_cast<void *>(this + 1), &key.hash, sizeof(key.hash));
 }
 
 UT_SymList::UT_Sym::~UT_Sym()
@@ -90,7 +91,7 @@ uint32
 UT_SymList::UT_Sym::hash() const
 {
     uint32 hash;
-    memcpy(&hash, static_cast<const void *>(this + 1), sizeof hash);
+    memcpy(&hash, static_cast<const void *>(this + 1), sizeof(hash));
     return hash;
 }
 
@@ -268,14 +269,14 @@ UT_SymList::link(UT_Sym *sym)
 int64
 UT_SymList::getMemUsage(bool headOnly) const
 {
-    size_t bytes = sizeof *this;
+    size_t bytes = sizeof(*this);
     if (!headOnly)
         for (const UT_Sym *sym = myFirst; sym; sym = sym->next)
-            bytes += sizeof *sym + strlen(sym->name) + 1;
+            bytes += sizeof(*sym) + strlen(sym->name) + 1;
     return int64(bytes);
 }
 
-// ---- The table -------------------------------------------------------------
+// ---- The table
 
 UT_SymbolTable::~UT_SymbolTable()
 {
@@ -375,6 +376,7 @@ UT_SymbolTable::clear()
 
 namespace
 {
+
 // Keeps the size of a table as long as it lives. An inner traversal must not
 // end the protection of the outer one, so the state before comes back.
 class ut_TraversalGuard
@@ -393,6 +395,7 @@ private:
     bool &myIsTraversing;
     bool myWasTraversing;
 };
+
 } // namespace
 
 int
@@ -431,20 +434,16 @@ UT_SymbolTable::mergeTable(const UT_SymbolTable &other)
         other.traverseConst(ut_mergeTable, this);
 }
 
-static bool
-utIsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 namespace
 {
+
 struct ut_NumberedBase
 {
     const char *base;
     size_t length;
     int count; // more than all numbers so far
 };
+
 } // namespace
 
 static int
@@ -471,7 +470,7 @@ UT_SymbolTable::newName(const char *name) const
         --numbered.length;
     traverseConst(utCountNumbered, &numbered);
 
-    const size_t size = numbered.length + sizeof "2147483647";
+    const size_t size = numbered.length + sizeof("2147483647");
     char *result = static_cast<char *>(utAllocate(size));
     memcpy(result, name, numbered.length);
     snprintf(
@@ -498,7 +497,7 @@ UT_SymbolTable::setMinLoadFactor(float factor)
 int64
 UT_SymbolTable::getMemUsage(bool tableOnly) const
 {
-    int64 bytes = sizeof *this;
+    int64 bytes = sizeof(*this);
     if (!tableOnly)
         for (int32 i = 0; i < myTableSize; ++i)
             bytes += myBuckets[i].getMemUsage(/*headOnly=*/false);
@@ -624,7 +623,7 @@ UT_SnapshotTable::UT_SnapshotTable() = default;
 
 UT_SnapshotTable::~UT_SnapshotTable() = default;
 
-// ---- Sizes -----------------------------------------------------------------
+// ---- Sizes
 
 // Primes, each some 1.2 times the one before.
 static const int utTableSizes[] = {

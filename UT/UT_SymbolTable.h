@@ -31,7 +31,7 @@ static_assert(sizeof(UT_Thing) == sizeof(void *));
 /// the name and the caller's `data`. 0 ends the traversal.
 using UT_SymFunction = int (*)(UT_Thing &value, const char *name, void *data);
 
-// ---- One bucket ------------------------------------------------------------
+// ---- One bucket
 
 /// A linked list of names with values, ascending as strcmp() orders names.
 ///
@@ -67,7 +67,7 @@ public:
 
         UT_LOCAL explicit UT_Sym(const ut_Key &key);
         UT_LOCAL static void *operator new(size_t size);
-        UT_LOCAL uint32 hash() const;
+        [[nodiscard]] UT_LOCAL uint32 hash() const;
     };
 
     /// An empty list.
@@ -117,11 +117,11 @@ public:
     int traverse(UT_SymFunction function, void *data) const;
 
     /// Number of nodes. O(entries), under either name.
-    int count() const;
-    int entries() const { return count(); }
+    [[nodiscard]] int count() const;
+    [[nodiscard]] int entries() const { return count(); }
 
     /// Whether there are no nodes. O(1).
-    bool empty() const { return !myFirst; }
+    [[nodiscard]] bool empty() const { return !myFirst; }
 
     /// Deletes all nodes.
     void clear();
@@ -132,7 +132,7 @@ public:
 
     /// Unlinks the first node and returns it, with a null link; null when the
     /// list is empty. Caller deletes, or gives it to a list.
-    UT_Sym *removeFirstSym();
+    [[nodiscard]] UT_Sym *removeFirstSym();
 
     /// Links a node from removeFirstSym(), which the list then owns, in front
     /// of the first one whose name is not less. A name may so be there twice.
@@ -140,14 +140,14 @@ public:
 
     /// Bytes of the list's head; and of all nodes and names too, unless
     /// `headOnly` is set.
-    int64 getMemUsage(bool headOnly) const;
+    [[nodiscard]] int64 getMemUsage(bool headOnly) const;
 
 private:
     friend class UT_SymbolTable;
 
     using ut_Key = UT_Sym::ut_Key;
 
-    UT_LOCAL UT_Sym *find(const ut_Key &key) const;
+    [[nodiscard]] UT_LOCAL UT_Sym *find(const ut_Key &key) const;
     UT_LOCAL UT_Sym *findOrCreate(const ut_Key &key, int &created);
     UT_LOCAL int deleteEntry(const ut_Key &key);
     UT_LOCAL void link(UT_Sym *sym);
@@ -155,7 +155,7 @@ private:
     UT_Sym *myFirst;
 };
 
-// ---- The table -------------------------------------------------------------
+// ---- The table
 
 /// A hash table from names to values.
 ///
@@ -197,14 +197,14 @@ public:
     UT_SymbolTable &operator=(const UT_SymbolTable &) = delete;
 
     /// Number of names.
-    int entries() const { return myEntries; }
+    [[nodiscard]] int entries() const { return myEntries; }
 
     /// Number of buckets.
-    int tableSize() const { return myTableSize; }
+    [[nodiscard]] int tableSize() const { return myTableSize; }
 
     /// Names per bucket at which the table grows, and below which it shrinks.
-    float maxLoadFactor() const { return myMaxLoadFactor; }
-    float minLoadFactor() const { return myMinLoadFactor; }
+    [[nodiscard]] float maxLoadFactor() const { return myMaxLoadFactor; }
+    [[nodiscard]] float minLoadFactor() const { return myMinLoadFactor; }
 
     /// The hash of a name, of which the remainder by tableSize() is its bucket:
     /// its bytes, as signed numbers, are the digits of a number in base 37.
@@ -262,7 +262,7 @@ public:
     /// letters in any name, also if more text comes after it. Numbers of
     /// 2147483647 or more are ignored. Null for null. Caller frees with free().
     /// O(entries).
-    char *newName(const char *name) const;
+    [[nodiscard]] char *newName(const char *name) const;
 
     /// Sets the load at which the table grows. When that is not above 0 and
     /// above the minimum, sets the larger of 0.75 and twice the minimum.
@@ -274,7 +274,7 @@ public:
 
     /// Bytes of this object; and of all buckets, nodes and names too, unless
     /// `tableOnly` is set.
-    int64 getMemUsage(bool tableOnly) const;
+    [[nodiscard]] int64 getMemUsage(bool tableOnly) const;
 
     /// Prints how evenly the names are spread over the buckets.
     void outputStats(FILE *stream) const;
@@ -290,7 +290,7 @@ public:
 private:
     using ut_Key = UT_SymList::ut_Key;
 
-    UT_LOCAL UT_SymList &bucketOf(const ut_Key &key) const;
+    [[nodiscard]] UT_LOCAL UT_SymList &bucketOf(const ut_Key &key) const;
     UT_LOCAL UT_SymList::UT_Sym *findOrCreate(const char *name, int &created);
     UT_LOCAL void adjust(UT_AdjustType type);
     UT_LOCAL void rehash(int tableSize);
@@ -323,7 +323,7 @@ public:
     virtual void restoreSnapshot() = 0;
 };
 
-// ---- Sizes -----------------------------------------------------------------
+// ---- Sizes
 
 /// The first size of a table that is greater than `size`; `size` itself when
 /// it is beyond the last but one.

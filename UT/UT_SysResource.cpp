@@ -2,6 +2,8 @@
 
 #include "UT_CancelImpl.h"
 
+#include <sys/vfs.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -10,7 +12,6 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
 UT_SysResource::UT_SysResource()
@@ -76,10 +77,10 @@ utReadStart(const char *path, char (&text)[4097])
     const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file >= 0)
     {
-        while (length < sizeof text - 1)
+        while (length < sizeof(text) - 1)
         {
             const ssize_t got =
-                read(file, text + length, sizeof text - 1 - length);
+                read(file, text + length, sizeof(text) - 1 - length);
             if (got < 0 && errno == EINTR)
                 continue;
             if (got <= 0)

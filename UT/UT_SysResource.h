@@ -22,18 +22,21 @@ public:
     void update(bool memoryOnly);
 
     /// In KiB.
-    uint32 memoryTotal() const { return myMemoryTotal; }
-    uint32 memoryFree() const { return myMemoryFree; }
-    uint32 swapTotal() const { return mySwapTotal; }
-    uint32 swapFree() const { return mySwapFree; }
+    [[nodiscard]] uint32 memoryTotal() const { return myMemoryTotal; }
+    [[nodiscard]] uint32 memoryFree() const { return myMemoryFree; }
+    [[nodiscard]] uint32 swapTotal() const { return mySwapTotal; }
+    [[nodiscard]] uint32 swapFree() const { return mySwapFree; }
 
     /// "Linux (little endian)" after an update, "" before. Lives as long as
     /// the process.
-    const char *systemDescription() const { return mySystemDescription; }
+    [[nodiscard]] const char *systemDescription() const
+    {
+        return mySystemDescription;
+    }
 
     /// The share of processor time that nothing used, from 0 to 1 whatever the
     /// system's counters do; 0 when no time had passed since the update before.
-    float idleFraction() const { return myIdleFraction; }
+    [[nodiscard]] float idleFraction() const { return myIdleFraction; }
 
     /// Takes a step of `count` counters: each of `differences` becomes what
     /// `now` is above `old`, `old` becomes `now`, and `shares` each difference

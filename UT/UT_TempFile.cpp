@@ -6,9 +6,9 @@
 
 #include <cerrno>
 #include <cstring>
-#include <ext/stdio_filebuf.h>
 #include <istream>
 
+#include <ext/stdio_filebuf.h>
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -18,7 +18,7 @@ UT_API FILE *UTtmpFile();
 
 /// The same as a standard stream; it is in a failed state when there is no
 /// file. The caller deletes it.
-UT_API std::unique_ptr<std::iostream> UTtmpStream();
+[[nodiscard]] UT_API std::unique_ptr<std::iostream> UTtmpStream();
 
 /// An open file with a fresh name, which others may be told, and which is
 /// removed with the object. Programs that are started do not inherit it. A
@@ -41,15 +41,15 @@ public:
 
     /// Whether the file could be made; errno tells why not, right after the
     /// construction.
-    bool isValid() const { return !myPath.isNull(); }
+    [[nodiscard]] bool isValid() const { return !myPath.isNull(); }
 
     /// The file's name with its directory; null when it could not be made.
     /// Borrowed until the object goes.
-    const char *getPath() const { return myPath; }
+    [[nodiscard]] const char *getPath() const { return myPath; }
 
     /// The file, open for reading and writing; null after close() or when it
     /// could not be made. Not to be closed by others.
-    FILE *getFile() const { return myFile; }
+    [[nodiscard]] FILE *getFile() const { return myFile; }
 
     /// Closes the file, so that others find in it what was written. False, with
     /// errno set, when not all of it could be; true when it was closed before.

@@ -1,3 +1,5 @@
+// What all kinds of threads share, and the one that runs jobs on the spot.
+
 #include "UT_Thread.h"
 
 #include "UT_CancelImpl.h"

@@ -63,7 +63,7 @@ public:
     virtual void threadEnded();
 
     /// Whether the worker keeps a thread of the caller busy.
-    virtual bool isResourceHog() const;
+    [[nodiscard]] virtual bool isResourceHog() const;
 
     virtual int getState();
     virtual int getSpinMode();
@@ -125,7 +125,7 @@ public:
     static void configureMaxThreads(int, int stackSize);
 
     /// A new UT_PThread. Caller deletes.
-    static UT_Thread *allocThread(int spinMode);
+    [[nodiscard]] static UT_Thread *allocThread(int spinMode);
 
     /// The thread that was the first to ask for this or to make a worker by
     /// allocThread(), a UT_ThreadSet or a UT_ThreadFarm. Thread-safe.
@@ -175,7 +175,7 @@ public:
     bool startThread(void *(*function)(void *), void *data) override;
     void threadStarted() override;
     void threadEnded() override;
-    bool isResourceHog() const override;
+    [[nodiscard]] bool isResourceHog() const override;
     int getState() override;
 
     /// Waits until the state is `state` or the worker has ended. For the time
@@ -205,10 +205,10 @@ public:
 
 private:
     UT_LOCAL void initWaiting();
-    UT_LOCAL bool isOfParent() const;
+    [[nodiscard]] UT_LOCAL bool isOfParent() const;
     UT_LOCAL void forgetParent();
     UT_LOCAL static void *threadWrapper(void *self);
-    UT_LOCAL bool isReached(int state) const;
+    [[nodiscard]] UT_LOCAL bool isReached(int state) const;
     UT_LOCAL void runJobs();
 
     void *(*myFunction)(void *); // the job, null for none

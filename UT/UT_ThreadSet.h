@@ -31,7 +31,7 @@ public:
     UT_ThreadSet &operator=(const UT_ThreadSet &) = delete;
 
     /// Number of workers.
-    int entries() const { return myCount; }
+    [[nodiscard]] int entries() const { return myCount; }
 
     /// Starts myFunction on every worker, as soon as the worker has done what
     /// it did before; nothing without a function.
@@ -81,7 +81,7 @@ public:
     UT_ThreadFarm &operator=(const UT_ThreadFarm &) = delete;
 
     /// Number of workers.
-    int entries() const { return myCount; }
+    [[nodiscard]] int entries() const { return myCount; }
 
     /// The first idle worker, and its index from 0 in `*index` unless that is
     /// null; startThread() gives it its job. When none is idle: null, or with

@@ -1,11 +1,11 @@
 #include "UT_VariableScan.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_CharImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
 #include "UT_RefArray.h"
 #include "UT_String.h"
-#include "UT_StringImpl.h"
 #include "UT_VariableScanImpl.h"
 #include "UT_WorkArgs.h"
 #include "UT_WorkBuffer.h"
@@ -134,7 +134,7 @@ struct ut_Substitution
     UT_String old;
     int64 growth; // for each one that is replaced
 
-    int64 lengthOf(const UT_String &text) const
+    [[nodiscard]] int64 lengthOf(const UT_String &text) const
     {
         const int found = all ? text.count(old) : text.find(old) >= 0;
         return text.length() + found * growth;
@@ -142,7 +142,7 @@ struct ut_Substitution
 
     // The words are put together with one blank after each, which the last one
     // has only if white space follows it.
-    int64 lengthOfWords(const UT_String &text) const
+    [[nodiscard]] int64 lengthOfWords(const UT_String &text) const
     {
         UT_String copy(text, /*deep=*/1);
         UT_WorkArgs words;
@@ -257,7 +257,7 @@ public:
 
     // Returns false when a brace is never closed.
     bool scan();
-    int count() const { return myCount; }
+    [[nodiscard]] int count() const { return myCount; }
 
     // These scan what the text begins with, and return its end; null when a
     // brace is never closed.
@@ -272,9 +272,9 @@ private:
         int start;      // where its name starts in myNames
     };
 
-    bool isInBraces() const { return myOpenNames.entries() != 0; }
+    [[nodiscard]] bool isInBraces() const { return myOpenNames.entries() != 0; }
     UT_WorkBuffer &output() { return isInBraces() ? myNames : myOut; }
-    bool isEndOfName() const;
+    [[nodiscard]] bool isEndOfName() const;
 
     void copy(const char *end);
     void copyOrdinary();

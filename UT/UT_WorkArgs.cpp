@@ -66,7 +66,7 @@ UT_WorkArgs::reserve(int slots)
         utChecked(realloc(isInline ? nullptr : myArgv, size * sizeof(char *)));
     myArgv = static_cast<char **>(block);
     if (isInline)
-        memcpy(myArgv, myInlineArgv, sizeof myInlineArgv);
+        memcpy(myArgv, myInlineArgv, sizeof(myInlineArgv));
     myMaxArgs = int32(size);
 }
 

@@ -3,8 +3,9 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
 #include "UT_API.h"
+
+#include "SYS/SYS_Types.h"
 
 #include <cstddef>
 
@@ -35,21 +36,21 @@ public:
     static void operator delete(void *block);
 
     /// Number of arguments.
-    int getArgc() const { return myArgc; }
+    [[nodiscard]] int getArgc() const { return myArgc; }
 
     /// The arguments and a null behind them. Borrowed until the vector's next
     /// change.
     char **getArgv() { return myArgv; }
-    char *const *getArgv() const { return myArgv; }
+    [[nodiscard]] char *const *getArgv() const { return myArgv; }
 
     /// The argument at `index`, which counts from 0 and must be below
     /// capacity(); null at getArgc(), and where setArg() left a gap.
-    char *getArg(int index) const { return myArgv[index]; }
+    [[nodiscard]] char *getArg(int index) const { return myArgv[index]; }
     char *operator()(int index) const { return myArgv[index]; }
     char *operator[](int index) const { return myArgv[index]; }
 
     /// Slots allocated.
-    int capacity() const { return myMaxArgs; }
+    [[nodiscard]] int capacity() const { return myMaxArgs; }
 
     /// Stores `value` at `index`. At or behind the end the count becomes
     /// `index` + 1, and the slots between the old end and `index` null. A null

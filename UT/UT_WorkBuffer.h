@@ -37,20 +37,23 @@ public:
     UT_WorkBuffer &operator=(const UT_WorkBuffer &) = delete;
 
     /// The text, followed by a NUL. Borrowed until the buffer's next change.
-    const char *buffer() const { return myBuffer; }
+    [[nodiscard]] const char *buffer() const { return myBuffer; }
 
     /// Bytes of text, without the NUL behind them.
-    int length() const { return myLength; }
+    [[nodiscard]] int length() const { return myLength; }
 
     /// Bytes of storage; the text and its NUL fit in them.
-    int capacity() const { return myAllocatedSize; }
+    [[nodiscard]] int capacity() const { return myAllocatedSize; }
 
     /// Whether appends are dropped.
-    bool isLocked() const { return myLockCount != 0; }
+    [[nodiscard]] bool isLocked() const { return myLockCount != 0; }
 
     /// Whether the byte behind the text is NUL. Only a lock holder who wrote
     /// there can have changed that.
-    bool isNullTerminated() const { return myBuffer[myLength] == '\0'; }
+    [[nodiscard]] bool isNullTerminated() const
+    {
+        return myBuffer[myLength] == '\0';
+    }
 
     /// The byte at `index`, which counts from 0 and must lie in the storage.
     char operator()(int index) const { return myBuffer[index]; }
@@ -138,7 +141,7 @@ public:
     /// locked.
     void release(int recomputeLength = 1);
 
-    // ---- Lines: UT_WorkBufferLine.cpp --------------------------------------
+    // ---- Lines: UT_WorkBufferLine.cpp
     //
     // A line ends in a newline or at the end of the input. It replaces the
     // text, without its newline and without one carriage return before that
@@ -159,7 +162,7 @@ public:
     /// exceptions() ask for.
     bool getline(std::istream &in);
 
-    // ---- Command lines: UT_WorkBufferCommand.cpp ---------------------------
+    // ---- Command lines: UT_WorkBufferCommand.cpp
 
     /// Reads a line and splits it into `args`: cuts it at the first byte that
     /// is in `commentChars` (null for none), quoted or not, adds 1 to
@@ -183,7 +186,7 @@ public:
         FILE *in, UT_WorkArgs &args, int &lineCount, const char *commentChars,
         const char *separators);
 
-    // ---- Words: UT_WorkBufferWord.cpp --------------------------------------
+    // ---- Words: UT_WorkBufferWord.cpp
 
     /// Makes the next word of the text at `cursor` the buffer's text, and steps
     /// `cursor` over it and one separator behind it. A word is a run of bytes

@@ -1,3 +1,5 @@
+// Command lines, read from a stream and cut into words.
+
 #include "UT_WorkBuffer.h"
 
 #include "UT_IStream.h"
@@ -21,7 +23,7 @@ public:
     ut_LockedText(const ut_LockedText &) = delete;
     ut_LockedText &operator=(const ut_LockedText &) = delete;
 
-    char *get() const { return myText; }
+    [[nodiscard]] char *get() const { return myText; }
 
 private:
     UT_WorkBuffer &myBuffer;

@@ -1,3 +1,5 @@
+// Lines, read from streams of the standard library and of C.
+
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"

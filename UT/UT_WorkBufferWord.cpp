@@ -1,7 +1,9 @@
+// Words and tokens taken off a text, and comments cut from it.
+
 #include "UT_WorkBuffer.h"
 
+#include "UT_CharImpl.h"
 #include "UT_String.h"
-#include "UT_StringImpl.h"
 
 #include <algorithm>
 #include <climits>

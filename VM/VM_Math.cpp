@@ -41,9 +41,9 @@ struct vm_Array
 {
     const float *data;
 
-    float one(unsigned i) const { return data[i]; }
+    [[nodiscard]] float one(unsigned i) const { return data[i]; }
 #ifdef __SSE2__
-    vm_Float4 four(unsigned i) const
+    [[nodiscard]] vm_Float4 four(unsigned i) const
     {
         return _mm_loadu_ps(data + i);
     }
@@ -55,9 +55,9 @@ struct vm_Value
 {
     float value;
 
-    float one(unsigned) const { return value; }
+    [[nodiscard]] float one(unsigned) const { return value; }
 #ifdef __SSE2__
-    vm_Float4 four(unsigned) const
+    [[nodiscard]] vm_Float4 four(unsigned) const
     {
         return _mm_set1_ps(value);
     }

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "UT/UT_API.h"
+#include "SYS/SYS_API.h"
 
 /// Operations on arrays of floats, of any alignment.
 ///
@@ -12,7 +12,7 @@
 /// not overlap it otherwise.
 ///
 /// Thread-safe, but for the switch. Linear time.
-class UT_API VM_Math
+class SYS_API VM_Math
 {
 public:
     /// Whether vector instructions may be used; off at the start. Set it

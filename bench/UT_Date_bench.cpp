@@ -43,7 +43,7 @@ utStampOfTimeByStrftime(benchmark::State &state)
     {
         t.tm_sec = (t.tm_sec + 1) % 60;
         benchmark::DoNotOptimize(
-            strftime(buffer, sizeof buffer, theFormat, &t));
+            strftime(buffer, sizeof(buffer), theFormat, &t));
         benchmark::DoNotOptimize(buffer);
     }
 }
@@ -84,7 +84,8 @@ utStampOfSecondsByStrftime(benchmark::State &state, const char *zone)
     {
         const tm *const t = localtime(&time);
         ++time;
-        benchmark::DoNotOptimize(strftime(buffer, sizeof buffer, theFormat, t));
+        benchmark::DoNotOptimize(
+            strftime(buffer, sizeof(buffer), theFormat, t));
         benchmark::DoNotOptimize(buffer);
     }
 }

@@ -17,6 +17,7 @@
 
 namespace
 {
+
 struct ut_Ours
 {
     static void set(const char *name, const char *value)
@@ -36,6 +37,7 @@ struct ut_Library
     static const char *get(const char *name) { return getenv(name); }
     static void unset(const char *name) { unsetenv(name); }
 };
+
 } // namespace
 
 using ut_Names = std::vector<std::string>;

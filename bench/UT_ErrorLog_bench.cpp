@@ -42,7 +42,7 @@ utPrintLine(benchmark::State &state)
         tm t;
         localtime_r(&now, &t);
         char stamp[64];
-        strftime(stamp, sizeof stamp, "%Y-%m-%d %T: ", &t);
+        strftime(stamp, sizeof(stamp), "%Y-%m-%d %T: ", &t);
         fprintf(file, "%s%s (%d)\n", stamp, strerror(2), theCount++);
         fclose(file);
     }

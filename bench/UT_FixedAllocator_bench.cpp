@@ -2,6 +2,7 @@
 // standard pool take, whatever the order of releases.
 
 #include "UT/UT_FixedAllocator.h"
+
 #include "UT/UT_SmallObjectAllocator.h"
 
 #include <benchmark/benchmark.h>
@@ -17,6 +18,7 @@ static const unsigned theSize = 24;
 
 namespace
 {
+
 struct ut_Malloc
 {
     void *allocate() { return malloc(theSize); }
@@ -48,6 +50,7 @@ struct ut_SmallObject
     void deallocate(void *block) { pool.deallocate(block, theSize); }
     UT_SmallObjectAllocator pool{true, 1024, 128, ThreadSafe};
 };
+
 } // namespace
 
 // One block at a time, given back at once.

@@ -8,6 +8,7 @@
 // is their length, that of arrays and of gzip the entries or bytes of a read.
 
 #include "UT/UT_IStream.h"
+
 #include "UT/UT_WorkBuffer.h"
 
 #include <benchmark/benchmark.h>

@@ -4,9 +4,11 @@
 
 #include "UT/UT_NetSocket.h"
 
-#include "UT/UT_WorkBuffer.h"
-
 #include "ut_LoopbackServer.h"
+
+#include "UT/UT_WorkBuffer.h"
+#include <sys/select.h>
+#include <sys/socket.h>
 
 #include <benchmark/benchmark.h>
 
@@ -17,8 +19,6 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <sys/select.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::string_literals;
@@ -65,8 +65,8 @@ utRawExchange(int port, std::string *gathered, int &length)
 {
     const ut_TestDescriptor fd(::socket(AF_INET, SOCK_STREAM, 0));
     const int on = 1;
-    ::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    ::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    ::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    ::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     ::fcntl(fd.get(), F_SETFL, ::fcntl(fd.get(), F_GETFL) & ~O_NONBLOCK);
 
     const hostent *const entry = ::gethostbyname("localhost");
@@ -75,8 +75,9 @@ utRawExchange(int port, std::string *gathered, int &length)
     address.sin_port = htons(uint16_t(port));
     memcpy(&address.sin_addr, entry->h_addr_list[0], 4);
     if (::connect(
-            fd.get(), reinterpret_cast<sockaddr *>(&address), sizeof address) ||
-        ::write(fd.get(), theCommand, sizeof theCommand) < 0)
+            fd.get(), reinterpret_cast<sockaddr *>(&address),
+            sizeof(address)) ||
+        ::write(fd.get(), theCommand, sizeof(theCommand)) < 0)
         return false;
 
     char chunk[8191];
@@ -87,7 +88,7 @@ utRawExchange(int port, std::string *gathered, int &length)
         ssize_t got;
         do
         {
-            got = ::read(fd.get(), chunk, sizeof chunk);
+            got = ::read(fd.get(), chunk, sizeof(chunk));
             if (got < 1)
                 return false;
             if (gathered)

@@ -6,9 +6,10 @@
 
 #include <benchmark/benchmark.h>
 
-#include <immintrin.h>
 #include <random>
 #include <vector>
+
+#include <immintrin.h>
 
 static const int theCount = 1000000;
 

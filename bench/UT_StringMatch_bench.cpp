@@ -8,9 +8,10 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
-#include <fnmatch.h>
 #include <string>
 #include <vector>
+
+#include <fnmatch.h>
 
 struct ut_Ours
 {

@@ -6,6 +6,7 @@
 // That of the comparisons is the kind of names, and so is the sorts'.
 
 #include "UT/UT_String.h"
+
 #include "UT/UT_StringArray.h"
 
 #include <benchmark/benchmark.h>

@@ -4,8 +4,9 @@
 // Both read the line as the same words, and look the variables up in the same
 // environment, of 40 variables.
 
-#include "UT/UT_ShellLine.h"
 #include "UT/UT_String.h"
+
+#include "UT/UT_ShellLine.h"
 #include "UT/UT_WorkArgs.h"
 
 #include <benchmark/benchmark.h>

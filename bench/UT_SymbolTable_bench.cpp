@@ -16,6 +16,7 @@
 
 namespace
 {
+
 class ut_Ours
 {
 public:
@@ -53,6 +54,7 @@ public:
 private:
     std::unordered_map<std::string, void *> myTable;
 };
+
 } // namespace
 
 using ut_Names = std::vector<std::string>;

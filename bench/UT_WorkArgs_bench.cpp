@@ -7,9 +7,10 @@
 // The argument is the number of words, or of values. Each round copies the line
 // first, since splitting it uses it up.
 
+#include "UT/UT_WorkArgs.h"
+
 #include "UT/UT_String.h"
 #include "UT/UT_SwapBytes.h"
-#include "UT/UT_WorkArgs.h"
 
 #include <benchmark/benchmark.h>
 

@@ -7,11 +7,12 @@
 
 #include "ut_LoopbackServer.h"
 
+#include "UT/UT_WorkBuffer.h"
 #include "component/IValdrinConnection.h"
 #include "component/ValdrinRequest.h"
 #include "component/nsGenericModule.h"
-
-#include "UT/UT_WorkBuffer.h"
+#include <sys/select.h>
+#include <sys/socket.h>
 
 #include <benchmark/benchmark.h>
 
@@ -27,8 +28,6 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <sys/select.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::string_literals;
@@ -75,10 +74,11 @@ utTakeTurns(benchmark::State &state, Ours ours, Peer peer)
     state.counters["ratio"] = utMedian(ourTimes) / utMedian(peerTimes);
 }
 
-// ---- The exchange -----------------------------------------------------------
+// ---- The exchange
 
 namespace
 {
+
 // A component manager as small as can be; the module only wants to see that it
 // is a registrar.
 class ut_Manager : public nsIComponentManager
@@ -112,6 +112,7 @@ public:
     }
     virtual ~ut_Manager() = default;
 };
+
 } // namespace
 
 static IValdrinConnection *
@@ -142,8 +143,8 @@ utRawExchange(int port, const char *request, size_t length)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     const int on = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
     const hostent *const entry = ::gethostbyname("localhost");
     sockaddr_in address = {};
@@ -153,11 +154,11 @@ utRawExchange(int port, const char *request, size_t length)
     char chunk[8191];
     bool isWhole =
         !::connect(
-            fd, reinterpret_cast<sockaddr *>(&address), sizeof address) &&
+            fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) &&
         ::write(fd, request, length) == ssize_t(length);
     while (isWhole)
     {
-        const ssize_t got = ::read(fd, chunk, sizeof chunk);
+        const ssize_t got = ::read(fd, chunk, sizeof(chunk));
         isWhole = got > 0;
         if (!isWhole || chunk[got - 1])
             continue;
@@ -205,7 +206,7 @@ utExchange(benchmark::State &state)
 
 BENCHMARK(utExchange)->UseRealTime();
 
-// ---- The envelope -----------------------------------------------------------
+// ---- The envelope
 
 static std::string
 utBuildString(const char *text, const char *tag)

@@ -1,16 +1,17 @@
 #include "ut_BridgeComponent.h"
 
 #include "component/IValdrinConnection.h"
+#include <sys/prctl.h>
+#include <sys/wait.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
+
+#include <poll.h>
+#include <unistd.h>
 
 static std::vector<std::string>
 utLibraries()

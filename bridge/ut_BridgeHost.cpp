@@ -13,13 +13,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <mutex>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
-#include <thread>
 #include <unistd.h>
-#include <utility>
 
 static void
 utComplain(const std::string &message)
@@ -27,7 +28,7 @@ utComplain(const std::string &message)
     fprintf(stderr, "valdrin-bridge: %s\n", message.c_str());
 }
 
-// ---------------------------------------------------------------- the streams
+// ---- The streams
 
 // Moves standard output out of the way of whatever the library prints. The
 // descriptor that is left for the frames; -1 when there is none.
@@ -117,7 +118,7 @@ utReadFrame(std::string &frame)
     return ut_Input::FRAME;
 }
 
-// ------------------------------------------------------ the end of the browser
+// ---- The end of the browser
 
 extern "C"
 {
@@ -186,7 +187,7 @@ utPrepareSignals()
     sigprocmask(SIG_UNBLOCK, &termination, nullptr);
 }
 
-// ------------------------------------------------------------------- the calls
+// ---- The calls
 
 // A string that the component hands out. It comes from the platform's
 // allocator, which is malloc in a program that brings none of its own.

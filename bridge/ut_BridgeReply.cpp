@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-// ---------------------------------------------------------------------- UTF-8
+// ---- UTF-8
 
 static bool
 utIsContinuation(char byte)
@@ -59,7 +59,7 @@ utIsUtf8(std::string_view text)
     return true;
 }
 
-// -------------------------------------------------------------------- escapes
+// ---- Escapes
 
 // What stands for each byte in a JSON text; an empty row for the byte itself.
 using ut_Escapes = std::array<std::string, 256>;
@@ -123,7 +123,7 @@ utAppendEscaped(
     return next;
 }
 
-// --------------------------------------------------------------------- frames
+// ---- Frames
 
 // A frame without its JSON has room for the length only.
 static std::string

@@ -1,10 +1,11 @@
 #include "ut_BridgeRequest.h"
 
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <string_view>
 #include <utility>
+
+#include <nlohmann/json.hpp>
 
 using ut_Json = nlohmann::json;
 
@@ -40,7 +41,7 @@ static constexpr ut_Method theMethods[] = {
     {"Check",               ut_BridgeMethod::CHECK,                 ut_Argument::INTEGER},
 };
 
-// ------------------------------------------------------------ lone surrogates
+// ---- Lone surrogates
 
 // The number of the four hexadecimal digits at `text`; -1 when there are
 // others.
@@ -95,7 +96,7 @@ utReplaceLoneSurrogates(std::string &frame)
     }
 }
 
-// ------------------------------------------------------------------ the JSON
+// ---- The JSON
 
 // The object in `frame`; anything else when it cannot be trusted.
 static ut_Json

@@ -7,10 +7,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <sstream>
-#include <unistd.h>
 #include <vector>
+
+#include <nlohmann/json.hpp>
+#include <unistd.h>
 
 using ut_Json = nlohmann::json;
 using ut_Path = std::filesystem::path;
@@ -81,7 +82,7 @@ utChromium()
     return chromium;
 }
 
-// ------------------------------------------------------------------ the words
+// ---- The words
 
 static void
 utPrint(const char *subject, const std::string &words)
@@ -108,7 +109,7 @@ utQuote(const std::string &path)
     return quoted + "'";
 }
 
-// ----------------------------------------------------------------- the places
+// ---- The places
 
 static bool
 utExists(const ut_Path &path)
@@ -153,7 +154,7 @@ utInstalled(const ut_Path &file)
     return utExists(prefix / file) ? (prefix / file).string() : "";
 }
 
-// -------------------------------------------------------------- the manifests
+// ---- The manifests
 
 // What is wrong with the manifest in `file`, as the browser would find it; ""
 // when nothing is. Sets `program` to what it starts.
@@ -220,7 +221,7 @@ utCheckManifest(const ut_Browser &browser, const ut_SetupPlaces &places)
     return true;
 }
 
-// -------------------------------------------------------------- the extension
+// ---- The extension
 
 // Whether a profile in `folder` has the extension. One that was loaded unpacked
 // shows in Chromium's preferences only.

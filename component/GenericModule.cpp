@@ -2,12 +2,14 @@
 // theirs does, down to the oddities that callers may have come to expect.
 
 #include "nsGenericModule.h"
+#include "ut_Reference.h"
 
 #include <atomic>
 #include <new>
 
 namespace
 {
+
 // References are taken and dropped from any thread.
 class ut_ReferenceCount
 {
@@ -36,39 +38,6 @@ public:
 
 private:
     bool &myFlag;
-};
-
-// Owns one reference.
-template <class Interface>
-class ut_Reference
-{
-public:
-    explicit ut_Reference(Interface *object = nullptr) : myObject(object) {}
-    ~ut_Reference()
-    {
-        if (myObject)
-            myObject->Release();
-    }
-    ut_Reference(const ut_Reference &) = delete;
-    ut_Reference &operator=(const ut_Reference &) = delete;
-
-    Interface *operator->() const { return myObject; }
-
-    // Takes the `Interface` face of `source`.
-    nsresult query(nsISupports *source)
-    {
-        if (!source)
-            return NS_ERROR_NULL_POINTER;
-        void *face = nullptr;
-        const nsresult code = source->QueryInterface(Interface::IID, &face);
-        if (NS_FAILED(code))
-            return code;
-        myObject = static_cast<Interface *>(face);
-        return myObject ? NS_OK : NS_ERROR_NO_INTERFACE;
-    }
-
-private:
-    Interface *myObject;
 };
 
 // What the platform's own factory objects call themselves among each other.
@@ -183,9 +152,10 @@ private:
     // as many as there are components.
     ut_GenericFactory **myFactories = nullptr;
 };
+
 } // namespace
 
-// ---- The factory and class-info object --------------------------------------
+// ---- The factory and class-info object
 
 ut_GenericFactory::~ut_GenericFactory()
 {
@@ -304,7 +274,7 @@ ut_GenericFactory::GetClassIDNoAlloc(nsID *result)
     return NS_OK;
 }
 
-// ---- The module -------------------------------------------------------------
+// ---- The module
 
 ut_GenericModule::~ut_GenericModule()
 {
@@ -398,7 +368,7 @@ ut_GenericModule::construct(nsIComponentManager *manager)
     nsresult code = registrar.query(manager);
     if (NS_FAILED(code))
         return code;
-    code = makeEarlyFactories(*registrar.operator->());
+    code = makeEarlyFactories(*registrar.get());
     if (NS_FAILED(code))
         dropFactories();
     return code;

@@ -118,29 +118,33 @@ ValdrinConnectionImpl::SetSocketPortNum(PRInt32 port)
     return NS_OK;
 }
 
-// Deliberate: the busy flags are written and never read. They are marks for
-// somebody who looks at the process from outside.
+// An exchange during which a method's busy mark is set. Deliberate: the marks
+// are written and never read. They are for somebody who looks at the process
+// from outside, and so each is a byte of its method.
+static nsresult
+utSendMarked(
+    volatile uint8 &isRunning, const char *text, const char *tag, char **result)
+{
+    isRunning = 1;
+    const nsresult code = utSend(text, tag, result);
+    isRunning = 0;
+    return code;
+}
 
 nsresult
 ValdrinConnectionImpl::Run(const char *command, char **result)
 {
     if (!result)
         return NS_ERROR_NULL_POINTER;
-    [[maybe_unused]] static volatile uint8 is_running = 0;
-    is_running = 1;
-    const nsresult code = utSend(command, "vscript", result);
-    is_running = 0;
-    return code;
+    static volatile uint8 is_running = 0;
+    return utSendMarked(is_running, command, "vscript", result);
 }
 
 nsresult
 ValdrinConnectionImpl::RunPythonStatements(const char *statements)
 {
-    [[maybe_unused]] static volatile uint8 is_running = 0;
-    is_running = 1;
-    const nsresult code = utSend(statements, "python_statements", nullptr);
-    is_running = 0;
-    return code;
+    static volatile uint8 is_running = 0;
+    return utSendMarked(is_running, statements, "python_statements", nullptr);
 }
 
 nsresult
@@ -149,11 +153,8 @@ ValdrinConnectionImpl::RunPythonExpression(
 {
     if (!result)
         return NS_ERROR_NULL_POINTER;
-    [[maybe_unused]] static volatile uint8 is_running = 0;
-    is_running = 1;
-    const nsresult code = utSend(expression, "python_expression", result);
-    is_running = 0;
-    return code;
+    static volatile uint8 is_running = 0;
+    return utSendMarked(is_running, expression, "python_expression", result);
 }
 
 nsresult

@@ -1,3 +1,5 @@
+// The platform's allocator, or C's where there is none.
+
 #include "nsGenericModule.h"
 
 #include <cstdlib>

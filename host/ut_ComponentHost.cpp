@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
 #include <dlfcn.h>
 #include <link.h>
 #include <unistd.h>

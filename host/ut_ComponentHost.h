@@ -4,38 +4,13 @@
 #pragma once
 
 #include "component/nsXPCOM.h"
+#include "component/ut_Reference.h"
 
 #include <string>
 #include <vector>
 
 class IValdrinConnection;
 class ut_ComponentManager;
-
-/// Holds the reference that an out argument handed over.
-template <class T>
-class ut_Owned
-{
-public:
-    ut_Owned() = default;
-    ut_Owned(const ut_Owned &) = delete;
-    ut_Owned &operator=(const ut_Owned &) = delete;
-    ~ut_Owned()
-    {
-        if (myObject)
-            myObject->Release();
-    }
-
-    /// The object, null before it is there. Borrowed.
-    T *get() const { return myObject; }
-    T *operator->() const { return myObject; }
-
-    /// Takes over the reference to `object`, which came from a call that hands
-    /// out the interface T as an untyped pointer. Nothing must be held yet.
-    void adopt(void *object) { myObject = static_cast<T *>(object); }
-
-private:
-    T *myObject = nullptr;
-};
 
 /// The file name of the component's library.
 constexpr char theLibraryName[] = "libValdrinConnection.so";
@@ -95,10 +70,10 @@ private:
     bool makeConnection(void *library, std::string &error);
 
     // Declared in the order of their making, so that they go in the reverse.
-    ut_Owned<ut_ComponentManager> myManager;
-    ut_Owned<nsIModule> myModule;
-    ut_Owned<nsIFactory> myFactory;
-    ut_Owned<IValdrinConnection> myConnection;
+    ut_Reference<ut_ComponentManager> myManager;
+    ut_Reference<nsIModule> myModule;
+    ut_Reference<nsIFactory> myFactory;
+    ut_Reference<IValdrinConnection> myConnection;
 
     std::string myLibrary;
 };

@@ -1,6 +1,7 @@
 #include "ut_Descriptors.h"
 
 #include <cerrno>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>

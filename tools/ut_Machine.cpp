@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstring>
+
 #include <unistd.h>
 
 static const struct
@@ -44,7 +45,7 @@ utSize(int64 bytes)
     for (; size >= 1024 && unit < 3; ++unit)
         size /= 1024;
     char text[32];
-    snprintf(text, sizeof text, "%.1f %s", size, theUnits[unit]);
+    snprintf(text, sizeof(text), "%.1f %s", size, theUnits[unit]);
     return text;
 }
 
@@ -59,7 +60,7 @@ utForPeople(const UT_MachineInfo &info)
     };
     char load[64];
     snprintf(
-        load, sizeof load, "%.0f %% busy",
+        load, sizeof(load), "%.0f %% busy",
         100 * (1 - double(info.idleFraction)));
     const std::string flags = utFlagNames(info.processorFlags, "");
     return line(
@@ -89,7 +90,7 @@ static std::string
 utForScripts(const UT_MachineInfo &info)
 {
     char load[32];
-    snprintf(load, sizeof load, "%.3f", 1 - double(info.idleFraction));
+    snprintf(load, sizeof(load), "%.3f", 1 - double(info.idleFraction));
     const auto number = [](int64 value) { return std::to_string(value); };
     return std::string("{\n  \"system\": \"") + info.system +
            "\",\n  \"operating_system\": \"" + info.operatingSystem +

@@ -7,22 +7,23 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <fnmatch.h>
 #include <set>
+
+#include <fnmatch.h>
 #include <unistd.h>
 
 using ut_Settings = std::vector<UT_ControlInfo>;
 
-// ---------------------------------------------------------------- their values
+// ---- Their values
 
 static std::string
 utNumber(const UT_ControlInfo &setting, double number)
 {
     char text[32]; // the numbers are of 32 bits
     if (setting.kind == UT_CONTROL_FLOAT)
-        snprintf(text, sizeof text, "%g", number);
+        snprintf(text, sizeof(text), "%g", number);
     else
-        snprintf(text, sizeof text, "%d", int(number));
+        snprintf(text, sizeof(text), "%d", int(number));
     return text;
 }
 
@@ -46,7 +47,7 @@ utQuoted(const char *text)
         const unsigned byte = static_cast<unsigned char>(*text);
         const unsigned next = static_cast<unsigned char>(text[1]);
         char code[8];
-        snprintf(code, sizeof code, "\\x%02x", byte);
+        snprintf(code, sizeof(code), "\\x%02x", byte);
         if (byte < ' ' || byte == 0x7f ||
             (byte == 0xc2 && utIsUpperControl(next)) ||
             (utIsUpperControl(byte) && (before < 0x80 || before == 0xc2)))
@@ -85,7 +86,7 @@ utRange(const UT_ControlInfo &setting)
            utNumber(setting, setting.maximum);
 }
 
-// ---------------------------------------------------------------- the layouts
+// ---- The layouts
 
 // A column is as wide as its texts, but one that is too long does not push all
 // the others away.
@@ -191,7 +192,7 @@ utPage(const ut_Settings &settings)
     return text;
 }
 
-// ---------------------------------------------------------------- the settings
+// ---- The settings
 
 static ut_Settings
 utSettings(decltype(UTdescribeControl) *describe, const char *pattern)

@@ -47,7 +47,7 @@ sys.path.insert(
 import valdrin  # noqa: E402
 
 
-# ------------------------------------------------------------------ vscript
+# ---- Vscript
 
 
 class Vscript:
@@ -121,7 +121,7 @@ class Vscript:
         return f"valdrin-standin {VERSION}"
 
 
-# -------------------------------------------------------------------- start
+# ---- Start
 
 
 class LogHandler(logging.Handler):

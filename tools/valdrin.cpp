@@ -8,6 +8,7 @@
 #include "component/IValdrinConnection.h"
 #include "host/ut_ComponentHost.h"
 #include "host/ut_Descriptors.h"
+#include <sys/time.h>
 
 #include <cerrno>
 #include <charconv>
@@ -15,12 +16,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
+
 #include <getopt.h>
 #include <poll.h>
-#include <string>
-#include <sys/time.h>
 #include <unistd.h>
-#include <vector>
 
 enum
 {
@@ -115,7 +116,7 @@ utComplain(const std::string &message)
         return; // there is nobody left to tell
 }
 
-// ---------------------------------------------------------------- the streams
+// ---- The streams
 
 // Whether a read or write that failed with `error` is worth repeating; tells
 // of it otherwise.
@@ -177,7 +178,7 @@ utReadInput(std::string &text)
     }
 }
 
-// ------------------------------------------------------------ the command line
+// ---- The command line
 
 static bool
 utParsePort(const char *text, int &port)
@@ -320,7 +321,7 @@ utParseCommandLine(int argc, char **argv)
     return options;
 }
 
-// ----------------------------------------------------------------- the library
+// ---- The library
 
 // The library that belongs to this program, or else what the system's loader
 // knows by that name.
@@ -338,7 +339,7 @@ utLibraryCandidates(const ut_Options &options)
     return paths;
 }
 
-// ---------------------------------------------------------------- the exchange
+// ---- The exchange
 
 static char theTimeoutMessage[] = "valdrin: timed out waiting for Valdrin\n";
 
@@ -470,7 +471,7 @@ utExchange(
     return utTakeReply(result, text, reply);
 }
 
-// ---------------------------------------------- the settings, and the machine
+// ---- The settings, and the machine
 
 static int
 utPrintSettings(const ut_Options &options)

@@ -604,7 +604,7 @@ TEST(UT_PtrArray, ComparingPointersTellsTheSignOfFarOnes)
     {
         const uintptr_t values[] = {x, y};
         void *pointers[2];
-        memcpy(pointers, values, sizeof values);
+        memcpy(pointers, values, sizeof(values));
         return UTcomparePointers(&pointers[0], &pointers[1]);
     };
     EXPECT_EQ(-12, compare(4, 16));

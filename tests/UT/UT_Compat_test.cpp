@@ -1,9 +1,9 @@
 #include "UT/UT_Compat.h"
 
+#include "ut_SignalStorm.h"
+
 #include "SYS/SYS_Types.h"
 #include "UT/UT_Nap.h"
-
-#include "ut_SignalStorm.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ using std::string_literals::operator""s;
 
 TEST(UT_Compat, FloatsHaveClasses)
 {
-    typedef std::numeric_limits<float> Limits;
+    using Limits = std::numeric_limits<float>;
     EXPECT_EQ(0, fp_class_f(-Limits::quiet_NaN()));
     EXPECT_EQ(2, fp_class_f(-Limits::infinity()));
     EXPECT_EQ(3, fp_class_f(Limits::infinity()));

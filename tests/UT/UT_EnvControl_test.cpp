@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <set>
 #include <string>
+
 #include <unistd.h>
 
 // Values of settings as the table reads them; null leaves a variable unset.

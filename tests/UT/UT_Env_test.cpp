@@ -2,6 +2,8 @@
 
 #include "ut_TempDir.h"
 
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,10 +13,10 @@
 #include <map>
 #include <random>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 using ut_Strings = std::vector<std::string>;
 

@@ -1,7 +1,9 @@
 #include "UT/UT_ErrorLog.h"
-#include "UT/UT_ErrorManager.h"
 
 #include "ut_TempDir.h"
+
+#include "UT/UT_ErrorManager.h"
+#include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
@@ -11,7 +13,6 @@
 #include <sstream>
 #include <thread>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 using std::string_literals::operator""s;

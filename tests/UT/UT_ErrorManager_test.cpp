@@ -29,7 +29,7 @@ operator<<(std::ostream &out, const ut_Entry &entry)
     return out << "{" << entry.severity << ", " << entry.text << "}";
 }
 
-typedef std::vector<ut_Entry> ut_Entries;
+using ut_Entries = std::vector<ut_Entry>;
 
 static const auto theMessage = UT_ERROR_MESSAGE;
 static const auto theWarning = UT_ERROR_WARNING;

@@ -1,4 +1,5 @@
 #include "UT/UT_FixedAllocator.h"
+
 #include "UT/UT_SmallObjectAllocator.h"
 
 #include <gtest/gtest.h>

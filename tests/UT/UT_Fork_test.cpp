@@ -1,6 +1,8 @@
 // What a child of fork() can do, in which only the thread that forked goes on,
 // and what a program that it starts gets to see.
 
+#include "ut_TempDir.h"
+
 #include "UT/UT_Error.h"
 #include "UT/UT_ErrorLog.h"
 #include "UT/UT_Exit.h"
@@ -12,8 +14,7 @@
 #include "UT/UT_TempFile.h"
 #include "UT/UT_Thread.h"
 #include "UT/UT_ThreadSet.h"
-
-#include "ut_TempDir.h"
+#include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
@@ -26,7 +27,6 @@
 #include <vector>
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 // Runs `body` in a child, which prints what fails there. A child that hangs is

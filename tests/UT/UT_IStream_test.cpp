@@ -85,7 +85,7 @@ utExpectStrtod()
             UT_IStream in(input.data(), int(input.size()), UT_ISTREAM_ASCII);
             double value = 5;
             ASSERT_EQ(1, in.aread(&value, 1)) << text;
-            ASSERT_EQ(0, memcmp(&expected, &value, sizeof value))
+            ASSERT_EQ(0, memcmp(&expected, &value, sizeof(value)))
                 << text << " read as " << value;
         }
     }

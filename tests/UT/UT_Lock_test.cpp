@@ -23,7 +23,7 @@ TEST(UT_Lock, BoundedWaysMakeOneAttemptMore)
 {
     // One processor: light-weight waits sleep after more than one failure.
     setenv("VALDRIN_MAXTHREADS", "1", /*overwrite=*/1);
-    typedef bool (UT_Lock::*Way)(int);
+    using Way = bool (UT_Lock::*)(int);
     const Way spin = &UT_Lock::lock;
     for (const Way way : {spin, Way(&UT_Lock::lockLW), Way(&UT_Lock::lockNap)})
     {

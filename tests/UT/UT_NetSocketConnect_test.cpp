@@ -4,10 +4,11 @@
 
 #include "UT/UT_NetSocket.h"
 
-#include "UT/UT_WorkBuffer.h"
-
 #include "ut_LoopbackServer.h"
 #include "ut_SignalStorm.h"
+
+#include "UT/UT_WorkBuffer.h"
+#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,6 @@
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <netdb.h>
-#include <sys/socket.h>
 
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
@@ -52,7 +52,7 @@ utNext(Function *, const char *name)
 {
     void *const address = dlsym(RTLD_NEXT, name);
     Function *function;
-    memcpy(&function, &address, sizeof function);
+    memcpy(&function, &address, sizeof(function));
     return function;
 }
 
@@ -62,7 +62,7 @@ connect(int fd, const sockaddr *address, socklen_t length)
     if (address->sa_family == AF_INET)
     {
         sockaddr_in peer;
-        memcpy(&peer, address, sizeof peer);
+        memcpy(&peer, address, sizeof(peer));
         theSystem.connectedTo = inet_ntoa(peer.sin_addr);
         if (theSystem.bindsToPeer)
             ::bind(fd, address, length); // no use if it is bound already
@@ -89,7 +89,7 @@ gethostbyname(const char *name)
     inet_aton(theSystem.foundAddress.c_str(), &address);
     list[0] = static_cast<char *>(static_cast<void *>(&address));
     entry.h_addrtype = AF_INET;
-    entry.h_length = sizeof address;
+    entry.h_length = sizeof(address);
     entry.h_addr_list = list;
     return &entry;
 }
@@ -120,7 +120,7 @@ TEST_F(UT_NetSocketConnect, AConnectionToItselfIsRefused)
     // A port that nobody else gets, and that a client may bind to as well.
     const ut_LoopbackPort port;
     const int on = 1;
-    ::setsockopt(port.fd(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    ::setsockopt(port.fd(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     theSystem.bindsToPeer = true;
     for (const int timeoutMs : {0, 10000})
     {
@@ -196,7 +196,7 @@ TEST_F(UT_NetSocketConnect, HalfACommandGetsNoAnswer)
                 ::sigfillset(&all);
                 ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
                 peer = ::accept(port.fd(), nullptr, nullptr);
-                ::send(peer, "early", sizeof "early", MSG_NOSIGNAL);
+                ::send(peer, "early", sizeof("early"), MSG_NOSIGNAL);
             });
         const ut_SignalStorm storm;
         EXPECT_FALSE(

@@ -1,6 +1,8 @@
-#include "UT/UT_Lock.h"
 #include "UT/UT_NetSocket.h"
+
+#include "UT/UT_Lock.h"
 #include "UT/UT_String.h"
+#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
@@ -10,7 +12,6 @@
 
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <sys/socket.h>
 
 TEST(UT_NetSocketServices, ListenersAcceptWhoWaits)
 {
@@ -53,7 +54,7 @@ TEST(UT_NetSocketServices, PortsOfListenersAreTakenModulo65536)
     EXPECT_TRUE(listener.isServer());
     EXPECT_EQ(65536, listener.getPort());
     sockaddr_in address = {};
-    socklen_t length = sizeof address;
+    socklen_t length = sizeof(address);
     auto *const any = reinterpret_cast<sockaddr *>(&address);
     ASSERT_EQ(0, getsockname(listener.getSocket(), any, &length));
     EXPECT_NE(0, address.sin_port);

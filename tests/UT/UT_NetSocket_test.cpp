@@ -1,9 +1,11 @@
 #include "UT/UT_NetSocket.h"
 
-#include "UT/UT_WorkBuffer.h"
-
 #include "ut_LoopbackServer.h"
 #include "ut_SignalStorm.h"
+
+#include "UT/UT_WorkBuffer.h"
+#include <sys/resource.h>
+#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
@@ -13,14 +15,12 @@
 #include <string>
 #include <tuple>
 
-#include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 using std::chrono::steady_clock;
-typedef ut_LoopbackServer Server;
+using Server = ut_LoopbackServer;
 
 // An exchange of either kind. Its reply replaces `reply`.
 static bool
@@ -37,7 +37,7 @@ utExchange(
     return succeeds;
 }
 
-// ---- Exchanges -------------------------------------------------------------
+// ---- Exchanges
 
 TEST(UT_NetSocket, ExchangesCarryRequestAndReply)
 {
@@ -113,7 +113,7 @@ TEST(UT_NetSocket, PortsMapIntoTheUnprivilegedRange)
     EXPECT_EQ(65534, UT_NetSocket::mapToUnprivilegedPort(-1));
 }
 
-// ---- Single operations -----------------------------------------------------
+// ---- Single operations
 
 TEST(UT_NetSocket, MessagesEndWhereTheyShould)
 {
@@ -219,11 +219,11 @@ TEST(UT_NetSocket, SlotsKeepTheirPlaces)
     {
         // A pointer to a virtual member holds its place in the table, plus one.
         size_t place;
-        memcpy(&place, &member, sizeof place);
+        memcpy(&place, &member, sizeof(place));
         EXPECT_EQ(next++, place / sizeof(void *));
     };
     const auto expectAll = [&](auto... members) { (expectNext(members), ...); };
-    typedef UT_NetSocket S;
+    using S = UT_NetSocket;
     int (S::*const read)(void *, int, int *, int) = &S::read;
     int (S::*const readMessage)(UT_WorkBuffer &, int, bool) = &S::read;
     expectAll(

@@ -1,6 +1,8 @@
 // What texts, arrays and tables do when there is no memory: they say so by
 // std::bad_alloc, and hold what they held before.
 
+#include "ut_MemoryLimit.h"
+
 #include "UT/UT_FixedAllocator.h"
 #include "UT/UT_FloatArray.h"
 #include "UT/UT_IntArray.h"
@@ -13,8 +15,6 @@
 #include "UT/UT_SymbolTable.h"
 #include "UT/UT_WorkArgs.h"
 #include "UT/UT_WorkBuffer.h"
-
-#include "ut_MemoryLimit.h"
 
 #include <gtest/gtest.h>
 

@@ -108,7 +108,7 @@ TEST(UT_NumericCast, DISABLED_AllFloatsAreExact)
         for (uint32 low = 0; low < count; ++low)
         {
             const uint32 bits = high << 16 | low;
-            memcpy(&floats[low], &bits, sizeof bits);
+            memcpy(&floats[low], &bits, sizeof(bits));
         }
         UTnumericCast(halves.data(), floats.data(), count);
         for (uint32 low = 0; low < count; ++low)

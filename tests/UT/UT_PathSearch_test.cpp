@@ -1,14 +1,15 @@
 #include "UT/UT_PathSearch.h"
 
-#include "UT/UT_Env.h"
 #include "ut_TempDir.h"
+
+#include "UT/UT_Env.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-typedef std::vector<std::string> ut_Directories;
+using ut_Directories = std::vector<std::string>;
 
 // All directories except the toolkit's own, which depends on the build.
 static ut_Directories

@@ -1,4 +1,5 @@
 #include "UT/UT_Pattern.h"
+
 #include "UT/UT_String.h"
 
 #include <gtest/gtest.h>
@@ -242,6 +243,7 @@ TEST(UT_Pattern, AnIndexHasTwoParts)
 
 namespace
 {
+
 // A result with room for some names, which it frees.
 struct ut_Result
 {
@@ -262,6 +264,7 @@ struct ut_Result
     std::vector<char *> list;
     stResultData data;
 };
+
 } // namespace
 
 TEST(UT_Pattern, ANameIsPutTogetherFromItsParts)

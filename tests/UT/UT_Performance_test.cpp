@@ -1,5 +1,6 @@
-#include "UT/UT_ErrorManager.h"
 #include "UT/UT_Performance.h"
+
+#include "UT/UT_ErrorManager.h"
 #include "UT/UT_WorkBuffer.h"
 
 #include <gtest/gtest.h>

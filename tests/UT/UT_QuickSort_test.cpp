@@ -1,7 +1,6 @@
 #include "UT/UT_QuickSort.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <array>
@@ -12,6 +11,8 @@
 #include <string>
 #include <type_traits>
 #include <vector>
+
+#include <pthread.h>
 
 static unsigned theComparisons;
 
@@ -141,9 +142,9 @@ utMoveRecords(
     for (size_t i = 0; i < keys.size(); i++)
     {
         char key[sizeof(Key)];
-        memcpy(key, &keys[i], sizeof key);
-        records.append(key, sizeof key);
-        for (size_t at = sizeof key; at < recordSize; at++)
+        memcpy(key, &keys[i], sizeof(key));
+        records.append(key, sizeof(key));
+        for (size_t at = sizeof(key); at < recordSize; at++)
             records += char(i >> at % 2 * 8);
     }
     const std::string unmoved = records;
@@ -221,7 +222,7 @@ TEST(UT_QuickSort, AgreesWithTheStandardSortAndMovesWholeRecords)
 TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
 {
     const auto hasLessBits = [](const float &a, const float &b)
-    { return memcmp(&a, &b, sizeof a) < 0; };
+    { return memcmp(&a, &b, sizeof(a)) < 0; };
     for (size_t oneIn : {1u, 2u, 9u})
     {
         std::vector<float> keys = utMakeKeys<float>(/*pattern=*/0, 5000);

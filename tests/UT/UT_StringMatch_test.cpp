@@ -1,4 +1,5 @@
 #include "UT/UT_String.h"
+
 #include "UT/UT_WorkArgs.h"
 
 #include <gtest/gtest.h>
@@ -12,12 +13,14 @@ using ut_Strings = std::vector<std::string>;
 
 namespace
 {
+
 // What the wildcards stood for.
 struct ut_Record
 {
     std::string singles; // for each `?`
     ut_Strings words;    // for each `*`
 };
+
 } // namespace
 
 static bool utModel(

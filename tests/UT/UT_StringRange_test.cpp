@@ -24,6 +24,7 @@ utEmit(int major, int minor, void *items)
 
 namespace
 {
+
 // One level of both ends of a range.
 struct ut_Level
 {
@@ -159,6 +160,7 @@ struct ut_RangeModel
         return result;
     }
 };
+
 } // namespace
 
 static void

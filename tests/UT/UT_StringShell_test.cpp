@@ -1,6 +1,7 @@
+#include "UT/UT_String.h"
+
 #include "UT/UT_Env.h"
 #include "UT/UT_ShellLine.h"
-#include "UT/UT_String.h"
 #include "UT/UT_WorkArgs.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 #include "UT/UT_TempFile.h"
 
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
+
+#include <gtest/gtest.h>
 
 TEST(UT_TempFile, FilesKeepWhatIsWrittenAndGo)
 {

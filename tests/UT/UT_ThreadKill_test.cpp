@@ -1,6 +1,13 @@
 // Workers that are killed at any moment of what the toolkit does: the program
 // goes on, no lock stays held, and no file stays open or lies around.
 
+#include "UT/UT_Thread.h"
+
+#include "ut_LoopbackServer.h"
+#include "ut_TempDir.h"
+
+#include "SYS/SYS_Memory.h"
+#include "SYS/SYS_Processor.h"
 #include "UT/UT_ErrorLog.h"
 #include "UT/UT_ErrorManager.h"
 #include "UT/UT_IStream.h"
@@ -11,15 +18,9 @@
 #include "UT/UT_SymbolTable.h"
 #include "UT/UT_SysResource.h"
 #include "UT/UT_TempFile.h"
-#include "UT/UT_Thread.h"
 #include "UT/UT_ThreadSet.h"
 #include "UT/UT_WorkBuffer.h"
-
-#include "SYS/SYS_Memory.h"
-#include "SYS/SYS_Processor.h"
-
-#include "ut_LoopbackServer.h"
-#include "ut_TempDir.h"
+#include <sys/ioctl.h>
 
 #include <gtest/gtest.h>
 
@@ -32,7 +33,6 @@
 #include <random>
 #include <string>
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 #include <zlib.h>
 

@@ -271,7 +271,7 @@ TEST(UT_ThreadSet, TheLastWorkerGetsTheFirstDatum)
     set.go(); // nothing yet
     pthread_t ids[3] = {};
     set.myJobData = single.myJobData = ids;
-    set.myStride = sizeof *ids;
+    set.myStride = sizeof(*ids);
     set.myFunction = single.myFunction = [](void *id) -> void *
     {
         *static_cast<pthread_t *>(id) = pthread_self();

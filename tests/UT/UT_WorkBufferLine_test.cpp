@@ -1,7 +1,8 @@
+#include "UT/UT_WorkBuffer.h"
+
 #include "UT/UT_IStream.h"
 #include "UT/UT_String.h"
 #include "UT/UT_WorkArgs.h"
-#include "UT/UT_WorkBuffer.h"
 
 #include <gtest/gtest.h>
 

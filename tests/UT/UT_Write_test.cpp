@@ -1,6 +1,7 @@
+#include "UT/UT_Write.h"
+
 #include "UT/UT_IStream.h"
 #include "UT/UT_SwapBytes.h"
-#include "UT/UT_Write.h"
 
 #include <gtest/gtest.h>
 

@@ -54,7 +54,7 @@ utCheck(const char *name, Operation operation, One one, Operands... operands)
                 const float x = one(theA[i], utElement(operands, i)...);
                 EXPECT_TRUE(
                     std::isnan(x) ? std::isnan(result[i])
-                                  : !memcmp(&x, &result[i], sizeof x))
+                                  : !memcmp(&x, &result[i], sizeof(x)))
                     << name << i << ' ' << x << ' ' << result[i];
             }
         }

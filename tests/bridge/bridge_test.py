@@ -47,7 +47,7 @@ class Test(unittest.TestCase):
         self.assertIn(words, complaint)
         self.assertEqual(bool(words), bool(complaint), complaint)
 
-    # ----------------------------------------------------------------- calls
+    # ---- Calls
 
     def test_each_method_reaches_the_component(self):
         with Host() as host:
@@ -81,7 +81,7 @@ class Test(unittest.TestCase):
                 host.write(frame(request("walk", id=number)))
                 self.assertEqual(host.answer(id=number)["error"], "argument")
 
-    # ----------------------------------------------------------------- texts
+    # ---- Texts
 
     def test_every_character_crosses_both_ways(self):
         sent = EVERY_CHARACTER.encode()
@@ -149,7 +149,7 @@ class Test(unittest.TestCase):
             self.assertEqual(host.answer(), "")
             self.assertTrue(host.ask("GetStashedString") == text)
 
-    # ------------------------------------------------------------- refusals
+    # ---- Refusals
 
     def test_wrong_requests_are_refused(self):
         run_request = request("Run", "x")
@@ -250,7 +250,7 @@ class Test(unittest.TestCase):
             with Host(arguments=arguments) as host:
                 self.assertEqual(host.ask("GetStashedString"), "", arguments)
 
-    # ------------------------------------------------------------ the stream
+    # ---- The stream
 
     def test_frames_come_in_any_pieces(self):
         with Host() as host:
@@ -319,7 +319,7 @@ class Test(unittest.TestCase):
             host.process.send_signal(signal.SIGTERM)
             self.assertEqual(host.wait(), 0)
 
-    # ----------------------------------------------------------- the library
+    # ---- The library
 
     def test_the_library_is_found_from_the_program(self):
         for libraries in ([("bin", LIBRARY)], [("lib", LIBRARY)]):
@@ -362,7 +362,7 @@ class Test(unittest.TestCase):
             self.assertEqual(words.count(b"noise of loading\n"), 1)
             self.assertEqual(status, 0)
 
-    # ------------------------------------------------------------- the state
+    # ---- The state
 
     def test_check_describes_the_state(self):
         with Host() as host, bound() as refusing, bound() as silent:

@@ -32,6 +32,7 @@ extern "C" uint32_t NSGetModule(void *manager, void *location, void **result);
 
 namespace
 {
+
 // A component manager that is its own registrar and keeps what it was told
 // last.
 struct ut_StandInManager final
@@ -126,6 +127,7 @@ protected:
     void *object = nullptr;
     void *other = nullptr;
 };
+
 } // namespace
 
 TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
@@ -350,7 +352,7 @@ utUseModule(
     uint32_t answer)
 {
     nsModuleComponentInfo component = {};
-    memcpy(&component.cid, theClassID, sizeof component.cid);
+    memcpy(&component.cid, theClassID, sizeof(component.cid));
     component.constructor = utRefuse;
     const nsModuleInfo info = {NS_MODULEINFO_VERSION, "Module",    &component,
                                /*count=*/1,           constructor, utDestruct};

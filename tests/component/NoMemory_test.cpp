@@ -5,13 +5,14 @@
 #include "ut_LoopbackServer.h"
 #include "ut_MemoryLimit.h"
 
+#include <sys/resource.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <string>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace std::string_literals;

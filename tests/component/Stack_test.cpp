@@ -32,7 +32,7 @@ static auto
 utFunction(Result (Class::*member)(Parameters...))
 {
     Result (*function)(Class *, Parameters...);
-    memcpy(&function, &member, sizeof function);
+    memcpy(&function, &member, sizeof(function));
     return function;
 }
 
@@ -46,6 +46,7 @@ utFunction(Result (Class::*member)(Parameters...) const)
 
 namespace
 {
+
 // The parameter is `theStackOff`.
 class StackOff : public ::testing::TestWithParam<uint32_t>
 {
@@ -59,6 +60,7 @@ struct ut_Record
     int square; // of the key
     int unused[3];
 };
+
 } // namespace
 
 static bool

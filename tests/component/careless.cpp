@@ -5,7 +5,7 @@ void utUse(int *);
 extern "C" __attribute__((target("sse2"))) int
 utKeepVector(const int *from)
 {
-    typedef int Vector __attribute__((vector_size(16)));
+    using Vector = int __attribute__((vector_size(16)));
     Vector vector = {from[0], from[1], from[2], from[3]};
     utUse(reinterpret_cast<int *>(&vector));
     return vector[0];

@@ -6,8 +6,9 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <nlohmann/json.hpp>
 #include <string>
+
+#include <nlohmann/json.hpp>
 
 using ut_Json = nlohmann::json;
 

@@ -1,9 +1,9 @@
 // Message files of any bytes have the texts that a second, plain reader finds,
 // and no text reads memory as a format.
 
-#include "UT/UT_Error.h"
-
 #include "ut_TempDir.h"
+
+#include "UT/UT_Error.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -3,9 +3,9 @@
 
 #include "UT/UT_StringArray.h"
 
-#include <regex.h>
-
 #include <sstream>
+
+#include <regex.h>
 
 using ut_Names = std::vector<std::string>;
 using ut_Compare = int (*)(const char *, const char *);

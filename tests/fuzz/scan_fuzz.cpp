@@ -1,5 +1,6 @@
-#include "UT/UT_IStream.h"
 #include "ut_ScanModel.h"
+
+#include "UT/UT_IStream.h"
 
 #include <cstdlib>
 

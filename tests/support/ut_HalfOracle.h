@@ -12,7 +12,7 @@ inline uint32
 utFloatBits(const float &value)
 {
     uint32 bits;
-    std::memcpy(&bits, &value, sizeof bits);
+    std::memcpy(&bits, &value, sizeof(bits));
     return bits;
 }
 
@@ -20,7 +20,7 @@ inline float
 utFloatOfBits(uint32 bits)
 {
     float value;
-    std::memcpy(&value, &bits, sizeof value);
+    std::memcpy(&value, &bits, sizeof(value));
     return value;
 }
 

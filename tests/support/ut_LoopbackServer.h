@@ -7,6 +7,8 @@
 
 #pragma once
 
+#include <sys/socket.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
@@ -21,7 +23,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 // A descriptor with an owner.
@@ -48,7 +49,7 @@ public:
     ut_LoopbackPort() : mySocket(::socket(AF_INET, SOCK_STREAM, 0))
     {
         sockaddr_in address = {};
-        socklen_t length = sizeof address;
+        socklen_t length = sizeof(address);
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         auto *const any = reinterpret_cast<sockaddr *>(&address);
@@ -74,8 +75,8 @@ class ut_LoopbackServer
 {
 public:
     // Does something with the connection; false ends it.
-    typedef std::function<bool(int fd, const std::string &request)> Step;
-    typedef std::vector<Step> Script;
+    using Step = std::function<bool(int fd, const std::string &request)>;
+    using Script = std::vector<Step>;
 
     // Sends bytes, as one segment if they are few and a pause follows.
     static Step send(const std::string &bytes)
@@ -104,7 +105,7 @@ public:
         return [](int fd, const std::string &)
         {
             const linger now = {1, 0};
-            ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+            ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof(now));
             return false;
         };
     }
@@ -153,7 +154,7 @@ private:
     {
         char chunk[65536];
         ssize_t got;
-        while ((got = ::recv(fd, chunk, sizeof chunk, 0)) > 0)
+        while ((got = ::recv(fd, chunk, sizeof(chunk), 0)) > 0)
         {
             received.append(chunk, size_t(got));
             if (untilNul && !chunk[got - 1])
@@ -166,7 +167,7 @@ private:
     {
         const int fd = connection.get();
         const int on = 1;
-        ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
         std::string received;
         bool goesOn = receive(fd, received, /*untilNul=*/true);
         for (size_t i = 0; goesOn && i < myScript.size(); ++i)

@@ -73,7 +73,7 @@ utPushArgument(uint32_t *&next, Parameter argument)
         utPushArgument(next, &argument);
     else
     {
-        memcpy(next, &argument, sizeof argument);
+        memcpy(next, &argument, sizeof(argument));
         next += utWordsOf<Parameter>();
     }
 }
