@@ -53,9 +53,9 @@ TEST(UT_Nap, SleepsAtLeastAsLongAsAskedWithoutSignals)
     for (const int ms : {-1000, 10, 1010})
     {
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(0, UTnap(ms));
+        EXPECT_EQ(0, UTnap(ms)) << ms;
         const auto slept = std::chrono::steady_clock::now() - start;
-        EXPECT_GE(slept, std::chrono::microseconds(ms * 1000 - 1));
+        EXPECT_GE(slept, std::chrono::microseconds(ms * 1000 - 1)) << ms;
     }
     const ut_SignalStorm storm;
     EXPECT_EQ(0, UTnap(3600 * 1000L)); // a signal ends it

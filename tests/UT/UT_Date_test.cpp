@@ -14,34 +14,56 @@ utFormat(const char *format, const tm &t)
     return std::to_string(count) + ' ' + buffer;
 }
 
-// Formats with the number of conversions and the text.
-static const char *const theFormats[][2] = {
+static const struct
+{
+    const char *format;
+    const char *countAndText;
+} theFormats[] = {
     {"%Y-%m-%d %T: ", "7 2006-03-14 17:05:09: "   }, // T holds three
     {"%c",            "9 Tue Mar 14 17:05:09 2006"},
     {"%C %j %I %p",   "4 20 73 05 PM"             }, // j has two digits
     {"%q%U%%\xe9%",   "1 %q%U%\xe9%"              },
 };
 
-TEST(UT_Date, FormatsTellTheirConversions)
+TEST(UT_Date, FormatsCountTheirConversions)
 {
     tm t = {};
     strptime("2006-03-14 17:05:09", "%Y-%m-%d %T", &t);
     for (const auto &row : theFormats)
-        EXPECT_EQ(row[1], utFormat(row[0], t));
-    // Streams add to the count, and write plain numbers in their own way.
+        EXPECT_EQ(row.countAndText, utFormat(row.format, t)) << row.format;
+}
+
+TEST(UT_Date, StreamsCountOnAndWriteNumbersInTheirOwnWay)
+{
+    tm t = {};
+    strptime("2006-03-14 17:05:09", "%Y-%m-%d %T", &t);
+    EXPECT_EQ("1 17", utFormat("%H", t));
     std::ostringstream out;
     UT_Date::dprintf(out << std::hex << std::setw(5), "%Y %d %u|", &t);
-    EXPECT_EQ("  7d6 14 2|", out.str());
-    EXPECT_EQ(4, UT_Date::conversions());
-    // Only a buffer ends after 511 bytes; the count goes on.
-    const std::string format = std::string(512, 'x') + "%S";
-    EXPECT_EQ("1 " + std::string(511, 'x'), utFormat(format.c_str(), t));
+    UT_Date::dprintf(out, "%Y", &t);
+    EXPECT_EQ("  7d6 14 2|7d6", out.str());
+    EXPECT_EQ(5, UT_Date::conversions());
+}
+
+TEST(UT_Date, OnlyABufferEndsAfter511Bytes)
+{
+    tm t = {};
+    t.tm_sec = 9;
+    const std::string text(512, 'x');
+    const std::string format = text + "%S";
+    // The count goes on.
+    EXPECT_EQ("1 " + text.substr(1), utFormat(format.c_str(), t));
+    std::ostringstream out;
     UT_Date::dprintf(out, format.c_str(), &t);
-    EXPECT_EQ(11u + 514, out.str().size());
-    // Fields out of range stay text.
+    EXPECT_EQ(text + "09", out.str());
+}
+
+TEST(UT_Date, FieldsOutOfRangeStayText)
+{
+    tm t = {};
     t.tm_year = -5;
     t.tm_mon = INT_MAX - 1;
-    t.tm_hour = t.tm_wday = 0;
+    t.tm_mday = 14;
     EXPECT_EQ(
         "7 -5 1895 18 ? 2147483647 12 7", utFormat("%y %Y %C %b %m %I %u", t));
 }

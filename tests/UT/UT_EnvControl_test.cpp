@@ -50,11 +50,21 @@ static const struct
     {" 2x",   2.0f },
 };
 
+// Null unsets the variable.
 static void
-utSetAndTell(const char *name, const char *value)
+utChange(const char *name, const char *value)
 {
-    value ? ValdrinSetenv(name, value) : ValdrinUnsetenv(name);
+    if (value)
+        ValdrinSetenv(name, value);
+    else
+        ValdrinUnsetenv(name);
     UT_EnvControl::varChanged(name);
+}
+
+static std::string
+utShown(const char *value)
+{
+    return value ? value : "null";
 }
 
 TEST(UT_EnvControl, ValuesAreReadAndMovedIntoTheirRange)
@@ -62,15 +72,15 @@ TEST(UT_EnvControl, ValuesAreReadAndMovedIntoTheirRange)
     UT_EnvControl::getControl();
     for (const auto &row : theIntCases)
     {
-        utSetAndTell(UT_EnvControl::getIntVar(row.id), row.value);
+        utChange(UT_EnvControl::getIntVar(row.id), row.value);
         EXPECT_EQ(row.expected, UT_EnvControl::getInt(row.id))
-            << UT_EnvControl::getIntVar(row.id) << "=" << row.value;
+            << UT_EnvControl::getIntVar(row.id) << "=" << utShown(row.value);
     }
     for (const auto &row : theFloatCases)
     {
-        utSetAndTell("VALDRIN_VIEW_GAMMA", row.value);
+        utChange("VALDRIN_VIEW_GAMMA", row.value);
         EXPECT_EQ(row.expected, UT_EnvControl::getFloat(UT_VALDRIN_VIEW_GAMMA))
-            << row.value;
+            << utShown(row.value);
     }
 }
 
@@ -89,7 +99,7 @@ TEST(UT_EnvControl, TheFirstQuestionComputesAndExports)
     // Deliberate: worked out before HOME has its own default, and kept.
     EXPECT_STREQ("/Desktop", getenv("VALDRIN_DESKTOP_DIR"));
     EXPECT_STREQ("\\\\server\\tmp\\", UT_EnvControl::getString(UT_HOME));
-    utSetAndTell("HOME", "/home/ann");
+    utChange("HOME", "/home/ann");
     EXPECT_STREQ("/home/ann", UT_EnvControl::getString(UT_HOME));
     EXPECT_STREQ("/Desktop", UT_EnvControl::getString(UT_VALDRIN_DESKTOP_DIR));
 
@@ -128,6 +138,33 @@ TEST(UT_EnvControl, ATextIsChangedAlongWithItsVariable)
     UT_EnvControl::setStringVar(UT_STR_CONTROL_COUNT, "x");
 }
 
+struct ut_Names
+{
+    const char *name;
+    const char *formerName;
+};
+
+// As the table of the setting's kind has them.
+static ut_Names
+utNamesOf(const UT_ControlInfo &info)
+{
+    if (info.kind == UT_CONTROL_STRING)
+    {
+        const UT_StrControl id = UT_StrControl(info.id);
+        return {
+            UT_EnvControl::getStringVar(id),
+            UT_EnvControl::getOldStringVar(id)};
+    }
+    if (info.kind == UT_CONTROL_FLOAT)
+    {
+        const UT_FltControl id = UT_FltControl(info.id);
+        return {
+            UT_EnvControl::getFloatVar(id), UT_EnvControl::getOldFloatVar(id)};
+    }
+    const UT_IntControl id = UT_IntControl(info.id);
+    return {UT_EnvControl::getIntVar(id), UT_EnvControl::getOldIntVar(id)};
+}
+
 TEST(UT_EnvControl, EverySettingIsDescribedOnce)
 {
     clearenv();
@@ -135,23 +172,14 @@ TEST(UT_EnvControl, EverySettingIsDescribedOnce)
     UT_ControlInfo info;
     for (int index = 0; UTdescribeControl(index, info); ++index)
     {
-        const UT_IntControl intId = UT_IntControl(info.id);
-        const UT_FltControl fltId = UT_FltControl(info.id);
-        const UT_StrControl strId = UT_StrControl(info.id);
-        const bool isText = info.kind == UT_CONTROL_STRING;
-        const bool isFloat = info.kind == UT_CONTROL_FLOAT;
-        EXPECT_TRUE(ids.emplace(isText ? 2 : isFloat, info.id).second);
-        EXPECT_STREQ(
-            info.name, isText    ? UT_EnvControl::getStringVar(strId)
-                       : isFloat ? UT_EnvControl::getFloatVar(fltId)
-                                 : UT_EnvControl::getIntVar(intId));
-        EXPECT_STREQ(
-            info.formerName, isText    ? UT_EnvControl::getOldStringVar(strId)
-                             : isFloat ? UT_EnvControl::getOldFloatVar(fltId)
-                                       : UT_EnvControl::getOldIntVar(intId));
-        EXPECT_EQ(info.defaultValue, info.value) << info.name;
-        EXPECT_STREQ(info.defaultText, info.text) << info.name;
-        EXPECT_TRUE(*info.use) << info.name;
+        SCOPED_TRACE(info.name);
+        EXPECT_TRUE(ids.emplace(info.kind, info.id).second);
+        const ut_Names names = utNamesOf(info);
+        EXPECT_STREQ(names.name, info.name);
+        EXPECT_STREQ(names.formerName, info.formerName);
+        EXPECT_EQ(info.defaultValue, info.value);
+        EXPECT_STREQ(info.defaultText, info.text);
+        EXPECT_STRNE("", info.use);
     }
     EXPECT_EQ(135u + 11u + 93u, ids.size());
     EXPECT_EQ(0, UTdescribeControl(-1, info));

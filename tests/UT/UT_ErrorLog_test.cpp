@@ -10,7 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <sstream>
+#include <climits>
 #include <thread>
 
 #include <unistd.h>
@@ -82,37 +82,84 @@ TEST(UT_ErrorLog, ErrorsAreLoggedAsTheyAreAdded)
         utPrepareLog().read("log"));
 }
 
-// Seconds and texts: capital where the text is written.
-static const char *const theRepetitions[] = {
-    "0A 0a 1a 2a",        "0A 3A",
-    "0A 1B 2a",           "0A 2B 3A",
-    "0A 2a 4a 6a 8a 11A", "0A 2B 4C 5A 6B 6c 7a",
-    "5A 4a 2a 3a 6A", // the clock goes back
+// Errors in the order in which they come. A sequence of another name starts a
+// long time later.
+static const struct
+{
+    const char *sequence;
+    int second; // from its start
+    int text;   // the number of one
+    bool isWritten;
+} theErrors[] = {
+    {"again within 2 seconds",          0,  1, true },
+    {"again within 2 seconds",          0,  1, false},
+    {"again within 2 seconds",          1,  1, false},
+    {"again within 2 seconds",          2,  1, false},
+    {"again after 3 seconds",           0,  1, true },
+    {"again after 3 seconds",           3,  1, true },
+    {"after another one",               0,  1, true },
+    {"after another one",               1,  2, true },
+    {"after another one",               2,  1, false},
+    {"the memory lasts 3 seconds more", 0,  1, true },
+    {"the memory lasts 3 seconds more", 2,  2, true },
+    {"the memory lasts 3 seconds more", 3,  1, true },
+    {"one left out counts, too",        0,  1, true },
+    {"one left out counts, too",        2,  1, false},
+    {"one left out counts, too",        4,  1, false},
+    {"one left out counts, too",        6,  1, false},
+    {"one left out counts, too",        8,  1, false},
+    {"one left out counts, too",        11, 1, true },
+    {"three texts in turn",             0,  1, true },
+    {"three texts in turn",             2,  2, true },
+    {"three texts in turn",             4,  3, true },
+    {"three texts in turn",             5,  1, true },
+    {"three texts in turn",             6,  2, true },
+    {"three texts in turn",             6,  3, false},
+    {"three texts in turn",             7,  1, false},
+    {"the clock goes back",             5,  1, true },
+    {"the clock goes back",             4,  1, false},
+    {"the clock goes back",             2,  1, false},
+    {"the clock goes back",             3,  1, false},
+    {"the clock goes back",             6,  1, true },
 };
+
+// `others` is how many texts of no interest follow each error.
+static void
+utExpectSequences(int64 start, int others)
+{
+    const ut_TempDir &dir = utPrepareLog();
+    std::string sequence = theErrors[0].sequence;
+    for (const auto &row : theErrors)
+    {
+        if (sequence != row.sequence)
+            start += 1000;
+        sequence = row.sequence;
+        theTime = start + row.second;
+        const size_t before = dir.read("log").size();
+        UTaddWarning("System", row.text, "");
+        EXPECT_EQ(row.isWritten, dir.read("log").size() > before)
+            << row.sequence << ": text " << row.text << " at " << row.second
+            << " seconds from " << start;
+        for (int other = 0; other < others; ++other)
+            UTaddWarning("System", 1000 + other, "");
+    }
+}
 
 TEST(UT_ErrorLog, WhatComesAgainSoonIsLeftOut)
 {
-    const ut_TempDir &dir = utPrepareLog();
-    // Times of 32 bits end in the fourth row. From then on there are so many
-    // texts that old ones are dropped.
-    theTime = 2147479647 - 4000;
-    for (const char *row : theRepetitions)
-    {
-        const int64 start = theTime += 1000;
-        std::istringstream in(row);
-        int seconds;
-        char text;
-        while (in >> seconds >> text)
-        {
-            theTime = start + seconds;
-            const size_t before = dir.read("log").size();
-            UTaddWarning("System", tolower(text), "");
-            EXPECT_EQ(isupper(text) != 0, dir.read("log").size() > before)
-                << row << ' ' << seconds;
-            for (int i = 0; i < 1100 && start > 2147480000; ++i)
-                UTaddWarning("System", 1000 + i, "");
-        }
-    }
+    utExpectSequences(1142355909, 0);
+}
+
+// Above a thousand texts, old ones are dropped.
+TEST(UT_ErrorLog, WhatComesAgainSoonIsLeftOutAmongManyTexts)
+{
+    utExpectSequences(1142355909, 1100);
+}
+
+TEST(UT_ErrorLog, WhatComesAgainSoonIsLeftOutWhenTimesOf32BitsEnd)
+{
+    // They end a second after the start of the sixth sequence.
+    utExpectSequences(int64(INT_MAX) - 1 - 5 * 1000, 0);
 }
 
 TEST(UT_ErrorLog, StampsGoOnAfter2038)
@@ -136,7 +183,7 @@ TEST(UT_ErrorLog, StampsGoOnAfter2038)
         UTaddWarning("no such type", 1, "");
         if (*row.stamp)
             expected += row.stamp + "no such type: unknown error: 1\n"s;
-        EXPECT_EQ(expected, dir.read("log")) << row.seconds;
+        EXPECT_EQ(expected, dir.read("log")) << "second " << row.seconds;
     }
 }
 
@@ -144,7 +191,8 @@ TEST(UT_ErrorLog, LosesAndTearsNoLine)
 {
     const ut_TempDir &dir = utPrepareLog();
     const std::string tail(3000, 'x');
-    int process = 3; // 0 in the parent
+    // Three children of this process, which itself has number 0.
+    int process = 3;
     while (process > 0 && fork() != 0)
         --process;
     const auto run = [&](int first)

@@ -8,60 +8,125 @@
 
 static std::string
 utMessage(
-    const std::string &type, int code, const char *string, int severity = 4,
-    int lastSeverity = 0, int prefixes = 0)
+    const std::string &type, int code, const char *string,
+    UT_ErrorSeverity severity = UT_ERROR_ERROR,
+    UT_ErrorSeverity lastSeverity = UT_ERROR_NONE, int prefixes = 0)
 {
     UT_String out;
-    UT_Error(type.c_str(), code, string, UT_ErrorSeverity(severity))
-        .getErrorMessage(out, UT_ErrorSeverity(lastSeverity), prefixes);
+    UT_Error(type.c_str(), code, string, severity)
+        .getErrorMessage(out, lastSeverity, prefixes);
     return out.buffer();
 }
 
-// And the messages for its codes 0 to 20, with "abcd".
-static const char theFile[] =
-    "# 1 comment\n  # 1 comment\n1 %s\n2\n3Text \t\r\n4 x\r \r\r\n5 a\\tb\\\\n"
-    "\\x\\\n12\tCannot open %s\\n\n-6 no\nx\n7 # \n012 (retrying)\n8 %d\n9 %s%n"
-    "\n10 %*s\n11 %1$s\n13 %2147483647s\n14 %s%s\n15 %\n16 100%%|%-5.3s|\n"
-    "17 |%5s%%\n18 \\n%.2s\\n\n19 a\r20 no\r\n1000000 last\n1000001 no\n6 no";
-static const char theMessages[] =
-    "||abcd||ext \t|x\r |a\tb\\n\\x\\||# |%d|%s%n|%*s|%1$s|Cannot open abcd\n"
-    "(retrying)|%2147483647s|%s%s|%|100%|abc  ||| abcd%|\nab\n|a\r20 no|";
+// A message file, and what the messages of its codes are with "abcd". The texts
+// of lines of one code are put together. A line ends before its carriage
+// returns; the byte behind the code does not count.
+static const struct
+{
+    const char *line;
+    int code;
+    const char *message;
+} theLines[] = {
+    {"# 0 comment",           0,       ""                            },
+    {"  # 0 comment",         0,       ""                            },
+    {"-6 negative",           6,       ""                            },
+    {"word",                  6,       ""                            },
+    {"1 %s",                  1,       "abcd"                        },
+    {"2",                     2,       ""                            },
+    {"3Text \t\r",            3,       "ext \t"                      },
+    {"4 x\r \r\r",            4,       "x\r "                        },
+    {"19 a\r20 no\r",         19,      "a\r20 no"                    },
+    {"7 # ",                  7,       "# "                          },
+    {"5 a\\tb\\\\n\\x\\",     5,       "a\tb\\n\\x\\"                },
+    {"12\tCannot open %s\\n", 12,      "Cannot open abcd\n(retrying)"},
+    {"012 (retrying)",        12,      "Cannot open abcd\n(retrying)"},
+    {"8 %d",                  8,       "%d"                          },
+    {"9 %s%n",                9,       "%s%n"                        },
+    {"10 %*s",                10,      "%*s"                         },
+    {"11 %1$s",               11,      "%1$s"                        },
+    {"13 %2147483647s",       13,      "%2147483647s"                },
+    {"14 %s%s",               14,      "%s%s"                        },
+    {"15 %",                  15,      "%"                           },
+    {"16 100%%|%-5.3s|",      16,      "100%|abc  |"                 },
+    {"17 |%5s%%",             17,      "| abcd%"                     },
+    {"1000000 last",          1000000, "last"                        },
+    {"1000001 too great",     6,       ""                            },
+    {"6 after it",            6,       ""                            },
+};
 
 TEST(UT_Error, MessageFilesAreData)
 {
     const ut_TempDir dir;
-    const std::string file = dir.path("file");
-    EXPECT_EQ(file + ": unknown error: 1", utMessage(file, 1, "abcd"));
-    dir.write("file", theFile); // now it is there
-    std::string messages;
-    for (int code = 0; code <= 20; ++code)
-        messages += '|' + utMessage(file, code, "abcd");
-    EXPECT_EQ(theMessages, messages);
+    std::string text;
+    for (const auto &row : theLines)
+        text += (text.empty() ? "" : "\n") + std::string(row.line);
+    const std::string file = dir.write("file", text);
+    for (const auto &row : theLines)
+        EXPECT_EQ(row.message, utMessage(file, row.code, "abcd")) << row.line;
     EXPECT_EQ(file + ": unknown error: -1", utMessage(file, -1, ""));
-    dir.write("file", "1 what was read stays");
     const std::string longText(100000, '%');
     EXPECT_EQ(longText, utMessage(file, 1, longText.c_str()));
-    // A newline of the argument comes too late for blanks.
-    const std::string blanks(13, ' ');
-    const char *const labels[] = {
-        "", "", "", "Warning:     ", "Error:       ", "Fatal error: "};
-    for (int severity = 0; severity <= 5; ++severity)
-        for (int last = 0; last <= 5; ++last)
-            EXPECT_EQ(
-                (severity == last ? blanks : labels[severity]) + "\n" + blanks +
-                    "c\n\n",
-                utMessage(file, 18, "c\nd", severity, last, 1));
 }
 
-TEST(UT_Error, SystemAndCommonErrorsAreBuiltIn)
+TEST(UT_Error, MessageFilesAreReadOnceTheyAreThere)
 {
-    for (int code : {0, 2, 123456, -1})
+    const ut_TempDir dir;
+    const std::string file = dir.path("file");
+    EXPECT_EQ(file + ": unknown error: 1", utMessage(file, 1, ""));
+    dir.write("file", "1 first");
+    EXPECT_EQ("first", utMessage(file, 1, ""));
+    dir.write("file", "1 second");
+    EXPECT_EQ("first", utMessage(file, 1, ""));
+}
+
+static const struct
+{
+    UT_ErrorSeverity severity;
+    const char *prefix;
+} thePrefixes[] = {
+    {UT_ERROR_NONE,    ""             },
+    {UT_ERROR_MESSAGE, ""             },
+    {UT_ERROR_PROMPT,  ""             },
+    {UT_ERROR_WARNING, "Warning:     "},
+    {UT_ERROR_ERROR,   "Error:       "},
+    {UT_ERROR_FATAL,   "Fatal error: "},
+};
+
+TEST(UT_Error, ThePrefixOfTheLastSeverityIsBlank)
+{
+    const ut_TempDir dir;
+    const std::string file = dir.write("file", "1 \\n%s\\n");
+    const std::string blanks(13, ' ');
+    for (const auto &row : thePrefixes)
+        for (const auto &last : thePrefixes)
+        {
+            const bool isSame = row.severity == last.severity;
+            // Blanks follow the newlines of the file, not those of the text.
+            EXPECT_EQ(
+                (isSame ? blanks : row.prefix) + "\n" + blanks + "c\nd\n",
+                utMessage(
+                    file, 1, "c\nd", row.severity, last.severity,
+                    /*prefixes=*/1))
+                << row.severity << " after " << last.severity;
+        }
+}
+
+TEST(UT_Error, SystemErrorsAreBuiltInAndHaveNoPrefix)
+{
+    for (const int code : {0, 2, 123456, -1})
         EXPECT_EQ(
             std::string(strerror(code)) + " (%s)",
-            utMessage("System", code, "%s", 4, 3, 1));
+            utMessage(
+                "System", code, "%s", UT_ERROR_ERROR, UT_ERROR_WARNING,
+                /*prefixes=*/1))
+            << code;
+}
+
+TEST(UT_Error, CommonErrorsAreBuiltIn)
+{
     for (int code = 1; code < UT_CE_COUNT; ++code)
     {
         const std::string text = utMessage("Common", code, "(it)");
-        EXPECT_EQ(text.size() - 4, text.find("(it)")) << text;
+        EXPECT_EQ(text.size() - 4, text.find("(it)")) << code << ": " << text;
     }
 }

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <thread>
 
-TEST(UT_Performance, ReportsEventsWithTheirParts)
+TEST(UT_Performance, ReportsEventsByTheirTime)
 {
     UT_Performance &monitor = UT_Performance::makeMonitor();
     monitor.setRecordErrors(true);
@@ -31,7 +31,12 @@ TEST(UT_Performance, ReportsEventsWithTheirParts)
         "type: unknown error: 1                           1            -"
         "            -       -\n",
         strchr(report.buffer(), '\n') + 1);
+}
 
+TEST(UT_Performance, ReportsFramesWithTheirEvents)
+{
+    UT_Performance &monitor = UT_Performance::makeMonitor();
+    monitor.setRecording(true);
     const unsigned cook = monitor.startEvent("cook");
     monitor.markFrame();
     monitor.markFrame();
@@ -41,12 +46,14 @@ TEST(UT_Performance, ReportsEventsWithTheirParts)
     while (monitor.startEvent("open")) // so many at most
         monitor.logMessage("levels", 1, -1.0, 0);
     monitor.setRecording(false); // ends all
+    UT_WorkBuffer report;
     monitor.report(report);
     for (const char *line :
          {"\ncook ", "\n  part ", "\nopen ", "\n  open ",
           "\nlevels                                         200 ",
           "\n1 frames in 0."})
-        EXPECT_NE(nullptr, strstr(report.buffer(), line)) << line;
+        EXPECT_NE(nullptr, strstr(report.buffer(), line)) << line << "in\n"
+                                                          << report.buffer();
 }
 
 TEST(UT_Performance, TimesThatAreNoneAreOnlyCounted)

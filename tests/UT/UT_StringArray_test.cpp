@@ -2,27 +2,46 @@
 
 #include <gtest/gtest.h>
 
+static const char *const theList[] = {"abc", "abd", "ab", nullptr};
+
 TEST(UT_StringArray, OwnsCopiesOfItsTexts)
 {
-    const char *list[] = {"abc", "abd", "ab", nullptr};
-    UT_StringArray array(list), copy(array);
-    EXPECT_EQ(2, array.getLongestPrefixLength());
-    array.sort(/*forward=*/false, /*numbered=*/true);
-    EXPECT_EQ(2, array.sortedFind("ab", /*forward=*/false, true));
+    UT_StringArray array(theList);
+    const UT_StringArray copy(array);
     array(0) = std::string("text").c_str();
     EXPECT_STREQ("text", array(0));
+    EXPECT_STREQ("abc", copy(0));
     EXPECT_TRUE(array != copy);
     array = copy;
     EXPECT_TRUE(array == copy);
-    EXPECT_EQ(0, array.merge(array));
-    EXPECT_EQ(3, array.merge(copy));
-    EXPECT_EQ(0, copy.insert("x", 0));
-    EXPECT_EQ(6, array.sortedInsert(nullptr, /*forward=*/false, true));
-    std::vector<std::string> texts = {"1"};
-    EXPECT_EQ(7, array.toStdVectorOfStrings(texts));
-    EXPECT_EQ("1abc", texts[0] + texts[1] + texts[7]);
     array = UT_StringArray(nullptr);
     EXPECT_EQ(0u, array.capacity());
+}
+
+TEST(UT_StringArray, FindsAndInsertsInADescendingOrder)
+{
+    UT_StringArray array(theList);
+    EXPECT_EQ(2, array.getLongestPrefixLength());
+    array.sort(/*forward=*/false, /*numbered=*/true);
+    EXPECT_EQ(2, array.sortedFind("ab", /*forward=*/false, true));
+    EXPECT_EQ(3, array.sortedInsert(nullptr, /*forward=*/false, true));
+    std::vector<std::string> texts = {"old"};
+    EXPECT_EQ(4, array.toStdVectorOfStrings(texts));
+    EXPECT_EQ(std::vector<std::string>({"old", "abd", "abc", "ab", ""}), texts);
+}
+
+TEST(UT_StringArray, TakesTheElementsOfAnother)
+{
+    UT_StringArray array(theList);
+    UT_StringArray other(theList);
+    EXPECT_EQ(0, array.merge(array));
+    EXPECT_EQ(3, array.merge(other));
+    EXPECT_EQ(6, array.entries());
+    EXPECT_STREQ("ab", array(5));
+    // The other one is empty, and of use.
+    EXPECT_EQ(0, other.entries());
+    EXPECT_EQ(0, other.insert("x", 0));
+    EXPECT_STREQ("x", other(0));
 }
 
 // The address checker sees an element that is deleted twice.
@@ -32,14 +51,23 @@ TEST(UT_StringArray, GrowsAndShrinksAsAskedFor)
     EXPECT_EQ(0, array.removeLast());
     array.append("a");
     array.resize(3);
-    EXPECT_TRUE(array.capacity() == 3 && array.last() == "");
-    EXPECT_TRUE(array.remove(3) == -1 && array.remove(-1) == -1);
+    EXPECT_EQ(3u, array.capacity());
+    EXPECT_STREQ("", array.last());
+    EXPECT_EQ(-1, array.remove(3));
+    EXPECT_EQ(-1, array.remove(-1));
     EXPECT_EQ(2, array.removeLast());
-    array.resize(2);
+    array.resize(2); // has as many already
     EXPECT_EQ(3u, array.capacity());
     array.clear();
-    EXPECT_EQ(2, array.insert("c", 2)); // null pointers lie before it
-    EXPECT_TRUE(array.find("c") == 2 && array.find(nullptr) == -1);
+    EXPECT_EQ(0, array.entries());
+}
+
+TEST(UT_StringArray, InsertingPastTheEndLeavesNullPointers)
+{
+    UT_StringArray array;
+    EXPECT_EQ(2, array.insert("c", 2));
+    EXPECT_EQ(2, array.find("c"));
+    EXPECT_EQ(-1, array.find(nullptr));
     EXPECT_FALSE(array == array);
     array.resize(1);
     EXPECT_EQ(1u, array.capacity());

@@ -33,6 +33,7 @@ TEST(UT_StringModify, ModifiersEditPathsAndWords)
     for (const auto &row : theCases)
     {
         const std::string lent = row.text + std::string(row.modifiers);
+        SCOPED_TRACE(lent);
         UT_String string(lent.c_str());
         UT_String modifiers(string);
         string.extractModifiers(modifiers);

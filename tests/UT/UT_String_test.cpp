@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -34,7 +36,9 @@ TEST(UT_String, ConstructorsBorrowOrOwn)
     };
     for (const auto &row : theCases)
     {
-        SCOPED_TRACE(&row - theCases);
+        SCOPED_TRACE(
+            (row.text ? row.text : "null") + std::string(", length ") +
+            std::to_string(row.length));
         UT_String string(row.text, row.deep, row.length);
         EXPECT_STREQ(row.expected, string);
         EXPECT_EQ(row.owns, utOwns(string));
@@ -115,21 +119,34 @@ TEST(UT_String, MovesAndSwapsTakeTheOwnershipAlong)
     EXPECT_STREQ("", deep);
 }
 
+// `sense` is as of strcmp().
+template <class A, class B>
+static void
+utExpectComparisons(int sense, const A &a, const B &b)
+{
+    EXPECT_EQ(sense == 0, a == b);
+    EXPECT_EQ(sense != 0, a != b);
+    EXPECT_EQ(sense < 0, a < b);
+    EXPECT_EQ(sense > 0, a > b);
+    EXPECT_EQ(sense <= 0, a <= b);
+    EXPECT_EQ(sense >= 0, a >= b);
+}
+
 TEST(UT_String, ComparisonsPutNullFirstAndBytesUnsigned)
 {
     // In ascending order, all different.
     static const char *const theTexts[] = {nullptr, "",     "\x01", "a",
                                            "aa",    "\x7F", "\x80"};
-    for (const char *const &a : theTexts)
-        for (const char *const &b : theTexts)
+    const int count = int(std::size(theTexts));
+    for (int a = 0; a < count; ++a)
+        for (int b = 0; b < count; ++b)
         {
-            const UT_String s(a);
-            const UT_String t(b, 1);
-            EXPECT_EQ(&a == &b, s == t && s == b && a == t);
-            EXPECT_EQ(&a != &b, s != t && s != b && a != t);
-            EXPECT_EQ(&a < &b, s < t && s < b && a < t);
-            EXPECT_EQ(&a > &b, s > t && s > b && a > t);
-            EXPECT_EQ(&a <= &b, s <= t && s <= b && a <= t);
-            EXPECT_EQ(&a >= &b, s >= t && s >= b && a >= t);
+            SCOPED_TRACE(
+                "texts " + std::to_string(a) + ", " + std::to_string(b));
+            const UT_String first(theTexts[a]);
+            const UT_String second(theTexts[b], /*deep=*/1);
+            utExpectComparisons(a - b, first, second);
+            utExpectComparisons(a - b, first, theTexts[b]);
+            utExpectComparisons(a - b, theTexts[a], second);
         }
 }

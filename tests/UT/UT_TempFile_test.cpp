@@ -4,16 +4,30 @@
 
 #include <gtest/gtest.h>
 
-TEST(UT_TempFile, FilesKeepWhatIsWrittenAndGo)
+TEST(UT_TempFile, ANamedFileIsPrivateAndRemovedWithItsObject)
 {
     auto named = std::make_unique<UT_TempFile>("log-");
     const UT_String path(named->getPath(), /*deep=*/1);
     struct stat status;
-    EXPECT_TRUE(stat(path, &status) == 0 && status.st_mode == (S_IFREG | 0600));
-    EXPECT_TRUE(named->close() && named->close());
+    ASSERT_EQ(0, stat(path, &status)) << path;
+    EXPECT_EQ(mode_t(S_IFREG | 0600), status.st_mode);
+    EXPECT_TRUE(named->close());
+    EXPECT_TRUE(named->close()); // once more
     named.reset();
-    EXPECT_TRUE(stat(path, &status) != 0 && !UT_TempFile("a/b").isValid());
+    EXPECT_NE(0, stat(path, &status)) << path;
+}
+
+TEST(UT_TempFile, APrefixHoldsNoSlash)
+{
+    EXPECT_FALSE(UT_TempFile("a/b").isValid());
+}
+
+TEST(UT_TempFile, AFileWithoutANameKeepsWhatIsWritten)
+{
     FILE *const file = UTtmpFile();
-    EXPECT_TRUE(fputs("1", file) > 0 && fseek(file, 0, SEEK_SET) == 0);
-    EXPECT_TRUE(fgetc(file) == '1' && fclose(file) == 0);
+    ASSERT_NE(nullptr, file);
+    EXPECT_GE(fputs("1", file), 0);
+    EXPECT_EQ(0, fseek(file, 0, SEEK_SET));
+    EXPECT_EQ('1', fgetc(file));
+    EXPECT_EQ(0, fclose(file));
 }

@@ -47,8 +47,10 @@ TEST(UT_VariableScan, ReplacesReferences)
         ValdrinSetenv("F", row.frame);
         const int count = UTExprVariableScan(
             out, row.text, nullptr, utExpression, nullptr, 1, 1, 0);
-        EXPECT_EQ(row.count, count) << row.text;
-        EXPECT_STREQ(row.expected, out.buffer());
+        const char *const text = row.text ? row.text : "null";
+        EXPECT_EQ(row.count, count) << text << " in frame " << row.frame;
+        EXPECT_STREQ(row.expected, out.buffer())
+            << text << " in frame " << row.frame;
     }
     UTExprVariableScan(out, "$A~\\`", nullptr, nullptr, nullptr, 0, 0, 1);
     EXPECT_STREQ("$A~`", out.buffer());

@@ -6,20 +6,33 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <sstream>
+#include <string>
+#include <vector>
 
 using std::string_literals::operator""s;
 
-// The lines of a text as a FILE and then as a stream, each with a bar behind.
-static std::string
-utLines(UT_WorkBuffer &line, std::string text)
+using ut_Lines = std::vector<std::string>;
+
+static ut_Lines
+utLinesOfFile(UT_WorkBuffer &line, std::string text)
 {
-    std::string lines;
-    std::istringstream stream(text);
+    ut_Lines lines;
     FILE *const file = fmemopen(text.data(), text.size(), "r");
-    while (line.getline(file) || line.getline(stream))
-        lines.append(line.buffer(), size_t(line.length())).append("|");
+    while (line.getline(file))
+        lines.emplace_back(line.buffer(), size_t(line.length()));
     fclose(file);
+    return lines;
+}
+
+static ut_Lines
+utLinesOfStream(UT_WorkBuffer &line, const std::string &text)
+{
+    ut_Lines lines;
+    std::istringstream stream(text);
+    while (line.getline(stream))
+        lines.emplace_back(line.buffer(), size_t(line.length()));
     return lines;
 }
 
@@ -32,34 +45,77 @@ TEST(UT_WorkBufferLine, LinesOfEveryLengthComeWhole)
         for (const size_t b : {1u, 4095u, 4096u, 4097u, 6094u})
             for (const std::string end : {"", "\n", "\r", "\r\n"})
             {
-                const std::string text =
-                    std::string(a, 'a') + "\r\n" + std::string(b, 'b');
-                std::string lines = text + '|';
-                lines.replace(a, 2, "|");
-                EXPECT_EQ(lines + lines, utLines(line, text + end));
-                EXPECT_EQ("||||", utLines(locked, text + end));
+                const std::string first(a, 'a');
+                const std::string second(b, 'b');
+                const std::string text = first + "\r\n" + second + end;
+                SCOPED_TRACE(
+                    std::to_string(a) + " and " + std::to_string(b) +
+                    " bytes, an end of " + std::to_string(end.size()));
+                const ut_Lines lines = {first, second};
+                EXPECT_EQ(lines, utLinesOfFile(line, text));
+                EXPECT_EQ(lines, utLinesOfStream(line, text));
+                // Reads them and takes nothing.
+                const ut_Lines empty = {"", ""};
+                EXPECT_EQ(empty, utLinesOfFile(locked, text));
+                EXPECT_EQ(empty, utLinesOfStream(locked, text));
             }
     EXPECT_EQ(16000, line.capacity());
-    EXPECT_EQ("ac||e|a\0b|c|\0d|e|"s, utLines(line, "a\0b\nc\n\0d\ne"s));
-    EXPECT_STREQ("e", line.buffer());
 }
+
+TEST(UT_WorkBufferLine, OnlyStreamsKeepNuls)
+{
+    UT_WorkBuffer line;
+    const std::string text = "a\0b\nc\n\0d\ne"s;
+    // Deliberate: a piece that starts with a NUL ends the line. After one
+    // further on, the next line follows.
+    EXPECT_EQ(ut_Lines({"ac", "", "e"}), utLinesOfFile(line, text));
+    EXPECT_EQ(
+        ut_Lines({"a\0b"s, "c", "\0d"s, "e"}), utLinesOfStream(line, text));
+}
+
+// One call of cmdGetLine().
+struct ut_Command
+{
+    bool isFound;
+    int lineCount;
+    ut_Lines words;
+};
 
 TEST(UT_WorkBufferLine, CommandsSkipBlankLinesButNotInFiles)
 {
     std::string text = "\n # c\r\necho \"a b;c\" d\r\n\tx\\\ny";
+    const ut_Command fromFile[] = {
+        {false, 1, {}                  },
+        {false, 2, {}                  },
+        {true,  3, {"echo", "\"a", "b"}},
+        {true,  4, {"x\\"}             },
+        {true,  5, {"y"}               },
+    };
     UT_WorkBuffer line;
     UT_WorkArgs args;
     int count = 0;
-    std::string seen;
     FILE *const file = fmemopen(text.data(), text.size(), "r");
-    while (line.cmdGetLine(file, args, count, "#;", " \t") || !feof(file))
-        for (int arg = 0; arg <= args.getArgc(); ++arg)
-            seen += args[arg] ? args[arg] + "|"s : std::to_string(count);
-    EXPECT_EQ("12echo|\"a|b|3x\\|4y|5", seen);
+    for (const ut_Command &command : fromFile)
+    {
+        SCOPED_TRACE(command.lineCount);
+        EXPECT_EQ(
+            command.isFound, line.cmdGetLine(file, args, count, "#;", " \t"));
+        EXPECT_EQ(command.lineCount, count);
+        EXPECT_EQ(
+            command.words,
+            ut_Lines(args.getArgv(), args.getArgv() + args.getArgc()));
+        EXPECT_EQ(nullptr, args[args.getArgc()]);
+    }
+    EXPECT_FALSE(line.cmdGetLine(file, args, count, "#;", " \t"));
+    EXPECT_NE(0, feof(file));
+    EXPECT_EQ(5, count);
     fclose(file);
     UT_IStream in(text.data(), int(text.size()), UT_ISTREAM_ASCII);
-    EXPECT_TRUE(line.cmdGetLine(in, args, count, "#;", " \t") && count == 8);
+    EXPECT_TRUE(line.cmdGetLine(in, args, count, "#;", " \t"));
+    EXPECT_EQ(5 + 3, count);
+    // Deliberate: the text is the first word, the length that of the line.
     EXPECT_EQ(14, line.length());
+    EXPECT_STREQ("echo", line.buffer());
 }
 
 TEST(UT_WorkBufferLine, StreamsThatThrowLoseNoLine)
@@ -91,29 +147,53 @@ TEST(UT_WorkBufferLine, StreamsThatThrowLoseNoLine)
 
 TEST(UT_WorkBufferWord, CommentsStartOutsideQuotes)
 {
-    // A bar is where the comment starts.
-    for (std::string text :
-         {"echo \"a#b\" |# c", "echo \\# c", "a\\\\|# c", "'a\\'#' \"b'#\"|#"})
+    static const struct
+    {
+        const char *text; // without the comment
+        const char *comment;
+    } theCases[] = {
+        {"echo \"a#b\" ",   "# c"},
+        {"echo \\# c",      ""   },
+        {"a\\\\",           "# c"},
+        {"'a\\'#' \"b'#\"", "#"  },
+    };
+    for (const auto &row : theCases)
     {
         UT_WorkBuffer buffer;
-        const size_t cut = text.find('|');
-        buffer.append(text.erase(std::min(cut, text.size()), 1).c_str());
-        EXPECT_EQ(cut < text.size(), buffer.stripComments('#')) << text;
-        EXPECT_EQ(int(std::min(cut, text.size())), buffer.length()) << text;
-        EXPECT_FALSE(buffer.stripComments('\'') || buffer.stripComments('\0'));
+        buffer.append(row.text);
+        buffer.append(row.comment);
+        SCOPED_TRACE(buffer.buffer());
+        EXPECT_EQ(*row.comment != '\0', buffer.stripComments('#'));
+        EXPECT_STREQ(row.text, buffer.buffer());
+        EXPECT_EQ(int(strlen(row.text)), buffer.length());
+        EXPECT_FALSE(buffer.stripComments('\''));
+        EXPECT_FALSE(buffer.stripComments('\0'));
     }
+}
+
+TEST(UT_WorkBufferWord, TokensMayBeTheBuffersOwn)
+{
+    UT_WorkBuffer buffer;
+    buffer.append(" ,a ,b,c\0hidden", 15);
+    const char *cursor = buffer.buffer();
+    EXPECT_TRUE(buffer.getNextToken(cursor, " ,"));
+    EXPECT_STREQ(",b,c", cursor);
+    EXPECT_STREQ("a", buffer.buffer());
+    buffer.lock(0, 0); // which keeps the token away
+    EXPECT_TRUE(buffer.getNextToken(cursor, " ,"));
+    EXPECT_STREQ("c", cursor);
+    EXPECT_STREQ("a", buffer.buffer());
 }
 
 TEST(UT_WorkBufferWord, WordsMayBeTheBuffersOwn)
 {
     UT_WorkBuffer buffer;
-    buffer.append(" ,a ,b,c\0hidden", 15);
-    const char *cursor = buffer.buffer();
-    EXPECT_TRUE(buffer.getNextToken(cursor, " ,") && *cursor == ',');
-    buffer.lock(0, 0); // which keeps the token away
-    EXPECT_TRUE(buffer.getNextToken(cursor, " ,") && *cursor == 'c');
+    buffer.append("a");
+    // Deliberate: a lock does not prevent it.
+    buffer.lock(0, 0);
     buffer.strcatFirstWord(" \t\r\v\nb\rc");
-    for (int i = 0; i < 12; ++i)
+    EXPECT_STREQ("ab", buffer.buffer());
+    for (int doubling = 0; doubling < 12; ++doubling)
         buffer.strcatFirstWord(buffer.buffer() + 1);
     EXPECT_EQ("a" + std::string(4096, 'b'), buffer.buffer());
 }

@@ -18,20 +18,26 @@ utText(const UT_WorkBuffer &buffer)
 
 TEST(UT_WorkBuffer, EveryFormattedLengthHasItsCapacity)
 {
-    static const int theCases[][3] = {
+    static const struct
+    {
+        unsigned reserved;
+        int length;
+        int capacity;
+    } theCases[] = {
         {0,    1983, 2000},
         {0,    1984, 4000},
         {0,    3968, 8000},
         {2001, 1985, 4002},
     };
-    for (const auto &[reserved, length, capacity] : theCases)
+    for (const auto &row : theCases)
     {
-        const std::string text(size_t(length), 'x');
+        SCOPED_TRACE(row.length);
+        const std::string text(size_t(row.length), 'x');
         UT_WorkBuffer buffer;
-        buffer.reserve(unsigned(reserved));
-        EXPECT_EQ(length, buffer.sprintf("%s", text.c_str()));
+        buffer.reserve(row.reserved);
+        EXPECT_EQ(row.length, buffer.sprintf("%s", text.c_str()));
         EXPECT_EQ(text, utText(buffer));
-        EXPECT_EQ(capacity, buffer.capacity()) << length;
+        EXPECT_EQ(row.capacity, buffer.capacity());
     }
 }
 
@@ -79,7 +85,8 @@ TEST(UT_WorkBuffer, FollowsAStandardStringThroughRandomChanges)
             while (capacity <= text.size())
                 capacity *= 2;
             ASSERT_EQ(text, utText(buffer)) << seed << ", step " << step;
-            ASSERT_EQ(int(capacity), buffer.capacity());
+            ASSERT_EQ(int(capacity), buffer.capacity())
+                << seed << ", step " << step;
         }
     }
 }
@@ -99,7 +106,8 @@ TEST(UT_WorkBuffer, FormattedTextsEndAtANulOrAFailure)
     EXPECT_EQ(4000, buffer.capacity());
     for (const std::string &tail : {std::string("de"), std::string(3000, 'x')})
     {
-        // Deliberate: the result tells the whole length.
+        // Deliberate: the result is the whole length.
+        SCOPED_TRACE(tail.size());
         const int whole = 4 + int(tail.size());
         EXPECT_EQ(whole, buffer.sprintf("abc%c%s", '\0', tail.c_str()));
         EXPECT_EQ(whole, buffer.appendSprintf("fgh%c%s", '\0', tail.c_str()));
@@ -109,7 +117,11 @@ TEST(UT_WorkBuffer, FormattedTextsEndAtANulOrAFailure)
 
 TEST(UT_WorkBuffer, ProtectedTextsReadBackAsOneWord)
 {
-    static const char *const theCases[][2] = {
+    static const struct
+    {
+        const char *text;
+        const char *word;
+    } theCases[] = {
         {nullptr,       "\"\""           },
         {"",            "\"\""           },
         {"a b\"c",      "\"a b\\\"c\""   },
@@ -120,11 +132,11 @@ TEST(UT_WorkBuffer, ProtectedTextsReadBackAsOneWord)
         {"a\r\\\"\xA0", "a\r\\\\\\\"\xA0"},
     };
     UT_WorkBuffer buffer;
-    for (const auto &[text, word] : theCases)
+    for (const auto &row : theCases)
     {
         buffer.clear();
-        buffer.protectedStrcat(text);
-        EXPECT_EQ(word, utText(buffer));
+        buffer.protectedStrcat(row.text);
+        EXPECT_EQ(row.word, utText(buffer)) << (row.text ? row.text : "null");
     }
     buffer.sprintf("abc");
     buffer.protectedStrcat(buffer.buffer(), /*forceQuotes=*/true);
@@ -163,7 +175,7 @@ TEST(UT_WorkBuffer, TheLastReleaseFindsTheEndIfItIsAsked)
     buffer.release(0);
     buffer.reserve(2001); // keeps all the storage
     EXPECT_EQ(std::string(2000, 'z'), std::string(buffer.buffer(), 2000));
-    // Deliberate: a write behind the end fills nothing in.
+    // Deliberate: a write past the end fills nothing in.
     buffer.write(2, 'X');
     EXPECT_EQ("zzX", utText(buffer));
 

@@ -12,56 +12,108 @@
 #include <sstream>
 #include <vector>
 
-// Writes values of all kinds of bits, half of them near a power of two.
+// Values of random bits, every other one within 1 of a power of two.
 template <class T>
-static void
-utExpectSameBack()
+static std::vector<T>
+utSamples()
 {
     std::vector<T> values = {
         T(7.038531e-26f), T(-0.0), std::numeric_limits<T>::infinity()};
-    for (std::mt19937_64 random; values.size() < 5000;)
+    std::mt19937_64 random;
+    while (values.size() < 5000)
     {
         uint64 bits = random();
-        if (bits & 1)
-            bits = (uint64(1) << bits % 64) + bits / 64 % 3 - 1;
-        // Integers beyond a long do not read back as text.
-        if (std::is_integral_v<T>)
-            bits = T(-1) < 0 ? uint64(long(bits)) : bits & ULONG_MAX / 2;
-        memcpy(&values.emplace_back(), &bits, sizeof(T));
+        if (values.size() % 2 == 0)
+        {
+            const uint64 power = uint64(1) << bits % 64;
+            const uint64 distance = random() % 3; // and 1 less
+            bits = power + distance - 1;
+        }
+        // Integers past the range of a long do not read back as text.
+        if (std::is_same_v<T, int64>)
+            bits = uint64(long(bits));
+        if (std::is_same_v<T, uint64>)
+            bits &= LONG_MAX;
+        T value;
+        memcpy(&value, &bits, sizeof value);
+        values.push_back(value);
     }
-    const int count = int(values.size());
-    const size_t size = values.size() * sizeof(T);
-    std::vector<T> read(values.size());
-    std::stringstream binary;
-    if constexpr (std::is_signed_v<T>)
-    {
-        EXPECT_TRUE(UTbwrite(binary, values.data(), count));
-        UT_IStream in(binary, UT_ISTREAM_BINARY);
-        EXPECT_EQ(count, in.bread(read.data(), count));
-        EXPECT_EQ(0, memcmp(&values[0], &read[0], size));
-        UTswapBytes(read.data(), read.size());
-        EXPECT_EQ(0, memcmp(&binary.str()[0], &read[0], size));
-    }
+    return values;
+}
+
+template <class T>
+static void
+utExpectSameBits(const std::vector<T> &expected, const std::vector<T> &values)
+{
+    for (size_t i = 0; i < expected.size(); ++i)
+        ASSERT_EQ(0, memcmp(&expected[i], &values[i], sizeof(T)))
+            << "value " << i << ": " << expected[i] << " read as " << values[i];
+}
+
+template <class T>
+static void
+utExpectTextReadsBack()
+{
+    std::vector<T> values = utSamples<T>();
     for (T &value : values)
-        value = value == value ? value : 0; // one NaN reads back as another
+        if (value != value)
+            value = 0; // one NaN reads back as another
+    const int count = int(values.size());
     std::stringstream text;
     EXPECT_TRUE(UTawrite(text, values.data(), count));
     UT_IStream in(text, UT_ISTREAM_ASCII);
+    std::vector<T> read(values.size());
     EXPECT_EQ(count, in.aread(read.data(), count));
-    EXPECT_EQ(0, memcmp(&values[0], &read[0], size));
+    utExpectSameBits(values, read);
 }
 
-TEST(UT_Write, NumbersReadBackAsTheyWere)
+// Binary data are big-endian: on this machine, the bytes of each value swapped.
+template <class T>
+static void
+utExpectBinaryReadsBack()
 {
-    utExpectSameBack<int64>();
-    utExpectSameBack<uint64>();
-    utExpectSameBack<float>();
-    utExpectSameBack<double>();
+    const std::vector<T> values = utSamples<T>();
+    const int count = int(values.size());
+    std::stringstream binary;
+    EXPECT_TRUE(UTbwrite(binary, values.data(), count));
+    std::vector<T> swapped(values);
+    UTswapBytes(swapped.data(), swapped.size());
+    const std::string bytes = binary.str();
+    ASSERT_EQ(values.size() * sizeof(T), bytes.size());
+    EXPECT_EQ(0, memcmp(bytes.data(), swapped.data(), bytes.size()));
+    UT_IStream in(binary, UT_ISTREAM_BINARY);
+    std::vector<T> read(values.size());
+    EXPECT_EQ(count, in.bread(read.data(), count));
+    utExpectSameBits(values, read);
+}
+
+TEST(UT_Write, TextReadsBackAsItWas)
+{
+    utExpectTextReadsBack<int64>();
+    utExpectTextReadsBack<uint64>();
+    utExpectTextReadsBack<float>();
+    utExpectTextReadsBack<double>();
+}
+
+TEST(UT_Write, BinaryDataReadBackAsTheyWere)
+{
+    utExpectBinaryReadsBack<int64>();
+    utExpectBinaryReadsBack<float>();
+    utExpectBinaryReadsBack<double>();
+}
+
+TEST(UT_Write, IntegersAreBigEndian)
+{
     const int integers[] = {0x01020304, -2};
+    std::ostringstream out;
+    EXPECT_TRUE(UTbwrite(out, integers, 2));
+    EXPECT_EQ("\1\2\3\4\xff\xff\xff\xfe", out.str());
+}
+
+TEST(UT_Write, FloatsHaveNoMoreDigitsThanTheyNeed)
+{
     const float floats[] = {-1.5f, -0.0f, 0.1f, 7.038531e-26f, -INFINITY, NAN};
     std::ostringstream out;
-    EXPECT_TRUE(UTbwrite(out, integers, 2) && UTawrite(out, floats, 6));
-    EXPECT_EQ(
-        "\1\2\3\4\xff\xff\xff\xfe-1.5 -0 0.1 7.03853069e-26 -1e999 nan\n",
-        out.str());
+    EXPECT_TRUE(UTawrite(out, floats, 6));
+    EXPECT_EQ("-1.5 -0 0.1 7.03853069e-26 -1e999 nan\n", out.str());
 }
