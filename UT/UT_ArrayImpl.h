@@ -374,7 +374,7 @@ utApply(Array &array, Function function, void *context)
 
 // ---- Sorted sets
 //
-// One walk along both arrays serves all of them. An order tells which of the
+// One walk along both arrays serves all of them. An order says which of the
 // two current elements goes on: the lesser one, or both when they are equal.
 
 struct ut_Advance
@@ -436,14 +436,6 @@ utSetWalk(const Array &a, const Array &b, Array &result, Order order)
 {
     constexpr bool takesAll =
         operation == UT_SET_UNION || operation == UT_SET_MERGE;
-    ut_EntriesGuard<Array> guard(result);
-    const size_t total = size_t(a.entries()) + b.entries();
-    const size_t least = operation == UT_SET_MERGE ? total
-                         : operation == UT_SET_UNION
-                             ? std::max(a.entries(), b.entries())
-                             : 0;
-    utReserveAppends(result, result.entries() + least);
-
     utElement<Array> scratch[256];
     const auto *first = a.data();
     const auto *second = b.data();
@@ -473,6 +465,87 @@ utSetWalk(const Array &a, const Array &b, Array &result, Order order)
         utAppendRun(result, first, size_t(firstEnd - first));
     if (takesAll)
         utAppendRun(result, second, size_t(secondEnd - second));
+}
+
+// The end of the elements for which `isBefore` holds, all of them in front: in
+// steps that double, then by halves, which takes O(log n) for n such elements.
+template <class T, class IsBefore>
+const T *
+utEndOfRun(const T *element, const T *end, IsBefore isBefore)
+{
+    ptrdiff_t step = 1;
+    while (step <= end - element && isBefore(element[step - 1]))
+    {
+        element += step;
+        step *= 2;
+    }
+    const T *const limit = element + std::min(step - 1, end - element);
+    return std::partition_point(element, limit, isBefore);
+}
+
+// The walk for arrays of which one is much shorter: all elements of the longer
+// one between two of the shorter one are found and taken together.
+template <ut_SetOperation operation, class Array, class Order>
+void
+utSetLeap(const Array &a, const Array &b, Array &result, Order order)
+{
+    constexpr bool takesSecond =
+        operation == UT_SET_UNION || operation == UT_SET_MERGE;
+    constexpr bool takesFirst = takesSecond || operation == UT_SET_DIFFERENCE;
+    const auto *first = a.data();
+    const auto *second = b.data();
+    const auto *const firstEnd = first + a.entries();
+    const auto *const secondEnd = second + b.entries();
+    while (first != firstEnd && second != secondEnd)
+    {
+        const auto *const firstRun = utEndOfRun(
+            first, firstEnd,
+            [&](const auto &element)
+            { return !order(element, *second).second; });
+        if (takesFirst)
+            utAppendRun(result, first, size_t(firstRun - first));
+        first = firstRun;
+        if (first == firstEnd)
+            break;
+        const auto *const secondRun = utEndOfRun(
+            second, secondEnd,
+            [&](const auto &element) { return !order(*first, element).first; });
+        if (takesSecond)
+            utAppendRun(result, second, size_t(secondRun - second));
+        second = secondRun;
+        if (second == secondEnd || !order(*first, *second).second)
+            continue;
+        // The two are equal.
+        if (operation != UT_SET_DIFFERENCE)
+            utAppendRun(result, first, 1);
+        first++;
+        if (operation != UT_SET_MERGE)
+            second++;
+    }
+    if (takesFirst)
+        utAppendRun(result, first, size_t(firstEnd - first));
+    if (takesSecond)
+        utAppendRun(result, second, size_t(secondEnd - second));
+}
+
+// Appends the result of an operation on sorted arrays.
+template <ut_SetOperation operation, class Array, class Order>
+void
+utSetOperation(const Array &a, const Array &b, Array &result, Order order)
+{
+    ut_EntriesGuard<Array> guard(result);
+    const size_t total = size_t(a.entries()) + b.entries();
+    const size_t longer = std::max(a.entries(), b.entries());
+    const size_t least = operation == UT_SET_MERGE   ? total
+                         : operation == UT_SET_UNION ? longer
+                                                     : 0;
+    utReserveAppends(result, result.entries() + least);
+
+    // A leap over fewer elements costs more than walking past them.
+    if (longer / 16 > total - longer)
+        utSetLeap<operation>(a, b, result, order);
+    else
+        utSetWalk<operation>(a, b, result, order);
     guard.dismiss();
 }
 
@@ -482,7 +555,7 @@ void
 utSetReplace(Array &array, const Array &other, Order order)
 {
     Array result;
-    utSetWalk<operation>(array, other, result, order);
+    utSetOperation<operation>(array, other, result, order);
     array.swap(result);
 }
 
