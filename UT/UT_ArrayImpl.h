@@ -26,16 +26,22 @@ using utElement =
 // Bytes up to which a block is small.
 static constexpr unsigned theSmallBlock = 1024;
 
-// Slots in the block of a small array: a power of two, so that a step of 4
-// slots seldom costs an allocation. The address checker is to see what lies
-// beyond the capacity.
+// Slots in the block of an array, so that steps of a few slots seldom cost an
+// allocation: a power of two for a small array, a multiple of an eighth of one
+// for others. The address checker is to see what lies beyond the capacity.
 template <class T>
 unsigned
 utBlockSlots(unsigned capacity)
 {
 #if !defined(__SANITIZE_ADDRESS__)
-    if (capacity - 1 < theSmallBlock / sizeof(T))
-        return 2u << (31 - __builtin_clz((capacity - 1) | 1));
+    if (capacity > 1)
+    {
+        const unsigned last = capacity - 1;
+        const unsigned power = 1u << (31 - __builtin_clz(last));
+        const bool isSmall = last < theSmallBlock / sizeof(T);
+        const unsigned slots = (last | ((isSmall ? power : power / 8) - 1)) + 1;
+        return slots > 0 ? slots : capacity;
+    }
 #endif
     return capacity;
 }
@@ -56,6 +62,42 @@ utReallocate(T *data, unsigned capacity, unsigned slots)
     return block;
 }
 
+// Few elements, as a rule, for which a call to memset() or memcpy() costs more
+// than the rest of an append or a short concat().
+static constexpr size_t theFewBytes = 256;
+
+template <class T>
+void
+utClearSlots(T *slots, unsigned count)
+{
+    constexpr unsigned step = 16 / sizeof(T);
+    if (count > theFewBytes / sizeof(T))
+    {
+        memset(slots, 0, count * sizeof(T));
+        return;
+    }
+    for (; count >= step; count -= step, slots += step)
+        memset(slots, 0, 16);
+    for (; count > 0; --count)
+        *slots++ = T();
+}
+
+template <class T>
+void
+utCopyElements(T *to, const T *from, unsigned count)
+{
+    constexpr unsigned step = 16 / sizeof(T);
+    if (count > theFewBytes / sizeof(T))
+    {
+        memcpy(to, from, count * sizeof(T));
+        return;
+    }
+    for (; count >= step; count -= step, to += step, from += step)
+        memcpy(to, from, 16);
+    for (; count > 0; --count)
+        *to++ = *from++;
+}
+
 // Sets the capacity exactly; 0 frees the block.
 template <class T>
 void
@@ -64,6 +106,14 @@ utResize(
     bool clearsNewSlots)
 {
     const unsigned slots = utBlockSlots<T>(newCapacity);
+    if (newCapacity > capacity && slots == utBlockSlots<T>(capacity))
+    {
+        // The usual step of a growing array: the block has the room.
+        if (clearsNewSlots)
+            utClearSlots(data + capacity, newCapacity - capacity);
+        capacity = newCapacity;
+        return;
+    }
     if (newCapacity == 0)
     {
         free(data);
@@ -76,7 +126,7 @@ utResize(
         if (!data || slots != utBlockSlots<T>(capacity))
             data = utReallocate(data, capacity, slots);
         if (clearsNewSlots && newCapacity > capacity)
-            std::fill(data + capacity, data + newCapacity, T());
+            utClearSlots(data + capacity, newCapacity - capacity);
     }
     capacity = newCapacity;
     entries = std::min(entries, newCapacity);
@@ -179,7 +229,7 @@ utConcat(Array &array, const Array &other)
     if (array.capacity() - entries <= count)
         array.resize(array.capacity() + count);
     // Only here are the other's data fetched: it may be the same array.
-    std::copy(other.data(), other.data() + count, array.data() + entries);
+    utCopyElements(array.data() + entries, other.data(), count);
     array.setEntries(entries + count);
 }
 

@@ -306,7 +306,15 @@ utSink(int32 *heap, size_t entries, size_t index)
 unsigned
 UT_IntArray::heapPush(int32 value)
 {
-    return utHeapPush(*this, value, theAscendingSense);
+    unsigned i = append(value);
+    int32 *const heap = myData;
+    while (i > 0 && heap[i / 2] < value)
+    {
+        heap[i] = heap[i / 2];
+        i /= 2;
+    }
+    heap[i] = value;
+    return i;
 }
 
 int32
