@@ -221,7 +221,7 @@ UT_IntArray::sortAscending()
 void
 UT_IntArray::sortedUnion(const UT_IntArray &other, UT_IntArray &result) const
 {
-    utSetWalk<UT_SET_UNION>(*this, other, result, theAscending);
+    utSetOperation<UT_SET_UNION>(*this, other, result, theAscending);
 }
 
 void
@@ -234,7 +234,7 @@ void
 UT_IntArray::sortedIntersection(
     const UT_IntArray &other, UT_IntArray &result) const
 {
-    utSetWalk<UT_SET_INTERSECTION>(*this, other, result, theAscending);
+    utSetOperation<UT_SET_INTERSECTION>(*this, other, result, theAscending);
 }
 
 void
@@ -247,7 +247,7 @@ void
 UT_IntArray::sortedSetDifference(
     const UT_IntArray &other, UT_IntArray &result) const
 {
-    utSetWalk<UT_SET_DIFFERENCE>(*this, other, result, theAscending);
+    utSetOperation<UT_SET_DIFFERENCE>(*this, other, result, theAscending);
 }
 
 void
@@ -306,7 +306,15 @@ utSink(int32 *heap, size_t entries, size_t index)
 unsigned
 UT_IntArray::heapPush(int32 value)
 {
-    return utHeapPush(*this, value, theAscendingSense);
+    unsigned i = append(value);
+    int32 *const heap = myData;
+    while (i > 0 && heap[i / 2] < value)
+    {
+        heap[i] = heap[i / 2];
+        i /= 2;
+    }
+    heap[i] = value;
+    return i;
 }
 
 int32

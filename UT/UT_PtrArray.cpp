@@ -297,7 +297,7 @@ void
 UT_PtrArrayRaw::sortedUnion(
     const UT_PtrArrayRaw &other, UT_PtrArrayRaw &result, Compare compare) const
 {
-    utSetWalk<UT_SET_UNION>(*this, other, result, utOrder(compare));
+    utSetOperation<UT_SET_UNION>(*this, other, result, utOrder(compare));
 }
 
 void
@@ -310,7 +310,7 @@ void
 UT_PtrArrayRaw::sortedIntersection(
     const UT_PtrArrayRaw &other, UT_PtrArrayRaw &result, Compare compare) const
 {
-    utSetWalk<UT_SET_INTERSECTION>(*this, other, result, utOrder(compare));
+    utSetOperation<UT_SET_INTERSECTION>(*this, other, result, utOrder(compare));
 }
 
 void

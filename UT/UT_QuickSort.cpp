@@ -2,8 +2,10 @@
 
 #include "UT_QuickSort.h"
 
+#include "UT_DigitSortImpl.h"
 #include "UT_QuickSortImpl.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <numeric>
@@ -11,17 +13,33 @@
 // Ranges below this size are sorted by utSortSmall.
 static constexpr size_t theSmallSize = 20;
 
+// From this number on, items are sorted by digits: of eight bits, or of eleven
+// when there are so many that clearing the longer tables no longer matters.
+static constexpr size_t theDigitsSize = 96;
+static constexpr size_t theLongDigitsSize = 768;
+
+// Keys that would need more scratch than this are divided first, which keeps
+// each piece and its scratch within the cache.
+static constexpr size_t theScratchBytes = 8 << 20;
+
+// Records are sorted by digits in groups of up to this number, for which the
+// scratch fits the stack.
+static constexpr size_t theGroupSize = 320;
+
 namespace
 {
 
 // Besides what all items do, these arrange(begin, size, places): each of `size`
-// items, fewer than theSmallSize, goes to its place behind `begin`.
+// items, fewer than theSmallSize, goes to its place, counted from `begin`. Keys
+// have a view(begin), for sorting by digits, of items of type Item.
 
 // Keys alone.
 template <class Key>
 class ut_KeyItems
 {
 public:
+    using Item = Key;
+
     explicit ut_KeyItems(Key *keys) : myKeys(keys), myHeld() {}
 
     [[nodiscard]] Key keyAt(size_t i) const { return myKeys[i]; }
@@ -41,6 +59,11 @@ public:
             myKeys[begin + places[i]] = keys[i];
     }
 
+    ut_ItemArray<Key> view(size_t begin) const
+    {
+        return ut_ItemArray<Key>(myKeys + begin);
+    }
+
 private:
     Key *myKeys;
     Key myHeld;
@@ -51,6 +74,8 @@ template <class Key>
 class ut_IndexedItems
 {
 public:
+    using Item = ut_NumberedKey<Key>;
+
     ut_IndexedItems(Key *keys, int *index)
         : myKeys(keys), myIndex(index), myHeldKey(), myHeldIndex()
     {
@@ -92,6 +117,11 @@ public:
         }
     }
 
+    ut_NumberedKeyArrays<Key> view(size_t begin) const
+    {
+        return {myKeys + begin, myIndex + begin};
+    }
+
 private:
     Key *myKeys;
     int *myIndex;
@@ -99,8 +129,10 @@ private:
     int myHeldIndex;
 };
 
-// Records with a key in their first four bytes, aligned or not.
-template <class Key>
+// Records with a key in their first four bytes, aligned or not, of `knownSize`
+// bytes or, where that is 0, of a size that only run time knows. A move of a
+// known size is a few instructions without a branch.
+template <class Key, size_t knownSize>
 class ut_RecordItems
 {
 public:
@@ -112,31 +144,28 @@ public:
 
     [[nodiscard]] Key keyAt(size_t i) const
     {
-        return keyOf(myRecords + i * mySize);
+        return keyOf(record(i));
     }
     [[nodiscard]] Key heldKey() const { return keyOf(myScratch); }
     static bool isLess(Key a, Key b) { return a < b; }
 
-    void hold(size_t i)
-    {
-        utCopyElement(myScratch, myRecords + i * mySize, mySize);
-    }
-    void move(size_t to, size_t from)
-    {
-        utCopyElement(
-            myRecords + to * mySize, myRecords + from * mySize, mySize);
-    }
-    void release(size_t to)
-    {
-        utCopyElement(myRecords + to * mySize, myScratch, mySize);
-    }
+    void hold(size_t i) { copy(myScratch, record(i)); }
+    void move(size_t to, size_t from) { copy(record(to), record(from)); }
+    void release(size_t to) { copy(record(to), myScratch); }
 
-    // Each record is moved once, along the cycles of the permutation.
     void arrange(size_t begin, size_t size, const size_t *places)
     {
-        size_t sources[theSmallSize];
+        uint16 sources[theSmallSize];
         for (size_t i = 0; i < size; i++)
-            sources[places[i]] = i;
+            sources[places[i]] = uint16(i);
+        gather(begin, size, sources);
+    }
+
+    // Replaces each of `size` records from `begin` on by the one at its source,
+    // counted from `begin`. Moves each once, along the cycles of the sources,
+    // which are then used up.
+    void gather(size_t begin, size_t size, uint16 *sources)
+    {
         for (size_t i = 0; i < size; i++)
         {
             if (sources[i] == i)
@@ -147,11 +176,11 @@ public:
             {
                 const size_t source = sources[place];
                 move(begin + place, begin + source);
-                sources[place] = place;
+                sources[place] = uint16(place);
                 place = source;
             }
             release(begin + place);
-            sources[place] = place;
+            sources[place] = uint16(place);
         }
     }
 
@@ -163,9 +192,47 @@ private:
         return key;
     }
 
+    char *record(size_t i) const
+    {
+        return myRecords + i * (knownSize ? knownSize : mySize);
+    }
+
+    void copy(char *to, const char *from) const
+    {
+        if constexpr (knownSize > 0)
+            memcpy(to, from, knownSize);
+        else
+            utCopyElement(to, from, mySize);
+    }
+
     char *myRecords;
     size_t mySize;
     char *myScratch;
+};
+
+// The keys of a group of records, numbered by their position in it. Setting an
+// item notes its number as the source of the record there.
+template <class Key, class Items>
+class ut_GroupView
+{
+public:
+    ut_GroupView(Items items, size_t begin, uint16 *sources)
+        : myItems(items), myBegin(begin), mySources(sources)
+    {
+    }
+    ut_NumberedKey<Key> get(size_t i) const
+    {
+        return {myItems.keyAt(myBegin + i), int(i)};
+    }
+    void set(size_t i, const ut_NumberedKey<Key> &item)
+    {
+        mySources[i] = uint16(item.number);
+    }
+
+private:
+    Items myItems;
+    size_t myBegin;
+    uint16 *mySources;
 };
 
 } // namespace
@@ -217,14 +284,17 @@ utSortSmall(Items items, size_t begin, size_t end)
     items.arrange(begin, size, places);
 }
 
-// Sorts a range whose items are all at least as great as those before it. The
-// sort gives up on pivots after `badPivots` of them left nearly everything on
-// one side.
-template <class Items>
+// Sorts a range whose items are all at least as great as those before it. What
+// its division leaves in `pieces.limit` items or fewer goes to
+// pieces.sort(items, begin, end). The sort gives up on pivots after `badPivots`
+// of them left nearly everything on one side.
+template <class Items, class Pieces>
 static void
-utSortRange(Items items, size_t begin, size_t end, unsigned badPivots)
+utSortRange(
+    Items items, size_t begin, size_t end, unsigned badPivots,
+    const Pieces &pieces)
 {
-    while (end - begin >= theSmallSize)
+    while (end - begin > Pieces::limit)
     {
         const ut_EqualRange equal =
             utDivide(items, begin, end, utChoosePivot(items, begin, end));
@@ -240,24 +310,182 @@ utSortRange(Items items, size_t begin, size_t end, unsigned badPivots)
         }
         if (before < behind)
         {
-            utSortRange(items, begin, equal.begin, badPivots);
+            utSortRange(items, begin, equal.begin, badPivots, pieces);
             begin = equal.end;
         }
         else
         {
-            utSortRange(items, equal.end, end, badPivots);
+            utSortRange(items, equal.end, end, badPivots, pieces);
             end = equal.begin;
         }
     }
-    utSortSmall(items, begin, end);
+    pieces.sort(items, begin, end);
 }
+
+namespace
+{
+
+// The plain way to end.
+struct ut_SmallPieces
+{
+    static constexpr size_t limit = theSmallSize - 1;
+
+    template <class Items>
+    void sort(Items items, size_t begin, size_t end) const
+    {
+        utSortSmall(items, begin, end);
+    }
+};
+
+} // namespace
+
+// The plain sort, which compares keys and needs no memory.
+template <class Items>
+static void
+utSortInPlace(Items items, size_t begin, size_t end)
+{
+    utSortRange(items, begin, end, utLog2(end - begin), ut_SmallPieces());
+}
+
+namespace
+{
+
+// For keys, alone or with an index: sorts by their digits, in a quarter of the
+// time, with scratch for twice the items of the longest piece.
+template <class Item>
+class ut_DigitPieces
+{
+public:
+    static constexpr size_t limit = theScratchBytes / (2 * sizeof(Item));
+
+    // For a sort of `n` items.
+    explicit ut_DigitPieces(size_t n)
+        : myRoom(n < limit ? n : limit),
+          myScratch(static_cast<ut_Scratch *>(
+              malloc(sizeof(ut_Scratch) + 2 * myRoom * sizeof(Item))))
+    {
+    }
+
+    // Whether there was memory for the scratch.
+    bool areReady() const { return bool(myScratch); }
+
+    template <class Items>
+    void sort(Items items, size_t begin, size_t end) const
+    {
+        const size_t n = end - begin;
+        if (n < theDigitsSize)
+        {
+            utSortInPlace(items, begin, end);
+            return;
+        }
+        void *const room = myScratch.get() + 1;
+        Item *const a = static_cast<Item *>(room);
+        if (n < theLongDigitsSize)
+            utSortByDigits(
+                items.view(begin), ut_ItemArray(a), ut_ItemArray(a + myRoom), n,
+                myScratch->shortCounts);
+        else
+            utSortByDigits(
+                items.view(begin), ut_ItemArray(a), ut_ItemArray(a + myRoom), n,
+                myScratch->longCounts);
+    }
+
+private:
+    // The items follow it.
+    union ut_Scratch
+    {
+        ut_DigitCounts<8, unsigned> shortCounts;
+        ut_DigitCounts<11, unsigned> longCounts;
+    };
+
+    struct ut_Free
+    {
+        void operator()(void *block) const { free(block); }
+    };
+
+    size_t myRoom; // items in either half of the scratch
+    std::unique_ptr<ut_Scratch, ut_Free> myScratch;
+};
+
+// For records: sorts the numbers of a group by the digits of the keys, and then
+// moves each record once. The scratch is on the stack.
+template <class Key>
+struct ut_GroupPieces
+{
+    static constexpr size_t limit = theGroupSize;
+
+    template <class Items>
+    void sort(Items items, size_t begin, size_t end) const
+    {
+        if (end - begin < theDigitsSize)
+            utSortInPlace(items, begin, end);
+        else
+            sortGroup(items, begin, end - begin);
+    }
+
+private:
+    // A call of its own, which the stack of the divisions does not pay for.
+    template <class Items>
+    __attribute__((noinline)) static void
+    sortGroup(Items items, size_t begin, size_t size)
+    {
+        uint16 sources[limit];
+        ut_NumberedKey<Key> a[limit], b[limit];
+        ut_DigitCounts<8, uint16> counts;
+        if (utSortByDigits(
+                ut_GroupView<Key, Items>(items, begin, sources),
+                ut_ItemArray(a), ut_ItemArray(b), size, counts))
+            items.gather(begin, size, sources);
+    }
+};
+
+} // namespace
 
 template <class Items>
 static void
-utSort(Items items, size_t n)
+utSortKeys(Items items, size_t n)
 {
-    if (!utSettleRun(items, n))
-        utSortRange(items, 0, n, utLog2(n));
+    if (utSettleRun(items, n))
+        return;
+    if (n >= theDigitsSize)
+    {
+        const ut_DigitPieces<typename Items::Item> pieces(n);
+        if (pieces.areReady())
+        {
+            utSortRange(items, 0, n, utLog2(n), pieces);
+            return;
+        }
+    }
+    utSortInPlace(items, 0, n);
+}
+
+template <class Key, size_t knownSize>
+static void
+utSortRecordsOf(void *records, size_t size, size_t count, void *scratch)
+{
+    const ut_RecordItems<Key, knownSize> items(records, size, scratch);
+    if (!utSettleRun(items, count))
+        utSortRange(items, 0, count, utLog2(count), ut_GroupPieces<Key>());
+}
+
+template <class Key>
+static void
+utSortRecords(void *records, size_t size, size_t count, void *scratch)
+{
+    switch (size)
+    {
+    case 16:
+        utSortRecordsOf<Key, 16>(records, size, count, scratch);
+        break;
+    case 32:
+        utSortRecordsOf<Key, 32>(records, size, count, scratch);
+        break;
+    case 64:
+        utSortRecordsOf<Key, 64>(records, size, count, scratch);
+        break;
+    default:
+        utSortRecordsOf<Key, 0>(records, size, count, scratch);
+    }
 }
 
 UT_QuickSort::~UT_QuickSort() = default;
@@ -363,7 +591,7 @@ UT_QuickSort::uisort(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
     utInsertionSort(
-        ut_RecordItems<unsigned>(records, recordSize, scratch), 0, count);
+        ut_RecordItems<unsigned, 0>(records, recordSize, scratch), 0, count);
 }
 
 void
@@ -371,7 +599,7 @@ UT_QuickSort::sisort(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
     utInsertionSort(
-        ut_RecordItems<int>(records, recordSize, scratch), 0, count);
+        ut_RecordItems<int, 0>(records, recordSize, scratch), 0, count);
 }
 
 void
@@ -379,62 +607,62 @@ UT_QuickSort::fisort(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
     utInsertionSort(
-        ut_RecordItems<float>(records, recordSize, scratch), 0, count);
+        ut_RecordItems<float, 0>(records, recordSize, scratch), 0, count);
 }
 
 void
 UT_QuickSort::urecurse(unsigned *data, unsigned n)
 {
-    utSort(ut_KeyItems(data), n);
+    utSortKeys(ut_KeyItems(data), n);
 }
 
 void
 UT_QuickSort::srecurse(int *data, unsigned n)
 {
-    utSort(ut_KeyItems(data), n);
+    utSortKeys(ut_KeyItems(data), n);
 }
 
 void
 UT_QuickSort::frecurse(float *data, unsigned n)
 {
-    utSort(ut_KeyItems(data), n);
+    utSortKeys(ut_KeyItems(data), n);
 }
 
 void
 UT_QuickSort::urecurse(unsigned *data, unsigned n, int *index)
 {
-    utSort(ut_IndexedItems(data, index), n);
+    utSortKeys(ut_IndexedItems(data, index), n);
 }
 
 void
 UT_QuickSort::srecurse(int *data, unsigned n, int *index)
 {
-    utSort(ut_IndexedItems(data, index), n);
+    utSortKeys(ut_IndexedItems(data, index), n);
 }
 
 void
 UT_QuickSort::frecurse(float *data, unsigned n, int *index)
 {
-    utSort(ut_IndexedItems(data, index), n);
+    utSortKeys(ut_IndexedItems(data, index), n);
 }
 
 void
 UT_QuickSort::urecurse(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
-    utSort(ut_RecordItems<unsigned>(records, recordSize, scratch), count);
+    utSortRecords<unsigned>(records, recordSize, count, scratch);
 }
 
 void
 UT_QuickSort::srecurse(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
-    utSort(ut_RecordItems<int>(records, recordSize, scratch), count);
+    utSortRecords<int>(records, recordSize, count, scratch);
 }
 
 void
 UT_QuickSort::frecurse(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
-    utSort(ut_RecordItems<float>(records, recordSize, scratch), count);
+    utSortRecords<float>(records, recordSize, count, scratch);
 }

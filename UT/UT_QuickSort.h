@@ -9,7 +9,9 @@
 /// Sorts 32-bit keys ascending, in place.
 ///
 /// Every input of n keys costs O(n log n), the sorted, reversed and
-/// repetitive ones less, and 16 kilobytes of stack at most. Sorts of fewer
+/// repetitive ones less, and 16 kilobytes of stack at most. Longer sorts of
+/// keys, alone or with an index, use scratch of their own, up to 8 megabytes;
+/// where there is no memory for it they take four times as long. Sorts of fewer
 /// than 20 keys or records keep the order of equal ones; longer sorts do not
 /// promise it. NaN keys have no order: all keys are kept, but any of them may
 /// come to lie anywhere.

@@ -2,7 +2,10 @@
 // algorithms, and the heap of integers less: an append is a store and an
 // increment, set operations walk without a jump per element, and a heap's two
 // children share a cache line. The heap of pointers costs at most 1.25, because
-// it makes two comparisons for each level.
+// it makes two comparisons for each level. Of two sorted arrays of which one is
+// much longer, its elements are skipped together: 0.8 of the standard union's
+// time, 0.25 of the standard intersection's. A search for a number that is not
+// there takes 0.4 of the time from 100 elements on.
 //
 // Each benchmark runs beside its peer; the argument is the number of elements.
 
@@ -198,6 +201,75 @@ SetStandard(benchmark::State &state)
     utFinish(state);
 }
 
+// A thousand elements and many more.
+template <SetMember operation>
+static void
+SkewedSetArray(benchmark::State &state)
+{
+    UT_IntArray a;
+    UT_IntArray b;
+    utFill(b, utSorted(utCount(state), 2));
+    for (unsigned i = 0; i < 1000; ++i)
+        a.append(b(i * (b.entries() / 1000)));
+    for (auto _ : state)
+    {
+        UT_IntArray result;
+        (a.*operation)(b, result);
+        benchmark::DoNotOptimize(result.data());
+    }
+    utFinish(state);
+}
+
+template <SetFunction operation>
+static void
+SkewedSetStandard(benchmark::State &state)
+{
+    const Ints b = utSorted(utCount(state), 2);
+    Ints a;
+    for (size_t i = 0; i < 1000; ++i)
+        a.push_back(b[i * (b.size() / 1000)]);
+    for (auto _ : state)
+    {
+        Ints result;
+        result.reserve(b.size());
+        operation(
+            a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
+        benchmark::DoNotOptimize(result.data());
+    }
+    utFinish(state);
+}
+
+// ---- Eight elements at a time
+
+static void
+ConcatArray(benchmark::State &state)
+{
+    UT_IntArray few;
+    utFill(few, utShuffled(8));
+    for (auto _ : state)
+    {
+        UT_IntArray all;
+        for (size_t i = 0; i < utCount(state); i += 8)
+            all.concat(few);
+        benchmark::DoNotOptimize(all.data());
+    }
+    utFinish(state);
+}
+
+static void
+ConcatStandard(benchmark::State &state)
+{
+    const Ints few = utShuffled(8);
+    for (auto _ : state)
+    {
+        Ints all;
+        for (size_t i = 0; i < utCount(state); i += 8)
+            all.insert(all.end(), few.begin(), few.end());
+        benchmark::DoNotOptimize(all.data());
+    }
+    utFinish(state);
+}
+
 // ---- Heap: all pushed, then all popped
 
 // Another window of the same random numbers each time.
@@ -385,6 +457,20 @@ BENCHMARK_TEMPLATE(SetStandard, std::set_intersection<It, It, Out>)
 BENCHMARK_TEMPLATE(SetArray, &UT_IntArray::sortedSetDifference)->Apply(utSizes);
 BENCHMARK_TEMPLATE(SetStandard, std::set_difference<It, It, Out>)
     ->Apply(utSizes);
+BENCHMARK_TEMPLATE(SkewedSetArray, &UT_IntArray::sortedUnion)
+    ->Arg(100000)
+    ->Arg(1000000);
+BENCHMARK_TEMPLATE(SkewedSetStandard, std::set_union<It, It, Out>)
+    ->Arg(100000)
+    ->Arg(1000000);
+BENCHMARK_TEMPLATE(SkewedSetArray, &UT_IntArray::sortedIntersection)
+    ->Arg(100000)
+    ->Arg(1000000);
+BENCHMARK_TEMPLATE(SkewedSetStandard, std::set_intersection<It, It, Out>)
+    ->Arg(100000)
+    ->Arg(1000000);
+BENCHMARK(ConcatArray)->Apply(utSizes);
+BENCHMARK(ConcatStandard)->Apply(utSizes);
 BENCHMARK(HeapArray)->Apply(utSizes);
 BENCHMARK(HeapStandard)->Apply(utSizes);
 BENCHMARK(HeapPointerArray)->Apply(utSizes);

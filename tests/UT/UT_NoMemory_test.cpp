@@ -8,6 +8,7 @@
 #include "UT/UT_IntArray.h"
 #include "UT/UT_NetSocket.h"
 #include "UT/UT_PtrArray.h"
+#include "UT/UT_QuickSort.h"
 #include "UT/UT_RefArray.h"
 #include "UT/UT_SpecialDir.h"
 #include "UT/UT_String.h"
@@ -18,12 +19,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <random>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -312,4 +316,31 @@ TEST(UT_NoMemory, AcceptClosesAConnectionThatItCannotHandOut)
     char byte;
     EXPECT_EQ(0, client.read(&byte, 1, &got, 10000));
     EXPECT_EQ(0, got); // the end of the connection
+}
+
+// Long sorts of keys have a fast way that needs memory, and one that does not.
+TEST(UT_NoMemory, SortsDoWithout)
+{
+    std::mt19937 random(5);
+    std::vector<unsigned> keys(20000);
+    for (unsigned &key : keys)
+        key = unsigned(random());
+    std::vector<unsigned> expected = keys;
+    std::sort(expected.begin(), expected.end());
+
+    UT_QuickSort sorter;
+    std::vector<unsigned> sorted = keys;
+    sorter.sort(sorted.data(), 20000, /*makeIndex=*/1, /*isSigned=*/false);
+    for (int makeIndex : {0, 1}) // the index has its storage
+    {
+        sorted = keys;
+        const ut_MemoryLimit limit(0);
+        sorter.sort(sorted.data(), 20000, makeIndex, /*isSigned=*/false);
+        EXPECT_TRUE(limit.hasRefused()) << makeIndex;
+        EXPECT_TRUE(expected == sorted) << makeIndex;
+    }
+    std::vector<unsigned> gathered;
+    for (unsigned i = 0; i < 20000; ++i)
+        gathered.push_back(keys[unsigned(sorter.index()(i))]);
+    EXPECT_EQ(expected, gathered);
 }

@@ -72,8 +72,8 @@ static const char *const thePatterns[] = {
     "random", "ascending", "descending", "organ pipe", "all equal",
     "few",    "one off",   "saw",        "adverse"};
 
-static const int theSizes[] = {0,  1,  2,   3,   7,   19,  20,  21,
-                               49, 50, 127, 128, 129, 500, 611, 5000};
+static const int theSizes[] = {0,  1,  2,   3,   7,   19,  20,  21,  49,  50,
+                               95, 96, 128, 500, 512, 513, 767, 768, 5000};
 
 // The seeds are fixed. Zeros in odd places are negative where Key has such.
 template <class Key>
@@ -207,7 +207,7 @@ utCheckSorts(void (*insertionSort)(Key *, unsigned, int *))
 
             const auto sort = [&](char *records, unsigned size)
             { sorter.sort(records, size, unsigned(keys.size()), type); };
-            for (const unsigned size : {6u, 8u, 13u, 37u, 300u})
+            for (const unsigned size : {6u, 13u, 16u, 32u, 37u, 64u, 300u})
                 utCheckSources(keys, utMoveRecords(keys, size, sort), isStable);
         });
 }
@@ -234,6 +234,45 @@ TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
             std::sort(side->begin(), side->end(), hasLessBits);
         EXPECT_EQ(0, memcmp(&keys[0], &sorted[0], 5000 * sizeof(float)));
     }
+}
+
+// So many keys that they are divided before their digits are looked at.
+template <class Key>
+static void
+utCheckManyKeys(const char *description)
+{
+    const int n = 1200000;
+    for (size_t pattern : {0u, 3u, 5u, 6u}) // all that is not in order
+    {
+        SCOPED_TRACE(description);
+        SCOPED_TRACE(thePatterns[pattern]);
+        const std::vector<Key> keys = utMakeKeys<Key>(pattern, n);
+        std::vector<Key> expected = keys;
+        std::sort(expected.begin(), expected.end());
+        UT_QuickSort sorter;
+        for (int makeIndex : {0, 1})
+        {
+            std::vector<Key> sorted = keys;
+            utSortKeys(sorter, sorted, makeIndex);
+            EXPECT_TRUE(expected == sorted) << "index: " << makeIndex;
+        }
+        std::vector<bool> isUsed(keys.size(), false);
+        for (int i = 0; i < n; i++)
+        {
+            const size_t source = size_t(sorter.index()(unsigned(i)));
+            ASSERT_LT(source, keys.size()) << i;
+            ASSERT_FALSE(isUsed[source]) << i;
+            ASSERT_EQ(expected[size_t(i)], keys[source]) << i;
+            isUsed[source] = true;
+        }
+    }
+}
+
+TEST(UT_QuickSort, ManyKeysAgreeWithTheStandardSort)
+{
+    utCheckManyKeys<int>("int");
+    utCheckManyKeys<unsigned>("unsigned");
+    utCheckManyKeys<float>("float");
 }
 
 // A recursion that follows the larger side overflows this stack, and a sort
