@@ -1,6 +1,6 @@
-// The functions behind UT_String's patterns, ranges and bracket groups. They
-// take plain texts, and give access to intermediate results: the parts of a
-// range, and the names that one group stands for.
+// The functions that implement UT_String's patterns, ranges and bracket groups.
+// They take plain texts, and give access to intermediate results: the parts of
+// a range, and the names that one group stands for.
 //
 // The languages are in docs/patterns.md. Case is that of ASCII letters,
 // whatever the locale; `caseSensitive` 0 ignores it. Several threads may call
