@@ -1,4 +1,4 @@
-// What leaves the library, for the headers here, which know nothing of the
+// The export macro for the headers of this folder, which do not depend on the
 // toolkit.
 
 #pragma once

@@ -41,7 +41,7 @@ extern "C"
     /// a second entry.
     UT_API char *ValdrinGetenv(const char *name);
 
-    /// Removes a variable if it is there.
+    /// Removes a variable if it is set.
     UT_API void ValdrinUnsetenv(const char *name);
 
     /// The whole environment, "NAME=value" texts in the order of strcmp() and

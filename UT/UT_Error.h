@@ -31,11 +31,11 @@ enum UT_CommonErrorCode : int32
     UT_CE_FILE_ERROR = 4,       ///< a file operation failed
     UT_CE_FILE_READ = 5,        ///< reading a file failed
     UT_CE_FILE_WRITE = 6,       ///< writing a file failed
-    UT_CE_FILE_FORMAT = 7,      ///< a file is not what it should be
+    UT_CE_FILE_FORMAT = 7,      ///< a file has the wrong format
     UT_CE_FILE_EXISTS = 8,      ///< a file exists and must not
     UT_CE_DIRECTORY_ERROR = 9,  ///< making or reading a directory failed
     UT_CE_NO_PERMISSION = 10,   ///< not allowed
-    UT_CE_CANNOT_CONNECT = 11,  ///< nobody answers at an address
+    UT_CE_CANNOT_CONNECT = 11,  ///< no answer at an address
     UT_CE_CONNECTION_LOST = 12, ///< a connection ended too early
     UT_CE_UNKNOWN_COMMAND = 13, ///< no such command
     UT_CE_SYNTAX_ERROR = 14,    ///< a text cannot be parsed
@@ -46,7 +46,7 @@ enum UT_CommonErrorCode : int32
     UT_CE_BAD_NUMBER = 19,      ///< not a number
     UT_CE_OUT_OF_RANGE = 20,    ///< a number too small or too large
     UT_CE_BAD_VARIABLE = 21,    ///< a variable that cannot be used
-    UT_CE_RECURSION = 22,       ///< something needs itself
+    UT_CE_RECURSION = 22,       ///< something depends on itself
     UT_CE_INTERRUPTED = 23,     ///< stopped by the user
     UT_CE_TIMED_OUT = 24,       ///< took too long
     UT_CE_NOT_SUPPORTED = 25,   ///< cannot be done here

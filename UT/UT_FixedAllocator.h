@@ -82,7 +82,7 @@ private:
     UT_LOCAL void unlinkPage(ut_SmallObjectPage *page);
 
     // Programs hold allocators by value: order and size stay.
-    UT_PtrArray<ut_SmallObjectPage *> myPages; // by slot; null when given back
+    UT_PtrArray<ut_SmallObjectPage *> myPages; // by slot; null when returned
     ut_SmallObjectPage *myPartialPages; // those with free blocks; reclaiming
     void *myFreeList;                   // of all pages; without reclaiming
     unsigned int myObjectSize;          // bytes, without the reclaiming word

@@ -202,10 +202,10 @@ public:
     /// "." as the decimal point in every locale. A word is 0 unless strtod()
     /// accepts it, like "inf"; as an integer every word is 0, as is ".5".
     ///
-    /// Deliberate: an integer goes through the range of a long, at whose ends
-    /// it stays, and then loses its high bits. One that is written with a
-    /// point or an exponent is rounded to single precision before and after
-    /// 0.5 is added, and then down.
+    /// Deliberate: an integer is limited to the range of a long and then loses
+    /// the high bits that its own type cannot hold. One that is written with a
+    /// point or an exponent is rounded to single precision before and after 0.5
+    /// is added, and then down: "2.5" is 3.
     int aread(short *values, int count);
     int aread(unsigned short *values, int count);
     int aread(int *values, int count);
