@@ -287,7 +287,7 @@ struct UT_ControlInfo
     int32 id;
     const char *name;       ///< of the environment variable
     const char *formerName; ///< null when it never had another one
-    const char *use;        ///< what it is for, a few words
+    const char *use;        ///< its purpose, in a few words
     double value;           ///< of numbers and switches
     double defaultValue;
     double minimum;

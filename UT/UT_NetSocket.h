@@ -31,7 +31,7 @@ enum UT_NetResult
     UT_NET_HOST_NOT_FOUND = -2, ///< the host name did not resolve
     UT_NET_CONNECT_FAILED = -3, ///< refused, or failed for another reason
     UT_NET_SYSTEM_ERROR = -4,   ///< a system call failed
-    UT_NET_WRONG_KIND = -5,     ///< connect on a listener, accept on no listener
+    UT_NET_WRONG_KIND = -5,     ///< connect on a listener, accept on another
     UT_NET_NOT_CONNECTED = -6   ///< not connected, or no descriptor
 };
 
