@@ -40,7 +40,7 @@ private:
 /// The file name of the component's library.
 constexpr char theLibraryName[] = "libValdrinConnection.so";
 
-/// All that the component reports of an exchange that failed.
+/// The component's reply when an exchange fails.
 constexpr char theFailureReply[] =
     "ERROR: Could not connect to Valdrin to run command";
 
@@ -48,9 +48,9 @@ constexpr char theFailureReply[] =
 /// system does not report it.
 std::string utProgramPath();
 
-/// Where the library lies that belongs to `program`, an absolute path: the
-/// places where a build or an installation puts it, seen from there. Empty for
-/// an empty path.
+/// Possible paths of the library that belongs to `program`, an absolute path:
+/// the places relative to it where a build or an installation puts the library.
+/// Empty for an empty path.
 std::vector<std::string> utLibrariesOfProgram(const std::string &program);
 
 /// Loads the first of `libraries` that can be loaded; a name without a slash is
