@@ -1,4 +1,5 @@
-// What leaves the library, for the headers that know nothing of the toolkit.
+// The export macro for the headers of this folder, which do not depend on the
+// toolkit.
 
 #pragma once
 

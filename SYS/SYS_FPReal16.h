@@ -1,4 +1,4 @@
-// Half floats: 16 bits a value, for large arrays that need no more.
+// Half floats of 16 bits, for large arrays that need no more precision.
 
 #pragma once
 
@@ -10,19 +10,19 @@
 #include <type_traits>
 
 /// A floating-point number of 16 bits: sign, five exponent bits with bias 15,
-/// ten mantissa bits. Normal values reach from 2^-14 to 65504, with 11 bits of
-/// precision; below that, multiples of 2^-24.
+/// ten mantissa bits. Normal values range from 2^-14 to 65504, with 11 bits of
+/// precision; smaller ones are multiples of 2^-24.
 ///
-/// It converts to and from float by itself, so mixed expressions and
+/// It converts to and from float implicitly, so mixed expressions and
 /// comparisons are calculated in float, or wider. Arithmetic on two halves
 /// gives a half: each result is converted back.
 ///
 /// Thread-compatible. The tables are constants: conversions work at any time,
-/// in constructors of static objects too.
+/// including in constructors of static objects.
 class SYS_API fpreal16
 {
 public:
-    /// Undefined, as a float would be; fpreal16() is 0.
+    /// An undefined value, as for a float; fpreal16() is 0.
     fpreal16() = default;
 
     /// The nearest half, ties away from zero. Too large a value becomes an
@@ -33,7 +33,8 @@ public:
     /// would change a signalling NaN.
     fpreal16(const float &value) : myBits(utFromFloat(value)) {}
 
-    /// The half of the float nearest to `value`. Volatile floats come here too.
+    /// The half for the float nearest to `value`. Volatile floats use this
+    /// constructor too.
     template <
         class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
     fpreal16(Number value) : fpreal16(static_cast<float>(value))
@@ -51,9 +52,8 @@ public:
     /// The bit pattern.
     [[nodiscard]] uint16 bits() const { return myBits; }
 
-    /// The exact value. A signalling NaN stays one, unless the compiler hands
-    /// floats around in x87 registers; UTnumericCast() of an array keeps it
-    /// everywhere.
+    /// The exact value. A signalling NaN stays one, unless the compiler passes
+    /// floats in x87 registers; UTnumericCast() of an array always keeps it.
     operator float() const { return _toFloat[myBits]; }
 
     fpreal16 operator-() const { return fpreal16(-float(*this)); }
@@ -67,7 +67,7 @@ public:
     static int16 convert(int32 x);
 
     /// Raises the processor's floating-point overflow condition, and returns
-    /// the infinity that did it.
+    /// the infinity that raised it.
     static float overflow();
 
     /// Converts some values of each kind there and back, for debuggers to step
@@ -93,7 +93,7 @@ private:
     static const float *const _toFloat;
 
     // Sign and exponent of the half for the upper 9 bits of a float; 0 where
-    // convert() has to look: exponents 30 and above, which rounding may carry
+    // convert() is needed: exponents 30 and above, which rounding may carry
     // into infinity, and those below 1.
     static const uint16 *const _eLut;
 
@@ -104,7 +104,7 @@ private:
 
 static_assert(sizeof(fpreal16) == 2);
 
-/// Arithmetic on halves is done in float, and the result converted back.
+/// Arithmetic on halves: calculated in float, and the result converted back.
 inline fpreal16
 operator+(fpreal16 a, fpreal16 b)
 {
@@ -126,12 +126,12 @@ operator/(fpreal16 a, fpreal16 b)
     return fpreal16(float(a) / float(b));
 }
 
-/// What arithmetic between a float and a `Number` gives.
+/// The result type of arithmetic between a float and a `Number`.
 template <class Number>
 using SYS_FloatWith = std::enable_if_t<
     std::is_arithmetic_v<Number>, std::common_type_t<float, Number>>;
 
-/// With a number of another type a half counts as its float.
+/// Arithmetic with a number of another type: a half counts as its float.
 template <class Number>
 SYS_FloatWith<Number>
 operator+(fpreal16 a, Number b)
@@ -184,20 +184,22 @@ operator/(Number a, fpreal16 b)
 /// Writes the value as `out` writes floats.
 SYS_API std::ostream &operator<<(std::ostream &out, fpreal16 half);
 
-/// Reads a float and stores the half for it; leaves `half` alone when there is
-/// none.
+/// Reads a float and stores the half for it. On failure leaves `half` alone.
 SYS_API std::istream &operator>>(std::istream &in, fpreal16 &half);
 
-/// Writes the bits as 0 and 1, the highest first, with a blank behind the sign
-/// and behind the exponent: 18 characters for a half, 34 for a float.
+/// Writes the bits as 0 and 1, the highest first, with a blank after the sign
+/// and after the exponent: 18 characters for a half, 34 for a float. The half
+/// 1.0 is "0 01111 0000000000".
 SYS_API void SYSprintBits(std::ostream &out, fpreal16 half);
 SYS_API void SYSprintBits(std::ostream &out, const float &value);
 
-/// The same into `buffer`, and a NUL behind it: 19 or 35 bytes in all.
+/// Writes the bits to `buffer` in the same form, with a NUL: 19 or 35 bytes in
+/// all.
 SYS_API void SYSprintBits(char *buffer, fpreal16 half);
 SYS_API void SYSprintBits(char *buffer, const float &value);
 
-/// The same for a volatile float, which would pass for a half otherwise.
+/// Writes the bits of a volatile float, which would otherwise be converted to a
+/// half.
 inline void
 SYSprintBits(std::ostream &out, const volatile float &value)
 {

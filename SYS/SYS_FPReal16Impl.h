@@ -1,4 +1,4 @@
-// The tables of the half floats, for the conversions of whole arrays too.
+// The tables of the half floats, shared with the conversions of whole arrays.
 
 #pragma once
 

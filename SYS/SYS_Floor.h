@@ -1,16 +1,17 @@
-// Floating-point numbers to integers, also where the language leaves the
-// result open.
+// Conversion of floating-point numbers to integers, also where the language
+// leaves the result undefined.
 
 #pragma once
 
 #include <climits>
 
-/// The largest integer that is not above `value`; the nearest long for one
-/// that no long is near, and 0 for no number.
+/// The largest integer that is not above `value`, limited to the range of a
+/// long; 0 for a NaN.
 inline long
 SYSfloorIL(float value)
 {
-    // A float is exact for the end of the range, and for one behind the other.
+    // A float holds the lower end of the range exactly, and one more than the
+    // upper end.
     constexpr float lowest = float(LONG_MIN);
     if (value < lowest)
         return LONG_MIN;

@@ -13,7 +13,7 @@ utHeapInfo()
     return mallinfo2();
 }
 #else
-// Counts in int, and so is wrong from 2 GiB on.
+// Counts in int, so the result is wrong from 2 GiB on.
 using ut_HeapInfo = struct mallinfo;
 
 inline ut_HeapInfo

@@ -1,10 +1,10 @@
-// What the machine's processors are and can do.
+// The number and the features of the machine's processors.
 
 #pragma once
 
 #include "SYS_API.h"
 
-/// What SYSgetProcessor() tells, a bit for each.
+/// Features that SYSgetProcessor() reports, a bit for each.
 enum SYS_ProcessorFlag
 {
     SYS_PROCESSOR_MMX = 1,
@@ -17,13 +17,13 @@ enum SYS_ProcessorFlag
     SYS_PROCESSOR_3DNOW = 128
 };
 
-/// The pieces that SYSgetProcessor() puts together: what the processor has,
-/// and what the user allows. On processors that are no x86 there is nothing.
+/// The parts of SYSgetProcessor(): the features that the processor has, and
+/// those that the user allows. Other processors than x86 have none.
 /// Thread-safe.
 class SYS_API SYS_Processor
 {
 public:
-    /// Whether the processor has the feature. Each asks the processor anew,
+    /// Whether the processor has the feature. Each call queries the processor,
     /// which may take some microseconds in a virtual machine.
     static bool hasMMX();
     static bool hasIntSSE();
@@ -35,28 +35,28 @@ public:
     static bool hasHyperThreading();
 
     /// Whether the environment allows a feature: the variable `name` is unset
-    /// or reads as the number 0. What is no number reads as 0.
+    /// or reads as the number 0. A text that is not a number reads as 0.
     static bool checkEnv(const char *name);
 
-    /// Whether the user allows the feature: VALDRIN_DISABLE_MMX takes all of
-    /// them away, VALDRIN_DISABLE_XMMX all but MMX, VALDRIN_DISABLE_SSE and
-    /// VALDRIN_DISABLE_3DNOW their own. The first call decides for the life of
-    /// the process.
+    /// Whether the user allows the feature: VALDRIN_DISABLE_MMX disables all of
+    /// them, VALDRIN_DISABLE_XMMX all except MMX, VALDRIN_DISABLE_SSE and
+    /// VALDRIN_DISABLE_3DNOW only their own. The first call decides for the
+    /// life of the process.
     static bool checkMMX();
     static bool checkXMMX();
     static bool checkSSE();
     static bool check3DNow();
 
-    /// Tells on standard error, once per process, that the processor is too
+    /// Prints on standard error, once per process, that the processor is too
     /// old.
     static void obsoleteWarning();
 };
 
 /// Stores the processor's features in `flags`, as SYS_ProcessorFlag bits. MMX
-/// is told whether allowed or not; the other vector instructions need MMX and
-/// the user's permission. The type is -1 at the process's first call, and 3
-/// from then on; parts of the toolkit call it too. Thread-safe; cheap but for
-/// the first call.
+/// is reported whether allowed or not; the other vector instructions need MMX
+/// and the user's permission. `type` is set to -1 by the process's first call,
+/// and to 3 by all later ones; parts of the toolkit call it too. Thread-safe;
+/// cheap except for the first call.
 SYS_API void SYSgetProcessor(int &type, int &flags);
 
 /// "linux_intel".
@@ -66,5 +66,6 @@ SYS_API const char *SYSgetOsProc();
 /// Reads the whole file at each call.
 SYS_API int parse_cpuinfo_for_nprocs();
 
-/// The same for another file of that form; null reads as a missing file.
+/// Number of processors that the file `path`, in the format of /proc/cpuinfo,
+/// lists; 0 when it cannot be read, and for null.
 SYS_API int parse_cpuinfo_for_nprocs(const char *path);

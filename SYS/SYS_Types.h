@@ -15,8 +15,8 @@ using uint32 = std::uint32_t;
 using int64 = std::int64_t;
 using uint64 = std::uint64_t;
 
-/// `value` as a `To`, for the places where a wide integer is known to fit a
-/// narrower one. That it fits is the caller's promise, asserted here.
+/// `value` as a `To`, for wide integers that are known to fit a narrower type.
+/// `value` must fit, which is asserted.
 template <class To, class From>
 constexpr To
 SYSnarrow(From value)

@@ -1,15 +1,14 @@
-// The toolkit's few macros: what leaves the library, and what the compiler
-// may check at a call. And what the whole toolkit does without memory.
+// The toolkit's few macros, for exports and for checks of calls by the
+// compiler, and what the whole toolkit does when memory runs out.
 //
-// Memory that cannot be had is reported by std::bad_alloc, as `new` does it;
-// the toolkit reports nothing else by an exception, and no null result means
-// it. The texts, arrays and tables concerned then hold what they held before,
-// though their storage may have grown. Only an operation that reads a stream,
-// or works through many objects, leaves what it has done so far. All of them
-// can be used further.
+// A failed allocation throws std::bad_alloc, as `new` does; the toolkit throws
+// nothing else, and no null result stands for it. The texts, arrays and tables
+// concerned then hold what they held before, though their storage may have
+// grown. Only an operation that reads a stream, or works through many objects,
+// leaves what it has done so far. All of them can still be used.
 //
-// Exceptions cannot pass the C library's functions: what it calls back
-// (comparators, jobs of workers, exit callbacks) has to catch its own.
+// Exceptions cannot pass through the C library: functions that it calls back
+// (comparators, jobs of workers, exit callbacks) must catch their own.
 
 #pragma once
 

@@ -1,5 +1,5 @@
-// Blocks of the C allocator that are never null: where there is no memory the
-// functions throw, as `new` does. For the sources of texts, arrays and tables,
+// Blocks of the C allocator that are never null: the functions throw when
+// memory runs out, as `new` does. For the sources of texts, arrays and tables,
 // whose blocks are freed with free().
 
 #pragma once
@@ -10,7 +10,7 @@
 #include <memory>
 #include <new>
 
-// The block that an allocation gave.
+// The block that an allocation returned; throws when that is null.
 template <class T>
 T *
 utChecked(T *block)
@@ -33,7 +33,7 @@ utAllocateZeros(size_t count, size_t size)
     return utChecked(calloc(count, size));
 }
 
-// Null stays null.
+// A copy of `text`. Null stays null.
 inline char *
 utDuplicate(const char *text)
 {

@@ -1,10 +1,10 @@
-// The rule by which the toolkit's containers grow.
+// The growth rule of the toolkit's containers.
 
 #pragma once
 
-/// Capacity of a container that must hold `slots` elements and cannot: `slots`
-/// and a step of 4 up to 127 slots, of 128 up to 1023, and of an eighth from
-/// there.
+/// The new capacity of a container that is too small for `slots` elements:
+/// `slots` plus 4 up to 127 slots, plus 128 up to 1023, and plus an eighth from
+/// there on. 10 becomes 14, and 2000 becomes 2250.
 constexpr unsigned
 UTgrownCapacity(unsigned slots)
 {

@@ -1,6 +1,6 @@
-// What the array classes share. The functions work on an array through its
-// public members, or on its elements alone; where the arrays differ on purpose
-// the difference is an argument.
+// The implementation that the array classes share. The functions work on an
+// array through its public members, or on its elements alone; deliberate
+// differences between the arrays are arguments.
 
 #pragma once
 
@@ -29,7 +29,7 @@ static constexpr unsigned theSmallBlock = 1024;
 
 // Slots in the block of an array, so that steps of a few slots seldom cost an
 // allocation: a power of two for a small array, a multiple of an eighth of one
-// for others. The address checker is to see what lies beyond the capacity.
+// for others. The address checker has to see accesses beyond the capacity.
 template <class T>
 unsigned
 utBlockSlots(unsigned capacity)
@@ -47,8 +47,8 @@ utBlockSlots(unsigned capacity)
     return capacity;
 }
 
-// A block of another size with what fits of the old one. The allocator keeps
-// small blocks at hand, but not for realloc().
+// A block of another size with as much of the old one as fits. The allocator
+// keeps small blocks ready, but not for realloc().
 template <class T>
 T *
 utReallocate(T *data, unsigned capacity, unsigned slots)
@@ -133,7 +133,7 @@ utResize(
     entries = std::min(entries, newCapacity);
 }
 
-// The copy constructors' part: exactly the elements in use.
+// Copies exactly the elements in use, for the copy constructors.
 template <class T>
 void
 utCopyNew(
@@ -155,8 +155,8 @@ utAssign(Array &array, const Array &source)
     std::copy(source.data(), source.data() + source.entries(), array.data());
 }
 
-// Makes the capacity what appending until there are `entries` elements makes
-// it, in one step.
+// Grows in one step to the capacity that appending one by one up to `entries`
+// elements would give.
 template <class Array>
 void
 utReserveAppends(Array &array, size_t entries)
@@ -169,8 +169,9 @@ utReserveAppends(Array &array, size_t entries)
 
 // ---- Inserting
 
-// `extraInside` and `extraBeyond` are what the arrays add to the slots that
-// they ask room for, below the entries and beyond the capacity.
+// `extraInside` and `extraBeyond` are added to the number of slots that a
+// growth asks for: for an index below the entries, and for one beyond the
+// capacity.
 template <class Array>
 unsigned
 utOpenSlot(
@@ -287,7 +288,7 @@ utFindAndRemove(Array &array, utElement<Array> value)
 // ---- Rearranging
 
 // Moves the last `count` of `entries` elements to the front. The smaller side
-// waits in a scratch block.
+// is kept in a scratch block meanwhile.
 template <class T>
 void
 utRotate(T *data, size_t entries, size_t count)
@@ -335,8 +336,8 @@ utShift(Array &array, unsigned from, unsigned to, unsigned count)
     return 0;
 }
 
-// ---- Comparators: qsort() and bsearch() take what the caller's comparator
-// is not, one of untyped pointers, so a typed one travels as their context.
+// ---- Comparators: qsort() and bsearch() take a comparator of untyped
+// pointers, so the caller's typed one is passed as their context.
 
 template <class T>
 void
@@ -456,8 +457,9 @@ utApply(Array &array, Function function, void *context)
 
 // ---- Sorted sets
 //
-// One walk along both arrays serves all of them. An order says which of the
-// two current elements goes on: the lesser one, or both when they are equal.
+// One walk along both arrays serves all of them. An order returns which of the
+// two current elements to advance from: the lesser one, or both when they are
+// equal.
 
 struct ut_Advance
 {
@@ -473,7 +475,7 @@ enum ut_SetOperation
     UT_SET_MERGE // a union that drops nothing
 };
 
-// Appends `count` elements as if by append().
+// Appends `count` elements, with the growth of as many append() calls.
 template <class Array, class T>
 void
 utAppendRun(Array &result, const T *elements, size_t count)
@@ -486,7 +488,7 @@ utAppendRun(Array &result, const T *elements, size_t count)
     result.setEntries(unsigned(entries));
 }
 
-// Takes back what was appended, unless it is told that all is there.
+// Removes what was appended, unless dismiss() is called.
 template <class Array>
 class ut_EntriesGuard
 {
@@ -509,9 +511,9 @@ private:
     unsigned myEntries;
 };
 
-// The walk writes an element before it knows whether that is wanted, which
-// spares a jump that no processor can foresee. It does so in a scratch block:
-// the result's slots beyond its entries stay as they are.
+// The walk writes an element before it knows whether it is wanted, which saves
+// a branch that no processor can predict. It writes to a scratch block, so that
+// the result's slots beyond its entries are unchanged.
 template <ut_SetOperation operation, class Array, class Order>
 void
 utSetWalk(const Array &a, const Array &b, Array &result, Order order)
@@ -525,7 +527,7 @@ utSetWalk(const Array &a, const Array &b, Array &result, Order order)
     const auto *const secondEnd = second + b.entries();
     while (first != firstEnd && second != secondEnd)
     {
-        // So many steps cannot run past an end.
+        // This number of steps cannot run past an end.
         ptrdiff_t steps = std::min(
             {firstEnd - first, secondEnd - second,
              ptrdiff_t(std::size(scratch))});
@@ -631,7 +633,7 @@ utSetOperation(const Array &a, const Array &b, Array &result, Order order)
     guard.dismiss();
 }
 
-// The form that replaces the first array by the result.
+// Replaces the first array by the result.
 template <ut_SetOperation operation, class Array, class Order>
 void
 utSetReplace(Array &array, const Array &other, Order order)
@@ -677,7 +679,8 @@ utHeapify(Array &array, unsigned index, Compare compare)
     }
 }
 
-// What heapPop() does before it lets the new root sink.
+// Removes the root and puts the last element in its place, which heapPop() then
+// sinks.
 template <class Array>
 utElement<Array>
 utHeapTakeRoot(Array &array)

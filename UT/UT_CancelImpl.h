@@ -1,15 +1,13 @@
-// What the sources share that must not be left in the middle by a thread that
-// is being ended.
+// A guard for code that must finish even in a thread that is being cancelled.
 
 #pragma once
 
 #include <pthread.h>
 
-// Switches cancellation of the calling thread off while it lives. For calls
-// that POSIX names as cancellation points, where to leave them would end the
-// program (in a destructor, and in whatever else must not throw), would lose a
-// descriptor that they have just opened, or would leave a lock of the C library
-// held.
+// Switches cancellation of the calling thread off while the guard lives. It is
+// for calls that POSIX names as cancellation points, where cancellation would
+// end the program (in a destructor, and in whatever else must not throw), leak
+// a descriptor that was just opened, or leave a lock of the C library held.
 class ut_CancelGuard
 {
 public:

@@ -1,11 +1,11 @@
-// Kinds of characters. They are ASCII's whatever the locale, and bytes above
-// 127 are of no kind.
+// Kinds of characters: those of ASCII in every locale. Bytes above 127 are of no
+// kind.
 
 #pragma once
 
 #include "SYS/SYS_Types.h"
 
-// What separates words: the space characters and the carriage return.
+// Whether `c` separates words: a space character or the carriage return.
 inline bool
 utIsSpace(char c)
 {

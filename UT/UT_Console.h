@@ -1,4 +1,4 @@
-// The text console that a program may or may not have.
+// The text console of a program that has one.
 
 #pragma once
 
@@ -14,15 +14,15 @@ public:
     /// Ends the console; UT_Exit::exit() does this.
     static void terminateConsole();
 
-    /// Whether the program said that it has a text console; false unless it
-    /// did.
+    /// Whether the program has a text console: false until the program sets it.
     static bool hasTextConsole() { return theHasTextConsole; }
     static void setHasTextConsole(bool has) { theHasTextConsole = has; }
 
-    /// Returns 0: a child process needs no flag to keep its window away.
+    /// Returns 0: no flag is needed to keep a child process from opening a
+    /// window.
     static int childProcessCreateWindowFlag() { return 0; }
 
-    /// Does nothing: a console here does not close behind its program.
+    /// Does nothing: a console here stays open after its program ends.
     static void setWaitForUserToClose(int) {}
 
 private:

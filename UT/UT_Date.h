@@ -1,4 +1,4 @@
-// Points in time as text. The names are English wherever the program runs.
+// Times as text. The names are English in every locale.
 
 #pragma once
 
@@ -8,8 +8,8 @@
 #include <ctime>
 #include <iosfwd>
 
-/// Formats times as strftime() does in the C locale, with its own ideas of a
-/// few conversions:
+/// Formats times as strftime() does in the C locale, except for a few
+/// conversions:
 ///
 /// | letters | text |
 /// |---|---|
@@ -28,34 +28,35 @@
 /// | `Z` | name of the time zone |
 /// | `n` `t` `%` | a newline, a tab, a percent sign |
 ///
-/// Any other letter stands for itself, and the `%` before it too. A field out
-/// of its range prints as the number it is, a name as `?`.
+/// Any other letter is copied, with the `%` before it. A field that is out of
+/// its range is printed as a number, or as `?` where a name is due: month 12 of
+/// `tm_mon` is "13" for `%m` and "?" for `%b`.
 ///
-/// Thread-safe, but for `%Z`, which reads the C library's `tzname` as it is.
+/// Thread-safe, except for `%Z`, which reads the C library's `tzname`.
 class UT_API UT_Date
 {
 public:
-    /// Writes a broken-down time to `os` and returns it; nothing for a null
-    /// time or format. `%Y`, `%u` and `%w` are written with the stream's own
-    /// number format, all else as it is.
+    /// Writes a broken-down time to `os` and returns `os`. Writes nothing for a
+    /// null time or format. `%Y`, `%u` and `%w` use the stream's own number
+    /// format; nothing else does.
     static std::ostream &
     dprintf(std::ostream &os, const char *format, const tm *t);
 
-    /// Writes the local time of `time`, in seconds since 1970, as localtime()
-    /// has it at that moment; nothing when the year does not fit in an int.
-    /// Without the variable `TZ` each call looks at the system's zone, which
-    /// takes one system call.
+    /// Writes the local time at `time`, in seconds since 1970, as localtime()
+    /// has it at that moment, and returns `os`. Writes nothing when the year
+    /// does not fit in an int. When the variable `TZ` is not set, each call
+    /// checks the system's time zone, which takes one system call.
     static std::ostream &
     dprintf(std::ostream &os, const char *format, long time);
 
-    /// Puts the text into `buffer`, which has room for 512 bytes: at most 511
-    /// of the text, and a NUL. Returns the number of conversions done, those
-    /// inside others and those that did not fit included.
+    /// Writes the text to `buffer`, which has room for 512 bytes: at most 511
+    /// bytes of text, and a NUL. Returns the number of conversions done,
+    /// including those inside others and those that did not fit.
     static int dprintf(char *buffer, const char *format, const tm *t);
     static int dprintf(char *buffer, const char *format, long time);
 
-    /// Conversions done by all threads since somebody formatted into a buffer
-    /// the last time, that call included.
+    /// Conversions done by all threads since the last call that formatted into
+    /// a buffer began.
     static int conversions()
     {
         return theCount.load(std::memory_order_relaxed);

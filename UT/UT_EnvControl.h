@@ -19,16 +19,16 @@ enum UT_ControlKind
     UT_CONTROL_STRING
 };
 
-/// All that is known of one setting; see UTdescribeControl(). Names and use
-/// live as long as the process; the texts are borrowed until the next change
-/// of the settings.
+/// The description of one setting; see UTdescribeControl(). Names and use live
+/// as long as the process; the texts are borrowed until the next change of the
+/// settings.
 struct UT_ControlInfo
 {
     UT_ControlKind kind;
     int32 id;
     const char *name;       ///< of the environment variable
     const char *formerName; ///< null when it never had another one
-    const char *use;        ///< what it is for, a few words
+    const char *use;        ///< its purpose, in a few words
     double value;           ///< of numbers and switches
     double defaultValue;
     double minimum;
@@ -38,24 +38,25 @@ struct UT_ControlInfo
     bool isComputed;         ///< the default depends on machine and user
 };
 
-/// The one table of settings. It comes into being at the first question, with
-/// the environment of that moment, and lives as long as the process.
+/// The table of settings. It is created when a setting is first read, from the
+/// environment at that time, and lives as long as the process.
 ///
-/// A switch takes "0" and "1" as they are. Deliberate: any other value, ""
-/// too, turns it to the opposite of its default. A number is read as far as it
-/// is one, is 0 when it is none, and is moved to the nearest allowed one when
-/// it is out of range. In a text each backslash becomes a slash, and the
-/// variable is then rewritten. An unset variable leaves the default.
+/// A switch is off for "0" and on for "1". Deliberate: any other value, ""
+/// included, sets it to the opposite of its default. A number is read up to the
+/// first byte that is no part of it ("12px" is 12), counts as 0 when there is
+/// none, and is moved to the nearest allowed value when it is out of range. In
+/// a text each backslash becomes a slash, and the variable is then rewritten.
+/// An unset variable leaves the default.
 ///
-/// The table sets USER, HOME, VALDRIN_TEMP_DIR and VALDRIN_DESKTOP_DIR to what
-/// it has found, for child processes.
+/// The table sets the variables USER, HOME, VALDRIN_TEMP_DIR and
+/// VALDRIN_DESKTOP_DIR to the values that it computed, for child processes.
 ///
-/// Reading is thread-safe; the first question and changes touch the
-/// environment, which one thread only may use.
+/// Reading is thread-safe; the first read and all changes touch the
+/// environment: one thread only.
 class UT_API UT_EnvControl
 {
 public:
-    /// The table, which is created when it is not there yet.
+    /// The table, which is created when it does not exist yet.
     static UT_EnvControl &getControl()
     {
         UT_EnvControl *control = theControl.load(std::memory_order_acquire);
@@ -72,33 +73,35 @@ public:
         return getControl().myFloats[id];
     }
 
-    /// The same; null when there is neither a value nor a default. Borrowed
-    /// until the next change of the settings.
+    /// The value of a text, null when there is neither a value nor a default.
+    /// Borrowed until the next change of the settings.
     static const char *getString(UT_StrControl id)
     {
         return getControl().myStrings[id];
     }
 
-    /// The name of a setting's variable, null for an id that there is not.
-    /// Does not create the table.
+    /// The name of a setting's variable, null for an unknown id. Does not
+    /// create the table.
     static const char *getIntVar(UT_IntControl id);
     static const char *getFloatVar(UT_FltControl id);
     static const char *getStringVar(UT_StrControl id);
 
-    /// The name that the variable had before, null when it had none.
-    /// Deliberate: a variable of that name is not read.
+    /// The former name of a setting's variable, null when it never had another
+    /// one. Deliberate: a variable of that name is not read.
     static const char *getOldIntVar(UT_IntControl id);
     static const char *getOldFloatVar(UT_FltControl id);
     static const char *getOldStringVar(UT_StrControl id);
 
     /// Changes a text and its variable in the environment. `value` is copied
-    /// as it is, backslashes too, and may be the present one; null removes the
-    /// variable and leaves no value. Does nothing for an id that there is not.
+    /// unchanged, backslashes included, and may be the current value; null
+    /// removes the variable and leaves no value. Does nothing for an unknown
+    /// id.
     static void setStringVar(UT_StrControl id, const char *value);
 
-    /// Tells that a variable has changed. If it is one of a setting, all
-    /// settings are read again, former names not being names of settings. Does
-    /// nothing before the table is there: the first question will see it.
+    /// Reads all settings again after the variable `name` has changed. Does
+    /// nothing when `name` is not a setting's variable (a former name is not
+    /// one), or before the table is created, which will read the new value
+    /// anyway.
     static void varChanged(const char *name);
 
 private:
@@ -123,9 +126,10 @@ static_assert(sizeof(void *) != 4 || sizeof(UT_EnvControl) == 956);
 
 extern "C"
 {
-    /// Describes one setting, by its place in the list of all: the switches,
+    /// Describes one setting, by its position in the list of all: the switches,
     /// the whole numbers, those with a fraction, the texts. Returns 1, or 0
-    /// when `index` (from 0) is none; `info` is then left alone. Creates the
-    /// table. The name is plain, for programs that load the library.
+    /// when `index` (from 0) is past the end; `info` is then left alone.
+    /// Creates the table. The name is plain, for programs that load the
+    /// library.
     UT_API int UTdescribeControl(int index, UT_ControlInfo &info);
 }

@@ -1,9 +1,9 @@
-// The ids of the settings. UT_EnvControl.h has what is done with them.
+// The ids of the settings, which UT_EnvControl.h reads and changes.
 
 #pragma once
 
-// The ids are "UT_" and the name of the environment variable. Programs know
-// their numbers: they stay.
+// An id is "UT_" followed by the name of the environment variable. Programs
+// depend on the numbers: they never change.
 
 /// Ids of the switches and the whole-number settings.
 enum UT_IntControl

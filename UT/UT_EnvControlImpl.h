@@ -32,12 +32,12 @@ struct ut_StringRow
 {
     UT_StrControl id;
     const char *name;
-    const char *defaultText; // null: none, or one that is worked out
+    const char *defaultText; // null: none, or a computed one
     const char *formerName;
     const char *use;
 };
 
-// Every id has one row; the rows have no order, and a last one without a name.
+// Every id has one row, in any order; the last row has no name.
 extern const ut_ExistRow theExistLookups[];
 extern const ut_IntRow theIntLookups[];
 extern const ut_FltRow theFltLookups[];

@@ -1,5 +1,5 @@
-// What goes wrong, as records: a type, a code, a free text and a severity. The
-// words come from message files, looked up when a message is asked for.
+// Error records: a type, a code, a free text and a severity. The words come
+// from message files, which are read when a message is asked for.
 
 #pragma once
 
@@ -17,7 +17,7 @@ enum UT_ErrorSeverity : int32
     UT_ERROR_PROMPT = 2,  ///< something to answer
     UT_ERROR_WARNING = 3, ///< done, but not as asked
     UT_ERROR_ERROR = 4,   ///< not done
-    UT_ERROR_FATAL = 5    ///< not done, and there is no going on
+    UT_ERROR_FATAL = 5    ///< not done, and the program cannot continue
 };
 
 /// Codes of the message type "Common", for what can go wrong anywhere. The
@@ -31,11 +31,11 @@ enum UT_CommonErrorCode : int32
     UT_CE_FILE_ERROR = 4,       ///< a file operation failed
     UT_CE_FILE_READ = 5,        ///< reading a file failed
     UT_CE_FILE_WRITE = 6,       ///< writing a file failed
-    UT_CE_FILE_FORMAT = 7,      ///< a file is not what it should be
-    UT_CE_FILE_EXISTS = 8,      ///< a file is there and must not be
+    UT_CE_FILE_FORMAT = 7,      ///< a file has the wrong format
+    UT_CE_FILE_EXISTS = 8,      ///< a file exists and must not
     UT_CE_DIRECTORY_ERROR = 9,  ///< making or reading a directory failed
     UT_CE_NO_PERMISSION = 10,   ///< not allowed
-    UT_CE_CANNOT_CONNECT = 11,  ///< nobody answers at an address
+    UT_CE_CANNOT_CONNECT = 11,  ///< no answer at an address
     UT_CE_CONNECTION_LOST = 12, ///< a connection ended too early
     UT_CE_UNKNOWN_COMMAND = 13, ///< no such command
     UT_CE_SYNTAX_ERROR = 14,    ///< a text cannot be parsed
@@ -46,7 +46,7 @@ enum UT_CommonErrorCode : int32
     UT_CE_BAD_NUMBER = 19,      ///< not a number
     UT_CE_OUT_OF_RANGE = 20,    ///< a number too small or too large
     UT_CE_BAD_VARIABLE = 21,    ///< a variable that cannot be used
-    UT_CE_RECURSION = 22,       ///< something needs itself
+    UT_CE_RECURSION = 22,       ///< something depends on itself
     UT_CE_INTERRUPTED = 23,     ///< stopped by the user
     UT_CE_TIMED_OUT = 24,       ///< took too long
     UT_CE_NOT_SUPPORTED = 25,   ///< cannot be done here
@@ -78,20 +78,21 @@ public:
     UT_Error(const UT_Error &) = delete;
     UT_Error &operator=(const UT_Error &) = delete;
 
-    /// What the error was made of. Borrowed until the error's next change,
-    /// null if given so.
+    /// The type, the free text, the code and the severity. The texts are
+    /// borrowed until the error's next change, and null if given so.
     [[nodiscard]] const char *getErrorType() const { return myType; }
     [[nodiscard]] const char *getErrorString() const { return myString; }
     [[nodiscard]] int getErrorCode() const { return myCode; }
     [[nodiscard]] UT_ErrorSeverity getSeverity() const { return mySeverity; }
 
-    /// Writes the message to `out`, which then owns it: the text of the code
-    /// in the type's message file, with the free text in it; "TYPE: unknown
+    /// Writes the message to `out`, which then owns it: the code's text from
+    /// the type's message file, with the free text in it, or "TYPE: unknown
     /// error: CODE" when there is none. With `prefixes` each line begins with
-    /// 13 bytes, see getFileString().
+    /// 13 bytes; see getFileString().
     ///
-    /// A system error is the C library's text for the code, and the free text
-    /// in parentheses unless that is empty. It never has prefixes.
+    /// The message of a system error is the C library's text for the code,
+    /// followed by the free text in parentheses unless that is empty: "No such
+    /// file or directory (/tmp/x)". It never has prefixes.
     virtual void getErrorMessage(
         UT_String &out, UT_ErrorSeverity lastSeverity, int prefixes) const;
 
@@ -103,29 +104,30 @@ public:
     void setErrorCode(int code) { myCode = code; }
     void setSeverity(UT_ErrorSeverity severity) { mySeverity = severity; }
 
-    /// What getErrorMessage() does for all types but "System".
+    /// Writes the message as getErrorMessage() does for all types except
+    /// "System".
     ///
-    /// The text of a message file is a format as printf() takes it, of which
-    /// only `%s` is meant for use: at most one, which may have `-`, a width
-    /// and a precision of up to three digits; and `%%`. A text with any other
-    /// `%` is taken as it is.
+    /// The text of a message file is a printf() format that may have one `%s`
+    /// for the free text, with `-`, a width and a precision of up to three
+    /// digits, and any number of `%%`. A text with any other `%` is used
+    /// unchanged.
     void stdGetErrorMessage(
         UT_String &out, UT_ErrorSeverity lastSeverity, int prefixes) const;
 
-    /// Writes the text for a code to `out`, which then owns it, and returns 1;
-    /// 0, and leaves `out` alone, when `type` is null, has no message file, or
-    /// `code` is negative or above the file's last one. The text of a code
-    /// that the file leaves out is "".
+    /// Writes the text for a code to `out`, which then owns it, and returns 1.
+    /// Returns 0, and leaves `out` alone, when `type` is null or has no message
+    /// file, or when `code` is negative or above the file's last one. The text
+    /// of a code that the file leaves out is "".
     ///
     /// With `prefixes` the first line begins with the label of `severity`
-    /// ("Warning:     ", "Error:       " or "Fatal error: "; none below), or
-    /// with 13 blanks when `lastSeverity` is the same; each further line with
-    /// 13 blanks. An empty text stays empty.
+    /// ("Warning:     ", "Error:       " or "Fatal error: "; none for a lower
+    /// one), or with 13 blanks when `lastSeverity` is the same; each further
+    /// line begins with 13 blanks. An empty text stays empty.
     ///
     /// The message file is `type` when that is a full path, and otherwise
-    /// error/TYPE on the main search path. It is read once, and kept as long
-    /// as the process lives; one that is not there is looked for each time.
-    /// error/README tells the format. Thread-safe, but for the search path.
+    /// error/TYPE on the main search path. It is read once, and kept as long as
+    /// the process lives; a missing one is looked for each time. error/README
+    /// describes the format. Thread-safe, except for the search path.
     static int getFileString(
         UT_String &out, const char *type, int code, UT_ErrorSeverity severity,
         UT_ErrorSeverity lastSeverity, int prefixes);

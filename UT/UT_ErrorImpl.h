@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-// Leaves errno as it was: telling of an error must not change what the system
-// said.
+// Restores errno at its end: reporting an error must not change what the system
+// reported.
 class ut_ErrnoKeeper
 {
 public:

@@ -1,4 +1,4 @@
-// The file in which errors are kept when nobody is there to see them.
+// A log file for errors that nobody is there to see.
 
 #pragma once
 
@@ -11,16 +11,16 @@
 #include <ctime>
 
 /// Appends errors, with the time, to the file that the setting
-/// VALDRIN_ERRORLOG_FILENAME names; without one it does nothing. All errors
-/// that are added to an error manager come here first.
+/// VALDRIN_ERRORLOG_FILENAME names; does nothing without one. All errors that
+/// are added to an error manager are logged first.
 ///
-/// Errors below the severity VALDRIN_ERRORLOG_LEVEL are left out, and so is a
-/// message that comes again within 2 seconds, so that a loop that keeps failing
+/// Errors below the severity VALDRIN_ERRORLOG_LEVEL are left out, as is a
+/// message that is repeated within 2 seconds, so that a loop that keeps failing
 /// does not fill the disk.
 ///
 /// The file is opened for each error and closed again: it may be moved away at
-/// any time. Each error is written in one piece, so that several processes can
-/// share a file. Thread-safe; a child of fork() may use it, too.
+/// any time. Each error is written in one write, so that several processes can
+/// share a file. Thread-safe; a child of fork() may use it too.
 class UT_API UT_ErrorLog
 {
 public:
@@ -31,14 +31,14 @@ public:
     [[nodiscard]] bool isEnabled() const { return myEnabled; }
 
     /// Appends an error's date and time, its message with prefixes, and a
-    /// newline. Nothing else happens when the file cannot be opened or
-    /// written. Null opens the file only, and so makes it, as does an error
-    /// below the level.
+    /// newline. A file that cannot be opened or written is not reported. Null,
+    /// or an error below the level, only creates the file if it is missing.
     ///
-    /// A message is left out when the same text came 2 seconds ago or less.
-    /// Deliberate: a text that was left out counts too, so one that comes
-    /// every second is written once; and the texts are forgotten as soon as
-    /// nothing came for 3 seconds. `errno` is the same afterwards.
+    /// A message is left out when the same text was last logged, or left out, 2
+    /// seconds ago or less. Deliberate: since a text that was left out counts
+    /// too, one that is repeated every second is written once. All texts are
+    /// forgotten when nothing has been logged for 3 seconds. `errno` is
+    /// unchanged afterwards.
     void logError(UT_Error *error)
     {
         if (myEnabled)
@@ -62,13 +62,13 @@ private:
     UT_Lock myLock;                  // guards the last two, and the file
 };
 
-// A time_t has the width that it has in the library.
+// A time_t must be as wide as in the library.
 static_assert(
     sizeof(time_t) == sizeof(long),
     "UT_ErrorLog.h is for programs built without -D_TIME_BITS=64");
 static_assert(sizeof(void *) != 4 || sizeof(UT_ErrorLog) == 68);
 
-/// The one log, which is made at the first call with the settings of that
-/// moment. Lives as long as the process. Thread-safe, but for the first call,
+/// The log of the process, created at the first call from the settings at that
+/// time. Lives as long as the process. Thread-safe, except for the first call,
 /// which expands the name of the file.
 UT_API UT_ErrorLog *UTgetErrorLog();

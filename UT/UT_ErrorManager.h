@@ -1,4 +1,4 @@
-// Where errors are collected: one manager for each scope, on a stack.
+// Collections of errors: one manager for each scope, on a stack.
 
 #pragma once
 
@@ -11,9 +11,9 @@
 /// The errors of one scope, in the order in which they came. The manager owns
 /// them.
 ///
-/// All functions that add an error offer it to the error log first (see
-/// UT_ErrorLog) and return the severity of the whole manager. `errno` is the
-/// same after them.
+/// All functions that add an error pass it to the error log first (see
+/// UT_ErrorLog) and return the severity of the whole manager. They leave
+/// `errno` unchanged.
 ///
 /// One thread only: managers are used from one thread at a time.
 class UT_API UT_ErrorManager
@@ -45,13 +45,13 @@ public:
         return getNeedScan() ? computeSeverity() : mySeverity;
     }
 
-    /// Whether nothing has come since the messages were listed the last time.
+    /// Whether no error has been added since the messages were last listed.
     [[nodiscard]] bool getReadFlag() const
     {
         return (myFlags & theReadFlag) != 0;
     }
 
-    /// Whether the severity has to be found out again.
+    /// Whether the severity has to be computed again.
     [[nodiscard]] bool getNeedScan() const
     {
         return (myFlags & theNeedScanFlag) != 0;
@@ -62,14 +62,15 @@ public:
     [[nodiscard]] int findError(const char *type, int code) const;
 
     /// Lists the messages of all errors of the severity `filter`, or of all
-    /// for UT_ERROR_NONE, in `out`, which owns the text, and sets the read
-    /// flag. Returns the number of errors that matched. `prefixes` is as for
-    /// UT_Error::getErrorMessage(); of errors of one severity in a row only
+    /// errors for UT_ERROR_NONE, in `out`, which owns the text, and sets the
+    /// read flag. Returns the number of errors that matched. `prefixes` is as
+    /// for UT_Error::getErrorMessage(); in a run of errors of one severity only
     /// the first has a label.
     ///
-    /// Deliberate: there is a newline before every error but the first, also
-    /// when the filter skips it or the ones before, and a skipped error counts
-    /// as the one before when the next gets its label.
+    /// Deliberate: there is a newline before every error except the first, also
+    /// when the filter skips it or the ones before. A skipped error counts as
+    /// the previous one when the next gets its label. With the filter
+    /// UT_ERROR_ERROR a warning and an error give "\n" and the error's message.
     int getErrorMessages(UT_String &out, UT_ErrorSeverity filter, int prefixes);
 
     // ---- Adding: `type` is kept, must outlive the error and is usually a
@@ -81,22 +82,22 @@ public:
     UT_ErrorSeverity addError(const char *type, int code, const char *string);
     UT_ErrorSeverity addFatal(const char *type, int code, const char *string);
 
-    /// Adds what `errno` says as an error. Does not tell the performance
-    /// monitor, unlike other errors.
+    /// Adds the system error in `errno`, with a free text. Unlike other errors,
+    /// it is not passed to the performance monitor.
     UT_ErrorSeverity systemError(const char *string);
 
-    /// Add errors of the type "Common".
+    /// Adds an error of the type "Common".
     UT_ErrorSeverity commonWarning(int code, const char *string);
     UT_ErrorSeverity commonError(int code, const char *string);
 
-    /// Takes over an error, which the manager deletes, without a word to the
-    /// log; nothing for null. Returns the severity.
+    /// Takes over an error, which the manager deletes, without logging it; does
+    /// nothing for null. Returns the severity.
     ///
-    /// A manager that holds 40 errors takes only one that is worse than all
-    /// before it, and deletes any other at once.
+    /// A manager that holds 40 errors accepts only one that is worse than all
+    /// of them, and deletes any other at once.
     ///
-    /// Deliberate: "worse" is meant of the severity as it was last found out,
-    /// also when an error has been removed since.
+    /// Deliberate: "worse" refers to the severity as last computed, also when
+    /// an error has been removed since.
     UT_ErrorSeverity append(UT_Error *error);
 
     // ---- Removing
@@ -104,30 +105,31 @@ public:
     /// Deletes all errors, the last one first, and sets the read flag.
     void clearAndDestroyErrors();
 
-    /// Takes the error at `index` out and returns `index`; -1 when there is
-    /// none. Deliberate: it is not deleted, caller deletes.
+    /// Removes the error at `index` and returns `index`; -1 when there is none.
+    /// Deliberate: the error is not deleted; caller deletes.
     int removeError(int index);
 
-    /// Takes out each error whose message is that of an earlier one; errors
-    /// with an empty message stay. O(n). Deliberate: they are not deleted, and
-    /// neither the flags nor the severity change.
+    /// Removes each error whose message is that of an earlier one; errors with
+    /// an empty message stay. O(n). Deliberate: the removed errors are not
+    /// deleted, and neither the flags nor the severity change.
     void pruneDuplicates();
 
     /// Moves the errors `first` to `last` of `src` here, or copies them, if
-    /// their severity is `filter` or that is UT_ERROR_NONE. Returns how many,
-    /// those included that were deleted as append() does.
+    /// their severity is `filter` or `filter` is UT_ERROR_NONE. Returns their
+    /// number, including those that append() deleted.
     ///
-    /// A negative `first` is 0. A `last` that is negative or too large is that
-    /// of `src`, and also when `first` is the number of its errors. Nothing
-    /// happens when `src` holds none or `first` is larger than that; else the
-    /// read flag is cleared here.
+    /// A negative `first` counts as 0. A `last` that is negative or too large
+    /// counts as the last of `src`, as does any `last` when `first` is the
+    /// number of errors there. Nothing happens when `src` is empty or `first`
+    /// is above that number; otherwise the read flag is cleared here.
+    /// `stealErrors(src, 0, -1, UT_ERROR_NONE, false)` moves all errors.
     int stealErrors(
         UT_ErrorManager &src, int first, int last, UT_ErrorSeverity filter,
         bool copy);
 
     // ---- State
 
-    /// Finds the severity out and returns it.
+    /// Computes the severity from the errors and returns it.
     UT_ErrorSeverity computeSeverity();
 
     void setReadFlag(int on) { setFlag(theReadFlag, on); }
@@ -160,18 +162,18 @@ static_assert(sizeof(void *) != 4 || sizeof(UT_ErrorManager) == 24);
 
 // ---- The stack of managers, which is empty at first. One thread only.
 
-/// The manager on top, which is made when the stack is empty. Borrowed until
+/// The manager on top, which is created when the stack is empty. Borrowed until
 /// the next push or pop: both may move it.
 UT_API UT_ErrorManager *UTgetErrorManager();
 
-/// Opens a scope: a manager without errors comes on top.
+/// Opens a scope: pushes a manager without errors.
 UT_API void UTpushErrorManager();
 
-/// Ends a scope: the manager on top goes with all its errors. Does nothing on
-/// an empty stack.
+/// Ends a scope: removes the manager on top with all its errors. Does nothing
+/// on an empty stack.
 UT_API void UTpopErrorManager();
 
-/// UT_ErrorManager's functions on the manager on top.
+/// Adds an error to the manager on top, as the member of UT_ErrorManager does.
 UT_API UT_ErrorSeverity
 UTaddMessage(const char *type, int code, const char *string);
 UT_API UT_ErrorSeverity
@@ -186,20 +188,20 @@ UT_API UT_ErrorSeverity UTaddSystemError(const char *string);
 UT_API UT_ErrorSeverity UTaddCommonWarning(int code, const char *string);
 UT_API UT_ErrorSeverity UTaddCommonError(int code, const char *string);
 
-/// Logs an error and gives it to the manager on top, which deletes it; nothing
-/// for null.
+/// Logs an error and gives it to the manager on top, which deletes it; does
+/// nothing for null.
 UT_API UT_ErrorSeverity UTaddError(UT_Error *error);
 
 UT_API UT_ErrorSeverity UTgetErrorSeverity();
 [[nodiscard]] UT_API int UTfindError(const char *type, int code);
 
-/// Tells by `errno` whether the last output may be taken as done. Returns 1
-/// then; 0 when the device or the file system failed (EIO, EMFILE, ENOSPC,
-/// EROFS, ENOSTR, ENOSR or ETIMEDOUT), and adds the common error
-/// UT_CE_FILE_ERROR with `operation`, what the system says, and `path`. Both
-/// texts may be null. Set `errno` to 0 before the output.
+/// Whether the last output succeeded, judged by `errno`: 1 when it did. Returns
+/// 0 when the device or the file system failed (EIO, EMFILE, ENOSPC, EROFS,
+/// ENOSTR, ENOSR or ETIMEDOUT), and adds the common error UT_CE_FILE_ERROR with
+/// `operation`, the system's text, and `path`. Both texts may be null. Set
+/// `errno` to 0 before the output.
 ///
-/// With the setting VALDRIN_VERBOSE_ERROR any `errno` but 0 is also told on
-/// standard error. Deliberate: the stream is not looked at.
+/// With the setting VALDRIN_VERBOSE_ERROR any `errno` except 0 is also printed
+/// on standard error. Deliberate: the stream is not looked at.
 UT_API int
 UTcheckOutStream(std::ostream &os, const char *operation, const char *path);

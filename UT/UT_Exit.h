@@ -1,15 +1,15 @@
-// What is to be done when the process ends.
+// Callbacks that run when the process ends.
 
 #pragma once
 
 #include "UT_API.h"
 
-/// A list of callbacks that run once, in the order of their registration: when
-/// runExitCallbacks() asks for it, or else when the process ends. Where the
-/// library is unloaded earlier they run then, as long as their code is there.
+/// A list of callbacks that run once, in the order of their registration: at
+/// runExitCallbacks(), or else when the process ends. If the library is
+/// unloaded earlier they run then, as long as their code is loaded.
 ///
-/// Once they have run, callbacks that are added later never do. A callback may
-/// add and remove callbacks; one that is added by the last one is lost.
+/// Once they have run, callbacks that are added later never run. A callback may
+/// add and remove callbacks; one that the last callback adds is lost.
 ///
 /// One thread only.
 class UT_API UT_Exit
@@ -17,24 +17,26 @@ class UT_API UT_Exit
 public:
     using Callback = void (*)(void *data);
 
-    /// Adds a callback; `data` is handed to it as it is. Returns false, and
-    /// adds nothing, when the same function with the same data is there
-    /// already. O(callbacks).
+    /// Adds a callback, which is called with `data`. Returns false, and adds
+    /// nothing, when the same function with the same data is already
+    /// registered. O(callbacks).
     static bool addExitCallback(Callback function, void *data);
 
-    /// Takes a callback back. Returns false when it is not there.
+    /// Removes a callback. Returns false when it is not registered.
     static bool removeExitCallback(Callback function, void *data);
 
-    /// Takes all of them back.
+    /// Removes all callbacks.
     static void removeAllExitCallbacks();
 
-    /// Runs the callbacks, unless that was done before; without callbacks, too,
-    /// this counts as done.
+    /// Runs the callbacks, unless they have run before. A run without callbacks
+    /// counts too.
     static void runExitCallbacks();
 
-    /// The same, as the handler that the C library calls.
+    /// Runs the callbacks as runExitCallbacks() does: the handler that the C
+    /// library calls.
     static void doExitCallbacks();
 
-    /// Ends the console and then the process, which runs the callbacks.
+    /// Ends the console and then the process, which runs the callbacks. Never
+    /// returns.
     [[noreturn]] static void exit(int status);
 };

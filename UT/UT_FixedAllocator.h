@@ -1,5 +1,5 @@
-// Blocks of one size, cut from pages: for objects that a program makes and
-// drops by the thousand.
+// Blocks of one size, cut from pages: for objects that a program creates and
+// deletes by the thousand.
 
 #pragma once
 
@@ -10,13 +10,13 @@
 
 /// Hands out blocks of one fixed size.
 ///
-/// An allocator that reclaims knows which page each block came from and gives
-/// a page back to the heap when all its blocks are free, but for one such page
-/// that it keeps. That costs one word per block. Without reclaiming, the pages
-/// stay until the allocator goes.
+/// An allocator that reclaims records which page each block came from, and
+/// returns a page to the heap when all its blocks are free, except for one such
+/// page that it keeps. That costs one word per block. Without reclaiming, the
+/// pages stay until the allocator is destroyed.
 ///
-/// Blocks are aligned for a pointer and not for more; their contents are
-/// undefined. Where there is no memory for a page, allocate() throws
+/// Blocks are aligned for a pointer and no further; their contents are
+/// undefined. When there is no memory for a page, allocate() throws
 /// std::bad_alloc and changes nothing.
 ///
 /// Thread-compatible: calls on one allocator must not overlap.
@@ -33,13 +33,13 @@ public:
     UT_FixedAllocator(const UT_FixedAllocator &) = delete;
     UT_FixedAllocator &operator=(const UT_FixedAllocator &) = delete;
 
-    /// A block of objectSize() bytes, to be given back with deallocate(). A
-    /// page's blocks are first handed out in the order of their addresses, and
-    /// the block given back last goes out first. O(1); every `objectsPerPage`
-    /// calls at most, a page is made.
+    /// A block of objectSize() bytes, to be freed with deallocate(). The blocks
+    /// of a new page are used in the order of their addresses, and the block
+    /// freed last is reused first. O(1), with at most one new page for every
+    /// `objectsPerPage` calls.
     [[nodiscard]] void *allocate();
 
-    /// Takes back a block of this allocator; nothing for null. O(1).
+    /// Frees a block of this allocator; does nothing for null. O(1).
     void deallocate(void *block);
 
     /// Bytes in the blocks in use, and in all pages. Both count the reclaiming
@@ -60,11 +60,12 @@ public:
     /// Number of blocks in use.
     [[nodiscard]] int allocated() const { return myAllocated; }
 
-    /// Number of page slots: pages, and slots whose page was given back.
+    /// Number of page slots: pages, and slots whose page was returned to the
+    /// heap.
     [[nodiscard]] unsigned int pageSlots() const { return myPages.entries(); }
 
-    /// Number of page slots without a page. They are filled, from the last
-    /// one, before slots are added.
+    /// Number of page slots without a page. They are reused, from the last one,
+    /// before slots are added.
     [[nodiscard]] int freedSlots() const { return myFreedSlots; }
 
     /// Slot of the page that is kept although all its blocks are free, -1 when
@@ -81,7 +82,7 @@ private:
     UT_LOCAL void unlinkPage(ut_SmallObjectPage *page);
 
     // Programs hold allocators by value: order and size stay.
-    UT_PtrArray<ut_SmallObjectPage *> myPages; // by slot; null when given back
+    UT_PtrArray<ut_SmallObjectPage *> myPages; // by slot; null when returned
     ut_SmallObjectPage *myPartialPages; // those with free blocks; reclaiming
     void *myFreeList;                   // of all pages; without reclaiming
     unsigned int myObjectSize;          // bytes, without the reclaiming word

@@ -4,28 +4,28 @@
 
 #include "UT_API.h"
 
-/// How far apart two floats may be that UTcompareFloats() takes for equal; 0.0
-/// at the start. Process-wide and unguarded.
+/// The largest difference of two floats that UTcompareFloats() treats as equal;
+/// 0.0 at the start. Process-wide and unguarded.
 extern UT_API float UTcompareFloatsTolerance;
 
 /// Sets UTcompareFloatsTolerance.
 UT_API void UTsetCompareFloatsTolerance(float tolerance);
 
-/// 1 when the first value is more than the second and the tolerance, -1 when
-/// it is less than the second by more than the tolerance, else 0.
+/// Compares with the tolerance: 1 when the first value is greater by more than
+/// the tolerance, -1 when it is less by more than that, otherwise 0.
 UT_API int UTcompareFloats(const float *a, const float *b);
 
 /// A growable array of 32-bit floats.
 ///
-/// Indices count from 0 and are not checked. Slots from entries() to
-/// capacity() exist too: they keep whatever they last held. Deliberate: a new
-/// one holds nothing that may be read. A growing operation takes m + step(m)
-/// slots (see UTgrownCapacity()), where m is the number that its comment
-/// names; nothing but resize() and swap() gives slots back.
+/// Indices count from 0 and are not checked. Slots from entries() to capacity()
+/// keep whatever they last held. Deliberate: a new one is uninitialised and
+/// must not be read. A growing operation allocates UTgrownCapacity(m) slots,
+/// where m is the number that its comment names; only resize() and swap() free
+/// slots.
 ///
-/// "Sorted" means as the comparator has it. Comparators have the sense of
-/// strcmp(). Without one, floats are compared exactly: 0.0 is -0.0, and a NaN
-/// is not itself.
+/// "Sorted" means in the comparator's order. Comparators have the sense of
+/// strcmp(). Without one, floats are compared exactly: 0.0 equals -0.0, and a
+/// NaN does not equal itself.
 ///
 /// Thread-compatible.
 class UT_API UT_FloatArray
@@ -44,8 +44,8 @@ public:
     UT_FloatArray(const UT_FloatArray &source);
     ~UT_FloatArray();
 
-    /// Takes over the elements of `source`. Grows to exactly as many slots as
-    /// those need, and never shrinks.
+    /// Copies the elements of `source`. Grows to exactly as many slots as they
+    /// need, and never shrinks.
     UT_FloatArray &operator=(const UT_FloatArray &source);
 
     /// Number of elements in use.
@@ -72,14 +72,14 @@ public:
     [[nodiscard]] bool
     isEqual(const UT_FloatArray &other, Compare compare) const;
 
-    /// Index of the first element from `start` on that is `value`, or -1.
+    /// Index of the first element from `start` on that equals `value`, or -1.
     [[nodiscard]] int find(float value, unsigned start = 0) const;
 
     /// Index of an element of the sorted array that compares equal, or -1.
     /// O(log n).
     [[nodiscard]] int find(float value, Compare compare) const;
 
-    /// Calls `function` on each element in order until one call answers
+    /// Calls `function` on each element in order until one call returns
     /// non-zero. Returns the index of that element, or entries().
     unsigned apply(int (*function)(float &element, void *data), void *data);
 
@@ -88,13 +88,14 @@ public:
 
     // ---- Size
 
-    /// Sets the capacity to exactly `newCapacity`; elements beyond it are
-    /// dropped, new slots are not set, and 0 frees the storage. The second
+    /// Sets the capacity to exactly `newCapacity`: removes elements beyond it,
+    /// leaves new slots uninitialised, and frees the storage for 0. The second
     /// argument has no effect.
     void resize(unsigned newCapacity, unsigned short = 1);
 
     /// Sets the number of elements in use. Grows to exactly that many slots
-    /// when there are fewer; slots that come into use keep what they hold.
+    /// when there are fewer; added elements have the values that their slots
+    /// hold.
     void setEntries(unsigned entries)
     {
         if (entries > myCapacity)
@@ -102,7 +103,7 @@ public:
         myEntries = entries;
     }
 
-    /// Takes all elements out of use and keeps the storage.
+    /// Removes all elements and keeps the storage.
     void clear() { myEntries = 0; }
 
     /// Exchanges the storage of two arrays. O(1).
@@ -122,36 +123,36 @@ public:
         return index;
     }
 
-    /// Opens a slot at `index`, whose contents are what it held, and returns
-    /// `index`. Below entries() the rest moves up and a full array grows with
-    /// m = entries + 1; at or beyond entries() the array ends behind the slot,
-    /// and m = `index` at or beyond the capacity.
+    /// Opens a slot at `index`, which keeps the value that it held, and returns
+    /// `index`. Below entries() the rest moves up and a full array grows with m
+    /// = entries + 1; at or beyond entries() the slot becomes the last element,
+    /// and an array whose capacity is not above `index` grows with m = `index`.
     unsigned insert(unsigned index);
 
     /// Inserts `value` before the element at `index`, or at or beyond the end
-    /// as insert(index) does. m = entries, and m = `index` at or beyond the
-    /// capacity. Returns `index`.
+    /// as insert(index) does, and returns `index`. Grows with m = entries, or m
+    /// = `index` at or beyond the capacity.
     unsigned insertAt(float value, unsigned index);
     unsigned insert(float value, unsigned index);
 
     /// Opens `count` slots at `index` as insert(index) opens one, and returns
-    /// `index`. Below entries() m = entries + `count`. Beyond, m = `index` +
-    /// `count`; deliberate: there the array also grows when that is just the
-    /// capacity.
+    /// `index`. Grows with m = entries + `count` below entries(), and with m =
+    /// `index` + `count` otherwise. Deliberate: in the second case the array
+    /// also grows when that is exactly the capacity.
     unsigned multipleInsert(unsigned index, unsigned count);
 
     /// Appends all elements of `other`, which may be this array.
     ///
-    /// Deliberate: when they would not fit, or just fit, the capacity grows
-    /// by exactly their number.
+    /// Deliberate: when they do not fit, or fit exactly, the capacity grows by
+    /// exactly their number.
     void concat(const UT_FloatArray &other);
 
     /// Inserts `value` into the sorted array, before an equal element, and
     /// returns its index. O(n).
     unsigned sortedInsert(float value, Compare compare);
 
-    /// The same, unless an equal element is there: then returns the index of
-    /// that one.
+    /// Inserts `value` into the sorted array unless an equal element is there.
+    /// Returns the index of the element, new or old. O(n).
     unsigned uniqueSortedInsert(float value, Compare compare);
 
     // ---- Removing
@@ -160,7 +161,7 @@ public:
     /// returns `index`.
     unsigned removeAt(unsigned index);
 
-    /// Removes the first element that is `value`. Returns its index, or -1
+    /// Removes the first element equal to `value`. Returns its index, or -1
     /// when there is none.
     int findAndRemove(float value);
 
@@ -177,13 +178,14 @@ public:
     /// negative `k`.
     void cycle(int k);
 
-    /// Moves `count` slots at `from` to `to`, which may overlap. Returns 0; or
-    /// -1, and does nothing, when a block does not lie within the capacity or
-    /// `count` is 0. `from` equal to `to` always is 0.
+    /// Moves `count` slots from `from` to `to`; the two blocks may overlap.
+    /// Returns 0; or -1, and does nothing, when a block does not lie within the
+    /// capacity or `count` is 0. The result is always 0 when `from` equals
+    /// `to`. shift(0, 1, 3) makes 1 2 3 4 into 1 1 2 3.
     ///
-    /// A block that arrives at or behind the last element becomes the end of
-    /// the array. Deliberate: so does the array's tail when it moves towards
-    /// the front.
+    /// A block that ends past the last element extends the array. Deliberate:
+    /// when the last elements move towards the front, the array ends after
+    /// them.
     int shift(unsigned from, unsigned to, unsigned count);
 
     /// Sorts by a comparator. O(n log n).
@@ -193,10 +195,10 @@ public:
     /// comparator.
     void sortAscending();
 
-    // ---- Heap: the element that the comparator puts last is at 0.
+    // ---- Heap: the element that the comparator orders last is at 0.
     //
-    // Deliberate: the parent of i is i / 2 and its children are 2i and
-    // 2i + 1, so that the root has one child, at 1.
+    // Deliberate: the parent of i is i / 2, and its children are 2i and 2i + 1,
+    // so the root has one child, at 1.
 
     /// Adds `value` and returns its index. O(log n).
     unsigned heapPush(float value, Compare compare);
@@ -205,8 +207,9 @@ public:
     /// O(log n).
     float heapPop(Compare compare);
 
-    /// Sinks the element at `index` until no child is greater. An equal child
-    /// stays; of two equal greater children the left one rises.
+    /// Sinks the element at `index` until no child is greater. It does not
+    /// change places with an equal child; of two equal, greater children the
+    /// left one rises.
     void heapify(unsigned index, Compare compare);
 
 private:

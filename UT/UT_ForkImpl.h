@@ -1,5 +1,4 @@
-// What a fork() means to the toolkit: of all threads the child has only the one
-// that forked.
+// Support for fork(): of all threads the child has only the one that forked.
 
 #pragma once
 
@@ -9,26 +8,27 @@
 
 class UT_Lock;
 
-// Has forks counted and the locks below kept from now on. Thread-safe.
+// Starts counting forks and holding the locks below during each one.
+// Thread-safe.
 void utWatchForks();
 
 // Forks between the process that first called utWatchForks() and this one.
 extern std::atomic<uint16> theForkCount;
 
-// When a fork takes a lock: whoever holds one of them may be waiting for a
-// later one.
+// The order in which a fork takes the locks: a holder of one of them may be
+// waiting for a later one.
 enum ut_ForkOrder
 {
     UT_FORK_MESSAGES,
     UT_FORK_LOG,
     UT_FORK_SETTINGS,
-    UT_FORK_POOLS, // and what else is held for itself
+    UT_FORK_POOLS, // and whatever else is held on its own
     UT_FORK_ORDERS
 };
 
 // A lock that every fork() waits for: both processes then find it free, and
-// what it guards whole. Without that, what another thread holds at that moment
-// stays held in the child.
+// what it guards consistent. Otherwise a lock that another thread holds at that
+// moment would stay held in the child.
 class ut_ForkLock
 {
 public:
@@ -50,7 +50,7 @@ private:
 
     UT_Lock &myLock;
     const ut_ForkOrder myOrder;
-    bool myIsTaken = false; // by the fork that is under way
+    bool myIsTaken = false; // by the fork in progress
     std::atomic<bool> myIsIn{false};
     std::atomic<ut_ForkLock *> myNext{nullptr};
 };

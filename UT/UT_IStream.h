@@ -1,5 +1,5 @@
-// The reader that loaders of files use: text and big-endian values from any
-// source of bytes, with a failed state that needs looking at only once.
+// The reader for loaders of files: text and big-endian values from any source
+// of bytes, with a failed state that has to be checked only once.
 
 #pragma once
 
@@ -35,12 +35,11 @@ enum UT_ISTREAM_RLE_IO : int
 /// Reads lines, words, numbers and binary values from a UT_IStreamBuf.
 ///
 /// A stream that has failed reads nothing more (0, false or -1) until
-/// clearError() or seekg(). The end of the input is no failure by itself, but
-/// it is for a bread() that goes past the load buffer of a file and finds
-/// nothing there.
+/// clearError() or seekg(). The end of the input is not a failure, except for a
+/// bread() that reads past the load buffer of a file and finds nothing there.
 ///
 /// The stream holds one reference on its buffer. Streams over a part of this
-/// one, or over what it decompresses to, share that buffer: they may outlive
+/// one, or over its decompressed contents, share that buffer: they may outlive
 /// this stream, and share its position.
 ///
 /// Thread-compatible; standard input is for one thread only.
@@ -59,7 +58,8 @@ public:
     /// made from it).
     UT_IStream(const char *data, int length, UT_ISTREAM_READTYPE type);
 
-    /// Reads the text of `text`, which must stay as it is meanwhile.
+    /// Reads the text of `text` (kept, must outlive the stream and stay
+    /// unchanged).
     UT_IStream(const UT_WorkBuffer &text, UT_ISTREAM_READTYPE type);
 
     /// Reads `buffer` and takes over the caller's reference.
@@ -78,51 +78,52 @@ public:
 
     /// Fails the stream.
     ///
-    /// Deliberate: nothing is kept but the failed state. Who wants a message
-    /// has the label and getErrorStr().
+    /// Deliberate: only the failed state is kept. A message can use the label
+    /// and getErrorStr().
     void setError() { myError = true; }
 
-    /// Takes the failed state back. An error of the buffer stays.
+    /// Clears the failed state. An error of the buffer stays.
     void clearError() { myError = false; }
 
     /// Whether the stream has failed.
     [[nodiscard]] bool hasError() const { return myError; }
 
-    /// What went wrong in the buffer: its own text, or what strerror() says.
+    /// The text of the buffer's last error: its own, or that of strerror().
     /// Borrowed until the buffer's next error.
     [[nodiscard]] const char *getErrorStr() const
     {
         return myStream->getErrorStr();
     }
 
-    /// The buffer. Borrowed until the stream goes or opens another file.
+    /// The buffer. Borrowed until the stream is destroyed or opens another
+    /// file.
     [[nodiscard]] UT_IStreamBuf *getStreamBuf() const { return myStream; }
 
-    /// Copies `label`, usually the file's name; null for none.
+    /// Sets the label, usually the file's name, which is copied; null for none.
     void setLabel(const char *label);
 
     /// The label, null for none. Borrowed until the next setLabel() or open().
     [[nodiscard]] const char *getLabel() const { return myLabel; }
 
-    /// Whether values are binary, and the same as a read type.
+    /// How values are stored, as a truth value and as a read type.
     [[nodiscard]] bool isBinary() const { return myIsBinary; }
     [[nodiscard]] UT_ISTREAM_READTYPE readType() const
     {
         return myIsBinary ? UT_ISTREAM_BINARY : UT_ISTREAM_ASCII;
     }
 
-    /// Changes the read type until popBinary(), which does nothing when there
-    /// is nothing to take back.
+    /// Changes the read type until the matching popBinary(). A surplus
+    /// popBinary() does nothing.
     void pushBinary(UT_ISTREAM_READTYPE type);
     void popBinary();
 
-    /// Names what is being read until popOperation(), which does nothing when
-    /// there is no name. The text must live that long.
+    /// Names what is being read until the matching popOperation(); kept, must
+    /// outlive that. A surplus popOperation() does nothing.
     void pushOperation(const char *name);
     void popOperation();
 
-    /// Whether standard input is read by lines even when it is no terminal.
-    /// Decides when it is first read, not afterwards.
+    /// Sets whether standard input is read by lines even when it is not a
+    /// terminal. Has no effect after standard input is first read.
     static void setStdinCompatible(bool byLines)
     {
         UT_IStreamBuf::setStdinCompatible(byLines);
@@ -130,32 +131,34 @@ public:
 
     // ---- Positions
 
-    /// Position of the next byte; -1 when the source does not know it, 0 after
-    /// an error of the buffer.
+    /// Position of the next byte; -1 when it is unknown, 0 after an error of
+    /// the buffer.
     [[nodiscard]] int64 tellg() const { return myStream->tellg(); }
 
     /// Clears the failed state and moves as UT_IStreamBuf::seekg() does; fails
-    /// when that does. Mind what it counts from with `whence` 1 and 2.
+    /// when that does. That function says what `whence` 1 and 2 count from,
+    /// which is not always tellg() and the end.
     bool seekg(int64 offset, int whence = 0);
 
-    /// Whether nothing is left, or the stream has failed. A file of which just
-    /// the last byte was read does not know that it ends there.
+    /// Whether no bytes are left, or the stream has failed. A file reports its
+    /// end only after a read that reached it, so this may be false when the
+    /// last byte was just read.
     [[nodiscard]] bool isEof() const
     {
         return myError || myStream->hasError() ||
                (!myStream->pending() && myStream->endOfBuffer());
     }
 
-    /// A stream over `length` bytes of this one from `start` on, over what it
-    /// decompresses to from its position on. The read type is this stream's.
-    /// The caller deletes it.
+    /// A stream over `length` bytes of this one from `start` on, or over the
+    /// decompressed zlib or gzip data from its position on. The read type is
+    /// this stream's. Caller deletes.
     [[nodiscard]] UT_IStream *getSubStream(int64 start, int64 length);
     [[nodiscard]] UT_IStream *getZlibStream();
     [[nodiscard]] UT_IStream *getGzipStream();
 
     // ---- Text: false at the end, and when the stream has failed or fails.
 
-    /// As the operations of UT_IStreamBuf of the same names.
+    /// Reads as the operations of UT_IStreamBuf of the same names do.
     bool getLine(UT_WorkBuffer &buffer, int delimiter = '\n');
     bool skipLine(int delimiter = '\n');
     bool skipLeadingWhitespace();
@@ -166,30 +169,31 @@ public:
     /// The next byte as a signed char, -1 at the end. Never fails the stream.
     int getc() { return myError ? -1 : myStream->getc(); }
 
-    /// The same, left unread.
+    /// The next byte, left unread, as UT_IStreamBuf::peekc() has it; -1 at the
+    /// end.
     int peek() { return myError ? -1 : myStream->peekc(); }
 
-    /// Goes back up to `n` bytes within the current block and returns how
-    /// many.
+    /// Steps back up to `n` bytes within the current block and returns their
+    /// number.
     int unwind(int n) { return myStream->unwind(n); }
 
-    /// The next word that does not start with `commentChar`; the rest of the
-    /// line of one that does is skipped.
+    /// Reads the next word that does not start with `commentChar`. A word that
+    /// does is skipped with the rest of its line.
     bool getNonCommentWord(UT_WorkBuffer &buffer, int commentChar = '#');
 
-    /// The next line that is neither blank nor starts with `commentChar`,
-    /// without its indentation, and with `strip` set without a comment at its
-    /// end. Returns how many lines that took, blank ones not counted.
+    /// Reads the next line that is neither blank nor starts with `commentChar`,
+    /// without its indentation and, when `strip` is set, without a comment at
+    /// its end. Returns the number of lines read, not counting blank ones.
     ///
-    /// Deliberate: at the end of the input it returns the comment lines that
-    /// it skipped, with an empty buffer: look at the buffer as well.
+    /// Deliberate: at the end of the input it returns the number of comment
+    /// lines that it skipped, with an empty buffer: check the buffer as well.
     int getNonCommentLine(
         UT_WorkBuffer &buffer, int commentChar = '#', bool strip = true);
 
     // ---- Values: UT_IStreamValue.cpp
 
-    /// Reads `count` big-endian values and returns how many were whole. Bytes
-    /// of one that was not are consumed. O(count), without a copy.
+    /// Reads `count` big-endian values and returns the number of complete ones.
+    /// The bytes of an incomplete one are consumed. O(count), without a copy.
     int bread(char *values, int count);
     int bread(short *values, int count);
     int bread(int *values, int count);
@@ -197,16 +201,15 @@ public:
     int bread(float *values, int count);
     int bread(double *values, int count);
 
-    /// Reads up to `count` numbers as text (see UT_IStreamBuf::getNumber())
-    /// and returns how many there were. Floats are what strtod() reads, bit for
-    /// bit, with "." as the decimal point in every locale. A word is 0 unless
-    /// strtod() knows it, like "inf"; as an integer every word is 0, as is
-    /// ".5".
+    /// Reads up to `count` numbers as text (see UT_IStreamBuf::getNumber()) and
+    /// returns their number. Floats are what strtod() reads, bit for bit, with
+    /// "." as the decimal point in every locale. A word is 0 unless strtod()
+    /// accepts it, like "inf"; as an integer every word is 0, as is ".5".
     ///
-    /// Deliberate: an integer goes through the range of a long, at whose ends
-    /// it stays, and then loses its high bits. One that is written with a
-    /// point or an exponent is rounded to single precision before and after
-    /// 0.5 is added, and then down.
+    /// Deliberate: an integer is limited to the range of a long and then loses
+    /// the high bits that its own type cannot hold. One that is written with a
+    /// point or an exponent is rounded to single precision before and after 0.5
+    /// is added, and then down: "2.5" is 3.
     int aread(short *values, int count);
     int aread(unsigned short *values, int count);
     int aread(int *values, int count);
@@ -216,16 +219,17 @@ public:
     int aread(float *values, int count);
     int aread(double *values, int count);
 
-    /// Reads a text of a length that stands in front of it, as
-    /// UTsaveStringBinary() writes it: a big-endian length of as many bits as
-    /// `rle` tells, all ones meaning that the next wider field follows. `text`
-    /// then owns it. The stream fails, and `text` stays, when less bytes are
-    /// there or the length is no int. Takes memory as the data arrive, not as
-    /// the length tells.
+    /// Reads a text that follows its length, as UTsaveStringBinary() writes it:
+    /// a big-endian length of `rle` bits, all ones meaning that the next wider
+    /// field follows. The three bytes 2 'h' 'i' are "hi" with 8 bits. `text`
+    /// then owns it. The stream fails, and `text` is unchanged, when the input
+    /// is too short or the length exceeds INT_MAX. Allocates memory as the data
+    /// arrive, not by the length.
     bool
     readBinaryString(UT_String &text, UT_ISTREAM_RLE_IO rle = UT_ISTREAM_RLE_8);
 
-    /// UT_String::load() with the read type `binary` tells of.
+    /// Reads a text as UT_String::load() does: binary when `binary` is set, as
+    /// text otherwise.
     bool readString(UT_String &text, bool binary);
 
 private:
@@ -264,28 +268,28 @@ public:
     ~UT_IFStream() override;
 
     /// Closes the file and reads the one at `path` instead, which becomes the
-    /// label. Whether that worked: the stream fails otherwise.
+    /// label. Returns whether that succeeded; the stream fails otherwise.
     bool open(const char *path, UT_ISTREAM_READTYPE type);
 
-    /// Closes the file, for streams over parts of it too. True unless that
-    /// fails.
+    /// Closes the file, also for streams over parts of it. False only when
+    /// closing fails.
     bool close();
 };
 
-/// Reads what the zlib data in `source`, from its position on, decompress to.
+/// Reads the decompressed zlib data of `source`, from its position on.
 class UT_API UT_IZStream : public UT_IStream
 {
 public:
-    /// The read type is that of `source`, which may go.
+    /// The read type is that of `source`, which need not outlive this stream.
     explicit UT_IZStream(UT_IStream &source);
     ~UT_IZStream() override;
 };
 
-/// Reads what the gzip data in `source`, from its position on, decompress to.
+/// Reads the decompressed gzip data of `source`, from its position on.
 class UT_API UT_IGZStream : public UT_IStream
 {
 public:
-    /// The read type is that of `source`, which may go.
+    /// The read type is that of `source`, which need not outlive this stream.
     explicit UT_IGZStream(UT_IStream &source);
     ~UT_IGZStream() override;
 };

@@ -10,20 +10,19 @@
 
 /// The first value minus the second.
 ///
-/// Deliberate: a plain subtraction, which wraps for values more than
-/// 2147483647 apart; the sign is then the wrong one.
+/// Deliberate: a plain subtraction, which wraps for values more than 2147483647
+/// apart and then has the wrong sign.
 UT_API int UTcompareInts(const int32 *a, const int32 *b);
 
 /// A growable array of 32-bit integers.
 ///
-/// Indices count from 0 and are not checked. Slots from entries() to
-/// capacity() exist too: they keep whatever they last held, and a new one
-/// holds 0. A growing operation takes m + step(m) slots (see
-/// UTgrownCapacity()), where m is the number that its comment names; nothing
-/// but resize() and swap() gives slots back. An element passed to a member may
-/// be one of the array's own.
+/// Indices count from 0 and are not checked. Slots from entries() to capacity()
+/// keep whatever they last held, and a new one holds 0. A growing operation
+/// allocates UTgrownCapacity(m) slots, where m is the number that its comment
+/// names; only resize() and swap() free slots. An element passed to a member
+/// may be one of the array's own.
 ///
-/// "Sorted" means ascending, or as the comparator has it. Comparators have the
+/// "Sorted" means ascending, or in the comparator's order. Comparators have the
 /// sense of strcmp().
 ///
 /// Thread-compatible.
@@ -43,8 +42,8 @@ public:
     UT_IntArray(const UT_IntArray &source);
     ~UT_IntArray();
 
-    /// Takes over the elements of `source`. Grows to exactly as many slots as
-    /// those need, and never shrinks.
+    /// Copies the elements of `source`. Grows to exactly as many slots as they
+    /// need, and never shrinks.
     UT_IntArray &operator=(const UT_IntArray &source);
 
     /// Number of elements in use.
@@ -74,32 +73,33 @@ public:
     /// Same number of elements, and each pair compares equal.
     [[nodiscard]] bool isEqual(const UT_IntArray &other, Compare compare) const;
 
-    /// Index of the first element from `start` on that is `value`, or -1.
+    /// Index of the first element from `start` on that equals `value`, or -1.
     [[nodiscard]] int find(int32 value, unsigned start = 0) const;
 
     /// Index of an element of the sorted array that compares equal, or -1.
     /// O(log n).
     [[nodiscard]] int find(int32 value, Compare compare) const;
 
-    /// Calls `function` on each element in order until one call answers
+    /// Calls `function` on each element in order until one call returns
     /// non-zero. Returns the index of that element, or entries().
     unsigned apply(int (*function)(int32 &element, void *data), void *data);
 
     /// Prints each element and a blank, then a newline, on standard output.
     void display() const;
 
-    /// Makes `out` the elements in use.
+    /// Replaces the contents of `out` by the elements in use.
     void toStdVectorOfInts(std::vector<int> &out) const;
 
     // ---- Size
 
-    /// Sets the capacity to exactly `newCapacity`; elements beyond it are
-    /// dropped, new slots are 0, and 0 frees the storage. The second argument
+    /// Sets the capacity to exactly `newCapacity`: removes elements beyond it,
+    /// sets new slots to 0, and frees the storage for 0. The second argument
     /// has no effect.
     void resize(unsigned newCapacity, unsigned short = 1);
 
     /// Sets the number of elements in use. Grows to exactly that many slots
-    /// when there are fewer; slots that come into use keep what they hold.
+    /// when there are fewer; added elements have the values that their slots
+    /// hold.
     void setEntries(unsigned entries)
     {
         if (entries > myCapacity)
@@ -107,7 +107,7 @@ public:
         myEntries = entries;
     }
 
-    /// Takes all elements out of use and keeps the storage.
+    /// Removes all elements and keeps the storage.
     void clear() { myEntries = 0; }
 
     /// Exchanges the storage of two arrays. O(1).
@@ -127,35 +127,35 @@ public:
         return index;
     }
 
-    /// Opens a slot at `index`, whose contents are what it held, and returns
-    /// `index`. Below entries() the rest moves up and a full array grows with
-    /// m = entries; at or beyond entries() the array ends behind the slot, and
-    /// m = `index` + 1 at or beyond the capacity.
+    /// Opens a slot at `index`, which keeps the value that it held, and returns
+    /// `index`. Below entries() the rest moves up and a full array grows with m
+    /// = entries; at or beyond entries() the slot becomes the last element, and
+    /// an array whose capacity is not above `index` grows with m = `index` + 1.
     unsigned insert(unsigned index);
 
     /// Inserts `value` before the element at `index`, or at or beyond the end
-    /// as insert(index) does. m = entries, and m = `index` at or beyond the
-    /// capacity. Returns `index`.
+    /// as insert(index) does, and returns `index`. Grows with m = entries, or m
+    /// = `index` at or beyond the capacity.
     unsigned insertAt(int32 value, unsigned index);
     unsigned insert(int32 value, unsigned index);
 
     /// Opens `count` slots at `index` as insert(index) opens one, and returns
-    /// `index`. Below entries() m = entries + `count`. Beyond, m = `index` +
-    /// `count`; deliberate: there the array also grows when that is just the
-    /// capacity.
+    /// `index`. Grows with m = entries + `count` below entries(), and with m =
+    /// `index` + `count` otherwise. Deliberate: in the second case the array
+    /// also grows when that is exactly the capacity.
     unsigned multipleInsert(unsigned index, unsigned count);
 
     /// Appends all elements of `other`, which may be this array.
     ///
-    /// Deliberate: when they would not fit, or just fit, the capacity grows
-    /// by exactly their number.
+    /// Deliberate: when they do not fit, or fit exactly, the capacity grows by
+    /// exactly their number.
     void concat(const UT_IntArray &other);
 
     /// Replaces the elements by those of `values`, keeping the storage.
     void fromStdVectorOfInts(const std::vector<int> &values);
 
-    /// Inserts `value` into the array sorted ascending unless it is there, and
-    /// returns its index. O(n).
+    /// Inserts `value` into the array, which is sorted ascending, unless it is
+    /// there, and returns its index. O(n).
     unsigned uniqueSortedInsertAscending(int32 value);
 
     // ---- Removing
@@ -164,7 +164,7 @@ public:
     /// returns `index`.
     unsigned removeAt(unsigned index);
 
-    /// Removes the first element that is `value`. Returns its index, or -1
+    /// Removes the first element equal to `value`. Returns its index, or -1
     /// when there is none.
     int findAndRemove(int32 value);
 
@@ -180,13 +180,14 @@ public:
     /// negative `k`.
     void cycle(int k);
 
-    /// Moves `count` slots at `from` to `to`, which may overlap. Returns 0; or
-    /// -1, and does nothing, when a block does not lie within the capacity or
-    /// `count` is 0. `from` equal to `to` always is 0.
+    /// Moves `count` slots from `from` to `to`; the two blocks may overlap.
+    /// Returns 0; or -1, and does nothing, when a block does not lie within the
+    /// capacity or `count` is 0. The result is always 0 when `from` equals
+    /// `to`. shift(0, 1, 3) makes 1 2 3 4 into 1 1 2 3.
     ///
-    /// A block that arrives at or behind the last element becomes the end of
-    /// the array. Deliberate: so does the array's tail when it moves towards
-    /// the front.
+    /// A block that ends past the last element extends the array. Deliberate:
+    /// when the last elements move towards the front, the array ends after
+    /// them.
     int shift(unsigned from, unsigned to, unsigned count);
 
     /// Sorts by a comparator. O(n log n).
@@ -198,7 +199,7 @@ public:
     // ---- Sorted sets: both arrays are sorted ascending. The first forms
     // append to `result`, a third array; the second forms change this array.
 
-    /// The elements of either array; a value that both hold comes once.
+    /// The elements of either array; a value in both occurs once.
     void sortedUnion(const UT_IntArray &other, UT_IntArray &result) const;
     void sortedUnion(const UT_IntArray &other);
 
@@ -212,16 +213,16 @@ public:
     sortedSetDifference(const UT_IntArray &other, UT_IntArray &result) const;
     void sortedSetDifference(const UT_IntArray &other);
 
-    /// Merges `other` in. Both are sorted ascending when `direction` is
-    /// positive, else descending. Unless `keepDuplicates`, an element of
-    /// `other` is dropped for each equal one of this array; repetitions inside
-    /// one array stay.
+    /// Merges `other` into this array. Both are sorted ascending when
+    /// `direction` is positive, otherwise descending. Unless `keepDuplicates`
+    /// is set, an element of `other` is dropped for each equal one of this
+    /// array; repetitions inside one array stay: 1 2 2 and 2 3 give 1 2 2 3.
     void merge(const UT_IntArray &other, int direction, bool keepDuplicates);
 
     // ---- Heap: the greatest element is at 0.
     //
-    // Deliberate: the parent of i is i / 2 and its children are 2i and
-    // 2i + 1, so that the root has one child, at 1.
+    // Deliberate: the parent of i is i / 2, and its children are 2i and 2i + 1,
+    // so the root has one child, at 1.
 
     /// Adds `value` and returns its index. O(log n).
     unsigned heapPush(int32 value);
@@ -230,8 +231,9 @@ public:
     /// O(log n).
     int32 heapPop();
 
-    /// Sinks the element at `index` until no child is greater. An equal child
-    /// stays; of two equal greater children the left one rises.
+    /// Sinks the element at `index` until no child is greater. It does not
+    /// change places with an equal child; of two equal, greater children the
+    /// left one rises.
     void heapify(unsigned index);
 
 private:

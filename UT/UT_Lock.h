@@ -1,6 +1,6 @@
-// Mutual exclusion by one atomically exchanged word. There is no operating
-// system mutex behind it: waiting is retrying and short sleeping, and each
-// call chooses how much of either.
+// Mutual exclusion by one atomically exchanged word, without an operating
+// system mutex: a waiting thread retries or sleeps briefly, and each call
+// chooses how much of either.
 
 #pragma once
 
@@ -12,7 +12,7 @@
 
 #include <pthread.h>
 
-/// Asks for a lock that is ready before any code runs.
+/// Selects the constructor of a lock that is ready before any code runs.
 enum UT_StaticLockType
 {
     UT_STATIC_LOCK
@@ -20,83 +20,101 @@ enum UT_StaticLockType
 
 /// A lock, recursive or not, and a one-shot trigger.
 ///
-/// Taking a free lock costs one exchange and no system call. Nothing is fair:
-/// whoever's exchange comes first has the lock. A non-recursive lock that its
-/// holder takes again never comes free. Nothing checks that the thread that
-/// unlocks is the one that holds the lock.
+/// Taking a free lock costs one exchange and no system call. There are three
+/// ways to wait for one that is held:
 ///
-/// Thread-safe, but for construction, assignment and debugLock().
+/// | call | waits by | costs | for a lock that is held |
+/// |---|---|---|---|
+/// | `lock()` | retrying | a processor | for microseconds |
+/// | `lockLW()` | 4000 retries, then naps | little | briefly, as a rule |
+/// | `lockNap()` | naps of 10 ms | up to 10 ms of delay | for long |
+///
+/// The order of waiting threads is not kept: the first exchange gets the lock.
+/// A non-recursive lock that its holder takes again is never freed. The lock
+/// does not check that the thread that unlocks it is the one that holds it.
+///
+/// A trigger is a lock that lets one thread wait for a signal of another:
+///
+/// | state | `trigger()` | `waitForTrigger()` |
+/// |---|---|---|
+/// | free | does nothing | takes it and waits for a trigger |
+/// | held, not yet waited for | frees it | waits for two triggers |
+/// | held by a waiter | ends that wait | joins; a trigger may end neither |
+///
+/// Thread-safe, except for construction, assignment and debugLock().
 ///
 /// A lock that another thread holds at a fork() stays held in the child, which
-/// must not wait for it: the thread that would unlock it is not there. The
-/// toolkit's own locks, those of the pools, the settings, the names of files
-/// and texts and the error log, are free in a child; that of host look-ups need
-/// not be.
+/// must not wait for it: the thread that would unlock it does not exist there.
+/// The toolkit's own locks (of the pools, the settings, the message files and
+/// the error log) are free in a child; the one for host look-ups may not be.
 class UT_API UT_Lock
 {
 public:
-    /// A lock that is held from the start when `initiallyLocked` is non-zero
-    /// (a trigger), free otherwise. The owner of a recursive one may lock it
-    /// again, and must unlock it as often.
+    /// A lock that is held from the start when `initiallyLocked` is non-zero,
+    /// free otherwise. The owner of a recursive one may lock it again, and must
+    /// unlock it as often.
     explicit UT_Lock(int initiallyLocked = 0, bool recursive = false);
 
-    /// A free, non-recursive lock for static storage: it is there before the
-    /// first constructor runs, and constructing it does nothing.
+    /// A free, non-recursive lock for static storage: it is initialised before
+    /// the first constructor runs.
     constexpr explicit UT_Lock(UT_StaticLockType)
         : myLockWord(0), myOwner(0), myDepth(0), myCollisions(0),
           myDebugFlag(0), myRecursiveFlag(0)
     {
     }
 
-    /// Copies the state as it is: a copy of a held lock is held too, by the
-    /// same owner, and needs an unlock of its own.
+    /// Copies the state: a copy of a held lock is held too, by the same owner,
+    /// and needs an unlock of its own.
     UT_Lock(const UT_Lock &source);
     UT_Lock &operator=(const UT_Lock &source);
 
-    /// One attempt. Returns whether the caller holds the lock now; a failed
-    /// attempt counts as a collision.
+    /// Makes one attempt. Returns whether the caller now holds the lock; a
+    /// failed attempt counts as a collision.
     bool tryLock();
 
-    /// Tries without pause until it has the lock.
+    /// Retries without a pause until the caller holds the lock.
     void lock();
 
-    /// One attempt and up to `tries` more, without pause.
+    /// Makes one attempt and up to `tries` more, without a pause. Returns
+    /// whether the caller now holds the lock.
     bool lock(int tries);
 
-    /// The usual way to wait: spins for a while (4000 attempts; 1 on a machine
-    /// with one processor, where the holder cannot run meanwhile), then sleeps
-    /// 10 ms between attempts.
+    /// Waits for the lock: 4000 attempts without a pause (1 on a machine with
+    /// one processor, where the holder cannot run meanwhile), then attempts 10
+    /// ms apart.
     void lockLW();
 
-    /// One attempt and up to `tries` more, with a sleep of 10 ms before each
-    /// one once the spinning is used up.
+    /// Makes one attempt and up to `tries` more, after a sleep of 10 ms each
+    /// once those without a pause are used up. Returns whether the caller now
+    /// holds the lock.
     bool lockLW(int tries);
 
-    /// Sleeps 10 ms between attempts from the start.
+    /// Waits for the lock, with attempts 10 ms apart from the start.
     void lockNap();
 
-    /// One attempt and up to `tries` more, 10 ms apart.
+    /// Makes one attempt and up to `tries` more, 10 ms apart. Returns whether
+    /// the caller now holds the lock.
     bool lockNap(int tries);
 
-    /// Gives the lock back; a recursive one only when this was done as often
-    /// as it was taken.
+    /// Frees the lock; a recursive one only at the call that matches its first
+    /// lock.
     void unlock();
 
     /// Sets or clears a flag that is kept for debuggers; nothing reads it.
     void debugLock(bool on);
 
-    /// Lets the thread in waitForTrigger() go on.
+    /// Ends the wait of the thread in waitForTrigger().
     void trigger() { unlock(); }
 
-    /// Takes the lock, waits until another thread calls trigger() from then
-    /// on, and leaves the lock free. A lock that is held at the call, by its
-    /// construction or by the caller, needs a trigger() before that one to
-    /// come free first. Waits as lockLW() does; not for recursive locks, whose
-    /// second taking does not wait. A thread that is cancelled in the second
-    /// wait leaves the lock free as well.
+    /// Takes the lock, waits until another thread calls trigger(), and leaves
+    /// the lock free. Only a trigger() after the lock is taken counts, so a
+    /// lock that is held at the call needs two: the first one frees it. Waits
+    /// as lockLW() does. Not for recursive locks, which do not wait for their
+    /// own holder. A thread that is cancelled while it waits for the trigger
+    /// leaves the lock free as well.
     void waitForTrigger();
 
-    /// Attempts that failed since construction; a statistic that racing
+    /// Number of failed attempts since construction: a statistic that racing
     /// threads may undercount.
     [[nodiscard]] int collisions() const
     {
@@ -118,11 +136,13 @@ private:
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_Lock) == 20);
 
-/// A lock that tells its failed attempts on standard error when it goes.
+/// A lock that prints its number of failed attempts on standard error when it
+/// is destroyed.
 class UT_API UT_DebugLock : public UT_Lock
 {
 public:
-    /// `name` is kept and must outlive the lock; the rest as for UT_Lock.
+    /// A lock with a name, which is kept and must outlive it; the other
+    /// arguments are as for UT_Lock.
     explicit UT_DebugLock(
         const char *name, int initiallyLocked = 0, bool recursive = false);
 

@@ -1,4 +1,4 @@
-// What the library knows of the machine that it runs on, in one piece.
+// A description of the machine and this process in one struct.
 
 #pragma once
 
@@ -6,8 +6,8 @@
 
 #include "SYS/SYS_Types.h"
 
-/// The machine and this process; see UTdescribeMachine(). Sizes are bytes, the
-/// texts live as long as the process.
+/// The machine and this process; see UTdescribeMachine(). Sizes are in bytes;
+/// the texts live as long as the process.
 struct UT_MachineInfo
 {
     const char *system;          ///< "Linux (little endian)"
@@ -28,7 +28,7 @@ struct UT_MachineInfo
 
 extern "C"
 {
-    /// Asks the machine. One thread only. The name is plain, for programs that
-    /// load the library.
+    /// Fills in `info` from the system. One thread only. The name is plain, for
+    /// programs that load the library.
     UT_API void UTdescribeMachine(UT_MachineInfo &info);
 }

@@ -4,7 +4,7 @@
 
 #include "UT_API.h"
 
-/// Sleeps for `ms` milliseconds and returns 0. 0 and less return without
-/// waiting; a signal ends the sleep early. The time is worked out in single
-/// precision, so it may come out a microsecond short. Thread-safe.
+/// Sleeps for `ms` milliseconds and returns 0; returns at once when `ms` is 0
+/// or less. A signal ends the sleep early. The time is computed in single
+/// precision, so it may be a microsecond short. Thread-safe.
 UT_API int UTnap(long ms);

@@ -1,4 +1,4 @@
-// What the sources of UT_NetSocket share.
+// Helpers of the sources of UT_NetSocket.
 
 #pragma once
 
@@ -8,8 +8,8 @@
 
 #include <sys/select.h>
 
-// Holds theHostByNameLock. A look-up is not cancelled: the C library has locks
-// of its own in it, which would stay held.
+// Holds theHostByNameLock, with cancellation off: a cancelled look-up would
+// leave locks of the C library held.
 class ut_HostByNameGuard
 {
 public:

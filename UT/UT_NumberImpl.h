@@ -1,4 +1,4 @@
-// What readers and writers of numbers share: the values of decimal texts.
+// The values of decimal texts, for readers and writers of numbers.
 
 #pragma once
 
@@ -8,19 +8,20 @@
 
 #include <cfloat>
 
-// As many digits as an integer of 64 bits takes for sure.
+// The number of digits that always fit a 64-bit integer.
 constexpr int theExactDigits = 18;
 
-// What strtod() reads in the C locale from the bytes up to `end`.
+// The value that strtod() reads in the C locale from the bytes up to `end`.
 double utToDouble(const char *text, const char *end);
 
-// The usual number, if it ends before `end` and is nothing else: its value, and
-// the byte after it. Null for what needs another look.
+// Reads a common number that ends before `end`: stores its value and returns
+// the address of the byte after it. Null for a text that needs the general
+// reader.
 //
-// Both the digits as an integer and the power of ten are held exactly by a
-// double, so one multiplication or division rounds once, as strtod() does. With
-// the arithmetic of a processor that computes in a wider format it rounds
-// twice, and there nothing is the usual number.
+// A double holds both the digits as an integer and the power of ten exactly, so
+// one multiplication or division rounds once, as strtod() does. A processor
+// that computes in a wider format rounds twice, so there the result is always
+// null.
 inline const char *
 utQuickNumber(const char *text, const char *end, double &value)
 {
@@ -63,7 +64,8 @@ utQuickNumber(const char *text, const char *end, double &value)
         if (exponent < -thePowerLimit || exponent > thePowerLimit)
             return nullptr;
     }
-    // The sign comes first, for those who round up or down.
+    // The sign is applied first, so that rounding modes other than to nearest
+    // work.
     const double whole =
         isNegative ? -double(int64(digits)) : double(int64(digits));
     value = exponent < 0 ? whole / thePowers[-exponent]

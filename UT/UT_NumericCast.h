@@ -1,16 +1,15 @@
 // Numbers of one type as numbers of another, one by one or whole arrays.
 //
 // One rule holds for all of them: the result is the nearest value that the
-// other type has. In detail:
-// - A whole number is reached by rounding, ties away from zero (2.5 gives 3,
-//   -2.5 gives -3). What lies outside the type's range gives its nearest end,
-//   infinities too. NaN gives 0.
-// - A float or double is reached as the processor does it: ties to the even
-//   neighbour, infinity for what is too large.
-// - An fpreal16 is reached by its own conversion, from the float for the
-//   value: ties away from zero, infinity for what is too large, no negative
-//   zero.
-// - An fpreal16 counts as its exact float.
+// other type can hold. In detail:
+// - To a whole number: rounds, ties away from zero (2.5 gives 3, -2.5 gives
+//   -3). A value outside the type's range, infinities included, gives its
+//   nearest end. NaN gives 0.
+// - To a float or double: rounds as the processor does, ties to the even
+//   neighbour. A value that is too large gives infinity.
+// - To an fpreal16: converts to float, and then rounds, ties away from zero. A
+//   value that is too large gives infinity, and negative zero becomes zero.
+// - From an fpreal16: its exact value as a float is converted.
 
 #pragma once
 
@@ -57,7 +56,7 @@ UTnumericCast(From value)
     else
     {
         // The ends as floating-point numbers; the upper one may round up to a
-        // power of two, below which there are no fractions any more.
+        // power of two, below which there are no fractions.
         constexpr From low = From(std::numeric_limits<To>::min());
         constexpr From high = From(std::numeric_limits<To>::max());
         if (!(value > low))
@@ -75,10 +74,11 @@ UTnumericCast(From value)
     }
 }
 
-/// Stores the `count` halves at `from` as floats at `to`, or the other way
-/// round: bit for bit what the single conversions give, with AVX2 instructions
-/// where the processor has them and VALDRIN_DISABLE_SSE and its kin allow
-/// them. The arrays must not overlap; any alignment will do. Thread-safe.
+/// Stores the `count` halves at `from` as floats at `to`, or floats as halves.
+/// The results are those of the single conversions, bit for bit. Uses AVX2
+/// instructions where the processor has them and VALDRIN_DISABLE_SSE and
+/// related settings allow them. The arrays must not overlap; any alignment will
+/// do. Thread-safe.
 UT_API void UTnumericCast(float *to, const fpreal16 *from, std::size_t count);
 UT_API void UTnumericCast(fpreal16 *to, const float *from, std::size_t count);
 

@@ -1,5 +1,4 @@
-// Search paths: the lists of directories in which files are looked for that
-// are named without one.
+// Search paths: lists of directories for files that are named without one.
 
 #pragma once
 
@@ -23,34 +22,35 @@ enum UT_PathSearchType
     UT_PATH_COUNT
 };
 
-/// A list of directories and the look-up along it.
+/// A list of directories, along which files are looked up.
 ///
-/// The directories come from the path's environment variable, with a colon
-/// between two. Each is expanded by itself, as UTVariableScan() does with `~`:
-/// the colon ends it before it could begin a modifier, and a value with colons
-/// stands for several. What is empty then, also the whole variable, stands for
-/// the default directories, and so does a variable that is not set. A
-/// directory counts where it comes first; slashes at its end do not matter.
+/// The directories come from the path's environment variable, separated by
+/// colons. Each is expanded on its own, as UTVariableScan() does with `~`: a
+/// colon ends the directory and never begins a modifier, and a value with
+/// colons stands for several directories. An empty directory, an empty variable
+/// and one that is not set stand for the default directories: in "/mine:" they
+/// follow /mine. Of a repeated directory only the first occurrence counts;
+/// slashes at its end do not matter.
 ///
 /// The default of UT_PATH_MAIN is the home directory, the installation
 /// directory (the settings HOME and VRS) and the toolkit's own data: the
-/// folder share/valdrin nearest above the file that this library was loaded
-/// from. The others have a folder of their own in each directory of
+/// nearest folder share/valdrin above the file that this library was loaded
+/// from. The default of any other path is its own folder in each directory of
 /// UT_PATH_MAIN.
 ///
-/// Directories are found out at the first question and need not exist; files
-/// are looked for at each. One thread only.
+/// The directories are determined at the first look-up and need not exist;
+/// files are looked for at each one. One thread only.
 class UT_API UT_PathSearch
 {
 public:
-    /// The object that everybody shares for a known path, which is made at the
-    /// first call; null for any other id. Lives as long as the process.
+    /// The shared object for a known path, created at the first call; null for
+    /// an unknown id. Lives as long as the process.
     static UT_PathSearch *getInstance(UT_PathSearchType id);
 
-    /// Says that the environment variable `name` has changed: each path finds
-    /// its directories out again, whatever the variables that it names; does
-    /// nothing for null. Tell the settings first, with
-    /// UT_EnvControl::varChanged().
+    /// Makes each path determine its directories again, after the environment
+    /// variable `name` has changed; does nothing for null. Every name affects
+    /// all paths, because they may use any variable. Call
+    /// UT_EnvControl::varChanged() first, which updates the settings.
     static void varChanged(const char *name);
 
     UT_PathSearch(const UT_PathSearch &) = delete;
@@ -64,21 +64,23 @@ public:
     /// until the next varChanged().
     const UT_StringArray &getDirectories();
 
-    /// Looks for a file with the relative name `name`, which may have folders
-    /// in it, along the path. Returns true and sets `result`, which owns it,
-    /// to the first that exists and is no directory; otherwise false, and
-    /// leaves `result` alone. A name that is a full path (see
-    /// UTfullPathSpecified()) is only checked. Null and "" are not found. One
-    /// system call for each directory. `result` may hold the name.
+    /// Looks for a file with the relative name `name`, which may contain
+    /// folders, along the path. Returns true and sets `result`, which owns its
+    /// text, to the first one that exists and is not a directory; returns false
+    /// otherwise, and leaves `result` alone. For a name that is a full path
+    /// (see UTfullPathSpecified()) only that file is checked. Null and "" are
+    /// not found. One system call for each directory. `result` may hold the
+    /// name.
     bool valdrinFindFile(const char *name, UT_String &result);
 
-    /// The same for a directory.
+    /// Looks for a directory as valdrinFindFile() does for a file.
     bool findDirectory(const char *name, UT_String &result);
 
-    /// Sets `result`, which owns it, to the shortest name by which
+    /// Sets `result`, which owns its text, to the shortest name by which
     /// valdrinFindFile() finds the file `path`. Returns false, and leaves
     /// `result` alone, when there is none: the file does not exist, lies in no
-    /// directory of the path as that is written, or is hidden by another one.
+    /// directory of the path as they are spelled, or is hidden by another one.
+    /// With "/show" on the path "/show/images/a.tif" becomes "images/a.tif".
     /// `result` may hold the path. O(directories²) system calls.
     bool condense(const char *path, UT_String &result);
 
@@ -95,6 +97,6 @@ private:
     const char *const myVariable;
     const char *const myFolder; // in the main path's directories, or null
     UT_StringArray myDirectories;
-    UT_SymbolTable myNames; // the same, to find one that is there
+    UT_SymbolTable myNames; // the directories again, to find repetitions
     bool myIsCurrent;       // whether myDirectories holds them
 };

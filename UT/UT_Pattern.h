@@ -1,6 +1,6 @@
-// The functions that do the work of UT_String's patterns, ranges and bracket
-// groups. They take plain texts, and show what the members keep to themselves:
-// what a range says, and what one group stands for.
+// The functions that implement UT_String's patterns, ranges and bracket groups.
+// They take plain texts, and give access to intermediate results: the parts of
+// a range, and the names that one group stands for.
 //
 // The languages are in docs/patterns.md. Case is that of ASCII letters,
 // whatever the locale; `caseSensitive` 0 ignores it. Several threads may call
@@ -21,41 +21,43 @@
 UT_API int
 strMatch(const char *subject, const char *pattern, int caseSensitive);
 
-/// Whether all of `subject`, null counting as "", matches the one alternative
-/// that `pattern` begins with: 1 or 0, and 0 for a null pattern. The
-/// alternative ends before the first of `separators`, as
-/// UT_String::multiMatch() reads them, or with the pattern. A `^` at its front
-/// is a byte like others. The same cost as strMatch(), except while
-/// UT_String::multiMatchRecord() runs.
+/// Whether all of `subject`, null counting as "", matches the first alternative
+/// of `pattern`: 1 or 0, and 0 for a null pattern. The alternative ends before
+/// the first of `separators`, as UT_String::multiMatch() reads them, or with
+/// the pattern. A `^` at its beginning is an ordinary byte. Costs as much as
+/// strMatch(), except while UT_String::multiMatchRecord() runs.
 ///
 /// One thread only.
 UT_API int multiStrMatch(
     const char *subject, const char *pattern, int caseSensitive,
     const char *separators);
 
-/// The first place in `subject` where the front of `pattern` occurs: the bytes
-/// before the first one of `reject`, all of it when that is null. No byte is a
-/// wildcard. Null when there is none, and when a text is null; "" occurs at
-/// once. Borrowed from `subject`.
+/// The first occurrence in `subject` of the beginning of `pattern`: the bytes
+/// before the first one of `reject`, or all of it when that is null. No byte is
+/// a wildcard. Null when there is none, and when a text is null; "" occurs at
+/// the start. Points into `subject`. "b2" is found in "a1b2c3" with the pattern
+/// "b2,x" and "," rejected.
 UT_API const char *singleStrMatch(
     const char *subject, const char *pattern, const char *reject,
     int caseSensitive);
 
-/// What the wildcards of a match stood for, in arrays of the caller's.
+/// A record of the texts that the wildcards of a match stood for, in arrays
+/// that the caller owns.
 ///
 /// Thread-compatible.
 struct UT_API utPatternRecord
 {
-    /// An empty record. Both arrays are kept, must outlive the record, and have
-    /// room for `maximum` entries.
+    /// An empty record. Both arrays are kept, must outlive the record, and must
+    /// have room for `maximum` entries.
     utPatternRecord(int maximum, char *singles, char **words);
 
-    /// Adds what a `?` stood for. Dropped when there is no room.
+    /// Adds the byte that a `?` stood for. Dropped when there is no room.
     void addSingle(char c);
 
-    /// Adds what a `*` stood for: a copy of the first `length` - 1 bytes of
-    /// `text`, which has `length` bytes at least, or of all up to its NUL when
-    /// `length` is negative. It is never 0. Dropped when there is no room.
+    /// Adds the text that a `*` stood for: a copy of the first `length` - 1
+    /// bytes of `text`, which has at least `length` bytes, or of all up to its
+    /// NUL when `length` is negative. `length` is never 0. Dropped when there
+    /// is no room.
     void addWord(const char *text, int length);
 
     // Programs hold records by value: order and size stay.
@@ -77,9 +79,9 @@ static_assert(offsetof(utPatternRecord, wordCount) == 4 * sizeof(void *));
 
 /// Reads a range, which UT_String::traversePattern() describes: of every
 /// `cycle` indices from FIRST to LAST the first `take` are selected, or the
-/// others when `negated` is 1. A range without a LAST ends at FIRST. A star has
-/// its flag set to 1 and the index 0 in FIRST and LAST; a minor index that is
-/// not there is -1. "5-7.*" is malformed, "5.*-7.*:2" reads as
+/// others when `negated` is 1. A range without a LAST ends at FIRST. A star
+/// sets its flag to 1 and the index to 0 in FIRST and LAST; a missing minor
+/// index is -1. "5-7.*" is malformed, "5.*-7.*:2" reads as
 ///
 ///     cycle 2, take 1, negated 0, majorIsStar 0, minorIsStar 1,
 ///     firstMajor 5, firstMinor 0, lastMajor 7, lastMinor 0
@@ -92,9 +94,9 @@ UT_API int utRange(
     int &lastMinor);
 
 /// Reads one end of a range, MAJOR[.MINOR]. A part with a `*` anywhere in it is
-/// a star, its flag is 1 and its index 0; any other is the number that its
-/// leading digits make, 0 without digits and INT_MAX for all that are greater.
-/// Without a dot the minor index is -1.
+/// a star: its flag is 1 and its index 0. Any other part is the number that its
+/// leading digits form, 0 without digits and INT_MAX for any greater number.
+/// Without a dot the minor index is -1: "5" is major 5 and minor -1.
 ///
 /// Returns 1. Returns 0 and sets nothing when a part is empty or `text` null.
 UT_API int utPatternMixed(
@@ -108,10 +110,10 @@ struct stResultData
 {
     char **list;   // caller frees each name with free()
     int32 count;   // names in it
-    int32 maximum; // names that it has room for
+    int32 maximum; // names that there is room for
 };
 
-/// A bracket group of a word, and where its names go.
+/// A bracket group of a word, and the destination of its names.
 struct stExpandData
 {
     const char *prefix;   // the text before the group, never null
@@ -119,7 +121,7 @@ struct stExpandData
     stResultData *result; // gets the names
 };
 
-// Programs fill these in by themselves: order and size stay.
+// Programs fill these in themselves: order and size stay.
 static_assert(sizeof(void *) != 4 || sizeof(stResultData) == 12);
 static_assert(offsetof(stResultData, list) == 0);
 static_assert(offsetof(stResultData, count) == sizeof(void *));
@@ -129,21 +131,21 @@ static_assert(offsetof(stExpandData, prefix) == 0);
 static_assert(offsetof(stExpandData, suffix) == 1 * sizeof(void *));
 static_assert(offsetof(stExpandData, result) == 2 * sizeof(void *));
 
-/// Adds the names that `word` expands to, as UT_String::expandArrays() says, to
-/// `result`; those that it has no room for are dropped. Returns 1, also when
-/// there are no names. Returns 0 and adds nothing when the word has no whole
-/// group or is null. Takes no time for names that are dropped.
+/// Adds the names that `word` expands to, as described at
+/// UT_String::expandArrays(), to `result`; names without room are dropped,
+/// which takes no time. Returns 1, also when there are no names. Returns 0 and
+/// adds nothing when the word has no complete group or is null.
 UT_API int stExpandArray(const char *word, stResultData *result);
 
 /// Adds one name for each letter of `contents`, in order, as stAddName() does
-/// for a number: the prefix, the letter and the suffix. Other bytes add none.
-/// Stops when the result is full. Returns 1.
+/// for a number: the prefix, the letter and the suffix. Other bytes are
+/// ignored. Stops when the result is full. Returns 1.
 UT_API int stExpandLetterPattern(const char *contents, stExpandData *data);
 
-/// Adds the name of one index, for UT_String::traversePattern() to call: `data`
-/// is a `stExpandData`, and the name its prefix, `major` in decimal and its
-/// suffix. A suffix with a whole group is expanded in turn. The minor index is
-/// not used. Returns 1, so that a walk goes on.
+/// Adds the name of one index; a callback for UT_String::traversePattern().
+/// `data` is a `stExpandData`, and the name is its prefix, `major` in decimal
+/// and its suffix. A suffix with a complete group is expanded in turn. The
+/// minor index is not used. Returns 1, so that the walk continues.
 ///
-/// Deliberate: also when the result is full and the name dropped.
+/// Deliberate: returns 1 also when the result is full and the name dropped.
 UT_API int stAddName(int major, int minor, void *data);

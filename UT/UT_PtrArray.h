@@ -1,4 +1,5 @@
-// The growable array of pointers: the untyped one, and a typed face for it.
+// The growable array of pointers: the untyped class, and a typed wrapper for
+// it.
 
 #pragma once
 
@@ -8,22 +9,21 @@
 
 #include <type_traits>
 
-/// The difference of two pointer values, as whole numbers without a sign; of a
-/// difference that an int cannot hold, the sign: 1 or -1.
+/// The difference of two pointer values as unsigned numbers; only its sign, 1
+/// or -1, when an int cannot hold it.
 UT_API int UTcomparePointers(void *const *a, void *const *b);
 
 /// A growable array of untyped pointers, which it does not own.
 ///
-/// Indices count from 0 and are not checked. Slots from entries() to
-/// capacity() exist too: they keep whatever they last held, and a new one
-/// holds null. A growing operation takes m + step(m) slots (see
-/// UTgrownCapacity()), where m is the number that its comment names; nothing
-/// but resize(), collapse() and swap() gives slots back.
+/// Indices count from 0 and are not checked. Slots from entries() to capacity()
+/// keep whatever they last held, and a new one holds null. A growing operation
+/// allocates UTgrownCapacity(m) slots, where m is the number that its comment
+/// names; only resize(), collapse() and swap() free slots.
 ///
-/// "Sorted" means as the comparator has it, unless said otherwise. Comparators
+/// "Sorted" means in the comparator's order, unless said otherwise. Comparators
 /// have the sense of strcmp() and get the addresses of two pointers.
 ///
-/// A literal 0 is an index and a null pointer alike: write `0u` or `nullptr`.
+/// A literal 0 could be an index or a null pointer: write `0u` or `nullptr`.
 ///
 /// Thread-compatible.
 class UT_API UT_PtrArrayRaw
@@ -42,8 +42,8 @@ public:
     UT_PtrArrayRaw(const UT_PtrArrayRaw &source);
     ~UT_PtrArrayRaw();
 
-    /// Takes over the elements of `source`. Grows to exactly as many slots as
-    /// those need, and never shrinks.
+    /// Copies the elements of `source`. Grows to exactly as many slots as they
+    /// need, and never shrinks.
     UT_PtrArrayRaw &operator=(const UT_PtrArrayRaw &source);
 
     /// Number of elements in use.
@@ -70,35 +70,36 @@ public:
     [[nodiscard]] bool
     isEqual(const UT_PtrArrayRaw &other, Compare compare) const;
 
-    /// Index of the first element from `start` on that is `pointer`, or -1.
+    /// Index of the first element from `start` on that equals `pointer`, or -1.
     [[nodiscard]] int find(const void *pointer, unsigned start = 0) const;
 
     /// Index of an element of the sorted array that compares equal, or -1.
     /// O(log n).
     [[nodiscard]] int find(const void *pointer, Compare compare) const;
 
-    /// Index of the text `text` in an array of texts sorted by strcmp(), or
-    /// -1. In an unsorted array it may miss one. O(log n).
+    /// Index of `text` in an array of texts sorted by strcmp(), or -1. In an
+    /// unsorted array it may miss the text. O(log n).
     [[nodiscard]] int findString(const char *text) const;
 
-    /// Whether each element of `other` is in this array; both are sorted. A
-    /// repeated element of `other` needs as many here. O(n).
+    /// Whether each element of `other` is in this array; both are sorted. An
+    /// element that `other` repeats must be here as often. O(n).
     [[nodiscard]] bool
     hasSortedSubset(const UT_PtrArrayRaw &other, Compare compare) const;
 
-    /// Calls `function` on each element in order until one call answers
+    /// Calls `function` on each element in order until one call returns
     /// non-zero. Returns the index of that element, or entries().
     unsigned apply(int (*function)(void *&element, void *data), void *data);
 
     // ---- Size
 
-    /// Sets the capacity to exactly `newCapacity`; elements beyond it are
-    /// dropped, new slots are null, and 0 frees the storage. The second
-    /// argument has no effect.
+    /// Sets the capacity to exactly `newCapacity`: removes elements beyond it,
+    /// sets new slots to null, and frees the storage for 0. The second argument
+    /// has no effect.
     void resize(unsigned newCapacity, unsigned short = 1);
 
     /// Sets the number of elements in use. Grows to exactly that many slots
-    /// when there are fewer; slots that come into use keep what they hold.
+    /// when there are fewer; added elements have the values that their slots
+    /// hold.
     void setEntries(unsigned entries)
     {
         if (entries > myCapacity)
@@ -106,7 +107,7 @@ public:
         myEntries = entries;
     }
 
-    /// Takes all elements out of use and keeps the storage.
+    /// Removes all elements and keeps the storage.
     void clear() { myEntries = 0; }
 
     /// Exchanges the storage of two arrays. O(1).
@@ -126,32 +127,33 @@ public:
         return index;
     }
 
-    /// The same, unless `unique` is non-zero and `pointer` is there: then
-    /// returns the index of the first one. O(n).
+    /// Adds `pointer` at the end, unless `unique` is non-zero and the array has
+    /// it. Returns the index of the added element, or of the first one that was
+    /// there. O(n).
     unsigned append(void *pointer, int unique);
 
-    /// Opens a slot at `index`, whose contents are what it held, and returns
-    /// `index`. Below entries() the rest moves up and a full array grows with
-    /// m = entries + 1; at or beyond entries() the array ends behind the slot,
-    /// and m = `index` at or beyond the capacity.
+    /// Opens a slot at `index`, which keeps the value that it held, and returns
+    /// `index`. Below entries() the rest moves up and a full array grows with m
+    /// = entries + 1; at or beyond entries() the slot becomes the last element,
+    /// and an array whose capacity is not above `index` grows with m = `index`.
     unsigned insert(unsigned index);
 
-    /// Inserts `pointer` before the element at `index`, or at or beyond the
-    /// end as insert(index) does. m = entries, and m = `index` at or beyond
-    /// the capacity. Returns `index`.
+    /// Inserts `pointer` before the element at `index`, or at or beyond the end
+    /// as insert(index) does, and returns `index`. Grows with m = entries, or m
+    /// = `index` at or beyond the capacity.
     unsigned insertAt(void *pointer, unsigned index);
     unsigned insert(void *pointer, unsigned index);
 
     /// Opens `count` slots at `index` as insert(index) opens one, and returns
-    /// `index`. Below entries() m = entries + `count`. Beyond, m = `index` +
-    /// `count`; deliberate: there the array also grows when that is just the
-    /// capacity.
+    /// `index`. Grows with m = entries + `count` below entries(), and with m =
+    /// `index` + `count` otherwise. Deliberate: in the second case the array
+    /// also grows when that is exactly the capacity.
     unsigned multipleInsert(unsigned index, unsigned count);
 
     /// Appends all elements of `other`, which may be this array.
     ///
-    /// Deliberate: when they would not fit, or just fit, the capacity grows
-    /// by exactly their number.
+    /// Deliberate: when they do not fit, or fit exactly, the capacity grows by
+    /// exactly their number.
     void concat(const UT_PtrArrayRaw &other);
 
     /// Overwrites the first elements by those of `other`; elements beyond them
@@ -162,12 +164,12 @@ public:
     /// returns its index. O(n).
     unsigned sortedInsert(void *pointer, Compare compare);
 
-    /// The same, unless an equal element is there: then returns the index of
-    /// that one.
+    /// Inserts `pointer` into the sorted array unless an equal element is
+    /// there. Returns the index of the element, new or old. O(n).
     unsigned uniqueSortedInsert(void *pointer, Compare compare);
 
-    /// Inserts `pointer` into an array sorted by pointer value unless it is
-    /// there, and returns its index. O(n).
+    /// Inserts `pointer` into the array, which is sorted by pointer value,
+    /// unless it is there, and returns its index. O(n).
     unsigned uniqueSortedInsert(const void *pointer);
 
     // ---- Removing
@@ -176,14 +178,14 @@ public:
     /// returns `index`.
     unsigned removeAt(unsigned index);
 
-    /// Removes the first element that is `pointer`. Returns its index, or -1
+    /// Removes the first element equal to `pointer`. Returns its index, or -1
     /// when there is none.
     int remove(const void *pointer);
 
     /// Removes all null pointers. O(n).
     void removeZeros();
 
-    /// Removes all null pointers, then the slots not in use. O(n).
+    /// Removes all null pointers, then frees the slots not in use. O(n).
     void collapse();
 
     // ---- Rearranging
@@ -195,18 +197,20 @@ public:
     /// negative `k`.
     void cycle(int k);
 
-    /// Moves `count` slots at `from` to `to`, which may overlap. Returns 0; or
-    /// -1, and does nothing, when a block does not lie within the capacity or
-    /// `count` is 0. `from` equal to `to` always is 0.
+    /// Moves `count` slots from `from` to `to`; the two blocks may overlap.
+    /// Returns 0; or -1, and does nothing, when a block does not lie within the
+    /// capacity or `count` is 0. The result is always 0 when `from` equals
+    /// `to`. shift(0, 1, 3) makes a b c d into a a b c.
     ///
-    /// A block that arrives at or behind the last element becomes the end of
-    /// the array. Deliberate: so does the array's tail when it moves towards
-    /// the front.
+    /// A block that ends past the last element extends the array. Deliberate:
+    /// when the last elements move towards the front, the array ends after
+    /// them.
     int shift(unsigned from, unsigned to, unsigned count);
 
-    /// Moves the `count` elements at `from` so that they begin at `to`; those
-    /// that they pass over close the gap. Negative positions count as 0; what
-    /// reaches over the end is cut from `count`, then from `to`.
+    /// Moves the `count` elements at `from` so that they begin at `to`; the
+    /// elements between fill the gap. Negative positions count as 0; `count`,
+    /// then `to`, are reduced to fit within the array. move(0, 2, 1) makes a b
+    /// c d into b c a d.
     void move(int from, int to, int count);
 
     /// Sorts by a comparator. O(n log n).
@@ -214,9 +218,9 @@ public:
 
     // ---- Sorted sets: both arrays are sorted. The first forms append to
     // `result`, a third array; the second forms change this array. Of two
-    // elements that compare equal, this array's is taken.
+    // elements that compare equal, the one in this array is taken.
 
-    /// The elements of either array; one that both hold comes once.
+    /// The elements of either array; one in both occurs once.
     void sortedUnion(
         const UT_PtrArrayRaw &other, UT_PtrArrayRaw &result,
         Compare compare) const;
@@ -228,22 +232,23 @@ public:
         Compare compare) const;
     void sortedIntersection(const UT_PtrArrayRaw &other, Compare compare);
 
-    // ---- Heap: the element that the comparator puts last is at 0.
+    // ---- Heap: the element that the comparator orders last is at 0.
     //
-    // Deliberate: the parent of i is i / 2 and its children are 2i and
-    // 2i + 1, so that the root has one child, at 1.
+    // Deliberate: the parent of i is i / 2, and its children are 2i and 2i + 1,
+    // so the root has one child, at 1.
 
     /// Adds `pointer` and returns its index. O(log n).
     unsigned heapPush(void *pointer, Compare compare);
 
     /// Removes and returns the element at 0, the greatest of a heap; null when
-    /// there is none. The last one takes its place and sinks as heapify() lets
-    /// it, also in an array that is not a heap. O(log n), two comparisons for
+    /// there is none. The last one takes its place and sinks as in heapify(),
+    /// also in an array that is not a heap. O(log n), with two comparisons for
     /// each level.
     void *heapPop(Compare compare);
 
-    /// Sinks the element at `index` until no child is greater. An equal child
-    /// stays; of two equal greater children the left one rises.
+    /// Sinks the element at `index` until no child is greater. It does not
+    /// change places with an equal child; of two equal, greater children the
+    /// left one rises.
     void heapify(unsigned index, Compare compare);
 
 private:
@@ -258,10 +263,10 @@ private:
 static_assert(sizeof(void *) != 4 || sizeof(UT_PtrArrayRaw) == 12);
 
 /// A UT_PtrArrayRaw whose elements are of the pointer type `T`, such as
-/// `UT_String *` or `const char *`. Each member does what the untyped one of
-/// its name does.
+/// `UT_String *` or `const char *`. Each member works as the untyped one of its
+/// name.
 ///
-/// The array does not own what it points at.
+/// The array does not own the objects that it points at.
 template <class T>
 class UT_PtrArray
 {
@@ -280,7 +285,7 @@ public:
     UT_PtrArray(const UT_PtrArray &source) = default;
     virtual ~UT_PtrArray() = default;
 
-    /// Takes over the elements of `source`.
+    /// Copies the elements of `source`.
     UT_PtrArray &operator=(const UT_PtrArray &source) = default;
 
     /// Number of elements in use.
@@ -441,8 +446,8 @@ private:
         return const_cast<void *>(static_cast<const void *>(pointer));
     }
 
-    // All pointers to objects look alike, and so do functions of addresses of
-    // them: a thunk for each comparator would change no instruction.
+    // All pointers to objects have one representation, and so do functions of
+    // their addresses: a thunk for each comparator would change no instruction.
     static UT_PtrArrayRaw::Compare raw(Compare compare)
     {
         return reinterpret_cast<UT_PtrArrayRaw::Compare>(compare);
@@ -451,6 +456,6 @@ private:
     UT_PtrArrayRaw myArray;
 };
 
-// Programs derive from it and hold it by value: the destructor's slots and the
-// array are all there is.
+// Programs derive from it and hold it by value: the virtual table and the array
+// are its only contents.
 static_assert(sizeof(void *) != 4 || sizeof(UT_PtrArray<char *>) == 16);

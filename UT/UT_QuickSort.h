@@ -8,19 +8,19 @@
 
 /// Sorts 32-bit keys ascending, in place.
 ///
-/// Every input of n keys costs O(n log n), the sorted, reversed and
-/// repetitive ones less, and 16 kilobytes of stack at most. Longer sorts of
+/// Every input of n keys costs O(n log n), the sorted, reversed and repetitive
+/// ones less, and 16 kilobytes of stack at most. Longer sorts of
 /// keys, alone or with an index, use scratch of their own, up to 8 megabytes;
-/// where there is no memory for it they take four times as long. Sorts of fewer
-/// than 20 keys or records keep the order of equal ones; longer sorts do not
-/// promise it. NaN keys have no order: all keys are kept, but any of them may
-/// come to lie anywhere.
+/// where there is no memory for it they take four times as long. Sorts of fewer than 20 keys or
+/// records keep the order of equal ones; longer sorts do not promise it. NaN
+/// keys have no order: if there are any, all keys are kept, but in no
+/// particular order.
 ///
-/// The static members below the three sorts work on the caller's arrays
-/// without an object: the `isort` members are plain insertion sorts, stable
-/// for every n, O(n^2) at worst and O(n) on sorted input; the `recurse`
-/// members are the whole sort. The first letter says how keys compare: as
-/// unsigned, signed or float. Scratch, records and an index do not overlap.
+/// The static members after the three sorts work on the caller's arrays without
+/// an object. The `isort` members are plain insertion sorts, stable for every
+/// n, O(n^2) at worst and O(n) on sorted input; the `recurse` members are the
+/// whole sort. The first letter says how keys compare: u for unsigned, s for
+/// signed, f for float. Scratch, records and an index must not overlap.
 ///
 /// Thread-compatible; calls on different objects and arrays share nothing.
 class UT_API UT_QuickSort
@@ -39,26 +39,27 @@ public:
     UT_QuickSort &operator=(const UT_QuickSort &) = default;
     virtual ~UT_QuickSort();
 
-    /// Where the keys of the last sort that made an index came from: the
-    /// entry at each sorted position is the position (from 0) that the key
-    /// there had before. Empty until then. Borrowed until the next sort that
+    /// The index of the last sort that made one: the entry at each sorted
+    /// position is the position (from 0) that the key had before. After sorting
+    /// 30 10 20 it is 1 2 0. Empty at first. Borrowed until the next sort that
     /// makes an index.
     [[nodiscard]] const UT_IntArray &index() const { return myIndex; }
 
-    /// Sorts `n` keys, compared as `int` when `isSigned` is set and as they
-    /// are otherwise. A nonzero `makeIndex` resizes the index to exactly `n`
-    /// entries, which frees it for `n` = 0, and lets it follow the keys; 0
-    /// leaves the index of an earlier sort alone. Returns this object.
+    /// Sorts `n` keys, compared as `int` when `isSigned` is set and as
+    /// `unsigned` otherwise. A nonzero `makeIndex` resizes the index to exactly
+    /// `n` entries, which frees it for `n` = 0, and fills it; 0 leaves the
+    /// index of an earlier sort alone. Returns this object.
     UT_QuickSort &
     sort(unsigned *data, unsigned n, int makeIndex, bool isSigned);
 
-    /// The same for floats.
+    /// Sorts `n` floats, with an index as for whole numbers. Returns this
+    /// object.
     UT_QuickSort &sort(float *data, unsigned n, int makeIndex);
 
     /// Sorts `count` records of `recordSize` bytes, at least 4, by the key in
     /// the first four bytes of each. Records are moved whole and need no
-    /// alignment. Allocates one record for the duration of the call. Leaves
-    /// the index alone. Returns this object.
+    /// alignment. Allocates memory for one record during the call. Leaves the
+    /// index alone. Returns this object.
     UT_QuickSort &
     sort(void *records, unsigned recordSize, unsigned count, compareType type);
 
@@ -108,9 +109,9 @@ private:
 static_assert(sizeof(void *) != 4 || sizeof(UT_QuickSort) == 16);
 
 /// Rearranges `n` elements of `size` bytes so that the one at position `k`
-/// (from 0) is what a full sort would put there, every element before it is
-/// not greater and every one behind it not less. Does nothing unless `k` is
-/// below `n`.
+/// (from 0) is the one that a full sort would put there, no element before it
+/// is greater and none after it is less. Does nothing unless `k` is below `n`.
+/// With n = 101 and k = 50 it finds the median.
 ///
 /// `compare` has the sense of `strcmp` and gets pointers to elements, which
 /// are aligned as well as `base` and `size` are, or to a copy aligned for
@@ -120,7 +121,8 @@ UT_API void UTquickSelect(
     void *base, unsigned n, unsigned k, unsigned size,
     int (*compare)(const void *, const void *));
 
-/// The same for integers, compared by value. The result of the last
-/// comparison comes back, or 0 if there was none; it means nothing.
+/// Rearranges `n` integers, compared by value, as the form for elements does.
+/// Returns the result of the last comparison, or 0 if there was none; it means
+/// nothing.
 UT_API int
 UTquickSelect(int *data, unsigned n, unsigned k, int (*compare)(int, int));

@@ -1,19 +1,19 @@
-// What sorting and selection share: one set of algorithms over "items", which
-// stand for the arrays being rearranged.
+// The algorithms of sorting and selection. They work on "items", which stand
+// for the arrays being rearranged.
 //
 // Items are numbered from 0. Besides the array one item can be held aside: an
 // item that moves more than one place costs one copy per place, not three.
 // Items are small handles, passed by value so that their pointers stay in
 // registers; nothing is held across a call. Their members:
 //
-//     keyAt(i)              what item i is ordered by
+//     keyAt(i)              the key by which item i is ordered
 //     isLess(a, b)          whether key a comes strictly before key b
 //     hold(i), heldKey()    sets item i aside; the key of the item set aside
 //     move(to, from)        copies another item over item `to`
 //     release(to)           puts the item set aside in place `to`
 //
-// Orders that contradict themselves (NaN, a wrong comparator) leave the items
-// in some order: every loop is bounded by positions, none by a key.
+// Inconsistent orders (NaN, a wrong comparator) leave the items in some order:
+// every loop is bounded by positions, none by a key.
 
 #pragma once
 
@@ -24,16 +24,16 @@
 
 using std::size_t;
 
-// A range of items that are all equal, every item before them being less or
-// equal and every item behind them greater or equal.
+// A range of equal items. Every item before them is less or equal, and every
+// item after them greater or equal.
 struct ut_EqualRange
 {
     size_t begin;
     size_t end; // exclusive
 };
 
-// Copies an element of `size` bytes over another. A call to memcpy for sizes
-// that only run time knows costs more than moving most elements does.
+// Copies an element of `size` bytes over another. A call to memcpy for a size
+// known only at run time costs more than moving most elements does.
 inline void
 utCopyElement(char *to, const char *from, size_t size)
 {
@@ -93,8 +93,8 @@ utInsertionSort(Items items, size_t begin, size_t end)
     }
 }
 
-// Lets the item at `root` of a heap with `size` items from `begin` on sink to
-// its place.
+// Sinks the item at `root` to its place in a heap of `size` items from `begin`
+// on.
 template <class Items>
 void
 utSinkIntoHeap(Items items, size_t begin, size_t root, size_t size)
@@ -116,7 +116,7 @@ utSinkIntoHeap(Items items, size_t begin, size_t root, size_t size)
     items.release(begin + root);
 }
 
-// The way out when pivots keep failing: slower, but n log n on every input.
+// The fallback when pivots keep failing: slower, but O(n log n) on every input.
 template <class Items>
 void
 utHeapSort(Items items, size_t begin, size_t end)
@@ -147,9 +147,10 @@ utMedianOf3(Items items, size_t a, size_t b, size_t c)
     return items.isLess(items.keyAt(c), items.keyAt(a)) ? a : c;
 }
 
-// The position of an item to divide a range of 12 or more by: the median of
-// three, or in a long range of three such medians. The ends take no part:
-// items that an input or an earlier division left out of order are there.
+// The position of the item by which to divide a range of 12 or more: the median
+// of three, or in a long range of three such medians. The ends are not
+// considered: they hold items that an input or an earlier division left out of
+// order.
 template <class Items>
 size_t
 utChoosePivot(Items items, size_t begin, size_t end)
@@ -166,13 +167,13 @@ utChoosePivot(Items items, size_t begin, size_t end)
         items, medianAt(3, step), medianAt(6, step), medianAt(9, step));
 }
 
-// Moves the items of [first, last) that belong behind the one at `pivot`,
-// which lies outside of it, behind the others, and returns where they begin.
-// Items equal to the pivot stay in front if `equalsStay` is set.
+// Moves the items of [first, last) that belong after the one at `pivot`, which
+// lies outside the range, after the others, and returns where they begin. Items
+// equal to the pivot stay before them if `equalsStay` is set.
 //
-// A branch on a key is a coin toss for the processor. So the offsets of
-// misplaced items are first gathered from both ends, a block at a time and
-// without a branch, and then exchanged along one cycle.
+// The processor cannot predict a branch on a key. So the offsets of misplaced
+// items are first gathered from both ends, a block at a time and without a
+// branch, and then exchanged along one cycle.
 template <bool equalsStay, class Items>
 size_t
 utPartition(Items items, size_t pivot, size_t first, size_t last)
@@ -269,8 +270,8 @@ utDivide(Items items, size_t begin, size_t end, size_t pivot)
 {
     utSwapItems(items, begin, pivot);
 
-    // When the item in front of the range equals the pivot, nothing in the
-    // range is less than it: what equals it is done. So few distinct keys
+    // When the item before the range equals the pivot, nothing in the range is
+    // less than it, and the items equal to it are done. So few distinct keys
     // make a sort faster.
     if (begin > 0 && !items.isLess(items.keyAt(begin - 1), items.keyAt(begin)))
         return {begin, utPartition<true>(items, begin, begin + 1, end)};
@@ -281,8 +282,8 @@ utDivide(Items items, size_t begin, size_t end, size_t pivot)
 }
 
 // Whether all items are in order. If all are in strictly descending order they
-// are reversed first. Stable. Whatever is neither is found out early, as a
-// rule.
+// are reversed first. Stable. For any other order the answer usually comes
+// early.
 template <class Items>
 bool
 utSettleRun(Items items, size_t n)

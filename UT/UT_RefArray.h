@@ -12,10 +12,10 @@
 
 /// A growable array of objects of type `T`, which it owns.
 ///
-/// New elements are default-constructed where they stay; nothing is ever
-/// copied. Growing, inserting and removing move the elements by their bytes: a
-/// `T` may hold no pointer into itself (a std::string and a UT_WorkBuffer do),
-/// and nobody may keep its address across a change of the array.
+/// New elements are default-constructed in place and never copied. Growing,
+/// inserting and removing move the elements by their bytes: a `T` must not hold
+/// a pointer into itself (std::string and UT_WorkBuffer do), and its address is
+/// borrowed until the next change of the array.
 ///
 /// Indices count from 0 and are not checked. Slots from entries() to
 /// capacity() are raw storage.
@@ -76,7 +76,7 @@ public:
                            : calloc(newCapacity, sizeof(T));
             if (!block && newCapacity > myCapacity)
                 throw std::bad_alloc();
-            // A block that cannot shrink serves as it is.
+            // If a block cannot shrink, the old one is kept.
             if (!block)
                 block = myData;
         }
@@ -85,11 +85,10 @@ public:
     }
 
     /// Constructs an element at `index` and returns `index`. Below entries()
-    /// the rest moves up, and a full array grows from entries as
-    /// UTgrownCapacity() has it. At or beyond entries() all slots up to
-    /// `index` get an element, and the array grows from `index` when that is
-    /// at or beyond the capacity. An exception of a constructor leaves the
-    /// elements as they were.
+    /// the rest moves up, and a full array grows to UTgrownCapacity(entries()).
+    /// At or beyond entries() all slots up to `index` get an element, and the
+    /// array grows to UTgrownCapacity(index) when `index` is at or beyond the
+    /// capacity. If a constructor throws, the elements are unchanged.
     unsigned insert(unsigned index)
     {
         if (index < myEntries)
@@ -135,8 +134,8 @@ private:
             static_cast<const void *>(myData + from), count * sizeof(T));
     }
 
-    // Programs hold arrays by value: the destructor's slots and this, in this
-    // order, are all there is.
+    // Programs hold arrays by value: the virtual table and these members, in
+    // this order, are all their contents.
     T *myData = nullptr;     // calloc'ed, null when the capacity is 0
     unsigned myCapacity = 0; // slots allocated
     unsigned myEntries = 0;  // elements, which are all constructed

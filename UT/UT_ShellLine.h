@@ -1,11 +1,11 @@
-// What a command line asks for besides its words: where input comes from and
-// output goes to. The lines are parsed by UT_String.
+// The redirections of a command line: where input comes from and where output
+// is written. The lines are parsed by UT_String.
 
 #pragma once
 
 #include "UT_API.h"
 
-/// Why a line was refused.
+/// The reason why a line was refused.
 enum UT_ShellError
 {
     UT_SHELL_ACCEPTED,    ///< it was not
@@ -20,11 +20,11 @@ enum UT_ShellError
     UT_SHELL_TOO_LONG           ///< the line, or what is replaced in it
 };
 
-/// What UT_String::parseCsh() and parseDos() report besides the words. To open
-/// files and to run commands is left to the caller.
+/// The results of UT_String::parseCsh() and parseDos() besides the words.
+/// Opening files and running commands is left to the caller.
 ///
-/// The texts are borrowed until the parsed string changes or is destroyed; each
-/// is null when the line does not ask for it. Thread-compatible.
+/// The texts are borrowed until the next change of the parsed string; each is
+/// null when the line has no such redirection. Thread-compatible.
 struct UT_API UT_ShellLine
 {
     /// The file that `<` names.
@@ -34,27 +34,27 @@ struct UT_API UT_ShellLine
     const char *output = nullptr;
     bool appendsOutput = false;
 
-    /// Whether output has the `!` of csh, which overrides a user's wish that no
-    /// existing file is overwritten and no missing one appended to.
+    /// Whether output has the `!` of csh, which overrides a user's setting that
+    /// protects existing files from being overwritten and missing ones from
+    /// being appended to.
     bool forcesOutput = false;
 
-    /// Whether errors go where output goes: `>&`, `>>&`, `|&` or `2>&1`.
-    /// Deliberate: it does not matter whether `2>&1` or `>` comes first.
+    /// Whether errors are written to the same place as output: `>&`, `>>&`,
+    /// `|&` or `2>&1`. Deliberate: the order of `2>&1` and `>` does not matter.
     bool joinsErrors = false;
 
     /// The file that `2>` or `2>>` names, and whether it is appended to.
     const char *errors = nullptr;
     bool appendsErrors = false;
 
-    /// The command that reads the output: all that follows a `|`, as it is
-    /// written. It is a line of its own, to be parsed in the same way; its
-    /// first byte is at `pipeOffset` in the text that was parsed, -1 without a
-    /// pipe.
+    /// The command that reads the output: everything after a `|`, unchanged. It
+    /// is a line of its own, to be parsed in the same way; its first byte is at
+    /// `pipeOffset` in the text that was parsed, which is -1 without a pipe.
     const char *pipe = nullptr;
     int pipeOffset = -1;
 
-    /// Why the line was refused, and the offset in its text of the quote, the
-    /// reference or the redirection that is at fault; -1 when it was accepted.
+    /// The reason why the line was refused, and the offset in its text of the
+    /// invalid quote, reference or redirection; -1 when it was accepted.
     UT_ShellError error = UT_SHELL_ACCEPTED;
     int errorOffset = -1;
 

@@ -1,4 +1,4 @@
-// Blocks of any small size, from one pool per size.
+// Blocks of any small size, from one pool for each size.
 
 #pragma once
 
@@ -13,36 +13,36 @@ class UT_Lock;
 /// Hands out small blocks from a UT_FixedAllocator for each size asked for,
 /// and larger ones from the heap.
 ///
-/// Blocks from the pools are aligned for a pointer and not for more.
+/// Blocks from the pools are aligned for a pointer and no further.
 ///
-/// Thread-safe when constructed so; thread-compatible otherwise. The requests
-/// that go to the heap take no lock. A fork() waits until nobody is in a
-/// thread-safe one, so that the child can use it, too.
+/// Thread-safe when constructed so; thread-compatible otherwise. Requests that
+/// the heap serves take no lock. A fork() waits until no thread is in a
+/// thread-safe allocator, so that the child can use it too.
 class UT_API UT_SmallObjectAllocator
 {
 public:
-    /// Pools serve sizes up to `maxObjectSize` bytes; `reclaim` and
-    /// `objectsPerPage` go to each UT_FixedAllocator.
+    /// An allocator whose pools serve sizes up to `maxObjectSize` bytes;
+    /// `reclaim` and `objectsPerPage` are as for UT_FixedAllocator.
     UT_SmallObjectAllocator(
         bool reclaim, int objectsPerPage, unsigned int maxObjectSize,
         bool threadSafe);
 
-    /// Frees the pools, and with them the blocks still in use; not those that
-    /// came from the heap.
+    /// Frees the pools, and with them the blocks still in use, except those
+    /// that came from the heap.
     ~UT_SmallObjectAllocator();
 
     UT_SmallObjectAllocator(const UT_SmallObjectAllocator &) = delete;
     UT_SmallObjectAllocator &
     operator=(const UT_SmallObjectAllocator &) = delete;
 
-    /// A block of at least `size` bytes, to be given back with deallocate().
-    /// O(1) for the size of the last call, O(sizes) otherwise. Sizes above the
+    /// A block of at least `size` bytes, to be freed with deallocate(). O(1)
+    /// for the size of the last call, O(sizes) otherwise. Sizes above the
     /// maximum come from operator new.
     [[nodiscard]] void *allocate(unsigned int size);
 
-    /// Takes back a block; nothing for null. `size` must be the one that it
-    /// was allocated with: any other one damages the pools. O(1) for the size
-    /// of the last call, O(sizes) otherwise.
+    /// Frees a block; does nothing for null. `size` must be the one that it was
+    /// allocated with: any other one damages the pools. O(1) for the size of
+    /// the last call, O(sizes) otherwise.
     void deallocate(void *block, unsigned int size);
 
     /// The largest size that the pools serve, in bytes.

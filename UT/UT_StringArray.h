@@ -1,5 +1,5 @@
-// The toolkit's list of strings, kept in the order of insertion or sorted,
-// plainly or with numbers by their value.
+// The toolkit's list of strings, in the order of insertion or sorted, by bytes
+// or with numbers by their value.
 
 #pragma once
 
@@ -12,17 +12,17 @@
 
 /// A growable array of strings that it owns.
 ///
-/// Each element owns its text, which is a copy, and goes on to copy what is
-/// assigned to it. Elements stay where they are while the array grows; a
-/// reference to one lives until that element goes.
+/// Each element owns its text, which is a copy, and copies whatever is assigned
+/// to it later. Elements do not move when the array grows; a reference to one
+/// is borrowed until that element is removed.
 ///
-/// Indices count from 0 and are not checked except where said. Four orders
-/// serve sorting and looking up: `forward` is ascending and otherwise
-/// descending; `numbered` is UT_String::compareNumberedString() and otherwise
-/// strcmp(). Both put null before all texts.
+/// Indices count from 0 and are not checked, unless said otherwise. Sorting and
+/// looking up have four orders: ascending with `forward`, otherwise descending;
+/// by UT_String::compareNumberedString() with `numbered` (a2, a10), otherwise
+/// by strcmp() (a10, a2). Both order null before all texts.
 ///
-/// The operations of the base class work on the pointers and know nothing of
-/// the ownership. Slots from entries() on hold null.
+/// The operations of the base class work on the pointers and ignore the
+/// ownership. Slots from entries() on hold null.
 ///
 /// Thread-compatible.
 class UT_API UT_StringArray : public UT_PtrArray<UT_String *>
@@ -31,7 +31,8 @@ public:
     /// An empty array without storage.
     UT_StringArray() = default;
 
-    /// The texts of `list`, which ends with a null; none for a null list.
+    /// An array of the texts of `list`, which ends with a null; empty for a
+    /// null list.
     explicit UT_StringArray(const char *const *list);
 
     /// A copy with as many slots as `source` has entries, each element a new
@@ -39,11 +40,11 @@ public:
     UT_StringArray(const UT_StringArray &source);
     ~UT_StringArray() override;
 
-    /// The same for an array that exists; what it held is deleted, and the
-    /// capacity may shrink.
+    /// Replaces the elements by copies of those of `source`, with as many slots
+    /// as it has entries: the capacity may shrink.
     UT_StringArray &operator=(const UT_StringArray &source);
 
-    /// Number of elements.
+    /// Number of elements in use.
     [[nodiscard]] int entries() const { return int(UT_PtrArray::entries()); }
 
     /// The element at `index`.
@@ -67,20 +68,21 @@ public:
     sortedFind(const char *text, bool forward, bool numbered) const;
 
     /// Same number of elements, with the same texts in the same order; null
-    /// is not "". An array with a null pointer for an element equals none,
-    /// not even itself.
+    /// differs from "". An array with a null pointer as an element does not
+    /// equal any, not even itself.
     bool operator==(const UT_StringArray &other) const;
     bool operator!=(const UT_StringArray &other) const
     {
         return !(*this == other);
     }
 
-    /// Number of leading bytes that all elements share; 0 for an empty array
-    /// and when an element is null. O(total length).
+    /// Number of leading bytes that all elements share: 3 for "img1" and
+    /// "img2". 0 for an empty array and when an element is null. O(total
+    /// length).
     [[nodiscard]] int getLongestPrefixLength() const;
 
-    /// Appends the text of every element to `out`, which is not emptied, and
-    /// returns how many there are. Null is appended as "".
+    /// Appends the text of every element to `out`, which is not emptied first,
+    /// and returns the number of elements. Null is appended as "".
     int toStdVectorOfStrings(std::vector<std::string> &out) const;
 
     /// Replaces the elements by the texts of `texts`, each up to its first
@@ -92,39 +94,40 @@ public:
     int append(const char *text);
 
     /// Inserts a copy of `text` before the element at `index` and returns
-    /// `index`, or -1 when that is negative. Beyond the end the array ends
-    /// behind the inserted element, and the elements between are null
+    /// `index`, or -1 when that is negative. Beyond the end it becomes the last
+    /// element, and the elements before it that are missing become null
     /// pointers: of the members here, only those that find, compare for
-    /// equality, remove and clear take such an array.
+    /// equality, remove and clear accept such an array.
     int insert(const char *text, int index);
 
     /// Inserts a copy of `text` at its place in an array that is sorted in
     /// this order, before an equal element, and returns its index. O(n).
     int sortedInsert(const char *text, bool forward, bool numbered);
 
-    /// Moves all elements of `other` to the end of this array, without
-    /// copying, and returns how many there were. Merging an array into itself
-    /// does nothing and returns 0.
+    /// Moves all elements of `other` to the end of this array, without copying,
+    /// and returns their number. Merging an array into itself does nothing and
+    /// returns 0.
     int merge(UT_StringArray &other);
 
     /// Deletes the element at `index` and returns `index`; -1 when there is
     /// none.
     int remove(int index);
 
-    /// Deletes the last element and returns what its index was; 0 when the
-    /// array is empty, as for an array of one.
+    /// Deletes the last element and returns the index that it had; 0 for an
+    /// empty array, as for an array of one.
     int removeLast();
 
     /// Deletes all elements and keeps the storage.
     void clear();
 
-    /// Makes the array `count` elements long, which is then its capacity too:
-    /// deletes elements at the end or adds strings that are "". Does nothing
-    /// when there are `count` elements, or for a negative `count`.
+    /// Sets the number of elements and the capacity to `count`: deletes
+    /// elements at the end, or adds strings that are "". Does nothing when
+    /// there are already `count` elements, or for a negative `count`.
     void resize(int count);
 
-    /// Sorts in one of the four orders. The order of equal elements is open.
-    /// O(n log n). Allocates up to 16 bytes for each element meanwhile.
+    /// Sorts in one of the four orders. The order of equal elements is
+    /// unspecified. O(n log n). Allocates up to 16 bytes for each element
+    /// during the call.
     void sort(bool forward, bool numbered);
 
     /// Sorts by a comparator, which gets the addresses of two pointers.

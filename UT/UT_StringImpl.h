@@ -1,4 +1,4 @@
-// What the sources of strings and work buffers share.
+// Helpers of the sources of strings and work buffers.
 
 #pragma once
 
@@ -8,15 +8,14 @@
 
 #include <climits>
 
-// What a text with blanks is put in quotes for; a carriage return does not
-// count.
+// The bytes for which a text is put in quotes; a carriage return is not one.
 constexpr char theSpaceChars[] = " \t\n\v\f";
 
-// What a backslash protects inside double quotes.
+// The bytes that get a backslash inside double quotes.
 constexpr char theProtectedChars[] = "\"\\";
 
-// The number that the digits at the front of a text make, 0 when there are
-// none; INT_MAX for all that are greater. Signs and blanks are no digits.
+// The number that the leading digits of a text form, 0 without digits, INT_MAX
+// for any greater number. Signs and blanks are not digits.
 inline int
 utLeadingNumber(const char *text, const char *end)
 {
@@ -26,7 +25,8 @@ utLeadingNumber(const char *text, const char *end)
     return value < INT_MAX ? int(value) : INT_MAX;
 }
 
-// As much of `text`, which may be null, as 64 bits hold, in such a way that
-// keys have the order that UT_String::compareNumberedString() gives to their
-// texts. Equal keys leave it open. No number may begin before the text.
+// A key for as much of `text`, which may be null, as 64 bits hold. Two
+// different keys are in the order that UT_String::compareNumberedString() gives
+// to their texts; equal keys leave the order open. No number may begin before
+// the text.
 uint64 utNumberedKey(const char *text);

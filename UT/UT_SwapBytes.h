@@ -1,4 +1,4 @@
-// Values of the other byte order. Files hold theirs big-endian.
+// Conversion of the byte order. Values in files are big-endian.
 
 #pragma once
 
@@ -9,16 +9,16 @@
 #include <cstddef>
 #include <type_traits>
 
-/// Whether this machine stores the low byte of a value last, as files do.
+/// Whether this machine stores the low byte of a value last, as in files.
 constexpr bool
 UThostIsBigEndian()
 {
     return __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
 }
 
-/// `value`, an integer of 16, 32 or 64 bits, with its bytes in reverse. For
-/// floats there are arrays only: a float whose bytes are reversed is no value
-/// that survives being passed along.
+/// `value`, an integer of 16, 32 or 64 bits, with its bytes reversed: 0x1234
+/// becomes 0x3412. Floats can be converted in arrays only: passing a float
+/// whose bytes are reversed may change its bits.
 template <class T>
 constexpr T
 UTswapBytes(T value)
@@ -33,12 +33,13 @@ UTswapBytes(T value)
         return T(__builtin_bswap64(uint64(value)));
 }
 
-/// Copies `count` values of `width` bytes (1, 2, 4 or 8), each with its bytes
-/// in reverse. `to` and `from` are the same or do not overlap, and need no
+/// Copies `count` values of `width` bytes (1, 2, 4 or 8), reversing the bytes
+/// of each. `to` and `from` are the same or do not overlap, and need no
 /// alignment. O(count), with the processor's widest vectors.
 UT_API void UTswapBytes(void *to, const void *from, size_t count, size_t width);
 
-/// The same for an array in place, and from one array to another.
+/// Reverses the bytes of each element of an array, in place or from one array
+/// to another.
 template <class T>
 void
 UTswapBytes(T *values, size_t count)

@@ -1,5 +1,5 @@
 // Tables from names to one-word values. A table keeps its own copy of every
-// name, so it also serves to keep one shared copy of texts that recur.
+// name, so it can also hold one shared copy of texts that recur.
 
 #pragma once
 
@@ -17,7 +17,7 @@ union UT_Thing
     /// 0, and null.
     constexpr UT_Thing() : pointer(nullptr) {}
 
-    /// The one or the other.
+    /// A pointer or an integer.
     constexpr UT_Thing(void *value) : pointer(value) {}
     UT_Thing(int32 value) : pointer(nullptr) { integer = value; }
 
@@ -27,8 +27,9 @@ union UT_Thing
 
 static_assert(sizeof(UT_Thing) == sizeof(void *));
 
-/// What a traversal calls for each name: with the value, which it may change,
-/// the name and the caller's `data`. 0 ends the traversal.
+/// The function that a traversal calls for each name, with the value, which it
+/// may change, the name and the caller's `data`. Returning 0 ends the
+/// traversal.
 using UT_SymFunction = int (*)(UT_Thing &value, const char *name, void *data);
 
 // ---- One bucket
@@ -42,7 +43,7 @@ using UT_SymFunction = int (*)(UT_Thing &value, const char *name, void *data);
 class UT_API UT_SymList
 {
 public:
-    /// One name and its value. The lists make nodes, from a pool that all
+    /// One name and its value. The lists create the nodes, from a pool that all
     /// threads share and that lives as long as the process.
     struct UT_API UT_Sym
     {
@@ -52,7 +53,7 @@ public:
         UT_Sym(const UT_Sym &) = delete;
         UT_Sym &operator=(const UT_Sym &) = delete;
 
-        /// Gives the node back to the pool.
+        /// Returns the node to the pool.
         static void operator delete(void *node, size_t size);
 
         // Order and size stay.
@@ -83,37 +84,39 @@ public:
     UT_SymList(const UT_SymList &) = delete;
     UT_SymList &operator=(const UT_SymList &) = delete;
 
-    /// The node of `name`, made with the value 0 when it is absent. Writes to
-    /// `created`, unless that is null, whether it was made. Borrowed until the
-    /// name is deleted.
+    /// The node of `name`, created with the value 0 when it is absent. Sets
+    /// `created`, unless that is null, to whether it was created. Borrowed
+    /// until the name is deleted.
     UT_Sym *findOrCreate(const char *name, int *created);
 
     /// Another name of findOrCreate().
     UT_Sym *getEntry(const char *name, int *created);
 
-    /// As findOrCreate(), but returns the list's copy of the name.
+    /// The list's copy of `name`, added as findOrCreate() does when it is
+    /// absent. Borrowed until the name is deleted.
     const char *getStringReference(const char *name, int *created);
 
     /// Stores `value` under `name`. Returns 1 when the name is new, 0 when a
     /// value was replaced.
     int insertEntry(const char *name, const UT_Thing &value);
 
-    /// As insertEntry(), but returns the list's copy of the name, borrowed
-    /// until the name is deleted, and writes whether it is new to `created`.
+    /// Stores `value` as insertEntry() does and returns the list's copy of the
+    /// name, borrowed until the name is deleted. Sets `created` to whether the
+    /// name is new.
     const char *insertEntryAndGetReference(
         const char *name, const UT_Thing &value, int &created);
 
-    /// Returns 1 and writes the value to `value`, unless that is null, when
-    /// the list has the name; otherwise 0, and leaves `value` alone.
+    /// Looks up `name`: returns 1 and sets `value`, unless that is null, when
+    /// the list has it; otherwise returns 0 and leaves `value` alone.
     int findEntry(const char *name, UT_Thing *value) const;
 
-    /// Deletes all nodes with that name and returns their number. The name may
-    /// be the list's own copy.
+    /// Deletes all nodes with the name `name` and returns their number. `name`
+    /// may be the list's own copy.
     int deleteEntry(const char *name);
 
     /// Calls `function` for the nodes in order. The function may delete the
     /// node that it is called for, but no other. Returns 0 as soon as the
-    /// function does, 1 otherwise and when the function is null.
+    /// function does; otherwise 1, also when the function is null.
     int traverse(UT_SymFunction function, void *data) const;
 
     /// Number of nodes. O(entries), under either name.
@@ -134,12 +137,12 @@ public:
     /// list is empty. Caller deletes, or gives it to a list.
     [[nodiscard]] UT_Sym *removeFirstSym();
 
-    /// Links a node from removeFirstSym(), which the list then owns, in front
-    /// of the first one whose name is not less. A name may so be there twice.
+    /// Adds a node from removeFirstSym(), which the list then owns, before the
+    /// first one whose name is not less. A list may thus hold a name twice.
     void insertSym(UT_Sym &sym);
 
-    /// Bytes of the list's head; and of all nodes and names too, unless
-    /// `headOnly` is set.
+    /// Bytes of the list's head and, unless `headOnly` is set, of all nodes and
+    /// names.
     [[nodiscard]] int64 getMemUsage(bool headOnly) const;
 
 private:
@@ -160,23 +163,23 @@ private:
 /// A hash table from names to values.
 ///
 /// Names are compared byte by byte. The table has no buckets until the first
-/// insertion, and from then on as many as a step in a list of primes, each
-/// some 1.2 times the one before. An attempt to insert, also of a name that is
-/// there, first moves the table one step up when its load has reached the
-/// maximum; a deletion moves it at most one step down when its load is below
-/// the minimum. Values and names stay where they are meanwhile: references to
-/// them hold until the name is deleted.
+/// insertion; from then on their number is one of a list of primes, each about
+/// 1.2 times the one before. An attempt to insert, also of an existing name,
+/// first moves the table one step up when its load has reached the maximum; a
+/// deletion moves it at most one step down when its load is below the minimum.
+/// Values and names do not move: references to them are borrowed until the name
+/// is deleted.
 ///
 /// Look-ups take a null name as one that is absent; insertions must not be
 /// given one. Insertions, look-ups and deletions are O(1) on average.
 ///
-/// Thread-compatible. A table in static storage is there before the first
+/// Thread-compatible. A table in static storage is initialised before the first
 /// constructor runs.
 class UT_API UT_SymbolTable
 {
 public:
-    /// What adjustTableSize() is asked for: to grow, or with any other value
-    /// to shrink.
+    /// The direction for adjustTableSize(): to grow, or with any other value to
+    /// shrink.
     enum UT_AdjustType : int
     {
         UT_ADJUST_GROW = 0,
@@ -190,7 +193,7 @@ public:
     {
     }
 
-    /// Deletes all names; what their values point at is the caller's.
+    /// Deletes all names, but not the objects that their values point at.
     virtual ~UT_SymbolTable();
 
     UT_SymbolTable(const UT_SymbolTable &) = delete;
@@ -206,29 +209,29 @@ public:
     [[nodiscard]] float maxLoadFactor() const { return myMaxLoadFactor; }
     [[nodiscard]] float minLoadFactor() const { return myMinLoadFactor; }
 
-    /// The hash of a name, of which the remainder by tableSize() is its bucket:
-    /// its bytes, as signed numbers, are the digits of a number in base 37.
-    /// 0 for null.
+    /// The hash of a name: its bytes, as signed numbers, are the digits of a
+    /// number in base 37. 0 for null. The hash modulo tableSize() is the name's
+    /// bucket.
     static unsigned int hash(const char *name);
 
     /// Stores `value` under `name`. Returns 1 when the name is new, 0 when a
     /// value was replaced.
     int addSymbol(const char *name, UT_Thing value);
 
-    /// As addSymbol(), but returns the table's copy of the name, borrowed until
-    /// the name is deleted.
+    /// Stores `value` under `name` and returns the table's copy of the name,
+    /// borrowed until the name is deleted.
     const char *addSymbolAndGetReference(const char *name, UT_Thing value);
 
-    /// The table's copy of `name`, borrowed until the name is deleted. A name
-    /// that is new gets the value 0; that of another one stays.
+    /// The table's copy of `name`, borrowed until the name is deleted. A new
+    /// name gets the value 0; the value of an existing one is unchanged.
     const char *getStringReference(const char *name);
 
-    /// The value of `name`, borrowed until the name is deleted. A name that is
-    /// new gets the value 0.
+    /// The value of `name`, borrowed until the name is deleted. A new name gets
+    /// the value 0.
     UT_Thing &operator[](const char *name);
 
-    /// Returns 1 and writes the value to `value`, unless that is null, when
-    /// the table has the name; otherwise 0, and leaves `value` alone.
+    /// Looks up `name`: returns 1 and sets `value`, unless that is null, when
+    /// the table has it; otherwise returns 0 and leaves `value` alone.
     int findSymbol(const char *name, UT_Thing *value) const;
 
     /// Deletes a name, which may be the table's own copy, and returns the
@@ -240,50 +243,51 @@ public:
 
     /// Calls `function` for all names: the buckets in order, and in each one
     /// the names in the order of strcmp(). Returns 0 as soon as the function
-    /// does, 1 otherwise.
+    /// does, otherwise 1.
     ///
-    /// The function may insert names, which may or may not be visited, and
-    /// delete the one that it is called for, but no other one: the size of the
-    /// table stays as it is until the end, and is then checked once for
-    /// shrinking. It may traverse the same table in turn. An exception of its
-    /// own ends the traversal, without that check.
+    /// The function may insert names, which may or may not be visited, and may
+    /// delete the one that it is called for, but no other. The number of
+    /// buckets does not change until the end, and is then checked once for
+    /// shrinking. The function may traverse the same table in turn. If it
+    /// throws, the traversal ends without that check.
     int traverse(UT_SymFunction function, void *data);
 
-    /// As traverse(), but the function must neither insert nor delete: nothing
-    /// keeps the size of the table.
+    /// Calls `function` for all names as traverse() does. The function must
+    /// neither insert nor delete, because the number of buckets could change.
     int traverseConst(UT_SymFunction function, void *data) const;
 
-    /// Adds all names of another table with their values, which win over the
-    /// values here. Does nothing when given this table.
+    /// Adds all names of another table with their values, which replace the
+    /// values here. Does nothing when `other` is this table.
     void mergeTable(const UT_SymbolTable &other);
 
     /// A name that is not in use: `name` without the digits at its end,
-    /// followed by 1 or by one more than the largest number that follows these
-    /// letters in any name, also if more text comes after it. Numbers of
-    /// 2147483647 or more are ignored. Null for null. Caller frees with free().
-    /// O(entries).
+    /// followed by 1, or by one more than the largest number that follows this
+    /// stem in any name, even if more text comes after the number. With box1
+    /// and box7x in the table, "box3" gives "box8". Numbers of 2147483647 or
+    /// more are ignored. Null for null. Caller frees with free(). O(entries).
     [[nodiscard]] char *newName(const char *name) const;
 
-    /// Sets the load at which the table grows. When that is not above 0 and
-    /// above the minimum, sets the larger of 0.75 and twice the minimum.
+    /// Sets the load at which the table grows. A factor that is not above both
+    /// 0 and the minimum is replaced by the larger of 0.75 and twice the
+    /// minimum.
     void setMaxLoadFactor(float factor);
 
-    /// Sets the load below which the table shrinks. When that is below 0 or
-    /// not below the maximum, sets half the maximum.
+    /// Sets the load below which the table shrinks. A factor that is below 0,
+    /// or not below the maximum, is replaced by half the maximum.
     void setMinLoadFactor(float factor);
 
-    /// Bytes of this object; and of all buckets, nodes and names too, unless
-    /// `tableOnly` is set.
+    /// Bytes of this object and, unless `tableOnly` is set, of all buckets,
+    /// nodes and names.
     [[nodiscard]] int64 getMemUsage(bool tableOnly) const;
 
-    /// Prints how evenly the names are spread over the buckets.
+    /// Prints how evenly the names are distributed over the buckets.
     void outputStats(FILE *stream) const;
 
     /// Prints all names, by bucket, with the integers of their values in
     /// hexadecimal.
     void dumpTable(FILE *stream) const;
 
-    /// Moves the table one step up, or one down, if its load asks for it. Does
+    /// Moves the table one step up, or one down, if its load requires it. Does
     /// nothing during traverse().
     void adjustTableSize(UT_AdjustType type);
 
@@ -301,34 +305,34 @@ private:
     int32 myEntries; // names
     float myMaxLoadFactor;
     float myMinLoadFactor;
-    bool myTraversing; // the table's size stays
+    bool myTraversing; // the number of buckets must not change
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_SymList::UT_Sym) == 12);
 static_assert(sizeof(void *) != 4 || sizeof(UT_SymbolTable) == 28);
 
-/// A table whose state can be set aside and brought back; how is up to the
-/// classes derived from it.
+/// A table whose state can be saved and restored; derived classes implement
+/// how.
 class UT_API UT_SnapshotTable : public UT_SymbolTable
 {
 public:
-    /// An empty table, of which nothing is set aside.
+    /// An empty table without a saved state.
     UT_SnapshotTable();
     ~UT_SnapshotTable() override;
 
-    /// Sets the present names and values aside, in place of any set before.
+    /// Saves the current names and values, replacing any saved before.
     virtual void takeSnapshot() = 0;
 
-    /// Brings back what takeSnapshot() set aside.
+    /// Restores the names and values that takeSnapshot() saved.
     virtual void restoreSnapshot() = 0;
 };
 
 // ---- Sizes
 
-/// The first size of a table that is greater than `size`; `size` itself when
-/// it is beyond the last but one.
+/// The smallest table size that is greater than `size`; `size` itself when it
+/// is beyond the last but one of the list.
 UT_API int UTbumpAllocToPrime(int size);
 
-/// The last size of a table that is less than `size`, but at least 5; `size`
-/// itself when it is beyond the last.
+/// The largest table size that is less than `size`, but at least 5; `size`
+/// itself when it is beyond the last of the list.
 UT_API int UTdecreaseAllocToPrime(int size);

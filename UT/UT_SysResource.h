@@ -1,4 +1,4 @@
-// How busy the machine is, and how much memory it has.
+// The load and the memory of the machine.
 
 #pragma once
 
@@ -6,22 +6,22 @@
 
 #include "SYS/SYS_Types.h"
 
-/// The machine's state at the last update(). What it is calculated from is
-/// shared by all objects of the process: one thread only.
+/// The machine's state at the last update(). All objects of the process share
+/// the counters from which it is calculated: one thread only.
 class UT_API UT_SysResource
 {
 public:
-    /// Nothing known: no memory, an empty description, all idle.
+    /// An unknown state: no memory, an empty description, all idle.
     UT_SysResource();
 
-    /// Asks the system. The idle share is that of the time since the last
-    /// update in this process, of any object; at the first one, since the
-    /// machine started. `memoryOnly` leaves it as it is. Without a /proc file
-    /// system only the description is set; a figure that is missing there
-    /// keeps its value.
+    /// Reads the current state from the system. The idle share covers the time
+    /// since the last update of any object in this process; at the first one,
+    /// the time since the machine started. `memoryOnly` leaves it unchanged.
+    /// Without a /proc file system only the description is set; a figure that
+    /// is missing there keeps its value.
     void update(bool memoryOnly);
 
-    /// In KiB.
+    /// Sizes in KiB.
     [[nodiscard]] uint32 memoryTotal() const { return myMemoryTotal; }
     [[nodiscard]] uint32 memoryFree() const { return myMemoryFree; }
     [[nodiscard]] uint32 swapTotal() const { return mySwapTotal; }
@@ -34,21 +34,22 @@ public:
         return mySystemDescription;
     }
 
-    /// The share of processor time that nothing used, from 0 to 1 whatever the
-    /// system's counters do; 0 when no time had passed since the update before.
+    /// The unused share of processor time, always from 0 to 1; 0 when no time
+    /// had passed since the previous update.
     [[nodiscard]] float idleFraction() const { return myIdleFraction; }
 
-    /// Takes a step of `count` counters: each of `differences` becomes what
-    /// `now` is above `old`, `old` becomes `now`, and `shares` each difference
-    /// as a part of their sum in thousandths, plus a 21st of one before it is
-    /// cut to a whole number. A counter that went back counts negative. When
-    /// nothing changed, the sum counts as 1.
+    /// Updates the shares of `count` counters: sets each of `differences` to
+    /// `now` less `old`, `old` to `now`, and each of `shares` to the
+    /// difference's share of their sum in thousandths, to which 1/21 is added
+    /// before it is truncated. A counter that decreased has a negative
+    /// difference. A sum of 0 counts as 1. Differences of 1 and 3 give shares
+    /// of 250 and 750.
     static void percentages(
         int count, int *shares, const uint32 *now, uint32 *old,
         uint32 *differences);
 
-    /// The same for counters of any size, with shares from 0 to 1000: one that
-    /// went back counts as unchanged.
+    /// Updates the shares of 64-bit counters, each from 0 to 1000. A counter
+    /// that decreased counts as unchanged.
     static void percentages(
         int count, int *shares, const uint64 *now, uint64 *old,
         uint64 *differences);

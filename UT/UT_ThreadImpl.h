@@ -1,4 +1,4 @@
-// What the sources of threads share.
+// Helpers of the sources of threads.
 
 #pragma once
 
@@ -6,7 +6,7 @@
 #include <immintrin.h>
 #endif
 
-// Lets the other half of a processor work, in loops that look for a change.
+// Yields to the core's other hardware thread, in loops that wait for a change.
 inline void
 utPause()
 {
@@ -15,8 +15,8 @@ utPause()
 #endif
 }
 
-// Looks before it is better to sleep: about as long as falling asleep and
-// waking up takes. 0 where one processor has to do for both sides.
+// Number of checks before a wait should sleep: they take about as long as
+// falling asleep and waking up. 0 on a machine with one processor.
 int utSpinsBeforeSleep();
 
 // Records the calling thread as the main one, if there is none yet.

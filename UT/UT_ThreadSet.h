@@ -1,5 +1,5 @@
-// Groups of workers: one that does the same job on many data, and one that does
-// any jobs as workers get free.
+// Groups of workers: one for the same job on many data, and one for any jobs,
+// as workers become idle.
 
 #pragma once
 
@@ -9,22 +9,22 @@
 
 class UT_Thread;
 
-/// A fixed number of workers, which run one function at the same time, each on
-/// a datum of its own. One thread at a time may use it.
+/// A fixed number of workers that run one function at the same time, each on a
+/// datum of its own. One thread at a time may use it.
 ///
-/// In a child of fork() the workers of the parent are not there: nothing is
-/// waited for, also in the destructor, and a job that was not finished never
-/// is. The child must not use what such a job was changing. go() starts workers
-/// of the child's own.
+/// A child of fork() has no threads of the parent's workers: nothing waits for
+/// them, not even the destructor, and their unfinished jobs are never finished.
+/// The child must not use data that such a job was changing. go() starts
+/// threads of the child's own.
 class UT_API UT_ThreadSet
 {
 public:
-    /// `count` workers, as many as there are processors when it is below 1.
-    /// They stay alive between jobs. With `nullIfSingle` a single one has no
-    /// thread: go() then does its job itself.
+    /// A set of `count` workers, or one for each processor when `count` is
+    /// below 1. They stay alive between jobs. With `nullIfSingle` a single
+    /// worker has no thread: go() runs its job itself.
     explicit UT_ThreadSet(int count = -1, int nullIfSingle = 0);
 
-    /// Kills what still runs: wait() before.
+    /// Kills workers that are still running: call wait() first.
     ~UT_ThreadSet();
 
     UT_ThreadSet(const UT_ThreadSet &) = delete;
@@ -33,22 +33,21 @@ public:
     /// Number of workers.
     [[nodiscard]] int entries() const { return myCount; }
 
-    /// Starts myFunction on every worker, as soon as the worker has done what
-    /// it did before; nothing without a function.
+    /// Starts myFunction on every worker, as soon as the worker's previous job
+    /// is done; does nothing without a function.
     ///
     /// Deliberate: the last worker gets the first datum, at myJobData, and each
-    /// one before it the datum `myStride` bytes further.
+    /// one before it the datum `myStride` bytes further on.
     void go();
 
-    /// With `block`, waits until every worker is idle, and returns 0. Without,
-    /// tells whether any worker's thread is there, busy or not: 1 or 0.
+    /// With `block`, waits until every worker is idle, and returns 0. Without
+    /// it, returns whether any worker has a thread, busy or not: 1 or 0.
     int wait(int block);
 
     /// Sets the spin mode of all workers.
     void reuse(int spinMode);
 
-    /// The worker at `index` from 0; null when there is none. It belongs to the
-    /// set.
+    /// The worker at `index`, from 0; null when there is none. The set owns it.
     UT_Thread *getThread(int index);
 
 private:
@@ -65,13 +64,14 @@ public:
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_ThreadSet) == 24);
 
-/// Workers of which each does another job. One thread at a time may use it: two
-/// could be given the same idle worker. In a child of fork() it is as with a
-/// UT_ThreadSet.
+/// A fixed number of workers, each with a job of its own. One thread at a time
+/// may use it: two could get the same idle worker. A child of fork() may use it
+/// as it may a UT_ThreadSet.
 class UT_API UT_ThreadFarm
 {
 public:
-    /// `count` workers, as many as there are processors when it is below 1.
+    /// A farm of `count` workers, or one for each processor when `count` is
+    /// below 1.
     explicit UT_ThreadFarm(int count = -1);
 
     /// Waits for all jobs.
@@ -83,13 +83,13 @@ public:
     /// Number of workers.
     [[nodiscard]] int entries() const { return myCount; }
 
-    /// The first idle worker, and its index from 0 in `*index` unless that is
-    /// null; startThread() gives it its job. When none is idle: null, or with
-    /// `block` the first that gets free.
+    /// The first idle worker, whose index from 0 is stored in `*index` unless
+    /// that is null; give it a job with startThread(). When none is idle,
+    /// returns null, or with `block` waits for one.
     UT_Thread *nextThread(int *index, int block);
 
-    /// Waits for all jobs and ends the workers; a later job begins in a new
-    /// thread, which ends with it. The argument is not used. Returns 1.
+    /// Waits for all jobs and ends the workers; a later job starts in a new
+    /// thread, which ends with the job. The argument is not used. Returns 1.
     int wait(int = 1);
 
 private:

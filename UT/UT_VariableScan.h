@@ -1,5 +1,5 @@
-// Replaces variables, home directories and expressions in a text. What stands
-// for them comes from look-up functions, or from the process environment.
+// Replaces variables, home directories and expressions in a text. Their values
+// come from look-up functions, or from the process environment.
 
 #pragma once
 
@@ -12,49 +12,48 @@ class UT_WorkBuffer;
 /// text must not be `out`'s own.
 ///
 /// - `$NAME` (letters, digits and `_`) becomes `varLookup(NAME, data)`. A list
-///   of modifiers right behind the name (`$FILE:h`; see
-///   UT_String::findModifiers()) is applied to the value; not so while the
+///   of modifiers directly after the name (`$FILE:h`; see
+///   UT_String::findModifiers()) is applied to the value, except while the
 ///   setting VALDRIN8_COMPATIBILITY is on, which leaves the colon alone. A
-///   substitution that would make the value longer than 2^20 bytes is left
-///   out.
+///   substitution that would make the value longer than 2^20 bytes is skipped.
 /// - `${...}` becomes the value of the name between the braces, in which
-///   variables and home directories are replaced first: `${A$B}`. It takes no
+///   variables and home directories are replaced first: `${A$B}`. It has no
 ///   modifiers. Replacements inside count too. A brace that is never closed
-///   ends the scan: the rest is copied from its `$` on.
-/// - `$F` and digits, also in braces, becomes the value of F in at least that
-///   many characters (at most 4096): in front come zeros when the value is a
-///   number (behind its sign), else blanks.
-/// - `~` and `~user` become a home directory, the plain one that of the
-///   setting HOME, at the start of the text, behind white space, a replaced
-///   reference or quotes. They stay as they are when there is none, or
-///   without `expandTilde`.
+///   ends the scan: the rest of the text, from its `$` on, is copied.
+/// - `$F` with digits, also in braces, becomes the value of F with at least
+///   that many characters (at most 4096), padded on the left: with zeros after
+///   the sign if the value is a number, otherwise with blanks. `$F4` becomes
+///   "0012" for the frame 12.
+/// - `~` and `~user` become a home directory at the start of the text and after
+///   white space, a replaced reference or quotes; `~` is that of the setting
+///   HOME. They are copied when there is none, or without `expandTilde`.
 /// - A text between backquotes becomes `exprLookup(text, data)`. A backquote
-///   behind a backslash does not end it, and the last one may be missing.
+///   after a backslash does not end it, and the last one may be missing.
 ///
-/// A variable or an expression without a value (the look-up returns null)
-/// disappears and does not count; an empty value does. Without `expandVars`
+/// A variable or an expression without a value (the look-up returns null) is
+/// removed and does not count; an empty value does. Without `expandVars`
 /// dollars are ordinary characters, and so are backquotes when `exprLookup` is
 /// null. A null `varLookup` stands for wrapValdrinGetenv().
 ///
-/// Text in single quotes is copied without the quotes and otherwise as it is;
-/// quotes that are never closed lose the opening one only. A backslash takes
-/// the special meaning of a `$`, `~`, backquote or single quote behind it, and
-/// disappears then; two of them give one, and any other stays. Comments, from
-/// `//` to the end of the line or between `/*` and `*/`, are copied as they
-/// are unless `ignoreComments` is set: they are ordinary text then.
+/// Text in single quotes is copied without the quotes and otherwise unchanged;
+/// for quotes that are never closed only the opening one is removed. A
+/// backslash makes a `$`, `~`, backquote or single quote after it ordinary and
+/// is removed; two backslashes give one, and any other is kept. Comments, from
+/// `//` to the end of the line or between `/*` and `*/`, are copied unchanged,
+/// unless `ignoreComments` is set: they are then ordinary text.
 ///
-/// A look-up's result is read before the next call of a look-up. It may be
-/// the name that it was given. O(length of text and values); no nesting of
-/// braces takes more than 16 kilobytes of stack. Thread-safe as far as the
-/// look-ups are: the environment and the settings are not.
+/// A look-up's result is read before the next look-up. It may be the name that
+/// it was given. O(length of text and values); nested braces take at most 16
+/// kilobytes of stack. As thread-safe as the look-ups: the environment and the
+/// settings are not.
 UT_API int UTExprVariableScan(
     UT_WorkBuffer &out, const char *text,
     const char *(*varLookup)(const char *name, void *data),
     const char *(*exprLookup)(const char *expression, void *data), void *data,
     bool expandVars, bool expandTilde, bool ignoreComments);
 
-/// The same for variables and home directories alone: backquotes are ordinary
-/// characters.
+/// Replaces variables and home directories as UTExprVariableScan() does;
+/// backquotes are ordinary characters.
 UT_API int UTVariableScan(
     UT_WorkBuffer &out, const char *text,
     const char *(*varLookup)(const char *name, void *data), void *data,

@@ -1,11 +1,11 @@
-// One reference at a time, for scanners that have quotes and escapes of their
-// own. What a reference is, and becomes, is said in UT_VariableScan.h.
+// Replacement of one reference at a time, for scanners with quotes and escapes
+// of their own. UT_VariableScan.h describes the references.
 
 #pragma once
 
 class UT_WorkBuffer;
 
-// Where the values come from.
+// The sources of the values.
 struct ut_Lookups
 {
     const char *(*variable)(const char *name, void *data);
@@ -13,16 +13,16 @@ struct ut_Lookups
     void *data;
 };
 
-// These append what the reference at `text` stands for to `out`, and return the
+// These append the value of the reference at `text` to `out`, and return the
 // end of the reference.
 
 // `$NAME:h` or `${...}`; a dollar before anything else stands for itself. Null
-// when a brace is not closed; what `out` has then means nothing.
+// when a brace is not closed; the contents of `out` then mean nothing.
 const char *utReplaceVariable(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups);
 
-// `%NAME%` or `%NAME:h%`; `%%` stands for one of them, and a percent sign that
-// begins nothing of that kind for itself.
+// `%NAME%` or `%NAME:h%`; `%%` stands for one percent sign, and any other
+// percent sign for itself.
 const char *utReplacePercent(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups);
 

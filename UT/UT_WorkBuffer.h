@@ -1,5 +1,5 @@
-// The scratch in which text is put together: short texts stay in the object,
-// which usually lives on the stack, and long ones move to the heap.
+// The buffer for assembling text: short texts stay in the object, which usually
+// is on the stack, and long ones move to the heap.
 
 #pragma once
 
@@ -17,14 +17,14 @@ class UT_WorkArgs;
 
 /// A text that grows at its end.
 ///
-/// The length says where the text ends, so it may hold NUL bytes; a NUL
-/// always follows it. The first 2000 bytes of storage are part of the object.
-/// Appends double the storage from there (4000, 8000, ...) and nothing ever
-/// shrinks it. A text can have 2147483646 bytes, and what would make it longer
-/// is dropped whole.
+/// The text has a length of its own, so it may contain NUL bytes; a NUL always
+/// follows it. The first 2000 bytes of storage are part of the object. Appends
+/// double the storage from there (4000, 8000, ...), and it never shrinks. A
+/// text can have 2147483646 bytes; an append that would exceed that is dropped
+/// as a whole.
 ///
-/// While the buffer is locked, appends, clear() and what else would move the
-/// end of the text are dropped.
+/// While the buffer is locked, appends, clear() and all other operations that
+/// would move the end of the text are dropped, unless said otherwise.
 ///
 /// Thread-compatible.
 class UT_API UT_WorkBuffer
@@ -39,7 +39,7 @@ public:
     /// The text, followed by a NUL. Borrowed until the buffer's next change.
     [[nodiscard]] const char *buffer() const { return myBuffer; }
 
-    /// Bytes of text, without the NUL behind them.
+    /// Bytes of text, without the NUL.
     [[nodiscard]] int length() const { return myLength; }
 
     /// Bytes of storage; the text and its NUL fit in them.
@@ -48,14 +48,14 @@ public:
     /// Whether appends are dropped.
     [[nodiscard]] bool isLocked() const { return myLockCount != 0; }
 
-    /// Whether the byte behind the text is NUL. Only a lock holder who wrote
-    /// there can have changed that.
+    /// Whether the byte after the text is NUL. False only if a lock holder has
+    /// written there.
     [[nodiscard]] bool isNullTerminated() const
     {
         return myBuffer[myLength] == '\0';
     }
 
-    /// The byte at `index`, which counts from 0 and must lie in the storage.
+    /// The byte at `index`, which counts from 0 and must be within the storage.
     char operator()(int index) const { return myBuffer[index]; }
     char operator[](int index) const { return myBuffer[index]; }
     char &operator[](int index) { return myBuffer[index]; }
@@ -67,21 +67,21 @@ public:
     /// to `out`. Does nothing when `size` is below 1.
     void copyIntoString(char *out, int size) const;
 
-    /// Makes room for `size` bytes, the NUL included; exactly that many if
-    /// they are more than the capacity. Keeps all bytes of the old storage,
-    /// those behind the text too. Works on a locked buffer, and then moves
-    /// the bytes that lock() gave the address of.
+    /// Grows the storage to exactly `size` bytes, the NUL included, if it has
+    /// fewer. Keeps all bytes of the old storage, including those after the
+    /// text. Works on a locked buffer too, and may then invalidate the address
+    /// that lock() returned.
     void reserve(unsigned size);
 
     /// Empties the buffer.
     void clear();
 
-    /// Appends `text` up to its NUL; nothing for null. The text may be the
+    /// Appends `text` up to its NUL; does nothing for null. The text may be the
     /// buffer's own. Amortised O(length).
     void append(const char *text);
 
     /// Appends `length` bytes, NULs included, or the text up to its NUL when
-    /// `length` is negative; nothing for null.
+    /// `length` is negative; does nothing for null.
     void append(const char *bytes, int length);
 
     /// Appends all of another buffer, or of this one.
@@ -90,25 +90,25 @@ public:
     /// Appends one byte, which may be NUL.
     void append(char byte);
 
-    /// The same operations under the name that the C library uses.
+    /// Other names of append(), after the C library's function.
     void strcat(const char *text) { append(text); }
     void strcat(const char *bytes, int length) { append(bytes, length); }
     void strcat(const UT_WorkBuffer &other) { append(other); }
     void strcat(char byte) { append(byte); }
 
     /// Appends `text` so that a shell-style parser reads it back as one word:
-    /// in double quotes when `forceQuotes` is set or the text holds a space,
-    /// tab, newline, vertical tab or form feed, with a backslash before every
-    /// double quote and backslash in any case. Null and "" become "\"\"". The
-    /// text may be the buffer's own.
+    /// in double quotes when `forceQuotes` is set or the text contains a space,
+    /// tab, newline, vertical tab or form feed, and in any case with a
+    /// backslash before every double quote and backslash. `a b` is appended as
+    /// `"a b"`, null and "" as `""`. The text may be the buffer's own.
     void protectedStrcat(const char *text, bool forceQuotes = false);
 
-    /// Replaces the text by the formatted one and returns the formatted
-    /// length. That is more than length() when a conversion wrote a NUL: the
-    /// text ends there. A lock does not prevent it. The arguments must not
-    /// point into the buffer. When the formatter fails (a wide character that
-    /// does not convert, say) what it wrote before stays, as far as the storage
-    /// goes, and its length is the result.
+    /// Replaces the text by the formatted one and returns the formatted length.
+    /// That is more than length() when a conversion wrote a NUL, where the text
+    /// ends. Works on a locked buffer too. The arguments must not point into
+    /// the buffer. When the formatter fails (at an invalid wide character, for
+    /// example), the part that it wrote to the storage before remains, and its
+    /// length is the result.
     ///
     /// The usable storage is the capacity less 16 bytes and doubles until the
     /// text fits, and the capacity doubles with it: up to 1983 bytes stay in
@@ -117,49 +117,50 @@ public:
     UT_PRINTF(2, 0) int vsprintf(const char *format, va_list args);
     UT_PRINTF(2, 3) int sprintf(const char *format, ...);
 
-    /// Appends what sprintf() would put into a fresh buffer and returns its
-    /// formatted length, also when a lock makes it drop the text. The arguments
-    /// may point into the buffer.
+    /// Appends the text that sprintf() would write into an empty buffer and
+    /// returns its formatted length, also when the buffer is locked and drops
+    /// the text. The arguments may point into the buffer.
     UT_PRINTF(2, 3) int appendSprintf(const char *format, ...);
 
-    /// Sets the byte at `index`; nothing for a negative one. At or behind the
-    /// end the text first becomes `index` + 1 bytes long (growing as appends
-    /// do; nothing happens on a locked buffer), and the bytes between the old
-    /// end and `index` are whatever the storage held. A NUL ends the text at
-    /// `index`, on a locked buffer too.
+    /// Sets the byte at `index`; does nothing for a negative one. At or past
+    /// the end the text first becomes `index` + 1 bytes long (it grows as by
+    /// appends; nothing happens on a locked buffer), and the bytes between the
+    /// old end and `index` are whatever the storage held. A NUL ends the text
+    /// at `index`, on a locked buffer too: write(3, '\0') makes "abcdef" into
+    /// "abc".
     void write(int index, char byte);
 
     /// Locks the buffer once more, reserves `offset` + `extra` bytes and
     /// returns the address of the byte at `offset` (not negative), where the
     /// caller may write `extra` bytes until release(). A caller who lets
-    /// release() find the end asks for one byte more, and puts a NUL there.
+    /// release() find the end asks for one more byte, for a NUL.
     char *lock(int offset, unsigned extra);
 
-    /// Takes one lock back. The last one makes the text end at the first NUL
-    /// of the storage when `recomputeLength` is set; otherwise the length stays
-    /// as it was. One release for each lock: a surplus one leaves the buffer
-    /// locked.
+    /// Ends one lock. If it is the last one and `recomputeLength` is set, the
+    /// text then ends at the first NUL of the storage; otherwise the length is
+    /// unchanged. Each lock needs exactly one release: a surplus one leaves the
+    /// buffer locked.
     void release(int recomputeLength = 1);
 
     // ---- Lines: UT_WorkBufferLine.cpp
     //
     // A line ends in a newline or at the end of the input. It replaces the
-    // text, without its newline and without one carriage return before that
-    // or at the very end. A locked buffer takes no line: the line is read, and
-    // the result is the same.
+    // text, without its newline and without one carriage return before that or
+    // at the very end. A locked buffer does not store the line: it is read,
+    // with the same result.
 
     /// Reads a line of any length, which may be empty. False at the end of the
-    /// input and after an error; the text then stays when the stream had told
-    /// so before, and is empty when it did so only in this call.
+    /// input and after an error; the text is then unchanged if the stream had
+    /// reported that before, and empty if this call found it.
     ///
-    /// A NUL hides the rest of the piece that fgets() read it with: bytes are
-    /// lost, up to the line's end, and then the next line is joined on. Binary
-    /// text is for UT_IStream.
+    /// A NUL hides the rest of the block that fgets() read it with: bytes up to
+    /// the end of the line may be lost, and the next line is then joined on.
+    /// Use UT_IStream for binary text.
     bool getline(FILE *in);
 
-    /// The same for a standard stream, which may hold NULs. Sets the stream's
-    /// state like std::getline(), but does not throw what the stream's
-    /// exceptions() ask for.
+    /// Reads a line of a standard stream, which may contain NULs. Sets the
+    /// stream's state as std::getline() does, but never throws, whatever its
+    /// exceptions() are.
     bool getline(std::istream &in);
 
     // ---- Command lines: UT_WorkBufferCommand.cpp
@@ -170,12 +171,12 @@ public:
     /// arguments point into the buffer and are borrowed until its next change.
     /// There are no continuation lines.
     ///
-    /// The forms for streams go on to the next line while there are no
-    /// arguments. False at the end of the input, with no arguments.
+    /// The forms for streams continue with the next line while there are no
+    /// arguments. They return false at the end of the input, with no arguments.
     ///
-    /// Deliberate: the form for a FILE returns false for a line without
-    /// arguments, too; its callers go on until feof(). Deliberate: the text
-    /// then reads as the first argument, but length() is that of the line.
+    /// Deliberate: the form for a FILE also returns false for a line without
+    /// arguments; its callers continue until feof(). Deliberate: the text then
+    /// reads as the first argument, but length() is that of the line.
     bool cmdGetLine(
         std::istream &in, UT_WorkArgs &args, int &lineCount,
         const char *commentChars, const char *separators);
@@ -188,26 +189,26 @@ public:
 
     // ---- Words: UT_WorkBufferWord.cpp
 
-    /// Makes the next word of the text at `cursor` the buffer's text, and steps
-    /// `cursor` over it and one separator behind it. A word is a run of bytes
-    /// that are not in `separators` (not null). False when there is none left:
-    /// `cursor` is then at the NUL, the buffer unchanged. On a locked buffer
-    /// only the cursor moves. The text may be the buffer's own.
+    /// Copies the next word of the text at `cursor` into the buffer, and moves
+    /// `cursor` past it and one separator after it. A word is a run of bytes
+    /// that are not in `separators` (not null). False when there are no more
+    /// words: `cursor` is then at the NUL, the buffer unchanged. On a locked
+    /// buffer only the cursor moves. The text may be the buffer's own.
     bool getNextToken(const char *&cursor, UT_String separators);
 
-    /// Cuts the text at the first `commentChar` that stands outside quotes and
-    /// has no backslash before it that is not itself escaped, and returns
-    /// whether there is one. Quotes are double or single and end at the next of
-    /// their kind; backslashes escape in both. A quote character, or NUL,
-    /// starts no comment. Looks at the text up to its first NUL. A lock does
-    /// not prevent it. O(length).
+    /// Cuts the text at the first `commentChar` that is outside quotes and not
+    /// escaped by a backslash, and returns whether there is one. Quotes are
+    /// double or single and end at the next of their kind; backslashes escape
+    /// in both. A quote character, or NUL, does not start a comment. Only the
+    /// text up to its first NUL is searched. Works on a locked buffer too. With
+    /// '#', `a "#" # b` becomes `a "#" `. O(length).
     bool stripComments(char commentChar);
 
     /// Appends the first word of `text`, as isspace() separates words, at the
-    /// text's first NUL, and makes the text end there. Nothing happens when
-    /// there is no word; null has none. The text may be the buffer's own.
+    /// first NUL of the buffer's text, which ends after it. Does nothing when
+    /// there is no word, or for null. The text may be the buffer's own.
     ///
-    /// Deliberate: a lock does not prevent it.
+    /// Deliberate: works on a locked buffer too.
     void strcatFirstWord(const char *text);
 
 private:
@@ -230,7 +231,7 @@ private:
     UT_LOCAL UT_PRINTF(3, 0) int appendLongFormatted(
         unsigned size, const char *format, va_list args);
 
-    // Puts short lines and words into the storage without a call.
+    // Writes short lines and words to the storage without a call.
     friend class UT_IStreamBuf;
 
     // Programs hold work buffers by value: order and size stay.
@@ -243,9 +244,9 @@ private:
 
 static_assert(sizeof(UT_WorkBuffer) == (sizeof(void *) == 4 ? 2016 : 2024));
 
-// Most buffers live for a few short appends. What these need is inline: the
-// compiler then sees the lengths of literals, and a call is made only for more
-// storage.
+// Most buffers serve a few short appends. The functions for these are inline:
+// the compiler then knows the lengths of literals, and only growing makes a
+// call.
 inline UT_WorkBuffer::UT_WorkBuffer()
     : myBuffer(myStackBuffer), myAllocatedSize(theInlineSize), myLength(0),
       myLockCount(0)
@@ -308,8 +309,8 @@ UT_WorkBuffer::append(const UT_WorkBuffer &other)
     appendBytes(other.myBuffer, size_t(other.myLength));
 }
 
-/// UT_WorkBuffer::cmdGetLine() from `in` or, when that is null, from `file`.
-/// False when both are null; `args` then stay as they are.
+/// Calls UT_WorkBuffer::cmdGetLine() for `in` or, when that is null, for
+/// `file`. False when both are null; `args` is then unchanged.
 UT_API bool utCmdGetLine(
     UT_WorkBuffer &buf, std::istream *in, FILE *file, UT_WorkArgs &args,
     int &lineCount, const char *commentChars, const char *separators);

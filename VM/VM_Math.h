@@ -6,18 +6,17 @@
 
 /// Operations on arrays of floats, of any alignment.
 ///
-/// Each has a plain form and one with vector instructions; theSIMD chooses.
-/// The results are the same either way, bit for bit but for the payload of a
-/// NaN. An array that is written may be one that is read, exactly, and must
-/// not overlap it otherwise.
+/// Each has a plain form and one with vector instructions; theSIMD selects. The
+/// results are the same bit for bit, except for the payload of a NaN. The
+/// result may be one of the operands, but must not overlap them otherwise.
 ///
-/// Thread-safe, but for the switch. Linear time.
+/// Thread-safe, except for theSIMD. Linear time.
 class SYS_API VM_Math
 {
 public:
-    /// Whether vector instructions may be used; off at the start. Set it
-    /// before other threads run. Where the processor lacks them, or
-    /// VALDRIN_DISABLE_SSE and its kin forbid them, it changes nothing.
+    /// Whether vector instructions may be used; off at the start. Set it before
+    /// other threads run. It has no effect where the processor lacks them, or
+    /// VALDRIN_DISABLE_SSE and related settings forbid them.
     static bool theSIMD;
 
     /// Sets `count` floats at `data` to `value`.
@@ -43,22 +42,22 @@ public:
     static void multiplyAdd(
         float *result, const float *a, float b, const float *c, unsigned count);
 
-    /// Stores the smaller or the larger of a and b; b where they are equal,
-    /// which zeros of different sign are, and where one is NaN.
+    /// Stores the smaller or the larger of a and b; b where they are equal, as
+    /// are zeros of different sign, and where one is NaN.
     static void
     min(float *result, const float *a, const float *b, unsigned count);
     static void
     max(float *result, const float *a, const float *b, unsigned count);
 
-    /// Stores a, or the end of the range from `low` to `high` that it lies
-    /// beyond; `low` where a is NaN. `low` must not be above `high`.
+    /// Stores a, limited to the range from `low` to `high`; `low` where a is
+    /// NaN. `low` must not be above `high`.
     static void
     clamp(float *result, const float *a, float low, float high, unsigned count);
 
     /// Stores the square roots; NaN for negative numbers.
     static void squareRoot(float *result, const float *a, unsigned count);
 
-    /// The sum of a * b, 0 for empty arrays. Calculated in double, in four
-    /// sums of every fourth product that are added at the end.
+    /// The sum of a * b, 0 for empty arrays. Calculated in double, as four sums
+    /// of every fourth product, which are added at the end.
     static double dot(const float *a, const float *b, unsigned count);
 };

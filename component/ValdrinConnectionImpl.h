@@ -1,4 +1,4 @@
-// The component object behind IValdrinConnection.
+// The component object that implements IValdrinConnection.
 
 #pragma once
 
@@ -6,8 +6,8 @@
 
 class UT_String;
 
-/// The one implementation of the interface. Instances hold nothing but their
-/// reference count; what they share is the process's.
+/// The implementation of the interface. Instances hold only their reference
+/// count; the port and the kept text are process-wide.
 class ValdrinConnectionImpl : public IValdrinConnection
 {
 public:
@@ -28,8 +28,8 @@ public:
     virtual ~ValdrinConnectionImpl();
 
     /// Sends `xml` to the application at `port`, which is mapped first, and
-    /// takes the reply, up to its first NUL, into `result`. Returns false with
-    /// the text for script in `result` when the exchange failed.
+    /// stores the reply, up to its first NUL, in `result`. If the exchange
+    /// fails, returns false and stores the error text for script.
     static bool
     runCommandUsingSocket(const char *xml, UT_String &result, int port);
 
@@ -40,5 +40,5 @@ private:
 static_assert(sizeof(ValdrinConnectionImpl) == 2 * sizeof(void *));
 
 /// The class-info object, without a reference; null until the generic module
-/// has made it and after it is gone. The module writes it.
+/// creates it and after it is destroyed. The module sets it.
 extern nsIClassInfo *ValdrinConnectionImpl_classInfoGlobal;

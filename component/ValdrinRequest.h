@@ -4,12 +4,12 @@
 
 class UT_WorkBuffer;
 
-/// Replaces the contents of `out` with `text` as CDATA: byte for byte, but
-/// each "]]>" is split over two sections, so that the receiving parser gets
-/// the same bytes back. `text` must not lie in `out`. O(length).
+/// Replaces the contents of `out` with `text` as CDATA. Each "]]>" is split
+/// over two sections, so that the receiving parser gets the same bytes. `text`
+/// must not be part of `out`. O(length).
 void encodeAsCData(const char *text, UT_WorkBuffer &out);
 
-/// Replaces the contents of `out` with a whole document: the XML declaration
-/// and an element `tag` that holds `text` as CDATA. `text` must not lie in
+/// Replaces the contents of `out` with a complete document: the XML declaration
+/// and an element `tag` that holds `text` as CDATA. `text` must not be part of
 /// `out`. O(length).
 void buildXML(const char *text, const char *tag, UT_WorkBuffer &out);

@@ -1,7 +1,7 @@
-// The records from which the platform makes a module, and the platform's
-// functions that the component uses. The library carries definitions of its
-// own for browsers that do not export theirs; they are weak, and stand back
-// where the platform's are there.
+// The records from which the platform creates a module, and the platform's
+// functions that the component uses. The library has definitions of its own for
+// browsers that do not export theirs; they are weak, so the platform's take
+// precedence.
 
 #pragma once
 
@@ -39,7 +39,7 @@ struct nsModuleComponentInfo
     NSGetInterfacesProcPtr getInterfaces;
     NSGetLanguageHelperProcPtr getLanguageHelper;
     nsIClassInfo **classInfoGlobal; // filled in by the factory object, weak
-    PRUint32 flags;                 // as nsIClassInfo tells them
+    PRUint32 flags;                 // as nsIClassInfo reports them
 };
 
 /// The layout of the records that this header declares.
@@ -48,13 +48,14 @@ constexpr PRUint32 NS_MODULEINFO_VERSION = 0x00015000;
 using nsModuleConstructorProc = nsresult (*)(nsIModule *module);
 using nsModuleDestructorProc = void (*)(nsIModule *module);
 
-/// A module: its classes, and what runs before its first class object is made
-/// and when it goes. It lives as long as the library.
+/// A module: its classes, a function that runs before its first class object is
+/// created, and one that runs when it is destroyed. It lives as long as the
+/// library.
 ///
-/// The library's own modules call the constructor until it has worked, and the
-/// destructor once if it has, whatever failed after that; without a
-/// constructor, the destructor if nothing failed. The constructor may ask the
-/// module for its classes.
+/// The library's own modules call the constructor until it succeeds. They call
+/// the destructor once if it did, whatever failed later; without a constructor
+/// they call it if nothing failed. The constructor may ask the module for its
+/// classes.
 struct nsModuleInfo
 {
     PRUint32 version;
@@ -99,21 +100,21 @@ static_assert(
     offsetof(nsModuleComponentInfo, flags) == 16 + 9 * sizeof(void *));
 static_assert(sizeof(nsModuleComponentInfo) == 16 + 10 * sizeof(void *));
 
-/// Makes the module that `info` describes and stores it with one reference,
-/// which the caller owns. `info` and what it points at are kept and must
-/// outlive the module. NS_ERROR_OUT_OF_MEMORY, and nothing stored, when there
-/// is no room for it.
+/// Creates the module that `info` describes and stores it with one reference,
+/// which the caller owns. `info` and the records that it points at are kept,
+/// must outlive the module. Returns NS_ERROR_OUT_OF_MEMORY, and stores nothing,
+/// when memory runs out.
 __attribute__((visibility("default"))) nsresult
 NS_NewGenericModule2(const nsModuleInfo *info, nsIModule **result);
 
-/// The platform's allocator, for what is handed to the platform.
+/// The platform's allocator, for memory that the platform takes over.
 class nsMemory
 {
 public:
-    /// `size` bytes, or null when there is no room.
+    /// `size` bytes, or null when memory runs out.
     __attribute__((visibility("default"))) static void *Alloc(size_t size);
 
-    /// A copy of `size` bytes, or null when there is no room.
+    /// A copy of `size` bytes, or null when memory runs out.
     __attribute__((visibility("default"))) static void *
     Clone(const void *bytes, size_t size);
 };

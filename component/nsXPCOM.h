@@ -1,5 +1,5 @@
-// The part of the browser platform's binary interface that the component
-// meets: identifiers, result codes and the interfaces it implements or calls.
+// The part of the browser platform's binary interface that the component uses:
+// identifiers, result codes and the interfaces it implements or calls.
 //
 // These are declarations of our own, bit for bit the platform's. Interfaces
 // stay at global scope under these names, methods keep their order, and no
@@ -12,11 +12,11 @@
 
 #include <cstring>
 
-/// A result code: the top bit tells failure.
+/// A result code; the top bit is set for failures.
 using nsresult = uint32;
-/// A reference count, as AddRef() and Release() tell it.
+/// A reference count, as AddRef() and Release() return it.
 using nsrefcnt = uint32;
-/// The platform's truth value has the width of an `int`.
+/// The platform's truth value, as wide as an `int`.
 using PRBool = int32;
 using PRUint32 = uint32;
 using PRInt32 = int32;
@@ -31,7 +31,7 @@ constexpr nsresult NS_ERROR_OUT_OF_MEMORY = 0x8007000E;
 constexpr nsresult NS_ERROR_NO_AGGREGATION = 0x80040110;
 constexpr nsresult NS_ERROR_FACTORY_NOT_REGISTERED = 0x80040154;
 
-/// Whether `result` tells a failure.
+/// Whether `result` is a failure.
 constexpr bool
 NS_FAILED(nsresult result)
 {
@@ -40,7 +40,8 @@ NS_FAILED(nsresult result)
 
 /// The identifier of an interface or a class. In the text form
 /// 00112233-4455-6677-8899-aabbccddeeff the first three groups are numbers in
-/// the machine's byte order, the other eight bytes stand as they are read.
+/// the machine's byte order; the other eight bytes are in the order of the
+/// text.
 struct nsID
 {
     uint32 m0;
@@ -60,10 +61,10 @@ operator==(const nsID &a, const nsID &b)
 using nsIID = nsID;
 using nsCID = nsID;
 
-/// A file of the platform. It is only handed through.
+/// A file of the platform. It is only passed on.
 class nsIFile;
 
-/// What every interface starts with.
+/// The base of every interface.
 class nsISupports
 {
 public:
@@ -71,14 +72,14 @@ public:
         0x00000000, 0x0000, 0x0000, {0xc0, 0, 0, 0, 0, 0, 0, 0x46}
     };
 
-    /// Stores this object's face for the interface `iid`, with a reference
-    /// that the caller owns; null with NS_ERROR_NO_INTERFACE when it has none.
+    /// Stores this object's interface `iid`, with a reference that the caller
+    /// owns; null with NS_ERROR_NO_INTERFACE when it has none.
     virtual nsresult QueryInterface(const nsID &iid, void **result) = 0;
 
     /// Adds a reference. Returns the new count.
     virtual nsrefcnt AddRef() = 0;
 
-    /// Drops a reference; the last one destroys the object. Returns the new
+    /// Ends a reference; the last one destroys the object. Returns the new
     /// count.
     virtual nsrefcnt Release() = 0;
 
@@ -86,7 +87,7 @@ protected:
     ~nsISupports() = default;
 };
 
-/// Makes the instances of one class.
+/// Creates the instances of one class.
 class nsIFactory : public nsISupports
 {
 public:
@@ -94,20 +95,21 @@ public:
         0x00000001, 0x0000, 0x0000, {0xc0, 0, 0, 0, 0, 0, 0, 0x46}
     };
 
-    /// Stores a new instance's face for `iid`, with a reference that the
+    /// Stores a new instance's interface `iid`, with a reference that the
     /// caller owns. `outer` is the aggregating object, or null.
     virtual nsresult
     CreateInstance(nsISupports *outer, const nsID &iid, void **result) = 0;
 
-    /// Asks for the factory to be kept loaded, or no longer.
+    /// Requests that the factory stay loaded, or ends such a request.
     virtual nsresult LockFactory(PRBool lock) = 0;
 
 protected:
     ~nsIFactory() = default;
 };
 
-/// What the script bridge asks about a class. Texts, identifiers and arrays
-/// are handed out in the platform's allocator; the caller frees them there.
+/// The description of a class for the script bridge. Returned texts,
+/// identifiers and arrays come from the platform's allocator; the caller frees
+/// them there.
 class nsIClassInfo : public nsISupports
 {
 public:
@@ -124,11 +126,11 @@ public:
     /// Numbers of GetImplementationLanguage().
     static constexpr PRUint32 CPLUSPLUS = 1;
 
-    /// The interfaces that an instance has. The caller frees each element and
-    /// then the array.
+    /// Stores the interfaces that an instance has. The caller frees each
+    /// element and then the array.
     virtual nsresult GetInterfaces(PRUint32 *count, nsID ***array) = 0;
 
-    /// An object that helps with `language`; null for none.
+    /// Stores a helper object for `language`; null for none.
     virtual nsresult
     GetHelperForLanguage(PRUint32 language, nsISupports **result) = 0;
 
@@ -138,7 +140,7 @@ public:
     virtual nsresult GetImplementationLanguage(PRUint32 *result) = 0;
     virtual nsresult GetFlags(PRUint32 *result) = 0;
 
-    /// Fills in the caller's 16 bytes.
+    /// Stores the class identifier in the caller's 16 bytes.
     virtual nsresult GetClassIDNoAlloc(nsID *result) = 0;
 
 protected:
@@ -173,7 +175,7 @@ protected:
 
 class nsISimpleEnumerator;
 
-/// The component manager's side for those who register classes; reached by
+/// The component manager's interface for registering classes, obtained by
 /// QueryInterface() on the manager.
 class nsIComponentRegistrar : public nsISupports
 {
@@ -209,7 +211,7 @@ protected:
     ~nsIComponentRegistrar() = default;
 };
 
-/// What a component library hands to the component manager.
+/// The module of a component library, for the component manager.
 class nsIModule : public nsISupports
 {
 public:
@@ -220,24 +222,23 @@ public:
         {0x99, 0x4e, 0x00, 0x80, 0x5f, 0xd2, 0x6f, 0xee}
     };
 
-    /// Stores the `iid` face of an object for the class `cid`, usually its
+    /// Stores the interface `iid` of an object for the class `cid`, usually its
     /// factory, with a reference that the caller owns.
     virtual nsresult GetClassObject(
         nsIComponentManager *manager, const nsID &cid, const nsID &iid,
         void **result) = 0;
 
-    /// Tells the manager's registrar of the classes in the library at
-    /// `location`.
+    /// Registers the classes in the library at `location` with the manager.
     virtual nsresult RegisterSelf(
         nsIComponentManager *manager, nsIFile *location, const char *loader,
         const char *type) = 0;
 
-    /// Takes that back.
+    /// Removes the registration of the classes.
     virtual nsresult UnregisterSelf(
         nsIComponentManager *manager, nsIFile *location,
         const char *loader) = 0;
 
-    /// Whether the library may be unloaded.
+    /// Stores whether the library may be unloaded.
     virtual nsresult
     CanUnload(nsIComponentManager *manager, PRBool *result) = 0;
 

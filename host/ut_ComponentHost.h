@@ -1,5 +1,4 @@
-// What a browser does to get hold of the connection component, for a program
-// that is no browser.
+// Loads the connection component as a browser does, for other programs.
 
 #pragma once
 
@@ -15,7 +14,7 @@ class ut_ComponentManager;
 /// The file name of the component's library.
 constexpr char theLibraryName[] = "libValdrinConnection.so";
 
-/// All that the component reports of an exchange that failed.
+/// The component's reply when an exchange fails.
 constexpr char theFailureReply[] =
     "ERROR: Could not connect to Valdrin to run command";
 
@@ -23,26 +22,27 @@ constexpr char theFailureReply[] =
 /// system does not report it.
 std::string utProgramPath();
 
-/// Where the library lies that belongs to `program`, an absolute path: the
-/// places where a build or an installation puts it, seen from there. Empty for
-/// an empty path.
+/// Possible paths of the library that belongs to `program`, an absolute path:
+/// the places relative to it where a build or an installation puts the library.
+/// Empty for an empty path.
 std::vector<std::string> utLibrariesOfProgram(const std::string &program);
 
-/// Loads the first of `libraries` that can be loaded: a name without a slash is
-/// looked up by the system's loader. Null when there is none; `error` then
-/// grows by a line for each, and otherwise by the name of the one loaded.
+/// Loads the first of `libraries` that can be loaded; a name without a slash is
+/// looked up by the system's loader. Returns null when there is none, and
+/// appends a line for each to `error`; otherwise appends the name of the one
+/// loaded.
 void *
 utOpenLibrary(const std::vector<std::string> &libraries, std::string &error);
 
-/// The function with the plain name `name` in that library; null when there is
-/// none, and `error` then tells.
+/// The function with the plain name `name` in the library that utOpenLibrary()
+/// loads; null when there is none, with the reason in `error`.
 void *utFindFunction(
     const std::vector<std::string> &libraries, const char *name,
     std::string &error);
 
-/// Loads the library of the connection component and makes one instance,
-/// through nothing but the entry point and the interfaces: the library is not
-/// linked, and no other symbol of it is used.
+/// Loads the library of the connection component and creates one instance,
+/// using only the entry point and the interfaces: the library is not linked,
+/// and no other symbol of it is used.
 ///
 /// The library stays loaded, as in a browser. One thread only.
 class ut_ComponentHost
@@ -53,10 +53,10 @@ public:
     ut_ComponentHost(const ut_ComponentHost &) = delete;
     ut_ComponentHost &operator=(const ut_ComponentHost &) = delete;
 
-    /// Makes the instance from the first of `libraries` that can be loaded: a
-    /// name without a slash is looked up by the system's loader. False when
-    /// there is none or it cannot be used; `error`, empty at first, then tells,
-    /// a line for each library that was tried. Call once.
+    /// Creates the instance from the first of `libraries` that can be loaded; a
+    /// name without a slash is looked up by the system's loader. Returns false
+    /// when there is none or it cannot be used; `error`, empty at first, then
+    /// has a line with the reason for each library that was tried. Call once.
     bool load(const std::vector<std::string> &libraries, std::string &error);
 
     /// The instance, null before load() has succeeded. Borrowed.
@@ -69,7 +69,8 @@ public:
 private:
     bool makeConnection(void *library, std::string &error);
 
-    // Declared in the order of their making, so that they go in the reverse.
+    // Declared in the order of their creation, so that they are destroyed in
+    // reverse.
     ut_Reference<ut_ComponentManager> myManager;
     ut_Reference<nsIModule> myModule;
     ut_Reference<nsIFactory> myFactory;

@@ -1,13 +1,13 @@
-// Reading and writing descriptors that come from whoever started the program.
+// Reading and writing descriptors that the program inherited from its parent.
 
 #pragma once
 
-/// Opens /dev/null, the wrong way round, for each of the descriptors 0 to 2
-/// that the caller has closed: a socket must not take the place of one, and
-/// using it must still fail.
+/// Opens /dev/null for each of the descriptors 0 to 2 that the parent has
+/// closed, 0 for writing and the others for reading: a socket must not get one
+/// of these numbers, and using them must still fail.
 void utFillStandardDescriptors();
 
-/// Whether a read or write on `fd` that failed with `error` is worth
-/// repeating. Waits for `events` of poll() when the descriptor does not block,
-/// which other programs can cause that share it.
+/// Whether a read or write on `fd` that failed with `error` is worth repeating.
+/// When the descriptor does not block, which other programs that share it can
+/// cause, first waits for `events` of poll().
 bool utIsWorthRepeating(int error, int fd, short events);

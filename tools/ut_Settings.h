@@ -1,4 +1,4 @@
-// The list of the settings that environment variables make.
+// The list of the settings that come from environment variables.
 
 #pragma once
 
@@ -8,15 +8,15 @@
 /// How utListSettings() writes.
 enum class ut_SettingsLayout
 {
-    COLUMNS, ///< what holds here and now
-    PAGE     ///< what holds everywhere, in Markdown
+    COLUMNS, ///< the current values on this machine
+    PAGE     ///< the defaults of every machine, in Markdown
 };
 
-/// Writes the settings whose variables match `pattern`, a shell pattern in
-/// which case does not count, to `output`; all of them when it is null. They
-/// come from the first of `libraries` that can be loaded. False when there is
-/// none, or it has no settings; `error`, empty at first, then tells. No match
-/// leaves `output` empty.
+/// Writes the settings whose variables match `pattern`, a shell pattern without
+/// regard to case, to `output`; all of them when it is null. They come from the
+/// first of `libraries` that can be loaded. Returns false when there is none,
+/// or it has no settings; `error`, empty at first, then has the reason. No
+/// match leaves `output` empty.
 bool utListSettings(
     const std::vector<std::string> &libraries, const char *pattern,
     ut_SettingsLayout layout, std::string &output, std::string &error);

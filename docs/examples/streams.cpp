@@ -31,6 +31,37 @@ writePack()
     return "/proc/self/fd/" + std::to_string(fileno(pack));
 }
 
+// A text that is stored with the lowest bit of each byte inverted.
+class MaskedBuf : public UT_IStreamBuf
+{
+public:
+    explicit MaskedBuf(const char *text) : myNext(text) {}
+
+    int read(char *buf, int n) override
+    {
+        int got = 0;
+        while (got < n && *myNext)
+            buf[got++] = char(*myNext++ ^ 1);
+        return got;
+    }
+
+    const char *loadBuffer(int &start, int &end) override
+    {
+        start = 0;
+        end = read(myBlock, sizeof(myBlock));
+        return end ? myBlock : nullptr;
+    }
+
+    int streamPeek() override { return *myNext ? *myNext ^ 1 : -1; }
+    int64 tellPos() const override { return -1; }
+    bool seekPos(int64, int) override { return false; }
+    bool endOfBuffer() const override { return !*myNext; }
+
+private:
+    const char *myNext;
+    char myBlock[64];
+};
+
 int
 main()
 {
@@ -69,4 +100,8 @@ main()
 
     while (scene.getNonCommentLine(line, '#') && line.length())
         printf("then %s\n", line.buffer());
+
+    UT_IStream masked(new MaskedBuf("m`lq!3"), UT_ISTREAM_ASCII);
+    while (masked.getWord(line))
+        printf("unmasked %s\n", line.buffer());
 }
