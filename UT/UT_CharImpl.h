@@ -1,5 +1,5 @@
-// Kinds of characters: those of ASCII in every locale. Bytes above 127 are of no
-// kind.
+// Kinds of characters: those of ASCII in every locale. Bytes above 127 are of
+// no kind.
 
 #pragma once
 

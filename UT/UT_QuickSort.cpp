@@ -142,10 +142,7 @@ public:
     {
     }
 
-    [[nodiscard]] Key keyAt(size_t i) const
-    {
-        return keyOf(record(i));
-    }
+    [[nodiscard]] Key keyAt(size_t i) const { return keyOf(record(i)); }
     [[nodiscard]] Key heldKey() const { return keyOf(myScratch); }
     static bool isLess(Key a, Key b) { return a < b; }
 

@@ -88,7 +88,8 @@ TEST(UT_FixedAllocator, APageWithoutMemoryChangesNothing)
         for (const bool reclaim : {false, true})
         {
             UT_FixedAllocator pool(row.size, reclaim, row.objectsPerPage);
-            EXPECT_THROW(pool.allocate(), std::bad_alloc) << row.what;
+            EXPECT_THROW(static_cast<void>(pool.allocate()), std::bad_alloc)
+                << row.what;
             EXPECT_EQ(0, pool.allocated()) << row.what;
             EXPECT_EQ(0u, pool.pageSlots()) << row.what;
         }
