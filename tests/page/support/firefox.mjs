@@ -9,8 +9,7 @@ import path from "node:path";
 
 import { DEADLINE_MS, ended, waitFor } from "./wait.mjs";
 
-export const PROGRAM = process.env.FIREFOX ?? "/usr/bin/firefox-esr";
-
+const PROGRAM = "/usr/bin/firefox-esr";
 const ADDON = "valdrin-connection@norvex.com";
 const ADDON_UUID = "5e2f9a57-6c1b-4d83-9c40-7a1f0b6d2e11";
 const ELEMENT = "element-6066-11e4-a52e-4f735466cecf";
@@ -75,7 +74,7 @@ class Frames {
 }
 
 export class Firefox {
-    name = "Firefox";
+    static program = PROGRAM;
     manifestFolder = ".mozilla/native-messaging-hosts";
     manifestCallers = { allowed_extensions: [ADDON] };
     #process;
@@ -248,6 +247,14 @@ export class Firefox {
             text: text.replaceAll("\n", "\uE007"),
         });
     }
+
+    async clear(selector) {
+        await this.#send(
+            "WebDriver:ElementClear", { id: await this.#find(selector) });
+    }
+
+    // Questions are answered as they are asked.
+    async beforeAllow() {}
 
     // One of Enter, ArrowUp, ArrowDown and Tab, perhaps with Shift.
     async press(selector, key, { shift = false } = {}) {
