@@ -23,8 +23,10 @@ def describe(degrees):
          "place": s.place(degrees)} for s in scene])
 
 if "scene" not in globals():
-    scene = [Sphere("Größe", 1.5, 1.2, 0.4, 200), Sphere("Ключ", 1.1, 4, 0, 60),
-             Sphere("球", 0.8, 6, 0.8, 300), Sphere("Lune", 0.5, 7.5, -0.4, 140)]
+    scene = [Sphere("Größe", 1.5, 1.2, 0.4, 200),
+             Sphere("Ключ", 1.1, 4, 0, 60),
+             Sphere("Σφαίρα", 0.8, 6, 0.8, 300),
+             Sphere("Lune", 0.5, 7.5, -0.4, 140)]
 `;
 
 // The component's own words for an application that is not there.

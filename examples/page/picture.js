@@ -47,6 +47,11 @@ export function showPicture(svg, spheres) {
     svg.replaceChildren(...shadows, ...bodies);
 }
 
+// Filled up with spaces as wide as a digit.
+function padded(value) {
+    return value.toFixed(1).padStart(5, "\u2007");
+}
+
 export function showTable(body, spheres) {
     body.replaceChildren(...spheres.map(({ name, radius, volume, place }) => {
         const row = document.createElement("tr");
@@ -54,7 +59,7 @@ export function showTable(body, spheres) {
             name,
             radius.toFixed(2),
             volume.toFixed(3),
-            place.map((value) => value.toFixed(1)).join("  "),
+            place.map(padded).join(" "),
         ];
         for (const cell of cells)
             row.insertCell().textContent = cell;

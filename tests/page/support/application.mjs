@@ -8,7 +8,8 @@ import { ended } from "./wait.mjs";
 
 // Answers every request by `answer(request)`: a Buffer without the NUL, which
 // also gets one, or null for silence. Keeps the requests, without their NUL.
-export async function scriptedApplication(answer) {
+// `port` is for one that takes up another one's place.
+export async function scriptedApplication(answer, port = 0) {
     const requests = [];
     const sockets = new Set();
     const server = net.createServer((socket) => {
@@ -27,7 +28,7 @@ export async function scriptedApplication(answer) {
                 socket.end(Buffer.concat([reply, Buffer.of(0)]));
         });
     });
-    await listen(server);
+    await listen(server, port);
     return {
         requests,
         port: server.address().port,
@@ -40,9 +41,12 @@ export async function scriptedApplication(answer) {
 }
 
 // The connection maps ports below 10000 elsewhere, and 65535 too.
-async function listen(server) {
+async function listen(server, wanted = 0) {
     for (;;) {
-        await new Promise((resolve) => server.listen(0, "127.0.0.1", resolve));
+        await new Promise((resolve, reject) => {
+            server.once("error", reject);
+            server.listen(wanted, "127.0.0.1", resolve);
+        });
         const { port } = server.address();
         if (port >= 10000 && port <= 65534)
             return;

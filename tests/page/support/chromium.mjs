@@ -202,8 +202,9 @@ export class Chromium {
             const element = document.querySelector(args[0]);
             if (element !== document.activeElement) {
                 element?.focus();
-                element?.setSelectionRange?.(
-                    element.value.length, element.value.length);
+                if (element?.selectionEnd !== null)
+                    element?.setSelectionRange(
+                        element.value.length, element.value.length);
             }
             return Boolean(element);`, selector));
     }
@@ -266,9 +267,10 @@ export class Chromium {
         });
     }
 
+    // Nothing to say here: see beforeAllow().
+    async grant() {}
+
     async close() {
-        if (!this.#process)
-            return;
         this.#send("Browser.close", {}, null).catch(() => {});
         await ended(this.#process);
     }

@@ -291,7 +291,7 @@ export class Firefox {
 
     // Ends the browser and waits until it has ended.
     async close() {
-        if (!this.#process)
+        if (!this.#socket || this.#socket.destroyed)
             return;
         this.#socket.removeAllListeners("error");
         this.#socket.on("error", () => {});
