@@ -104,6 +104,12 @@
             queue.delete(Number(event.detail));
     });
 
+    // A page that is left may be kept for the way back; its calls are not.
+    window.addEventListener("pagehide", () => {
+        port?.disconnect();
+        onDisconnect();
+    });
+
     // For the toolbar button. A background that does not answer is no reason
     // to fail in the page.
     const greeting = api.runtime.sendMessage({ type: "here" });

@@ -546,6 +546,7 @@ test("taking a site back ends its calls, and its class", async () => {
 test("the browser's end leaves no host", async () => {
     await onSettings(async () => {
         await session.allow(site.origin, [application.port]);
+        await browser.grant(); // asked anew: it was given back
         await session.waitForSite(site.origin);
     });
     await open();
