@@ -127,6 +127,10 @@ export class Chromium {
             "return document.readyState === 'complete';").catch(() => false));
     }
 
+    title() {
+        return this.look("return document.title;");
+    }
+
     async openTab(url) {
         const { targetId } = await this.#send(
             "Target.createTarget", { url: "about:blank" }, null);

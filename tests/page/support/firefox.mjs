@@ -169,6 +169,10 @@ export class Firefox {
         return this.#send("WebDriver:Navigate", { url });
     }
 
+    async title() {
+        return (await this.#send("WebDriver:GetTitle", {})).value;
+    }
+
     // A new tab, which then is the one that is driven.
     async openTab(url) {
         const { handle } =
@@ -201,6 +205,8 @@ export class Firefox {
                 (error) => done({ error: String(error) }));`;
         const { value } = await this.#send(
             "WebDriver:ExecuteAsyncScript", { script, args, newSandbox: true });
+        if (value === null)
+            throw new Error("the document has gone");
         if (value.error)
             throw new Error(value.error);
         return value.value;
