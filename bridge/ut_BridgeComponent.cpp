@@ -55,6 +55,7 @@ utAsk(IValdrinConnection &connection, int32 port, pid_t parent)
     if (getppid() != parent)
         _exit(PROBE_FAILED);
 
+    signal(SIGPIPE, SIG_IGN);
     connection.SetSocketPortNum(port);
     char *text = nullptr;
     const nsresult result = connection.RunPythonExpression("0", &text);

@@ -182,7 +182,9 @@ utOpenLibrary(const std::vector<std::string> &libraries, std::string &error)
 {
     for (const std::string &path : libraries)
     {
-        if (void *library = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL))
+        // A function that is missing is reported here, rather than end the
+        // program when it is called.
+        if (void *library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
         {
             error = path + ": ";
             return library;

@@ -4,14 +4,12 @@ plays a part."""
 import contextlib
 import json
 import os
-import shutil
 import signal
 import socket
 import struct
-import tempfile
 import unittest
 
-from host import BRIDGE, CHROMIUM, FIREFOX, Host, frame, request
+from host import BRIDGE, CHROMIUM, FIREFOX, Host, frame, installed, request
 from support import Application, bound, envelope, run
 
 LIBRARY = os.environ["VALDRIN_LIBRARY"]
@@ -19,19 +17,6 @@ FAILURE = "ERROR: Could not connect to Valdrin to run command"
 EVERY_CHARACTER = "".join(
     chr(code) for code in range(1, 0x110000) if not 0xD800 <= code < 0xE000
 )
-
-
-@contextlib.contextmanager
-def installed(*libraries, program="bin"):
-    """A folder with the host in `program` and copies of libraries: pairs of a
-    folder and a file."""
-    with tempfile.TemporaryDirectory() as folder:
-        os.mkdir(f"{folder}/{program}")
-        copy = shutil.copy(BRIDGE, f"{folder}/{program}")
-        for place, library in libraries:
-            os.makedirs(f"{folder}/{place}", exist_ok=True)
-            shutil.copy(library, f"{folder}/{place}/libValdrinConnection.so")
-        yield copy
 
 
 @contextlib.contextmanager

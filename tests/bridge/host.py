@@ -1,9 +1,12 @@
 """A running native host, as a browser has it: frames over pipes."""
 
+import contextlib
 import json
 import os
+import shutil
 import struct
 import subprocess
+import tempfile
 
 from support import BIN, DEADLINE
 
@@ -22,6 +25,19 @@ def frame(body):
 
 def request(method, *arguments, id=7):
     return {"id": id, "method": method, "args": list(arguments)}
+
+
+@contextlib.contextmanager
+def installed(*libraries, program="bin"):
+    """A folder with the host in `program` and copies of libraries: pairs of a
+    folder and a file."""
+    with tempfile.TemporaryDirectory() as folder:
+        os.makedirs(f"{folder}/{program}")
+        copy = shutil.copy(BRIDGE, f"{folder}/{program}")
+        for place, library in libraries:
+            os.makedirs(f"{folder}/{place}", exist_ok=True)
+            shutil.copy(library, f"{folder}/{place}/libValdrinConnection.so")
+        yield copy
 
 
 class Host:

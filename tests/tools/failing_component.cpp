@@ -1,9 +1,20 @@
 #ifdef WITH_ENTRY_POINT
 #include "component/nsXPCOM.h"
 
+#ifdef WITHOUT_PLATFORM
+// What a browser has and a plain program has not.
+extern "C" nsresult utPlatformFunction();
+#else
+static nsresult
+utPlatformFunction()
+{
+    return NS_ERROR_OUT_OF_MEMORY;
+}
+#endif
+
 extern "C" __attribute__((visibility("default"))) nsresult
 NSGetModule(nsIComponentManager *, nsIFile *, nsIModule **)
 {
-    return NS_ERROR_OUT_OF_MEMORY;
+    return utPlatformFunction();
 }
 #endif

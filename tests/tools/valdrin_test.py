@@ -133,11 +133,13 @@ class Test(unittest.TestCase):
             self.assertEqual(os.read(master, 100), b"a\r\n")
 
     def test_unusable_library(self):
-        plain, failing = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")
+        libraries = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")
+        plain, failing, incomplete = libraries
         for path, error in (
             ("nowhere.so", b"./nowhere.so"),
             (plain, b"NSGetModule"),
             (failing, b"0x8007000e"),
+            (incomplete, b"utPlatformFunction"),
         ):
             self.expect("-l", path, "run", "x", status=5, error=error)
 

@@ -1,0 +1,235 @@
+"""Tests of what a user asks the native host for by hand."""
+
+import base64
+import hashlib
+import json
+import os
+import pathlib
+import shutil
+import sys
+import tempfile
+import unittest
+import zipfile
+
+from host import BRIDGE, CHROMIUM, FIREFOX, installed
+from support import Standin, bound, run
+
+SOURCE = pathlib.Path(os.environ["VALDRIN_SOURCE"])
+NAME = "com.norvex.valdrinconnection"
+USER = {
+    "Firefox": f".mozilla/native-messaging-hosts/{NAME}.json",
+    "Chromium": f".config/chromium/NativeMessagingHosts/{NAME}.json",
+}
+SYSTEM = {
+    "Firefox": f"usr/lib/mozilla/native-messaging-hosts/{NAME}.json",
+    "Chromium": f"etc/chromium/native-messaging-hosts/{NAME}.json",
+}
+ALLOWED = {"Firefox": "allowed_extensions", "Chromium": "allowed_origins"}
+CALLER = {"Firefox": FIREFOX[1], "Chromium": CHROMIUM[0]}
+PROGRAM = {"Firefox": "usr/bin/firefox-esr", "Chromium": "usr/bin/chromium"}
+EXTENSION = {
+    "Firefox": "usr/share/mozilla/extensions/"
+    "{ec8030f7-c20a-464f-9b0e-13a3a9e97384}/valdrin-connection@norvex.com.xpi",
+    "Chromium": "usr/share/chromium/extensions/valdrin-connection",
+}
+
+
+def place(file, text="", mode=0o644):
+    file.parent.mkdir(parents=True, exist_ok=True)
+    file.write_text(text)
+    file.chmod(mode)
+
+
+def manifest(browser, **changes):
+    members = {
+        "name": NAME,
+        "description": "for a test",
+        "path": BRIDGE,
+        "type": "stdio",
+        ALLOWED[browser]: ["another", CALLER[browser]],
+    }
+    return json.dumps({**members, **changes})
+
+
+class Test(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name, "root")
+        self.home = pathlib.Path(folder.name, "home")
+
+    def check(self, port, program=BRIDGE):
+        """The exit status of a check, and its words."""
+        environment = {"HOME": str(self.home), "PATH": "/usr/bin"}
+        result = run(
+            program, "--check", "--port", str(port), "--root", str(self.root),
+            env=environment,
+        )  # fmt: skip
+        self.assertEqual(result.stderr, b"")
+        return result.returncode, result.stdout.decode()
+
+    def install(self, browser):
+        """The browser, and all that it needs, in the places of all users."""
+        place(self.root / PROGRAM[browser], mode=0o755)
+        place(self.root / SYSTEM[browser], manifest(browser, path="/usr/bin/x"))
+        place(self.root / "usr/bin/x", mode=0o755)
+        place(self.root / EXTENSION[browser])
+
+    def test_all_is_well(self):
+        with Standin() as application:
+            for browser in PROGRAM:
+                shutil.rmtree(self.root, ignore_errors=True)
+                self.install(browser)
+                status, words = self.check(application.port)
+                self.assertEqual(status, 0, words)
+                self.assertNotIn("To do", words)
+                for expected in (PROGRAM, SYSTEM, EXTENSION):
+                    self.assertIn(str(self.root / expected[browser]), words)
+
+    def test_what_is_missing_is_named(self):
+        with bound() as refusing:
+            port = refusing.getsockname()[1]
+            status, words = self.check(port)
+            self.assertEqual(status, 1)
+            self.assertIn(f"Nothing answers on port {port}.", words)
+            self.assertRegex(words, "Firefox +not found")
+            self.assertRegex(words, "Chromium +not found")
+
+            for browser in PROGRAM:
+                place(self.root / PROGRAM[browser], mode=0o755)
+            status, words = self.check(port)
+            self.assertEqual(status, 1)
+            for browser in PROGRAM:
+                for missing in (SYSTEM, EXTENSION):
+                    path = self.root / missing[browser]
+                    self.assertIn(f"missing: {path}\n", words)
+            self.assertEqual(words.count("To do:"), 5, words)
+
+    def test_a_manifest_that_a_browser_would_refuse(self):
+        with Standin() as application:
+            for changes, words in (
+                ({"name": "other"}, "another name"),
+                ({"type": "pkcs11"}, "another type"),
+                ({"path": "valdrin-bridge"}, "no absolute path"),
+                ({"path": 7}, "no absolute path"),
+                ({"path": "/nowhere/valdrin-bridge"}, "cannot be run"),
+                ({"path": "/usr/bin/text"}, "cannot be run"),
+            ):
+                self.install("Firefox")
+                place(self.root / "usr/bin/text")
+                file = self.root / SYSTEM["Firefox"]
+                place(file, manifest("Firefox", **changes))
+                status, told = self.check(application.port)
+                self.assertEqual(status, 1, changes)
+                self.assertIn(words, told, changes)
+            for browser in PROGRAM:
+                for callers in ([], ["another"], CALLER[browser], None):
+                    shutil.rmtree(self.root)
+                    self.install(browser)
+                    changes = {ALLOWED[browser]: callers}
+                    file = self.root / SYSTEM[browser]
+                    place(file, manifest(browser, **changes))
+                    status, told = self.check(application.port)
+                    self.assertEqual(status, 1, changes)
+                    self.assertIn(f"does not list {CALLER[browser]}", told)
+            place(file, "{")
+            self.assertIn("not readable as JSON", self.check(application.port)[1])
+
+    def test_the_users_own_files_come_first(self):
+        with Standin() as application:
+            for browser, extension in (
+                ("Firefox", ".mozilla/firefox/a.b/extensions/"
+                 "valdrin-connection@norvex.com.xpi"),
+                ("Firefox", ".config/mozilla/firefox/a.b/extensions/"
+                 "valdrin-connection@norvex.com.xpi"),
+                ("Chromium", ".config/chromium/Default/Extensions/"
+                 f"{CALLER['Chromium'][19:-1]}/1/manifest.json"),
+                ("Chromium", ".config/chromium/Profile 1/Secure Preferences"),
+            ):  # fmt: skip
+                shutil.rmtree(self.root, ignore_errors=True)
+                shutil.rmtree(self.home, ignore_errors=True)
+                self.install(browser)
+                (self.root / EXTENSION[browser]).unlink()
+                place(self.home / extension, f'"{CALLER["Chromium"][19:-1]}"')
+                place(self.home / USER[browser], manifest(browser))
+                status, words = self.check(application.port)
+                self.assertEqual(status, 0, words)
+                self.assertIn(str(self.home / USER[browser]), words)
+                self.assertNotIn("another program", words)
+
+                place(self.home / USER[browser], "{}")
+                status, words = self.check(application.port)
+                self.assertEqual(status, 1, words)
+
+    def test_an_installed_host_says_what_to_copy(self):
+        self.install("Firefox")
+        (self.root / SYSTEM["Firefox"]).unlink()
+        (self.root / EXTENSION["Firefox"]).unlink()
+        with installed(program="it's/bin") as program, bound() as refusing:
+            prefix = pathlib.Path(program).parent.parent
+            for file in (SYSTEM, EXTENSION):
+                place(prefix / file["Firefox"].removeprefix("usr/"))
+            words = self.check(refusing.getsockname()[1], program)[1]
+            place(
+                prefix / SYSTEM["Firefox"].removeprefix("usr/"),
+                manifest("Firefox"),
+            )
+            self.assertIn("Library        cannot be used: ", words)
+            extension = prefix / EXTENSION["Firefox"].removeprefix("usr/")
+            self.assertIn(f"open {extension}.\n", words)
+            # What it says to do does it.
+            line = words.split("To do: mkdir")[1].split(".\n")[0]
+            self.assertEqual(run("sh", "-c", f"mkdir{line}").returncode, 0)
+            copied = (self.home / USER["Firefox"]).read_text()
+            self.assertEqual(copied, manifest("Firefox"))
+
+    def test_wrong_usage_is_told(self):
+        for arguments in (
+            [], ["--check", "x"], ["x"], ["--port", "1"], ["--walk"],
+            ["--check", "--port", "1x"], ["--check", "--port", ""],
+            ["--check", "--port", "2147483648"], ["--check", "--port"],
+        ):  # fmt: skip
+            result = run(BRIDGE, *arguments)
+            self.assertEqual(result.returncode, 2, arguments)
+            self.assertEqual(result.stdout, b"", arguments)
+            self.assertIn(b'try "valdrin-bridge --help"', result.stderr)
+
+    def test_the_key_gives_the_id_in_chromium(self):
+        with open(SOURCE / "extension" / "manifest.json") as file:
+            key = base64.b64decode(json.load(file)["key"])
+        digits = hashlib.sha256(key).hexdigest()[:32]
+        id = "".join(chr(ord("a") + int(digit, 16)) for digit in digits)
+        self.assertEqual(CALLER["Chromium"], f"chrome-extension://{id}/")
+
+    def test_the_packed_extension_is_whole(self):
+        pack = SOURCE / "extension" / "pack.py"
+        archives = []
+        with open(SOURCE / "extension" / "manifest.json") as file:
+            version = json.load(file)["version"]
+        for name in ("a", "b"):
+            folder = self.home / name
+            shutil.copytree(SOURCE / "extension", folder / "source",
+                            copy_function=shutil.copyfile)  # fmt: skip
+            archive = folder / "packed.xpi"
+            result = run(sys.executable, folder / "source" / pack.name, version,
+                         archive, folder / "unpacked")  # fmt: skip
+            self.assertEqual(result.returncode, 0, result.stderr)
+            archives.append(archive.read_bytes())
+        # The times of the files are not the same.
+        self.assertTrue(archives[0] == archives[1])
+        with zipfile.ZipFile(archive) as packed:
+            names = packed.namelist()
+        unpacked = folder / "unpacked"
+        files = [file for file in unpacked.rglob("*") if file.is_file()]
+        found = [str(file.relative_to(unpacked)) for file in files]
+        self.assertEqual(sorted(names), sorted(found))
+        self.assertIn("manifest.json", names)
+        self.assertNotIn("chromium-id.txt", names)
+
+        result = run(sys.executable, pack, "9.9", archive, unpacked)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(f"version {version}, not 9.9".encode(), result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
