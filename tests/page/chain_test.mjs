@@ -5,6 +5,7 @@
 // built programs.
 
 import assert from "node:assert/strict";
+import { readFile } from "node:fs/promises";
 import path from "node:path";
 import { after, before, test } from "node:test";
 import { fileURLToPath } from "node:url";
@@ -13,7 +14,7 @@ import {
     closedPort, scriptedApplication, standin,
 } from "./support/application.mjs";
 import { hostPids, wrapScript } from "./support/host.mjs";
-import { findBrowser, Session } from "./support/session.mjs";
+import { findBrowser, ROOT, Session } from "./support/session.mjs";
 import { waitFor } from "./support/wait.mjs";
 import { serve } from "./support/web.mjs";
 
@@ -318,6 +319,21 @@ test("a page may spoil its globals and still call", async () => {
     await open(`${site.origin}/spoilt#${application.port}`);
     await waitForTitle("from a spoilt page");
 });
+
+test("a page for the old interface works with the lines of the manual",
+    async () => {
+        const manual =
+            await readFile(path.join(ROOT, "docs/pages.md"), "utf8");
+        const blocks = manual.split("## Pages for the old interface")[1]
+            .matchAll(/```js\n(.*?)```/gs);
+        const [lines, oldPage] = [...blocks].map(([, block]) => block);
+        await open();
+        assert.equal(
+            await call(`return (async () => {
+                ${lines} ${oldPage} return reply;
+            })();`),
+            "echo hi");
+    });
 
 test("the strictest policy of a page is no hindrance", async () => {
     await open(`${site.origin}/strict#${application.port}`);
