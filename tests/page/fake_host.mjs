@@ -4,6 +4,7 @@
 import { writeSync } from "node:fs";
 
 const kind = process.argv[2];
+let kept = "";
 
 function frame(text, length = Buffer.byteLength(text)) {
     const head = Buffer.alloc(4);
@@ -45,6 +46,21 @@ const theKinds = {
     },
     noCode({ id }) {
         send(frame(JSON.stringify({ id, error: "origin", message: "no" })));
+    },
+    // Keeps a text, gives it back, or gives as many digits as are asked for.
+    stash({ id, method, args }) {
+        if (method === "StashString")
+            kept = args[0];
+        const text = method === "Digits"
+            ? "0123456789".repeat(args[0] / 10)
+            : kept;
+        const parts = method === "StashString"
+            ? [""]
+            : text.match(/.{1,999900}/g);
+        parts.forEach((part, index) => {
+            const last = index === parts.length - 1 ? { last: true } : {};
+            send(frame(JSON.stringify({ id, part, ...last })));
+        });
     },
     die() {
         process.exit(1);
