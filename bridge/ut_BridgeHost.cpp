@@ -60,7 +60,7 @@ utWriteAll(int fd, std::string_view data)
 }
 
 // Reads `length` bytes of standard input to `data`. Returns how many there
-// were before it ended.
+// were before it ended, or could not be read any further.
 static size_t
 utReadInput(char *data, size_t length)
 {
@@ -69,10 +69,15 @@ utReadInput(char *data, size_t length)
     {
         const ssize_t got = read(STDIN_FILENO, data + total, length - total);
         const int error = errno;
+        if (got == 0)
+            break;
         if (got > 0)
             total += size_t(got);
-        else if (got == 0 || !utIsWorthRepeating(error, STDIN_FILENO, POLLIN))
+        else if (!utIsWorthRepeating(error, STDIN_FILENO, POLLIN))
+        {
+            utComplain(std::string("standard input: ") + strerror(error));
             break;
+        }
     }
     return total;
 }

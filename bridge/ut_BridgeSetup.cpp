@@ -136,7 +136,7 @@ utFindBrowser(const ut_Browser &browser, const ut_SetupPlaces &places)
         std::string folder;
         while (std::getline(folders, folder, ':'))
         {
-            const std::string path = places.root + folder + "/" + program;
+            std::string path = places.root + folder + "/" + program;
             if (folder[0] == '/' && access(path.c_str(), X_OK) == 0)
                 return path;
         }

@@ -220,7 +220,7 @@ utFileOf(void *library)
     if (dlinfo(library, RTLD_DI_LINKMAP, &entry) != 0)
         return "";
     char *const path = realpath(entry->l_name, nullptr);
-    const std::string file = path ? path : entry->l_name;
+    std::string file = path ? path : entry->l_name;
     free(path);
     return file;
 }
