@@ -40,7 +40,7 @@
         underWay.clear();
         queue.clear();
         for (const id of ids)
-            reply(id, "disconnected", "The connection to the browser was lost.");
+            reply(id, "disconnected", "The connection was lost.");
     }
 
     function onMessage(message) {

@@ -79,8 +79,9 @@ declare class ValdrinConnection {
     GetStashedString(): Promise<string>;
 
     /**
-     * Sets the application's port for all later calls; 32153 before the first
-     * call. Only the ports that the user listed for the site are accepted.
+     * Sets the application's port for all later calls. It is 32153 before, or
+     * the lowest that the user listed for the site when 32153 is not among
+     * them. Only ports that are listed are accepted.
      */
     SetSocketPortNum(port: number): Promise<void>;
 }

@@ -200,6 +200,12 @@ test("the settings page allows exact addresses after a question", async () => {
     assert.equal(await typeOfClass(), "function");
 });
 
+test("a page that names no port uses one of the user's", async () => {
+    assert.deepEqual(
+        await browser.run(`return new ValdrinConnection().Run("x");`),
+        { value: "x" });
+});
+
 test("all six methods reach an application", async () => {
     const running = await standin(BIN);
     try {
@@ -286,7 +292,7 @@ test("every plane of Unicode goes both ways", async () => {
         "half \ufffd a pair");
 });
 
-test("an application that is not there is no error", async () => {
+test("an application that is not there is not an error", async () => {
     const { port } = application;
     application.close();
     assert.equal(await call(`return valdrin.Run("x");`), NO_APPLICATION);

@@ -4,7 +4,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 
 import {
-    MAX_CALLS, MAX_TEXT, callerOf, decide, hostKeyOf, originOf, patternOf,
+    MAX_CALLS, MAX_TEXT, callerOf, decide, firstPort, hostKeyOf, originOf, patternOf,
     portsOf, siteOf, sitesOf,
 } from "../../extension/decide.mjs";
 
@@ -17,7 +17,8 @@ const SITES = new Map([[SITE, [32153, 40000]]]);
 test("a site is an exact https origin, or one of this machine", () => {
     const rows = [
         { typed: " https://a.example ", site: "https://a.example" },
-        { typed: "https://a.example:8443/x?y#z", site: "https://a.example:8443" },
+        { typed: "https://a.example:8443/x?y",
+            site: "https://a.example:8443" },
         { typed: "https://a.example:443", site: "https://a.example" },
         { typed: "HTTPS://A.Example/", site: "https://a.example" },
         { typed: "a.example", site: "https://a.example" },
@@ -64,7 +65,8 @@ test("the browser is asked for one host and no other", () => {
 test("ports are a list of numbers from 1 to 65535", () => {
     const rows = [
         { typed: "32153", ports: [32153] },
-        { typed: " 40000, 32153;32153\t1 65535", ports: [1, 32153, 40000, 65535] },
+        { typed: " 40000, 32153;32153\t1", ports: [1, 32153, 40000] },
+        { typed: "65535", ports: [65535] },
         { typed: "", ports: null },
         { typed: " , ", ports: null },
         { typed: "0", ports: null },
@@ -78,6 +80,11 @@ test("ports are a list of numbers from 1 to 65535", () => {
         assert.deepEqual(portsOf(typed), ports, JSON.stringify(typed));
 });
 
+test("a host uses another port where its default is not listed", () => {
+    assert.equal(firstPort([1, 32153]), null);
+    assert.equal(firstPort([32154, 40000]), 32154);
+});
+
 test("what was stored by somebody else allows nobody", () => {
     const rows = [
         { stored: undefined, allowed: [] },
@@ -86,6 +93,7 @@ test("what was stored by somebody else allows nobody", () => {
         { stored: [{ origin: `${SITE}/x`, ports: [1] }], allowed: [] },
         { stored: [{ origin: "http://a.example", ports: [1] }], allowed: [] },
         { stored: [{ origin: SITE }], allowed: [] },
+        { stored: [{ origin: SITE, ports: [0] }], allowed: [] },
         {
             stored: [{ origin: SITE, ports: [0, "1", 1.5, 40000] }],
             allowed: [[SITE, [40000]]],
@@ -100,7 +108,8 @@ test("only the document of a tab calls, by the browser's word for it", () => {
         { name: "a page", sender: {}, origin: SITE },
         { name: "its site itself", sender: { url: `${SITE}/` }, origin: SITE },
         { name: "a frame", sender: { frameId: 1 }, origin: null },
-        { name: "no frame number", sender: { frameId: undefined }, origin: null },
+        { name: "no frame number",
+            sender: { frameId: undefined }, origin: null },
         { name: "no tab", sender: { tab: undefined }, origin: null },
         { name: "a sandboxed page", sender: { origin: "null" }, origin: null },
         { name: "no origin", sender: { origin: undefined }, origin: null },

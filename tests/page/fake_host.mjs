@@ -24,11 +24,13 @@ const theKinds = {
     },
     wrongId({ id }) {
         const part = "for somebody else";
-        send(frame(JSON.stringify({ id: id + 1, part, last: true })));
+        send(frame(JSON.stringify({ id: id + 1000, part, last: true })));
     },
-    twice({ id }) {
+    twice({ id, method }) {
         const answer = frame(JSON.stringify({ id, part: "", last: true }));
-        send(Buffer.concat([answer, answer]));
+        send(answer);
+        if (method === "Run")
+            send(answer);
     },
     halfFrame({ id }) {
         send(frame(JSON.stringify({ id, part: "half" }), 1000));
