@@ -1,39 +1,48 @@
 # The front door. Each target installs what it needs first.
 
-.PHONY: help demo demo-blender check build bench lint docs setup clean
+.PHONY: help demo demo-page demo-blender check build bench lint docs setup clean
 .DEFAULT_GOAL := help
 
 JOBS := $(shell nproc 2>/dev/null || echo 2)
 
 help:
-	@echo "make demo   build it and hold a conversation with an application"
+	@echo "make demo          build it and hold a conversation with an application"
+	@echo "make demo-page     the same from a page in a real browser, with pictures"
 	@echo "make demo-blender  the same with Blender as the application"
-	@echo "make check  build it in both word sizes and run every test"
-	@echo "make build  build it for this machine, in build/native"
-	@echo "make bench  measure it beside its peers"
-	@echo "make lint   format, clang's warnings and tidy, shell scripts"
-	@echo "make docs   the reference of the public headers, in build/docs"
-	@echo "make clean  remove everything built"
+	@echo "make check         build it in both word sizes and run every test"
+	@echo "make build         build it for this machine, in build/native"
+	@echo "make bench         measure it beside its peers"
+	@echo "make lint          format, clang's warnings and tidy, shell scripts"
+	@echo "make docs          the reference of the public headers, in build/docs"
+	@echo "make clean         remove everything built"
 	@echo
 	@echo "To install: make build, then cmake --install build/native"
 
-demo: build/demo-ready
-	@scripts/demo build/native
-
-demo-blender: build/demo-ready
-	@scripts/setup blender
-	@scripts/demo-blender build/native
-
-# The library and its programs, quickly: no tests, no benchmarks.
-.PHONY: build/demo-ready
-build/demo-ready:
-	@scripts/setup demo
+# With or without what a browser starts: ON or OFF.
+define build_programs
 	@echo "Building build/native ..."
 	@mkdir -p build/logs
 	@(cmake --preset native -DVALDRIN_BUILD_TESTS=OFF \
-	    -DVALDRIN_BUILD_BENCH=OFF -DVALDRIN_BUILD_BRIDGE=OFF && \
+	    -DVALDRIN_BUILD_BENCH=OFF -DVALDRIN_BUILD_BRIDGE=$(1) && \
 	  cmake --build --preset native -j $(JOBS)) >build/logs/demo 2>&1 || \
 	  { tail -n 40 build/logs/demo; exit 1; }
+endef
+
+demo:
+	@scripts/setup demo
+	$(call build_programs,OFF)
+	@scripts/demo build/native
+
+demo-blender:
+	@scripts/setup demo
+	@scripts/setup blender
+	$(call build_programs,OFF)
+	@scripts/demo-blender build/native
+
+demo-page:
+	@scripts/setup page
+	$(call build_programs,ON)
+	@scripts/demo-page build/native
 
 check:
 	@scripts/setup check

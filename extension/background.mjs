@@ -4,8 +4,8 @@
 
 import { Answers } from "./answers.mjs";
 import {
-    HOST_NAME, callerOf, decide, hostKeyOf, idOf, isPort, patternOf, siteOf,
-    sitesOf,
+    HOST_NAME, callerOf, decide, firstPort, hostKeyOf, idOf, isPort, patternOf,
+    siteOf, sitesOf,
 } from "./decide.mjs";
 
 const api = globalThis.browser ?? globalThis.chrome;
@@ -111,9 +111,16 @@ class Host {
     }
 }
 
-function hostOf(key) {
-    if (!theHosts.has(key))
-        theHosts.set(key, new Host(key));
+// The host of a page. It is not to reach a port that is not listed, its own
+// default not either.
+function hostOf({ key, port: { sender } }) {
+    if (!theHosts.has(key)) {
+        const host = new Host(key);
+        theHosts.set(key, host);
+        const port = firstPort(theSites.get(callerOf(sender)));
+        if (port !== null)
+            host.ask(null, "SetSocketPortNum", [port], () => {});
+    }
     return theHosts.get(key);
 }
 
@@ -144,7 +151,7 @@ function onCall(page, message) {
             post(port, { id, error: refusal });
         return;
     }
-    hostOf(page.key).ask(page, method, args, (answer) => {
+    hostOf(page).ask(page, method, args, (answer) => {
         post(port, { id, ...answer });
     });
 }
@@ -236,8 +243,12 @@ function hasPermission(origin) {
 // its own window, and the exact origin here.
 async function allow(origin, ports) {
     if (siteOf(origin) !== origin || !Array.isArray(ports) ||
-        !ports.every(isPort) || !await hasPermission(origin))
+        ports.length === 0 || !ports.every(isPort) ||
+        !await hasPermission(origin))
         return false;
+    // A host may use a port that is not listed any more.
+    if (theSites.get(origin)?.some((port) => !ports.includes(port)))
+        closeHosts(origin, "port", `The ports of ${origin} were changed.`);
     theSites.set(origin, ports);
     await saveSites();
     return true;

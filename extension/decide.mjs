@@ -93,6 +93,12 @@ export function portsOf(text) {
     return [...new Set(ports)].sort((a, b) => a - b);
 }
 
+// The port that a new host of a site has to use instead of its own default;
+// null when that one is listed for the site.
+export function firstPort(ports) {
+    return ports.includes(DEFAULT_PORT) ? null : ports[0] ?? null;
+}
+
 // The sites of what was stored, as a map from origin to its ports. Entries
 // that no version of ours writes are left out.
 export function sitesOf(stored) {
@@ -103,7 +109,9 @@ export function sitesOf(stored) {
         if (!isRecord(site) || typeof site.origin !== "string" ||
             siteOf(site.origin) !== site.origin || !Array.isArray(site.ports))
             continue;
-        sites.set(site.origin, site.ports.filter(isPort));
+        const ports = site.ports.filter(isPort);
+        if (ports.length > 0)
+            sites.set(site.origin, ports);
     }
     return sites;
 }
@@ -160,7 +168,7 @@ export function decide(sites, sender, message, calls) {
         return refuse("argument", "There is no such method.");
     const takes = theMethods.get(method);
     if (!Array.isArray(args) || args.length !== (takes === "nothing" ? 0 : 1))
-        return refuse("argument", `${method} takes another number of arguments.`);
+        return refuse("argument", `${method} takes fewer or more arguments.`);
     const decision = decideArgument(sites.get(origin), method, takes, args[0]);
     if (decision.refusal)
         return decision;

@@ -40,7 +40,7 @@
         underWay.clear();
         queue.clear();
         for (const id of ids)
-            reply(id, "disconnected", "The connection to the browser was lost.");
+            reply(id, "disconnected", "The connection was lost.");
     }
 
     function onMessage(message) {
@@ -102,6 +102,12 @@
     document.addEventListener("valdrin-connection:cancel", (event) => {
         if (typeof event.detail === "string")
             queue.delete(Number(event.detail));
+    });
+
+    // A page that is left may be kept for the way back; its calls are not.
+    window.addEventListener("pagehide", () => {
+        port?.disconnect();
+        onDisconnect();
     });
 
     // For the toolbar button. A background that does not answer is no reason

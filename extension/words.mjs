@@ -38,8 +38,9 @@ export function describeCheck(answer, port) {
     if (!answer || answer.error) {
         const why = answer?.error?.message ?? "It gave no answer.";
         return [bad(
-            "The host program valdrin-bridge does not answer. Install Valdrin " +
-            `Connection and run "valdrin-bridge --check". (${why})`)];
+            "The host program valdrin-bridge does not answer. Install " +
+            'Valdrin Connection and run "valdrin-bridge --check". ' +
+            `(${why})`)];
     }
     const found = parse(answer.text);
     const lines = [good(`The host program answers (version ${found.bridge}).`)];

@@ -308,7 +308,8 @@ TEST(UT_NoMemory, AcceptClosesAConnectionThatItCannotHandOut)
     int status = 77;
     {
         const ut_MemoryLimit limit(0);
-        EXPECT_THROW(listener.accept(1, status), std::bad_alloc);
+        EXPECT_THROW(
+            static_cast<void>(listener.accept(1, status)), std::bad_alloc);
     }
     EXPECT_EQ(77, status);
     EXPECT_EQ(lowestFree, utLowestFreeDescriptor());

@@ -1,0 +1,216 @@
+// The scripts that run beside a page, in one world of events without a
+// browser: what leaves the page, how much at a time, and that every call is
+// answered.
+
+import assert from "node:assert/strict";
+import { readFile } from "node:fs/promises";
+import { test } from "node:test";
+import vm from "node:vm";
+
+const [PAGE, RELAY] = await Promise.all(["page.js", "relay.js"].map(
+    (name) => readFile(
+        new URL(`../../extension/${name}`, import.meta.url), "utf8")));
+
+class DetailEvent extends Event {
+    #detail;
+
+    constructor(type, options) {
+        super(type, options);
+        this.#detail = options.detail;
+    }
+
+    get detail() {
+        return this.#detail;
+    }
+}
+
+// One end of a connection to the background. What was sent is in `sent`.
+class Port {
+    sent = [];
+    onMessage = { addListener: (listener) => { this.deliver = listener; } };
+    onDisconnect = { addListener: (listener) => { this.cut = listener; } };
+
+    postMessage(message) {
+        this.sent.push(message);
+    }
+
+    disconnect() {
+        this.isClosed = true;
+    }
+
+    answer(message, text = "") {
+        this.deliver({ id: message.id, part: text, last: true });
+    }
+}
+
+// A window with both scripts, or those that are asked for.
+function makeWindow(scripts = [RELAY, PAGE], origin = "https://a.example") {
+    const ports = [];
+    const window = new EventTarget();
+    const runtime = {
+        connect() {
+            ports.push(new Port());
+            return ports.at(-1);
+        },
+        sendMessage: () => Promise.resolve(true),
+    };
+    const scope = vm.createContext({
+        window, document: new EventTarget(), origin, chrome: { runtime },
+        EventTarget, Event, AbortSignal, CustomEvent: DetailEvent,
+    });
+    window.top = window;
+    scope.self = scope;
+    for (const script of scripts)
+        vm.runInContext(script, scope);
+    const Class = scope.ValdrinConnection;
+    return { ports, runtime, scope, window, valdrin: Class && new Class() };
+}
+
+function codeOf(promise) {
+    return promise.then(() => "done", (error) => error.code);
+}
+
+test("calls leave as they were made and get their own answers", async () => {
+    const { valdrin, ports } = makeWindow();
+    const run = valdrin.Run("a");
+    const stash = valdrin.StashString("b");
+    const [first, second] = ports[0].sent;
+    assert.deepEqual(JSON.parse(JSON.stringify([first, second])), [
+        { id: 0, method: "Run", args: ["a"] },
+        { id: 1, method: "StashString", args: ["b"] },
+    ]);
+    ports[0].answer(second, "dropped");
+    ports[0].deliver({ id: first.id, part: "x ", last: false });
+    ports[0].answer(first, " y");
+    assert.equal(await run, "x  y");
+    assert.equal(await stash, undefined);
+});
+
+test("eight calls leave at a time, 256 wait, and more are refused",
+    async () => {
+        const { valdrin, ports } = makeWindow();
+        const codes = Array.from(
+            { length: 265 }, () => codeOf(valdrin.Run("x")));
+        const { sent } = ports[0];
+        assert.equal(sent.length, 8);
+        assert.equal(await codes[264], "busy");
+        for (let i = 0; i < sent.length; ++i) {
+            assert.ok(sent.length <= 8 + i, `call ${i}`);
+            ports[0].answer(sent[i]);
+        }
+        assert.equal(sent.length, 264);
+        assert.deepEqual(
+            await Promise.all(codes.slice(0, 264)), Array(264).fill("done"));
+    });
+
+test("an aborted call that waits never leaves", async () => {
+    const { valdrin, ports } = makeWindow();
+    const controller = new AbortController();
+    const { signal } = controller;
+    for (let i = 0; i < 8; ++i)
+        valdrin.Run("x");
+    const aborted = valdrin.Run("aborted", { signal });
+    const last = valdrin.Run("last");
+    controller.abort("enough");
+    await assert.rejects(aborted, (reason) => reason === "enough");
+    const { sent } = ports[0];
+    ports[0].answer(sent[0]);
+    assert.equal(sent.length, 9);
+    assert.equal(sent[8].args[0], "last");
+    ports[0].answer(sent[8], "done");
+    assert.equal(await last, "done");
+});
+
+test("an aborted call that has left keeps its place", async () => {
+    const { valdrin, ports } = makeWindow();
+    const controller = new AbortController();
+    const aborted = valdrin.Run("x", { signal: controller.signal });
+    for (let i = 0; i < 8; ++i)
+        valdrin.Run("y");
+    controller.abort();
+    await assert.rejects(aborted, { name: "AbortError" });
+    assert.equal(ports[0].sent.length, 8);
+    ports[0].answer(ports[0].sent[0], "too late");
+    assert.equal(ports[0].sent.length, 9);
+});
+
+test("a lost connection rejects all, and the next call makes one",
+    async () => {
+        const { valdrin, ports } = makeWindow();
+        const codes = Array.from(
+            { length: 20 }, () => codeOf(valdrin.Run("x")));
+        ports[0].cut();
+        assert.deepEqual(
+            await Promise.all(codes), Array(20).fill("disconnected"));
+        const next = valdrin.Run("next");
+        ports[1].answer(ports[1].sent[0], "done");
+        assert.equal(await next, "done");
+    });
+
+test("a page that is left has no connection and no call", async () => {
+    const { valdrin, ports, window } = makeWindow();
+    const code = codeOf(valdrin.Run("x"));
+    window.dispatchEvent(new Event("pagehide"));
+    assert.equal(await code, "disconnected");
+    assert.ok(ports[0].isClosed);
+});
+
+test("a call that nobody hears is refused", async () => {
+    const { valdrin } = makeWindow([PAGE]);
+    assert.equal(await codeOf(valdrin.Run("x")), "disconnected");
+    const { valdrin: updated, runtime } = makeWindow();
+    runtime.connect = () => {
+        throw new Error("the extension has gone");
+    };
+    assert.equal(await codeOf(updated.Run("x")), "disconnected");
+});
+
+test("wrong types do not leave the page", async () => {
+    const { valdrin, ports } = makeWindow();
+    const rows = {
+        "a number": valdrin.Run(1),
+        "nothing": valdrin.RunPythonStatements(),
+        "a string object": valdrin.RunPythonExpression(Object("x")),
+        "null": valdrin.StashString(null),
+        "a text as port": valdrin.SetSocketPortNum("32153"),
+        "no number": valdrin.SetSocketPortNum(NaN),
+        "options that are none": valdrin.Run("x", 7),
+        "a signal that is none": valdrin.Run("x", { signal: {} }),
+        "a long text": valdrin.Run("x".repeat(1024 * 1024 + 1)),
+    };
+    for (const [name, promise] of Object.entries(rows))
+        assert.equal(await codeOf(promise), "argument", name);
+    assert.equal(ports.length, 0);
+});
+
+test("neither script is there in sandboxed documents and frames", () => {
+    const { scope } = makeWindow([RELAY, PAGE], "null");
+    assert.equal(scope.ValdrinConnection, undefined);
+});
+
+test("events that are no calls are left alone", () => {
+    const { scope, ports } = makeWindow();
+    for (const detail of [
+        "", "{", "null", "7", '{"id":"0"}', '{"id":-1}', '{"method":"Run"}',
+        7, null, undefined,
+    ]) {
+        const event = new DetailEvent(
+            "valdrin-connection:call", { detail, cancelable: true });
+        assert.ok(scope.document.dispatchEvent(event), String(detail));
+    }
+    assert.equal(ports.length, 0);
+});
+
+test("an id that is under way is refused to a second call", () => {
+    const { scope, ports } = makeWindow([RELAY]);
+    const replies = [];
+    scope.document.addEventListener(
+        "valdrin-connection:reply", (event) => replies.push(event.detail));
+    const detail = '{"id":3,"method":"Run","args":["x"]}';
+    for (let i = 0; i < 2; ++i) {
+        scope.document.dispatchEvent(new DetailEvent(
+            "valdrin-connection:call", { detail, cancelable: true }));
+    }
+    assert.equal(ports[0].sent.length, 1);
+    assert.match(replies[0], /^3 argument /);
+});

@@ -1,0 +1,84 @@
+// What plays the application: the stand-in, or a script of exact bytes.
+
+import { spawn } from "node:child_process";
+import net from "node:net";
+import path from "node:path";
+
+import { ended } from "./wait.mjs";
+
+// Answers every request by `answer(request)`: a Buffer without the NUL, which
+// also gets one, or null for silence. Keeps the requests, without their NUL.
+// `port` is for one that takes up another one's place.
+export async function scriptedApplication(answer, port = 0) {
+    const requests = [];
+    const sockets = new Set();
+    const server = net.createServer((socket) => {
+        const chunks = [];
+        sockets.add(socket);
+        socket.on("close", () => sockets.delete(socket));
+        socket.on("error", () => {});
+        socket.on("data", (chunk) => {
+            chunks.push(chunk);
+            if (chunk.at(-1) !== 0)
+                return;
+            const request = Buffer.concat(chunks).subarray(0, -1);
+            requests.push(request);
+            const reply = answer(request);
+            if (reply !== null)
+                socket.end(Buffer.concat([reply, Buffer.of(0)]));
+        });
+    });
+    await listen(server, port);
+    return {
+        requests,
+        port: server.address().port,
+        close() {
+            for (const socket of sockets)
+                socket.destroy();
+            server.close();
+        },
+    };
+}
+
+// The connection maps ports below 10000 elsewhere, and 65535 too.
+async function listen(server, wanted = 0) {
+    for (;;) {
+        await new Promise((resolve, reject) => {
+            server.once("error", reject);
+            server.listen(wanted, "127.0.0.1", resolve);
+        });
+        const { port } = server.address();
+        if (port >= 10000 && port <= 65534)
+            return;
+        await new Promise((resolve) => server.close(resolve));
+    }
+}
+
+// A port on which nothing listens.
+export async function closedPort() {
+    const server = net.createServer();
+    await listen(server);
+    const { port } = server.address();
+    await new Promise((resolve) => server.close(resolve));
+    return port;
+}
+
+// The stand-in that was built in `bin`. `log` gets what it has to say.
+export async function standin(bin, log = []) {
+    const child = spawn(path.join(bin, "valdrin-standin"), ["--port", "0"], {
+        stdio: ["ignore", "pipe", "pipe"],
+    });
+    child.stderr.setEncoding("utf8").on("data", (text) => log.push(text));
+    const line = await new Promise((resolve, reject) => {
+        child.stdout.setEncoding("utf8").once("data", resolve);
+        child.once("exit", () => reject(new Error("the stand-in has ended")));
+    });
+    return {
+        log,
+        port: Number(/^listening on 127\.0\.0\.1:(\d+)$/m.exec(line)[1]),
+        async close() {
+            child.kill();
+            await ended(child);
+        },
+    };
+}
