@@ -80,9 +80,9 @@ public:
     /// waiting connections. Port 0 stands for any free one, which getPort()
     /// returns. If the port is not available, isValid() is false.
     ///
-    /// Deliberate: a port outside 0 to 65535 is taken modulo 65536, so 65536
-    /// stands for any free one, but getPort() returns the number that was asked
-    /// for.
+    /// Deliberate: a port outside 0 to 65535 is taken modulo 65536, but
+    /// getPort() returns the number that was asked for: 75536 listens at port
+    /// 10000, and 65536 at any free one.
     UT_NetSocket(int port, bool blocking);
 
     UT_NetSocket(const UT_NetSocket &) = delete;
