@@ -46,7 +46,7 @@ extern UT_API UT_Lock theHostByNameLock;
 /// Operations that wait use `select`, which has no bit for a descriptor of 1024
 /// or more: they return -4 for it. Connecting, reading and writing without a
 /// time limit work. A write to a connection that the peer has closed raises
-/// SIGPIPE, which the program may handle.
+/// SIGPIPE, which is left to the program.
 ///
 /// The class calls its own virtual operations virtually, so a subclass can
 /// replace them.

@@ -157,8 +157,8 @@ public:
     bool getline(FILE *in);
 
     /// Reads a line of a standard stream, which may contain NULs. Sets the
-    /// stream's state as std::getline() does, but never throws, whatever its
-    /// exceptions() are.
+    /// stream's state as std::getline() does, but does not throw the failures
+    /// that its exceptions() select.
     bool getline(std::istream &in);
 
     // ---- Command lines: UT_WorkBufferCommand.cpp ---------------------------
