@@ -36,9 +36,9 @@ public:
     ///
     /// A message is left out when the same text was last logged, or left out, 2
     /// seconds ago or less. Deliberate: since a text that was left out counts
-    /// too, one that is repeated every second is written once. All texts are
-    /// forgotten when nothing has been logged for 3 seconds. `errno` is
-    /// unchanged afterwards.
+    /// too, one that is repeated every second is written once. At the seconds
+    /// 0, 2 and 5 it is written at 0 and 5. All texts are forgotten when
+    /// nothing has been logged for 3 seconds. `errno` is unchanged afterwards.
     void logError(UT_Error *error)
     {
         if (myEnabled)

@@ -108,10 +108,10 @@ public:
 
     /// Takes the lock, waits until another thread calls trigger(), and leaves
     /// the lock free. Only a trigger() after the lock is taken counts, so a
-    /// lock that is held at the call needs two: the first one frees it. Waits
-    /// as lockLW() does. Not for recursive locks, which do not wait for their
-    /// own holder. A thread that is cancelled while it waits for the trigger
-    /// leaves the lock free as well.
+    /// lock that is held at the call needs two: the first one frees it (see the
+    /// table above). Waits as lockLW() does. Not for recursive locks, which do
+    /// not wait for their own holder. A thread that is cancelled while it waits
+    /// for the trigger leaves the lock free as well.
     void waitForTrigger();
 
     /// Number of failed attempts since construction: a statistic that racing

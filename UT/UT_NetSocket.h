@@ -45,7 +45,7 @@ extern UT_API UT_Lock theHostByNameLock;
 /// Operations that wait use `select`, which has no bit for a descriptor of 1024
 /// or more: they return -4 for it. Connecting, reading and writing without a
 /// time limit work. A write to a connection that the peer has closed raises
-/// SIGPIPE, which the program may handle.
+/// SIGPIPE, which is left to the program.
 ///
 /// The class calls its own virtual operations virtually, so a subclass can
 /// replace them.
@@ -79,9 +79,9 @@ public:
     /// waiting connections. Port 0 stands for any free one, which getPort()
     /// returns. If the port is not available, isValid() is false.
     ///
-    /// Deliberate: a port outside 0 to 65535 is taken modulo 65536, so 65536
-    /// stands for any free one, but getPort() returns the number that was asked
-    /// for.
+    /// Deliberate: a port outside 0 to 65535 is taken modulo 65536, but
+    /// getPort() returns the number that was asked for: 75536 listens at port
+    /// 10000, and 65536 at any free one.
     UT_NetSocket(int port, bool blocking);
 
     UT_NetSocket(const UT_NetSocket &) = delete;

@@ -189,7 +189,7 @@ public:
     ///
     /// - `*` stands for any run of bytes, an empty one too.
     /// - `?` stands for any one byte.
-    /// - - `[abc]` stands for one of the bytes listed. A dash, `!` and `^` are
+    /// - `[abc]` stands for one of the bytes listed. A dash, `!` and `^` are
     ///   ordinary members; an empty set never matches, nor does one that is not
     ///   closed.
     /// - A backslash makes the next byte an ordinary one.
@@ -249,9 +249,9 @@ public:
     /// blank or one of `,?*[`. False for null.
     static bool multiMatchCheck(const char *text);
 
-    /// Whether the last of `patterns` that matches, with case, is a plain one;
-    /// false when it is an exclusion, which starts with `^`. `resultIfNone`
-    /// when none matches.
+    /// Whether the last of `patterns` that matches, case-sensitively, is a
+    /// plain one; false when it is an exclusion, which starts with `^`.
+    /// `resultIfNone` when none matches.
     [[nodiscard]] bool
     matchPattern(const UT_WorkArgs &patterns, bool resultIfNone) const;
 
@@ -495,9 +495,9 @@ public:
     /// number, 0 or a positive one as `a` comes before, equals or comes after
     /// `b`. Where both have a run of digits the numbers decide, and the result
     /// is their difference (1 or -1 when an int cannot hold them); otherwise
-    /// the first different bytes decide, and the result is theirs. Null comes
-    /// before every text and equals null. A total order, except that numbers
-    /// with and without leading zeros are equal: a01 equals a1. O(length).
+    /// the first different bytes decide in the same way. Null comes before
+    /// every text and equals null. A total order, except that numbers with and
+    /// without leading zeros are equal: a01 equals a1. O(length).
     ///
     /// Deliberate: bytes compare as signed, so bytes from 128 on come before
     /// all others and before the end of the text.

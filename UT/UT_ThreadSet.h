@@ -37,7 +37,9 @@ public:
     /// is done; does nothing without a function.
     ///
     /// Deliberate: the last worker gets the first datum, at myJobData, and each
-    /// one before it the datum `myStride` bytes further on.
+    /// one before it the datum `myStride` bytes further on. With two workers
+    /// and a stride of 8, worker 1 gets myJobData and worker 0 the datum 8
+    /// bytes after it.
     void go();
 
     /// With `block`, waits until every worker is idle, and returns 0. Without

@@ -103,10 +103,11 @@ public:
     /// `"a b"`, null and "" as `""`. The text may be the buffer's own.
     void protectedStrcat(const char *text, bool forceQuotes = false);
 
-    /// Replaces the text by the formatted one and returns the formatted length.
-    /// That is more than length() when a conversion wrote a NUL, where the text
-    /// ends. Works on a locked buffer too. The arguments must not point into
-    /// the buffer. When the formatter fails (at an invalid wide character, for
+    /// Replaces the text by the formatted one and returns the formatted length:
+    /// sprintf("%d%%", 42) makes the text "42%" and returns 3. The length is
+    /// more than length() when a conversion wrote a NUL, where the text ends.
+    /// Works on a locked buffer too. The arguments must not point into the
+    /// buffer. When the formatter fails (at an invalid wide character, for
     /// example), the part that it wrote to the storage before remains, and its
     /// length is the result.
     ///
@@ -159,8 +160,8 @@ public:
     bool getline(FILE *in);
 
     /// Reads a line of a standard stream, which may contain NULs. Sets the
-    /// stream's state as std::getline() does, but never throws, whatever its
-    /// exceptions() are.
+    /// stream's state as std::getline() does, but does not throw the failures
+    /// that its exceptions() select.
     bool getline(std::istream &in);
 
     // ---- Command lines: UT_WorkBufferCommand.cpp
@@ -206,7 +207,8 @@ public:
 
     /// Appends the first word of `text`, as isspace() separates words, at the
     /// first NUL of the buffer's text, which ends after it. Does nothing when
-    /// there is no word, or for null. The text may be the buffer's own.
+    /// there is no word, or for null. With the text "a", strcatFirstWord(" bc
+    /// d") makes "abc". The text may be the buffer's own.
     ///
     /// Deliberate: works on a locked buffer too.
     void strcatFirstWord(const char *text);

@@ -36,11 +36,11 @@ public:
     virtual nsresult SetSocketPortNum(PRInt32 port) = 0;
 
     /// Runs a vscript command, null counting as "", and returns the
-    /// application's reply, which may be "". If the application is not running,
-    /// the call still succeeds (NS_OK), and the reply is "ERROR: Could not
-    /// connect to Valdrin to run command". Returns NS_ERROR_NULL_POINTER, and
-    /// sends nothing, for a null `result`; NS_ERROR_OUT_OF_MEMORY for a command
-    /// of more than 400 MB or a reply that does not fit in memory.
+    /// application's reply, which may be "". If the application cannot be
+    /// reached, the call still succeeds (NS_OK), and the reply is "ERROR: Could
+    /// not connect to Valdrin to run command". Returns NS_ERROR_NULL_POINTER,
+    /// and sends nothing, for a null `result`; NS_ERROR_OUT_OF_MEMORY for a
+    /// command of more than 400 MB or a reply that does not fit in memory.
     virtual nsresult Run(const char *command, char **result) = 0;
 
     /// Runs Python statements; the reply is dropped.
