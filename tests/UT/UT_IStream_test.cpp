@@ -14,27 +14,37 @@
 #include <string>
 #include <vector>
 
+using std::string_literals::operator""s;
+
 TEST(UT_IStream, IntegersWithAPointAreRoundedInSinglePrecision)
 {
-    for (const auto &[text, rounded] : {
-             std::pair<std::string, int64>("2.5", 3),
-             {"-2.5",                  -2      },
-             {".5",                    0       }, // taken for an integer
-             {"word",                  0       },
-             {"8388609.0",             8388610 },
-             {"0.49999997",            1       },
-             {"1e99",                  LONG_MAX},
-             {"-1e99",                 LONG_MIN},
-             {"-99999999999999999999", LONG_MIN},
-    })
+    static const struct
     {
-        UT_IStream stream(text.data(), int(text.size()), UT_ISTREAM_ASCII);
+        const char *text;
+        int64 value;
+    } theCases[] = {
+        {"2.5",                   3       },
+        {"-2.5",                  -2      },
+        {".5",                    0       }, // taken for an integer
+        {"word",                  0       },
+        {"8388609.0",             8388610 },
+        {"0.49999997",            1       },
+        {"1e99",                  LONG_MAX},
+        {"-1e99",                 LONG_MIN},
+        {"-99999999999999999999", LONG_MIN},
+    };
+    for (const auto &row : theCases)
+    {
+        SCOPED_TRACE(row.text);
+        UT_IStream stream(row.text, int(strlen(row.text)), UT_ISTREAM_ASCII);
         int64 value = 5;
-        short narrow = 5;
         EXPECT_EQ(1, stream.aread(&value, 2));
-        EXPECT_TRUE(stream.seekg(0) && stream.aread(&narrow, 2) == 1);
-        EXPECT_EQ(rounded, value) << text;
-        EXPECT_EQ(short(rounded), narrow) << text;
+        EXPECT_EQ(row.value, value);
+        // Deliberate: a narrow one loses its high bits.
+        short narrow = 5;
+        EXPECT_TRUE(stream.seekg(0));
+        EXPECT_EQ(1, stream.aread(&narrow, 2));
+        EXPECT_EQ(short(row.value), narrow);
     }
 }
 
@@ -69,7 +79,8 @@ utExpectStrtod()
     std::mt19937_64 random(1);
     for (int i = 0; i < 30000; ++i)
     {
-        const uint64 digits = random() >> random() % 64;
+        uint64 digits = random();
+        digits >>= random() % 64; // of any length
         const int exponent = int(random() % 90) - 45;
         std::string text = std::to_string(digits);
         if (i % 2 == 0)
@@ -108,20 +119,23 @@ TEST(UT_IStream, FloatsAreRoundedUpOrDownAsByStrtod)
 
 TEST(UT_IStream, SkipsCommentsAndCountsTheirLines)
 {
-    UT_IStream stream(
-        "  # one\n\n#two\n  a 'b#' # c\r\n#\n#", 31, UT_ISTREAM_ASCII);
+    const char lines[] = "  # one\n\n#two\n  a 'b#' # c\r\n#\n#";
+    UT_IStream stream(lines, int(strlen(lines)), UT_ISTREAM_ASCII);
     UT_WorkBuffer text;
     EXPECT_EQ(3, stream.getNonCommentLine(text));
     EXPECT_STREQ("a 'b#' ", text.buffer());
+    // Deliberate: at the end it counts comments, too.
     EXPECT_EQ(2, stream.getNonCommentLine(text));
     EXPECT_STREQ("", text.buffer());
     EXPECT_EQ(0, stream.getNonCommentLine(text));
     EXPECT_TRUE(stream.seekg(0));
-    for (const char *word : {"a", "'b#'", ""})
+    for (const char *word : {"a", "'b#'"})
     {
-        EXPECT_EQ(*word != 0, stream.getNonCommentWord(text));
+        EXPECT_TRUE(stream.getNonCommentWord(text)) << word;
         EXPECT_STREQ(word, text.buffer());
     }
+    EXPECT_FALSE(stream.getNonCommentWord(text));
+    EXPECT_STREQ("", text.buffer());
 }
 
 TEST(UT_IStream, FilesOpenAndCloseUnderTheirSubStreams)
@@ -137,14 +151,20 @@ TEST(UT_IStream, FilesOpenAndCloseUnderTheirSubStreams)
     EXPECT_FALSE(stream.open("/nowhere/at/all", UT_ISTREAM_BINARY));
     EXPECT_TRUE(stream.open(path.c_str(), UT_ISTREAM_BINARY));
     const std::unique_ptr<UT_IStream> part(stream.getSubStream(4, 11));
-    EXPECT_TRUE(part->readString(text, /*binary=*/false) && part->isBinary());
+    EXPECT_TRUE(part->readString(text, /*binary=*/false));
+    EXPECT_TRUE(part->isBinary());
     EXPECT_EQ("two", text);
     EXPECT_TRUE(stream.open(stream.getLabel(), UT_ISTREAM_ASCII));
     EXPECT_EQ(path, stream.getLabel());
-    EXPECT_TRUE(part->skipLine() && part->skipLine()); // in the block it has
-    EXPECT_FALSE(part->skipLine() || part->seekg(0));
-    EXPECT_TRUE(stream.getLine(line) && stream.close() && stream.close());
+    // The part has the block that it read, and nothing else.
+    EXPECT_TRUE(part->skipLine());
+    EXPECT_TRUE(part->skipLine());
+    EXPECT_FALSE(part->skipLine());
+    EXPECT_FALSE(part->seekg(0));
+    EXPECT_TRUE(stream.getLine(line));
     EXPECT_STREQ("one", line.buffer());
+    EXPECT_TRUE(stream.close());
+    EXPECT_TRUE(stream.close()); // once more
 }
 
 TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
@@ -152,18 +172,64 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
     UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);
     UT_WorkBuffer text;
     int value = 0;
-    stream.popBinary();
+    EXPECT_FALSE(stream.seekg(9));
+    EXPECT_FALSE(stream.getLine(text));
+    EXPECT_EQ(0, stream.getNonCommentLine(text));
+    EXPECT_EQ(0, stream.bread(&value, 1));
+    EXPECT_EQ(0, stream.aread(&value, 1));
+    EXPECT_TRUE(stream.isEof());
+    EXPECT_EQ(-1, stream.getc());
+    EXPECT_TRUE(stream.seekg(1)); // clears it
+    short big = 0;
+    EXPECT_EQ(1, stream.bread(&big, 9));
+    EXPECT_EQ('b' * 256 + 'c', big);
+    EXPECT_TRUE(stream.seekg(1));
+    EXPECT_TRUE(stream.getAll(text));
+    EXPECT_STREQ("bc", text.buffer());
+}
+
+TEST(UT_IStream, ReadTypesAreTakenBackInTurn)
+{
+    UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);
+    stream.popBinary(); // there is none
+    EXPECT_FALSE(stream.isBinary());
     stream.pushBinary(UT_ISTREAM_READTYPE(2));
     EXPECT_TRUE(stream.isBinary());
     stream.popBinary();
-    EXPECT_FALSE(stream.isBinary() || stream.seekg(9));
-    EXPECT_FALSE(
-        stream.getLine(text) || stream.getNonCommentLine(text) ||
-        stream.bread(&value, 1) || stream.aread(&value, 1));
-    EXPECT_TRUE(stream.isEof() && stream.getc() == -1);
-    short big = 0;
-    EXPECT_TRUE(stream.seekg(1) && stream.bread(&big, 9) == 1);
-    EXPECT_EQ('b' * 256 + 'c', big);
-    EXPECT_TRUE(stream.seekg(1) && stream.getAll(text));
-    EXPECT_STREQ("bc", text.buffer());
+    EXPECT_FALSE(stream.isBinary());
+}
+
+TEST(UT_IStream, BinaryStringsHaveLengthsOfAnyWidth)
+{
+    static const struct
+    {
+        const char *what;
+        int width; // of the length field, in bits
+        std::string bytes;
+        bool isRead;
+    } theCases[] = {
+        {"8 bits",             8,  "\2abc"s,                            true },
+        {"9 bits as 16",       9,  "\0\2abc"s,                          true },
+        {"16 bits",            16, "\0\2abc"s,                          true },
+        {"17 bits as 32",      17, "\0\0\0\2abc"s,                      true },
+        {"33 bits as 64",      33, "\0\0\0\0\0\0\0\2abc"s,              true },
+        {"more than 64 bits",  99, "\0\0\0\0\0\0\0\2abc"s,              true },
+        {"all ones in 8 bits", 8,  "\xff\0\2abc"s,                      true },
+        {"less bytes",         8,  "\4abc"s,                            false},
+        {"no whole length",    16, "\2"s,                               false},
+        {"longer than an int", 64, "\0\0\0\0\x80\0\0\0abc"s,            false},
+        {"negative",           64, "\xff\xff\xff\xff\xff\xff\xff\xff"s, false},
+    };
+    for (const auto &row : theCases)
+    {
+        SCOPED_TRACE(row.what);
+        UT_IStream stream(
+            row.bytes.data(), int(row.bytes.size()), UT_ISTREAM_BINARY);
+        UT_String text("old");
+        EXPECT_EQ(
+            row.isRead,
+            stream.readBinaryString(text, UT_ISTREAM_RLE_IO(row.width)));
+        EXPECT_STREQ(row.isRead ? "ab" : "old", text);
+        EXPECT_EQ(row.isRead ? 'c' : -1, stream.getc());
+    }
 }

@@ -17,18 +17,28 @@ utRequire(bool isTrue)
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    // A stranger's bytes are a text and what is behind it, or nothing.
-    std::string bytes(data + !!size, data + size);
-    const int kind = size ? data[0] : 0;
-    const UT_ISTREAM_RLE_IO rle = UT_ISTREAM_RLE_IO(8 << (kind & 3));
+    if (size == 0)
+        return 0;
+    static const UT_ISTREAM_RLE_IO theWidths[] = {
+        UT_ISTREAM_RLE_8, UT_ISTREAM_RLE_16, UT_ISTREAM_RLE_32,
+        UT_ISTREAM_RLE_64};
+    const int kind = data[0];
+    const UT_ISTREAM_RLE_IO rle = theWidths[kind & 3];
+    // A stranger's bytes are a text and what follows it, or nothing.
+    std::string bytes(data + 1, data + size);
     UT_IStream stranger(bytes.data(), int(bytes.size()), UT_ISTREAM_BINARY);
     UT_String text("old");
     const bool isRead = stranger.readBinaryString(text, rle);
-    utRequire(isRead ? bytes.find(text) < bytes.npos : text == "old");
+    if (isRead)
+        utRequire(bytes.find(text) != bytes.npos);
+    else
+        utRequire(text == "old");
 
     // A text of ours reads back, often of a length at which the fields change.
+    const bool isLong = kind & 8;
+    const bool isLast = kind & 16;
     if (kind & 4)
-        bytes.resize((kind & 8 ? 65535u : 255u) - (kind & 16 ? 1 : 0), '"');
+        bytes.resize((isLong ? 65535u : 255u) - (isLast ? 1 : 0), '"');
     const UT_String first(bytes.c_str());
     std::stringstream file;
     first.save(file, /*binary=*/true);
@@ -37,11 +47,15 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     UTsaveStringBinary(file, rle, bytes.data(), int(bytes.size()));
     UT_IStream ours(file, UT_ISTREAM_BINARY);
     UT_WorkBuffer quoted;
-    utRequire(text.load(ours) && text == first && ours.getString(quoted));
+    utRequire(text.load(ours));
+    utRequire(text == first);
+    utRequire(ours.getString(quoted));
     utRequire(bytes == std::string(quoted.buffer(), size_t(quoted.length())));
     ours.pushBinary(UT_ISTREAM_ASCII);
-    utRequire(text.load(ours) && text == first);
-    utRequire(ours.readBinaryString(text, rle) && ours.getc() == -1);
+    utRequire(text.load(ours));
+    utRequire(text == first);
+    utRequire(ours.readBinaryString(text, rle));
+    utRequire(ours.getc() == -1);
     utRequire(memcmp(text, bytes.data(), bytes.size()) == 0);
     return 0;
 }

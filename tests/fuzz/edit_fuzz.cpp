@@ -9,61 +9,112 @@
 #include <filesystem>
 #include <string>
 
+static void
+utRequire(bool isTrue)
+{
+    if (!isTrue)
+        abort();
+}
+
+// A list of modifiers does what its modifiers do one after the other. `list`
+// may be the tail of the text at `offset`.
+static void
+utTryModifiers(const std::string &text, const std::string &list, size_t offset)
+{
+    // A long list can make the text longer many times over.
+    if (list.size() > 40)
+        return;
+    UT_String byList(text.c_str(), /*deep=*/1);
+    const bool isTail = list == text.substr(offset);
+    byList.applyModifiers(isTail ? byList.buffer() + offset : list.c_str());
+    UT_String oneByOne(text.c_str());
+    size_t at = 0;
+    while (list[0] == ':' && at < list.size())
+    {
+        const size_t next = std::min(list.find(':', at + 1), list.size());
+        oneByOne.applyModifiers(list.substr(at, next - at).c_str());
+        at = next;
+    }
+    utRequire(byList == oneByOne);
+}
+
+// Quotes come off again, unless the quote is a letter with an escape.
+static void
+utTryQuotes(const UT_String &text, char quote)
+{
+    const bool isEscape =
+        quote == '\0' || quote == 'n' || quote == 'r' || quote == 't';
+    UT_String quoted = text.makeQuotedString(quote);
+    quoted.harden(quoted.buffer() + 1, std::max(0, quoted.length() - 2));
+    quoted.expandControlSequences();
+    if (!isEscape)
+        utRequire(quoted == text);
+
+    UT_WorkBuffer line;
+    line.protectedStrcat(text);
+    UT_String isProtected(text.buffer());
+    isProtected.protectString();
+    if (isProtected.buffer() != text.buffer()) // it was changed
+        utRequire(isProtected == line.buffer());
+}
+
+// Searches, and the substitution of `old` by `by`, beside those of std::string.
+// Both may be parts of the string's text.
+static void
+utTrySubstitution(UT_String &string, const char *old, const char *by)
+{
+    const std::string before = string.buffer();
+    const std::string pattern = old;
+    const std::string replacement = by;
+    std::string expected = before;
+    int count = 0;
+    size_t at = pattern.empty() ? before.npos : before.find(pattern);
+    while (at != before.npos)
+    {
+        expected.replace(at, pattern.size(), replacement);
+        ++count;
+        at = expected.find(pattern, at + replacement.size());
+    }
+    utRequire(string.find(old) == (count ? int(before.find(pattern)) : -1));
+    utRequire(
+        string.findLast(old) == (count ? int(before.rfind(pattern)) : -1));
+    utRequire(string.count(old) == count);
+    utRequire(string.substitute(old, by) == count);
+    utRequire(string == expected.c_str());
+}
+
+static void
+utTryCollapsing(const std::string &text)
+{
+    using std::filesystem::path;
+    UT_String string(text.c_str(), /*deep=*/1);
+    const bool climbs = *path("." + text).lexically_normal().begin() == "..";
+    utRequire(string.collapseAbsolutePath() != climbs);
+    if (climbs)
+        return;
+    const path collapsed =
+        path("/." + text + "/").lexically_normal().parent_path();
+    utRequire(string == collapsed.c_str());
+}
+
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    using std::filesystem::path;
     const std::string input(data, data + size);
-    const std::string other = input.substr(0, 600).c_str();
-    const std::string lent =
-        input.substr(std::min(size, other.size() + 1), 600).c_str();
-    std::string text = lent;
-    UT_String string(lent.c_str(), /*deep=*/size % 3 > 0);
+    const std::string argument = input.substr(0, 600).c_str();
+    const size_t textStart = std::min(size, argument.size() + 1);
+    const std::string text = input.substr(textStart, 600).c_str();
+    const std::string before = text;
+    // The size chooses: borrowed or owned, and which part of the text is an
+    // argument, too.
+    UT_String string(text.c_str(), /*deep=*/size % 3 > 0);
     const size_t offset = size % (text.size() + 1);
     const char *const tail = string.buffer() + offset;
-    const char *const old = size % 2 ? tail : other.c_str();
-    const std::string arg = old, by = tail, before = lent;
-
-    UT_String modified(lent.c_str(), /*deep=*/1);
-    UT_String modifiedByOne(lent.c_str());
-    // A long list can make the text longer many times over.
-    const std::string list = arg.size() > 40 ? "" : arg;
-    modified.applyModifiers(
-        list == tail ? modified.buffer() + offset : list.c_str());
-    for (size_t at = 0, next; list[0] == ':' && at < list.size(); at = next)
-    {
-        next = std::min(list.find(':', at + 1), list.size());
-        modifiedByOne.applyModifiers(list.substr(at, next - at).c_str());
-    }
-    bool holds = modified == modifiedByOne;
-
-    UT_String quoted = string.makeQuotedString(arg[0]);
-    quoted.harden(quoted.buffer() + 1, std::max(0, quoted.length() - 2));
-    quoted.expandControlSequences();
-    holds &= quoted == string || std::string("nrt", 4).find(arg[0]) < 4;
-    UT_WorkBuffer line;
-    line.protectedStrcat(string);
-    quoted = lent.c_str();
-    quoted.protectString();
-    holds &= quoted == line.buffer() || quoted.buffer() == lent.c_str();
-
-    int count = 0;
-    for (size_t at = 0; !arg.empty() && (at = text.find(arg, at)) + 1;
-         at += by.size(), ++count)
-        text.replace(at, arg.size(), by);
-    holds &= string.find(old) == (count ? int(lent.find(arg)) : -1);
-    holds &= string.findLast(old) == (count ? int(lent.rfind(arg)) : -1);
-    holds &= string.count(old) == count;
-    holds &= string.substitute(old, tail) == count && string == text.c_str();
-
-    text = "/" + lent;
-    string.harden(text.c_str());
-    const bool climbs = *path("." + text).lexically_normal().begin() == "..";
-    holds &= string.collapseAbsolutePath() != climbs;
-    const path collapsed =
-        path("/." + text + "/").lexically_normal().parent_path();
-    holds &= climbs || string == collapsed.c_str();
-    if (!holds || before != lent)
-        std::abort();
+    const char *const old = size % 2 == 1 ? tail : argument.c_str();
+    utTryModifiers(text, old, offset);
+    utTryQuotes(string, *old);
+    utTrySubstitution(string, old, tail);
+    utTryCollapsing("/" + text);
+    utRequire(text == before); // what was lent stays
     return 0;
 }

@@ -11,6 +11,29 @@
 #include <map>
 #include <sstream>
 
+static std::string
+utUnescaped(const std::string &text)
+{
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i)
+    {
+        const std::string next = text.substr(i, 2);
+        if (next == "\\n")
+            out += '\n';
+        else if (next == "\\t")
+            out += '\t';
+        else if (next == "\\\\")
+            out += '\\';
+        else
+        {
+            out += text[i];
+            continue;
+        }
+        ++i; // the letter, too
+    }
+    return out;
+}
+
 static std::map<long, std::string>
 utRead(const std::string &bytes)
 {
@@ -27,11 +50,7 @@ utRead(const std::string &bytes)
             break;
         line.erase(0, size_t(end - line.c_str()) + 1);
         line.erase(line.find_last_not_of("\n\v\f\r") + 1);
-        for (size_t i = 0; (i = line.find('\\', i)) < line.size() - 1; ++i)
-            if (const size_t escape = std::string("nt\\").find(line[i + 1]);
-                escape < 3)
-                line.replace(i, 2, 1, "\n\t\\"[escape]);
-        texts[code] += line;
+        texts[code] += utUnescaped(line);
     }
     return texts;
 }
@@ -49,13 +68,17 @@ LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     const std::string file = theDir.write(std::to_string(theFiles++), bytes);
     for (const auto &[code, text] : texts)
     {
-        UT_String plain, message;
+        UT_String plain;
+        UT_String message;
         UT_Error::getFileString(
             plain, file.c_str(), int(code), UT_ERROR_ERROR, UT_ERROR_NONE, 0);
         UT_Error(file.c_str(), int(code), "%n", UT_ERROR_ERROR)
             .getErrorMessage(message, UT_ERROR_NONE, 0);
-        if (plain != text.c_str() || message.length() > plain.length() + 1000 ||
-            (text.find('%') == text.npos && message != plain))
+        if (plain != text.c_str())
+            abort();
+        if (message.length() > plain.length() + 1000)
+            abort();
+        if (text.find('%') == text.npos && message != plain)
             abort();
     }
     return std::remove(file.c_str());

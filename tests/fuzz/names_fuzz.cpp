@@ -3,6 +3,8 @@
 
 #include "UT/UT_StringArray.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <sstream>
 
 #include <regex.h>
@@ -13,7 +15,13 @@ using ut_Compare = int (*)(const char *, const char *);
 static const char theDigits[] = "0123456789";
 static const char theNumbers[] =
     "^[ \t-\r]*[+-]*[0-9]*(\\.[0-9]*)?([eE][+-]*[0-9]*)?[ \t-\r]*$";
-const auto utCheck = [](bool ok) { return ok ? void() : __builtin_trap(); };
+
+static void
+utCheck(bool holds)
+{
+    if (!holds)
+        abort();
+}
 
 // A list of integers that has the order of the name: a number becomes a '0',
 // the count of its digits and these, so that no value is too large; any other
@@ -47,7 +55,8 @@ utCheckOrder(const ut_Names &names, int dot, ut_Compare compare)
         for (const auto &[b, y] : all)
         {
             const int sense = compare(a.c_str(), b.c_str());
-            utCheck((sense < 0) == (x < y) && (sense > 0) == (x > y));
+            utCheck((sense < 0) == (x < y));
+            utCheck((sense > 0) == (x > y));
         }
 }
 
@@ -59,7 +68,32 @@ utCheckSorting(const ut_Names &names, bool up, bool numbered)
     array.fromStdVectorOfStrings(names);
     array.sort(up, numbered);
     for (int i = 1; i < array.entries(); ++i)
-        utCheck(compare(array(up ? i - 1 : i), array(up ? i : i - 1)) <= 0);
+    {
+        const int sense = compare(array(i - 1), array(i));
+        utCheck(up ? sense <= 0 : sense >= 0);
+    }
+}
+
+// A number that is greater by one, with a zero more in front for the carry.
+static std::string
+utIncremented(const std::string &digits)
+{
+    std::string sum = '0' + digits;
+    size_t place = sum.size() - 1;
+    while (sum[place] == '9')
+    {
+        sum[place] = '0';
+        --place;
+    }
+    ++sum[place];
+    return sum;
+}
+
+static std::string
+utWithoutZeros(const std::string &digits)
+{
+    return digits.substr(
+        std::min(digits.find_first_not_of('0'), digits.size()));
 }
 
 // The number at the end becomes greater by one, or is a 2.
@@ -68,16 +102,20 @@ utCheckNext(const std::string &name)
 {
     const size_t start = name.find_last_not_of(theDigits) + 1;
     const std::string old = name.substr(start);
-    std::string sum = '0' + old;
-    for (size_t i = sum.size(); ++sum[--i] > '9';)
-        sum[i] = '0';
-    // Zeros stay when the number behind them does not grow.
-    const size_t digits = old.size() - strspn(old.c_str(), "0");
-    const size_t first = strspn(sum.c_str(), "0");
-    sum.erase(0, sum.size() - first > (digits ? digits : 1) ? first : 1);
+    std::string sum = "2";
+    if (!old.empty())
+    {
+        sum = utIncremented(old);
+        // Leading zeros stay while the number without them has as many digits,
+        // of which a 0 is one.
+        const size_t digits = std::max<size_t>(1, utWithoutZeros(old).size());
+        if (utWithoutZeros(sum).size() > digits)
+            sum = utWithoutZeros(sum);
+        else
+            sum.erase(0, 1); // the zero for a carry
+    }
     UT_String next(name.c_str());
     next.incrementNumberedName();
-    sum = old.empty() ? "2" : sum;
     utCheck(next == (name.substr(0, start) + sum).c_str());
 }
 
@@ -109,7 +147,9 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
         names.push_back(line);
         utCheckNext(line);
         utCheckNumber(line);
-        UT_String text(line.c_str()), number, rest;
+        UT_String text(line.c_str());
+        UT_String number;
+        UT_String rest;
         const int found = text.parseNumberedFilename(
             text, number, rest, line.size() & 1, line.size() & 2);
         utCheck(found == (number != ""));

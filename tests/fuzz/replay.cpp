@@ -33,10 +33,14 @@ utRunDamaged(const ut_Bytes &input, std::mt19937 &random)
     for (int run = 0; run < 64; ++run)
     {
         ut_Bytes damaged(input);
-        for (auto left = random() % 4 + 1; left > 0 && !damaged.empty(); --left)
-            damaged[random() % damaged.size()] =
-                static_cast<std::uint8_t>(random());
-        if (run % 4 == 0 && !damaged.empty())
+        if (damaged.empty())
+            return;
+        for (auto left = random() % 4 + 1; left > 0; --left)
+        {
+            const auto place = random() % damaged.size();
+            damaged[place] = static_cast<std::uint8_t>(random());
+        }
+        if (run % 4 == 0)
             damaged.resize(random() % damaged.size());
         utRun(damaged);
     }
@@ -48,7 +52,10 @@ int
 main(int argc, char **argv)
 {
     if (argc != 2)
-        return std::fprintf(stderr, "usage: %s CORPUS\n", argv[0]), 2;
+    {
+        std::fprintf(stderr, "usage: %s CORPUS\n", argv[0]);
+        return 2;
+    }
     std::vector<std::filesystem::path> files;
     for (const auto &entry : std::filesystem::directory_iterator(argv[1]))
         files.push_back(entry.path());

@@ -55,7 +55,9 @@ utRequire(
     };
     UT_WorkArgs args;
     const int count = split(args);
-    if (count != int(words.size()) || args.getArgc() != count)
+    if (count != int(words.size()))
+        abort();
+    if (args.getArgc() != count)
         abort();
     for (const int max : {0, 1, 2, count, count + 1, count + 2})
     {
@@ -66,10 +68,15 @@ utRequire(
         std::copy_n(args.getArgv(), stored, expected.begin());
         if (stored < max)
             expected[size_t(stored)] = nullptr;
-        const bool noNull = max == 1 && (std::is_pointer_v<Separators> || ...);
-        if (stored != std::min(count, std::max(max - !noNull, 0)) ||
-            argv != expected ||
-            !std::equal(&argv[0], &argv[size_t(stored)], words.begin()))
+        // With runs of separators, a lone slot holds a word and no null.
+        const bool isWithoutNull =
+            max == 1 && (std::is_pointer_v<Separators> || ...);
+        const int slots = isWithoutNull ? max : std::max(max - 1, 0);
+        if (stored != std::min(count, slots))
+            abort();
+        if (argv != expected)
+            abort();
+        if (!std::equal(&argv[0], &argv[size_t(stored)], words.begin()))
             abort();
     }
 }

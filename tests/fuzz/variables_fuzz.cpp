@@ -9,6 +9,15 @@
 #include <cstring>
 #include <string>
 
+// What the scan does, as bits of the first byte.
+enum
+{
+    UT_SCAN_EXPRESSIONS = 1,
+    UT_SCAN_VARIABLES = 2,
+    UT_SCAN_TILDES = 4,
+    UT_SCAN_COMMENTS_TOO = 8
+};
+
 // Every name that has a letter A is known, and its value is itself, with
 // everything in front that could be taken for more to replace.
 static const char *
@@ -24,9 +33,41 @@ utScan(const std::string &text, int flags)
 {
     UT_WorkBuffer out;
     const int count = UTExprVariableScan(
-        out, text.c_str(), utLookup, flags & 1 ? utLookup : nullptr, nullptr,
-        flags & 2, flags & 4, flags & 8);
+        out, text.c_str(), utLookup,
+        flags & UT_SCAN_EXPRESSIONS ? utLookup : nullptr, nullptr,
+        flags & UT_SCAN_VARIABLES, flags & UT_SCAN_TILDES,
+        flags & UT_SCAN_COMMENTS_TOO);
     return {out.buffer(), count};
+}
+
+static std::string
+utEscaped(const std::string &text)
+{
+    std::string escaped;
+    for (const char c : text)
+    {
+        if (strchr("\\$~'`", c))
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
+// Whether each brace that is opened is closed, and the other way round.
+static bool
+utHasPairedBraces(const std::string &text)
+{
+    int depth = 0;
+    for (const char c : text)
+    {
+        if (c == '{')
+            ++depth;
+        if (c == '}')
+            --depth;
+        if (depth < 0)
+            return false;
+    }
+    return depth == 0;
 }
 
 extern "C" int
@@ -36,20 +77,25 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string text = std::string(data, data + size).c_str();
     utScan(text, flags);
 
-    std::string escaped;
-    int depth = 0; // stays below 0 when a brace closes nothing
-    for (const char c : text)
-    {
-        escaped.append(strchr("\\$~'`", c) ? 1 : 0, '\\') += c;
-        depth += depth < 0 ? 0 : (c == '{') - (c == '}');
-    }
-    if (utScan(escaped, flags | 8) != std::make_pair(text, 0))
+    const auto unescaped =
+        utScan(utEscaped(text), flags | UT_SCAN_COMMENTS_TOO);
+    if (unescaped.first != text)
         abort();
-    // In braces all is replaced but expressions, and comments are just text.
-    const auto [name, count] = utScan(text, 2 | 4 | 8);
-    const char *const value = utLookup(name.c_str(), nullptr);
-    const std::pair expected(std::string(value ? value : ""), count + !!value);
-    if (depth == 0 && utScan("${" + text + "}", flags | 2) != expected)
+    if (unescaped.second != 0)
+        abort();
+    if (!utHasPairedBraces(text))
+        return 0;
+    // In braces all is replaced except expressions, and comments are text.
+    auto [expected, count] =
+        utScan(text, UT_SCAN_VARIABLES | UT_SCAN_TILDES | UT_SCAN_COMMENTS_TOO);
+    const char *const value = utLookup(expected.c_str(), nullptr);
+    expected = value ? value : "";
+    if (value)
+        ++count;
+    const auto named = utScan("${" + text + "}", flags | UT_SCAN_VARIABLES);
+    if (named.first != expected)
+        abort();
+    if (named.second != count)
         abort();
     return 0;
 }

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -28,7 +29,9 @@ public:
     int read(char *buf, int n) override
     {
         const size_t from = myAt;
-        return int(myText.copy(buf, size_t(advance(size_t(n))), from));
+        const int count = advance(size_t(n));
+        myText.copy(buf, size_t(count), from);
+        return count;
     }
     int streamPeek() override
     {
@@ -36,33 +39,40 @@ public:
     }
     const char *loadBuffer(int &start, int &end) override
     {
+        // A multiplicative hash: the same sizes in each run.
+        ++myBlocks;
+        const unsigned size = 1 + myBlocks * 2654435761u % myMost;
+        const char *const block = myText.data() + myAt;
         start = 0;
-        end = advance(1 + ++mySeed * 2654435761u % myMost);
-        return end ? myText.data() + myAt - end : nullptr;
+        end = advance(size);
+        return end > 0 ? block : nullptr;
     }
     int64 tellPos() const override { return int64(myAt); }
     bool seekPos(int64 offset, int) override
     {
-        return (myAt = size_t(offset)) <= myText.size();
+        myAt = size_t(offset);
+        return myAt <= myText.size();
     }
     bool endOfBuffer() const override { return myAt == myText.size(); }
 
 private:
+    // Steps over up to `n` bytes and returns how many there were.
     int advance(size_t n)
     {
-        n = std::min(n, std::min(myText.size(), myFailAt) - myAt);
-        myAt += n;
+        const size_t end = std::min(myText.size(), myFailAt);
+        const size_t count = std::min(n, end - myAt);
+        myAt += count;
         errno = EIO;
-        if (n == 0 && myAt == myFailAt)
+        if (count == 0 && myAt == myFailAt)
             setError(nullptr);
-        return int(n);
+        return int(count);
     }
 
     std::string myText;
     unsigned myMost;
     size_t myFailAt;
     size_t myAt = 0;
-    unsigned mySeed = 0;
+    unsigned myBlocks = 0;
 };
 
 // `text` as a zlib stream.
@@ -77,78 +87,211 @@ utDeflated(const std::string &text)
     return out.substr(0, size);
 }
 
+// A text and a place in it. Each operation does what the one of the buffer
+// does, and returns the same.
 struct ut_ScanModel
 {
     std::string text;
     size_t at = 0;
     bool isFloat = false;
 
+    // The next byte, from 0 to 255; -1 at the end.
     int peek() const { return at < text.size() ? uint8(text[at]) : -1; }
+    // Whether the next byte is one of these.
     bool is(const char *bytes) const
     {
         return text.find_first_of(bytes, at) == at;
     }
+    bool isNext(const std::string &bytes) const
+    {
+        return text.compare(at, bytes.size(), bytes) == 0;
+    }
+    bool isSpace() const { return is(" \t\n\v\f\r"); }
+
+    int peekSigned() const { return int8(peek()); }
+    bool take(std::string &out, size_t count)
+    {
+        out = text.substr(at, count);
+        at += out.size();
+        return !out.empty();
+    }
     bool skipSpace()
     {
-        at = std::min(text.find_first_not_of(" \t\n\v\f\r", at), text.size());
+        while (isSpace())
+            ++at;
         return at < text.size();
     }
     bool line(std::string &out, char delimiter)
     {
-        out = text.substr(at, text.find(delimiter, at) - at);
-        at = std::min(at + out.size() + 1, text.size());
+        const size_t end = std::min(text.find(delimiter, at), text.size());
+        out = text.substr(at, end - at);
+        at = std::min(end + 1, text.size()); // the delimiter goes with it
         if (delimiter == '\n' && !out.empty() && out.back() == '\r')
             out.pop_back();
         return true;
     }
+    bool skipLine()
+    {
+        std::string ignored;
+        return line(ignored, '\n');
+    }
     bool word(std::string &out)
     {
         skipSpace();
-        out = text.substr(at, text.find_first_of(" \t\n\v\f\r", at) - at);
-        at += out.size();
+        out.clear();
+        while (at < text.size() && !isSpace())
+            out += text[at++];
         return !out.empty();
     }
+    void skipDigits()
+    {
+        while (is("0123456789"))
+            ++at;
+    }
+    // A first byte of any number, digits, a fraction, an exponent; or a word.
     bool number(std::string &out)
     {
-        // By its grammar: a byte, digits, a fraction, an exponent.
         isFloat = false;
         skipSpace();
         if (!is("0123456789.+-"))
             return word(out);
-        const size_t from = at++;
-        for (const char *mark : {"", ".", "eE"})
+        const size_t from = at;
+        ++at;
+        skipDigits();
+        if (is("."))
         {
-            if (*mark && !is(mark))
-                continue;
-            isFloat = isFloat || *mark;
-            at += *mark != 0;
-            at += *mark == 'e' && is("+-");
-            while (is("0123456789"))
+            isFloat = true;
+            ++at;
+            skipDigits();
+        }
+        if (is("eE"))
+        {
+            isFloat = true;
+            ++at;
+            if (is("+-"))
                 ++at;
+            skipDigits();
         }
         out = text.substr(from, at - from);
         return true;
     }
+    // A text in quotes, or a word; a backslash in front of a quote or another
+    // backslash goes.
     bool string(std::string &out)
     {
-        if (!skipSpace() || peek() >= 128)
-            return at < text.size() && (++at, false);
-        const bool isQuoted = peek() == '"';
-        at += isQuoted || text.compare(at, 2, "\\\"") == 0;
+        out.clear();
+        if (!skipSpace())
+            return false;
+        if (peek() >= 128)
+        {
+            ++at;
+            return false;
+        }
+        const bool isQuoted = is("\"");
+        if (isQuoted || isNext("\\\""))
+            ++at;
+        // A word's first byte is taken whatever it is.
         if (!isQuoted)
             out += text[at++];
-        for (; at < text.size(); ++at)
+        while (at < text.size())
         {
-            if (isQuoted ? peek() == '"' : is(" \t\n\v\f\r"))
-                return at += isQuoted, true;
-            const char next = at + 1 < text.size() ? text[at + 1] : '\0';
-            if (peek() == '\\' && (next == '"' || next == '\\'))
+            if (isQuoted && is("\""))
+            {
                 ++at;
-            out += text[at];
+                return true;
+            }
+            if (!isQuoted && isSpace())
+                return true;
+            if (isNext("\\\"") || isNext("\\\\"))
+                ++at;
+            out += text[at++];
         }
-        return !isQuoted;
+        return !isQuoted; // a quote that is left open
     }
 };
+
+// An operation of a buffer beside the one of the model. Both put what they
+// read into `out`, or leave it alone; `count` is for reading by bytes.
+struct ut_ScanOperation
+{
+    const char *name;
+    int (*scan)(
+        UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &isFloat, int count);
+    int (*model)(ut_ScanModel &model, std::string &out, int count);
+};
+
+inline const ut_ScanOperation theScanOperations[] = {
+    {"getLine",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int) -> int
+     { return buffer.getLine(out); },
+     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
+     { return model.line(out, '\n'); }  },
+    {"getLine up to a byte of 128",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int) -> int
+     { return buffer.getLine(out, '\x80'); },
+     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
+     { return model.line(out, '\x80'); }},
+    {"skipLine",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &,    bool &,        int) -> int
+     { return buffer.skipLine(); },
+     [](ut_ScanModel &model,                                                                                                              std::string &,    int) -> int
+     { return model.skipLine(); }          },
+    {"skipLeadingWhitespace",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &,    bool &,        int) -> int
+     { return buffer.skipLeadingWhitespace(); },
+     [](ut_ScanModel &model,                                                                                                              std::string &,    int) -> int
+     { return model.skipSpace(); }         },
+    {"getWord",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int) -> int
+     { return buffer.getWord(out); },
+     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
+     { return model.word(out); }        },
+    {"getNumber",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &isFloat, int) -> int
+     { return buffer.getNumber(out, isFloat); },
+     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
+     { return model.number(out); }      },
+    {"getString",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int) -> int
+     { return buffer.getString(out); },
+     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
+     { return model.string(out); }      },
+    {"peekc and getc",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &,    bool &,        int)
+     {
+         const int next = buffer.peekc();
+         const int differs = -1000;
+         return buffer.getc() == next ? next : differs;
+     },                                                 [](ut_ScanModel &model, std::string &,    int)
+     {
+         const int next = model.peekSigned();
+         ++model.at;
+         return next;
+     }                                     },
+    {"bread",
+     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int count)
+     {
+         const int64 start = buffer.tellg();
+         char bytes[64];
+         const int found = buffer.bread(bytes, count);
+         out.clear();
+         out.append(bytes, found);
+         // Finding less may be an error, which only a seek takes back.
+         if (buffer.hasError())
+             buffer.seekg(start + found, 0);
+         return found;
+     },                                                 [](ut_ScanModel &model, std::string &out, int count)
+     {
+         model.take(out, size_t(count));
+         return int(out.size());
+     }                                  },
+};
+
+inline std::string
+utTextOf(const UT_WorkBuffer &buffer)
+{
+    return std::string(buffer.buffer(), size_t(buffer.length()));
+}
 
 // Has `buffer`, which is at the front of `text`, scanned as `next` chooses, and
 // returns what was not as modelled: nothing.
@@ -161,56 +304,41 @@ utScanMismatch(
     while (model.at < text.size())
     {
         const unsigned choice = next() % 256;
-        const unsigned operation = choice % 9;
-        const bool isLocked = choice >= 240;
+        const ut_ScanOperation &operation =
+            theScanOperations[choice % std::size(theScanOperations)];
+        const int count = int(choice / 4);
         const size_t from = model.at;
-        std::string expected;
-        bool isFloat = model.isFloat;
+        // A locked buffer takes nothing.
+        const bool isLocked = choice >= 240;
         UT_WorkBuffer out;
         out.append("old");
         if (isLocked)
             out.lock(0, 0);
-        const char delimiter = operation == 1 ? '\x80' : '\n';
-        int modelled = operation < 3    ? model.line(expected, delimiter)
-                       : operation == 3 ? model.skipSpace()
-                       : operation == 4 ? model.word(expected)
-                       : operation == 5 ? model.number(expected)
-                       : operation == 6 ? model.string(expected)
-                                        : int8(model.peek());
-        int result = operation < 2    ? buffer.getLine(out, delimiter)
-                     : operation == 2 ? buffer.skipLine()
-                     : operation == 3 ? buffer.skipLeadingWhitespace()
-                     : operation == 4 ? buffer.getWord(out)
-                     : operation == 5 ? buffer.getNumber(out, isFloat)
-                     : operation == 6 ? buffer.getString(out)
-                                      : buffer.peekc();
-        if (operation == 7)
-            model.at += size_t(buffer.getc() == modelled);
-        if (operation == 8)
-        {
-            char bytes[64];
-            result = buffer.bread(bytes, int(choice) / 4);
-            modelled = int(text.substr(from, choice / 4).size());
-            model.at += size_t(modelled);
-            if (text.compare(from, choice / 4, bytes, size_t(result)) != 0)
-                return "bread";
-            // Finding nothing more may be an error, which only this takes back.
-            if (buffer.hasError() && !buffer.seekg(int64(model.at), 0))
-                return "seekg";
-        }
-        if (isLocked || operation == 2 || operation == 3 || operation > 6)
+        bool isFloat = model.isFloat;
+        const int result = operation.scan(buffer, out, isFloat, count);
+        std::string expected = "old";
+        const int modelled = operation.model(model, expected, count);
+        if (isLocked)
             expected = "old";
-        if (result != modelled || buffer.tellg() != int64(model.at) ||
-            expected.compare(
-                0, expected.npos, out.buffer(), size_t(out.length())) ||
-            isFloat != model.isFloat)
-            return std::to_string(choice) + " at " + std::to_string(from);
+
+        const char *difference = nullptr;
+        if (result != modelled)
+            difference = "the result";
+        else if (buffer.tellg() != int64(model.at))
+            difference = "the place";
+        else if (utTextOf(out) != expected)
+            difference = "the text";
+        else if (isFloat != model.isFloat)
+            difference = "the kind of number";
+        if (difference)
+            return operation.name + std::string(" at ") + std::to_string(from) +
+                   ": " + difference;
     }
     // All is read; what can seek back shows it whole.
     UT_WorkBuffer all;
-    const bool isRead = buffer.seekg(0, 0) && buffer.getAll(all);
-    if (!isRead ||
-        text.compare(0, text.npos, all.buffer(), size_t(all.length())))
+    if (!buffer.seekg(0, 0))
+        return "seekg to the front";
+    if (!buffer.getAll(all))
         return "getAll";
-    return "";
+    return utTextOf(all) == text ? "" : "the text of getAll";
 }
