@@ -59,7 +59,7 @@ class ut_ItemArray
 {
 public:
     explicit ut_ItemArray(Item *items) : myItems(items) {}
-    Item get(size_t i) const { return myItems[i]; }
+    [[nodiscard]] Item get(size_t i) const { return myItems[i]; }
     void set(size_t i, const Item &item) { myItems[i] = item; }
 
 private:
@@ -75,7 +75,7 @@ public:
         : myKeys(keys), myNumbers(numbers)
     {
     }
-    ut_NumberedKey<Key> get(size_t i) const
+    [[nodiscard]] ut_NumberedKey<Key> get(size_t i) const
     {
         return {myKeys[i], myNumbers[i]};
     }
@@ -113,7 +113,7 @@ public:
 
     // How many items have the digit there that `item` has.
     template <class Item>
-    size_t alikeAt(unsigned place, const Item &item) const
+    [[nodiscard]] size_t alikeAt(unsigned place, const Item &item) const
     {
         return myCounts[place][digitAt(utOrderBits(item), place)];
     }

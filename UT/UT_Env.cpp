@@ -74,7 +74,7 @@ utMoveToBlock(int32 capacity)
     }
     if (theKeys)
         utRetire(theKeys);
-    block.release();
+    (void)block.release();
     theKeys = keys;
     theEnvironment = slots;
     theSeen = slots + stride;

@@ -130,7 +130,7 @@ utDisconnect(int fd)
 {
     sockaddr nobody = {};
     nobody.sa_family = AF_UNSPEC;
-    ::connect(fd, &nobody, sizeof(nobody));
+    (void)::connect(fd, &nobody, sizeof(nobody));
 }
 
 int

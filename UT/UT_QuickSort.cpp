@@ -59,7 +59,7 @@ public:
             myKeys[begin + places[i]] = keys[i];
     }
 
-    ut_ItemArray<Key> view(size_t begin) const
+    [[nodiscard]] ut_ItemArray<Key> view(size_t begin) const
     {
         return ut_ItemArray<Key>(myKeys + begin);
     }
@@ -117,7 +117,7 @@ public:
         }
     }
 
-    ut_NumberedKeyArrays<Key> view(size_t begin) const
+    [[nodiscard]] ut_NumberedKeyArrays<Key> view(size_t begin) const
     {
         return {myKeys + begin, myIndex + begin};
     }
@@ -189,7 +189,7 @@ private:
         return key;
     }
 
-    char *record(size_t i) const
+    [[nodiscard]] char *record(size_t i) const
     {
         return myRecords + i * (knownSize ? knownSize : mySize);
     }
@@ -217,7 +217,7 @@ public:
         : myItems(items), myBegin(begin), mySources(sources)
     {
     }
-    ut_NumberedKey<Key> get(size_t i) const
+    [[nodiscard]] ut_NumberedKey<Key> get(size_t i) const
     {
         return {myItems.keyAt(myBegin + i), int(i)};
     }
@@ -364,7 +364,7 @@ public:
     }
 
     // Whether there was memory for the scratch.
-    bool areReady() const { return bool(myScratch); }
+    [[nodiscard]] bool areReady() const { return bool(myScratch); }
 
     template <class Items>
     void sort(Items items, size_t begin, size_t end) const

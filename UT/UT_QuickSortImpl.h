@@ -219,8 +219,12 @@ utPartition(Items items, size_t pivot, size_t first, size_t last)
         const size_t pairs = leftCount < rightCount ? leftCount : rightCount;
         if (pairs > 0)
         {
+            // The analyzer does not follow that the counts are of offsets
+            // written.
+            // NOLINTBEGIN(clang-analyzer-core.UndefinedBinaryOperatorResult)
             size_t left = leftBase + leftOffsets[leftStart];
             size_t right = rightBase - rightOffsets[rightStart];
+            // NOLINTEND(clang-analyzer-core.UndefinedBinaryOperatorResult)
             items.hold(left);
             items.move(left, right);
             for (size_t i = 1; i < pairs; i++)

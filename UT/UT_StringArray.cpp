@@ -151,7 +151,7 @@ UT_StringArray::append(const char *text)
 {
     auto string = utNewString(text);
     const unsigned index = ut_Base::append(string.get());
-    string.release();
+    (void)string.release();
     return int(index);
 }
 
@@ -162,7 +162,7 @@ UT_StringArray::insert(const char *text, int index)
         return -1;
     auto string = utNewString(text);
     ut_Base::insert(string.get(), unsigned(index));
-    string.release();
+    (void)string.release();
     return index;
 }
 
@@ -172,7 +172,7 @@ UT_StringArray::sortedInsert(const char *text, bool forward, bool numbered)
     auto string = utNewString(text);
     const unsigned index =
         ut_Base::sortedInsert(string.get(), utComparator(forward, numbered));
-    string.release();
+    (void)string.release();
     return int(index);
 }
 

@@ -173,7 +173,7 @@ public:
     // selects, and touches no other: a cycle may be as long as the numbers go.
     // Returns false when `emit` does.
     template <class Emit>
-    bool emitMajors(Emit emit) const
+    [[nodiscard]] bool emitMajors(Emit emit) const
     {
         const int64 count = int64(highest()) - lowest() + 1;
         const int take = std::min(myRange.take, myRange.cycle);
@@ -190,7 +190,7 @@ public:
     // Calls `visit` for the majors from `low` to `high`, in the order of the
     // range, until it returns false; whether it did not.
     template <class Visit>
-    bool eachMajor(int low, int high, Visit visit) const
+    [[nodiscard]] bool eachMajor(int low, int high, Visit visit) const
     {
         return each(myMajorsAscend, low, high, visit);
     }
@@ -301,6 +301,8 @@ UT_String::traversePattern(
 static bool
 utIsFull(const stResultData &result)
 {
+    // The analyzer does not follow a base that is an aggregate.
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
     return result.count >= result.maximum;
 }
 

@@ -18,14 +18,17 @@ public:
     ut_BridgeComponent();
 
     /// The component, null when the library cannot be used. Borrowed.
-    IValdrinConnection *get() const { return myHost.connection(); }
+    [[nodiscard]] IValdrinConnection *get() const
+    {
+        return myHost.connection();
+    }
 
     /// The file of the library, an absolute path; "" when it cannot be used.
-    const std::string &library() const { return myLibrary; }
+    [[nodiscard]] const std::string &library() const { return myLibrary; }
 
     /// Why the library cannot be used, a line for each file that was tried;
     /// "" when it can.
-    const std::string &problem() const { return myProblem; }
+    [[nodiscard]] const std::string &problem() const { return myProblem; }
 
     /// Evaluates the expression "0" at `port`, in a process of its own: that
     /// leaves the port of the component alone, and is given up after three

@@ -199,7 +199,7 @@ public:
     ut_HandedOut &operator=(const ut_HandedOut &) = delete;
     ~ut_HandedOut() { free(myText); }
 
-    const char *get() const { return myText; }
+    [[nodiscard]] const char *get() const { return myText; }
     char **out() { return &myText; }
 
 private:

@@ -60,11 +60,14 @@ public:
     bool load(const std::vector<std::string> &libraries, std::string &error);
 
     /// The instance, null before load() has succeeded. Borrowed.
-    IValdrinConnection *connection() const { return myConnection.get(); }
+    [[nodiscard]] IValdrinConnection *connection() const
+    {
+        return myConnection.get();
+    }
 
     /// The file of the library, an absolute path without symbolic links; ""
     /// before load() has succeeded.
-    const std::string &library() const { return myLibrary; }
+    [[nodiscard]] const std::string &library() const { return myLibrary; }
 
 private:
     bool makeConnection(void *library, std::string &error);

@@ -35,7 +35,7 @@ utSamples()
         if (std::is_same_v<T, uint64>)
             bits &= LONG_MAX;
         T value;
-        memcpy(&value, &bits, sizeof value);
+        memcpy(&value, &bits, sizeof(value));
         values.push_back(value);
     }
     return values;
