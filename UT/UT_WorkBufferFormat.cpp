@@ -297,7 +297,7 @@ int
 ut_CommonFormat::writeRest(const char *format)
 {
     // It must not miss what is written.
-    if (utStoresLength(format))
+    if (strchr(format, 'n') && utStoresLength(format))
         return -1;
     const int rest = vsnprintf(myAt, room() + 1, format, myArgs);
     if (rest < 0 || uint64(rest) + myLength > INT_MAX)
