@@ -51,6 +51,17 @@ public:
         for (; length > 0 && *text; --length)
             put(*text++);
     }
+    // As "%.3s" does, of what has three letters.
+    void putAbbreviation(const char *name)
+    {
+        if (myLimit - myEnd >= ptrdiff_t(theAbbreviation))
+        {
+            memcpy(myEnd, name, theAbbreviation);
+            myEnd += theAbbreviation;
+        }
+        else
+            put(name, theAbbreviation);
+    }
     void putTwoDigits(int64 value)
     {
         if (uint64(value) < 100 && myLimit - myEnd >= 2)
@@ -61,6 +72,18 @@ public:
         }
         else
             putFormatted("%02lld", static_cast<long long>(value));
+    }
+    // A day of the month, with a blank for its zero.
+    void putDay(int value)
+    {
+        if (unsigned(value) < 100 && myLimit - myEnd >= 2)
+        {
+            myEnd[0] = value < 10 ? ' ' : char('0' + value / 10);
+            myEnd[1] = char('0' + value % 10);
+            myEnd += 2;
+        }
+        else
+            putFormatted("%2d", value);
     }
     // The most frequent time of day.
     void putClock(const tm &t)
@@ -132,11 +155,20 @@ ut_DateText::flush()
 
 template <size_t size>
 static void
-utPutName(
-    ut_DateText &out, const char *const (&names)[size], int index,
-    size_t length)
+utPutName(ut_DateText &out, const char *const (&names)[size], int index)
 {
-    out.put(unsigned(index) < size ? names[index] : "?", length);
+    const char *const name = unsigned(index) < size ? names[index] : "?";
+    out.put(name, strlen(name));
+}
+
+template <size_t size>
+static void
+utPutAbbreviation(ut_DateText &out, const char *const (&names)[size], int index)
+{
+    if (unsigned(index) < size)
+        out.putAbbreviation(names[index]);
+    else
+        out.put('?');
 }
 
 // ---- The conversions
@@ -164,13 +196,13 @@ utFindConversion(char letter)
         constexpr ut_Table()
         {
             at('a') = [](ut_DateText &out, const tm &t)
-            { utPutName(out, theDays, t.tm_wday, theAbbreviation); };
+            { utPutAbbreviation(out, theDays, t.tm_wday); };
             at('A') = [](ut_DateText &out, const tm &t)
-            { utPutName(out, theDays, t.tm_wday, size_t(-1)); };
+            { utPutName(out, theDays, t.tm_wday); };
             at('b') = at('h') = [](ut_DateText &out, const tm &t)
-            { utPutName(out, theMonths, t.tm_mon, theAbbreviation); };
+            { utPutAbbreviation(out, theMonths, t.tm_mon); };
             at('B') = [](ut_DateText &out, const tm &t)
-            { utPutName(out, theMonths, t.tm_mon, size_t(-1)); };
+            { utPutName(out, theMonths, t.tm_mon); };
             at('c') = [](ut_DateText &out, const tm &t)
             { out.putTime("%a %b %e %T %Y", t); };
             at('C') = [](ut_DateText &out, const tm &t)
@@ -180,7 +212,7 @@ utFindConversion(char letter)
             at('D') = at('x') = [](ut_DateText &out, const tm &t)
             { out.putTime("%m/%d/%y", t); };
             at('e') = [](ut_DateText &out, const tm &t)
-            { out.putFormatted("%2d", t.tm_mday); };
+            { out.putDay(t.tm_mday); };
             at('H') = [](ut_DateText &out, const tm &t)
             { out.putTwoDigits(t.tm_hour); };
             at('I') = [](ut_DateText &out, const tm &t)

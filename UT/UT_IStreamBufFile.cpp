@@ -248,10 +248,28 @@ ut_FilePtrStreamBuf::fillWindow(int wanted)
     }
 }
 
+// The sizes of most values need no call.
+static void
+utCopyBytes(char *to, const char *from, int count)
+{
+    if (count == 4)
+        memcpy(to, from, 4);
+    else if (count == 8)
+        memcpy(to, from, 8);
+    else
+        memcpy(to, from, size_t(count));
+}
+
 int
 ut_FilePtrStreamBuf::read(char *buf, int n)
 {
     errno = 0; // the end of a file sets none, and an older one would mislead
+    if (n <= unread())
+    {
+        utCopyBytes(buf, myWindow + myWindowPos, n);
+        myWindowPos += n;
+        return n;
+    }
     int total = 0;
     for (;;)
     {

@@ -28,11 +28,37 @@ UT_IStream::isUsedUp() const
     return myStream->peekc() == -1 && isEof();
 }
 
-// Swaps the values while they are in the cache.
+// Reverses the bytes of one value where it stands.
+template <class Word>
+static void
+utSwapOne(char *bytes)
+{
+    Word word;
+    memcpy(&word, bytes, sizeof(word));
+    word = UTswapBytes(word);
+    memcpy(bytes, &word, sizeof(word));
+}
+
+// Swaps the values while they are in the cache. One alone is read and swapped
+// without what many need.
 template <class T>
 int
 UT_IStream::readValues(T *values, int count)
 {
+    using Word = std::conditional_t<
+        sizeof(T) == 2, uint16,
+        std::conditional_t<sizeof(T) == 4, uint32, uint64>>;
+    if (count == 1 && !myError)
+    {
+        char *const bytes = static_cast<char *>(static_cast<void *>(values));
+        const bool isWhole =
+            myStream->bread(bytes, int(sizeof(T))) == int(sizeof(T));
+        if (isWhole && !UThostIsBigEndian())
+            utSwapOne<Word>(bytes);
+        if (myStream->hasError())
+            checked(true);
+        return isWhole;
+    }
     const int most = (1 << 16) / int(sizeof(T));
     int whole = 0;
     int got = most;

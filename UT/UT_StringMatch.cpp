@@ -15,6 +15,10 @@
 #include <cstdlib>
 #include <vector>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 utPatternRecord::utPatternRecord(int aMaximum, char *aSingles, char **aWords)
     : maximum(aMaximum), singles(aSingles), singleCount(0), words(aWords),
       wordCount(0)
@@ -112,6 +116,47 @@ enum ut_Outcome
 
 } // namespace
 
+#ifdef __SSE2__
+// The bytes of a block that are not 0, a bit for each: they are 0 or 255.
+static unsigned
+utBits(ut_Block block)
+{
+    __m128i bytes;
+    memcpy(&bytes, &block, sizeof(bytes));
+    return unsigned(_mm_movemask_epi8(bytes));
+}
+
+static bool
+utHasAny(ut_Block block)
+{
+    return utBits(block) != 0;
+}
+
+// The first byte of a block that is not 0; there is one.
+static int
+utFirst(ut_Block block)
+{
+    return __builtin_ctz(utBits(block));
+}
+#else
+static bool
+utHasAny(ut_Block block)
+{
+    uint64 halves[2];
+    memcpy(halves, &block, sizeof(block));
+    return (halves[0] | halves[1]) != 0;
+}
+
+static int
+utFirst(ut_Block block)
+{
+    int first = 0;
+    while (block[first] == 0)
+        ++first;
+    return first;
+}
+#endif
+
 template <class Compare>
 static bool
 utEqual(const char *a, const char *b, size_t length)
@@ -134,10 +179,7 @@ utSkipBlocks(const char *begin, const char *end, const char *run, size_t length)
     for (; size_t(end - begin) >= sizeof(ut_Block) + length;
          begin += sizeof(ut_Block))
     {
-        const ut_Block hits = isFirst(begin) & isLast(begin + length - 1);
-        uint64 halves[2];
-        memcpy(halves, &hits, sizeof(hits));
-        if (halves[0] | halves[1])
+        if (utHasAny(isFirst(begin) & isLast(begin + length - 1)))
             break;
     }
     return begin;
@@ -167,21 +209,53 @@ utFind(const char *begin, const char *end, const char *run, size_t length)
     return nullptr;
 }
 
+// The patterns below end where they are said to, not with a NUL: those of a
+// list are matched where they stand.
+
+static bool
+utIsOrdinary(char c)
+{
+    // By a table: most bytes of most patterns are looked at.
+    struct ut_Table
+    {
+        bool isOrdinary[256] = {};
+
+        constexpr ut_Table()
+        {
+            for (bool &each : isOrdinary)
+                each = true;
+            for (const char special : {'*', '?', '[', '\\'})
+                isOrdinary[uint8(special)] = false;
+        }
+    };
+    static constexpr ut_Table theTable;
+    return theTable.isOrdinary[uint8(c)];
+}
+
 static size_t
-utRunLength(const char *pattern)
+utRunLength(const char *pattern, const char *patternEnd)
 {
     const char *end = pattern;
-    while (*end && *end != '*' && *end != '?' && *end != '[' && *end != '\\')
+    while (end != patternEnd && utIsOrdinary(*end))
         ++end;
     return size_t(end - pattern);
 }
 
 static const char *
-utSkipStars(const char *pattern)
+utSkipStars(const char *pattern, const char *patternEnd)
 {
-    while (*pattern == '*')
+    while (pattern != patternEnd && *pattern == '*')
         ++pattern;
     return pattern;
+}
+
+// The bracket that closes a set, or the end of the pattern.
+static const char *
+utSetEnd(const char *set, const char *patternEnd)
+{
+    while (set != patternEnd && *set != ']')
+        ++set;
+    return set;
 }
 
 // Matches all of a pattern that stands before its next star, and moves both
@@ -189,14 +263,16 @@ utSkipStars(const char *pattern)
 // `onSingle` for what a `?` matches.
 template <class Compare, class OnSingle>
 static inline ut_Outcome
-utMatchUpToStar(const char *&pattern, const char *&subject, OnSingle onSingle)
+utMatchUpToStar(
+    const char *&pattern, const char *patternEnd, const char *&subject,
+    OnSingle onSingle)
 {
     for (;; ++pattern, ++subject)
     {
+        if (pattern == patternEnd)
+            return *subject ? UT_FAILS : UT_MATCHES;
         switch (*pattern)
         {
-        case '\0':
-            return *subject ? UT_FAILS : UT_MATCHES;
         case '*':
             return UT_AT_STAR;
         case '?':
@@ -210,9 +286,9 @@ utMatchUpToStar(const char *&pattern, const char *&subject, OnSingle onSingle)
             // members like others. A set that is not closed never matches.
             bool isMember = false;
             const char *member = pattern + 1;
-            for (; *member && *member != ']'; ++member)
+            for (; member != patternEnd && *member != ']'; ++member)
                 isMember |= Compare::fold(*member) == Compare::fold(*subject);
-            if (!isMember || !*member)
+            if (!isMember || member == patternEnd)
                 return UT_FAILS;
             pattern = member;
             break;
@@ -220,7 +296,7 @@ utMatchUpToStar(const char *&pattern, const char *&subject, OnSingle onSingle)
         case '\\':
             // Deliberate: a backslash at the end of the pattern matches one,
             // whatever follows it in the subject.
-            if (!pattern[1])
+            if (pattern + 1 == patternEnd)
                 return *subject == '\\' ? UT_MATCHES : UT_FAILS;
             if (Compare::fold(pattern[1]) != Compare::fold(*subject))
                 return UT_FAILS;
@@ -249,12 +325,12 @@ struct ut_Segment
 } // namespace
 
 static ut_Segment
-utReadSegment(const char *pattern)
+utReadSegment(const char *pattern, const char *patternEnd)
 {
     ut_Segment segment;
     for (;; ++pattern, ++segment.length)
     {
-        const size_t length = utRunLength(pattern);
+        const size_t length = utRunLength(pattern, patternEnd);
         if (length > 0 && length >= segment.runLength)
         {
             segment.run = pattern;
@@ -263,37 +339,88 @@ utReadSegment(const char *pattern)
         }
         pattern += length;
         segment.length += length;
-        if (*pattern == '*')
+        if (pattern != patternEnd && *pattern == '*')
             return segment;
-        if (*pattern == '[')
-            pattern += strcspn(pattern, "]");
-        if (!*pattern)
+        if (pattern != patternEnd && *pattern == '[')
+            pattern = utSetEnd(pattern, patternEnd);
+        if (pattern == patternEnd)
         {
             segment.isEnd = true;
             return segment;
         }
         // A backslash at the end takes whatever follows.
-        if (*pattern == '\\' && !*++pattern)
+        if (*pattern == '\\' && ++pattern == patternEnd)
             return segment;
     }
+}
+
+// The bytes of the 16 from `subject` on where a segment may begin: all its
+// elements are compared with sixteen places at once.
+template <class Compare>
+static ut_Block
+utPlaces(const char *pattern, const char *patternEnd, const char *subject)
+{
+    ut_Block places = ut_Block{} - uint8(1);
+    for (; pattern != patternEnd && *pattern != '*' && utHasAny(places);
+         ++pattern, ++subject)
+    {
+        if (*pattern == '?')
+            continue;
+        if (*pattern == '[')
+        {
+            const char *const end = utSetEnd(pattern, patternEnd);
+            ut_Block members{};
+            while (++pattern < end)
+                members |= ut_ByteFilter(
+                    *pattern, Compare::ignoredBits(*pattern))(subject);
+            places &= members;
+            if (end == patternEnd)
+                break;
+            continue;
+        }
+        if (*pattern == '\\' && ++pattern == patternEnd)
+            break;
+        places &=
+            ut_ByteFilter(*pattern, Compare::ignoredBits(*pattern))(subject);
+    }
+    return places;
+}
+
+// Skips places of a subject at which a segment does not begin. Returns the
+// first where it may, or where there are too few left for a block.
+template <class Compare>
+static const char *
+utSkipPlaces(
+    const char *pattern, const char *patternEnd, const char *subject,
+    const char *last)
+{
+    for (; last - subject >= ptrdiff_t(sizeof(ut_Block));
+         subject += sizeof(ut_Block))
+    {
+        const ut_Block places = utPlaces<Compare>(pattern, patternEnd, subject);
+        if (utHasAny(places))
+            return subject + utFirst(places);
+    }
+    return subject;
 }
 
 // Matches a segment as early as it can be, and moves both positions past it.
 template <class Compare>
 static ut_Outcome
 utMatchSegment(
-    const ut_Segment &segment, const char *&pattern, const char *&subject,
-    const char *subjectEnd)
+    const ut_Segment &segment, const char *&pattern, const char *patternEnd,
+    const char *&subject, const char *subjectEnd)
 {
     if (size_t(subjectEnd - subject) < segment.length)
         return UT_FAILS;
-    const auto onSingle = [](char) {};
     const char *const start = pattern;
+    const char *const first = subject;
     const char *const last = subjectEnd - segment.length;
-    const char *failed = start; // what did not match last, to look at first
-    size_t failedOffset = 0;
-    for (const char *at = subject; at <= last; ++at)
+    for (const char *at = first; at <= last; ++at)
     {
+        // Its run is found sooner than all of it, but may be everywhere.
+        if (at != first)
+            at = utSkipPlaces<Compare>(start, patternEnd, at, last);
         at = utFind<Compare>(
             at + segment.runOffset,
             last + segment.runOffset + segment.runLength, segment.run,
@@ -301,50 +428,65 @@ utMatchSegment(
         if (!at)
             return UT_FAILS;
         at -= segment.runOffset;
-        pattern = failed;
-        subject = at + failedOffset;
-        ut_Outcome outcome =
-            utMatchUpToStar<Compare>(pattern, subject, onSingle);
-        if (outcome != UT_FAILS && failed != start)
-        {
-            pattern = start;
-            subject = at;
-            outcome = utMatchUpToStar<Compare>(pattern, subject, onSingle);
-        }
+        pattern = start;
+        subject = at;
+        const ut_Outcome outcome =
+            utMatchUpToStar<Compare>(pattern, patternEnd, subject, [](char) {});
         if (outcome != UT_FAILS)
             return outcome;
-        failed = pattern;
-        failedOffset = size_t(subject - at);
     }
     return UT_FAILS;
 }
 
-// The answer alone. What stands between two stars may as well match as early
-// as it can, so only the last star is ever tried again, and the time is at
-// most the product of the two lengths.
+// Whether the last byte of a pattern says that it cannot match: one that is
+// ordinary, or has a backslash before it, is the last of all that match. Of a
+// set that is not closed it does not matter, which never matches.
 template <class Compare>
 static bool
-utMatch(const char *pattern, const char *subject)
+utEndsOtherwise(
+    const char *pattern, const char *patternEnd, const char *subject,
+    const char *subjectEnd)
+{
+    const char last = patternEnd[-1];
+    if (patternEnd - pattern < 2 || !utIsOrdinary(last) || last == ']')
+        return false;
+    return subject == subjectEnd ||
+           Compare::fold(subjectEnd[-1]) != Compare::fold(last);
+}
+
+// The answer alone. What stands between two stars may as well match as early
+// as it can, so only the last star is ever tried again, and the time is at
+// most the product of the two lengths. `subjectEnd` may be null.
+template <class Compare>
+static bool
+utMatch(
+    const char *pattern, const char *patternEnd, const char *subject,
+    const char *subjectEnd)
 {
     const auto onSingle = [](char) {};
-    ut_Outcome outcome = utMatchUpToStar<Compare>(pattern, subject, onSingle);
-    const char *subjectEnd = nullptr;
+    ut_Outcome outcome =
+        utMatchUpToStar<Compare>(pattern, patternEnd, subject, onSingle);
+    if (outcome != UT_AT_STAR)
+        return outcome == UT_MATCHES;
+    if (!subjectEnd)
+        subjectEnd = subject + strlen(subject);
+    if (utEndsOtherwise<Compare>(pattern, patternEnd, subject, subjectEnd))
+        return false;
     while (outcome == UT_AT_STAR)
     {
-        pattern = utSkipStars(pattern);
-        if (!*pattern)
+        pattern = utSkipStars(pattern, patternEnd);
+        if (pattern == patternEnd)
             return true;
-        if (!subjectEnd)
-            subjectEnd = subject + strlen(subject);
-        const ut_Segment segment = utReadSegment(pattern);
+        const ut_Segment segment = utReadSegment(pattern, patternEnd);
         if (segment.isEnd && segment.length <= size_t(subjectEnd - subject))
         {
             subject = subjectEnd - segment.length;
-            outcome = utMatchUpToStar<Compare>(pattern, subject, onSingle);
+            outcome = utMatchUpToStar<Compare>(
+                pattern, patternEnd, subject, onSingle);
             break;
         }
-        outcome =
-            utMatchSegment<Compare>(segment, pattern, subject, subjectEnd);
+        outcome = utMatchSegment<Compare>(
+            segment, pattern, patternEnd, subject, subjectEnd);
     }
     return outcome == UT_MATCHES;
 }
@@ -354,8 +496,10 @@ strMatch(const char *subject, const char *pattern, int caseSensitive)
 {
     if (!subject || !pattern)
         return 0;
-    return caseSensitive ? utMatch<ut_Exact>(pattern, subject)
-                         : utMatch<ut_Folded>(pattern, subject);
+    const char *const patternEnd = pattern + strlen(pattern);
+    return caseSensitive
+               ? utMatch<ut_Exact>(pattern, patternEnd, subject, nullptr)
+               : utMatch<ut_Folded>(pattern, patternEnd, subject, nullptr);
 }
 
 // singleStrMatch() in a subject that ends at `subjectEnd`.
@@ -407,11 +551,12 @@ utEntries(const utPatternRecord &record)
 
 template <class Compare>
 static const char *
-utNextCandidate(const ut_Star &star, const char *subjectEnd)
+utNextCandidate(
+    const ut_Star &star, const char *patternEnd, const char *subjectEnd)
 {
     if (star.barren && star.start >= star.barren)
         return nullptr;
-    if (utRunLength(star.rest) == 0)
+    if (utRunLength(star.rest, patternEnd) == 0)
         return star.candidate == subjectEnd ? nullptr : star.candidate;
     return utFindRun<Compare>(star.candidate, subjectEnd, star.rest, symbols);
 }
@@ -428,22 +573,22 @@ utNextCandidate(const ut_Star &star, const char *subjectEnd)
 template <class Compare>
 static bool
 utMatchAndRecord(
-    const char *pattern, const char *subject, utPatternRecord &record)
+    const char *pattern, const char *patternEnd, const char *subject,
+    const char *subjectEnd, utPatternRecord &record)
 {
-    const char *const subjectEnd = subject + strlen(subject);
     const auto onSingle = [&record](char c) { record.addSingle(c); };
     std::vector<ut_Star> stars; // from the first of the pattern
     size_t depth = 0;           // those that the search has passed
     for (;;)
     {
         const ut_Outcome outcome =
-            utMatchUpToStar<Compare>(pattern, subject, onSingle);
+            utMatchUpToStar<Compare>(pattern, patternEnd, subject, onSingle);
         if (outcome == UT_MATCHES)
             return true;
         if (outcome == UT_AT_STAR)
         {
-            pattern = utSkipStars(pattern);
-            if (!*pattern)
+            pattern = utSkipStars(pattern, patternEnd);
+            if (pattern == patternEnd)
             {
                 record.addWord(subject, -1);
                 return true;
@@ -463,7 +608,7 @@ utMatchAndRecord(
             if (depth == 0)
                 return false;
             ut_Star &star = stars[depth - 1];
-            subject = utNextCandidate<Compare>(star, subjectEnd);
+            subject = utNextCandidate<Compare>(star, patternEnd, subjectEnd);
             if (subject)
             {
                 record.addWord(
@@ -492,27 +637,78 @@ utSetSeparators(const char *separators)
     return copy;
 }
 
+namespace
+{
+// The separators of a list, mostly two or one.
+class ut_Separators
+{
+public:
+    explicit ut_Separators(const char *bytes)
+        : myFirst(*bytes), mySecond(*bytes ? bytes[1] : '\0'),
+          myOthers(mySecond ? bytes + 2 : ""),
+          myFirsts(ut_Block{} + uint8(myFirst)),
+          mySeconds(ut_Block{} + uint8(mySecond))
+    {
+    }
+
+    const char *skip(const char *list) const
+    {
+        while (has(*list))
+            ++list;
+        return list;
+    }
+
+    // The first separator of a list, or its end: whole blocks at a time.
+    const char *find(const char *list, const char *listEnd) const
+    {
+        for (; listEnd - list >= ptrdiff_t(sizeof(ut_Block));
+             list += sizeof(ut_Block))
+        {
+            ut_Block bytes;
+            memcpy(&bytes, list, sizeof(bytes));
+            auto found = (bytes == myFirsts) | (bytes == mySeconds);
+            for (const char *other = myOthers; *other; ++other)
+                found |= bytes == ut_Block{} + uint8(*other);
+            if (utHasAny(ut_Block(found)))
+                return list + utFirst(ut_Block(found));
+        }
+        while (list != listEnd && !has(*list))
+            ++list;
+        return list;
+    }
+
+private:
+    bool has(char c) const
+    {
+        return c && (c == myFirst || c == mySecond ||
+                     (*myOthers && strchr(myOthers, c)));
+    }
+
+    char myFirst; // NUL, which no list has, when there are fewer
+    char mySecond;
+    const char *myOthers;
+    ut_Block myFirsts;
+    ut_Block mySeconds;
+};
+} // namespace
+
 // Matches one alternative, once the separators are set.
 static int
 utMatchAlternative(
-    const char *subject, const char *pattern, int caseSensitive,
-    const char *separators)
+    const char *subject, const char *subjectEnd, const char *pattern,
+    const char *patternEnd, int caseSensitive)
 {
-    UT_WorkBuffer alternative;
-    const size_t length = strcspn(pattern, separators);
-    if (pattern[length])
-    {
-        alternative.append(pattern, SYSnarrow<int>(length));
-        pattern = alternative.buffer();
-    }
-    if (!subject)
-        subject = "";
     if (!thePatternRecord)
-        return strMatch(subject, pattern, caseSensitive);
+        return caseSensitive
+                   ? utMatch<ut_Exact>(pattern, patternEnd, subject, subjectEnd)
+                   : utMatch<ut_Folded>(
+                         pattern, patternEnd, subject, subjectEnd);
     utPatternRecord &record = *thePatternRecord;
     return caseSensitive
-               ? utMatchAndRecord<ut_Exact>(pattern, subject, record)
-               : utMatchAndRecord<ut_Folded>(pattern, subject, record);
+               ? utMatchAndRecord<ut_Exact>(
+                     pattern, patternEnd, subject, subjectEnd, record)
+               : utMatchAndRecord<ut_Folded>(
+                     pattern, patternEnd, subject, subjectEnd, record);
 }
 
 int
@@ -520,9 +716,14 @@ multiStrMatch(
     const char *subject, const char *pattern, int caseSensitive,
     const char *separators)
 {
-    return pattern &&
-           utMatchAlternative(
-               subject, pattern, caseSensitive, utSetSeparators(separators));
+    if (!pattern)
+        return 0;
+    if (!subject)
+        subject = "";
+    const char *const patternEnd =
+        pattern + strcspn(pattern, utSetSeparators(separators));
+    return utMatchAlternative(
+        subject, subject + strlen(subject), pattern, patternEnd, caseSensitive);
 }
 
 int
@@ -542,19 +743,24 @@ UT_String::multiMatch(
         *index = -1;
     if (!pattern)
         return 0;
-    separators = utSetSeparators(separators);
+    const ut_Separators set(utSetSeparators(separators));
+    const char *const subject = myData ? myData : "";
+    const char *const subjectEnd = subject + strlen(subject);
+    const char *const listEnd = pattern + strlen(pattern);
     bool matches = false;
-    const char *at = pattern + strspn(pattern, separators);
+    const char *at = set.skip(pattern);
     while (*at)
     {
+        const char *const end = set.find(at, listEnd);
         const bool isExclusion = *at == '^';
         // What cannot change the result is tried for the outputs alone.
         // Deliberate: with both, the first of two exclusions is reported and
         // the last of two others.
         const bool isTried = isExclusion ? matches || (excluded && !*excluded)
                                          : !matches || index;
-        if (isTried && utMatchAlternative(
-                           myData, at + isExclusion, caseSensitive, separators))
+        if (isTried &&
+            utMatchAlternative(
+                subject, subjectEnd, at + isExclusion, end, caseSensitive))
         {
             matches = !isExclusion;
             if (excluded)
@@ -562,8 +768,7 @@ UT_String::multiMatch(
             if (index)
                 *index = SYSnarrow<int>(at - pattern);
         }
-        at += strcspn(at, separators);
-        at += strspn(at, separators);
+        at = set.skip(end);
     }
     return matches;
 }

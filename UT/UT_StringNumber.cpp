@@ -192,26 +192,34 @@ UT_String::utoa(int value)
     harden(text, utoa(text, unsigned(value)));
 }
 
+// Writes a comma and three digits before `end`.
+static char *
+utWriteGroup(char *end, unsigned group)
+{
+    end[-4] = ',';
+    end[-3] = char('0' + group / 100);
+    utWritePair(end - 2, group % 100);
+    return end - 4;
+}
+
 void
 UT_String::itoa_pretty(int64 value)
 {
-    // From the last group to the second, which leaves three digits at most.
+    // From the right, group by group, each with the comma before it. Most
+    // numbers, or what is left of others, fit a word of 32 bits.
     uint64 rest = value < 0 ? 0 - uint64(value) : uint64(value);
-    unsigned groups[6];
-    int count = 0;
-    for (; rest >= 1000; rest /= 1000)
-        groups[count++] = unsigned(rest % 1000);
-
     char text[32];
-    char *at = text;
+    char *const end = text + sizeof(text);
+    char *at = end;
+    for (; rest > UINT_MAX; rest /= 1000)
+        at = utWriteGroup(at, unsigned(rest % 1000));
+    unsigned left = unsigned(rest);
+    for (; left >= 1000; left /= 1000)
+        at = utWriteGroup(at, left % 1000);
+    for (; left >= 10; left /= 10)
+        *--at = char('0' + left % 10);
+    *--at = char('0' + left);
     if (value < 0)
-        *at++ = '-';
-    at += utoa(at, unsigned(rest));
-    while (count-- > 0)
-    {
-        *at++ = ',';
-        *at++ = char('0' + groups[count] / 100);
-        at = utWritePair(at, groups[count] % 100);
-    }
-    harden(text, int(at - text));
+        *--at = '-';
+    harden(at, int(end - at));
 }

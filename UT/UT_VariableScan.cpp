@@ -16,6 +16,10 @@
 
 #include <pwd.h>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 // Characters that are not simply copied.
 enum : unsigned char
 {
@@ -36,6 +40,52 @@ static constexpr struct ut_ScanTable
 
     unsigned char kinds[256];
 } theScanTable;
+
+#ifdef __SSE2__
+// Skips bytes that are simply copied, sixteen at a time. Returns the first that
+// is not, or what lies less than sixteen bytes before `end`.
+//
+// A bit that two bytes differ in does not count, so that one comparison finds
+// both: those that it finds besides are told from them by the table.
+static const char *
+utSkipOrdinary(const char *text, const char *end, unsigned special)
+{
+    const auto bits = [](__m128i block, char ignoredBits, char byte)
+    {
+        return _mm_cmpeq_epi8(
+            _mm_or_si128(block, _mm_set1_epi8(ignoredBits)),
+            _mm_set1_epi8(byte));
+    };
+    const char slash = special & UT_SCAN_COMMENTS ? '/' : '`';
+    const char brace = special & UT_SCAN_BRACES ? '\x7f' : '`';
+    const char braceBits = special & UT_SCAN_BRACES ? 6 : 0;
+    for (; end - text >= 16; text += 16)
+    {
+        __m128i block;
+        memcpy(&block, text, sizeof(block));
+        const __m128i found = _mm_or_si128(
+            _mm_or_si128(
+                _mm_or_si128(
+                    bits(block, 0x22, '~'), // and a backslash
+                    bits(block, 3, '\'')),  // and a dollar sign
+                bits(block, 0, '`')),
+            _mm_or_si128(bits(block, 0, slash), bits(block, braceBits, brace)));
+        for (int left = _mm_movemask_epi8(found); left; left &= left - 1)
+        {
+            const char *const candidate = text + __builtin_ctz(unsigned(left));
+            if (theScanTable.kinds[uint8(*candidate)] & special)
+                return candidate;
+        }
+    }
+    return text;
+}
+#else
+static const char *
+utSkipOrdinary(const char *text, const char *, unsigned)
+{
+    return text;
+}
+#endif
 
 // What a name between percent signs does not have. PROGRAMFILES(X86) is one.
 static constexpr char theNoNameChars[] = "%:=\"<>|^&` \t\n\v\f\r";
@@ -249,7 +299,7 @@ public:
     ut_VariableScanner(
         UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups,
         bool expandVars, bool expandTilde, bool ignoreComments)
-        : myOut(out), myNext(text), myLookups(lookups),
+        : myOut(out), myNext(text), myLookups(lookups), myWholeEnd(text),
           myExpandVars(expandVars), myExpandTilde(expandTilde),
           myIgnoreComments(ignoreComments)
     {
@@ -299,6 +349,7 @@ private:
     UT_WorkBuffer myScratch;      // the text for a look-up
     bool myEndsWithFirst = false; // with the first reference
     const ut_Lookups &myLookups;
+    const char *myWholeEnd; // there is no NUL before it
     const bool myExpandVars;
     const bool myExpandTilde;
     const bool myIgnoreComments;
@@ -417,9 +468,29 @@ ut_VariableScanner::copyOrdinary()
                              : myIgnoreComments
                                  ? UT_SCAN_ALWAYS
                                  : UT_SCAN_ALWAYS | UT_SCAN_COMMENTS;
+    const auto isSpecial = [special](char c)
+    { return (theScanTable.kinds[uint8(c)] & special) != 0; };
+    // Most runs are short.
     const char *end = myNext;
-    while (!(theScanTable.kinds[uint8(*end)] & special))
+    int few = 16;
+    while (few > 0 && !isSpecial(*end))
+    {
         ++end;
+        --few;
+    }
+    if (few == 0)
+    {
+        for (;;)
+        {
+            if (myWholeEnd - end < 16)
+                myWholeEnd = end + strnlen(end, 4096);
+            end = utSkipOrdinary(end, myWholeEnd, special);
+            if (myWholeEnd - end >= 16 || *myWholeEnd == '\0')
+                break;
+        }
+        while (!isSpecial(*end))
+            ++end;
+    }
     if (end != myNext)
         copy(end);
 }

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <ostream>
 
@@ -150,124 +149,6 @@ UT_WorkBuffer::protectedStrcat(const char *text, bool forceQuotes)
         myBuffer[length] = '\0';
         throw;
     }
-}
-
-// A text that no capacity can hold is cut at this length.
-static const unsigned theFormatLimit = INT_MAX - 1;
-
-// Makes room for what the formatter reports; returns the usable storage.
-unsigned
-UT_WorkBuffer::growToFormatted(int formatted)
-{
-    unsigned usable = unsigned(myAllocatedSize) - theSpareSize;
-    if (formatted < 0 || unsigned(formatted) < usable)
-        return usable;
-    while (usable <= unsigned(formatted) && usable < theFormatLimit)
-        usable = std::min(usable * 2, theFormatLimit);
-    growTo(int(usable), myAllocatedSize);
-    return usable;
-}
-
-static int
-utFormat(char *out, unsigned size, const char *format, va_list args)
-{
-    va_list again;
-    va_copy(again, args);
-    const int formatted = vsnprintf(out, size, format, again);
-    va_end(again);
-    return formatted;
-}
-
-int
-UT_WorkBuffer::vsprintf(const char *format, va_list args)
-{
-    unsigned usable = unsigned(myAllocatedSize) - theSpareSize;
-    if (myLength > 0)
-    {
-        // The old text stays until there is room for the other one.
-        char text[theInlineSize - theSpareSize];
-        const int formatted = utFormat(text, sizeof(text), format, args);
-        if (formatted >= 0 && formatted < int(sizeof(text)))
-        {
-            // A conversion may have written a NUL; the text ends there.
-            myLength = int(stpcpy(myBuffer, text) - myBuffer);
-            return formatted;
-        }
-        usable = growToFormatted(formatted);
-    }
-    for (;;)
-    {
-        // The first attempt tells the length, so a second one always fits.
-        const int formatted = utFormat(myBuffer, usable, format, args);
-        myBuffer[usable - 1] = '\0';
-        if (formatted >= 0 && unsigned(formatted) >= usable &&
-            usable < theFormatLimit)
-        {
-            usable = growToFormatted(formatted);
-            continue;
-        }
-        myLength = SYSnarrow<int>(strlen(myBuffer));
-        return formatted < 0 ? myLength : formatted;
-    }
-}
-
-int
-UT_WorkBuffer::sprintf(const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    const int formatted = vsprintf(format, args);
-    va_end(args);
-    return formatted;
-}
-
-// Apart from the usual short text, which then costs little stack.
-[[gnu::noinline]] int
-UT_WorkBuffer::appendLongFormatted(
-    unsigned size, const char *format, va_list args)
-{
-    UT_WorkBuffer text;
-    text.reserve(size);
-    const int formatted = text.vsprintf(format, args);
-    append(text);
-    return formatted;
-}
-
-int
-UT_WorkBuffer::appendSprintf(const char *format, ...)
-{
-    // The arguments may point into this buffer, so nothing in it changes
-    // before they are used up.
-    char text[theInlineSize - theSpareSize];
-    va_list args;
-    va_start(args, format);
-    int formatted = ::vsnprintf(text, sizeof(text), format, args);
-    va_end(args);
-    if (formatted >= int(sizeof(text)))
-    {
-        const unsigned size = unsigned(formatted) + 1 + theSpareSize;
-        va_start(args, format);
-        formatted = appendLongFormatted(size, format, args);
-        va_end(args);
-        return formatted;
-    }
-    if (formatted >= 0 && formatted < myAllocatedSize - myLength &&
-        !myLockCount)
-    {
-        // A conversion may have written a NUL; the text ends there. A few
-        // bytes are copied sooner than a function is called.
-        char *end = myBuffer + myLength;
-        if (formatted < 16)
-            for (const char *byte = text; (*end = *byte); ++byte)
-                ++end;
-        else
-            end = stpcpy(end, text);
-        myLength = int(end - myBuffer);
-        return formatted;
-    }
-    const size_t length = strlen(text);
-    appendSlowly(text, length);
-    return formatted < 0 ? int(length) : formatted;
 }
 
 void

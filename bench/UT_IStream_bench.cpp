@@ -374,7 +374,11 @@ BENCHMARK(utFloatsStream);
 BENCHMARK(utFloatsStrtod);
 BENCHMARK(utGzipStream)->Arg(100)->Arg(4096)->Arg(1 << 20);
 BENCHMARK(utGzipGzread)->Arg(100)->Arg(4096)->Arg(1 << 20);
-BENCHMARK(utValuesStream<int>)->Arg(16)->Arg(1000)->Arg(1 << 20);
-BENCHMARK(utValuesFread<int, uint32>)->Arg(16)->Arg(1000)->Arg(1 << 20);
-BENCHMARK(utValuesStream<double>)->Arg(16)->Arg(1000)->Arg(1 << 19);
-BENCHMARK(utValuesFread<double, uint64>)->Arg(16)->Arg(1000)->Arg(1 << 19);
+BENCHMARK(utValuesStream<int>)->Arg(1)->Arg(16)->Arg(1000)->Arg(1 << 20);
+BENCHMARK(utValuesFread<int, uint32>)->Arg(1)->Arg(16)->Arg(1000)->Arg(1 << 20);
+BENCHMARK(utValuesStream<double>)->Arg(1)->Arg(16)->Arg(1000)->Arg(1 << 19);
+BENCHMARK(utValuesFread<double, uint64>)
+    ->Arg(1)
+    ->Arg(16)
+    ->Arg(1000)
+    ->Arg(1 << 19);

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <random>
@@ -87,6 +88,48 @@ utWrite(benchmark::State &state)
         }
     state.SetItemsProcessed(state.iterations() * int64_t(numbers.size()));
 }
+
+// With commas, as a text of its own.
+static void
+utPretty(benchmark::State &state)
+{
+    const std::vector<unsigned> numbers = utNumbers(0);
+    for (auto _ : state)
+        for (const unsigned number : numbers)
+        {
+            UT_String text;
+            text.itoa_pretty(int64(number) * 1000);
+            benchmark::DoNotOptimize(text);
+        }
+}
+BENCHMARK(utPretty);
+
+static void
+utPrettyToChars(benchmark::State &state)
+{
+    const std::vector<unsigned> numbers = utNumbers(0);
+    for (auto _ : state)
+        for (const unsigned number : numbers)
+        {
+            char digits[24];
+            char *const end =
+                std::to_chars(digits, std::end(digits), int64(number) * 1000)
+                    .ptr;
+            char text[32];
+            char *at = text;
+            for (const char *digit = digits; digit != end; ++digit)
+            {
+                *at++ = *digit;
+                if ((end - digit) % 3 == 1 && digit + 1 != end)
+                    *at++ = ',';
+            }
+            *at = '\0';
+            char *copy = strdup(text);
+            benchmark::DoNotOptimize(copy);
+            free(copy);
+        }
+}
+BENCHMARK(utPrettyToChars);
 
 // ---- Names
 

@@ -64,8 +64,18 @@ TEST(UT_Date, FieldsOutOfRangeStayText)
     t.tm_year = -5;
     t.tm_mon = INT_MAX - 1;
     t.tm_mday = 14;
+    t.tm_mday = 123;
     EXPECT_EQ(
-        "7 -5 1895 18 ? 2147483647 12 7", utFormat("%y %Y %C %b %m %I %u", t));
+        "8 -5 1895 18 ? 2147483647 123 12 7",
+        utFormat("%y %Y %C %b %m %e %I %u", t));
+    t.tm_mday = -1;
+    EXPECT_EQ("1 -1", utFormat("%e", t));
+    // One byte of room for an abbreviation and for a day.
+    const std::string nearly(510, 'x');
+    for (const char *const end : {"%a", "%e"})
+        EXPECT_EQ(
+            "1 " + nearly + utFormat(end, t)[2],
+            utFormat((nearly + end).c_str(), t));
 }
 
 TEST(UT_Date, AgreesWithStrftimeInAnyZone)

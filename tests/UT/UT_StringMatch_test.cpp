@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -146,9 +147,10 @@ utCheckList(const std::string &list, const std::string &subject)
 {
     const UT_String string(subject.c_str(), /*deep=*/1);
     UT_String text(list.c_str(), /*deep=*/1);
-    const int matches = string.multiMatch(text, /*caseSensitive=*/1);
+    const int matches =
+        string.multiMatch(text, /*caseSensitive=*/1, ", ", nullptr, nullptr);
     UT_WorkArgs patterns;
-    text.tokenizeInPlace(patterns, " ");
+    text.tokenizeInPlace(patterns, ", ");
     EXPECT_EQ(matches, string.matchPattern(patterns, /*resultIfNone=*/false))
         << list << " on " << subject;
 }
@@ -186,6 +188,52 @@ TEST(UT_StringMatch, MatchesAsAModelThatTriesEverything)
                 utCheckList(list, subject);
                 ASSERT_FALSE(HasFailure());
             }
+}
+
+// A text of up to `most` items.
+static std::string
+utRandomText(const ut_Strings &items, int most, std::mt19937 &random)
+{
+    std::string text;
+    for (int count = int(random() % unsigned(most + 1)); count > 0; --count)
+        text += items[random() % items.size()];
+    return text;
+}
+
+// Long subjects are searched by whole blocks.
+TEST(UT_StringMatch, LongSubjectsMatchAsTheModelSays)
+{
+    const ut_Strings elements = {"a", "a", "ba", "?", "[ab]", "[b]", "\\a"};
+    const ut_Strings ends = {"", "\\", "[a", "]", "*"};
+    std::mt19937 random(1);
+    int matches = 0;
+    for (int i = 0; i < 4000; ++i)
+    {
+        const std::string pattern = utRandomText({"", "a", "?"}, 1, random) +
+                                    "*" + utRandomText(elements, 5, random) +
+                                    "*" + utRandomText(elements, 3, random) +
+                                    ends[random() % ends.size()];
+        const std::string subject =
+            utRandomText({"a", "a", "a", "a", "b", "]"}, 70, random);
+        ut_Record record;
+        matches += utModel(pattern, subject, record);
+        utCheckPattern(pattern, subject, /*caseSensitive=*/0);
+        utCheckPattern(pattern, subject, /*caseSensitive=*/1);
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_GT(matches, 500);
+    EXPECT_LT(matches, 3500);
+}
+
+TEST(UT_StringMatch, LongListsMatchAsTheirAlternativesDo)
+{
+    const ut_Strings items = {"a",   "b", "*", "?", "[ab]",
+                              "\\a", " ", ",", " ^"};
+    std::mt19937 random(1);
+    for (int i = 0; i < 4000; ++i)
+        utCheckList(
+            utRandomText(items, 60, random),
+            utRandomText({"a", "b"}, 6, random));
 }
 
 // Exponential in the stars, or as deep as there are, without what the search

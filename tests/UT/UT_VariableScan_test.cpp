@@ -133,3 +133,63 @@ TEST(UT_VariableScan, StringsExpandFromTheEnvironment)
     // Deliberate: as it was once, a colon ends the name and stays.
     EXPECT_STREQ("/p/q.r:t /p/q.r // /p/q.r", string);
 }
+
+static const char *
+utNameItself(const char *name, void *)
+{
+    return name;
+}
+
+// Long runs are looked at by whole blocks. What is in these resembles what
+// stops them, but for a bit.
+TEST(UT_VariableScan, LongRunsAreCopiedUpToWhatStopsThem)
+{
+    static const struct
+    {
+        const char *written;
+        const char *expected;
+    } theStops[] = {
+        {"$A",     "A"     },
+        {"${A}",   "A"     },
+        {"'$A'",   "$A"    },
+        {"\\\\",   "\\"    },
+        {"\\`",    "`"     },
+        {"/*$A*/", "/*$A*/"},
+        {"{}",     "{}"    },
+        {"",       ""      },
+    };
+    static const unsigned theLengths[] = {0,  1,    15,   16,   17,  31, 32,
+                                          33, 34,   40,   47,   48,  63, 64,
+                                          90, 4095, 4112, 4113, 4130};
+    const std::string pattern = "%y&a^|~_/#}{-.";
+    std::string filler;
+    while (filler.size() < 5000)
+        filler += pattern;
+    for (const auto &stop : theStops)
+        for (const unsigned before : theLengths)
+            for (const unsigned after : {0u, 1u, 15u, 16u, 17u, 50u})
+            {
+                const std::string start = filler.substr(0, before);
+                const std::string end = filler.substr(0, after);
+                const std::string text = start + stop.written + end;
+                UT_WorkBuffer out;
+                UTVariableScan(
+                    out, text.c_str(), utNameItself, nullptr,
+                    /*expandTilde=*/true, /*ignoreComments=*/false);
+                EXPECT_EQ(start + stop.expected + end, out.buffer()) << text;
+            }
+}
+
+TEST(UT_VariableScan, LongNamesInBracesEndAtTheirBrace)
+{
+    for (size_t length = 1; length < 100; ++length)
+    {
+        const std::string name = "{" + std::string(length, 'y') + "}%|";
+        const std::string text = "ab${" + name + "}cd";
+        UT_WorkBuffer out;
+        UTVariableScan(
+            out, text.c_str(), utNameItself, nullptr, /*expandTilde=*/true,
+            /*ignoreComments=*/true);
+        EXPECT_EQ("ab" + name + "cd", out.buffer());
+    }
+}

@@ -115,6 +115,123 @@ TEST(UT_WorkBuffer, FormattedTextsEndAtANulOrAFailure)
     }
 }
 
+// A format of random conversions of an int, a text, a long, a text, a double
+// and a long long, in this order, with random texts between them.
+static std::string
+utRandomFormat(std::mt19937 &random)
+{
+    static const char *const theFlags[] = {"",  "",   "",  "-", "0",
+                                           "+", "-0", "#", "'"};
+    static const char *const theWidths[] = {"",  "",   "1",   "3",
+                                            "7", "40", "2100"};
+    static const char *const thePrecisions[] = {"", "", "", ".0", ".2", ".9"};
+    static const char *const theTexts[] = {"", "", "/", "%%", "n", "a text "};
+    static const char *const theConversions[][6] = {
+        {"d",   "i",   "u",   "x",   "X",   "c"  },
+        {"s",   "s",   "s",   "s",   "s",   "s"  },
+        {"ld",  "li",  "lu",  "zx",  "lX",  "zd" },
+        {"s",   "s",   "s",   "s",   "s",   "s"  },
+        {"g",   "f",   "e",   "g",   "a",   "G"  },
+        {"lld", "lli", "llu", "llx", "llX", "llo"},
+    };
+    const auto any = [&random](const auto &texts)
+    { return texts[random() % std::size(texts)]; };
+    std::string format = any(theTexts);
+    for (const auto &conversions : theConversions)
+        if (random() % 8 == 0)
+            return format; // the arguments that are left over do not matter
+        else
+            format = format + '%' + any(theFlags) + any(theWidths) +
+                     any(thePrecisions) + any(conversions) + any(theTexts);
+    return format;
+}
+
+// Through a pointer: the compiler wants constant formats elsewhere.
+static int (*const theFormatter)(char *, size_t, const char *, va_list) =
+    vsnprintf;
+static int (UT_WorkBuffer::*const theReplacer)(const char *, va_list) =
+    &UT_WorkBuffer::vsprintf;
+static int (UT_WorkBuffer::*const theAppender)(const char *, ...) =
+    &UT_WorkBuffer::appendSprintf;
+
+static int
+utReplace(UT_WorkBuffer &buffer, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    const int length = (buffer.*theReplacer)(format, args);
+    va_end(args);
+    return length;
+}
+
+static std::string
+utExpectedFormat(const char *format, ...)
+{
+    std::string text(20000, '\0');
+    va_list args;
+    va_start(args, format);
+    const int length = theFormatter(&text[0], text.size(), format, args);
+    va_end(args);
+    EXPECT_GE(length, 0) << format;
+    text.resize(size_t(length));
+    return text;
+}
+
+TEST(UT_WorkBuffer, FormatsAsTheLibraryDoes)
+{
+    static const int64 theNumbers[] = {0,       1,         -1,       42,
+                                       -12345,  INT_MAX,   INT_MIN,  'c',
+                                       1 << 20, INT64_MAX, INT64_MIN};
+    const std::string theLongText(3000, 'x');
+    const char *const theTexts[] = {
+        "", "a", "geo1", "a text\xe4\xb8", nullptr, theLongText.c_str()};
+    std::mt19937 random(1);
+    for (int i = 0; i < 20000; ++i)
+    {
+        const std::string format = utRandomFormat(random);
+        const int64 number = theNumbers[random() % std::size(theNumbers)];
+        const char *const first = theTexts[random() % std::size(theTexts)];
+        const char *const second = theTexts[random() % std::size(theTexts)];
+        const auto result = [&](auto function, auto &&...target)
+        {
+            return function(
+                target..., format.c_str(), int(number), first, long(number),
+                second, double(number) / 8, static_cast<long long>(number));
+        };
+        const std::string expected = result(utExpectedFormat);
+        const std::string shown(expected.c_str()); // %c may have written a NUL
+        SCOPED_TRACE(format);
+
+        UT_WorkBuffer replaced;
+        EXPECT_EQ(int(expected.size()), result(utReplace, replaced));
+        EXPECT_EQ(shown, utText(replaced));
+        EXPECT_EQ(int(expected.size()), result(utReplace, replaced));
+        EXPECT_EQ(shown, utText(replaced));
+
+        UT_WorkBuffer appended;
+        appended.append("ab");
+        const auto append = [&](auto... args)
+        { return (appended.*theAppender)(args...); };
+        EXPECT_EQ(int(expected.size()), result(append));
+        EXPECT_EQ("ab" + shown, utText(appended));
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+TEST(UT_WorkBuffer, ConversionsThatOnlyTheLibraryKnowsCountAllThatIsWritten)
+{
+    UT_WorkBuffer buffer;
+    EXPECT_EQ(4, utReplace(buffer, "%2$s%1$s", "ab", "cd"));
+    EXPECT_EQ("cdab", utText(buffer));
+    EXPECT_EQ(9, utReplace(buffer, "%s %*d", "abc", 5, 42));
+    EXPECT_EQ("abc    42", utText(buffer));
+    // Constant, since the C library may refuse to store for one that is not.
+    int stored = 0;
+    EXPECT_EQ(6, buffer.sprintf("%s%d%nx", "abc", 42, &stored));
+    EXPECT_EQ(5, stored);
+    EXPECT_EQ("abc42x", utText(buffer));
+}
+
 TEST(UT_WorkBuffer, ProtectedTextsReadBackAsOneWord)
 {
     static const struct
