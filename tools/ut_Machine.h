@@ -1,14 +1,14 @@
-// What the library knows of the machine, in words.
+// A description of the machine, from the library.
 
 #pragma once
 
 #include <string>
 #include <vector>
 
-/// Writes it to `output`, for people or, with `asJson`, for scripts. Takes a
-/// moment, in which it watches how busy the machine is. The library is the
-/// first of `libraries` that can be loaded. False when there is none, or it
-/// does not know; `error`, empty at first, then tells.
+/// Writes a description of the machine to `output`, as text or, with `asJson`,
+/// as a JSON object. Takes 0.2 s, over which the load is measured. The library
+/// is the first of `libraries` that can be loaded. False when there is none, or
+/// it lacks the function; `error`, which must be empty, then says why.
 bool utDescribeMachine(
     const std::vector<std::string> &libraries, bool asJson, std::string &output,
     std::string &error);
