@@ -138,21 +138,21 @@ static const struct
     {UT_CONTROL_SWITCH,
      "\n## Switches\n\n"
      "`0` turns a switch off, `1` turns it on, and any other value sets it to\n"
-     "the opposite of its default.\n"         },
-    {UT_CONTROL_INT,
-     "\n## Whole numbers\n\n"
-     "Text that is not a number counts as 0. A number out of range is moved to\n"
-     "the nearest one that is allowed.\n"     },
+     "the opposite of its default.\n"                                        },
+    {UT_CONTROL_INT,    "\n## Whole numbers\n\n"
+                     "Text that is not a number counts as 0. A number out of "
+                     "range is moved to\n"
+                     "the nearest one that is allowed.\n"},
     {UT_CONTROL_FLOAT,
      "\n## Numbers with a fraction\n\n"
      "They have a point between the digits, whatever the language. Otherwise\n"
-     "the rules are those of whole numbers.\n"},
+     "the rules are those of whole numbers.\n"                               },
     {UT_CONTROL_STRING,
      "\n## Texts\n\n"
      "Each backslash becomes a slash, in the variable too. `HOME`, `USER`,\n"
      "`VALDRIN_TEMP_DIR` and `VALDRIN_DESKTOP_DIR` are set for child "
      "processes\n"
-     "where they are missing.\n"              },
+     "where they are missing.\n"                                             },
 };
 
 static std::string
