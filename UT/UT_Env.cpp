@@ -20,7 +20,7 @@ extern "C" __attribute__((weak)) char **_environ;
 
 // One block holds four arrays of theCapacity + 1 elements. The slots are the
 // process's environment, and so within everybody's reach. What this unit last
-// left in them tells whether others have been there; and only what it has
+// left in them shows whether others have changed them; and only what it has
 // allocated itself may be freed.
 static uint64 *theKeys;       // how the names begin; see utKey()
 static char **theEnvironment; // the slots; null until the first use
@@ -97,7 +97,7 @@ utKey(const char *text)
     return key;
 }
 
-// The same, in one piece where the name is long enough for that.
+// Key of a name of known length: one read where the name is long enough.
 static inline uint64
 utKey(const char *name, size_t length)
 {
@@ -198,7 +198,7 @@ initializeEnvironment()
 }
 
 // Others have been at the slots: the table follows them. Entries of theirs
-// stay theirs. An entry of ours that is gone from its slot is not freed:
+// stay theirs. An entry of ours that was removed from its slot is not freed:
 // others may keep it, and put it back.
 static void
 utAdoptSlots()
@@ -268,7 +268,7 @@ utUpdate()
         utAdoptSlots();
 }
 
-// Negative, 0 or positive, as the variable belongs before, at or behind the
+// Negative, 0 or positive, as the variable belongs before, at or after the
 // entry.
 static int
 cmpVarName(const char *name, const char *entry)

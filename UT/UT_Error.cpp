@@ -63,7 +63,7 @@ utAppendUnescaped(std::string &message, const char *text, const char *end)
     }
 }
 
-// Takes one line. False when there is no use in reading on.
+// Takes one line. False when the rest need not be read.
 static bool
 utReadLine(const char *line, ut_Messages &messages)
 {
@@ -77,10 +77,10 @@ utReadLine(const char *line, ut_Messages &messages)
     }
     if (text == line)
         return true;
-    // Deliberate: the byte behind the code goes, whatever it is.
+    // Deliberate: the byte after the code is skipped, whatever it is.
     if (*text)
         ++text;
-    // What is left of the line's end goes; blanks and tabs stay.
+    // What is left of the line's end is removed; blanks and tabs stay.
     const char *end = text + strlen(text);
     while (end > text && strchr("\n\v\f\r", end[-1]))
         --end;
@@ -123,7 +123,7 @@ utOpenMessages(UT_IFStream &file, const char *type)
 static const UT_StringArray *
 utFindMessages(const char *type)
 {
-    // Recursive: what looks for files may have an error of its own to tell.
+    // Recursive: the search for files may report an error of its own.
     struct ut_Cache
     {
         UT_Lock lock{/*initiallyLocked=*/0, /*recursive=*/true};
@@ -166,7 +166,7 @@ utFindLabel(UT_ErrorSeverity severity)
     }
 }
 
-// Each line with what goes in front of it.
+// Appends each line after `prefix`.
 static void
 utAppendLines(UT_WorkBuffer &out, const char *text, const char *prefix)
 {
@@ -182,7 +182,7 @@ utAppendLines(UT_WorkBuffer &out, const char *text, const char *prefix)
     }
 }
 
-// Reads up to three digits; a fourth one is left, and is no conversion.
+// Reads up to three digits; a fourth one is left, and makes it invalid.
 static int
 utReadNumber(const char *&text)
 {

@@ -38,8 +38,8 @@ public:
 
     bool isOpen() const { return myFile >= 0; }
 
-    // At once: what others append then comes before or behind all of it. Only
-    // a full disk or a signal takes it apart.
+    // In one write: what others append then comes before or after all of it.
+    // Only a full disk or a signal takes it apart.
     void append(const char *bytes, size_t count) const
     {
         while (count > 0)

@@ -186,7 +186,7 @@ void
 UT_ErrorManager::pruneDuplicates()
 {
     // From the last to the first: when a text comes again, the one met before
-    // goes.
+    // is removed.
     UT_SymbolTable lastSeen; // indices by texts
     for (int i = entries(); i-- > 0;)
     {
@@ -221,7 +221,7 @@ UT_ErrorManager::stealErrors(
         if (filter != UT_ERROR_NONE && filter != error->getSeverity())
             continue;
         if (copy)
-            // The type goes on as the pointer that it is.
+            // The type is passed on as a pointer, not copied.
             error = new UT_Error(
                 error->getErrorType(), error->getErrorCode(),
                 error->getErrorString(), error->getSeverity());

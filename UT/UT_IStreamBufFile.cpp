@@ -15,7 +15,7 @@
 static bool theStdinIsByLines = false;
 static UT_IStreamBuf *theStdinBuf = nullptr; // never destroyed
 
-// Moves `file`; one that has met its end, but no error, forgets about it.
+// Moves `file`; clears its end-of-file mark unless it also has an error.
 static bool
 utSeekFile(FILE *file, int64 offset, int whence)
 {
@@ -95,13 +95,13 @@ private:
     bool seekFile(int64 offset, int whence);
 
     int myFile = -1;       // -1 when closed
-    int64 myPosition = -1; // of the file, behind the window; -1: has none
+    int64 myPosition = -1; // of the file, after the window; -1: has none
     bool myIsAtEnd = false;
     int myNextFill = theBlockSize; // grows as long as nobody seeks
     int myWindowPos = 0;           // the next byte of the window
     int myWindowEnd = 0;
     char myWindow[theWindowSize];
-    char myBlock[theBlockSize]; // stays while the window goes on
+    char myBlock[theBlockSize]; // stays while the window moves on
 };
 
 // Hands out a line at a time, with its newline, of standard input or another
@@ -144,7 +144,7 @@ ut_FileStreamBuf::loadBuffer(int &start, int &end)
     end = int(fread(myBlock, 1, sizeof(myBlock), myFile));
     if (end > 0)
         return myBlock;
-    // The end is none; but who waits for the end must not wait for ever.
+    // The end is not an error; but whoever waits for it must not wait forever.
     if (ferror(myFile))
         setError(nullptr);
     return nullptr;
@@ -198,7 +198,7 @@ ut_FilePtrStreamBuf::drop()
     myNextFill = theBlockSize;
 }
 
-// Up to `n` bytes behind the window; 0 at the end, which sticks, and -1 for an
+// Up to `n` bytes after the window; 0 at the end, which sticks, and -1 for an
 // error, which is left in errno.
 int
 ut_FilePtrStreamBuf::readFile(char *buf, int n)
@@ -287,7 +287,7 @@ ut_FilePtrStreamBuf::loadBuffer(int &start, int &end)
     myWindowPos += end;
     if (end > 0)
         return myBlock;
-    // The end is none; but who waits for the end must not wait for ever.
+    // The end is not an error; but whoever waits for it must not wait forever.
     if (!endOfBuffer())
         setError(nullptr);
     return nullptr;
@@ -306,7 +306,7 @@ ut_FilePtrStreamBuf::tellPos() const
 bool
 ut_FilePtrStreamBuf::seekFile(int64 offset, int whence)
 {
-    // As far as a long goes.
+    // Positions are limited to the range of long.
     int64 target = 0;
     if (whence < 0 || whence > 2 || long(offset) != offset || myPosition < 0 ||
         __builtin_add_overflow(

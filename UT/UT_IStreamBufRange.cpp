@@ -39,7 +39,7 @@ private:
     UT_IStreamBuf *mySource; // one reference is ours
     int64 myStart;           // positions of the source
     int64 myEnd;
-    int64 myRemaining; // bytes; negative behind the end
+    int64 myRemaining; // bytes; negative past the end
 };
 
 } // namespace

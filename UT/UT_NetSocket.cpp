@@ -85,7 +85,7 @@ UT_NetSocket::newSocket(int port, bool blocking)
     return new UT_NetSocket(port, blocking);
 }
 
-// The first address of a host, zeros behind it.
+// The first address of a host, zeros after it.
 static bool
 utResolve(const char *host, in_addr &out)
 {
@@ -380,7 +380,7 @@ UT_NetSocket::read(UT_WorkBuffer &out, int timeoutMs, bool untilNul)
 
 // Whether the message whose beginning is `out` is to be read further. What
 // waits at the socket is asked for only where the answer decides: it costs a
-// system call, and for most of a long message the text alone tells.
+// system call, and for most of a long message the text is enough.
 bool
 UT_NetSocket::goesOn(const UT_WorkBuffer &out, bool untilNul)
 {

@@ -68,7 +68,7 @@ utAnyToFloat8(float *to, const fpreal16 *from)
     const ut_Int8 magnitude = (bits & 0x7FFF) << 13;
     const ut_Int8 isSpecial = magnitude >= 31 << 23;
     const ut_Int8 isDenormal = magnitude < 1 << 23;
-    // A denormal's mantissa counts behind a one, which is then subtracted.
+    // A denormal's mantissa is put after a one, which is then subtracted.
     const ut_Int8 one = ut_Int8{} + (113 << 23);
     const ut_Int8 oneAndMantissa = (magnitude & isDenormal) + one;
     const ut_Float8 rest = reinterpret_cast<ut_Float8>(oneAndMantissa) -
@@ -122,7 +122,7 @@ utAnyToHalf8(fpreal16 *to, const float *from, ut_Int8 &overflowed)
     const ut_Int8 isDenormal = magnitude < theNormalBits;
     const ut_Int8 normal = (magnitude - ((112 << 23) - 0x1000)) >> 13;
     const ut_Int8 special = (magnitude >> 13) & 0x7FFF;
-    // In units of 2^-24. The sum is exact wherever its whole part could tell.
+    // In units of 2^-24. The sum is exact wherever its whole part matters.
     const ut_Int8 small = magnitude & isDenormal & ~isTiny;
     const ut_Int8 denormal = __builtin_convertvector(
         reinterpret_cast<ut_Float8>(small) * 16777216.0f + 0.5f, ut_Int8);

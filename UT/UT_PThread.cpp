@@ -292,8 +292,8 @@ UT_PThread::killThread()
     const int error = pthread_cancel(myThreadId);
     if (error == 0)
     {
-        // A worker that has just done its job goes to sleep: it has to see that
-        // there is no other.
+        // A worker that has just done its job is about to sleep: it has to see
+        // that there is no other.
         pthread_mutex_lock(&myMutex);
         myIsAlive = false;
         pthread_cond_broadcast(&myCondition);

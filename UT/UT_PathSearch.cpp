@@ -34,9 +34,9 @@ static const struct
 };
 static_assert(std::size(thePaths) == UT_PATH_COUNT);
 
-// The file that this library was loaded from, malloc'ed; null when nobody
-// knows. The system has its full path; what the loader was told may be relative
-// to a directory that the program has left.
+// The file that this library was loaded from, malloc'ed; null when it is
+// unknown. The system has its full path; what the loader was given may be
+// relative to a directory that the program has left.
 static char *
 utFindLibraryFile()
 {

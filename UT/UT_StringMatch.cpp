@@ -27,8 +27,8 @@ utPatternRecord::addSingle(char c)
         singles[singleCount++] = c;
 }
 
-// Adds a copy of the bytes of a text that goes on after them: the last one
-// gives way to the NUL.
+// Adds a copy of the bytes of a text that continues after them: the last one
+// is replaced by the NUL.
 static char *
 utCopyOf(const char *text, size_t length)
 {

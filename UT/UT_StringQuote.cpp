@@ -93,7 +93,7 @@ UT_String::expandControlSequences()
     char *write = myData + (read - myData);
     for (; *read; ++read)
     {
-        // A backslash at the very end has the NUL behind it, and stays.
+        // A backslash at the very end is followed by the NUL, and stays.
         if (*read == '\\' && read[1])
             *write++ = utControl(*++read);
         else

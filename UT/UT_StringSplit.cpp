@@ -113,7 +113,7 @@ public:
         myBefore = '\0';
         while (takeRun(), utWordClass(*myRead) == UT_BYTE_QUOTE)
             takeQuote();
-        // The space may lie where its word's NUL goes.
+        // The space may lie where its word's NUL is written.
         if (*myRead)
             ++myRead;
         *myWrite++ = '\0';

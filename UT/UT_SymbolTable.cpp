@@ -38,7 +38,7 @@ utSymPool()
     return pool ? *pool : utMakeSymPool();
 }
 
-// A name and what one pass over it tells.
+// A name and what one pass over it computes.
 struct UT_SymList::UT_Sym::ut_Key
 {
     // Bytes count as signed ones wherever plain char is not, too.
@@ -61,7 +61,7 @@ struct UT_SymList::UT_Sym::ut_Key
     uint32 hash;
 };
 
-// The hash of its name lies in the block behind each node, where the first
+// The hash of its name lies in the block after each node, where the first
 // look at a node during a look-up or a move finds it: the name itself is
 // somewhere else. Not a member, because programs know the size of a node.
 UT_SymList::UT_Sym::UT_Sym(const ut_Key &key) : name(key.copy()), next(nullptr)
@@ -178,7 +178,7 @@ UT_SymList::deleteEntry(const ut_Key &key)
     if (!sym)
         return 0;
     // The name may be that of one of the nodes: unlink them all before any
-    // of them goes.
+    // of them is deleted.
     UT_Sym *end = sym->next;
     while (end && strcmp(end->name, key.name) == 0)
         end = end->next;
@@ -454,7 +454,7 @@ utCountNumbered(UT_Thing &, const char *name, void *data)
     if (strncmp(name, numbered->base, numbered->length) != 0 ||
         !utIsDigit(name[numbered->length]))
         return 1;
-    // Deliberate: text behind the number does not matter.
+    // Deliberate: text after the number does not matter.
     const long number = strtol(name + numbered->length, nullptr, 10);
     if (number >= numbered->count && number < INT_MAX)
         numbered->count = int(number) + 1;

@@ -49,7 +49,7 @@ utIsNameCharacter(char c)
     return utIsLetter(c) || utIsDigit(c) || c == '_';
 }
 
-// Behind the brace that closes the one in front of `text`; null when there is
+// Past the brace that closes the one before `text`; null when there is
 // none. Quotes and backslashes do not hide a brace.
 static const char *
 utBehindClosingBrace(const char *text)
@@ -95,8 +95,8 @@ utFrameWidth(const char *name)
 
 // Bytes of modifiers at `text`, which follows a name.
 //
-// The setting is asked for at a colon only: to compute the settings some texts
-// are expanded, and those have no colon behind a name.
+// The setting is read at a colon only: to compute the settings some texts
+// are expanded, and those have no colon after a name.
 static int
 utModifiersLength(const char *text)
 {
@@ -241,7 +241,7 @@ namespace
 //
 // The text of a reference in braces is scanned where it stands, however deep,
 // and not by a call of its own: the names under construction lie in one buffer
-// one behind the other, the innermost last. Every brace that comes by is
+// one after the other, the innermost last. Every brace that comes by is
 // counted, so that the one that closes a name is known when it comes.
 class ut_VariableScanner
 {
@@ -290,8 +290,8 @@ private:
 
     UT_WorkBuffer &myOut;
     const char *myNext;     // what is not scanned yet
-    char myPrevious = '\0'; // in front of it; NUL at the start and behind what
-                            // was replaced
+    char myPrevious = '\0'; // before it; NUL at the start and after what was
+                            // replaced
     int myCount = 0;
     unsigned myDepth = 0; // open braces since the outermost open name
     UT_RefArray<ut_OpenName> myOpenNames; // the innermost last

@@ -31,7 +31,7 @@ UT_WorkBuffer::copyIntoString(char *out, int size) const
 void
 UT_WorkBuffer::reserve(unsigned size)
 {
-    // All of the old storage: a lock holder may have written behind the text.
+    // All of the old storage: a lock holder may have written after the text.
     if (size > unsigned(myAllocatedSize))
         move(size, /*kept=*/myAllocatedSize);
 }
@@ -48,7 +48,7 @@ UT_WorkBuffer::move(unsigned size, int kept)
     }
     else
         myBuffer = static_cast<char *>(utChecked(realloc(myBuffer, size)));
-    // Room that an int cannot count is there, but not told.
+    // Room past INT_MAX exists, but is not reported.
     myAllocatedSize = int(std::min(size, unsigned(INT_MAX)));
 }
 
@@ -59,7 +59,7 @@ UT_WorkBuffer::isOwn(const char *bytes) const
 }
 
 // Room for `length` bytes and their NUL, by doubling. Doubling ends at INT_MAX,
-// the most that the capacity can tell. Keeps `kept` bytes of the old storage.
+// the most that the capacity can be. Keeps `kept` bytes of the old storage.
 bool
 UT_WorkBuffer::growTo(int length, int kept)
 {
@@ -97,7 +97,7 @@ UT_WorkBuffer::appendSlowly(const char *bytes, size_t count)
     if (newLength >= myAllocatedSize)
     {
         // Our own bytes move with the storage. Else nothing but the text has
-        // to: the append covers what was behind it.
+        // to: the append covers what was after it.
         const bool own = isOwn(bytes);
         const size_t offset = own ? size_t(bytes - myBuffer) : 0;
         growTo(newLength, own ? myAllocatedSize : myLength);
@@ -117,7 +117,7 @@ UT_WorkBuffer::protectedStrcat(const char *text, bool forceQuotes)
     }
     if (isOwn(text))
     {
-        // Its NUL is where the first append goes.
+        // The first append overwrites its NUL.
         UT_WorkBuffer copy;
         copy.append(text);
         protectedStrcat(copy.buffer(), forceQuotes);
@@ -195,7 +195,7 @@ UT_WorkBuffer::vsprintf(const char *format, va_list args)
     }
     for (;;)
     {
-        // The first attempt tells the length, so a second one always fits.
+        // The first attempt returns the length, so a second one always fits.
         const int formatted = utFormat(myBuffer, usable, format, args);
         myBuffer[usable - 1] = '\0';
         if (formatted >= 0 && unsigned(formatted) >= usable &&

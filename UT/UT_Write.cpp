@@ -70,7 +70,7 @@ UTbwrite(std::ostream &out, const double *values, int count)
 }
 
 // The longest number is a double of 17 digits, with two signs, a point and
-// an exponent of three digits; a separator goes with it.
+// an exponent of three digits; a separator is added.
 static const int theNumberSize = 32;
 
 template <class T>

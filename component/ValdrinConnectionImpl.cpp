@@ -96,8 +96,8 @@ utSend(const char *text, const char *tag, char **result)
         UT_WorkBuffer xml;
         buildXML(text, tag, xml);
         UT_String reply;
-        // Deliberate: an application that cannot be reached is no failure of
-        // the call; script sees it in the text.
+        // Deliberate: an application that cannot be reached is not a failure
+        // of the call; script sees it in the text.
         ValdrinConnectionImpl::runCommandUsingSocket(
             xml.buffer(), reply, theSocketPortNumber);
         if (result)
