@@ -151,7 +151,7 @@ utTimeZone(ut_DateText &out, const tm &t)
         out.put(name, strlen(name));
 }
 
-// Of a byte that is no letter, or has no conversion: null.
+// Null for a byte that is not a letter or has no conversion.
 static ut_Conversion
 utFindConversion(char letter)
 {

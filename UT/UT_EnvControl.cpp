@@ -67,7 +67,7 @@ UT_EnvControl::createControl()
     static UT_Lock theCreation(UT_STATIC_LOCK);
     static ut_ForkLock theForkLock(theCreation, UT_FORK_SETTINGS);
     theForkLock.join();
-    // The light-weight way to wait asks for a setting.
+    // The light-weight way to wait reads a setting.
     theCreation.lockNap();
     const std::lock_guard<UT_Lock> guard(theCreation, std::adopt_lock);
     const ut_CancelGuard cancelGuard; // they are read as a whole
@@ -80,7 +80,7 @@ UT_EnvControl::UT_EnvControl()
 {
     doInit();
     // Not later: the names go into a table with a lock, and the first lock
-    // asks for a setting.
+    // reads a setting.
     theControl.store(this, std::memory_order_release);
 
     theVariableNames().clear();

@@ -83,7 +83,7 @@ UT_ErrorManager::add(
     const char *type, int code, const char *string, UT_ErrorSeverity severity)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // nobody owns the error yet
+    const ut_CancelGuard guard; // the error has no owner yet
     UT_Error *error = new UT_Error(type, code, string, severity);
     UTgetErrorLog()->logError(error);
     return append(error);
@@ -111,7 +111,7 @@ UT_ErrorSeverity
 UT_ErrorManager::addError(const char *type, int code, const char *string)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // nobody owns the error yet
+    const ut_CancelGuard guard; // the error has no owner yet
     UT_Error *error = new UT_Error(type, code, string, UT_ERROR_ERROR);
     utTellMonitor(*error);
     UTgetErrorLog()->logError(error);
@@ -343,7 +343,7 @@ UT_ErrorSeverity
 UTaddError(UT_Error *error)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // nobody owns the error yet
+    const ut_CancelGuard guard; // the error has no owner yet
     UTgetErrorLog()->logError(error);
     return UTgetErrorManager()->append(error);
 }

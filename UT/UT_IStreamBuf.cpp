@@ -206,7 +206,7 @@ UT_IStreamBuf::stealLoadBufferData(int &start, int &end, int max)
 {
     if (max <= 0 || !ensurePending())
         return nullptr;
-    // The pointer moves up instead of the index, so that nobody unwinds to
+    // The pointer moves up instead of the index, so that no unwind goes to
     // bytes before those returned.
     const char *const bytes = myLoadBuffer + myLoadPos;
     start = 0;

@@ -97,7 +97,7 @@ private:
     int myFile = -1;       // -1 when closed
     int64 myPosition = -1; // of the file, after the window; -1: has none
     bool myIsAtEnd = false;
-    int myNextFill = theBlockSize; // grows as long as nobody seeks
+    int myNextFill = theBlockSize; // grows until a seek
     int myWindowPos = 0;           // the next byte of the window
     int myWindowEnd = 0;
     char myWindow[theWindowSize];
@@ -394,7 +394,7 @@ utShareStdin()
             theStdinBuf = new ut_StdinStreamBuf(stdin);
         else
             theStdinBuf = new ut_FileStreamBuf(stdin);
-        // Deliberate: a reference that nobody gives back.
+        // Deliberate: a reference that is never released.
         theStdinBuf->addReference();
     }
     theStdinBuf->addReference();

@@ -51,7 +51,7 @@ ut_RangeStreamBuf::ut_RangeStreamBuf(
 {
     if (mySource->seekg(myStart, 0))
         myRemaining = length;
-    // Last: nobody gives it back for an object that was not made.
+    // Last: it is not released for an object that was not constructed.
     mySource->addReference();
 }
 

@@ -119,7 +119,7 @@ UT_PThread::isOfParent() const
 }
 
 // In a child of fork(): there is no thread, and what it waited for or held is
-// as nobody left it.
+// in an unknown state.
 void
 UT_PThread::forgetParent()
 {
@@ -224,7 +224,7 @@ void
 UT_PThread::threadEnded()
 {
     forgetParent();
-    // Both at once, so that nobody sees an idle worker that is about to go.
+    // Both at once, so that an idle worker that is about to end is never seen.
     pthread_mutex_lock(&myMutex);
     myIsAlive = false;
     myState = IDLE;

@@ -53,7 +53,7 @@ utFindLibraryFile()
             if (sscanf(line.buffer(), "%lx-%lx", &begin, &end) != 2 ||
                 here < begin || here >= end)
                 continue;
-            // Of what has no file, and of what is deleted, there is no path.
+            // A mapping without a file, or of a deleted one, has no path.
             if (const char *const file = strchr(line.buffer(), '/'))
                 path = realpath(file, nullptr);
             break;
@@ -133,7 +133,7 @@ UT_PathSearch::getDirectories()
 {
     if (myIsCurrent)
         return myDirectories;
-    // Before the list is made: what that asks for may change a variable.
+    // Before the list is made: settings that it reads may change a variable.
     myIsCurrent = true;
     try
     {

@@ -256,7 +256,7 @@ UT_String::suffix() const
 }
 
 // Where the search for a file name's number begins, backward: at the
-// extension's dot, or at the end. The component's first byte is no such dot.
+// extension's dot, or at the end. The component's first byte is not such a dot.
 static const char *
 utNumberSearchStart(const char *component, const char *end)
 {

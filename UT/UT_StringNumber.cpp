@@ -1,4 +1,4 @@
-// Numbers as text: what is one, what it is worth, and how one is written.
+// Numbers as text: recognising, reading and writing them.
 
 #include "UT_String.h"
 

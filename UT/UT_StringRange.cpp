@@ -327,7 +327,8 @@ stAddName(int major, int, void *data)
     return 1;
 }
 
-// Deliberate: a dash between letters is no range, "[a-c]" stands for a and c.
+// Deliberate: a dash between letters is not a range, "[a-c]" stands for a and
+// c.
 int
 stExpandLetterPattern(const char *contents, stExpandData *data)
 {

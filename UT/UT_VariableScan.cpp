@@ -74,14 +74,14 @@ utEndOfExpression(const char *text)
     return end;
 }
 
-// The width that a frame number's name asks for: "F4" is F in 4 characters,
+// The least width in the name of a frame number: "F4" is F in 4 characters,
 // and "F" in 0. -1 for all other names.
 static int
 utFrameWidth(const char *name)
 {
     if (name[0] != 'F')
         return -1;
-    // No path has room for more, and a few digits may not ask for gigabytes.
+    // No path has room for more, and a few digits must not claim gigabytes.
     constexpr int theWidestFrame = 4096;
     int width = 0;
     for (const char *digit = name + 1; *digit; ++digit)
@@ -525,7 +525,7 @@ ut_VariableScanner::replaceValue(int modifiersLength)
     char *const name = &myScratch[0];
     const int width = utFrameWidth(name);
     if (width >= 0)
-        name[1] = '\0'; // the digits are no part of it
+        name[1] = '\0'; // without the digits
     const char *const value = myLookups.variable(name, myLookups.data);
     if (!value)
         return;

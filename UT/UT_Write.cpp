@@ -80,7 +80,7 @@ utFormat(char *to, T value)
     return std::to_chars(to, to + theNumberSize, value).ptr;
 }
 
-// What a reader takes for a value that is no number, or none that has digits.
+// What a reader takes for a NaN or an infinity.
 static char *
 utFormatSpecial(char *to, bool isNan, bool isNegative)
 {

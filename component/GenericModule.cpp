@@ -90,7 +90,7 @@ protected:
     ~ut_IGenericFactory() = default;
 };
 
-// The factory of one class, and what there is to know about the class.
+// The factory of one class, and the facts about that class.
 class ut_GenericFactory : public ut_IGenericFactory, public nsIClassInfo
 {
 public:

@@ -173,8 +173,8 @@ ValdrinConnectionImpl::StashString(const char *text)
 nsresult
 ValdrinConnectionImpl::GetStashedString(char **result)
 {
-    // Deliberate: a null `result` is not refused here. A copy that there is no
-    // memory for is null, and not reported.
+    // Deliberate: a null `result` is not refused here. A copy that cannot
+    // be allocated is null, and not reported.
     utStringToCharPtr(theStash, result);
     return NS_OK;
 }
