@@ -26,8 +26,8 @@ static const size_t theAbbreviation = 3; // letters
 namespace
 {
 
-// Where the text goes: into a block, and from there to the stream if there is
-// one. Without a stream the text ends with the block.
+// The destination of the text: a block, which is written to the stream if there
+// is one. Without a stream the text ends with the block.
 class ut_DateText
 {
 public:

@@ -28,8 +28,8 @@ static char *const theMissingString = &theMissingMark;
 
 std::atomic<UT_EnvControl *> UT_EnvControl::theControl(nullptr);
 
-// The default texts by id. Those that depend on machine and user are worked
-// out once: a later change of the environment does not move them.
+// The default texts by id. Those that depend on machine and user are
+// computed once: a later change of the environment does not affect them.
 static const char *theStringDefaults[UT_STR_CONTROL_COUNT];
 
 // The names of all variables that are settings.
@@ -127,7 +127,7 @@ utComputeDefaults()
     theStringDefaults[UT_VALDRIN_OS] = "Linux";
 }
 
-// Nothing here may ask for a setting.
+// Nothing here may read a setting.
 void
 UT_EnvControl::doInit()
 {

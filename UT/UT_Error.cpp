@@ -84,7 +84,7 @@ utReadLine(const char *line, ut_Messages &messages)
     const char *end = text + strlen(text);
     while (end > text && strchr("\n\v\f\r", end[-1]))
         --end;
-    // Further lines of a code go on where the one before ended.
+    // Further lines of a code are appended to the one before.
     utAppendUnescaped(messages[code], text, end);
     return true;
 }
@@ -118,8 +118,7 @@ utOpenMessages(UT_IFStream &file, const char *type)
            file.open(path, UT_ISTREAM_ASCII);
 }
 
-// The texts of a type, null when there is no file. They stay as they are, for
-// ever.
+// The texts of a type, null when there is no file. They never change.
 static const UT_StringArray *
 utFindMessages(const char *type)
 {
@@ -192,8 +191,8 @@ utReadNumber(const char *&text)
     return number;
 }
 
-// What printf() would make of `text` and one string, if that is safe. False,
-// with a part of it done, if it is not.
+// The output of printf() for `text` and one string, if that is safe. False,
+// with a part of it written, if it is not.
 static bool
 utAppendFormatted(UT_WorkBuffer &out, const char *text, const char *argument)
 {

@@ -18,7 +18,7 @@
 namespace
 {
 
-// The log file, as long as one error needs it.
+// The log file, open while one error is written.
 class ut_LogFile
 {
 public:
@@ -65,7 +65,7 @@ private:
 static const int theRepeatSeconds = 2;
 static const int theMemorySeconds = 3;
 
-// So many texts are kept whatever their age.
+// This many texts are kept whatever their age.
 static const int theUsualTexts = 1000;
 
 // The seconds from one time to another, which may go back. Texts' times are
@@ -135,7 +135,7 @@ UT_ErrorLog::write(const UT_Error *error)
 {
     const ut_ErrnoKeeper keeper;
     // Before the lock is taken: an error class of a program may add errors
-    // while it looks for its words.
+    // while it builds its message.
     const bool isWanted = error && error->getSeverity() >= myLevel;
     UT_String message;
     if (isWanted)

@@ -104,7 +104,7 @@ private:
     char myBlock[theBlockSize]; // stays while the window moves on
 };
 
-// Hands out a line at a time, with its newline, of standard input or another
+// Returns one line at a time, with its newline, of standard input or another
 // terminal.
 class ut_StdinStreamBuf : public UT_IStreamBuf
 {
@@ -177,7 +177,7 @@ ut_FilePtrStreamBuf::closeOnce()
     const int file = myFile;
     myFile = -1;
     drop();
-    // Closed it is in any case.
+    // It is closed in any case.
     return file < 0 || close(file) == 0 || errno == EINTR;
 }
 

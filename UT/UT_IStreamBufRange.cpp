@@ -55,7 +55,7 @@ ut_RangeStreamBuf::ut_RangeStreamBuf(
     mySource->addReference();
 }
 
-// A source that fails is not to pass for the end of the range.
+// A source that fails must not look like the end of the range.
 void
 ut_RangeStreamBuf::takeError()
 {
@@ -130,7 +130,7 @@ ut_RangeStreamBuf::seekPos(int64 offset, int whence)
 bool
 ut_RangeStreamBuf::endOfBuffer() const
 {
-    // The source may hold bytes that were not handed over yet.
+    // The source may hold bytes that it has not returned yet.
     return myRemaining <= 0 || mySource->hasError() ||
            (mySource->pending() == 0 && mySource->endOfBuffer());
 }

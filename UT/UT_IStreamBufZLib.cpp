@@ -22,11 +22,11 @@ public:
     bool seekPos(int64 offset, int whence) override;
     bool endOfBuffer() const override { return myIsAtEnd && ahead() == 0; }
 
-    // Prepares for the first read. The factories call it, when the object is
-    // whole.
+    // Prepares for the first read. The factories call it, once the object is
+    // complete.
     virtual bool initStream();
 
-    // Starts again at the front.
+    // Starts again at the beginning.
     virtual bool zstreamReset();
 
 protected:

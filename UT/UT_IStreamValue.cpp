@@ -33,7 +33,8 @@ UT_IStream::readValues(T *values, int count)
     const int most = (1 << 16) / int(sizeof(T));
     int whole = 0;
     int got = most;
-    // Many reads look like one: that is not to find an end, where it had all.
+    // Several reads act as one, which does not meet the end if it got
+    // everything.
     while (!myError && !myStream->hasError() && whole < count && got == most &&
            (whole == 0 || !isUsedUp()))
     {
@@ -92,7 +93,7 @@ UT_IStream::bread(double *values, int count)
     return readValues(values, count);
 }
 
-// What strtol() says of a text that getNumber() stored.
+// The result of strtol() for a text that getNumber() stored.
 static long
 utToLong(const char *text, const char *end)
 {

@@ -57,7 +57,7 @@ utToFloat8(float *to, const fpreal16 *from, ut_Int8 &rare)
     memcpy(to, &result, sizeof result);
 }
 
-// The same for denormals, infinities and NaNs too.
+// Halves to floats, also for denormals, infinities and NaNs.
 static UT_INLINE void
 utAnyToFloat8(float *to, const fpreal16 *from)
 {
@@ -108,7 +108,7 @@ utToHalf8(fpreal16 *to, const float *from, ut_Int8 &rare)
     utStoreHalves(to, (normal | (bits >> 16 & 0x8000)) & ~isTiny);
 }
 
-// The same for denormals, infinities and NaNs too; `overflowed` gets the lanes
+// Floats to halves, also for denormals and others; `overflowed` gets the lanes
 // where a finite value becomes an infinity.
 static UT_INLINE void
 utAnyToHalf8(fpreal16 *to, const float *from, ut_Int8 &overflowed)
@@ -198,7 +198,7 @@ struct ut_HalfCasts
 
 } // namespace
 
-// The fastest that this processor can and the user allows.
+// The fastest version that this processor has and the user allows.
 static const ut_HalfCasts &
 utHalfCasts()
 {

@@ -59,7 +59,7 @@ private:
     UT_PThread &myThread;
 };
 
-// Ends the worker however its last job is left.
+// Ends the worker however its last job ends.
 class ut_EndGuard
 {
 public:
@@ -82,7 +82,7 @@ UT_PThread::UT_PThread(int spinMode)
     : UT_Thread(spinMode), myFunction(nullptr), myData(nullptr), myThreadId(),
       myIsAlive(false), myIsJoinable(false), myForks(0), mySleepers(0)
 {
-    // Here, because it may make the settings, which is not for workers to do.
+    // Here, because it may create the settings, which workers must not do.
     utSpinsBeforeSleep();
     utWatchForks();
     myForks = theForkCount.load();
@@ -140,7 +140,7 @@ UT_PThread::startThread(void *(*function)(void *), void *data)
     if (waitThread(0))
         waitForState(IDLE);
     // A thread that has ended is waited for before its job is overwritten: one
-    // that was killed may still be at it.
+    // that was killed may still run it.
     const bool isAlive = waitThread(0);
     if (!isAlive)
         waitThread(1);

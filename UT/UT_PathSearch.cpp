@@ -66,7 +66,7 @@ utFindLibraryFile()
     return path;
 }
 
-// Where the toolkit's own data lies, "" when that is nowhere. A build tree and
+// The folder of the toolkit's own data, "" if there is none. A build tree and
 // an installation have it at the same place: some folders above the library
 // (how many depends on what the system calls its library folder).
 static UT_String

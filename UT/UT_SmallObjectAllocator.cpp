@@ -10,7 +10,7 @@
 namespace
 {
 // Holds a lock that may not be there. Waiting for it is not cancelled: objects
-// give their blocks back in destructors.
+// free their blocks in destructors.
 class ut_OptionalGuard
 {
 public:
@@ -36,8 +36,8 @@ private:
     UT_Lock *myLock;
 };
 
-// A lock that forks wait for. It asks nothing when it is made: the first pool
-// may be made by what answers such questions.
+// A lock that forks wait for. Its construction reads no setting: the
+// settings may need the first pool.
 class ut_PoolLock : public UT_Lock
 {
 public:

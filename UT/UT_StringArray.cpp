@@ -253,7 +253,7 @@ utPlainKey(const char *text)
     return key;
 }
 
-// The texts lie all over the memory, so a sort takes longer to fetch them than
+// The texts are scattered in memory, so a sort takes longer to fetch them than
 // to compare them: keys decide most comparisons. They begin after what all
 // texts share, but not within a number.
 void

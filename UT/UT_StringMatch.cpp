@@ -204,7 +204,7 @@ utMatchUpToStar(const char *&pattern, const char *&subject, OnSingle onSingle)
         case '[':
         {
             // Deliberate: a dash, an exclamation mark and a circumflex are
-            // members like others. A set that is not closed never matches.
+            // members like others. An unclosed set never matches.
             bool isMember = false;
             const char *member = pattern + 1;
             for (; *member && *member != ']'; ++member)
@@ -314,9 +314,9 @@ utMatchSegment(
     return UT_FAILS;
 }
 
-// The answer alone. What stands between two stars may as well match as early
-// as it can, so only the last star is ever tried again, and the time is at
-// most the product of the two lengths.
+// Only whether it matches. What stands between two stars may as well match as
+// early as it can, so only the last star is ever tried again, and the time is
+// at most the product of the two lengths.
 template <class Compare>
 static bool
 utMatch(const char *pattern, const char *subject)
@@ -450,7 +450,7 @@ utMatchAndRecord(
             star.start = star.candidate = subject;
             star.recorded = utEntries(record);
         }
-        // Go on from the last star that has somewhere left to try.
+        // Continue from the last star with a position left to try.
         for (;; --depth)
         {
             if (depth == 0)

@@ -45,7 +45,7 @@ utWordClass(char byte)
 namespace
 {
 
-// Where the words go: a UT_WorkArgs, or an array that ends in a null.
+// The destination of the words: a UT_WorkArgs, or an array that ends in a null.
 class ut_ArgsSink
 {
 public:

@@ -12,7 +12,7 @@
 
 // ---- One bucket ------------------------------------------------------------
 
-// Never destroyed: tables in static storage give their nodes back at exit. Made
+// Never destroyed: tables in static storage free their nodes at exit. Made
 // without waiting: the thread that makes it may not be there in a child of
 // fork().
 static std::atomic<UT_SmallObjectAllocator *> theSymPool(nullptr);
@@ -563,7 +563,7 @@ UT_SymbolTable::adjust(UT_AdjustType type)
     int newSize = myTableSize;
     if (type == UT_ADJUST_GROW)
     {
-        // Asked this way a table without buckets grows at any load factor.
+        // In this form a table without buckets grows at any load factor.
         if (!(used < size * myMaxLoadFactor))
             newSize = UTbumpAllocToPrime(myTableSize);
     }
@@ -573,10 +573,10 @@ UT_SymbolTable::adjust(UT_AdjustType type)
         rehash(newSize);
 }
 
-// Nodes are all over memory, and which buckets have any cannot be predicted:
-// one node after the other, a move would wait most of the time. So the first
-// nodes of a run of buckets move together, in steps of which each asks for the
-// memory that the next one needs.
+// Nodes are scattered in memory, and which buckets have any cannot be
+// predicted: one node after the other, a move would wait most of the time. So
+// the first nodes of a run of buckets move together, in steps of which each
+// prefetches the memory that the next one needs.
 void
 UT_SymbolTable::rehash(int tableSize)
 {

@@ -37,10 +37,11 @@ static constexpr struct ut_ScanTable
     unsigned char kinds[256];
 } theScanTable;
 
-// What a name between percent signs does not have. PROGRAMFILES(X86) is one.
+// Characters that a name between percent signs cannot have. Parentheses are not
+// among them: PROGRAMFILES(X86) is a name.
 static constexpr char theNoNameChars[] = "%:=\"<>|^&` \t\n\v\f\r";
 
-// What a backslash takes the special meaning of.
+// Characters that a backslash makes ordinary.
 static constexpr char theScanProtectedChars[] = "`$~'";
 
 static bool
@@ -157,7 +158,7 @@ struct ut_Substitution
 } // namespace
 
 // Whether the modifier, with its colon, is a substitution that would make the
-// value longer than is good for it.
+// value longer than allowed.
 static bool
 utMakesTooLong(const UT_String &value, const char *modifier)
 {
@@ -187,7 +188,7 @@ utMakesTooLong(const UT_String &value, const char *modifier)
 }
 
 // One after the other: each substitution can multiply the length of the value,
-// and a line of them would ask for gigabytes.
+// and a line of them would allocate gigabytes.
 static void
 utApplyModifiers(UT_String &value, const char *modifiers, const char *end)
 {

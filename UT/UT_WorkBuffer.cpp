@@ -219,7 +219,7 @@ UT_WorkBuffer::sprintf(const char *format, ...)
     return formatted;
 }
 
-// Apart from the usual short text, which then costs little stack.
+// Separate from the usual short text, which then costs little stack.
 [[gnu::noinline]] int
 UT_WorkBuffer::appendLongFormatted(
     unsigned size, const char *format, va_list args)

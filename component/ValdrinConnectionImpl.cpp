@@ -45,7 +45,7 @@ ValdrinConnectionImpl::Release()
 {
     if (--myReferenceCount)
         return myReferenceCount;
-    // Whoever takes and drops a reference during destruction must not destroy
+    // A reference taken and released during destruction must not destroy
     // the object again.
     myReferenceCount = 1;
     delete this;
@@ -80,7 +80,7 @@ utStringToCharPtr(const UT_String &text, char **out)
 // "]]>", which makes it five times as long.
 static const size_t theLongestText = (INT_MAX - 256) / 5;
 
-// One exchange. Without `result` the reply is dropped.
+// One exchange. Without `result` the reply is discarded.
 static nsresult
 utSend(const char *text, const char *tag, char **result)
 {
@@ -119,7 +119,7 @@ ValdrinConnectionImpl::SetSocketPortNum(PRInt32 port)
 }
 
 // Deliberate: the busy flags are written and never read. They are marks for
-// somebody who looks at the process from outside.
+// a debugger that inspects the process.
 
 nsresult
 ValdrinConnectionImpl::Run(const char *command, char **result)

@@ -1,4 +1,4 @@
-// What the browser's component manager gets to see: one module with one class.
+// The interface to the browser's component manager: one module with one class.
 
 #include "ValdrinConnectionImpl.h"
 #include "nsGenericModule.h"
