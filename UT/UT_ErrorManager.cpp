@@ -246,7 +246,7 @@ UT_ErrorManager::computeSeverity()
 {
     mySeverity = UT_ERROR_NONE;
     for (int i = 0; i < entries(); ++i)
-        // Errors that are being stolen from their own manager are not there.
+        // Errors that are being stolen from this manager do not count.
         if (const UT_Error *error = getError(i))
             mySeverity = std::max(mySeverity, error->getSeverity());
     setNeedScan(0);

@@ -1,4 +1,4 @@
-// Quoting, escapes and what undoes them.
+// Quoting, escapes and their removal.
 
 #include "UT_String.h"
 #include "UT_StringImpl.h"
@@ -68,7 +68,7 @@ UT_String::hasWhiteSpace() const
     return myData && strpbrk(myData, theSpaceChars);
 }
 
-// What a backslash and this character stand for.
+// The byte that a backslash and this character stand for.
 static char
 utControl(char c)
 {
