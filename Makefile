@@ -1,4 +1,4 @@
-# The front door. Each target installs what it needs first.
+# The everyday tasks. Each target first installs what it needs.
 
 .PHONY: help demo demo-page demo-blender check build bench lint docs setup clean
 .DEFAULT_GOAL := help
@@ -11,7 +11,7 @@ help:
 	@echo "make demo-blender  the same with Blender as the application"
 	@echo "make check         build it in both word sizes and run every test"
 	@echo "make build         build it for this machine, in build/native"
-	@echo "make bench         measure it beside its peers"
+	@echo "make bench         compare its speed with that of its peers"
 	@echo "make lint          format, clang's warnings and tidy, shell scripts"
 	@echo "make docs          the reference of the public headers, in build/docs"
 	@echo "make clean         remove everything built"

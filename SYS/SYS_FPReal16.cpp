@@ -90,8 +90,8 @@ operator>>(std::istream &in, fpreal16 &half)
     return in;
 }
 
-// Writes the low `count` bits, the highest first, with a blank behind the first
-// and behind bit `exponent`.
+// Writes the low `count` bits, the highest first, with a blank after the first
+// and after bit `exponent`.
 static void
 utPrintBits(char *text, uint32 bits, int count, int exponent)
 {

@@ -36,7 +36,7 @@ SYSprintMemory(char *buffer, long long bytes, int width)
         printFraction(buffer, value * 0x1p-10f, "KB", width);
 }
 
-// The bytes that a line like "VmData:\t    1234 kB" tells of; false for others.
+// The bytes in a line like "VmData:\t    1234 kB"; false for others.
 static bool
 utReadsVmData(const char *line, unsigned &bytes)
 {

@@ -155,7 +155,7 @@ utProcessorFlags()
     int flags = 0;
     if (SYS_Processor::hasMMX())
     {
-        // Deliberate: MMX is told whether it is allowed or not.
+        // Deliberate: MMX is reported whether it is allowed or not.
         flags |= SYS_PROCESSOR_MMX;
         if (SYS_Processor::checkXMMX() && SYS_Processor::hasIntSSE())
             flags |= SYS_PROCESSOR_INT_SSE;
@@ -181,7 +181,7 @@ SYSgetProcessor(int &type, int &flags)
     static const int theFlags = utProcessorFlags();
     static std::atomic<int> theType(-1);
     flags = theFlags;
-    // Deliberate: the first call alone tells -1.
+    // Deliberate: only the first call returns -1.
     type = theType.exchange(3);
 }
 

@@ -54,7 +54,7 @@ cftime(char *buf, char *, long *clock)
     // A long and a time_t may differ in width.
     const time_t seconds = *clock;
     tm parts;
-    char text[26]; // as asctime_r() asks
+    char text[26]; // as asctime_r() requires
     buf[0] = '\0';
     tzset();
     if (!localtime_r(&seconds, &parts) || parts.tm_year > INT_MAX - 1900)

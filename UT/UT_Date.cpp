@@ -26,8 +26,8 @@ static const size_t theAbbreviation = 3; // letters
 namespace
 {
 
-// Where the text goes: into a block, and from there to the stream if there is
-// one. Without a stream the text ends with the block.
+// The destination of the text: a block, which is written to the stream if there
+// is one. Without a stream the text ends with the block.
 class ut_DateText
 {
 public:
@@ -183,7 +183,7 @@ utTimeZone(ut_DateText &out, const tm &t)
         out.put(name, strlen(name));
 }
 
-// Of a byte that is no letter, or has no conversion: null.
+// Null for a byte that is not a letter or has no conversion.
 static ut_Conversion
 utFindConversion(char letter)
 {

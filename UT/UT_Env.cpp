@@ -20,8 +20,8 @@
 extern "C" __attribute__((weak)) char **_environ;
 
 // One block holds four arrays of theCapacity + 1 elements. The slots are the
-// process's environment, and so within everybody's reach. What this unit last
-// left in them tells whether others have been there; and only what it has
+// process's environment, so other code can change them. What this unit last
+// left in them shows whether others have changed them; and only what it has
 // allocated itself may be freed.
 static uint64 *theKeys;       // how the names begin; see utKey()
 static char **theEnvironment; // the slots; null until the first use
@@ -37,8 +37,8 @@ static bool theIsPlain;
 static int32 theFirst[129];
 
 // Keeps what is out of use but may still be read: by a thread that is inside
-// getenv(), or by code that keeps a value or the whole array. Nothing asks for
-// it again; it is kept so that a leak checker finds it.
+// getenv(), or by code that keeps a value or the whole array. It is
+// not read here again; it is kept so that a leak checker finds it.
 static void
 utRetire(void *block)
 {
@@ -98,7 +98,7 @@ utKey(const char *text)
     return key;
 }
 
-// The same, in one piece where the name is long enough for that.
+// Key of a name of known length: one read where the name is long enough.
 static inline uint64
 utKey(const char *name, size_t length)
 {
@@ -158,8 +158,8 @@ utHaveSameName(const char *a, const char *b)
     return *a == *b;
 }
 
-// What searches need to know, after the table has come about another way than
-// by insertion.
+// Recomputes what searches rely on, after a change of the table other than an
+// insertion.
 static void
 utIndexNames()
 {
@@ -198,9 +198,9 @@ initializeEnvironment()
     utInstall(theEnvironment);
 }
 
-// Others have been at the slots: the table follows them. Entries of theirs
-// stay theirs. An entry of ours that is gone from its slot is not freed:
-// others may keep it, and put it back.
+// Other code has changed the slots: the table follows. Entries of others
+// still belong to them. An entry of ours that was removed from its slot is not
+// freed: others may keep it, and put it back.
 static void
 utAdoptSlots()
 {
@@ -214,7 +214,7 @@ utAdoptSlots()
     for (int32 i = 0; i < theCapacity && theEnvironment[i]; ++i)
         if (strchr(theEnvironment[i], '='))
             theEnvironment[size++] = theEnvironment[i];
-    // By address: an entry that is there twice would be freed twice.
+    // By address: an entry that occurs twice would be freed twice.
     std::sort(theEnvironment, theEnvironment + size, std::less<>());
     size = int32(
         std::unique(theEnvironment, theEnvironment + size) - theEnvironment);
@@ -244,7 +244,7 @@ NEED_RESET()
            !theEnvironment;
 }
 
-// Whether others have been at one of the first `count` slots.
+// Whether other code has changed one of the first `count` slots.
 static bool
 utIsMeddledWith(int32 count)
 {
@@ -269,7 +269,7 @@ utUpdate()
         utAdoptSlots();
 }
 
-// Negative, 0 or positive, as the variable belongs before, at or behind the
+// Negative, 0 or positive, as the variable belongs before, at or after the
 // entry.
 static int
 cmpVarName(const char *name, const char *entry)

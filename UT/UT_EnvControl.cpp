@@ -30,8 +30,8 @@ static char *const theMissingString = &theMissingMark;
 
 std::atomic<UT_EnvControl *> UT_EnvControl::theControl(nullptr);
 
-// The default texts by id. Those that depend on machine and user are worked
-// out once: a later change of the environment does not move them.
+// The default texts by id. Those that depend on machine and user are
+// computed once: a later change of the environment does not affect them.
 static const char *theStringDefaults[UT_STR_CONTROL_COUNT];
 
 // The names of all variables that are settings.
@@ -69,7 +69,7 @@ UT_EnvControl::createControl()
     static UT_Lock theCreation(UT_STATIC_LOCK);
     static ut_ForkLock theForkLock(theCreation, UT_FORK_SETTINGS);
     theForkLock.join();
-    // The light-weight way to wait asks for a setting.
+    // The light-weight way to wait reads a setting.
     const ut_LockGuard guard(&theCreation, utLockNap);
     const ut_CancelGuard cancelGuard; // they are read as a whole
     if (!theControl.load(std::memory_order_relaxed))
@@ -81,7 +81,7 @@ UT_EnvControl::UT_EnvControl()
 {
     doInit();
     // Not later: the names go into a table with a lock, and the first lock
-    // asks for a setting.
+    // reads a setting.
     theControl.store(this, std::memory_order_release);
 
     theVariableNames().clear();
@@ -128,7 +128,7 @@ utComputeDefaults()
     theStringDefaults[UT_VALDRIN_OS] = "Linux";
 }
 
-// Nothing here may ask for a setting.
+// Nothing here may read a setting.
 void
 UT_EnvControl::doInit()
 {

@@ -62,7 +62,7 @@ utAppendUnescaped(std::string &message, const char *text, const char *end)
     }
 }
 
-// Takes one line. False when there is no use in reading on.
+// Takes one line. False when the rest need not be read.
 static bool
 utReadLine(const char *line, ut_Messages &messages)
 {
@@ -76,14 +76,14 @@ utReadLine(const char *line, ut_Messages &messages)
     }
     if (text == line)
         return true;
-    // Deliberate: the byte behind the code goes, whatever it is.
+    // Deliberate: the byte after the code is skipped, whatever it is.
     if (*text)
         ++text;
-    // What is left of the line's end goes; blanks and tabs stay.
+    // What is left of the line's end is removed; blanks and tabs stay.
     const char *end = text + strlen(text);
     while (end > text && strchr("\n\v\f\r", end[-1]))
         --end;
-    // Further lines of a code go on where the one before ended.
+    // Further lines of a code are appended to the one before.
     utAppendUnescaped(messages[code], text, end);
     return true;
 }
@@ -117,12 +117,11 @@ utOpenMessages(UT_IFStream &file, const char *type)
            file.open(path, UT_ISTREAM_ASCII);
 }
 
-// The texts of a type, null when there is no file. They stay as they are, for
-// ever.
+// The texts of a type, null when there is no file. They never change.
 static const UT_StringArray *
 utFindMessages(const char *type)
 {
-    // Recursive: what looks for files may have an error of its own to tell.
+    // Recursive: the search for files may report an error of its own.
     struct ut_Cache
     {
         UT_Lock lock{/*initiallyLocked=*/0, /*recursive=*/true};
@@ -164,7 +163,7 @@ utFindLabel(UT_ErrorSeverity severity)
     }
 }
 
-// Each line with what goes in front of it.
+// Appends each line after `prefix`.
 static void
 utAppendLines(UT_WorkBuffer &out, const char *text, const char *prefix)
 {
@@ -180,7 +179,7 @@ utAppendLines(UT_WorkBuffer &out, const char *text, const char *prefix)
     }
 }
 
-// Reads up to three digits; a fourth one is left, and is no conversion.
+// Reads up to three digits; a fourth one is left, and makes it invalid.
 static int
 utReadNumber(const char *&text)
 {
@@ -190,8 +189,8 @@ utReadNumber(const char *&text)
     return number;
 }
 
-// What printf() would make of `text` and one string, if that is safe. False,
-// with a part of it done, if it is not.
+// The output of printf() for `text` and one string, if that is safe. False,
+// with a part of it written, if it is not.
 static bool
 utAppendFormatted(UT_WorkBuffer &out, const char *text, const char *argument)
 {

@@ -17,7 +17,7 @@
 namespace
 {
 
-// The log file, as long as one error needs it.
+// The log file, open while one error is written.
 class ut_LogFile
 {
 public:
@@ -37,8 +37,8 @@ public:
 
     [[nodiscard]] bool isOpen() const { return myFile >= 0; }
 
-    // At once: what others append then comes before or behind all of it. Only
-    // a full disk or a signal takes it apart.
+    // In one write: what others append then comes before or after all of it.
+    // Only a full disk or a signal takes it apart.
     void append(const char *bytes, size_t count) const
     {
         while (count > 0)
@@ -64,7 +64,7 @@ private:
 static const int theRepeatSeconds = 2;
 static const int theMemorySeconds = 3;
 
-// So many texts are kept whatever their age.
+// This many texts are kept whatever their age.
 static const int theUsualTexts = 1000;
 
 // The seconds from one time to another, which may go back. Texts' times are
@@ -134,7 +134,7 @@ UT_ErrorLog::write(const UT_Error *error)
 {
     const ut_ErrnoKeeper keeper;
     // Before the lock is taken: an error class of a program may add errors
-    // while it looks for its words.
+    // while it builds its message.
     const bool isWanted = error && error->getSeverity() >= myLevel;
     UT_String message;
     if (isWanted)

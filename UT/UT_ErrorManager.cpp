@@ -82,7 +82,7 @@ UT_ErrorManager::add(
     const char *type, int code, const char *string, UT_ErrorSeverity severity)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // nobody owns the error yet
+    const ut_CancelGuard guard; // the error has no owner yet
     UT_Error *error = new UT_Error(type, code, string, severity);
     UTgetErrorLog()->logError(error);
     return append(error);
@@ -110,7 +110,7 @@ UT_ErrorSeverity
 UT_ErrorManager::addError(const char *type, int code, const char *string)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // nobody owns the error yet
+    const ut_CancelGuard guard; // the error has no owner yet
     UT_Error *error = new UT_Error(type, code, string, UT_ERROR_ERROR);
     utTellMonitor(*error);
     UTgetErrorLog()->logError(error);
@@ -185,7 +185,7 @@ void
 UT_ErrorManager::pruneDuplicates()
 {
     // From the last to the first: when a text comes again, the one met before
-    // goes.
+    // is removed.
     UT_SymbolTable lastSeen; // indices by texts
     for (int i = entries(); i-- > 0;)
     {
@@ -220,7 +220,7 @@ UT_ErrorManager::stealErrors(
         if (filter != UT_ERROR_NONE && filter != error->getSeverity())
             continue;
         if (copy)
-            // The type goes on as the pointer that it is.
+            // The type is passed on as a pointer, not copied.
             error = new UT_Error(
                 error->getErrorType(), error->getErrorCode(),
                 error->getErrorString(), error->getSeverity());
@@ -245,7 +245,7 @@ UT_ErrorManager::computeSeverity()
 {
     mySeverity = UT_ERROR_NONE;
     for (int i = 0; i < entries(); ++i)
-        // Errors that are being stolen from their own manager are not there.
+        // Errors that are being stolen from this manager do not count.
         if (const UT_Error *error = getError(i))
             mySeverity = std::max(mySeverity, error->getSeverity());
     setNeedScan(0);
@@ -342,7 +342,7 @@ UT_ErrorSeverity
 UTaddError(UT_Error *error)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // nobody owns the error yet
+    const ut_CancelGuard guard; // the error has no owner yet
     UTgetErrorLog()->logError(error);
     return UTgetErrorManager()->append(error);
 }

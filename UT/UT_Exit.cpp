@@ -24,7 +24,7 @@ utIsSame(const ut_ExitCallback &record, UT_Exit::Callback function, void *data)
     return record.function == function && record.data == data;
 }
 
-// Unlinks and deletes the record behind `previous`, or the first one for null.
+// Unlinks and deletes the record after `previous`, or the first one for null.
 static void
 utDeleteAfter(ut_ExitCallback *previous)
 {

@@ -168,7 +168,7 @@ UT_FixedAllocator::unlinkPage(ut_SmallObjectPage *page)
 void *
 UT_FixedAllocator::allocate()
 {
-    // Nothing has changed when there is no memory for a page.
+    // Nothing has changed if a page cannot be allocated.
     if (!myReclaim)
     {
         if (!myFreeList)

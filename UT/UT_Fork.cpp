@@ -12,7 +12,7 @@ std::atomic<uint16> theForkCount(0);
 static UT_Lock theForkLock(UT_STATIC_LOCK);
 static std::atomic<ut_ForkLock *> theForkLocks(nullptr);
 
-// Asks for no setting, which constructing a first lock may.
+// Reads no setting, unlike the construction of a first lock.
 static void
 utTake(UT_Lock &lock)
 {
@@ -57,7 +57,7 @@ struct ut_ForkHandlers
 void
 utWatchForks()
 {
-    // The handlers belong to this library and go when it is unloaded.
+    // The handlers belong to this library and are removed when it is unloaded.
     static std::atomic<bool> theAreWatched(false);
     if (!theAreWatched.exchange(true))
         pthread_atfork(

@@ -168,7 +168,7 @@ UT_IStream::getAll(UT_WorkBuffer &buffer)
 }
 
 // Skips white space and what starts with the comment character. The work
-// buffer cannot tell: it may be locked. Counts the lines skipped.
+// buffer does not show that: it may be locked. Counts the lines skipped.
 bool
 UT_IStream::skipComments(int commentChar, int &lines)
 {

@@ -44,7 +44,7 @@ public:
 private:
     const char *myData; // the caller's
     int myLength;
-    int myOffset = 0; // behind the load buffer
+    int myOffset = 0; // past the load buffer
 };
 
 } // namespace
@@ -211,8 +211,8 @@ UT_IStreamBuf::stealLoadBufferData(int &start, int &end, int max)
 {
     if (max <= 0 || !ensurePending())
         return nullptr;
-    // The pointer moves up instead of the index, so that nobody unwinds to
-    // bytes in front of those handed over.
+    // The pointer moves up instead of the index, so that no unwind goes to
+    // bytes before those returned.
     const char *const bytes = myLoadBuffer + myLoadPos;
     start = 0;
     end = std::min(pending(), max);

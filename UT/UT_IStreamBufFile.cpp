@@ -17,7 +17,7 @@
 static bool theStdinIsByLines = false;
 static UT_IStreamBuf *theStdinBuf = nullptr; // never destroyed
 
-// Moves `file`; one that has met its end, but no error, forgets about it.
+// Moves `file`; clears its end-of-file mark unless it also has an error.
 static bool
 utSeekFile(FILE *file, int64 offset, int whence)
 {
@@ -106,16 +106,16 @@ private:
     bool seekFile(int64 offset, int whence);
 
     int myFile = -1;       // -1 when closed
-    int64 myPosition = -1; // of the file, behind the window; -1: has none
+    int64 myPosition = -1; // of the file, after the window; -1: has none
     bool myIsAtEnd = false;
-    int myNextFill = theBlockSize; // grows as long as nobody seeks
+    int myNextFill = theBlockSize; // grows until a seek
     int myWindowPos = 0;           // the next byte of the window
     int myWindowEnd = 0;
     char myWindow[theWindowSize];
-    char myBlock[theBlockSize]; // stays while the window goes on
+    char myBlock[theBlockSize]; // stays while the window moves on
 };
 
-// Hands out a line at a time, with its newline, of standard input or another
+// Returns one line at a time, with its newline, of standard input or another
 // terminal.
 class ut_StdinStreamBuf : public UT_IStreamBuf
 {
@@ -158,7 +158,7 @@ ut_FileStreamBuf::loadBuffer(int &start, int &end)
     end = int(fread(myBlock, 1, sizeof(myBlock), myFile));
     if (end > 0)
         return myBlock;
-    // The end is none; but who waits for the end must not wait for ever.
+    // The end is not an error; but whoever waits for it must not wait forever.
     if (ferror(myFile))
         setError(nullptr);
     return nullptr;
@@ -191,7 +191,7 @@ ut_FilePtrStreamBuf::closeOnce()
     const int file = myFile;
     myFile = -1;
     drop();
-    // Closed it is in any case.
+    // It is closed in any case.
     return file < 0 || close(file) == 0 || errno == EINTR;
 }
 
@@ -212,7 +212,7 @@ ut_FilePtrStreamBuf::drop()
     myNextFill = theBlockSize;
 }
 
-// Up to `n` bytes behind the window; 0 at the end, which sticks, and -1 for an
+// Up to `n` bytes after the window; 0 at the end, which sticks, and -1 for an
 // error, which is left in errno.
 int
 ut_FilePtrStreamBuf::readFile(char *buf, int n)
@@ -319,7 +319,7 @@ ut_FilePtrStreamBuf::loadBuffer(int &start, int &end)
     myWindowPos += end;
     if (end > 0)
         return myBlock;
-    // The end is none; but who waits for the end must not wait for ever.
+    // The end is not an error; but whoever waits for it must not wait forever.
     if (!endOfBuffer())
         setError(nullptr);
     return nullptr;
@@ -338,7 +338,7 @@ ut_FilePtrStreamBuf::tellPos() const
 bool
 ut_FilePtrStreamBuf::seekFile(int64 offset, int whence)
 {
-    // As far as a long goes.
+    // Positions are limited to the range of long.
     int64 target = 0;
     if (whence < 0 || whence > 2 || long(offset) != offset || myPosition < 0 ||
         __builtin_add_overflow(
@@ -426,7 +426,7 @@ utShareStdin()
             theStdinBuf = new ut_StdinStreamBuf(stdin);
         else
             theStdinBuf = new ut_FileStreamBuf(stdin);
-        // Deliberate: a reference that nobody gives back.
+        // Deliberate: a reference that is never released.
         theStdinBuf->addReference();
     }
     theStdinBuf->addReference();

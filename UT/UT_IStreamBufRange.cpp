@@ -41,7 +41,7 @@ private:
     UT_IStreamBuf *mySource; // one reference is ours
     int64 myStart;           // positions of the source
     int64 myEnd;
-    int64 myRemaining; // bytes; negative behind the end
+    int64 myRemaining; // bytes; negative past the end
 };
 
 } // namespace
@@ -53,11 +53,11 @@ ut_RangeStreamBuf::ut_RangeStreamBuf(
 {
     if (mySource->seekg(myStart, 0))
         myRemaining = length;
-    // Last: nobody gives it back for an object that was not made.
+    // Last: it is not released for an object that was not constructed.
     mySource->addReference();
 }
 
-// A source that fails is not to pass for the end of the range.
+// A source that fails must not look like the end of the range.
 void
 ut_RangeStreamBuf::takeError()
 {
@@ -132,7 +132,7 @@ ut_RangeStreamBuf::seekPos(int64 offset, int whence)
 bool
 ut_RangeStreamBuf::endOfBuffer() const
 {
-    // The source may hold bytes that were not handed over yet.
+    // The source may hold bytes that it has not returned yet.
     return myRemaining <= 0 || mySource->hasError() ||
            (mySource->pending() == 0 && mySource->endOfBuffer());
 }

@@ -72,7 +72,7 @@ UT_IStreamBuf::getShortLine(UT_WorkBuffer &buffer, int delimiter)
     return false;
 }
 
-// A word that lies in front of white space within the next theShortWord of 64
+// A word that ends at white space within the next theShortWord of 64
 // bytes.
 inline bool
 UT_IStreamBuf::getShortWord(UT_WorkBuffer &buffer)
@@ -306,7 +306,7 @@ UT_IStreamBuf::nextNumber(UT_WorkBuffer &spare, NumberText &number)
     return true;
 }
 
-// Consumes a double quote or backslash behind a backslash just consumed.
+// Consumes a double quote or backslash after a backslash just consumed.
 void
 UT_IStreamBuf::takeEscaped(char &byte)
 {

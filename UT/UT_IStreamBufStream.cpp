@@ -82,7 +82,7 @@ ut_StreamStreamBuf::loadBuffer(int &start, int &end)
 int64
 ut_StreamStreamBuf::tellPos() const
 {
-    // tellg() would say nothing once the end has been met.
+    // tellg() fails once the end has been reached.
     std::streambuf *const source = myStream.rdbuf();
     int64 position = -1;
     if (source && !myStream.bad())

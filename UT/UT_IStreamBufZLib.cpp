@@ -27,11 +27,11 @@ public:
         return myIsAtEnd && ahead() == 0;
     }
 
-    // Prepares for the first read. The factories call it, when the object is
-    // whole.
+    // Prepares for the first read. The factories call it, once the object is
+    // complete.
     virtual bool initStream();
 
-    // Starts again at the front.
+    // Starts again at the beginning.
     virtual bool zstreamReset();
 
 protected:
@@ -67,7 +67,7 @@ private:
     bool skipBytes(int count);
     bool skipText();
 
-    int64 myDataStart = 0; // the source's position behind the header
+    int64 myDataStart = 0; // the source's position after the header
 };
 
 } // namespace
@@ -132,8 +132,8 @@ ut_ZLibStreamBuf::inflateInto(char *buf, int n, int &result)
     return n - int(myZStream.avail_out);
 }
 
-// The same, those ahead first. An error behind bytes that are ahead still is
-// told when they are used up: inflate() tells of it again.
+// Decompressed bytes, those ahead first. An error after bytes that are ahead
+// is reported when they are used up: inflate() returns it again.
 int
 ut_ZLibStreamBuf::fetch(char *buf, int n, int &result)
 {
@@ -189,7 +189,7 @@ ut_ZLibStreamBuf::streamPeek()
 const char *
 ut_ZLibStreamBuf::loadBuffer(int &start, int &end)
 {
-    // Bytes in front of an error are read before it is told.
+    // Bytes before an error are read before it is reported.
     int result = Z_OK;
     start = 0;
     end = fetch(myBlock, sizeof(myBlock), result);

@@ -20,8 +20,8 @@
 
 #include <locale.h>
 
-// Whether another read would find nothing. Only the next byte tells, and its
-// value may be that of the end.
+// Whether another read would find nothing. Only the next byte shows that,
+// and its value may be that of the end.
 bool
 UT_IStream::isUsedUp() const
 {
@@ -62,7 +62,8 @@ UT_IStream::readValues(T *values, int count)
     const int most = (1 << 16) / int(sizeof(T));
     int whole = 0;
     int got = most;
-    // Many reads look like one: that is not to find an end, where it had all.
+    // Several reads act as one, which does not meet the end if it got
+    // everything.
     while (!myError && !myStream->hasError() && whole < count && got == most &&
            (whole == 0 || !isUsedUp()))
     {
@@ -121,7 +122,7 @@ UT_IStream::bread(double *values, int count)
     return readValues(values, count);
 }
 
-// What strtol() says of a text that getNumber() stored.
+// The result of strtol() for a text that getNumber() stored.
 static long
 utToLong(const char *text, const char *end)
 {
@@ -167,8 +168,8 @@ utRounded(double number)
     return SYSfloorIL(sum);
 }
 
-// The usual integer, if it ends in front of `end` and is nothing else: its
-// value, and the byte behind it. Null for what needs another look.
+// The usual integer, if it ends before `end` and is nothing else: its value,
+// and the byte after it. Null for what needs a full parse.
 static const char *
 utQuickNumber(const char *text, const char *end, long &value)
 {
@@ -300,8 +301,8 @@ UT_IStream::readLength(UT_ISTREAM_RLE_IO rle, int64 &length)
     return length >= 0;
 }
 
-// The text grows with the bytes that arrive: a great length is easily told, and
-// memory for it asked for, when nothing is behind.
+// The text grows with the bytes that arrive: a stored length may be huge, and
+// memory be allocated for it, when no bytes follow.
 static bool
 utReadText(UT_IStreamBuf &source, UT_String &text, int length)
 {

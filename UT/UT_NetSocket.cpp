@@ -88,7 +88,7 @@ UT_NetSocket::newSocket(int port, bool blocking)
     return new UT_NetSocket(port, blocking);
 }
 
-// The first address of a host, zeros behind it.
+// The first address of a host, zeros after it.
 static bool
 utResolve(const char *host, in_addr &out)
 {
@@ -154,7 +154,7 @@ utIsLoopback(const in_addr &address)
 }
 
 // connect(0) for an exchange. Without a host the command is for this machine
-// and does not leave it, whatever the look-up of "localhost" brings.
+// and does not leave it, whatever the look-up of "localhost" returns.
 int
 UT_NetSocket::connectExchange(const char *host)
 {
@@ -292,7 +292,7 @@ UT_NetSocket::isValid()
     return mySocket != -1;
 }
 
-// What a failed transfer answers.
+// The result of a failed transfer.
 int
 UT_NetSocket::resultOfError(int error) const
 {
@@ -381,9 +381,9 @@ UT_NetSocket::read(UT_WorkBuffer &out, int timeoutMs, bool untilNul)
     return result;
 }
 
-// Whether the message whose beginning is `out` is to be read further. What
-// waits at the socket is asked for only where the answer decides: it costs a
-// system call, and for most of a long message the text alone tells.
+// Whether to read more of the message whose beginning is `out`. The bytes that
+// wait at the socket are queried only where they decide: that costs a system
+// call, and for most of a long message the text is enough.
 bool
 UT_NetSocket::goesOn(const UT_WorkBuffer &out, bool untilNul)
 {
@@ -412,7 +412,7 @@ utWriteCommand(UT_NetSocket &socket, const char *command)
     if (!command)
         command = "";
     const size_t length = strlen(command) + 1; // with its NUL
-    // A part of a command gets no answer that is worth a wait.
+    // The reply to a part of a command is not worth a wait.
     int written = 0;
     return length <= INT_MAX &&
            socket.write(command, int(length), &written) == UT_NET_OK &&
@@ -444,7 +444,7 @@ utSleep(int ms)
     }
 }
 
-// Asks a connect that is under way how it went, for about five seconds.
+// Waits for the result of a connect under way, for about five seconds.
 bool
 UT_NetSocket::connectPatiently(const char *host)
 {

@@ -325,7 +325,7 @@ utHardenOfficialName(UT_String &name, const hostent *entry)
     return true;
 }
 
-// Reads "1.2.3.4", and nothing behind it. Deliberate: numbers of more than 16
+// Reads "1.2.3.4", and nothing after it. Deliberate: numbers of more than 16
 // bits wrap.
 static bool
 utReadDottedQuad(const char *text, uint8 octets[4])

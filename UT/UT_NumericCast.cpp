@@ -57,7 +57,7 @@ utToFloat8(float *to, const fpreal16 *from, ut_Int8 &rare)
     memcpy(to, &result, sizeof(result));
 }
 
-// The same for denormals, infinities and NaNs too.
+// Halves to floats, also for denormals, infinities and NaNs.
 static UT_INLINE void
 utAnyToFloat8(float *to, const fpreal16 *from)
 {
@@ -68,7 +68,7 @@ utAnyToFloat8(float *to, const fpreal16 *from)
     const ut_Int8 magnitude = (bits & 0x7FFF) << 13;
     const ut_Int8 isSpecial = magnitude >= 31 << 23;
     const ut_Int8 isDenormal = magnitude < 1 << 23;
-    // A denormal's mantissa counts behind a one, which is then subtracted.
+    // A denormal's mantissa is put after a one, which is then subtracted.
     const ut_Int8 one = ut_Int8{} + (113 << 23);
     const ut_Int8 oneAndMantissa = (magnitude & isDenormal) + one;
     const ut_Float8 rest = reinterpret_cast<ut_Float8>(oneAndMantissa) -
@@ -108,7 +108,7 @@ utToHalf8(fpreal16 *to, const float *from, ut_Int8 &rare)
     utStoreHalves(to, (normal | (bits >> 16 & 0x8000)) & ~isTiny);
 }
 
-// The same for denormals, infinities and NaNs too; `overflowed` gets the lanes
+// Floats to halves, also for denormals and others; `overflowed` gets the lanes
 // where a finite value becomes an infinity.
 static UT_INLINE void
 utAnyToHalf8(fpreal16 *to, const float *from, ut_Int8 &overflowed)
@@ -122,7 +122,7 @@ utAnyToHalf8(fpreal16 *to, const float *from, ut_Int8 &overflowed)
     const ut_Int8 isDenormal = magnitude < theNormalBits;
     const ut_Int8 normal = (magnitude - ((112 << 23) - 0x1000)) >> 13;
     const ut_Int8 special = (magnitude >> 13) & 0x7FFF;
-    // In units of 2^-24. The sum is exact wherever its whole part could tell.
+    // In units of 2^-24. The sum is exact wherever its whole part matters.
     const ut_Int8 small = magnitude & isDenormal & ~isTiny;
     const ut_Int8 denormal = __builtin_convertvector(
         reinterpret_cast<ut_Float8>(small) * 16777216.0f + 0.5f, ut_Int8);
@@ -198,7 +198,7 @@ struct ut_HalfCasts
 
 } // namespace
 
-// The fastest that this processor can and the user allows.
+// The fastest version that this processor has and the user allows.
 static const ut_HalfCasts &
 utHalfCasts()
 {

@@ -59,7 +59,7 @@ private:
     UT_PThread &myThread;
 };
 
-// Ends the worker however its last job is left.
+// Ends the worker however its last job ends.
 class ut_EndGuard
 {
 public:
@@ -82,7 +82,7 @@ UT_PThread::UT_PThread(int spinMode)
     : UT_Thread(spinMode), myFunction(nullptr), myData(nullptr), myThreadId(),
       myIsAlive(false), myIsJoinable(false), myForks(0), mySleepers(0)
 {
-    // Here, because it may make the settings, which is not for workers to do.
+    // Here, because it may create the settings, which workers must not do.
     utSpinsBeforeSleep();
     utWatchForks();
     myForks = theForkCount.load();
@@ -119,7 +119,7 @@ UT_PThread::isOfParent() const
 }
 
 // In a child of fork(): there is no thread, and what it waited for or held is
-// as nobody left it.
+// in an unknown state.
 void
 UT_PThread::forgetParent()
 {
@@ -140,7 +140,7 @@ UT_PThread::startThread(void *(*function)(void *), void *data)
     if (waitThread(0))
         waitForState(IDLE);
     // A thread that has ended is waited for before its job is overwritten: one
-    // that was killed may still be at it.
+    // that was killed may still run it.
     const bool isAlive = waitThread(0);
     if (!isAlive)
         waitThread(1);
@@ -224,7 +224,7 @@ void
 UT_PThread::threadEnded()
 {
     forgetParent();
-    // Both at once, so that nobody sees an idle worker that is about to go.
+    // Both at once, so that an idle worker that is about to end is never seen.
     pthread_mutex_lock(&myMutex);
     myIsAlive = false;
     myState = IDLE;
@@ -292,8 +292,8 @@ UT_PThread::killThread()
     const int error = pthread_cancel(myThreadId);
     if (error == 0)
     {
-        // A worker that has just done its job goes to sleep: it has to see that
-        // there is no other.
+        // A worker that has just done its job is about to sleep: it has to see
+        // that there is no other.
         pthread_mutex_lock(&myMutex);
         myIsAlive = false;
         pthread_cond_broadcast(&myCondition);

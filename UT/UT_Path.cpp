@@ -51,14 +51,15 @@ UTisAbsolutePath(const char *path)
     if (!path)
         return false;
     const UT_StringArray &prefixes = UTgetAbsolutePathPrefixes();
-    // Any number of "file:", one at a time: what is left is asked again.
+    // Any number of "file:", one at a time: the rest is checked again.
     for (;;)
     {
         if (!*path)
             return false;
         for (int i = prefixes.entries() - 1; i >= 0; --i)
         {
-            // The list is everybody's: it may hold what was never added here.
+            // The list is shared: it may hold prefixes that were not added
+            // here.
             const char *const prefix = prefixes(i);
             if (prefix && *prefix && utBeginsWith(path, prefix))
                 return true;
@@ -84,7 +85,7 @@ UTisRootPath(const char *path)
         return true;
     if (UTgetAbsolutePathPrefixes().find(root) >= 0)
         return true;
-    // Behind it there is nothing, or a single slash.
+    // At most a single slash follows it.
     return root == theFilePrefix;
 }
 

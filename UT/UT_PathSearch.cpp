@@ -35,9 +35,9 @@ static const struct
 };
 static_assert(std::size(thePaths) == UT_PATH_COUNT);
 
-// The file that this library was loaded from, malloc'ed; null when nobody
-// knows. The system has its full path; what the loader was told may be relative
-// to a directory that the program has left.
+// The file that this library was loaded from, malloc'ed; null when it is
+// unknown. The system has its full path; what the loader was given may be
+// relative to a directory that the program has left.
 static char *
 utFindLibraryFile()
 {
@@ -54,7 +54,7 @@ utFindLibraryFile()
             if (sscanf(line.buffer(), "%lx-%lx", &begin, &end) != 2 ||
                 here < begin || here >= end)
                 continue;
-            // Of what has no file, and of what is deleted, there is no path.
+            // A mapping without a file, or of a deleted one, has no path.
             if (const char *const file = strchr(line.buffer(), '/'))
                 path = realpath(file, nullptr);
             break;
@@ -67,7 +67,7 @@ utFindLibraryFile()
     return path;
 }
 
-// Where the toolkit's own data lies, "" when that is nowhere. A build tree and
+// The folder of the toolkit's own data, "" if there is none. A build tree and
 // an installation have it at the same place: some folders above the library
 // (how many depends on what the system calls its library folder).
 static UT_String
@@ -134,7 +134,7 @@ UT_PathSearch::getDirectories()
 {
     if (myIsCurrent)
         return myDirectories;
-    // Before the list is made: what that asks for may change a variable.
+    // Before the list is made: settings that it reads may change a variable.
     myIsCurrent = true;
     try
     {

@@ -109,7 +109,7 @@ UT_Performance::records() const
 void
 UT_Performance::setRecording(bool on)
 {
-    // Nobody else may end the events of the thread that made it.
+    // No other thread may end the events of the one that made it.
     if (!pthread_equal(myThread, pthread_self()))
         return;
     while (!on && myOpen != myRoot)

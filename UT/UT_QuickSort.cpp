@@ -30,8 +30,8 @@ namespace
 {
 
 // Besides what all items do, these arrange(begin, size, places): each of `size`
-// items, fewer than theSmallSize, goes to its place, counted from `begin`. Keys
-// have a view(begin), for sorting by digits, of items of type Item.
+// items, fewer than theSmallSize, moves to its place from `begin`. Keys have a
+// view(begin), for sorting by digits, of items of type Item.
 
 // Keys alone.
 template <class Key>
@@ -242,7 +242,7 @@ utTotalOrder(Key key)
     return key;
 }
 
-// The bits of floats order them like integers, but for the order among
+// The bits of floats order them like integers, except for the order among
 // negative ones and the two zeros, which are equal. NaN keys get a place too.
 static int32
 utTotalOrder(float key)
@@ -256,7 +256,7 @@ utTotalOrder(float key)
 // Sorts a range of fewer than theSmallSize items; stable. Instead of looking
 // for each item's place, which the processor cannot foresee, it compares all
 // pairs, which takes no branch: an item's place is the number of items that
-// belong in front of it.
+// belong before it.
 template <class Items>
 static void
 utSortSmall(Items items, size_t begin, size_t end)

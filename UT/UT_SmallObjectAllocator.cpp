@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-// Waiting is not cancelled: objects give their blocks back in destructors.
+// Waiting is not cancelled: objects free their blocks in destructors.
 static void
 utLockPools(UT_Lock &lock)
 {
@@ -20,8 +20,8 @@ utLockPools(UT_Lock &lock)
 namespace
 {
 
-// A lock that forks wait for. It asks nothing when it is made: the first pool
-// may be made by what answers such questions.
+// A lock that forks wait for. Its construction reads no setting: the
+// settings may need the first pool.
 class ut_PoolLock : public UT_Lock
 {
 public:

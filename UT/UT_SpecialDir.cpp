@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-// A copy of `path` without one slash at its end, so of "/" nothing is left.
+// A copy of `path` without one slash at its end: "" for "/".
 static char *
 utCopyDirectory(const char *path)
 {
@@ -42,8 +42,8 @@ UTgetTmpDir()
     char *directory = tmpdir.load(std::memory_order_acquire);
     if (directory)
         return directory;
-    // The settings are computed with the help of this function: it may ask
-    // them for a name, but not for a value.
+    // The settings are computed with the help of this function: it may read
+    // the name of one, but not a value.
     const char *const value =
         ValdrinGetenv(UT_EnvControl::getStringVar(UT_VALDRIN_TEMP_DIR));
     char *const first = utCopyDirectory(value && *value ? value : "/tmp");

@@ -60,7 +60,7 @@ UT_String::~UT_String()
         free(myData);
 }
 
-// Copies before it frees: `text` may lie in the block that goes.
+// Copies before it frees: `text` may lie in the block that is freed.
 void
 UT_String::ownCopyOf(const char *text)
 {

@@ -234,7 +234,7 @@ namespace
 
 struct ut_SortEntry
 {
-    uint64 key; // in the order of the texts as far as it goes
+    uint64 key; // orders the texts, except for equal keys
     UT_String *string;
 };
 
@@ -254,8 +254,8 @@ utPlainKey(const char *text)
     return key;
 }
 
-// The texts lie all over the memory, so a sort takes longer to fetch them than
-// to compare them: keys decide most comparisons. They begin behind what all
+// The texts are scattered in memory, so a sort takes longer to fetch them than
+// to compare them: keys decide most comparisons. They begin after what all
 // texts share, but not within a number.
 void
 UT_StringArray::sort(bool forward, bool numbered)

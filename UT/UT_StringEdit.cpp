@@ -23,7 +23,7 @@ utText(const char *text)
 
 // The first `text` in `begin`, or null; "" is nowhere. Some strstr() are the
 // fastest by far and take time in proportion to both lengths' product: they get
-// short texts only. memmem() is linear, and must not go over what lies behind
+// short texts only. memmem() is linear, and must not scan what lies after
 // the match again and again, so it gets a piece of the string at a time.
 static const char *
 utFind(const char *begin, const char *text, size_t length)
@@ -48,7 +48,7 @@ utIndex(const char *begin, const char *found)
     return found ? SYSnarrow<int>(found - begin) : -1;
 }
 
-// Where a search begins that may start behind the first byte.
+// Where a search begins that may start after the first byte.
 static const char *
 utStart(const UT_String &string, int from)
 {
@@ -80,7 +80,7 @@ UT_String::findAny(const char *bytes, int from) const
 int
 UT_String::findLast(const char *text) const
 {
-    // The first one from behind: to try each place backwards could take time
+    // The first one from the end: to try each place backwards could take time
     // in proportion to the product of the lengths.
     const std::string_view forward(utText(myData));
     const std::string_view wanted(utText(text));

@@ -32,8 +32,8 @@ utPatternRecord::addSingle(char c)
         singles[singleCount++] = c;
 }
 
-// Adds a copy of the bytes of a text that goes on after them: the last one
-// gives way to the NUL.
+// Adds a copy of the bytes of a text that continues after them: the last one
+// is replaced by the NUL.
 static char *
 utCopyOf(const char *text, size_t length)
 {
@@ -283,7 +283,7 @@ utMatchUpToStar(
         case '[':
         {
             // Deliberate: a dash, an exclamation mark and a circumflex are
-            // members like others. A set that is not closed never matches.
+            // members like others. An unclosed set never matches.
             bool isMember = false;
             const char *member = pattern + 1;
             for (; member != patternEnd && *member != ']'; ++member)
@@ -602,7 +602,7 @@ utMatchAndRecord(
             star.start = star.candidate = subject;
             star.recorded = utEntries(record);
         }
-        // Go on from the last star that has somewhere left to try.
+        // Continue from the last star with a position left to try.
         for (;; --depth)
         {
             if (depth == 0)

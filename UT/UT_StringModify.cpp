@@ -72,7 +72,7 @@ utModifyWords(UT_String &string, const char *modifier, bool all)
             ++end;
         word.harden(read, SYSnarrow<int>(end - read));
         result |= word.applyNextModifier(modifier, all);
-        // Too long to be put together: nothing changes.
+        // The result would be too long: nothing changes.
         if (strlen(word) >= size_t(INT_MAX - 2 - words.length()))
             return false;
         words.append(word);

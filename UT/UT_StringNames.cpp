@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <iterator>
 
-// What a digit stands for; more than 9 for any other byte.
+// The value of a digit; more than 9 for any other byte.
 static unsigned
 utDigit(char c)
 {
@@ -163,7 +163,7 @@ utCompareNumbered(const char *a, const char *b)
         if (const int difference = utQuickDifference(a, b, at))
             return difference;
     }
-    // Only a number that both began can go on in one of them.
+    // Only a number that began in both can continue in one of them.
     else if ((digitA >= 10 && digitB >= 10) || at == 0 || !utIsDigit(a[at - 1]))
         return utCompareBytes<dotComesFirst>(a[at], b[at]);
     while (at > 0 && utIsDigit(a[at - 1]))
@@ -256,8 +256,8 @@ UT_String::suffix() const
     return digits;
 }
 
-// Where the search for a file name's number begins, backward: at the
-// extension's dot, or at the end. The component's first byte is no such dot.
+// The start of the backward search for a file name's number: at the
+// extension's dot, or at the end. The component's first byte is not such a dot.
 static const char *
 utNumberSearchStart(const char *component, const char *end)
 {

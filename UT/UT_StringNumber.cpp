@@ -1,4 +1,4 @@
-// Numbers as text: what is one, what it is worth, and how one is written.
+// Numbers as text: recognising, reading and writing them.
 
 #include "UT_String.h"
 
@@ -114,7 +114,8 @@ struct ut_DigitPairs
 static constexpr ut_DigitPairs theDigitPairs;
 
 // Writes a number below 100 without a leading zero. What comes next covers a
-// second byte that is none of its digits: no jump, which nobody could foresee.
+// second byte that is none of its digits: no jump, which would be
+// unpredictable.
 static char *
 utWriteFirst(char *at, unsigned pair)
 {

@@ -1,4 +1,4 @@
-// Quoting, escapes and what undoes them.
+// Quoting, escapes and their removal.
 
 #include "UT_String.h"
 
@@ -69,7 +69,7 @@ UT_String::hasWhiteSpace() const
     return myData && strpbrk(myData, theSpaceChars);
 }
 
-// What a backslash and this character stand for.
+// The byte that a backslash and this character stand for.
 static char
 utControl(char c)
 {
@@ -94,7 +94,7 @@ UT_String::expandControlSequences()
     char *write = myData + (read - myData);
     for (; *read; ++read)
     {
-        // A backslash at the very end has the NUL behind it, and stays.
+        // A backslash at the very end is followed by the NUL, and stays.
         if (*read == '\\' && read[1])
             *write++ = utControl(*++read);
         else

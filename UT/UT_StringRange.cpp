@@ -112,7 +112,7 @@ utReadRange(std::string_view text, ut_Range &range)
     range.negated = !text.empty() && text[0] == '!';
     text.remove_prefix(range.negated);
     const bool hasLast = utCut(text, '-', last);
-    // The dash of "1:2-3" belongs to nothing.
+    // The dash of "1:2-3" is invalid.
     if (!hasLast && selection.find('-') != selection.npos)
         return false;
     if (!utReadRangeEnd(text, range.first) ||
@@ -335,7 +335,8 @@ stAddName(int major, int, void *data)
     return 1;
 }
 
-// Deliberate: a dash between letters is no range, "[a-c]" stands for a and c.
+// Deliberate: a dash between letters is not a range, "[a-c]" stands for a and
+// c.
 int
 stExpandLetterPattern(const char *contents, stExpandData *data)
 {
@@ -345,7 +346,7 @@ stExpandLetterPattern(const char *contents, stExpandData *data)
     return 1;
 }
 
-// A range may go on for billions of indices after the last one with room.
+// A range may continue for billions of indices after the last one with room.
 static int
 utAddNameWhileRoom(int major, int minor, void *data)
 {
@@ -373,8 +374,8 @@ struct ut_Group
 
 } // namespace
 
-// Cuts a word into groups and the text after the last of them. An opening
-// bracket that nothing closes is text.
+// Cuts a word into groups and the text after the last of them. An unclosed
+// opening bracket is text.
 static std::vector<ut_Group>
 utSplitGroups(std::string_view &word)
 {

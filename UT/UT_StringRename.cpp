@@ -13,7 +13,7 @@
 namespace
 {
 
-// What the wildcards of the pattern stood for when a name is changed.
+// The captures of the pattern's wildcards while a name is changed.
 struct ut_Captures
 {
     static constexpr int theMaximum = 256;

@@ -32,7 +32,7 @@ UT_ShellLine::message() const
     return theMessages[error];
 }
 
-// What a byte means, in bits.
+// The kinds of a byte, one bit each.
 enum : uint8
 {
     UT_ENDS_WORD = 1,         // outside quotes
@@ -76,8 +76,8 @@ struct ut_ShellSyntax
     uint8 kinds[256];
 };
 
-// One parse of one line. The words, and apart from them the file names, are put
-// together in buffers, each with a NUL; where they lie is known at the end.
+// One parse of one line. The words, and separately the file names, are
+// assembled in buffers, each with a NUL; where they lie is known at the end.
 class ut_ShellParser
 {
 public:

@@ -45,7 +45,7 @@ utWordClass(char byte)
 namespace
 {
 
-// Where the words go: a UT_WorkArgs, or an array that ends in a null.
+// The destination of the words: a UT_WorkArgs, or an array that ends in a null.
 class ut_ArgsSink
 {
 public:
@@ -113,7 +113,7 @@ public:
         myBefore = '\0';
         while (takeRun(), utWordClass(*myRead) == UT_BYTE_QUOTE)
             takeQuote();
-        // The space may lie where its word's NUL goes.
+        // The space may lie where its word's NUL is written.
         if (*myRead)
             ++myRead;
         *myWrite++ = '\0';

@@ -1,4 +1,4 @@
-// Variables in a text, replaced by their values.
+// Replacing the variables in a text by their values.
 
 #include "UT_String.h"
 

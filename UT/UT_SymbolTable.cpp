@@ -13,7 +13,7 @@
 
 // ---- One bucket
 
-// Never destroyed: tables in static storage give their nodes back at exit. Made
+// Never destroyed: tables in static storage free their nodes at exit. Made
 // without waiting: the thread that makes it may not be there in a child of
 // fork().
 static std::atomic<UT_SmallObjectAllocator *> theSymPool(nullptr);
@@ -39,7 +39,7 @@ utSymPool()
     return pool ? *pool : utMakeSymPool();
 }
 
-// A name and what one pass over it tells.
+// A name and what one pass over it computes.
 struct UT_SymList::UT_Sym::ut_Key
 {
     // Bytes count as signed ones wherever plain char is not, too.
@@ -62,7 +62,7 @@ struct UT_SymList::UT_Sym::ut_Key
     uint32 hash;
 };
 
-// The hash of its name lies in the block behind each node, where the first
+// The hash of its name lies in the block after each node, where the first
 // look at a node during a look-up or a move finds it: the name itself is
 // somewhere else. Not a member, because programs know the size of a node.
 UT_SymList::UT_Sym::UT_Sym(const ut_Key &key) : name(key.copy()), next(nullptr)
@@ -179,7 +179,7 @@ UT_SymList::deleteEntry(const ut_Key &key)
     if (!sym)
         return 0;
     // The name may be that of one of the nodes: unlink them all before any
-    // of them goes.
+    // of them is deleted.
     UT_Sym *end = sym->next;
     while (end && strcmp(end->name, key.name) == 0)
         end = end->next;
@@ -453,7 +453,7 @@ utCountNumbered(UT_Thing &, const char *name, void *data)
     if (strncmp(name, numbered->base, numbered->length) != 0 ||
         !utIsDigit(name[numbered->length]))
         return 1;
-    // Deliberate: text behind the number does not matter.
+    // Deliberate: text after the number does not matter.
     const long number = strtol(name + numbered->length, nullptr, 10);
     if (number >= numbered->count && number < INT_MAX)
         numbered->count = int(number) + 1;
@@ -562,7 +562,7 @@ UT_SymbolTable::adjust(UT_AdjustType type)
     int newSize = myTableSize;
     if (type == UT_ADJUST_GROW)
     {
-        // Asked this way a table without buckets grows at any load factor.
+        // In this form a table without buckets grows at any load factor.
         if (!(used < size * myMaxLoadFactor))
             newSize = UTbumpAllocToPrime(myTableSize);
     }
@@ -572,10 +572,10 @@ UT_SymbolTable::adjust(UT_AdjustType type)
         rehash(newSize);
 }
 
-// Nodes are all over memory, and which buckets have any cannot be predicted:
-// one node after the other, a move would wait most of the time. So the first
-// nodes of a run of buckets move together, in steps of which each asks for the
-// memory that the next one needs.
+// Nodes are scattered in memory, and which buckets have any cannot be
+// predicted: one node after the other, a move would wait most of the time. So
+// the first nodes of a run of buckets move together, in steps of which each
+// prefetches the memory that the next one needs.
 void
 UT_SymbolTable::rehash(int tableSize)
 {

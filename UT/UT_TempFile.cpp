@@ -27,7 +27,7 @@ utOpenNamed(UT_WorkBuffer &path, const char *prefix)
     return file;
 }
 
-// The same without a name.
+// Opens a temporary file without a name.
 static int
 utOpenUnnamed()
 {

@@ -51,7 +51,7 @@ UT_Thread::waitForState(int state)
     for (unsigned spins = 0; myState.load(std::memory_order_acquire) != state;)
     {
         const bool isBusy = getSpinMode() == SPIN_BUSY;
-        // To ask whether the worker is there costs more than to look.
+        // Checking that the worker exists costs more than reading its state.
         const bool isAsked = !isBusy || spins % 1000001 == 0;
         if (state == IDLE && isAsked && !isValid())
             return;
@@ -116,7 +116,7 @@ UT_Thread::getNumProcessors()
     if (count >= 0)
         return count;
     count = std::max(sysmp(0), 1);
-    // Known before the settings are asked: they may construct locks, which
+    // Known before the settings are read: they may construct locks, which
     // come back here.
     theProcessorCount.store(count, std::memory_order_relaxed);
     const int limit = UT_EnvControl::getInt(UT_VALDRIN_MAXTHREADS);
@@ -141,7 +141,7 @@ UT_NullThread::~UT_NullThread() = default;
 namespace
 {
 
-// Ends a job of this thread however it is left.
+// Ends a job of this thread however it ends.
 class ut_JobGuard
 {
 public:

@@ -140,7 +140,7 @@ UT_ThreadFarm::nextThread(int *index, int block)
         }
         if (!block)
             return nullptr;
-        // Quick jobs are looked for, longer ones slept for.
+        // Spins for quick jobs, then sleeps for longer ones.
         if (spins > 0)
             utPause();
         else

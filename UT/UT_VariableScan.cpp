@@ -87,10 +87,11 @@ utSkipOrdinary(const char *text, const char *, unsigned)
 }
 #endif
 
-// What a name between percent signs does not have. PROGRAMFILES(X86) is one.
+// Characters that a name between percent signs cannot have. Parentheses are not
+// among them: PROGRAMFILES(X86) is a name.
 static constexpr char theNoNameChars[] = "%:=\"<>|^&` \t\n\v\f\r";
 
-// What a backslash takes the special meaning of.
+// Characters that a backslash makes ordinary.
 static constexpr char theScanProtectedChars[] = "`$~'";
 
 static bool
@@ -99,7 +100,7 @@ utIsNameCharacter(char c)
     return utIsLetter(c) || utIsDigit(c) || c == '_';
 }
 
-// Behind the brace that closes the one in front of `text`; null when there is
+// Past the brace that closes the one before `text`; null when there is
 // none. Quotes and backslashes do not hide a brace.
 static const char *
 utBehindClosingBrace(const char *text)
@@ -124,14 +125,14 @@ utEndOfExpression(const char *text)
     return end;
 }
 
-// The width that a frame number's name asks for: "F4" is F in 4 characters,
+// The least width in the name of a frame number: "F4" is F in 4 characters,
 // and "F" in 0. -1 for all other names.
 static int
 utFrameWidth(const char *name)
 {
     if (name[0] != 'F')
         return -1;
-    // No path has room for more, and a few digits may not ask for gigabytes.
+    // No path has room for more, and a few digits must not claim gigabytes.
     constexpr int theWidestFrame = 4096;
     int width = 0;
     for (const char *digit = name + 1; *digit; ++digit)
@@ -145,8 +146,8 @@ utFrameWidth(const char *name)
 
 // Bytes of modifiers at `text`, which follows a name.
 //
-// The setting is asked for at a colon only: to compute the settings some texts
-// are expanded, and those have no colon behind a name.
+// The setting is read at a colon only: to compute the settings some texts
+// are expanded, and those have no colon after a name.
 static int
 utModifiersLength(const char *text)
 {
@@ -207,7 +208,7 @@ struct ut_Substitution
 } // namespace
 
 // Whether the modifier, with its colon, is a substitution that would make the
-// value longer than is good for it.
+// value longer than allowed.
 static bool
 utMakesTooLong(const UT_String &value, const char *modifier)
 {
@@ -237,7 +238,7 @@ utMakesTooLong(const UT_String &value, const char *modifier)
 }
 
 // One after the other: each substitution can multiply the length of the value,
-// and a line of them would ask for gigabytes.
+// and a line of them would allocate gigabytes.
 static void
 utApplyModifiers(UT_String &value, const char *modifiers, const char *end)
 {
@@ -291,7 +292,7 @@ namespace
 //
 // The text of a reference in braces is scanned where it stands, however deep,
 // and not by a call of its own: the names under construction lie in one buffer
-// one behind the other, the innermost last. Every brace that comes by is
+// one after the other, the innermost last. Every brace that comes by is
 // counted, so that the one that closes a name is known when it comes.
 class ut_VariableScanner
 {
@@ -340,8 +341,8 @@ private:
 
     UT_WorkBuffer &myOut;
     const char *myNext;     // what is not scanned yet
-    char myPrevious = '\0'; // in front of it; NUL at the start and behind what
-                            // was replaced
+    char myPrevious = '\0'; // before it; NUL at the start and after what was
+                            // replaced
     int myCount = 0;
     unsigned myDepth = 0; // open braces since the outermost open name
     UT_RefArray<ut_OpenName> myOpenNames; // the innermost last
@@ -596,7 +597,7 @@ ut_VariableScanner::replaceValue(int modifiersLength)
     char *const name = &myScratch[0];
     const int width = utFrameWidth(name);
     if (width >= 0)
-        name[1] = '\0'; // the digits are no part of it
+        name[1] = '\0'; // without the digits
     const char *const value = myLookups.variable(name, myLookups.data);
     if (!value)
         return;

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-// More slots than these no block can have, or no int count.
+// The most slots that a block can have and an int can count.
 static const size_t theMaxSlots =
     std::min(size_t(INT_MAX), size_t(PTRDIFF_MAX) / sizeof(char *));
 
@@ -35,7 +35,7 @@ UT_WorkArgs::operator=(const UT_WorkArgs &source)
     if (&source == this)
         return *this;
     reserve(source.myMaxArgs);
-    // With the null behind them.
+    // With the null after them.
     std::copy_n(source.myArgv, source.myArgc + 1, myArgv);
     myArgc = source.myArgc;
     return *this;
@@ -84,7 +84,7 @@ UT_WorkArgs::setArgSlowly(int index, char *value)
         myArgc = index + 1;
     }
     myArgv[index] = value;
-    // Deliberate: a null behind the end leaves a gap in front of it.
+    // Deliberate: a null past the end leaves a gap before it.
     if (!value)
         myArgc = index;
 }

@@ -32,7 +32,7 @@ UT_WorkBuffer::copyIntoString(char *out, int size) const
 void
 UT_WorkBuffer::reserve(unsigned size)
 {
-    // All of the old storage: a lock holder may have written behind the text.
+    // All of the old storage: a lock holder may have written after the text.
     if (size > unsigned(myAllocatedSize))
         move(size, /*kept=*/myAllocatedSize);
 }
@@ -49,7 +49,7 @@ UT_WorkBuffer::move(unsigned size, int kept)
     }
     else
         myBuffer = static_cast<char *>(utChecked(realloc(myBuffer, size)));
-    // Room that an int cannot count is there, but not told.
+    // Room past INT_MAX exists, but is not reported.
     myAllocatedSize = int(std::min(size, unsigned(INT_MAX)));
 }
 
@@ -60,7 +60,7 @@ UT_WorkBuffer::isOwn(const char *bytes) const
 }
 
 // Room for `length` bytes and their NUL, by doubling. Doubling ends at INT_MAX,
-// the most that the capacity can tell. Keeps `kept` bytes of the old storage.
+// the most that the capacity can be. Keeps `kept` bytes of the old storage.
 bool
 UT_WorkBuffer::growTo(int length, int kept)
 {
@@ -98,7 +98,7 @@ UT_WorkBuffer::appendSlowly(const char *bytes, size_t count)
     if (newLength >= myAllocatedSize)
     {
         // Our own bytes move with the storage. Else nothing but the text has
-        // to: the append covers what was behind it.
+        // to: the append covers what was after it.
         const bool own = isOwn(bytes);
         const size_t offset = own ? size_t(bytes - myBuffer) : 0;
         growTo(newLength, own ? myAllocatedSize : myLength);
@@ -118,7 +118,7 @@ UT_WorkBuffer::protectedStrcat(const char *text, bool forceQuotes)
     }
     if (isOwn(text))
     {
-        // Its NUL is where the first append goes.
+        // The first append overwrites its NUL.
         UT_WorkBuffer copy;
         copy.append(text);
         protectedStrcat(copy.buffer(), forceQuotes);

@@ -60,7 +60,7 @@ UT_WorkBuffer::getline(FILE *in)
     if (feof(in) || ferror(in))
         return false;
     clear();
-    // The first piece goes straight to where it stays.
+    // The first piece is read straight to where it stays.
     char block[thePieceSize];
     const bool isDropped = myLockCount != 0;
     const char *piece = nullptr;

@@ -70,7 +70,7 @@ UTbwrite(std::ostream &out, const double *values, int count)
 }
 
 // The longest number is a double of 17 digits, with two signs, a point and
-// an exponent of three digits; a separator goes with it.
+// an exponent of three digits; a separator is added.
 static const int theNumberSize = 32;
 
 template <class T>
@@ -80,7 +80,7 @@ utFormat(char *to, T value)
     return std::to_chars(to, to + theNumberSize, value).ptr;
 }
 
-// What a reader takes for a value that is no number, or none that has digits.
+// What a reader takes for a NaN or an infinity.
 static char *
 utFormatSpecial(char *to, bool isNan, bool isNegative)
 {

@@ -7,7 +7,7 @@
 
 bool VM_Math::theSIMD = false;
 
-// Every operation is there for one float and for four.
+// Every operation exists for one float and for four.
 #ifdef __SSE2__
 #include <emmintrin.h>
 
@@ -50,7 +50,7 @@ struct vm_Array
 #endif
 };
 
-// One value in the place of an array.
+// One value in place of an array.
 struct vm_Value
 {
     float value;

@@ -1,6 +1,6 @@
-// Adding an error while nobody logs costs at most 0.2 us, or two of two small
-// allocations. A scope costs a look at a pointer without a performance monitor,
-// and with one about two reads of the clock.
+// Adding an error without a log costs at most 0.2 us, or two of two small
+// allocations. A scope costs one test of a pointer without a performance
+// monitor, and with one about two reads of the clock.
 
 #include "UT/UT_ErrorManager.h"
 #include "UT/UT_Performance.h"

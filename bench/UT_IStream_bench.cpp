@@ -25,7 +25,7 @@
 
 static const size_t theSize = 4 << 20;
 
-// A file that is gone with the process.
+// A file that is removed when the process ends.
 static std::string
 utFile(const std::string &bytes)
 {

@@ -37,7 +37,7 @@ utInputCount(const benchmark::State &state)
     return std::max(size_t(1), 100000 / size_t(state.range(0)));
 }
 
-// All inputs, one behind the other.
+// All inputs, one after the other.
 static std::vector<int>
 utInputs(const benchmark::State &state)
 {

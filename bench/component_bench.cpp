@@ -2,8 +2,8 @@
 // of the same system calls takes on loopback. An envelope of 1 MiB takes at
 // most 2 times what std::string takes to build the same bytes.
 //
-// Both sides of a pair take turns in one run, so that what else the machine
-// does hits them alike; the counters are medians in microseconds.
+// Both sides of a pair take turns in one run, so that other load on the
+// machine affects them alike; the counters are medians in microseconds.
 
 #include "ut_LoopbackServer.h"
 

@@ -12,7 +12,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 
-# The flags decide whether we build for 32-bit x86, so the compiler is asked.
+# The flags decide whether we build for 32-bit x86, so the compiler is tested.
 try_compile(
     VALDRIN_IS_X86_32 SOURCE_FROM_CONTENT x86_32.cpp "#ifndef __i386__
 #error Another processor
@@ -70,7 +70,7 @@ if(VALDRIN_SANITIZE)
     if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # Clang's sanitizer runtime lives in the program, not in libraries.
         set(VALDRIN_NO_UNDEFINED "")
-        # The typed arrays hand their comparators to the untyped ones, which
+        # The typed arrays pass their comparators to the untyped ones, which
         # call them with untyped pointers.
         if(VALDRIN_SANITIZE MATCHES "undefined")
             add_compile_options(-fno-sanitize=function)

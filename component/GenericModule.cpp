@@ -1,5 +1,5 @@
-// The module for browsers that keep their own to themselves. It does what
-// theirs does, down to the oddities that callers may have come to expect.
+// The module for browsers that do not export their own. It behaves as theirs
+// does, including the oddities that callers may have come to expect.
 
 #include "nsGenericModule.h"
 #include "ut_Reference.h"
@@ -10,7 +10,7 @@
 namespace
 {
 
-// References are taken and dropped from any thread.
+// References are taken and released on any thread.
 class ut_ReferenceCount
 {
 public:
@@ -40,7 +40,7 @@ private:
     bool &myFlag;
 };
 
-// What the platform's own factory objects call themselves among each other.
+// The interface that the platform's own factory objects share.
 // The two methods are theirs alone and are refused here.
 class ut_IGenericFactory : public nsIFactory
 {
@@ -59,7 +59,7 @@ protected:
     ~ut_IGenericFactory() = default;
 };
 
-// The factory of one class, and what there is to know about the class.
+// The factory of one class, and the facts about that class.
 class ut_GenericFactory : public ut_IGenericFactory, public nsIClassInfo
 {
 public:
@@ -374,8 +374,8 @@ ut_GenericModule::construct(nsIComponentManager *manager)
     return code;
 }
 
-// What is done before the first class object; again, when it failed. Whoever is
-// called by that and asks for a class gets it.
+// The work before the first class object; repeated if it failed. Code that this
+// calls can already get classes.
 nsresult
 ut_GenericModule::initialize(nsIComponentManager *manager)
 {

@@ -45,7 +45,7 @@ ValdrinConnectionImpl::Release()
 {
     if (--myReferenceCount)
         return myReferenceCount;
-    // Whoever takes and drops a reference during destruction must not destroy
+    // A reference taken and released during destruction must not destroy
     // the object again.
     myReferenceCount = 1;
     delete this;
@@ -80,7 +80,7 @@ utStringToCharPtr(const UT_String &text, char **out)
 // "]]>", which makes it five times as long.
 static const size_t theLongestText = (INT_MAX - 256) / 5;
 
-// One exchange. Without `result` the reply is dropped.
+// One exchange. Without `result` the reply is discarded.
 static nsresult
 utSend(const char *text, const char *tag, char **result)
 {
@@ -96,8 +96,8 @@ utSend(const char *text, const char *tag, char **result)
         UT_WorkBuffer xml;
         buildXML(text, tag, xml);
         UT_String reply;
-        // Deliberate: an application that cannot be reached is no failure of
-        // the call; script sees it in the text.
+        // Deliberate: an application that cannot be reached is not a failure
+        // of the call; script sees it in the text.
         ValdrinConnectionImpl::runCommandUsingSocket(
             xml.buffer(), reply, theSocketPortNumber);
         if (result)
@@ -119,8 +119,8 @@ ValdrinConnectionImpl::SetSocketPortNum(PRInt32 port)
 }
 
 // An exchange during which a method's busy mark is set. Deliberate: the marks
-// are written and never read. They are for somebody who looks at the process
-// from outside, and so each is a byte of its method.
+// are written and never read. They are for a debugger that inspects the
+// process, and so each is a byte of its method.
 static nsresult
 utSendMarked(
     volatile uint8 &isRunning, const char *text, const char *tag, char **result)
@@ -174,8 +174,8 @@ ValdrinConnectionImpl::StashString(const char *text)
 nsresult
 ValdrinConnectionImpl::GetStashedString(char **result)
 {
-    // Deliberate: a null `result` is not refused here. A copy that there is no
-    // memory for is null, and not reported.
+    // Deliberate: a null `result` is not refused here. A copy that cannot
+    // be allocated is null, and not reported.
     utStringToCharPtr(theStash, result);
     return NS_OK;
 }

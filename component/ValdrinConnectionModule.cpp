@@ -1,4 +1,4 @@
-// What the browser's component manager gets to see: one module with one class.
+// The interface to the browser's component manager: one module with one class.
 
 #include "ValdrinConnectionImpl.h"
 #include "nsGenericModule.h"
@@ -19,7 +19,7 @@ ValdrinConnectionImplConstructor(
     if (!object)
         return NS_ERROR_OUT_OF_MEMORY;
     // The guard reference keeps the object through the question; when the
-    // answer is no, giving it back is the object's end.
+    // answer is no, releasing it destroys the object.
     object->AddRef();
     const nsresult code = object->QueryInterface(iid, result);
     object->Release();

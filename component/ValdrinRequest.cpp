@@ -6,7 +6,7 @@
 #include <cstring>
 
 // Most texts have few brackets, so looking for those is the quickest; a run of
-// them is passed at once. The NUL behind the text ends a run.
+// them is passed at once. The NUL after the text ends a run.
 static void
 utAppendCData(const char *text, size_t length, UT_WorkBuffer &out)
 {

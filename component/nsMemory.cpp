@@ -10,7 +10,7 @@ NS_Alloc(size_t size);
 
 // Both definitions are weak for the compiler's sake as much as the linker's:
 // it must not inline one of them or bind the call between them, or a platform
-// that brings its own Alloc would be passed by.
+// that brings its own Alloc would be bypassed.
 
 __attribute__((weak)) void *
 nsMemory::Alloc(size_t size)

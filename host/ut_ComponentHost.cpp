@@ -18,8 +18,8 @@ static constexpr nsCID theConnectionClass = {
 };
 
 // The component manager as far as a module meets it: modules ask it for its
-// registrar side before they make their first class object. There is no table
-// of classes behind it, so every other call is refused.
+// registrar side before they make their first class object. It has no table
+// of classes, so every other call is refused.
 class ut_ComponentManager final : public nsIComponentManager,
                                   public nsIComponentRegistrar
 {

@@ -23,7 +23,7 @@ utIsWorthRepeating(int error, int fd, short events)
         return true;
     if (error != EAGAIN)
         return false;
-    // What goes wrong here shows in the repeated call.
+    // A failure here shows in the repeated call.
     pollfd waiting = {fd, events, 0};
     poll(&waiting, 1, /*timeout=*/-1);
     return true;

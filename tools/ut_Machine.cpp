@@ -121,7 +121,7 @@ utDescribeMachine(
 
     UT_MachineInfo info;
     describe(info);
-    usleep(200000); // the load is that of the time between two questions
+    usleep(200000); // the load is measured between the two calls
     describe(info);
     output = asJson ? utForScripts(info) : utForPeople(info);
     return true;

@@ -33,8 +33,8 @@ utIsUpperControl(unsigned byte)
     return byte >= 0x80 && byte <= 0x9f;
 }
 
-// What a terminal would take for something else than text is spelled out: the
-// control characters of ASCII and those behind it, as UTF-8 or as bytes.
+// Bytes that a terminal would not show as text are spelled out: the control
+// characters of ASCII and those from 0x80 to 0x9f, as UTF-8 or as bytes.
 static std::string
 utQuoted(const char *text)
 {
@@ -127,8 +127,8 @@ utColumns(const ut_Settings &settings, const std::set<std::string> &given)
 static const char thePageHead[] = R"(# Settings
 
 Each of these environment variables makes one setting. They are read once, when
-the first setting is asked for. `valdrin env` lists the values in force; this
-page is what `valdrin env --page` prints.
+the first setting is read. `valdrin env` lists the current values; this page is
+the output of `valdrin env --page`.
 )";
 
 static const struct
@@ -138,22 +138,22 @@ static const struct
 } thePageSections[] = {
     {UT_CONTROL_SWITCH,
      "\n## Switches\n\n"
-     "`0` turns a switch off, `1` turns it on, and anything else turns it to\n"
-     "the opposite of its default.\n"         },
-    {UT_CONTROL_INT,
-     "\n## Whole numbers\n\n"
-     "What is no number counts as 0. A number out of range is moved to the\n"
-     "nearest one that is allowed.\n"         },
+     "`0` turns a switch off, `1` turns it on, and any other value sets it to\n"
+     "the opposite of its default.\n"                                        },
+    {UT_CONTROL_INT,    "\n## Whole numbers\n\n"
+                     "Text that is not a number counts as 0. A number out of "
+                     "range is moved to\n"
+                     "the nearest one that is allowed.\n"},
     {UT_CONTROL_FLOAT,
      "\n## Numbers with a fraction\n\n"
      "They have a point between the digits, whatever the language. Otherwise\n"
-     "the rules are those of whole numbers.\n"},
+     "the rules are those of whole numbers.\n"                               },
     {UT_CONTROL_STRING,
      "\n## Texts\n\n"
      "Each backslash becomes a slash, in the variable too. `HOME`, `USER`,\n"
      "`VALDRIN_TEMP_DIR` and `VALDRIN_DESKTOP_DIR` are set for child "
      "processes\n"
-     "where they are missing.\n"              },
+     "where they are missing.\n"                                             },
 };
 
 static std::string

@@ -2,14 +2,14 @@
 """A stand-in for the Valdrin application's command port.
 
 It speaks the wire format of the command port and answers with a real Python
-interpreter, so that the connection can be tried, shown and tested where no
-Valdrin runs. It is not Valdrin: there is no scene, no module of the
-application can be imported, and of vscript it knows only a few plain
+interpreter, so that the connection can be tried, shown and tested without
+Valdrin. It is not Valdrin: there is no scene, no module of the
+application can be imported, and it supports only a few basic vscript
 commands (send "help").
 
-Each connection carries one request: an XML document of one element, ended by
-a NUL byte. The reply goes back with a NUL byte after it, and the connection
-is closed.
+Each connection carries one request: an XML document of one element, followed
+by a NUL byte. The reply is followed by a NUL byte, and the connection is
+closed.
 
     <vscript>            a line is a command; the reply is its output
     <python_statements>  run in one namespace that lasts as long as the
@@ -17,9 +17,9 @@ is closed.
     <python_expression>  evaluated in the same namespace; the reply is
                          str(value), or a traceback
 
-Whoever can connect runs code with the rights of this program. It therefore
-listens on 127.0.0.1 only, which every user of the machine can reach: start
-it where that is no harm.
+Anyone who can connect can run code with the rights of this program. It
+therefore listens only on 127.0.0.1, which every user of the machine can reach:
+start it only where that does no harm.
 """
 
 import argparse
@@ -37,8 +37,8 @@ import types
 
 VERSION = "@PROJECT_VERSION@"
 
-# The package lies beside the programs, in a build tree and where they are
-# installed.
+# The package is next to the programs, in a build tree and in an
+# installation.
 sys.path.insert(
     0,
     str(pathlib.Path(__file__).resolve().parent / "@PYTHON_DIR_FROM_BINDIR@"),
@@ -133,7 +133,7 @@ class LogHandler(logging.Handler):
 
     def emit(self, record):
         line = f"valdrin-standin: {self.format(record)}\n"
-        # A log that nobody reads is no reason to end.
+        # A log without a reader is not a reason to exit.
         with contextlib.suppress(OSError):
             os.write(self._descriptor, line.encode("utf-8", "replace"))
 
@@ -259,7 +259,7 @@ def main():
     finished = port.close()
     log.info("stopped" if finished else "stopped with a request running")
     if threading.active_count() > 1:
-        # A request goes on, or has left threads behind: shutting down in good
+        # A request is still running or has left threads: shutting down in good
         # order would wait for them, perhaps forever.
         os._exit(0)
     return 0

@@ -1,6 +1,6 @@
 // Sends one command to a running Valdrin through the connection component, the
 // way a page's script does, and writes the reply to standard output. Or lists
-// the settings that the environment makes, or what the machine is.
+// the settings from the environment, or describes the machine.
 
 #include "ut_Machine.h"
 #include "ut_Settings.h"
@@ -33,37 +33,37 @@ enum
 };
 
 static const char theHelp[] = R"(Usage: valdrin [OPTION]... COMMAND [TEXT]
-Send one command to the Valdrin application on this machine, or list settings
-and what the machine is.
+Send one command to the Valdrin application on this machine, list settings, or
+describe the machine.
 
 Commands:
   run TEXT    run a vscript command, and print the reply
   exec TEXT   run Python statements; Valdrin gives no reply to these
   eval TEXT   evaluate a Python expression, and print the reply
-  env [GLOB]  list the settings that environment variables make, or those with
-              a matching name, which may be in small letters
-  info        tell of the machine: processors, memory, load
+  env [GLOB]  list the settings made by environment variables, or only those
+              whose name matches; case is not significant
+  info        describe the machine: processors, memory, load
 
 Without a TEXT, or when it is "-", standard input is read. The reply is printed
-as it came; a newline is added only on a terminal.
+unchanged; a newline is added only on a terminal.
 
-Options, which may stand before or after the command:
+Options, which may precede or follow the command:
   -p, --port N           Valdrin's command port (default 32153). N is taken
                          modulo 65535, and 10000 is added if that gives less
                          than 10000
   -l, --library PATH     the connection library to load
-  -t, --timeout SECONDS  give up when the reply is not there by then; decimals
-                         are welcome, 0 means no limit (default)
-      --page             let env print a page about all settings, in Markdown
-      --json             let info print JSON
+  -t, --timeout SECONDS  give up when the reply has not arrived by then;
+                         decimals are allowed, 0 means no limit (default)
+      --page             make env print a page about all settings, in Markdown
+      --json             make info print JSON
   -h, --help             print this text
   -V, --version          print the version
   --                     end of options, for a TEXT that begins with "-"
 
 Exit status:
   0  done
-  1  the input could not be read or sent, the reply not be written, or no
-     setting matches
+  1  the input could not be read or sent, the reply could not be written, or
+     no setting matches
   2  wrong usage
   3  Valdrin could not be reached, or the connection failed
   4  timed out
@@ -113,13 +113,13 @@ utComplain(const std::string &message)
     // One write, so that messages of several programs do not mix.
     const std::string line = "valdrin: " + message + "\n";
     if (write(STDERR_FILENO, line.data(), line.size()) < 0)
-        return; // there is nobody left to tell
+        return; // there is nowhere left to report it
 }
 
 // ---- The streams
 
-// Whether a read or write that failed with `error` is worth repeating; tells
-// of it otherwise.
+// Whether a read or write that failed with `error` is worth repeating; reports
+// the error otherwise.
 static bool
 utRetry(const char *name, int error, int fd, short events)
 {
@@ -255,9 +255,9 @@ utParseArguments(const std::vector<const char *> &words, ut_Options &options)
         options.text = words[1];
     if (options.layout == ut_SettingsLayout::PAGE &&
         options.command != ut_Command::ENV)
-        utExitUsage("--page goes with env");
+        utExitUsage("--page is for env only");
     if (options.asJson && options.command != ut_Command::INFO)
-        utExitUsage("--json goes with info");
+        utExitUsage("--json is for info only");
     if (options.command == ut_Command::INFO && words.size() > 1)
         utExitUsage("info takes no TEXT");
 }
@@ -278,8 +278,8 @@ utParseCommandLine(int argc, char **argv)
     ut_Options options;
     std::vector<const char *> words;
     int letter;
-    // The leading dash hands other words over in their place, so that options
-    // behind them count whatever POSIXLY_CORRECT says.
+    // The leading dash returns other words in their place, so that options
+    // after them count even with POSIXLY_CORRECT.
     while ((letter = getopt_long(
                 argc, argv, "-p:l:t:hV", theOptions, nullptr)) != -1)
     {
@@ -313,7 +313,7 @@ utParseCommandLine(int argc, char **argv)
         case 'V':
             utExitPrinting("valdrin " VALDRIN_VERSION "\n");
         default:
-            utExitUsage(""); // getopt_long has told what is wrong
+            utExitUsage(""); // getopt_long has reported the fault
         }
     }
     words.insert(words.end(), argv + optind, argv + argc);
@@ -348,7 +348,7 @@ extern "C"
     static void utOnTimeout(int)
     {
         // The component waits without a limit and cannot be interrupted, so the
-        // program ends where it stands.
+        // program exits at once.
         const ssize_t written = write(
             STDERR_FILENO, theTimeoutMessage, sizeof(theTimeoutMessage) - 1);
         static_cast<void>(written);
@@ -356,8 +356,8 @@ extern "C"
     }
 }
 
-// What holds while the component talks to Valdrin: a time limit, and a lost
-// connection that ends the exchange rather than the program.
+// While it exists there is a time limit, and a lost connection ends the
+// exchange rather than the program.
 class ut_ExchangeGuard
 {
 public:
@@ -406,7 +406,7 @@ utFailedCall(nsresult result)
     return EXIT_LIBRARY;
 }
 
-// Takes what a call handed out. The strings come from the platform's
+// Takes the result of a call. The strings come from the platform's
 // allocator, which is malloc in a program that brings none of its own.
 static int
 utTakeReply(nsresult result, char *text, std::string &reply)
@@ -427,9 +427,9 @@ utTakeReply(nsresult result, char *text, std::string &reply)
     return EXIT_NOT_CONNECTED;
 }
 
-// The component drops the answer to statements, and with it the news that
-// there was nobody to answer. An expression without effect is asked for first,
-// and the statements follow only if Valdrin was there for that one.
+// The component discards the reply to statements, and with it the news that
+// Valdrin was not reached. So an expression without effect is evaluated first,
+// and the statements are sent only after a reply to it.
 static int
 utExecute(IValdrinConnection &connection, const char *statements)
 {
@@ -464,7 +464,7 @@ utExchange(
     case ut_Command::EVAL:
         result = connection.RunPythonExpression(command, &text);
         break;
-    case ut_Command::ENV: // these ask nobody
+    case ut_Command::ENV: // these need no connection
     case ut_Command::INFO:
         break;
     }
@@ -502,7 +502,7 @@ utPrintMachine(const ut_Options &options)
     if (!utDescribeMachine(
             utLibraryCandidates(options), options.asJson, output, error))
     {
-        utComplain("cannot ask the library:\n" + error);
+        utComplain("cannot get the facts from the library:\n" + error);
         return EXIT_LIBRARY;
     }
     return utWriteAll(output.data(), output.size()) ? EXIT_SUCCESS

@@ -13,7 +13,7 @@ file(READ ${PAGE} page)
 string(FIND "${page}" "prints\n\n```\n" claims)
 string(FIND "${page}" "prints\n\n```\n${EXPECTED}```" claim)
 if(NOT claims EQUAL claim)
-    message(FATAL_ERROR "${PAGE} tells of other lines")
+    message(FATAL_ERROR "${PAGE} claims other lines")
 endif()
 
 file(READ ${SOURCE} source)

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-// Tells what is odd, and what goes wrong.
+// Warns of odd names, and reports what fails.
 static bool
 saveScene(const char *path)
 {
@@ -24,7 +24,7 @@ saveScene(const char *path)
 int
 main()
 {
-    // A scope has just the errors of what runs in it.
+    // A scope has only the errors of the code that runs in it.
     UTpushErrorManager();
     if (!saveScene("/nowhere/scene"))
     {
@@ -35,8 +35,8 @@ main()
         printf("%d messages:\n%s\n", count, messages.buffer());
     }
 
-    // The warnings have been told, and go with the scope. The errors are the
-    // outer scope's from here on.
+    // The warnings were printed and are dropped with the scope. The errors move
+    // to the outer scope.
     UT_ErrorManager failures;
     failures.stealErrors(
         *UTgetErrorManager(), 0, -1, UT_ERROR_ERROR, /*copy=*/false);

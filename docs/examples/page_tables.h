@@ -27,7 +27,7 @@ shownCell(std::string cell)
     return cell;
 }
 
-// The cells of a line. A bar with a backslash before it divides none.
+// The cells of a line. A bar after a backslash is text.
 inline Row
 splitRow(const std::string &line)
 {
@@ -59,8 +59,8 @@ struct Table
 };
 
 // For main(): tries every row of the page that is the only argument, and prints
-// those whose results come out otherwise as they should be. Fails when there
-// are any, or when a table is missing.
+// the rows with a wrong result. Fails when there are any, or when a table is
+// missing.
 inline int
 checkTables(int argc, char **argv, std::vector<Table> tables)
 {

@@ -1,6 +1,6 @@
-// Tries every row of the tables in the page on patterns, and prints those whose
-// results come out otherwise as they should be. Fails when there are any, or
-// when a table is missing. Argument: the page.
+// Tries every row of the tables in the page on patterns, and prints the
+// rows with a wrong result. Fails when there are any, or when a table is
+// missing. Argument: the page.
 
 #include "page_tables.h"
 

@@ -1,4 +1,4 @@
-// What command lines ask for.
+// The parts of command lines.
 
 #include "UT/UT_ShellLine.h"
 #include "UT/UT_String.h"

@@ -1,5 +1,5 @@
 // Tries every row of the tables in the page on the command lines of shells, and
-// prints those that are read otherwise. Argument: the page.
+// prints those with a wrong result. Argument: the page.
 
 #include "page_tables.h"
 

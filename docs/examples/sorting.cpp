@@ -21,14 +21,14 @@ compareInts(int a, int b)
 int
 main()
 {
-    // Keys with an index: where did each come from?
+    // Keys with an index: the place that each came from.
     float seconds[] = {12.5f, 11.25f, 14.0f, 11.75f, 13.0f};
     UT_QuickSort sorter;
     sorter.sort(seconds, 5, /*makeIndex=*/1);
     for (unsigned i = 0; i < 5; i++)
         std::printf("%s %g\n", theNames[sorter.index()(i)], seconds[i]);
 
-    // Records with their key in front.
+    // Records that begin with their key.
     Finish finishes[] = {
         {9.75f, "Fay"},
         {9.25f, "Gus"},

@@ -31,7 +31,7 @@ main()
     printf("the next box is %s\n", name);
     free(name);
 
-    // One copy of a text, whoever asks.
+    // One shared copy of a text.
     const char *shared = counts.getStringReference("box1");
     printf("shared: %d\n", shared == counts.getStringReference("box1"));
 

@@ -116,7 +116,7 @@ class Test(unittest.TestCase):
 
     def test_interrupt_stops_it_cleanly(self):
         with Standin() as app:
-            # Threads that requests leave behind do not keep it.
+            # Threads that requests have left do not delay the exit.
             app.ask(STATEMENTS, "import threading as t\nwait = t.Event().wait")
             app.ask(STATEMENTS, "t.Thread(target=wait, daemon=False).start()")
             self.assertEqual(app.stop(signal.SIGINT), 0)

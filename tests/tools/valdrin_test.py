@@ -18,7 +18,7 @@ ALL_BYTES = bytes(range(1, 256))
 
 class Test(unittest.TestCase):
     def expect(self, *arguments, status=0, output=b"", error=b"", **options):
-        """Runs valdrin. It must tell nothing but what holds `error`."""
+        """Runs valdrin. Standard error must be empty, or hold `error`."""
         result = run(VALDRIN, *arguments, **options)
         self.assertEqual(result.returncode, status, result.stderr)
         self.assertEqual(result.stdout or b"", output, arguments)
@@ -46,12 +46,12 @@ class Test(unittest.TestCase):
 
     def test_texts_cross_byte_for_byte(self):
         big = ALL_BYTES * 20000
-        for words, reply, told in (
+        for words, reply, printed in (
             (["run"], b"no NUL", b"no NUL"),
             (["run", "-"], b"cut\0here\0", b"cut"),
             (["--", "run", "-"], big + b"\0", big),
         ):
-            sent = self.converse([reply], *words, input=ALL_BYTES, output=told)
+            sent = self.converse([reply], *words, input=ALL_BYTES, output=printed)
             self.assertEqual(sent, [envelope(b"vscript", ALL_BYTES)])
 
     def test_options_stand_anywhere(self):
@@ -66,14 +66,14 @@ class Test(unittest.TestCase):
             self.expect(*arguments, output=b"y", env=environment)
             self.assertEqual(app.requests, [envelope(b"vscript", b"-x")])
 
-    def test_wrong_usage_is_told(self):
+    def test_wrong_usage_is_reported(self):
         for arguments, error in (
             ([], b"command is missing"),
             (["walk", "x"], b'unknown command "walk"'),
             (["run", "x", "y"], b"more than one TEXT"),
             (["run", "x", "--port"], b"port"),
-            (["run", "x", "--page"], b"--page goes with env"),
-            (["env", "--json"], b"--json goes with info"),
+            (["run", "x", "--page"], b"--page is for env only"),
+            (["env", "--json"], b"--json is for info only"),
             (["info", "x"], b"info takes no TEXT"),
             *((["run", "x", "--port", port], b"not a port")
               for port in ("", "1x", " 1", "2147483648")),
