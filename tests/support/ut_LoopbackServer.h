@@ -74,8 +74,8 @@ class ut_LoopbackServer
 {
 public:
     // Does something with the connection; false ends it.
-    typedef std::function<bool(int fd, const std::string &request)> Step;
-    typedef std::vector<Step> Script;
+    using Step = std::function<bool(int fd, const std::string &request)>;
+    using Script = std::vector<Step>;
 
     // Sends bytes, as one segment if they are few and a pause follows.
     static Step send(const std::string &bytes)
