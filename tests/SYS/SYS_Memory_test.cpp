@@ -27,7 +27,7 @@ TEST(SYS_Memory, PrintsByteCounts)
     {
         char text[24];
         SYSprintMemory(text, row.bytes, row.width);
-        EXPECT_STREQ(row.text, text);
+        EXPECT_STREQ(row.text, text) << row.bytes << " in " << row.width;
     }
 }
 

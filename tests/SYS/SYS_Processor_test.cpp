@@ -17,7 +17,7 @@ TEST(SYS_Processor, CountsTheProcessorsOfCpuinfo)
     EXPECT_EQ(0, parse_cpuinfo_for_nprocs("/nowhere/cpuinfo"));
 }
 
-TEST(SYS_Processor, TellsAnotherTypeAtTheFirstCall)
+TEST(SYS_Processor, TheFirstCallReportsAnotherType)
 {
     int type;
     int flags;

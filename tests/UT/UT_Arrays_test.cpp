@@ -106,32 +106,39 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
     const auto concat = [](TypeParam &array, unsigned, unsigned count)
     { array.concat(utFilled<TypeParam>(count, count)); };
     const bool isInt = std::is_same_v<E, int32>;
+    // Deliberate: "at the end" and "concat full" grow, though all would fit.
     const struct
     {
+        const char *what;
         void (*act)(TypeParam &array, unsigned index, unsigned count);
-        unsigned entries, capacity, index, count, newEntries, newCapacity;
+        unsigned entries;
+        unsigned capacity;
+        unsigned index;
+        unsigned count;
+        unsigned newEntries;
+        unsigned newCapacity;
     } theRows[] = {
-        {append,   0,    0,    0,   0, 1,    4                  },
-        {append,   127,  127,  0,   0, 128,  131                },
-        {append,   128,  128,  0,   0, 129,  256                },
-        {append,   1023, 1023, 0,   0, 1024, 1151               },
-        {append,   1024, 1024, 0,   0, 1025, 1152               },
-        {open,     4,    4,    1,   0, 5,    isInt ? 8u : 9u    },
-        {open,     127,  127,  0,   0, 128,  isInt ? 131u : 256u},
-        {open,     0,    0,    10,  0, 11,   isInt ? 15u : 14u  },
-        {open,     127,  127,  127, 0, 128,  isInt ? 256u : 131u},
-        {insert,   127,  127,  0,   0, 128,  131                },
-        {insert,   0,    0,    10,  0, 11,   14                 },
-        {multiple, 4,    8,    2,   4, 8,    8                  }, // they just fit
-        {multiple, 4,    8,    2,   5, 9,    13                 },
-        {multiple, 4,    8,    4,   4, 8,    12                 }, // deliberate
-        {multiple, 0,    0,    0,   0, 0,    4                  },
-        {concat,   4,    10,   0,   5, 9,    10                 },
-        {concat,   4,    10,   0,   6, 10,   16                 }, // deliberate
+        {"append to 0",    append,   0,    0,    0,   0, 1,    4                  },
+        {"append to 127",  append,   127,  127,  0,   0, 128,  131                },
+        {"append to 128",  append,   128,  128,  0,   0, 129,  256                },
+        {"append to 1023", append,   1023, 1023, 0,   0, 1024, 1151               },
+        {"append to 1024", append,   1024, 1024, 0,   0, 1025, 1152               },
+        {"open in 4",      open,     4,    4,    1,   0, 5,    isInt ? 8u : 9u    },
+        {"open in 127",    open,     127,  127,  0,   0, 128,  isInt ? 131u : 256u},
+        {"open past 0",    open,     0,    0,    10,  0, 11,   isInt ? 15u : 14u  },
+        {"open past 127",  open,     127,  127,  127, 0, 128,  isInt ? 256u : 131u},
+        {"insert in 127",  insert,   127,  127,  0,   0, 128,  131                },
+        {"insert past 0",  insert,   0,    0,    10,  0, 11,   14                 },
+        {"just fits",      multiple, 4,    8,    2,   4, 8,    8                  },
+        {"does not fit",   multiple, 4,    8,    2,   5, 9,    13                 },
+        {"at the end",     multiple, 4,    8,    4,   4, 8,    12                 },
+        {"none at all",    multiple, 0,    0,    0,   0, 0,    4                  },
+        {"concat fits",    concat,   4,    10,   0,   5, 9,    10                 },
+        {"concat full",    concat,   4,    10,   0,   6, 10,   16                 },
     };
     for (const auto &row : theRows)
     {
-        SCOPED_TRACE(&row - theRows);
+        SCOPED_TRACE(row.what);
         TypeParam array = utFilled<TypeParam>(row.entries, row.capacity);
         row.act(array, row.index, row.count);
         EXPECT_EQ(row.newEntries, array.entries());
@@ -147,9 +154,11 @@ TYPED_TEST(UT_Arrays, SizesAreExactButAssignmentNeverShrinks)
     array.resize(6, 1);
     EXPECT_EQ(2u, array.entries());
     EXPECT_EQ(6u, array.capacity());
-    const bool isCleared = !std::is_same_v<E, float>;
-    EXPECT_TRUE(
-        !isCleared || std::count(array.data() + 2, array.data() + 6, E()) == 4);
+    // Floats do not clear what is new.
+    if (!std::is_same_v<E, float>)
+    {
+        EXPECT_EQ(4, std::count(array.data() + 2, array.data() + 6, E()));
+    }
 
     const TypeParam copy(array);
     EXPECT_EQ(2u, copy.capacity());
@@ -163,65 +172,49 @@ TYPED_TEST(UT_Arrays, SizesAreExactButAssignmentNeverShrinks)
     EXPECT_TRUE(copy == array);
     array.resize(0);
     EXPECT_EQ(nullptr, array.data());
-    EXPECT_EQ(0u, array.entries() + array.capacity());
+    EXPECT_EQ(0u, array.entries());
+    EXPECT_EQ(0u, array.capacity());
 }
 
-TYPED_TEST(UT_Arrays, AgreeWithVectorOverRandomScripts)
+// An array and a vector under the same random calls.
+template <class Array>
+class ut_ArrayScript
 {
-    using E = ut_Element<TypeParam>;
-    const auto compareExactly = [](const E *a, const E *b)
-    { return int(*a > *b) - int(*a < *b); };
-    const auto isWanted = [](E &element, void *wanted)
-    { return int(element == *static_cast<E *>(wanted)); };
-    std::mt19937 random(20240611);
-    // Of any magnitude.
-    const auto pick = [&random] { return int(random()) >> random() % 32; };
-    TypeParam array;
-    ut_Model<TypeParam> model;
-    for (int round = 0; round < 20000; ++round)
+public:
+    using E = ut_Element<Array>;
+
+    void step()
     {
-        SCOPED_TRACE(round);
-        E value = utElement<E>(random() % 40);
-        const int size = int(model.size());
-        const unsigned index = unsigned(random()) % unsigned(size + 1);
-        const unsigned count = unsigned(random() % 6);
-        const auto at = model.begin() + int(index);
-        const auto first = std::find(model.begin(), model.end(), value);
-        const int position = int(first - model.begin());
-        const unsigned action = unsigned(random() % 150);
-        switch (action < 5 ? action : 5 + action % 5)
+        const E value = utElement<E>(myRandom() % 40);
+        const unsigned index = unsigned(myRandom() % (model.size() + 1));
+        if (myRandom() % 30 == 0)
+            changeAll(value, index);
+        else
+            changeAt(value, index);
+    }
+
+    Array array;
+    ut_Model<Array> model;
+
+private:
+    // Calls that shorten the array or arrange it anew.
+    void changeAll(E value, unsigned index)
+    {
+        switch (myRandom() % 5)
         {
         case 0:
             array.resize(index);
-            model.erase(at, model.end());
+            model.resize(index);
             break;
         case 1:
-            array.sort(compareExactly);
-            std::sort(model.begin(), model.end());
-            EXPECT_EQ(position < size, array.find(value, compareExactly) >= 0);
-            if constexpr (!std::is_same_v<E, int32>)
-                array.uniqueSortedInsert(value, compareExactly);
-            else
-                array.uniqueSortedInsertAscending(value);
-            if (position == size)
-                model.insert(
-                    std::lower_bound(model.begin(), model.end(), value), value);
+            insertSorted(value);
             break;
         case 2:
             if constexpr (std::is_pointer_v<E>)
             {
-                const int from = pick(), to = pick(), length = pick();
-                array.move(from, to, length);
-                const int start = std::max(from, 0);
-                const int n = std::min(length, size - start);
-                if (n < 1)
-                    break;
-                const auto block = model.begin() + start;
-                const ut_Model<TypeParam> moved(block, block + n);
-                model.erase(block, block + n);
-                model.insert(
-                    model.begin() + std::min(std::max(to, 0), size - n),
-                    moved.begin(), moved.end());
+                const int from = pick();
+                const int to = pick();
+                move(from, to, /*length=*/pick());
             }
             break;
         case 3:
@@ -229,86 +222,173 @@ TYPED_TEST(UT_Arrays, AgreeWithVectorOverRandomScripts)
             std::reverse(model.begin(), model.end());
             break;
         case 4:
-        {
-            const int k = pick();
-            array.cycle(k);
-            if (size > 0)
-                std::rotate(
-                    model.begin(),
-                    model.end() - int((int64(k) % size + size) % size),
-                    model.end());
+            cycle(pick());
             break;
         }
-        case 5:
+    }
+
+    // Calls for the elements at an index.
+    void changeAt(E value, unsigned index)
+    {
+        const auto at = model.begin() + int(index);
+        switch (myRandom() % 5)
+        {
+        case 0:
             EXPECT_EQ(model.size(), array.append(value));
             model.push_back(value);
             break;
-        case 6:
+        case 1:
             array.insert(value, index);
             model.insert(at, value);
             break;
-        case 7:
+        case 2:
+        {
+            const unsigned count = unsigned(myRandom() % 6);
             array.multipleInsert(index, count);
             model.insert(at, count, value);
             std::fill_n(array.data() + index, count, value);
             break;
-        case 8:
-        {
-            const auto found = std::find(at, model.end(), value);
-            EXPECT_EQ(
-                found == model.end() ? -1 : found - model.begin(),
-                array.find(value, index));
-            EXPECT_EQ(unsigned(position), array.apply(isWanted, &value));
-            break;
         }
-        case 9:
-            if (at != model.end())
+        case 3:
+            find(value, index);
+            break;
+        case 4:
+            if (index < model.size())
             {
                 EXPECT_EQ(index, array.removeAt(index));
                 model.erase(at);
             }
             break;
         }
-        ASSERT_EQ(model, utValues(array));
-        ASSERT_LE(array.entries(), array.capacity());
+    }
+
+    // Sorts, and inserts an element that is not there.
+    void insertSorted(E value)
+    {
+        const auto compare = [](const E *a, const E *b)
+        { return int(*a > *b) - int(*a < *b); };
+        array.sort(compare);
+        std::sort(model.begin(), model.end());
+        const bool isThere =
+            std::binary_search(model.begin(), model.end(), value);
+        EXPECT_EQ(isThere, array.find(value, compare) >= 0);
+        if constexpr (std::is_same_v<E, int32>)
+            array.uniqueSortedInsertAscending(value);
+        else
+            array.uniqueSortedInsert(value, compare);
+        if (!isThere)
+            model.insert(
+                std::lower_bound(model.begin(), model.end(), value), value);
+    }
+
+    void find(E value, unsigned index)
+    {
+        const auto begin = model.begin();
+        const auto next = std::find(begin + int(index), model.end(), value);
+        EXPECT_EQ(
+            next == model.end() ? -1 : next - begin, array.find(value, index));
+        const auto isWanted = [](E &element, void *wanted)
+        { return int(element == *static_cast<E *>(wanted)); };
+        // The first one; their number when there is none.
+        EXPECT_EQ(
+            unsigned(std::find(begin, model.end(), value) - begin),
+            array.apply(isWanted, &value));
+    }
+
+    void move(int from, int to, int length)
+    {
+        array.move(from, to, length);
+        // Cut to what is there.
+        const int size = int(model.size());
+        const int first = std::max(from, 0);
+        const int count = std::min(length, size - first);
+        if (count < 1)
+            return;
+        const int target = std::min(std::max(to, 0), size - count);
+        // Taken out, and put in again.
+        const auto block = model.begin() + first;
+        const ut_Model<Array> moved(block, block + count);
+        model.erase(block, block + count);
+        model.insert(model.begin() + target, moved.begin(), moved.end());
+    }
+
+    void cycle(int steps)
+    {
+        array.cycle(steps);
+        if (model.empty())
+            return;
+        // To the right, 0 to size - 1 steps.
+        const int64 size = int64(model.size());
+        const int64 right = (steps % size + size) % size;
+        std::rotate(model.begin(), model.end() - int(right), model.end());
+    }
+
+    // A number of any magnitude and sign.
+    int pick()
+    {
+        const int number = int(myRandom());
+        return number >> myRandom() % 32;
+    }
+
+    std::mt19937 myRandom{20240611};
+};
+
+TYPED_TEST(UT_Arrays, AgreeWithVectorOverRandomScripts)
+{
+    ut_ArrayScript<TypeParam> script;
+    for (int step = 0; step < 20000; ++step)
+    {
+        SCOPED_TRACE(testing::Message() << "step " << step);
+        script.step();
+        ASSERT_EQ(script.model, utValues(script.array));
+        ASSERT_LE(script.array.entries(), script.array.capacity());
     }
 }
 
-// Every block in small arrays, against the rule word by word.
+// One block in an array of six slots, against the rule word by word.
+template <class Array>
+static void
+utExpectShift(unsigned entries, unsigned from, unsigned to, unsigned count)
+{
+    SCOPED_TRACE(
+        testing::Message() << entries << " entries: " << count << " from "
+                           << from << " to " << to);
+    const unsigned capacity = 6;
+    Array array = utFilled<Array>(capacity, capacity);
+    const auto before = utValues(array);
+    array.setEntries(entries);
+
+    auto slots = before;
+    unsigned left = entries;
+    int result = 0;
+    const bool fits = count > 0 && std::max(from, to) + count <= capacity;
+    if (from != to && !fits)
+        result = -1;
+    else if (from != to)
+    {
+        std::copy_n(&before[from], count, &slots[to]);
+        const bool endsInside = to + count <= entries;
+        // Deliberate: the array's tail that moves to the front cuts, too.
+        const bool isTail = from + count == entries;
+        if (!endsInside || (isTail && to < from))
+            left = to + count;
+    }
+    EXPECT_EQ(result, array.shift(from, to, count));
+    EXPECT_EQ(left, array.entries());
+    array.setEntries(capacity);
+    EXPECT_EQ(slots, utValues(array));
+}
+
 TYPED_TEST(UT_Arrays, ShiftMovesBlocksAndCutsAfterTheTail)
 {
-    const unsigned capacity = 6;
-    TypeParam array = utFilled<TypeParam>(capacity, capacity);
+    for (unsigned entries = 0; entries < 7; ++entries)
+        for (unsigned from = 0; from < 8; ++from)
+            for (unsigned to = 0; to < 8; ++to)
+                for (unsigned count = 0; count < 8; ++count)
+                    utExpectShift<TypeParam>(entries, from, to, count);
+    TypeParam array = utFilled<TypeParam>(6, 6);
     EXPECT_EQ(-1, array.shift(2, 1, UINT_MAX));
     EXPECT_EQ(-1, array.shift(UINT_MAX, 0, 2));
-    for (unsigned i = 0; i < 7 * 8 * 8 * 8; ++i)
-    {
-        const unsigned entries = i / 512;
-        const unsigned from = i / 64 % 8, to = i / 8 % 8, count = i % 8;
-        SCOPED_TRACE(
-            testing::Message()
-            << entries << ": " << count << " from " << from << " to " << to);
-        array = utFilled<TypeParam>(capacity, capacity);
-        auto slots = utValues(array);
-        array.setEntries(entries);
-        unsigned left = entries;
-        int result = 0;
-        if (from != to && (count == 0 || std::max(from, to) + count > capacity))
-            result = -1;
-        else if (from != to)
-        {
-            const auto block = slots;
-            std::copy_n(&block[from], count, &slots[to]);
-            const bool isInside = to + count - 1 < entries;
-            const bool isTail = from + count == entries;
-            if (!isInside || (isTail && to < from))
-                left = to + count;
-        }
-        EXPECT_EQ(result, array.shift(from, to, count));
-        EXPECT_EQ(left, array.entries());
-        array.setEntries(capacity);
-        EXPECT_EQ(slots, utValues(array));
-    }
 }
 
 // Searches of numbers compare blocks: each position of the wanted one, in
@@ -347,18 +427,20 @@ utCheckSets(Compare... compare)
     std::mt19937 random(4711);
     for (int round = 0; round < 400; ++round)
     {
-        SCOPED_TRACE(round);
-        // In two of three rounds one is much shorter.
+        SCOPED_TRACE(testing::Message() << "round " << round);
+        // In two of three rounds one is much shorter, and every other time most
+        // elements are there several times.
+        const size_t limit = round % 2 == 0 ? 12 : 1000;
         ut_Model<Array> a(random() % (round % 3 == 1 ? 20 : 600));
         ut_Model<Array> b(random() % (round % 3 == 2 ? 20 : 600));
-        const size_t limit = round % 2 ? 1000 : 12;
         for (auto *side : {&a, &b})
         {
             for (E &element : *side)
                 element = utElement<E>(random() % limit);
             std::stable_sort(side->begin(), side->end(), utIsLess<E>);
         }
-        const Array x = utArray<Array>(a), y = utArray<Array>(b);
+        const Array x = utArray<Array>(a);
+        const Array y = utArray<Array>(b);
         const auto expect = [&](auto algorithm, auto into, auto inPlace)
         {
             ut_Model<Array> expected;
@@ -404,7 +486,21 @@ TEST(UT_Arrays, SetsTakeTheFirstArraysElementsAsTheStandardOnesDo)
 
 // ---- Heap
 
-// Parent i / 2, children 2i and 2i + 1, in the plainest words.
+// Deliberate: parent i / 2, children 2i and 2i + 1. In the plainest words.
+template <class E>
+static size_t
+utPush(std::vector<E> &heap, const E &value)
+{
+    heap.push_back(value);
+    size_t i = heap.size() - 1;
+    while (i > 0 && utIsLess(heap[i / 2], heap[i]))
+    {
+        std::swap(heap[i], heap[i / 2]);
+        i /= 2;
+    }
+    return i;
+}
+
 template <class E>
 static void
 utSink(std::vector<E> &heap, size_t i)
@@ -419,6 +515,15 @@ utSink(std::vector<E> &heap, size_t i)
     utSink(heap, best);
 }
 
+template <class E>
+static void
+utPop(std::vector<E> &heap)
+{
+    heap[0] = heap.back();
+    heap.pop_back();
+    utSink(heap, 0);
+}
+
 template <class Array, class... Compare>
 static void
 utCheckHeap(Compare... compare)
@@ -430,23 +535,20 @@ utCheckHeap(Compare... compare)
     ut_Model<Array> model;
     for (int round = 0; round < 5000; ++round)
     {
-        if (random() % 5 < (round < 2500 ? 3u : 2u))
+        SCOPED_TRACE(testing::Message() << "round " << round);
+        const bool isGrowing = round < 2500;
+        if (random() % 5 < (isGrowing ? 3u : 2u))
         {
-            size_t i = model.size();
-            model.push_back(utElement<E>(random() % 100));
-            const unsigned at = heap.heapPush(model.back(), compare...);
-            for (; i > 0 && utIsLess(model[i / 2], model[i]); i /= 2)
-                std::swap(model[i], model[i / 2]);
-            EXPECT_EQ(i, at);
+            const E value = utElement<E>(random() % 100);
+            const unsigned at = heap.heapPush(value, compare...);
+            EXPECT_EQ(utPush(model, value), at);
         }
         else if (!model.empty())
         {
             EXPECT_EQ(model[0], heap.heapPop(compare...));
-            model[0] = model.back();
-            model.pop_back();
-            utSink(model, 0);
+            utPop(model);
         }
-        ASSERT_EQ(model, utValues(heap)) << round;
+        ASSERT_EQ(model, utValues(heap));
     }
 }
 
@@ -474,11 +576,11 @@ utCheckPops(Compare... compare)
         }
         while (!model.empty())
         {
+            SCOPED_TRACE(
+                testing::Message() << model.size() << " left of " << size);
             EXPECT_EQ(model[0], array.heapPop(compare...));
-            model[0] = model.back();
-            model.pop_back();
-            utSink(model, 0);
-            ASSERT_EQ(model, utValues(array)) << size;
+            utPop(model);
+            ASSERT_EQ(model, utValues(array));
         }
     }
 }
@@ -528,6 +630,7 @@ TYPED_TEST(UT_Arrays, ConstantFillsExactlyWhatIsInUse)
             auto array = utFilled<TypeParam>(23, 30);
             array.setEntries(22);
             array.constant(-E(value));
+            SCOPED_TRACE(value);
             EXPECT_EQ(22, std::count(&array[0], &array[23], -E(value)));
             EXPECT_EQ(std::signbit(-E(value)), std::signbit(array[0]));
             EXPECT_EQ(utElement<E>(22), array[22]);
@@ -617,16 +720,18 @@ TEST(UT_PtrArray, FindStringSearchesSortedTexts)
     UT_PtrArray<const char *> array;
     for (const char *text : theTexts)
     {
+        SCOPED_TRACE(text);
         EXPECT_EQ(-1, array.findString(text));
         array.append(text);
         for (unsigned i = 0; i < array.entries(); ++i)
             EXPECT_EQ(
-                int(i), array.findString(std::string(theTexts[i]).c_str()));
+                int(i), array.findString(std::string(theTexts[i]).c_str()))
+                << theTexts[i];
     }
     EXPECT_EQ(-1, array.findString("ba"));
 }
 
-TEST(UT_PtrArray, ComparingPointersTellsTheSignOfFarOnes)
+TEST(UT_PtrArray, ComparingFarPointersGivesTheSign)
 {
     const auto compare = [](uintptr_t x, uintptr_t y)
     {

@@ -45,13 +45,14 @@ public:
     {
         const std::string name = pickName();
         const std::string value(pick(9) * pick(9), char('a' + pick(26)));
-        const std::string text = name + "=" + value;
         switch (pick(6))
         {
         case 0:
+            ValdrinSetenv(name.c_str(), value.c_str());
+            myValues[name] = value;
+            break;
         case 1:
-            pick(2) ? ValdrinSetenv(name.c_str(), value.c_str())
-                    : ValdrinPutenv(text.c_str());
+            ValdrinPutenv((name + "=" + value).c_str());
             myValues[name] = value;
             break;
         case 2:
@@ -66,7 +67,9 @@ public:
             }
             break;
         default:
-            meddle(name, value, text);
+            meddle(name, value);
+            freeBuffers();
+            readValues();
         }
     }
 
@@ -101,13 +104,10 @@ private:
     }
     const std::string &pickName() { return names()[pick(names().size())]; }
 
-    // What others do. The values are then what the array says.
-    void meddle(
-        const std::string &name, const std::string &value,
-        const std::string &text)
+    // What others do.
+    void meddle(const std::string &name, const std::string &value)
     {
-        char **const slots = environ;
-        const size_t size = utTexts(slots).size();
+        const size_t size = utTexts(environ).size();
         switch (pick(8))
         {
         case 0:
@@ -118,33 +118,40 @@ private:
         case 3:
             unsetenv(name.c_str());
             break;
-        case 4: // the buffer is the environment
-            myBuffers.push_back(strdup(text.c_str()));
+        case 4: // the buffer becomes the entry
+            myBuffers.push_back(strdup((name + "=" + value).c_str()));
             putenv(myBuffers.back());
             break;
         case 5:
             if (size > 0)
-            {
-                // An entry of the table is taken out for a while.
-                static char theOther[] = "B0=x";
-                char **const table = ValdrinGetenvlist();
-                char *const entry = std::exchange(table[pick(size)], theOther);
-                ValdrinGetenvlist();
-                *std::find(table, table + size, theOther) = entry;
-                std::swap(table[pick(size)], table[pick(size)]);
-            }
+                exchangeEntries(size);
             break;
-        case 6:
+        case 6: // overwrites a value in its place
             if (char *old = getenv(name.c_str()))
                 std::fill(old, old + strlen(old), '=');
             break;
-        default:
+        default: // cuts the array short, seldom
             if (pick(8) == 0)
                 clearenv();
             else if (size > 0 && pick(4) == 0)
-                slots[pick(size)] = nullptr;
+                environ[pick(size)] = nullptr;
         }
-        freeBuffers();
+    }
+
+    // Replaces an entry of the table, puts it back, and swaps two others.
+    void exchangeEntries(size_t size)
+    {
+        static char theOther[] = "B0=x";
+        char **const table = ValdrinGetenvlist();
+        char *const entry = std::exchange(table[pick(size)], theOther);
+        ValdrinGetenvlist();
+        *std::find(table, table + size, theOther) = entry;
+        std::swap(table[pick(size)], table[pick(size)]);
+    }
+
+    // The values are what the array says.
+    void readValues()
+    {
         myValues.clear();
         for (const std::string &entry : utTexts(environ))
         {
@@ -174,35 +181,58 @@ TEST(UT_Env, TheTableIsTheEnvironmentWhateverOthersDo)
 {
     for (unsigned seed = 0; seed < 40; ++seed)
     {
-        SCOPED_TRACE(seed);
         ut_Script script(seed);
-        for (int steps = 0; steps < 500 && !testing::Test::HasFailure();
-             ++steps)
+        for (int step = 0; step < 500; ++step)
         {
+            SCOPED_TRACE(
+                testing::Message() << "seed " << seed << ", step " << step);
             script.step();
             if (script.pick(3) == 0)
                 script.check();
+            if (testing::Test::HasFailure())
+                return;
         }
     }
 }
 
-TEST(UT_Env, OddEnvironmentsAreKeptAsTheyAre)
+TEST(UT_Env, ForeignArraysAreSortedAndLoseWhatHasNoValue)
 {
-    EXPECT_STREQ(
-        "/", (environ = nullptr, ValdrinSetenv("A", "/"), getenv("A")));
-    char twice[] = "A=2", once[] = "A=1", none[] = "B",
-         *other[] = {twice, none, once, nullptr};
-    environ = other;
+    environ = nullptr;
+    ValdrinSetenv("A", "/");
+    EXPECT_STREQ("/", getenv("A"));
+
+    char second[] = "A=2";
+    char noValue[] = "B";
+    char first[] = "A=1";
+    char *foreign[] = {second, noValue, first, nullptr};
+    environ = foreign;
     EXPECT_EQ((ut_Strings{"A=1", "A=2"}), utTexts(ValdrinGetenvlist()));
     // Deliberate: the search looks at the ends first.
     EXPECT_STREQ("1", ValdrinGetenv("A"));
-    environ[0] = nullptr;
-    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
+}
+
+TEST(UT_Env, EnvironmentsThatOthersCutShortStayShort)
+{
+    ValdrinSetenv("A", "");
     clearenv();
     EXPECT_EQ(nullptr, ValdrinGetenv("A"));
     EXPECT_EQ(nullptr, *ValdrinGetenvlist());
     ValdrinUnsetenv("A");
 
+    ValdrinSetenv("A", "");
+    environ[1] = environ[0]; // the same entry twice
+    ValdrinUnsetenv("A");
+    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
+
+    ValdrinSetenv("A", "");
+    ValdrinSetenv("B", "");
+    environ[0] = nullptr;
+    EXPECT_EQ(nullptr, ValdrinGetenv("B"));
+}
+
+TEST(UT_Env, NullsAndTextsWithoutAValueAreLeftOut)
+{
+    clearenv();
     ValdrinPutenv("A=b=c");
     ValdrinPutenv("A");
     ValdrinPutenv(nullptr);
@@ -212,13 +242,6 @@ TEST(UT_Env, OddEnvironmentsAreKeptAsTheyAre)
     EXPECT_EQ(nullptr, ValdrinGetenv(nullptr));
     EXPECT_EQ((ut_Strings{"A=b=c", "B="}), utTexts(ValdrinGetenvlist()));
     EXPECT_STREQ("c", ValdrinGetenv("A=b"));
-    environ[1] = environ[0]; // the same entry twice
-    ValdrinUnsetenv("A");
-    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
-    ValdrinSetenv("A", "");
-    ValdrinSetenv("B", "");
-    environ[0] = nullptr;
-    EXPECT_EQ(nullptr, ValdrinGetenv("B"));
 }
 
 TEST(UT_Env, HighBytesHideNamesFromTheSearch)
@@ -266,14 +289,22 @@ TEST(UT_Env, MissingDirectoriesAreMade)
     for (const auto &row : cases)
     {
         std::string path = base + row.path;
-        EXPECT_EQ(row.isMade, ValdrinMakeDirectory(path.data(), 0777)) << path;
+        SCOPED_TRACE(row.path);
+        EXPECT_EQ(row.isMade, ValdrinMakeDirectory(path.data(), 0777));
         EXPECT_EQ(base + row.path, path);
         EXPECT_EQ(row.isMade != 0, std::filesystem::is_directory(path));
     }
     struct stat status;
     EXPECT_EQ(0, stat((base + "/a/b").c_str(), &status));
     EXPECT_EQ(0755u, status.st_mode & 07777u);
-    char empty[] = "", top[] = "/";
+    // Deliberate: the ones above get the same bits. Only the superuser makes
+    // another level in a directory like that.
+    std::string deep = base + "/readable/a";
+    ValdrinMakeDirectory(deep.data(), 0400);
+    EXPECT_EQ(0, stat((base + "/readable").c_str(), &status));
+    EXPECT_EQ(0400u, status.st_mode & 07777u);
+    char empty[] = "";
+    char top[] = "/";
     EXPECT_EQ(0, ValdrinMakeDirectory(nullptr, 0777));
     EXPECT_EQ(0, ValdrinMakeDirectory(empty, 0777));
     EXPECT_EQ(1, ValdrinMakeDirectory(top, 0777));

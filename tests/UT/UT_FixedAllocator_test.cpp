@@ -9,7 +9,6 @@
 #include <new>
 #include <random>
 #include <thread>
-#include <utility>
 #include <vector>
 
 static std::vector<char *>
@@ -21,41 +20,59 @@ utTake(UT_FixedAllocator &pool, size_t count)
     return blocks;
 }
 
-TEST(UT_FixedAllocator, ReclaimsPagesButForOne)
+// Bytes of the blocks that are not handed out.
+static unsigned
+utUnused(const UT_FixedAllocator &pool)
 {
-    using Slots = std::vector<int>; // all, the freed ones, the empty page's
-    const auto slots = [](const UT_FixedAllocator &p) {
-        return Slots{int(p.pageSlots()), p.freedSlots(), p.emptyPage()};
-    };
-    const auto unused = [](const UT_FixedAllocator &p)
-    {
-        unsigned used, total;
-        p.getMemoryUsage(used, total);
-        return total - used;
-    };
+    unsigned used;
+    unsigned total;
+    pool.getMemoryUsage(used, total);
+    return total - used;
+}
+
+// Slots for pages: all, those whose page was freed, that of the empty page.
+static void
+utExpectSlots(const UT_FixedAllocator &pool, int all, int freed, int empty)
+{
+    EXPECT_EQ(all, int(pool.pageSlots()));
+    EXPECT_EQ(freed, pool.freedSlots());
+    EXPECT_EQ(empty, pool.emptyPage());
+}
+
+TEST(UT_FixedAllocator, ReclaimsPagesExceptOne)
+{
     EXPECT_EQ(8u, UT_FixedAllocator(0, true, 2).objectSize());
     const unsigned stride = 8 + sizeof(void *);
-    UT_FixedAllocator pool(8, true, 2);
+    UT_FixedAllocator pool(8, true, 2); // two blocks to a page
     const std::vector<char *> blocks = utTake(pool, 6);
     EXPECT_EQ(blocks[0] + stride, blocks[1]);
-    for (int page : {0, 1, 2})
-    {
-        pool.deallocate(blocks[size_t(page) * 2]);
-        EXPECT_EQ(page ? 3 * stride : stride, unused(pool));
-        pool.deallocate(blocks[size_t(page) * 2 + 1]);
-        EXPECT_EQ((Slots{3, page, page}), slots(pool));
-    }
+
+    pool.deallocate(blocks[0]);
+    EXPECT_EQ(1 * stride, utUnused(pool));
+    pool.deallocate(blocks[1]);
+    utExpectSlots(pool, /*all=*/3, /*freed=*/0, /*empty=*/0);
+    // The next page that is empty takes the place of the one that is kept.
+    pool.deallocate(blocks[2]);
+    EXPECT_EQ(3 * stride, utUnused(pool));
+    pool.deallocate(blocks[3]);
+    utExpectSlots(pool, /*all=*/3, /*freed=*/1, /*empty=*/1);
+    pool.deallocate(blocks[4]);
+    EXPECT_EQ(3 * stride, utUnused(pool));
+    pool.deallocate(blocks[5]);
+    utExpectSlots(pool, /*all=*/3, /*freed=*/2, /*empty=*/2);
+
     // The last one back is the first one out.
     EXPECT_EQ((std::vector<char *>{blocks[5], blocks[4]}), utTake(pool, 2));
-    EXPECT_EQ((Slots{3, 2, -1}), slots(pool));
+    utExpectSlots(pool, /*all=*/3, /*freed=*/2, /*empty=*/-1);
+    // The greatest slot that is free is used first.
     pool.deallocate(pool.allocate());
-    EXPECT_EQ((Slots{3, 1, 1}), slots(pool)); // the greatest slot first
+    utExpectSlots(pool, /*all=*/3, /*freed=*/1, /*empty=*/1);
 
     // Deliberate: with one block to a page, the page that is kept stays unused.
     UT_FixedAllocator single(8, true, 1);
     single.deallocate(single.allocate());
     single.deallocate(single.allocate());
-    EXPECT_EQ((Slots{2, 1, 1}), slots(single));
+    utExpectSlots(single, /*all=*/2, /*freed=*/1, /*empty=*/1);
 }
 
 TEST(UT_FixedAllocator, KeepsPagesUnlessItReclaims)
@@ -87,56 +104,100 @@ TEST(UT_FixedAllocator, APageWithoutMemoryChangesNothing)
             continue; // there may be memory for it
         for (const bool reclaim : {false, true})
         {
+            SCOPED_TRACE(
+                testing::Message() << row.what << ", reclaim " << reclaim);
             UT_FixedAllocator pool(row.size, reclaim, row.objectsPerPage);
-            EXPECT_THROW(static_cast<void>(pool.allocate()), std::bad_alloc)
-                << row.what;
-            EXPECT_EQ(0, pool.allocated()) << row.what;
-            EXPECT_EQ(0u, pool.pageSlots()) << row.what;
+            EXPECT_THROW(static_cast<void>(pool.allocate()), std::bad_alloc);
+            EXPECT_EQ(0, pool.allocated());
+            EXPECT_EQ(0u, pool.pageSlots());
         }
     }
 }
 
-// In order of size; of blocks above the greatest size there are none.
+// Blocks of one thread, each full of copies of one byte.
+class ut_Blocks
+{
+public:
+    ut_Blocks(UT_SmallObjectAllocator &pools, unsigned seed)
+        : myPools(pools), myRandom(seed)
+    {
+    }
+
+    bool isEmpty() const { return myBlocks.empty(); }
+
+    // Takes a block in so many of a hundred cases, otherwise gives one back.
+    void step(unsigned percentTaken)
+    {
+        if (myRandom() % 100 < percentTaken)
+            take();
+        else if (!isEmpty())
+            giveBack();
+    }
+
+private:
+    struct Block
+    {
+        char *bytes;
+        unsigned size;
+    };
+
+    void take()
+    {
+        const unsigned size = 1 + unsigned(myRandom()) % 40;
+        char *const bytes = static_cast<char *>(myPools.allocate(size));
+        EXPECT_EQ(0u, uintptr_t(bytes) % sizeof(void *)) << size;
+        memset(bytes, int(myRandom()), size);
+        myBlocks.push_back({bytes, size});
+    }
+
+    void giveBack()
+    {
+        std::swap(myBlocks[myRandom() % myBlocks.size()], myBlocks.back());
+        const Block block = myBlocks.back();
+        EXPECT_EQ(
+            block.size, std::count(
+                            block.bytes, block.bytes + block.size,
+                            *block.bytes)); // nobody else wrote to it
+        myPools.deallocate(block.bytes, block.size);
+        myBlocks.pop_back();
+    }
+
+    UT_SmallObjectAllocator &myPools;
+    std::mt19937 myRandom;
+    std::vector<Block> myBlocks;
+};
+
+// Grows and shrinks by turns, and gives everything back.
+static void
+utChurn(UT_SmallObjectAllocator &pools, unsigned seed)
+{
+    ut_Blocks blocks(pools, seed);
+    for (int wave = 0; wave < 5; ++wave)
+    {
+        for (int step = 0; step < 4000; ++step)
+            blocks.step(/*percentTaken=*/65);
+        for (int step = 0; step < 4000; ++step)
+            blocks.step(/*percentTaken=*/35);
+    }
+    while (!blocks.isEmpty())
+        blocks.step(/*percentTaken=*/0);
+}
+
 TEST(UT_SmallObjectAllocator, ThreadsShareOnePoolForEachSize)
 {
     for (const int perPage : {1, 2, 7, 16})
     {
-        SCOPED_TRACE(perPage);
         UT_SmallObjectAllocator pools(true, perPage, 32, true);
-        const auto churn = [&](unsigned seed)
-        {
-            std::mt19937 random(seed);
-            std::vector<std::pair<char *, unsigned>> live; // of one byte each
-            for (unsigned step = 0; step < 40000 || !live.empty(); ++step)
-            {
-                // Waves of growth and decline, and an ebb.
-                const unsigned growth =
-                    step < 40000 ? 65 - step / 4000 % 2 * 30 : 0;
-                if (random() % 100 < growth)
-                {
-                    const unsigned size = 1 + unsigned(random()) % 40;
-                    char *const block =
-                        static_cast<char *>(pools.allocate(size));
-                    ASSERT_EQ(0u, uintptr_t(block) % sizeof(void *));
-                    memset(block, int(random()), size);
-                    live.emplace_back(block, size);
-                }
-                else if (!live.empty())
-                {
-                    std::swap(live[random() % live.size()], live.back());
-                    const auto [block, size] = live.back();
-                    ASSERT_EQ(size, std::count(block, block + size, *block));
-                    pools.deallocate(block, size);
-                    live.pop_back();
-                }
-            }
-        };
-        std::thread other(churn, 1u);
-        churn(2u);
+        std::thread other([&] { utChurn(pools, 1); });
+        utChurn(pools, 2);
         other.join();
+        // In order of size, up to the greatest that is pooled.
         ASSERT_EQ(32u, pools.entries());
         for (unsigned i = 0; i < 32; ++i)
         {
+            SCOPED_TRACE(
+                testing::Message()
+                << perPage << " blocks to a page, pool " << i);
             EXPECT_EQ(i + 1, pools(i).requestedSize());
             EXPECT_EQ(i / 8 * 8 + 8, pools(i).objectSize());
             EXPECT_EQ(0, pools(i).allocated());

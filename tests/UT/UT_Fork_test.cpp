@@ -55,7 +55,7 @@ utDoNothing(void *)
     return nullptr;
 }
 
-// A job that goes on until it is let go.
+// A job that goes on as long as the object lives.
 class ut_Stay
 {
 public:
@@ -100,8 +100,19 @@ TEST(UT_Fork, WorkersOfTheParentAreNotThere)
     const auto expectNone = [&]
     {
         busyInTheFirstCall.waitForState(UT_Thread::IDLE);
-        for (UT_PThread *worker : {&idle, &ended, &busy, &busyInTheFirstCall})
+        const struct
         {
+            const char *name;
+            UT_PThread *worker;
+        } workers[] = {
+            {"idle",                   &idle              },
+            {"ended",                  &ended             },
+            {"busy",                   &busy              },
+            {"busy in the first call", &busyInTheFirstCall},
+        };
+        for (const auto &[name, worker] : workers)
+        {
+            SCOPED_TRACE(name);
             EXPECT_EQ(UT_Thread::IDLE, worker->getState());
             EXPECT_EQ(0, worker->killIdle());
             EXPECT_EQ(0, worker->killThread());
@@ -240,23 +251,27 @@ TEST(UT_Fork, PoolsAndTablesAreFreeInTheChild)
     std::thread first(useUntilOver);
     std::thread second(useUntilOver);
     std::thread third(startUntilOver);
-    int failures = 0;
-    for (int i = 0; i < 200 && failures == 0; ++i)
-        failures += utInChild(
-                        [&]
-                        {
-                            state.use();
-                            UT_Thread::getMySequentialThreadIndex();
-                        }) != 0;
+    const auto useInChild = [&]
+    {
+        state.use();
+        UT_Thread::getMySequentialThreadIndex();
+    };
+    int status = 0;
+    int children = 0;
+    while (status == 0 && children < 200)
+    {
+        status = utInChild(useInChild);
+        ++children;
+    }
     isOver = true;
     first.join();
     second.join();
     third.join();
-    EXPECT_EQ(0, failures);
+    EXPECT_EQ(0, status) << "child " << children;
 }
 
-// Allocators come and go while others fork.
-TEST(UT_Fork, AnAllocatorThatIsGoneIsNotAsked)
+// Allocators are created and destroyed while others fork.
+TEST(UT_Fork, AnAllocatorThatIsDestroyedIsNotAsked)
 {
     auto first = std::make_unique<UT_SmallObjectAllocator>(true, 4, 64, true);
     auto second = std::make_unique<UT_SmallObjectAllocator>(true, 4, 64, true);

@@ -23,44 +23,67 @@ TEST(UT_Lock, BoundedWaysMakeOneAttemptMore)
 {
     // One processor: light-weight waits sleep after more than one failure.
     setenv("VALDRIN_MAXTHREADS", "1", /*overwrite=*/1);
-    using Way = bool (UT_Lock::*)(int);
-    const Way spin = &UT_Lock::lock;
-    for (const Way way : {spin, Way(&UT_Lock::lockLW), Way(&UT_Lock::lockNap)})
+    static const struct
     {
+        const char *name;
+        bool (UT_Lock::*way)(int tries);
+        int sleeps; // of 10 ms, at the least
+    } theWays[] = {
+        {"lock",    &UT_Lock::lock,    0},
+        {"lockLW",  &UT_Lock::lockLW,  3},
+        {"lockNap", &UT_Lock::lockNap, 3},
+    };
+    for (const auto &row : theWays)
+    {
+        SCOPED_TRACE(row.name);
         UT_Lock lock(/*initiallyLocked=*/1);
         const auto start = steady_clock::now();
-        EXPECT_FALSE((lock.*way)(4));
-        // Sleeps of 10 ms, which may be 1 us short.
-        EXPECT_GE(steady_clock::now() - start, (way == spin ? 0 : 3) * 9999us);
+        EXPECT_FALSE((lock.*row.way)(4));
+        // Each sleep may be 1 us short.
+        EXPECT_GE(steady_clock::now() - start, row.sleeps * 9999us);
         EXPECT_EQ(5, lock.collisions());
         lock.unlock();
-        EXPECT_TRUE((lock.*way)(4));
+        EXPECT_TRUE((lock.*row.way)(4));
+        EXPECT_EQ(5, lock.collisions());
     }
 }
 
 TEST(UT_Lock, EveryWayExcludes)
 {
-    static UT_Lock theLock(UT_STATIC_LOCK);
-    int counter = 0;
-    const auto count = [&counter]
+    static const struct
     {
-        for (int round = 0; round < 5000; ++round)
-        {
-            round % 2 ? theLock.lockLW() : theLock.lockNap();
-            ++counter;
-            theLock.unlock();
-        }
+        const char *name;
+        void (UT_Lock::*way)();
+    } theWays[] = {
+        {"lock",    &UT_Lock::lock   },
+        {"lockLW",  &UT_Lock::lockLW },
+        {"lockNap", &UT_Lock::lockNap},
     };
-    std::thread other(count);
-    count();
-    other.join();
-    EXPECT_EQ(2 * 5000, counter);
+    static UT_Lock theLock(UT_STATIC_LOCK);
+    for (const auto &row : theWays)
+    {
+        int counter = 0;
+        const auto count = [&]
+        {
+            for (int round = 0; round < 2500; ++round)
+            {
+                (theLock.*row.way)();
+                ++counter;
+                theLock.unlock();
+            }
+        };
+        std::thread other(count);
+        count();
+        other.join();
+        EXPECT_EQ(2 * 2500, counter) << row.name;
+    }
 }
 
 TEST(UT_Lock, TheOwnerGivesBackAsOftenAsItTook)
 {
     UT_Lock source(/*initiallyLocked=*/0, /*recursive=*/true);
-    EXPECT_TRUE(source.tryLock() && source.tryLock());
+    EXPECT_TRUE(source.tryLock());
+    EXPECT_TRUE(source.tryLock());
     UT_Lock lock(source); // a copy is held as well, by the same owner
     EXPECT_FALSE(utOtherTryLock(lock));
     lock.unlock();
@@ -77,7 +100,7 @@ TEST(UT_Lock, ATriggerEndsTheWait)
     // Deliberate: a lock that was held has to come free first.
     for (int triggers = 0; triggers < 2; ++triggers)
     {
-        // A failed attempt tells that the other thread waits.
+        // A failed attempt shows that the other thread waits.
         const int before = lock.collisions();
         while (lock.collisions() == before &&
                wait.wait_for(1ms) != std::future_status::ready)
@@ -85,7 +108,7 @@ TEST(UT_Lock, ATriggerEndsTheWait)
         EXPECT_NE(std::future_status::ready, wait.wait_for(0ms));
         lock.trigger();
     }
-    // That attempt may have been one before the first trigger.
+    // That attempt may have been one from before the first trigger.
     while (wait.wait_for(1ms) != std::future_status::ready)
         lock.trigger();
 }
@@ -107,7 +130,7 @@ TEST(UT_Lock, AKilledThreadLeavesATriggerFree)
     EXPECT_TRUE(lock.tryLock());
 }
 
-TEST(UT_DebugLock, TellsItsCollisions)
+TEST(UT_DebugLock, ReportsItsCollisions)
 {
     testing::internal::CaptureStderr();
     UT_DebugLock("net", /*initiallyLocked=*/1).lock(/*tries=*/4);

@@ -21,8 +21,10 @@
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <netdb.h>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using std::chrono::steady_clock;
 
 namespace
@@ -36,6 +38,11 @@ struct ut_System
     // connect(): says so often that it is under way, and then refuses.
     int connectsUnderWay = -1;
     std::string connectedTo; // the last address
+
+    // read(): fails so often, for a reason that passes.
+    int readsThatFail = 0;
+    // setsockopt(): how often an address in use was asked for.
+    int reuseRequests = 0;
 
     // gethostbyname(): finds this address, none for "".
     bool replacesLookUp = false;
@@ -74,6 +81,27 @@ connect(int fd, const sockaddr *address, socklen_t length)
         }
     }
     return utNext(&connect, "connect")(fd, address, length);
+}
+
+extern "C" __attribute__((visibility("default"))) ssize_t
+read(int fd, void *bytes, size_t size)
+{
+    if (theSystem.readsThatFail > 0)
+    {
+        --theSystem.readsThatFail;
+        errno = EIO;
+        return -1;
+    }
+    return utNext(&read, "read")(fd, bytes, size);
+}
+
+extern "C" __attribute__((visibility("default"))) int
+setsockopt(
+    int fd, int level, int name, const void *value, socklen_t length) noexcept
+{
+    if (level == SOL_SOCKET && name == SO_REUSEADDR)
+        ++theSystem.reuseRequests;
+    return utNext(&setsockopt, "setsockopt")(fd, level, name, value, length);
 }
 
 extern "C" __attribute__((visibility("default"))) hostent *
@@ -144,9 +172,9 @@ TEST_F(UT_NetSocketConnect, CommandsWithoutAHostStayOnTheMachine)
 {
     static const struct
     {
-        const char *host;
-        const char *found; // what the look-up gives
-        const char *expected;
+        const char *host;      // of the exchange
+        const char *found;     // what the look-up gives
+        const char *connected; // the address that is connected to
     } theCases[] = {
         {nullptr,     "",          "127.0.0.1"},
         {nullptr,     "192.0.2.1", "127.0.0.1"},
@@ -162,10 +190,12 @@ TEST_F(UT_NetSocketConnect, CommandsWithoutAHostStayOnTheMachine)
             theSystem.foundAddress = row.found;
             theSystem.connectedTo = "";
             theSystem.connectsUnderWay = 0; // refuses
+            SCOPED_TRACE(
+                testing::Message()
+                << (row.host ? row.host : "(null)") << " as \"" << row.found
+                << "\", blocking " << blocking);
             EXPECT_FALSE(utExchange(blocking, 10000, "x", row.host));
-            EXPECT_EQ(row.expected, theSystem.connectedTo)
-                << (row.host ? row.host : "(null)") << " as " << row.found
-                << ", blocking " << blocking;
+            EXPECT_EQ(row.connected, theSystem.connectedTo);
         }
 }
 
@@ -177,6 +207,25 @@ TEST_F(UT_NetSocketConnect, SignalsDoNotShortenTheWaitingBetweenAttempts)
     EXPECT_FALSE(utExchange(/*blocking=*/false, 10000, "x", "127.0.0.1"));
     EXPECT_GE(steady_clock::now() - start, 3 * 100ms);
     EXPECT_GT(storm.signals(), 0);
+}
+
+// Deliberate: only silence uses up the budget of ten waits, other failures do
+// not.
+TEST_F(UT_NetSocketConnect, FailuresOfReadingDoNotEndAnExchange)
+{
+    ut_LoopbackServer server({ut_LoopbackServer::send("late\0"s)});
+    theSystem.readsThatFail = 30;
+    UT_WorkBuffer reply;
+    EXPECT_TRUE(UT_NetSocket::nonBlockingSendCommandAndGetResult(
+        server.port(), "x", reply, nullptr, false));
+    EXPECT_EQ(0, theSystem.readsThatFail);
+    EXPECT_STREQ("late", reply.buffer());
+}
+
+TEST_F(UT_NetSocketConnect, SocketsAskTwiceForAnAddressInUse)
+{
+    const UT_NetSocket socket("127.0.0.1", 10000, true, -1);
+    EXPECT_EQ(2, theSystem.reuseRequests); // deliberate
 }
 
 TEST_F(UT_NetSocketConnect, HalfACommandGetsNoAnswer)

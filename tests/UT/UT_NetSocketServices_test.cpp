@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <memory>
 #include <thread>
@@ -13,38 +14,63 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 
+// Four octets, as the toolkit stores them.
+using ut_IP4 = std::array<int, 4>;
+static const ut_IP4 theLoopback = {127, 0, 0, 1};
+
 TEST(UT_NetSocketServices, ListenersAcceptWhoWaits)
 {
     UT_NetSocket listener(0, false);
-    char text[16];
-    int port = 0;
     int status = 5;
     EXPECT_EQ(nullptr, listener.accept(0, status));
     EXPECT_EQ(-1, status);
     UT_NetSocket client("localhost", listener.getPort(), true, -1);
     EXPECT_EQ(nullptr, client.accept(0, status));
     EXPECT_EQ(-5, status);
+
     EXPECT_EQ(0, client.connect(0));
     EXPECT_EQ(1, listener.dataAvailable(10000));
     const std::unique_ptr<UT_NetSocket> server(listener.accept(0, status));
-    EXPECT_EQ(0, status);
-    EXPECT_FALSE(server->isServer() || server->isBlocking());
+    ASSERT_EQ(0, status);
+    EXPECT_FALSE(server->isServer());
+    EXPECT_FALSE(server->isBlocking()); // as the listener is not
+    char byte;
     EXPECT_EQ(-1, server->waitForDataOrTimeout(0));
-    EXPECT_EQ(-1, server->read(text, 1, nullptr, -1));
+    EXPECT_EQ(-1, server->read(&byte, 1, nullptr, -1));
+    for (const UT_NetSocket *socket : {&listener, &client, server.get()})
+        EXPECT_EQ(FD_CLOEXEC, fcntl(socket->getSocket(), F_GETFD))
+            << "descriptor " << socket->getSocket();
+}
+
+TEST(UT_NetSocketServices, BothEndsKnowTheirAddresses)
+{
+    UT_NetSocket listener(0, true);
+    UT_NetSocket client("localhost", listener.getPort(), true, -1);
+    EXPECT_EQ(0, client.connect(0));
+    int status = -1;
+    const std::unique_ptr<UT_NetSocket> server(listener.accept(1, status));
+    ASSERT_EQ(0, status);
+
+    char text[16];
+    int port = 0;
     EXPECT_EQ(-6, listener.getRemoteSocket(text, port));
     EXPECT_EQ(0, client.getRemoteSocket(text, port));
     EXPECT_STREQ("127.0.0.1", text);
     EXPECT_EQ(listener.getPort(), port);
-    int ip[4];
-    EXPECT_TRUE(server->getRemoteIP4(ip) && ip[0] == 127 && ip[3] == 1);
-    EXPECT_TRUE(client.getLocalIP4(ip) && ip[0] == 127 && ip[3] == 1);
+    ut_IP4 ip = {};
+    EXPECT_TRUE(server->getRemoteIP4(ip.data()));
+    EXPECT_EQ(theLoopback, ip);
+    ip = {};
+    EXPECT_TRUE(client.getLocalIP4(ip.data()));
+    EXPECT_EQ(theLoopback, ip);
+}
 
-    for (const UT_NetSocket *socket : {&listener, &client, server.get()})
-        EXPECT_EQ(FD_CLOEXEC, fcntl(socket->getSocket(), F_GETFD));
-
-    // A port that cannot be had leaves no listener.
-    UT_NetSocket second(listener.getPort(), true);
-    EXPECT_FALSE(second.isValid() || second.isServer());
+TEST(UT_NetSocketServices, APortThatIsTakenLeavesNoListener)
+{
+    UT_NetSocket first(0, true);
+    UT_NetSocket second(first.getPort(), true);
+    EXPECT_FALSE(second.isValid());
+    EXPECT_FALSE(second.isServer());
 }
 
 TEST(UT_NetSocketServices, PortsOfListenersAreTakenModulo65536)
@@ -60,7 +86,7 @@ TEST(UT_NetSocketServices, PortsOfListenersAreTakenModulo65536)
     EXPECT_NE(0, address.sin_port);
 }
 
-TEST(UT_NetSocketServices, TellsStatesAsked)
+TEST(UT_NetSocketServices, ReportsTheStatesThatAreAskedFor)
 {
     int ends[2];
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
@@ -70,10 +96,14 @@ TEST(UT_NetSocketServices, TellsStatesAsked)
     bool write = false;
     bool except = true;
     EXPECT_EQ(0, socket.checkDataStatus(&read, nullptr, &except, 5));
+    // Deliberate: a negative time is refused.
     EXPECT_EQ(-1, socket.checkDataStatus(&read, nullptr, nullptr, -1));
-    EXPECT_TRUE(read && except); // left as they were
+    EXPECT_TRUE(read); // left as they were
+    EXPECT_TRUE(except);
     EXPECT_EQ(1, socket.checkDataStatus(&read, &write, &except, 0));
-    EXPECT_TRUE(!read && write && !except);
+    EXPECT_FALSE(read);
+    EXPECT_TRUE(write);
+    EXPECT_FALSE(except);
     peer.write("x", 1, nullptr);
     EXPECT_EQ(1, socket.checkDataStatus(&read, nullptr, nullptr, 0));
     EXPECT_TRUE(read);

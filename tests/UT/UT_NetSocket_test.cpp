@@ -13,7 +13,6 @@
 #include <cstring>
 #include <deque>
 #include <string>
-#include <tuple>
 
 #include <unistd.h>
 
@@ -43,22 +42,31 @@ TEST(UT_NetSocket, ExchangesCarryRequestAndReply)
 {
     const std::string big(3 * 8191, '\xfe');
     const Server::Step gap = Server::pause(5);
-    const std::tuple<Server::Script, std::string> cases[] = {
-        {{Server::send("ok"), Server::close()},             "ok"      },
-        {{Server::close()},                                 ""        },
-        {{Server::send("\0"s)},                             "\0"s     },
-        {{Server::send("a\0b"s), gap, Server::send("\0"s)}, "a\0b\0"s },
-        {{Server::send(big), Server::send("\0"s)},          big + '\0'},
+    const struct
+    {
+        const char *what;
+        Server::Script script;
+        std::string reply;
+    } cases[] = {
+        {"ends without a NUL",  {Server::send("ok"), Server::close()},    "ok"      },
+        {"empty",               {Server::close()},                        ""        },
+        {"a NUL alone",         {Server::send("\0"s)},                    "\0"s     },
+        {"goes on after a NUL",
+         {Server::send("a\0b"s), gap, Server::send("\0"s)},
+         "a\0b\0"s                                                                  },
+        {"many chunks",         {Server::send(big), Server::send("\0"s)}, big + '\0'},
     };
     const int lowestFree = ut_TestDescriptor(::dup(0)).get();
-    for (const auto &[script, expected] : cases)
+    for (const auto &row : cases)
         for (const bool blocking : {false, true})
         {
-            Server server(script);
+            SCOPED_TRACE(
+                testing::Message() << row.what << ", blocking " << blocking);
+            Server server(row.script);
             std::string reply;
             // A port beyond 65535 shows that the mapping is applied.
             EXPECT_TRUE(utExchange(blocking, server.port() + 65535, reply));
-            EXPECT_EQ(expected, reply) << blocking;
+            EXPECT_EQ(row.reply, reply);
             EXPECT_EQ("do \xe9\n\0"s, server.request(0));
         }
     EXPECT_EQ(lowestFree, ut_TestDescriptor(::dup(0)).get()); // none is left
@@ -71,6 +79,7 @@ TEST(UT_NetSocket, ExchangesReportFailures)
     std::string reply;
     for (const bool blocking : {false, true})
     {
+        SCOPED_TRACE(testing::Message() << "blocking " << blocking);
         EXPECT_FALSE(utExchange(blocking, refused.port(), reply));
         EXPECT_FALSE(utExchange(blocking, 10000, reply, "300.1.1.1"));
         // Deliberate: the non-blocking exchange reads on after a reset, finds
@@ -118,23 +127,30 @@ TEST(UT_NetSocket, PortsMapIntoTheUnprivilegedRange)
 TEST(UT_NetSocket, MessagesEndWhereTheyShould)
 {
     const std::string full(8190, 'a');
-    // The peer sends the text, and stays.
-    const std::tuple<bool, bool, std::string, int> cases[] = {
-        {true,  true,  full + "\0b\0"s, 0 }, // a NUL, but more waits
-        {true,  false, full + "\0b"s,   0 },
-        {false, false, "",              0 },
-        {false, true,  "",              -1},
-    };
-    for (const auto &[blocking, untilNul, bytes, result] : cases)
+    const struct
     {
+        const char *what;
+        bool blocking;
+        bool untilNul;
+        std::string bytes; // the peer sends them, and stays
+        int result;
+    } cases[] = {
+        {"more waits after a NUL", true,  true,  full + "\0b\0"s, 0 },
+        {"no NUL is asked for",    true,  false, full + "\0b"s,   0 },
+        {"nothing waits",          false, false, "",              0 },
+        {"no NUL comes",           false, true,  "",              -1},
+    };
+    for (const auto &row : cases)
+    {
+        SCOPED_TRACE(row.what);
         int ends[2];
         ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
-        UT_NetSocket socket(nullptr, ends[0], blocking);
+        UT_NetSocket socket(nullptr, ends[0], row.blocking);
         UT_NetSocket peer(nullptr, ends[1], true);
-        peer.write(bytes.data(), int(bytes.size()), nullptr);
+        peer.write(row.bytes.data(), int(row.bytes.size()), nullptr);
         UT_WorkBuffer out;
-        EXPECT_EQ(result, socket.read(out, -1, untilNul));
-        EXPECT_EQ(bytes, std::string(out.buffer(), size_t(out.length())));
+        EXPECT_EQ(row.result, socket.read(out, -1, row.untilNul));
+        EXPECT_EQ(row.bytes, std::string(out.buffer(), size_t(out.length())));
     }
 }
 
@@ -146,10 +162,13 @@ TEST(UT_NetSocket, ChecksComeInOrder)
     EXPECT_EQ(-6, nowhere.read(nullptr, 1, nullptr, -1));
     EXPECT_EQ(-6, nowhere.dataAvailable(0));
     EXPECT_EQ(-6, nowhere.shutdown(SHUT_WR));
+    EXPECT_EQ(0, nowhere.setBlocking(false));
     EXPECT_EQ(0, nowhere.close());
+    EXPECT_TRUE(nowhere.isBlocking()); // deliberate: whatever it was
     EXPECT_EQ(-1, nowhere.close());
+    // Deliberate: recorded, though there is nothing to set.
     EXPECT_EQ(-6, nowhere.setBlocking(false));
-    EXPECT_FALSE(nowhere.isBlocking()); // recorded even so
+    EXPECT_FALSE(nowhere.isBlocking());
 
     UT_NetSocket listener(0, true);
     EXPECT_EQ(-5, listener.connect(0));
@@ -214,21 +233,41 @@ TEST(UT_NetSocket, LostConnectionsEndTheProcessIfAsked)
 #if defined(__i386__) || defined(__x86_64__)
 TEST(UT_NetSocket, SlotsKeepTheirPlaces)
 {
-    size_t next = 2; // the destructor has the first two
-    const auto expectNext = [&](auto member)
+    // A pointer to a virtual member holds its place in the table, plus one.
+    const auto slotOf = [](auto member)
     {
-        // A pointer to a virtual member holds its place in the table, plus one.
         size_t place;
         memcpy(&place, &member, sizeof(place));
-        EXPECT_EQ(next++, place / sizeof(void *));
+        return place / sizeof(void *);
     };
-    const auto expectAll = [&](auto... members) { (expectNext(members), ...); };
     using S = UT_NetSocket;
     int (S::*const read)(void *, int, int *, int) = &S::read;
     int (S::*const readMessage)(UT_WorkBuffer &, int, bool) = &S::read;
-    expectAll(
-        &S::accept, &S::connect, &S::close, &S::shutdown, &S::write,
-        &S::dataAvailable, read, readMessage, &S::peek, &S::flushRead,
-        &S::flushWrite, &S::getRemoteSocket, &S::setBlocking, &S::isValid);
+    const struct
+    {
+        const char *name;
+        size_t slot;
+    } members[] = {
+        {"accept",          slotOf(&S::accept)         },
+        {"connect",         slotOf(&S::connect)        },
+        {"close",           slotOf(&S::close)          },
+        {"shutdown",        slotOf(&S::shutdown)       },
+        {"write",           slotOf(&S::write)          },
+        {"dataAvailable",   slotOf(&S::dataAvailable)  },
+        {"read",            slotOf(read)               },
+        {"read a message",  slotOf(readMessage)        },
+        {"peek",            slotOf(&S::peek)           },
+        {"flushRead",       slotOf(&S::flushRead)      },
+        {"flushWrite",      slotOf(&S::flushWrite)     },
+        {"getRemoteSocket", slotOf(&S::getRemoteSocket)},
+        {"setBlocking",     slotOf(&S::setBlocking)    },
+        {"isValid",         slotOf(&S::isValid)        },
+    };
+    size_t next = 2; // the destructor has the first two
+    for (const auto &member : members)
+    {
+        EXPECT_EQ(next, member.slot) << member.name;
+        ++next;
+    }
 }
 #endif

@@ -248,7 +248,9 @@ utExpectAllOrNothing(const ut_Case (&cases)[count])
         bool isEnough = false;
         for (size_t blocks = 0; !isEnough; ++blocks)
         {
-            SCOPED_TRACE(row.name + (" with " + std::to_string(blocks)));
+            SCOPED_TRACE(
+                testing::Message()
+                << row.name << " with " << blocks << " blocks");
             ut_Objects objects;
             const std::string before = objects.contents();
             bool hasThrown = false;
@@ -264,8 +266,10 @@ utExpectAllOrNothing(const ut_Case (&cases)[count])
                 }
                 isEnough = !limit.hasRefused();
             }
-            // A case that needs no memory would show nothing.
-            EXPECT_TRUE(blocks > 0 || !isEnough);
+            if (blocks == 0)
+            {
+                EXPECT_FALSE(isEnough) << "a case without need shows nothing";
+            }
             EXPECT_EQ(!isEnough, hasThrown);
             EXPECT_EQ(isEnough ? after : before, objects.contents());
             if (testing::Test::HasFailure())

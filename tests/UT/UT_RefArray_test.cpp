@@ -49,7 +49,8 @@ TEST(UT_RefArray, EachElementIsMadeAndDestroyedOnceOverRandomScripts)
     const unsigned seed = 606;
     std::mt19937 random(seed);
     Counted array;
-    Numbers model, destroyed;
+    Numbers model; // of the elements
+    Numbers destroyed;
     int made = 0;
     const auto destroy = [&](size_t first, size_t last)
     {
@@ -59,10 +60,12 @@ TEST(UT_RefArray, EachElementIsMadeAndDestroyedOnceOverRandomScripts)
     };
     for (int round = 0; round < 5000; ++round)
     {
+        SCOPED_TRACE(
+            testing::Message() << "seed " << seed << ", round " << round);
         const size_t index = random() % (model.size() + 1);
         switch (random() % 16)
         {
-        case 0:
+        case 0: // past the end
             array.insert(unsigned(model.size() + index));
             for (size_t i = 0; i <= index; ++i)
                 model.push_back(++made);
@@ -75,11 +78,11 @@ TEST(UT_RefArray, EachElementIsMadeAndDestroyedOnceOverRandomScripts)
                 destroy(index, index + 1);
             }
             break;
-        case 3:
+        case 3: // more slots
             array.resize(unsigned(model.size() + index));
             EXPECT_EQ(model.size() + index, array.capacity());
             break;
-        case 4:
+        case 4: // fewer elements
             array.resize(unsigned(index));
             destroy(index, model.size());
             break;
@@ -87,7 +90,7 @@ TEST(UT_RefArray, EachElementIsMadeAndDestroyedOnceOverRandomScripts)
             array.insert(unsigned(index));
             model.insert(model.begin() + int(index), ++made);
         }
-        ASSERT_EQ(model, utNumbers(array)) << "seed " << seed << " " << round;
+        ASSERT_EQ(model, utNumbers(array));
         ASSERT_EQ(destroyed, ut_Counted::theDestroyed);
         ASSERT_EQ(made, ut_Counted::theMade);
     }

@@ -35,10 +35,24 @@ TEST(UT_SymbolTable, HashTakesBytesAsSignedDigits)
     EXPECT_EQ(2386727841u, UT_SymbolTable::hash("a\x80zzzzzz"));
 }
 
+static bool
+utIsPrime(int number)
+{
+    for (int divisor = 2; divisor * divisor <= number; ++divisor)
+        if (number % divisor == 0)
+            return false;
+    return true;
+}
+
 TEST(UT_SymbolTable, SizesAreTheNextPrimesAFifthApart)
 {
-    static const int theEdges[][3] = {
-        {INT_MIN,    5,          5        }, // size, bump, decrease
+    static const struct
+    {
+        int size;
+        int bumped;
+        int decreased;
+    } theEdges[] = {
+        {INT_MIN,    5,          5        },
         {5,          11,         5        },
         {11,         17,         5        },
         {12,         17,         11       },
@@ -47,87 +61,144 @@ TEST(UT_SymbolTable, SizesAreTheNextPrimesAFifthApart)
     };
     for (const auto &row : theEdges)
     {
-        EXPECT_EQ(row[1], UTbumpAllocToPrime(row[0])) << row[0];
-        EXPECT_EQ(row[2], UTdecreaseAllocToPrime(row[0])) << row[0];
+        EXPECT_EQ(row.bumped, UTbumpAllocToPrime(row.size)) << row.size;
+        EXPECT_EQ(row.decreased, UTdecreaseAllocToPrime(row.size)) << row.size;
     }
-    // In steps of a fifth or more, but for the last two, to the next prime.
+    // Each is the first prime that is a fifth larger, except the last two.
     for (int size = 11; size < 824156741;)
     {
-        const int next = UTbumpAllocToPrime(size);
-        EXPECT_EQ(size, UTdecreaseAllocToPrime(next));
-        size = int((int64(size) * 6 + 4) / 5);
-        for (int i = 2; i * i <= size; ++i)
-            if (size % i == 0)
-                i = (++size, 1);
-        ASSERT_EQ(size, next);
+        int next = int((int64(size) * 6 + 4) / 5);
+        while (!utIsPrime(next))
+            ++next;
+        ASSERT_EQ(next, UTbumpAllocToPrime(size)) << size;
+        EXPECT_EQ(size, UTdecreaseAllocToPrime(next)) << next;
+        size = next;
     }
 }
 
-// A std::map, and the size by the rule alone, under the same random script.
+// A std::map, and the number of buckets by the rule alone.
+class ut_TableModel
+{
+public:
+    ut_TableModel(float minLoad, float maxLoad)
+        : myMinLoad(minLoad), myMaxLoad(maxLoad)
+    {
+    }
+
+    bool has(const std::string &name) const { return values.count(name) > 0; }
+
+    // Any call that inserts makes room first, also for a name that is there.
+    void insert(const std::string &name)
+    {
+        if (float(values.size()) >= float(buckets) * myMaxLoad)
+            buckets = UTbumpAllocToPrime(buckets);
+        values[name];
+    }
+
+    void erase(const std::string &name)
+    {
+        if (!values.erase(name))
+            return;
+        if (float(buckets) * myMinLoad > float(values.size()))
+            buckets = UTdecreaseAllocToPrime(buckets);
+    }
+
+    // In the order of a traversal: by bucket, and by name in a bucket.
+    ut_Names names() const
+    {
+        ut_Names sorted;
+        for (const auto &entry : values)
+            sorted.push_back(entry.first);
+        const auto bucketOf = [this](const std::string &name)
+        { return UT_SymbolTable::hash(name.c_str()) % unsigned(buckets); };
+        std::stable_sort(
+            sorted.begin(), sorted.end(),
+            [&](const std::string &a, const std::string &b)
+            { return bucketOf(a) < bucketOf(b); });
+        return sorted;
+    }
+
+    std::map<std::string, int> values;
+    int buckets = 0;
+
+private:
+    const float myMinLoad;
+    const float myMaxLoad;
+};
+
+// One call, the same of both, with a name of up to three of a few letters:
+// "Az" and "BU" have one hash.
+static void
+utDoTheSame(
+    UT_SymbolTable &table, ut_TableModel &model, std::mt19937 &random,
+    bool isGrowing)
+{
+    static const char theLetters[] = "ABUz\x80\xff%1";
+    std::string name(random() % 4, ' ');
+    for (char &letter : name)
+        letter = theLetters[random() % 8];
+    const bool wasThere = model.has(name);
+    const int value = int(random());
+    // Mostly insertions, or mostly deletions.
+    switch (random() % (isGrowing ? 6 : 16))
+    {
+    case 0:
+        model.insert(name);
+        model.values[name] = value;
+        EXPECT_EQ(!wasThere, table.addSymbol(name.c_str(), value));
+        break;
+    case 1:
+    case 2:
+        model.insert(name);
+        model.values[name] = value;
+        table[name.c_str()].integer = value;
+        break;
+    case 3:
+    case 4:
+        model.insert(name);
+        EXPECT_EQ(name, table.getStringReference(name.c_str()));
+        break;
+    default:
+        model.erase(name);
+        EXPECT_EQ(wasThere, table.deleteSymbol(name.c_str()));
+    }
+    UT_Thing found(-7);
+    EXPECT_EQ(model.has(name), table.findSymbol(name.c_str(), &found));
+    EXPECT_EQ(model.has(name) ? model.values[name] : -7, found.integer);
+}
+
 TEST(UT_SymbolTable, AgreesWithAMapAndKeepsItsOrder)
 {
-    for (const float max : {0.75f, 0.5f, 1e9f})
+    for (const float maxLoad : {0.75f, 0.5f, 1e9f})
     {
-        SCOPED_TRACE(max);
-        const float min = max / 8;
+        const float minLoad = maxLoad / 8;
         UT_SymbolTable table;
-        table.setMaxLoadFactor(max);
-        table.setMinLoadFactor(min);
-        std::map<std::string, int> model;
-        int size = 0;
+        table.setMaxLoadFactor(maxLoad);
+        table.setMinLoadFactor(minLoad);
+        ut_TableModel model(minLoad, maxLoad);
         std::mt19937 random(3);
         for (int step = 0; step < 30000; ++step)
         {
-            std::string name(random() % 4, ' ');
-            for (char &c : name)
-                c = "ABUz\x80\xff%1"[random() % 8]; // "Az", "BU": one hash
-            const char *text = name.c_str();
-            const bool isNew = !model.count(name);
-            // Mostly insertions and mostly deletions, by turns.
-            const int action = int(random() % (step / 3000 % 2 ? 16 : 6));
-            const int value = int(random());
-            if (action < 5)
+            SCOPED_TRACE(
+                testing::Message() << "load " << maxLoad << ", step " << step);
+            utDoTheSame(
+                table, model, random, /*isGrowing=*/step / 3000 % 2 == 0);
+            EXPECT_EQ(int(model.values.size()), table.entries());
+            EXPECT_EQ(model.buckets, table.tableSize());
+            if (step % 500 == 0)
             {
-                if (float(model.size()) >= float(size) * max)
-                    size = UTbumpAllocToPrime(size);
-                int &known = model[name];
-                if (action < 3)
-                    known = value;
-                if (action == 0)
-                    ASSERT_EQ(isNew, table.addSymbol(text, value));
-                else if (action < 3)
-                    table[text].integer = value;
-                else
-                    ASSERT_EQ(name, table.getStringReference(text));
+                ut_Names names;
+                EXPECT_EQ(1, table.traverseConst(utCollect, &names));
+                EXPECT_EQ(model.names(), names);
             }
-            else
-            {
-                ASSERT_EQ(!isNew, table.deleteSymbol(text));
-                model.erase(name);
-                if (!isNew && float(size) * min > float(model.size()))
-                    size = UTdecreaseAllocToPrime(size);
-            }
-            UT_Thing found(-7);
-            ASSERT_EQ(model.count(name), table.findSymbol(text, &found));
-            ASSERT_EQ(model.count(name) ? model[name] : -7, found.integer);
-            ASSERT_EQ(int(model.size()), table.entries()) << step;
-            ASSERT_EQ(size, table.tableSize()) << step;
-            if (step % 500 > 0)
-                continue;
-            ut_Names names, expected;
-            for (const auto &entry : model)
-                expected.push_back(entry.first);
-            const auto bucket = [=](const std::string &n)
-            { return UT_SymbolTable::hash(n.c_str()) % unsigned(size); };
-            std::stable_sort(
-                expected.begin(), expected.end(),
-                [=](auto &a, auto &b) { return bucket(a) < bucket(b); });
-            EXPECT_EQ(1, table.traverseConst(utCollect, &names));
-            ASSERT_EQ(expected, names);
+            if (testing::Test::HasFailure())
+                return;
         }
         table.clear();
-        EXPECT_EQ(0, table.tableSize() + table.entries());
-        EXPECT_EQ(0, table.findSymbol("a", nullptr) + table.deleteSymbol("a"));
+        EXPECT_EQ(0, table.tableSize()) << maxLoad;
+        EXPECT_EQ(0, table.entries()) << maxLoad;
+        EXPECT_EQ(0, table.findSymbol("a", nullptr)) << maxLoad;
+        EXPECT_EQ(0, table.deleteSymbol("a")) << maxLoad;
     }
 }
 
@@ -194,7 +265,10 @@ TEST(UT_SymbolTable, LoadFactorsKeepTheirDistance)
 {
     static const struct
     {
-        float min, max, resultMin, resultMax;
+        float min;
+        float max;
+        float resultMin;
+        float resultMax;
     } theCases[] = {
         {0.1f, 0,         0.1f,   0.75f    },
         {0.9f, 2,         0.375f, 2        }, // not below the 0.75 there
@@ -209,7 +283,7 @@ TEST(UT_SymbolTable, LoadFactorsKeepTheirDistance)
         EXPECT_EQ(row.resultMin, table.minLoadFactor()) << row.min;
         EXPECT_EQ(row.resultMax, table.maxLoadFactor()) << row.max;
         table.addSymbol("a", 1); // there are buckets, however odd the factors
-        EXPECT_EQ(5, table.tableSize());
+        EXPECT_EQ(5, table.tableSize()) << row.min;
     }
 }
 
@@ -223,7 +297,7 @@ TEST(UT_SymbolTable, NewNamesAreUnused)
     } theCases[] = {
         {{},                                       "",     "1"           },
         {{"box1", "box7"},                         "box3", "box8"        },
-        {{"box12abc"},                             "box",  "box13"       },
+        {{"box12abc"},                             "box",  "box13"       }, // deliberate
         {{"boxer5", "xbox6", "box-7"},             "box",  "box1"        },
         {{"box007"},                               "box0", "box8"        },
         {{"\xe9\x39", "\xb2\x35"},                 "\xe9", "\xe9\x31\x30"},
@@ -236,7 +310,7 @@ TEST(UT_SymbolTable, NewNamesAreUnused)
         for (const char *name : row.stored)
             table.addSymbol(name, 0);
         char *name = table.newName(row.name);
-        EXPECT_STREQ(row.result, name);
+        EXPECT_STREQ(row.result, name) << "for " << row.name;
         free(name);
     }
 }
@@ -264,11 +338,12 @@ TEST(UT_SymbolTable, PrintsNamesAndStatistics)
 
 TEST(UT_SymList, SortsByUnsignedBytesAndMayRepeatNames)
 {
-    UT_SymList list, other;
+    UT_SymList list;
     EXPECT_EQ(nullptr, list.removeFirstSym());
     for (const char *name : {"b", "\xe9", "", "a", "b"})
         list.insertEntry(name, uint8(*name));
     // A node from another list goes in front of the one of its name.
+    UT_SymList other;
     other.insertEntry("b", 77);
     list.insertSym(*other.removeFirstSym());
     ut_Names names;
@@ -278,8 +353,12 @@ TEST(UT_SymList, SortsByUnsignedBytesAndMayRepeatNames)
     EXPECT_EQ(1, list.findEntry("b", &value));
     EXPECT_EQ(77, value.integer);
     EXPECT_EQ(2, list.deleteEntry(list.getStringReference("b", nullptr)));
-    EXPECT_EQ(0, list.deleteEntry("b") + list.findEntry("b", nullptr));
-    EXPECT_EQ(0, list.deleteEntry(nullptr) + list.findEntry(nullptr, nullptr));
+    for (const char *name : {"b", static_cast<const char *>(nullptr)})
+    {
+        SCOPED_TRACE(name ? name : "null");
+        EXPECT_EQ(0, list.deleteEntry(name));
+        EXPECT_EQ(0, list.findEntry(name, nullptr));
+    }
 
     UT_SymList::UT_Sym *first = list.removeFirstSym();
     EXPECT_EQ(nullptr, first->next);

@@ -8,53 +8,24 @@
 #include <fstream>
 #include <sstream>
 
-TEST(UT_SysResource, SharesAreThousandthsOfTheSum)
+// Counters of either width: what they were, what they are, their shares.
+template <class Counter>
+struct ut_ShareCase
 {
-    uint32 old[4] = {4294967290u, 5, 7, 0};
-    const uint32 now[4] = {4, 5, 17, 80};
-    uint32 differences[4];
-    int shares[4];
-    UT_SysResource::percentages(4, shares, now, old, differences);
-    EXPECT_EQ(
-        "100 0 100 800",
-        std::to_string(shares[0]) + ' ' + std::to_string(shares[1]) + ' ' +
-            std::to_string(shares[2]) + ' ' + std::to_string(shares[3]));
-    EXPECT_EQ(17u, old[2]);
-    // Nothing changed.
-    UT_SysResource::percentages(4, shares, now, old, differences);
-    EXPECT_EQ(0, shares[3]);
-    // A counter that went back, and numbers whose thousandfold is too large.
-    uint32 large[2] = {0, 10};
-    const uint32 next[2] = {4000000, 0};
-    UT_SysResource::percentages(2, shares, next, large, differences);
-    EXPECT_EQ(1000, shares[0]);
-    EXPECT_EQ(0, shares[1]);
-}
+    const char *what;
+    Counter old[3];
+    Counter now[3];
+    int shares[3];
+};
 
-TEST(UT_SysResource, WideCountersShareAtMostTheWhole)
+template <class Counter, size_t count>
+static void
+utExpectShares(const ut_ShareCase<Counter> (&cases)[count])
 {
-    static const struct
+    for (const auto &row : cases)
     {
-        const char *what;
-        uint64 old[3];
-        uint64 now[3];
-        int shares[3];
-    } theCases[] = {
-        {"since the start of a large machine",
-         {0, 0, 0},
-         {3000000000, 1000000000, 20000000000},
-         {125, 41, 833}                                                                 },
-        {"nothing changed",                    {7, 8, 9},     {7, 8, 9},    {0, 0, 0}   },
-        {"one went back",                      {10, 1000, 0}, {4, 500, 60}, {0, 0, 1000}},
-        {"all that there is room for",
-         {0, 0, 0},
-         {UINT64_MAX, UINT64_MAX, 1},
-         {500, 500, 0}                                                                  },
-    };
-    for (const auto &row : theCases)
-    {
-        uint64 old[3];
-        uint64 differences[3];
+        Counter old[3];
+        Counter differences[3];
         int shares[3];
         std::copy_n(row.old, 3, old);
         UT_SysResource::percentages(3, shares, row.now, old, differences);
@@ -66,7 +37,42 @@ TEST(UT_SysResource, WideCountersShareAtMostTheWhole)
     }
 }
 
-TEST(UT_SysResource, TellsOfThisMachine)
+TEST(UT_SysResource, SharesAreThousandthsOfTheSum)
+{
+    static const ut_ShareCase<uint32> theCases[] = {
+        {"one wraps",                     {4294967290u, 7, 0}, {4, 17, 80},    {100, 100, 800} },
+        {"nothing changed",               {7, 8, 9},           {7, 8, 9},      {0, 0, 0}       },
+        {"the thousandfold does not fit",
+         {0, 10, 0},
+         {4000000, 0, 0},
+         {1000, 0, 0}                                                                          },
+ // Deliberate: only the last 21st of a thousandth is rounded up.
+        {"19/21 thousandths",             {0, 0, 0},           {19, 20981, 0}, {0, 999, 0}     },
+        {"20/21 thousandths",             {0, 0, 0},           {20, 20980, 0}, {1, 999, 0}     },
+        {"one went back",                 {0, 20, 0},          {30, 0, 90},    {300, -199, 900}},
+        {"all went back",                 {10, 30, 0},         {0, 0, 0},      {250, 750, 0}   },
+    };
+    utExpectShares(theCases);
+}
+
+TEST(UT_SysResource, WideCountersShareAtMostTheWhole)
+{
+    static const ut_ShareCase<uint64> theCases[] = {
+        {"since the start of a large machine",
+         {0, 0, 0},
+         {3000000000, 1000000000, 20000000000},
+         {125, 41, 833}                                                                 },
+        {"nothing changed",                    {7, 8, 9},     {7, 8, 9},    {0, 0, 0}   },
+        {"one went back",                      {10, 1000, 0}, {4, 500, 60}, {0, 0, 1000}},
+        {"all that there is room for",
+         {0, 0, 0},
+         {UINT64_MAX, UINT64_MAX, 1},
+         {500, 500, 0}                                                                  },
+    };
+    utExpectShares(theCases);
+}
+
+TEST(UT_SysResource, DescribesThisMachine)
 {
     UT_SysResource resource;
     EXPECT_STREQ("", resource.systemDescription());

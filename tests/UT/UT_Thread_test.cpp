@@ -21,13 +21,23 @@
 // The setting is read once, so each row asks in a process of its own.
 TEST(UT_Thread, MaxThreadsCapsTheProcessors)
 {
-    for (const char *value : {"0x10", "-7", " 1x"})
+    const struct
+    {
+        const char *setting;
+        int processors;
+    } rows[] = {
+        {"0x10", sysmp(0)}, // 0, which is no cap
+        {"-7",   sysmp(0)},
+        {" 1x",  1       },
+    };
+    for (const auto &row : rows)
         EXPECT_EXIT(
             {
-                setenv("VALDRIN_MAXTHREADS", value, /*overwrite=*/1);
+                setenv("VALDRIN_MAXTHREADS", row.setting, /*overwrite=*/1);
                 std::_Exit(UT_Thread::getNumProcessors());
             },
-            testing::ExitedWithCode(*value == ' ' ? 1 : sysmp(0)), "");
+            testing::ExitedWithCode(row.processors), "")
+            << '"' << row.setting << '"';
 }
 
 static void *
@@ -41,16 +51,21 @@ TEST(UT_Thread, HandsJobsOverInOrder)
 {
     static const struct
     {
-        int spinMode, workers, jobs; // of each worker
+        const char *what;
+        int spinMode;
+        int workers;
+        int jobs; // of each worker
     } theRows[] = {
-        {UT_Thread::SPIN_NEVER, 1,     300   },
-        {UT_Thread::SPIN_SLEEP, 1,     100000},
-        {UT_Thread::SPIN_SLEEP, 10000, 1     },
-        {UT_Thread::SPIN_BUSY,  1,     300   },
+        {"a thread for each job", UT_Thread::SPIN_NEVER, 1,     300   },
+        {"a sleeping worker",     UT_Thread::SPIN_SLEEP, 1,     100000},
+        {"many workers",          UT_Thread::SPIN_SLEEP, 10000, 1     },
+        {"a busy worker",         UT_Thread::SPIN_BUSY,  1,     300   },
     };
     for (const auto &row : theRows)
         for (int worker = 0; worker < row.workers; ++worker)
         {
+            SCOPED_TRACE(
+                testing::Message() << row.what << ", worker " << worker);
             int counter = 0; // plain: the hand-over orders the accesses
             UT_PThread thread(row.spinMode);
             for (int i = 0; i < row.jobs; ++i)
@@ -58,12 +73,15 @@ TEST(UT_Thread, HandsJobsOverInOrder)
             thread.waitForState(UT_Thread::IDLE);
             ASSERT_EQ(row.jobs, counter);
             ASSERT_EQ(row.spinMode != UT_Thread::SPIN_NEVER, thread.isValid());
-            const int state = worker % 3 ? 0 : thread.killIdle();
-            ASSERT_EQ(0, state);
+            // Every third one has ended when it is destroyed.
+            if (worker % 3 == 0)
+            {
+                ASSERT_EQ(0, thread.killIdle());
+            }
         }
 }
 
-// A job that goes on until it is let go, or for ever.
+// A job that goes on until it is let go, or forever.
 struct ut_Gate
 {
     std::mutex mutex;
@@ -93,7 +111,7 @@ struct ut_Gate
         return nullptr;
     }
 
-    static void *sleepForEver(void *self)
+    static void *sleepForever(void *self)
     {
         auto &gate = *static_cast<ut_Gate *>(self);
         const std::unique_ptr<bool, void (*)(bool *)> leaving(
@@ -130,7 +148,7 @@ TEST(UT_Thread, AKilledJobUnwinds)
 {
     ut_Gate gate;
     UT_PThread thread(UT_Thread::SPIN_SLEEP);
-    thread.startThread(ut_Gate::sleepForEver, &gate);
+    thread.startThread(ut_Gate::sleepForever, &gate);
     gate.wait(gate.isIn);
     EXPECT_EQ(0, thread.killThread());
     int counter = 0;
@@ -139,11 +157,11 @@ TEST(UT_Thread, AKilledJobUnwinds)
     thread.waitForState(UT_Thread::IDLE);
     EXPECT_EQ(1, counter);
     ut_Gate last;
-    thread.startThread(ut_Gate::sleepForEver, &last);
+    thread.startThread(ut_Gate::sleepForever, &last);
     last.wait(last.isIn);
 }
 
-// A kill that comes as the job ends neither runs it again nor waits for ever.
+// A kill that comes as the job ends neither runs it again nor waits forever.
 TEST(UT_Thread, AJobRunsOnceHoweverItsWorkerGoes)
 {
     std::mt19937 random(1);
@@ -205,11 +223,12 @@ TEST(UT_Thread, ADerivedWorkerSeesItsStateAtTheEnd)
     EXPECT_EQ(std::vector<int>{UT_Thread::IDLE}, worker.ownStates);
 
     ut_Gate gate;
-    worker.startThread(ut_Gate::sleepForEver, &gate);
+    worker.startThread(ut_Gate::sleepForever, &gate);
     gate.wait(gate.isIn);
     worker.killThread();
     worker.waitThread(1);
-    EXPECT_EQ((std::vector<int>{0, 0}), worker.ownStates);
+    EXPECT_EQ(
+        (std::vector<int>{UT_Thread::IDLE, UT_Thread::IDLE}), worker.ownStates);
 }
 
 TEST(UT_Thread, AJobThatThrowsLeavesANullThreadIdle)
@@ -227,7 +246,9 @@ TEST(UT_Thread, WorkersBlockAllSignals)
         pthread_sigmask(SIG_SETMASK, nullptr, static_cast<sigset_t *>(mask));
         return nullptr;
     };
-    sigset_t before, inside, after;
+    sigset_t before;
+    sigset_t inside;
+    sigset_t after;
     getMask(&before);
     UT_Thread::configureMaxThreads(7, 1 << 20);
     const std::unique_ptr<UT_Thread> thread(
@@ -238,7 +259,8 @@ TEST(UT_Thread, WorkersBlockAllSignals)
     for (const int signal : {SIGINT, SIGSEGV, SIGTERM, SIGCHLD})
     {
         EXPECT_TRUE(sigismember(&inside, signal)) << signal;
-        EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal));
+        EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal))
+            << signal;
     }
     EXPECT_TRUE(pthread_equal(pthread_self(), UT_Thread::getMainThreadId()));
 }
@@ -267,16 +289,17 @@ TEST(UT_Thread, EveryThreadHasItsIndex)
 
 TEST(UT_ThreadSet, TheLastWorkerGetsTheFirstDatum)
 {
-    UT_ThreadSet set(3), single(1, 1);
-    set.go(); // nothing yet
-    pthread_t ids[3] = {};
-    set.myJobData = single.myJobData = ids;
-    set.myStride = sizeof(*ids);
-    set.myFunction = single.myFunction = [](void *id) -> void *
+    const auto storeId = [](void *id) -> void *
     {
         *static_cast<pthread_t *>(id) = pthread_self();
         return nullptr;
     };
+    pthread_t ids[3] = {};
+    UT_ThreadSet set(3);
+    set.go(); // there is no job yet
+    set.myJobData = ids;
+    set.myStride = sizeof(*ids);
+    set.myFunction = storeId;
     set.go();
     EXPECT_EQ(0, set.wait(1));
     EXPECT_EQ(1, set.wait(0)); // they stay
@@ -287,9 +310,20 @@ TEST(UT_ThreadSet, TheLastWorkerGetsTheFirstDatum)
     EXPECT_TRUE(pthread_equal(ids[0], ids[1]));
     EXPECT_EQ(nullptr, set.getThread(3));
     EXPECT_EQ(nullptr, set.getThread(-1));
+}
 
+TEST(UT_ThreadSet, ASingleWorkerMayBeTheCaller)
+{
+    pthread_t id = {};
+    UT_ThreadSet single(1, /*nullIfSingle=*/1);
+    single.myJobData = &id;
+    single.myFunction = [](void *data) -> void *
+    {
+        *static_cast<pthread_t *>(data) = pthread_self();
+        return nullptr;
+    };
     single.go();
-    EXPECT_TRUE(pthread_equal(pthread_self(), ids[0]));
+    EXPECT_TRUE(pthread_equal(pthread_self(), id));
     EXPECT_EQ(UT_Thread::getNumProcessors(), UT_ThreadSet().entries());
 }
 
@@ -301,13 +335,18 @@ TEST(UT_ThreadFarm, DoesEveryJobOnce)
         int index = -1;
         for (int &job : done)
             farm.nextThread(&index, 1)->startThread(utCount, &job);
-        EXPECT_TRUE(index >= 0 && index < 4);
+        EXPECT_GE(index, 0);
+        EXPECT_LT(index, 4);
         EXPECT_EQ(1, farm.wait());
         farm.nextThread(nullptr, 0)->startThread(utCount, &done[0]);
     }
-    EXPECT_EQ(2, done[0]--);
-    EXPECT_EQ(std::vector<int>(2000, 1), done);
+    std::vector<int> expected(2000, 1);
+    expected[0] = 2;
+    EXPECT_EQ(expected, done);
+}
 
+TEST(UT_ThreadFarm, NobodyIsFreeWhileAllAreBusy)
+{
     ut_Gate gate;
     UT_ThreadFarm one(1);
     one.nextThread(nullptr, 0)->startThread(ut_Gate::pass, &gate);

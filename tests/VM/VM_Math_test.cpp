@@ -4,26 +4,46 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <vector>
 
+// Values of which every fifth is a special one. `stride` is the way through the
+// special ones, so that two arrays pair each of them with others.
 static std::vector<float>
-utValues(unsigned count, float scale)
+utValues(float scale, size_t stride)
 {
     const float infinity = std::numeric_limits<float>::infinity();
-    const float specials[] = {infinity, 0.0f,    -0.0f, -infinity,    1e-42f,
-                              1e38f,    -1e-42f, 3.0f,  std::nanf("")};
-    std::vector<float> values(count);
-    for (unsigned i = 0; i < count; ++i)
-        values[i] = i % 5 ? scale * (float(i) - 40.3f)
-                          : specials[(i / 5 * unsigned(scale)) % 9];
+    const std::vector<float> specials = {infinity,  0.0f,   -0.0f,
+                                         -infinity, 1e-42f, 1e38f,
+                                         -1e-42f,   3.0f,   std::nanf("")};
+    std::vector<float> values(103);
+    size_t special = 0;
+    for (size_t i = 0; i < values.size(); ++i)
+    {
+        values[i] = scale * (float(i) - 40.3f);
+        if (i % 5 == 0)
+        {
+            values[i] = specials[special % specials.size()];
+            special += stride;
+        }
+    }
     return values;
 }
 
-static const auto theA = utValues(103, 1);
-static const auto theB = utValues(103, 2);
-static const auto theC = utValues(103, 7);
+static const auto theA = utValues(/*scale=*/1, /*stride=*/1);
+static const auto theB = utValues(/*scale=*/2, /*stride=*/2);
+static const auto theC = utValues(/*scale=*/7, /*stride=*/7);
+
+// Zeros of different signs differ; all NaNs are the same.
+static void
+utExpectSame(float expected, float result)
+{
+    EXPECT_EQ(std::isnan(expected), std::isnan(result));
+    if (std::isnan(expected))
+        return;
+    EXPECT_EQ(expected, result);
+    EXPECT_EQ(std::signbit(expected), std::signbit(result));
+}
 
 // What an operation reads beside the first array: other ones, or values.
 static float
@@ -51,18 +71,19 @@ utCheck(const char *name, Operation operation, One one, Operands... operands)
             operation(result.data(), result.data(), operands..., count);
             for (unsigned i = 0; i < count; ++i)
             {
-                const float x = one(theA[i], utElement(operands, i)...);
-                EXPECT_TRUE(
-                    std::isnan(x) ? std::isnan(result[i])
-                                  : !memcmp(&x, &result[i], sizeof(x)))
-                    << name << i << ' ' << x << ' ' << result[i];
+                SCOPED_TRACE(
+                    testing::Message() << name << ", element " << i << " of "
+                                       << count << ", vectors " << simd);
+                utExpectSame(
+                    one(theA[i], utElement(operands, i)...), result[i]);
             }
         }
 }
 
 TEST(VM_Math, BothWaysGiveTheSame)
 {
-    const float *const b = theB.data(), *const c = theC.data();
+    const float *const b = theB.data();
+    const float *const c = theC.data();
     const auto add = [](auto... operands) { VM_Math::add(operands...); };
     const auto sum = [](float x, float y) { return x + y; };
     utCheck("add", add, sum, b);

@@ -33,8 +33,7 @@ extern "C" uint32_t NSGetModule(void *manager, void *location, void **result);
 namespace
 {
 
-// A component manager that is its own registrar and keeps what it was told
-// last.
+// A component manager that is its own registrar and keeps its last call.
 struct ut_StandInManager final
 {
     virtual uint32_t query(const char *iid, void **result)
@@ -54,20 +53,20 @@ struct ut_StandInManager final
         const char *cid, const char *name, const char *contract,
         const char *location, const char *loader, const char *type)
     {
-        told = std::string(cid, 16);
+        lastCall = std::string(cid, 16);
         for (const char *word : {name, contract, location, loader, type})
-            told += std::string(" ") + word;
+            lastCall += std::string(" ") + word;
         return answer;
     }
     virtual uint32_t unregisterLocation(const char *cid, const char *location)
     {
-        told = std::string(cid, 16) + " " + location;
+        lastCall = std::string(cid, 16) + " " + location;
         return answer;
     }
 
     uint32_t references = 0; // taken and not given back
     uint32_t answer = UT_OK;
-    std::string told;
+    std::string lastCall;
 };
 
 // The module, its factory and two instances, of which one is asked and the
@@ -130,20 +129,48 @@ protected:
 
 } // namespace
 
-TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
+// A text of any bytes, mostly those of "]]>".
+static std::string
+utLargeText()
 {
     std::mt19937 random(1);
-    std::string large;
-    for (int i = 0; i < 1 << 16; ++i)
-        large += i % 8 ? "]]>"[random() % 3] : char(1 + random() % 255);
-    std::string split = large;
-    for (size_t at = 0; (at = split.find("]]>", at)) != split.npos; at += 15)
-        split.replace(at, 3, "]]]]><![CDATA[>");
-    const std::pair<const char *, std::string> cases[] = {
-        {nullptr,             ""                                },
-        {"a]]>]]> ]]]>> x]]",
+    std::string text;
+    for (int i = 0; i < 1 << 13; ++i)
+    {
+        text += char(1 + random() % 255);
+        for (int j = 0; j < 7; ++j)
+            text += random() % 3 == 0 ? '>' : ']';
+    }
+    return text;
+}
+
+// The text with each "]]>" split between two sections.
+static std::string
+utSplit(std::string text)
+{
+    static const std::string theSplit = "]]]]><![CDATA[>";
+    size_t at = text.find("]]>");
+    while (at != text.npos)
+    {
+        text.replace(at, 3, theSplit);
+        at = text.find("]]>", at + theSplit.size());
+    }
+    return text;
+}
+
+TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
+{
+    const std::string large = utLargeText();
+    const struct
+    {
+        const char *what;
+        const char *command;
+        std::string section;
+    } cases[] = {
+        {"null",         nullptr,             ""                },
+        {"several ends", "a]]>]]> ]]]>> x]]",
          "a]]]]><![CDATA[>]]]]><![CDATA[> ]]]]]><![CDATA[>> x]]"},
-        {large.c_str(),       split                             },
+        {"a large text", large.c_str(),       utSplit(large)    },
     };
     Server server({Server::echo()});
     // Ports are taken modulo 65535.
@@ -153,12 +180,14 @@ TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
         EXPECT_EQ(UT_NULL_POINTER, utCall(object, slot, "x", nullptr));
     const std::string head = "<?xml version=\"1.0\"?>\n<";
     size_t connection = 0;
-    for (const auto &[command, section] : cases)
+    for (const auto &row : cases)
     {
         const std::string envelope =
-            head + "vscript><![CDATA[" + section + "]]></vscript>\n";
-        EXPECT_TRUE(envelope == get(object, UT_RUN, command)) << section.size();
-        EXPECT_TRUE(envelope + '\0' == server.request(connection++));
+            head + "vscript><![CDATA[" + row.section + "]]></vscript>\n";
+        // The server echoes.
+        EXPECT_TRUE(envelope == get(object, UT_RUN, row.command)) << row.what;
+        EXPECT_TRUE(envelope + '\0' == server.request(connection)) << row.what;
+        ++connection;
     }
     EXPECT_EQ(
         head + "python_expression><![CDATA[y]]></python_expression>\n",
@@ -166,23 +195,28 @@ TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
     EXPECT_EQ(UT_OK, utCall(object, UT_RUN_STATEMENTS, "z"));
     EXPECT_EQ(
         head + "python_statements><![CDATA[z]]></python_statements>\n\0"s,
-        server.request(++connection));
+        server.request(connection + 1));
 }
 
 TEST_P(Component, TheReplyIsTheTextUpToItsFirstNul)
 {
-    const std::pair<Server::Script, std::string> cases[] = {
-        {{Server::close()},                        ""            },
-        {{Server::send("\0hidden\0"s)},            ""            },
-        {{Server::send("seen\n\0hidden\0"s)},      "seen\n"      },
-        {{Server::send("ended"), Server::close()}, "ended"       },
-        {{Server::reset()},                        theFailureText},
-    };
-    for (const auto &[script, reply] : cases)
+    const struct
     {
-        Server server(script);
+        const char *what;
+        Server::Script script;
+        std::string reply;
+    } cases[] = {
+        {"no reply",    {Server::close()},                        ""            },
+        {"a NUL first", {Server::send("\0hidden\0"s)},            ""            },
+        {"two texts",   {Server::send("seen\n\0hidden\0"s)},      "seen\n"      },
+        {"no NUL",      {Server::send("ended"), Server::close()}, "ended"       },
+        {"a crash",     {Server::reset()},                        theFailureText},
+    };
+    for (const auto &row : cases)
+    {
+        Server server(row.script);
         utCall(other, UT_SET_PORT, server.port() - 65535);
-        EXPECT_EQ(reply, get(object, UT_RUN, "x"));
+        EXPECT_EQ(row.reply, get(object, UT_RUN, "x")) << row.what;
     }
     ut_LoopbackPort nobody;
     utCall(other, UT_SET_PORT, nobody.port());
@@ -207,6 +241,8 @@ TEST_P(Component, TheStashIsOnePrivateCopy)
     theMemoryIsGone = false;
     EXPECT_EQ(UT_OK, utCall(other, UT_STASH, nullptr));
     EXPECT_EQ("", get(object, UT_GET_STASHED));
+    // Deliberate: a null result is not refused.
+    EXPECT_DEATH(utCall(object, UT_GET_STASHED, nullptr), "");
 }
 
 TEST_P(Component, ObjectsAnswerForTheirInterfacesOnly)
@@ -214,41 +250,47 @@ TEST_P(Component, ObjectsAnswerForTheirInterfacesOnly)
     void *const info = query(factory, theClassInfoID);
     const struct
     {
+        const char *what;
         void *asked;
         const char *iid;
         void *face;
     } cases[] = {
-        {module,  theSupportsID,   module },
-        {module,  theModuleID,     module },
-        {module,  theFactoryID,    nullptr},
-        {factory, theModuleID,     nullptr},
-        {info,    theSupportsID,   factory},
-        {info,    theFactoryID,    factory},
-        {object,  theSupportsID,   object },
-        {object,  theConnectionID, object },
-        {object,  theClassInfoID,  info   },
-        {object,  theFactoryID,    nullptr},
+        {"the module as itself",        module,  theSupportsID,   module },
+        {"the module as a module",      module,  theModuleID,     module },
+        {"the module as a factory",     module,  theFactoryID,    nullptr},
+        {"the factory as a module",     factory, theModuleID,     nullptr},
+        {"the class info as itself",    info,    theSupportsID,   factory},
+        {"the class info as a factory", info,    theFactoryID,    factory},
+        {"the object as itself",        object,  theSupportsID,   object },
+        {"the object as a connection",  object,  theConnectionID, object },
+        {"the object's class info",     object,  theClassInfoID,  info   },
+        {"the object as a factory",     object,  theFactoryID,    nullptr},
     };
     for (const auto &row : cases)
-        EXPECT_EQ(row.face, query(row.asked, row.iid));
+        EXPECT_EQ(row.face, query(row.asked, row.iid)) << row.what;
 }
 
 TEST_P(Component, RefusalsLeaveANullResult)
 {
-    void *faces[] = {object, object, object, object};
-    EXPECT_EQ(UT_NO_AGGREGATION, create(module, theConnectionID, &faces[0]));
-    EXPECT_EQ(UT_NO_INTERFACE, create(nullptr, theModuleID, &faces[1]));
-    EXPECT_EQ(
-        UT_NOT_REGISTERED, classObject(theModuleID, theFactoryID, &faces[2]));
-    EXPECT_EQ(UT_NO_INTERFACE, classObject(theClassID, theModuleID, &faces[3]));
-    for (void *face : faces)
-        EXPECT_EQ(nullptr, face);
+    void *face = object;
+    EXPECT_EQ(UT_NO_AGGREGATION, create(module, theConnectionID, &face));
+    EXPECT_EQ(nullptr, face);
+    face = object;
+    EXPECT_EQ(UT_NO_INTERFACE, create(nullptr, theModuleID, &face));
+    EXPECT_EQ(nullptr, face);
+    face = object;
+    EXPECT_EQ(UT_NOT_REGISTERED, classObject(theModuleID, theFactoryID, &face));
+    EXPECT_EQ(nullptr, face);
+    face = object;
+    EXPECT_EQ(UT_NO_INTERFACE, classObject(theClassID, theModuleID, &face));
+    EXPECT_EQ(nullptr, face);
+    // Deliberate: the answer is no, and the question failed.
     int32_t answer = 77;
     EXPECT_EQ(UT_FAILURE, utCall(module, /*CanUnload*/ 6, &manager, &answer));
     EXPECT_EQ(0, answer);
 }
 
-TEST_P(Component, ClassInfoTellsTheRecord)
+TEST_P(Component, ClassInfoReportsTheRecord)
 {
     void *const info = query(factory, theClassInfoID);
     uint32_t number = 77;
@@ -258,6 +300,13 @@ TEST_P(Component, ClassInfoTellsTheRecord)
     EXPECT_TRUE(utIsID(array[0], theConnectionID));
     free(array[0]);
     free(array);
+    // Deliberate: a list that there is no memory for ends the process.
+    EXPECT_DEATH(
+        {
+            theMemoryIsGone = true;
+            utCall(info, /*GetInterfaces*/ 3, &number, &array);
+        },
+        "");
     void *helper = info;
     EXPECT_EQ(UT_OK, utCall(info, /*GetHelperForLanguage*/ 4, 2, &helper));
     EXPECT_EQ(nullptr, helper);
@@ -278,10 +327,12 @@ TEST_P(Component, ClassInfoTellsTheRecord)
     EXPECT_TRUE(utIsID(inPlace, theClassID));
 }
 
+// Deliberate: each request makes a factory, and the class info ends with any.
 TEST_P(Component, AnyFactorysDeathTakesTheClassInfo)
 {
     void *younger = nullptr;
     EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &younger));
+    EXPECT_NE(factory, younger);
     EXPECT_EQ(0U, utCall(std::exchange(factory, younger), UT_RELEASE));
     EXPECT_EQ(nullptr, query(object, theClassInfoID));
 }
@@ -294,12 +345,12 @@ TEST_P(Component, TheRegistrarHasTheLastWordOnRegistration)
     EXPECT_EQ(
         cid + " Valdrin Connection Component @norvex.com/valdrinconnection;1 "
               "here.so loader type",
-        manager.told);
+        manager.lastCall);
     manager.answer = UT_FAILURE;
     EXPECT_EQ(UT_FAILURE, utCall(module, 4, &manager, "", "", ""));
     // It has none on the way back.
     EXPECT_EQ(UT_OK, utCall(module, 5, &manager, "here.so", "loader"));
-    EXPECT_EQ(cid + " here.so", manager.told);
+    EXPECT_EQ(cid + " here.so", manager.lastCall);
 }
 
 // A module of one class, which records what is done to it.

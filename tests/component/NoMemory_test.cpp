@@ -75,29 +75,22 @@ private:
     void *myFactory = nullptr;
 };
 
-// A call that needs about a megabyte.
-struct ut_LargeCall
-{
-    const char *name;
-    uint32_t (*call)(void *object, const char *megabyte, char **result);
-};
-
 } // namespace
 
-static const ut_LargeCall theLargeCalls[] = {
-    {"Run",                           [](void *object, const char *megabyte, char **result)
-     { return utCall(object, UT_RUN, megabyte, result); }           },
-    {"RunPythonStatements",           [](void *object, const char *megabyte, char **)
-     { return utCall(object, UT_RUN_STATEMENTS, megabyte); }        },
-    {"RunPythonExpression",
-     [](void *object,                                  const char *megabyte, char **result)
-     { return utCall(object, UT_RUN_EXPRESSION, megabyte, result); }},
-    {"a large reply",                 [](void *object, const char *,         char **result)
-     { return utCall(object, UT_RUN, "x", result); }                        },
-    {"a large reply that is dropped", [](void *object, const char *,         char **)
-     { return utCall(object, UT_RUN_STATEMENTS, "x"); }                     },
-    {"StashString",                   [](void *object, const char *megabyte, char **)
-     { return utCall(object, UT_STASH, megabyte); }                 },
+// Calls that need about a megabyte: for their text, or for the reply.
+static const struct
+{
+    const char *what;
+    size_t slot;
+    bool isTextLarge;
+    bool hasResult;
+} theLargeCalls[] = {
+    {"Run",                           UT_RUN,            true,  true },
+    {"RunPythonStatements",           UT_RUN_STATEMENTS, true,  false},
+    {"RunPythonExpression",           UT_RUN_EXPRESSION, true,  true },
+    {"a large reply",                 UT_RUN,            false, true },
+    {"a large reply that is dropped", UT_RUN_STATEMENTS, false, false},
+    {"StashString",                   UT_STASH,          true,  false},
 };
 
 TEST_F(ComponentWithoutMemory, MethodsReportIt)
@@ -106,14 +99,16 @@ TEST_F(ComponentWithoutMemory, MethodsReportIt)
     Server server({Server::send(megabyte + '\0')});
     utCall(object, UT_SET_PORT, server.port());
     EXPECT_EQ(UT_OK, utCall(object, UT_STASH, "kept"));
-    for (const ut_LargeCall &row : theLargeCalls)
+    for (const auto &row : theLargeCalls)
     {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.what);
+        const char *const text = row.isTextLarge ? megabyte.c_str() : "x";
         char *result = nullptr;
         uint32_t code;
         {
             const ut_MemoryLimit limit(SIZE_MAX, theMegabyte / 2);
-            code = row.call(object, megabyte.c_str(), &result);
+            code = row.hasResult ? utCall(object, row.slot, text, &result)
+                                 : utCall(object, row.slot, text);
         }
         EXPECT_EQ(UT_OUT_OF_MEMORY, code);
         EXPECT_EQ(nullptr, result);
@@ -141,7 +136,7 @@ TEST_F(ComponentWithoutMemory, EveryAllocationOfACallMayFail)
     size_t refused = 0;
     for (size_t blocks = 0; !isEnough; ++blocks)
     {
-        SCOPED_TRACE(blocks);
+        SCOPED_TRACE(testing::Message() << blocks << " blocks");
         char *result = nullptr;
         uint32_t code;
         {

@@ -64,6 +64,7 @@ TEST(Platform, ItsFunctionsServeAndNothingIsLeft)
     const std::string before = utProcessState();
     for (int i = 1; i < 4; ++i)
     {
+        SCOPED_TRACE(testing::Message() << "load " << i);
         void *const library = dlopen(PLATFORM_LIBRARY, RTLD_LAZY | RTLD_LOCAL);
         ASSERT_NE(nullptr, library) << dlerror();
         const auto getModule =
@@ -72,8 +73,8 @@ TEST(Platform, ItsFunctionsServeAndNothingIsLeft)
         EXPECT_EQ(0x00015000U, theRecord->version);
         EXPECT_EQ(1U, theRecord->count);
         // Where the oldest platforms look for a list of libraries.
-        const void *const behind = theRecord + 1;
-        EXPECT_EQ(nullptr, *static_cast<const void *const *>(behind));
+        const void *const next = theRecord + 1;
+        EXPECT_EQ(nullptr, *static_cast<const void *const *>(next));
 
         const nsModuleComponentInfo &info = *theRecord->components;
         EXPECT_EQ(nullptr, *info.classInfoGlobal);
