@@ -8,7 +8,7 @@
 #include <new>
 
 // Waiting is not cancelled: objects free their blocks in destructors.
-static void
+static inline void
 utLockPools(UT_Lock &lock)
 {
     if (lock.tryLock())

@@ -639,6 +639,7 @@ utSetSeparators(const char *separators)
 
 namespace
 {
+
 // The separators of a list, mostly two or one.
 class ut_Separators
 {
@@ -690,6 +691,7 @@ private:
     ut_Block myFirsts;
     ut_Block mySeconds;
 };
+
 } // namespace
 
 // Matches one alternative, once the separators are set.

@@ -383,8 +383,8 @@ UT_WorkBuffer::vsprintf(const char *format, va_list args)
     {
         // The old text stays until there is room for the other one.
         char text[theInlineSize - theSpareSize];
-        const int formatted = utFormat(text, sizeof text, format, args);
-        if (formatted >= 0 && formatted < int(sizeof text))
+        const int formatted = utFormat(text, sizeof(text), format, args);
+        if (formatted >= 0 && formatted < int(sizeof(text)))
         {
             // A conversion may have written a NUL; the text ends there.
             myLength = int(stpcpy(myBuffer, text) - myBuffer);

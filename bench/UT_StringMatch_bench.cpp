@@ -1,7 +1,7 @@
 // Claims: a mix of the patterns that people write takes at most 0.7 of the time
-// of fnmatch(3), and so do lists of 24 of them; patterns that are hard to search
-// for take at most 0.1 of it, and finding a literal in 64 kilobytes at most
-// 0.25. Lists take at most 0.9 of GLib's prepared patterns.
+// of fnmatch(3), and so do lists of 24 of them; patterns that are hard to
+// search for take at most 0.1 of it, and finding a literal in 64 kilobytes at
+// most 0.25. Lists take at most 0.9 of GLib's prepared patterns.
 
 #include "UT/UT_String.h"
 
