@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
-#include <vector>
 
 // How many bytes below a multiple of 16 the stack is at the calls that follow:
 // 0, 4, 8 or 12. Only 32-bit x86 takes notice.
@@ -54,18 +53,23 @@ template <class Result>
 using ut_Thunk = Result (*)(
     uint32_t off, const void *function, const uint32_t *words, size_t count);
 
-// Appends an argument as it lies on the stack; a reference is an address.
+// How many words an argument takes on the stack; a reference is an address.
 template <class Parameter>
-void
-utPushArgument(std::vector<uint32_t> &words, Parameter argument)
+constexpr size_t theArgumentWords = std::is_reference_v<Parameter>
+                                        ? 1
+                                        : (sizeof(Parameter) + 3) / 4;
+
+// Stores an argument as it lies on the stack, and returns where the next goes.
+template <class Parameter>
+uint32_t *
+utStoreArgument(uint32_t *words, Parameter argument)
 {
     if constexpr (std::is_reference_v<Parameter>)
-        utPushArgument(words, &argument);
+        return utStoreArgument(words, &argument);
     else
     {
-        const size_t at = words.size();
-        words.resize(at + (sizeof argument + 3) / 4);
-        memcpy(&words[at], &argument, sizeof argument);
+        memcpy(words, &argument, sizeof argument);
+        return words + theArgumentWords<Parameter>;
     }
 }
 #endif
@@ -84,11 +88,13 @@ utCallOff(
     typename ut_Argument<Parameters>::Type... arguments)
 {
 #ifdef __i386__
-    std::vector<uint32_t> words;
-    (utPushArgument<Parameters>(words, arguments), ...);
+    // No allocation: tests call when there is no memory, too.
+    constexpr size_t count = (theArgumentWords<Parameters> + ... + 0);
+    uint32_t words[count + 1] = {};
+    [[maybe_unused]] uint32_t *next = words;
+    ((next = utStoreArgument<Parameters>(next, arguments)), ...);
     return reinterpret_cast<ut_Thunk<Result>>(utCallWithStackOff)(
-        theStackOff, reinterpret_cast<const void *>(function), words.data(),
-        words.size());
+        theStackOff, reinterpret_cast<const void *>(function), words, count);
 #else
     return function(arguments...);
 #endif
