@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <future>
@@ -62,6 +63,22 @@ TEST(UT_Lock, EveryWayExcludes)
     static UT_Lock theLock(UT_STATIC_LOCK);
     for (const auto &row : theWays)
     {
+        SCOPED_TRACE(row.name);
+        // It tries until the lock is free.
+        UT_Lock held(/*initiallyLocked=*/1);
+        std::atomic<bool> isIn(false);
+        std::thread waiting(
+            [&]
+            {
+                (held.*row.way)();
+                isIn = true;
+            });
+        while (held.collisions() < 2 && !isIn)
+            std::this_thread::yield();
+        EXPECT_FALSE(isIn);
+        held.unlock();
+        waiting.join();
+
         int counter = 0;
         const auto count = [&]
         {
@@ -75,7 +92,7 @@ TEST(UT_Lock, EveryWayExcludes)
         std::thread other(count);
         count();
         other.join();
-        EXPECT_EQ(2 * 2500, counter) << row.name;
+        EXPECT_EQ(2 * 2500, counter);
     }
 }
 

@@ -40,17 +40,17 @@ utExpectShares(const ut_ShareCase<Counter> (&cases)[count])
 TEST(UT_SysResource, SharesAreThousandthsOfTheSum)
 {
     static const ut_ShareCase<uint32> theCases[] = {
-        {"one wraps",                     {4294967290u, 7, 0}, {4, 17, 80},    {100, 100, 800} },
-        {"nothing changed",               {7, 8, 9},           {7, 8, 9},      {0, 0, 0}       },
+        {"one wraps",                     {4294967290u, 7, 0}, {4, 17, 80},      {100, 100, 800} },
+        {"nothing changed",               {7, 8, 9},           {7, 8, 9},        {0, 0, 0}       },
         {"the thousandfold does not fit",
          {0, 10, 0},
          {4000000, 0, 0},
-         {1000, 0, 0}                                                                          },
+         {1000, 0, 0}                                                                            },
  // Deliberate: only the last 21st of a thousandth is rounded up.
-        {"19/21 thousandths",             {0, 0, 0},           {19, 20981, 0}, {0, 999, 0}     },
-        {"20/21 thousandths",             {0, 0, 0},           {20, 20980, 0}, {1, 999, 0}     },
-        {"one went back",                 {0, 20, 0},          {30, 0, 90},    {300, -199, 900}},
-        {"all went back",                 {10, 30, 0},         {0, 0, 0},      {250, 750, 0}   },
+        {"0.951 thousandths",             {0, 0, 0},           {951, 999049, 0}, {0, 999, 0}     },
+        {"20/21 thousandths",             {0, 0, 0},           {20, 20980, 0},   {1, 999, 0}     },
+        {"one went back",                 {0, 20, 0},          {30, 0, 90},      {300, -199, 900}},
+        {"all went back",                 {10, 30, 0},         {0, 0, 0},        {250, 750, 0}   },
     };
     utExpectShares(theCases);
 }
