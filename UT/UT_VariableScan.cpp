@@ -46,7 +46,7 @@ static constexpr struct ut_ScanTable
 // is not, or what lies less than sixteen bytes before `end`.
 //
 // A bit that two bytes differ in does not count, so that one comparison finds
-// both: those that it finds besides are told from them by the table.
+// both; the table separates the others that it finds from them.
 static const char *
 utSkipOrdinary(const char *text, const char *end, unsigned special)
 {

@@ -394,7 +394,7 @@ UT_WorkBuffer::vsprintf(const char *format, va_list args)
     }
     for (;;)
     {
-        // The first attempt tells the length, so a second one always fits.
+        // The first attempt returns the length, so a second one always fits.
         const int formatted = utFormat(myBuffer, usable, format, args);
         myBuffer[usable - 1] = '\0';
         if (formatted >= 0 && unsigned(formatted) >= usable &&

@@ -139,7 +139,7 @@ TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
          "             c"  },
  // Deliberate: a skipped error leaves its line, and counts as the one
   // before.
-        {"a filter leaves lines behind",
+        {"a filter leaves empty lines",
          {{theError, "a"}, {theWarning, "b"}, {theError, "c"}},
          theError,      2,
          "Error:       a\n"
@@ -192,7 +192,7 @@ static const struct
     UT_ErrorSeverity filter;
     int count;         // as returned
     ut_Entries left;   // of the stock, when they are moved
-    ut_Entries stolen; // behind the one error that was there
+    ut_Entries stolen; // after the one error that was there
     bool isUntouched;  // the thief: not even its read flag changes
 } theThefts[] = {
     {"all",                        -7, -7, UT_ERROR_NONE, 5, {},               theStock, false},
