@@ -140,7 +140,7 @@ public:
 
 private:
     // Seconds; only a failure reaches it.
-    static const int theDeadline = 120;
+    static constexpr int theDeadline = 120;
 
     static bool sendAll(int fd, const std::string &bytes)
     {
