@@ -9,8 +9,6 @@
 #include "UT_NetSocketImpl.h"
 #include "UT_WorkBuffer.h"
 
-#include <sys/socket.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -23,6 +21,7 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 // Ready before any code of the library runs, and still there when it ends.
@@ -194,6 +193,34 @@ UT_NetSocket::connectTo(const in_addr &host, int timeoutMs)
     }
 }
 
+namespace
+{
+
+// Keeps a socket from blocking while it lives, also when its thread is ended
+// in that time.
+class ut_NonBlocking
+{
+public:
+    explicit ut_NonBlocking(UT_NetSocket &socket)
+        : mySocket(socket), myWasBlocking(socket.isBlocking())
+    {
+        mySocket.setBlocking(false);
+    }
+    ~ut_NonBlocking()
+    {
+        const ut_CancelGuard guard;
+        mySocket.setBlocking(myWasBlocking);
+    }
+    ut_NonBlocking(const ut_NonBlocking &) = delete;
+    ut_NonBlocking &operator=(const ut_NonBlocking &) = delete;
+
+private:
+    UT_NetSocket &mySocket;
+    const bool myWasBlocking;
+};
+
+} // namespace
+
 int
 UT_NetSocket::connectOrTimeout(sockaddr_in *addr, int addrLen, int timeoutMs)
 {
@@ -202,12 +229,10 @@ UT_NetSocket::connectOrTimeout(sockaddr_in *addr, int addrLen, int timeoutMs)
         error = doConnect(mySocket, addr, addrLen);
     else
     {
-        const bool wasBlocking = myBlockingFlag;
-        setBlocking(false);
+        const ut_NonBlocking nonBlocking(*this);
         error = doConnect(mySocket, addr, addrLen);
         if (error == EINPROGRESS)
             error = waitForConnect(timeoutMs);
-        setBlocking(wasBlocking);
     }
     if (!error)
         myRemoteAddress = addr->sin_addr.s_addr;

@@ -7,20 +7,24 @@
 #include "ut_LoopbackServer.h"
 #include "ut_SignalStorm.h"
 
+#include "UT/UT_Nap.h"
+#include "UT/UT_Thread.h"
 #include "UT/UT_WorkBuffer.h"
-#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <thread>
 
 #include <arpa/inet.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <netdb.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::chrono_literals;
@@ -254,4 +258,34 @@ TEST_F(UT_NetSocketConnect, HalfACommandGetsNoAnswer)
         thread.join();
         ::close(peer);
     }
+}
+
+// A connect to a listener that takes no more connections waits for its time.
+TEST_F(UT_NetSocketConnect, AKilledConnectLeavesTheSocketBlocking)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "this checker ends itself with a thread that is killed";
+#endif
+    const ut_LoopbackPort port;
+    ::listen(port.fd(), 0);
+    UT_NetSocket first("127.0.0.1", port.port(), false, -1);
+    UT_NetSocket second("127.0.0.1", port.port(), false, -1);
+    first.connect(0);
+    second.connect(0);
+
+    UT_NetSocket socket("127.0.0.1", port.port(), true, -1);
+    const auto job = [](void *data) -> void *
+    {
+        static_cast<UT_NetSocket *>(data)->connect(/*timeoutMs=*/60000);
+        return nullptr;
+    };
+    const std::unique_ptr<UT_Thread> worker(
+        UT_Thread::allocThread(UT_Thread::SPIN_SLEEP));
+    ASSERT_TRUE(worker->startThread(job, &socket));
+    while (socket.isBlocking())
+        UTnap(1);
+    worker->killThread();
+    worker->waitThread(1);
+    EXPECT_TRUE(socket.isBlocking());
+    EXPECT_EQ(0, ::fcntl(socket.getSocket(), F_GETFL) & O_NONBLOCK);
 }
