@@ -2,14 +2,15 @@
 
 #include "SYS/SYS_Processor.h"
 #include "SYS/SYS_Types.h"
-#include <sys/ipc.h>
-#include <sys/msg.h>
-#include <sys/sysinfo.h>
 
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+
+#include <sys/ipc.h>
+#include <sys/msg.h>
+#include <sys/sysinfo.h>
 
 int
 sysmp(int command, ...)

@@ -3,7 +3,6 @@
 #include "UT_AllocImpl.h"
 
 #include "SYS/SYS_Types.h"
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -14,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 // Another name of `environ`. No header has it, and not every C library.

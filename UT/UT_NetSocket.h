@@ -9,6 +9,7 @@
 #include "UT_API.h"
 
 #include "SYS/SYS_Types.h"
+
 #include <sys/select.h>
 
 // A timeval must be as wide as in the library.

@@ -7,9 +7,6 @@
 #include "UT_NetSocketImpl.h"
 #include "UT_String.h"
 
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -18,6 +15,8 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace

@@ -4,10 +4,9 @@
 #include "UT_StringArray.h"
 #include "UT_WorkBuffer.h"
 
-#include <sys/stat.h>
-
 #include <cstring>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 static constexpr char theNodePrefix[] = "op:";

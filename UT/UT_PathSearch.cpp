@@ -7,8 +7,6 @@
 #include "UT_VariableScan.h"
 #include "UT_WorkBuffer.h"
 
-#include <sys/stat.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +14,7 @@
 #include <iterator>
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 static UT_PathSearch *theInstances[UT_PATH_COUNT]; // made on first use
 

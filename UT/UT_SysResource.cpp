@@ -2,8 +2,6 @@
 
 #include "UT_CancelImpl.h"
 
-#include <sys/vfs.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -12,6 +10,7 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 UT_SysResource::UT_SysResource()

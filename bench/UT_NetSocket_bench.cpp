@@ -7,8 +7,6 @@
 #include "ut_LoopbackServer.h"
 
 #include "UT/UT_WorkBuffer.h"
-#include <sys/select.h>
-#include <sys/socket.h>
 
 #include <benchmark/benchmark.h>
 
@@ -19,6 +17,8 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <sys/select.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::string_literals;

@@ -11,8 +11,6 @@
 #include "component/IValdrinConnection.h"
 #include "component/ValdrinRequest.h"
 #include "component/nsGenericModule.h"
-#include <sys/select.h>
-#include <sys/socket.h>
 
 #include <benchmark/benchmark.h>
 
@@ -28,6 +26,8 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <sys/select.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::string_literals;

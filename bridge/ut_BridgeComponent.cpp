@@ -1,8 +1,6 @@
 #include "ut_BridgeComponent.h"
 
 #include "component/IValdrinConnection.h"
-#include <sys/prctl.h>
-#include <sys/wait.h>
 
 #include <cerrno>
 #include <csignal>
@@ -11,6 +9,8 @@
 #include <vector>
 
 #include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 static std::vector<std::string>

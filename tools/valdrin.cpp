@@ -8,7 +8,6 @@
 #include "component/IValdrinConnection.h"
 #include "host/ut_ComponentHost.h"
 #include "host/ut_Descriptors.h"
-#include <sys/time.h>
 
 #include <cerrno>
 #include <charconv>
@@ -21,6 +20,7 @@
 
 #include <getopt.h>
 #include <poll.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 enum

@@ -1,11 +1,11 @@
 #include "SYS/SYS_Processor.h"
 
-#include <sys/mman.h>
-
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <string>
+
+#include <sys/mman.h>
 
 TEST(SYS_Processor, CountsTheProcessorsOfCpuinfo)
 {

@@ -2,8 +2,6 @@
 
 #include "ut_TempDir.h"
 
-#include <sys/stat.h>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 using ut_Strings = std::vector<std::string>;

@@ -3,7 +3,6 @@
 #include "ut_TempDir.h"
 
 #include "UT/UT_ErrorManager.h"
-#include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
@@ -13,6 +12,7 @@
 #include <climits>
 #include <thread>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 using std::string_literals::operator""s;

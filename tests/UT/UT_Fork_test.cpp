@@ -14,7 +14,6 @@
 #include "UT/UT_TempFile.h"
 #include "UT/UT_Thread.h"
 #include "UT/UT_ThreadSet.h"
-#include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
@@ -27,6 +26,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 // Runs `body` in a child, which prints what fails there. A child that hangs is

@@ -2,7 +2,6 @@
 
 #include "UT/UT_Lock.h"
 #include "UT/UT_String.h"
-#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
@@ -13,6 +12,7 @@
 
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <sys/socket.h>
 
 // Four octets, as the toolkit stores them.
 using ut_IP4 = std::array<int, 4>;

@@ -4,8 +4,6 @@
 #include "ut_SignalStorm.h"
 
 #include "UT/UT_WorkBuffer.h"
-#include <sys/resource.h>
-#include <sys/socket.h>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +12,8 @@
 #include <deque>
 #include <string>
 
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace std::chrono_literals;

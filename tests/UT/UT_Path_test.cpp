@@ -3,10 +3,10 @@
 #include "ut_TempDir.h"
 
 #include "UT/UT_String.h"
-#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 TEST(UT_Path, PrefixesDecideWhatKindAPathIs)

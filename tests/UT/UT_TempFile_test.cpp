@@ -1,8 +1,8 @@
 #include "UT/UT_TempFile.h"
 
-#include <sys/stat.h>
-
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 TEST(UT_TempFile, ANamedFileIsPrivateAndRemovedWithItsObject)
 {

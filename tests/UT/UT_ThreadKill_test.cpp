@@ -20,7 +20,6 @@
 #include "UT/UT_TempFile.h"
 #include "UT/UT_ThreadSet.h"
 #include "UT/UT_WorkBuffer.h"
-#include <sys/ioctl.h>
 
 #include <gtest/gtest.h>
 
@@ -33,6 +32,7 @@
 #include <random>
 #include <string>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 #include <zlib.h>
 

@@ -1,12 +1,11 @@
 // The library as a program has it that loads it and lets it go again.
 
-#include <sys/wait.h>
-
 #include <gtest/gtest.h>
 
 #include <cstring>
 
 #include <dlfcn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 // What the library has asked to be called at each fork goes with it.

@@ -5,14 +5,13 @@
 #include "ut_LoopbackServer.h"
 #include "ut_MemoryLimit.h"
 
-#include <sys/resource.h>
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <string>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace std::string_literals;

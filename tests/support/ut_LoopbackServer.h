@@ -7,8 +7,6 @@
 
 #pragma once
 
-#include <sys/socket.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
@@ -23,6 +21,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 // A descriptor with an owner.
