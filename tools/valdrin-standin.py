@@ -226,6 +226,17 @@ def main():
     log.addHandler(LogHandler())
     log.setLevel(logging.ERROR if options.quiet else logging.INFO)
 
+    # What requests print belongs to the log, and they have nothing to read. The
+    # port serves from its constructor on, so this comes first.
+    announcements = sys.stdout
+    sys.stdout = io.TextIOWrapper(
+        os.fdopen(os.dup(2), "wb", buffering=0),
+        encoding="utf-8",
+        errors="backslashreplace",
+        write_through=True,
+    )
+    sys.stdin = open(os.devnull, encoding="utf-8")
+
     stops = StopSignals()
     try:
         port = valdrin.CommandPort(
@@ -245,16 +256,9 @@ def main():
             file=sys.stderr,
         )
         return 1
-    print(f"listening on 127.0.0.1:{port.port}", flush=True)
-
-    # What requests print belongs to the log, and they have nothing to read.
-    sys.stdout = io.TextIOWrapper(
-        os.fdopen(os.dup(2), "wb", buffering=0),
-        encoding="utf-8",
-        errors="backslashreplace",
-        write_through=True,
+    print(
+        f"listening on 127.0.0.1:{port.port}", file=announcements, flush=True
     )
-    sys.stdin = open(os.devnull, encoding="utf-8")
     stops.wait()
     finished = port.close()
     log.info("stopped" if finished else "stopped with a request running")
