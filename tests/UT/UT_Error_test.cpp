@@ -20,7 +20,7 @@ utMessage(
 
 // A message file, and what the messages of its codes are with "abcd". The texts
 // of lines of one code are put together. A line ends before its carriage
-// returns; the byte behind the code does not count.
+// returns; the byte after the code does not count.
 static const struct
 {
     const char *line;

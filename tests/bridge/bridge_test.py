@@ -41,9 +41,9 @@ class Test(unittest.TestCase):
         return app
 
     def expect_end(self, host, status, words=b"", output=b""):
-        told, complaint, code = host.end()
+        printed, complaint, code = host.end()
         self.assertEqual(code, status, complaint)
-        self.assertEqual(told, output)
+        self.assertEqual(printed, output)
         self.assertIn(words, complaint)
         self.assertEqual(bool(words), bool(complaint), complaint)
 
@@ -126,8 +126,8 @@ class Test(unittest.TestCase):
         ):
             with Host() as host:
                 self.converse(host, [reply + b"\0"])
-                told = host.ask("Run", "x")
-                self.assertTrue(told == reply.decode("latin-1"), reply[:9])
+                answer = host.ask("Run", "x")
+                self.assertTrue(answer == reply.decode("latin-1"), reply[:9])
 
     def test_large_replies_come_in_parts(self):
         # host.read() holds each part to its limit.

@@ -119,9 +119,9 @@ class Test(unittest.TestCase):
                 place(self.root / "usr/bin/text")
                 file = self.root / SYSTEM["Firefox"]
                 place(file, manifest("Firefox", **changes))
-                status, told = self.check(application.port)
+                status, printed = self.check(application.port)
                 self.assertEqual(status, 1, changes)
-                self.assertIn(words, told, changes)
+                self.assertIn(words, printed, changes)
             for browser in PROGRAM:
                 for callers in ([], ["another"], CALLER[browser], None):
                     shutil.rmtree(self.root)
@@ -129,9 +129,9 @@ class Test(unittest.TestCase):
                     changes = {ALLOWED[browser]: callers}
                     file = self.root / SYSTEM[browser]
                     place(file, manifest(browser, **changes))
-                    status, told = self.check(application.port)
+                    status, printed = self.check(application.port)
                     self.assertEqual(status, 1, changes)
-                    self.assertIn(f"does not list {CALLER[browser]}", told)
+                    self.assertIn(f"does not list {CALLER[browser]}", printed)
             place(file, "{")
             self.assertIn("not readable as JSON", self.check(application.port)[1])
 
