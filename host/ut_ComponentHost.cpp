@@ -171,7 +171,12 @@ utLibrariesOfProgram(const std::string &program)
     const std::string folder = program.substr(0, program.rfind('/') + 1);
     for (const char *relative : {VALDRIN_LIBDIR_FROM_BINDIR, "../lib"})
     {
-        const std::string path = folder + relative + "/" + theLibraryName;
+        std::string path = folder + relative + "/" + theLibraryName;
+        // Distributions leave the plain name to those who write programs.
+        const std::string numbered = path + VALDRIN_SOVERSION;
+        if (access(path.c_str(), F_OK) != 0 &&
+            access(numbered.c_str(), F_OK) == 0)
+            path = numbered;
         if (paths.empty() || paths.back() != path)
             paths.push_back(path);
     }

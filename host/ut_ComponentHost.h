@@ -23,7 +23,8 @@ constexpr char theFailureReply[] =
 std::string utProgramPath();
 
 /// Possible paths of the library that belongs to `program`, an absolute path:
-/// the places relative to it where a build or an installation puts the library.
+/// the places relative to it where a build or an installation puts the library,
+/// under its plain name or, if only that is there, the one with its version.
 /// Empty for an empty path.
 std::vector<std::string> utLibrariesOfProgram(const std::string &program);
 

@@ -145,17 +145,22 @@ class Test(unittest.TestCase):
 
     def test_library_is_found_beside_the_program(self):
         with tempfile.TemporaryDirectory() as folder:
-            for name in ("alone/bin", "whole/bin", "whole/lib"):
+            for name in ("alone/bin", "whole/bin", "whole/lib",
+                         "packed/bin", "packed/lib"):  # fmt: skip
                 os.makedirs(f"{folder}/{name}")
             alone = shutil.copy(VALDRIN, f"{folder}/alone/bin")
             whole = shutil.copy(VALDRIN, f"{folder}/whole/bin")
             shutil.copy(LIBRARY, f"{folder}/whole/lib")
+            packed = shutil.copy(VALDRIN, f"{folder}/packed/bin")
+            name = os.path.basename(LIBRARY) + ".1"
+            shutil.copy(LIBRARY, f"{folder}/packed/lib/{name}")
             os.symlink(whole, f"{folder}/linked")
             place = b"/alone/bin/../lib/libValdrinConnection.so: "
             for program, path, expected in (
                 (alone, "", {"status": 5, "error": place}),
                 (alone, os.path.dirname(LIBRARY), {"output": b"y"}),
                 (f"{folder}/linked", "", {"output": b"y"}),
+                (packed, "", {"output": b"y"}),
             ):
                 expected["env"] = {**os.environ, "LD_LIBRARY_PATH": path}
                 expected["executable"] = program
