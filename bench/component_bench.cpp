@@ -7,9 +7,9 @@
 
 #include "ut_LoopbackServer.h"
 
+#include "UT/UT_RequestImpl.h"
 #include "UT/UT_WorkBuffer.h"
 #include "component/IValdrinConnection.h"
-#include "component/ValdrinRequest.h"
 #include "component/nsGenericModule.h"
 
 #include <benchmark/benchmark.h>
