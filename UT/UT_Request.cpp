@@ -1,3 +1,5 @@
+// The envelope of requests.
+
 #include "UT_RequestImpl.h"
 #include "UT_WorkBuffer.h"
 

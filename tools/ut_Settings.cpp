@@ -1,5 +1,7 @@
 #include "ut_Settings.h"
 
+#include "ut_Text.h"
+
 #include "UT/UT_EnvControl.h"
 #include "host/ut_ComponentHost.h"
 
@@ -27,38 +29,25 @@ utNumber(const UT_ControlInfo &setting, double number)
     return text;
 }
 
-static bool
-utIsUpperControl(unsigned byte)
-{
-    return byte >= 0x80 && byte <= 0x9f;
-}
-
-// Bytes that a terminal would not show as text are spelled out: the control
-// characters of ASCII and those from 0x80 to 0x9f, as UTF-8 or as bytes.
+// On one line: a newline and a tab are spelled out too.
 static std::string
 utQuoted(const char *text)
 {
     if (!text)
         return "-";
     std::string quoted = "\"";
-    unsigned before = 0;
-    for (; *text; ++text)
+    for (const char *next = text; *next; ++next)
     {
-        const unsigned byte = static_cast<unsigned char>(*text);
-        const unsigned next = static_cast<unsigned char>(text[1]);
-        char code[8];
-        snprintf(code, sizeof(code), "\\x%02x", byte);
-        if (byte < ' ' || byte == 0x7f ||
-            (byte == 0xc2 && utIsUpperControl(next)) ||
-            (utIsUpperControl(byte) && (before < 0x80 || before == 0xc2)))
-            quoted += code;
-        else if (byte == '"' || byte == '\\')
-            (quoted += '\\') += *text;
+        if (*next == '\n')
+            quoted += "\\x0a";
+        else if (*next == '\t')
+            quoted += "\\x09";
+        else if (*next == '"' || *next == '\\')
+            (quoted += '\\') += *next;
         else
-            quoted += *text;
-        before = byte;
+            quoted += *next;
     }
-    return quoted += '"';
+    return utVisible(quoted) + '"';
 }
 
 static std::string

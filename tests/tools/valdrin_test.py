@@ -6,13 +6,13 @@ import pty
 import re
 import shutil
 import tempfile
+import tty
 import unittest
 
 from support import BIN, STANDIN, Application, bound, envelope, run
 
 VALDRIN = os.path.join(BIN, "valdrin")
 LIBRARY = os.environ["VALDRIN_LIBRARY"]
-FAILURE = b"valdrin: ERROR: Could not connect to Valdrin to run command\n"
 ALL_BYTES = bytes(range(1, 256))
 
 
@@ -69,12 +69,14 @@ class Test(unittest.TestCase):
     def test_wrong_usage_is_reported(self):
         for arguments, error in (
             ([], b"command is missing"),
-            (["walk", "x"], b'unknown command "walk"'),
-            (["run", "x", "y"], b"more than one TEXT"),
+            (["walk", "x"], b'unknown command "walk": use run, exec, eval'),
+            (["eval", "x", "y"], b"eval takes one TEXT, the expression"),
+            (["env", "x", "y"], b"env takes one GLOB"),
+            (["run", "x", "--check"], b"--check is for exec and eval only"),
             (["run", "x", "--port"], b"port"),
             (["run", "x", "--page"], b"--page is for env only"),
             (["env", "--json"], b"--json is for info only"),
-            (["info", "x"], b"info takes no TEXT"),
+            (["info", "x"], b"info takes no arguments"),
             *((["run", "x", "--port", port], b"not a port")
               for port in ("", "1x", " 1", "2147483648")),
             *((["run", "x", "--timeout", time], b"not a time")
@@ -83,17 +85,49 @@ class Test(unittest.TestCase):
             self.expect(*arguments, status=2, error=error)
 
     def test_connections_that_fail(self):
-        failed = {"status": 3, "error": FAILURE}
+        failed = {"status": 3}
         with bound() as refusing:
             port = refusing.getsockname()[1]
+            where = f"valdrin: Could not connect to Valdrin at port {port}"
+            reason = ": Connection refused\nIs the application running?"
             # The second number is another spelling of the port.
-            for number in (str(port), str(port - 65535)):
-                for command in ("run", "exec", "eval"):
-                    self.expect("--port", number, command, "x", **failed)
+            for number, note in ((port, ""), (port - 65535, f" (for {port - 65535})")):
+                failed["error"] = (where + note + reason).encode()
+                for words in (["run"], ["exec"], ["eval", "--check"]):
+                    self.expect("--port", str(number), *words, "x", **failed)
+                environment = {**os.environ, "VALDRIN_PORT": str(number)}
+                self.expect("run", "x", env=environment, **failed)
+        failed["error"] = b"the connection was lost before the reply"
         self.converse([None], "run", input=b"x" * (32 << 20), **failed)
 
+    def test_port_variable(self):
+        for value, status, error in (
+            ("1x", 2, b'VALDRIN_PORT: not a port: "1x"'),
+            ("", 0, b""),
+        ):
+            environment = {**os.environ, "VALDRIN_PORT": value}
+            # An option comes first.
+            self.converse([b"\0"], "run", "x", env=environment)
+            # Nothing else needs a port.
+            self.expect("env", "VRS", "-l", "x", env=environment, status=5, error=b"x")
+            if status:
+                self.expect("run", "x", env=environment, status=status, error=error)
+
+    def test_checked_python_failures(self):
+        traceback = b"Traceback (most recent call last):\n  x\nE: \x9b1\n"
+        for command, reply, status, output, error in (
+            ("exec", b"", 0, b"", b""),
+            ("eval", b"42", 0, b"42", b""),
+            ("eval", traceback, 1, b"", traceback),
+            ("exec", traceback, 1, b"", traceback),
+            ("exec", b"ERROR: busy\n", 1, b"", b"valdrin: busy\n"),
+        ):
+            sent = self.converse([reply + b"\0"], command, "--check", "x",
+                                 status=status, output=output, error=error)
+            self.assertEqual(len(sent), 1)
+
     def test_timeout(self):
-        late = {"status": 4, "error": b"valdrin: timed out"}
+        late = {"status": 4, "error": b"valdrin: timed out waiting for Valdrin at port"}
         # The shortest time counts as a time, not as none.
         for time in ("0.2", "0.0000001"):
             sent = self.converse([], "-t", time, "exec", "x", **late)
@@ -126,11 +160,24 @@ class Test(unittest.TestCase):
             self.assertEqual(result.returncode, status, script)
             self.assertEqual(result.stdout, output)
 
-    def test_newline_on_a_terminal_only(self):
-        for reply in (b"a\0", b"a\n\0"):
+    def test_replies_on_a_terminal(self):
+        for reply, shown in (
+            (b"a", b"a\r\n"),
+            (b"a\n", b"a\r\n"),
+            (b"\ta\x1b[2J\r\xc2\x9b\x9b", b"\ta\\x1b[2J\\x0d\\xc2\\x9b\\x9b\r\n"),
+            ("\u00db\u20ac".encode(), "\u00db\u20ac\r\n".encode()),
+        ):
             master, slave = pty.openpty()
-            self.converse([reply], "run", "x", stdout=slave)
-            self.assertEqual(os.read(master, 100), b"a\r\n")
+            tty.setcbreak(slave)
+            self.converse([reply + b"\0"], "run", "x", stdout=slave)
+            self.assertEqual(os.read(master, 100), shown)
+
+    def test_input_from_a_terminal_is_announced(self):
+        master, slave = pty.openpty()
+        os.write(master, b"6 * 7\n\x04")
+        sent = self.converse([b"42\0"], "eval", stdin=slave, output=b"42",
+                             error=b"reading the expression from the terminal")
+        self.assertEqual(sent, [envelope(b"python_expression", b"6 * 7\n")])
 
     def test_unusable_library(self):
         libraries = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")
