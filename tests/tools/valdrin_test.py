@@ -179,6 +179,30 @@ class Test(unittest.TestCase):
                              error=b"reading the expression from the terminal")
         self.assertEqual(sent, [envelope(b"python_expression", b"6 * 7\n")])
 
+    def test_completion_offers_what_the_help_lists(self):
+        source = os.environ["VALDRIN_SOURCE"]
+        script = (
+            f'. "{source}/tools/completion/valdrin.bash"; PATH=$1:$PATH; shift\n'
+            'COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _valdrin\n'
+            'printf "%s\\n" "${COMPREPLY[@]}"'
+        )
+        help_text = run(VALDRIN, "--help").stdout.decode()
+        options = re.findall(r"^  +(?:-., )?(--\w+)", help_text, re.MULTILINE)
+        with open(f"{source}/tools/completion/_valdrin") as zsh:
+            zsh_text = zsh.read()
+        for option in options:
+            self.assertIn(option, zsh_text)
+        for words, offered in (
+            (["--"], options),
+            (["e"], ["exec", "eval", "env"]),
+            (["exec", "--c"], ["--check"]),
+            (["env", "VALDRIN_VIEW_GA"], ["VALDRIN_VIEW_GAMMA"]),
+            (["env", "VALDRIN_VIEW_GAMMA", "--ch"], []),
+        ):
+            found = run("bash", "-c", script, "-", BIN, "valdrin", *words)
+            self.assertEqual(found.stderr, b"")
+            self.assertEqual(sorted(found.stdout.decode().split()), sorted(offered))
+
     def test_unusable_library(self):
         libraries = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")
         plain, failing, incomplete = libraries
