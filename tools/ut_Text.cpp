@@ -61,3 +61,26 @@ utVisible(const std::string &text)
     }
     return visible;
 }
+
+std::string
+utJsonText(const std::string &text)
+{
+    std::string json = "\"";
+    for (size_t start = 0; start < text.size();)
+    {
+        const size_t length = utCharacterLength(text, start);
+        const unsigned byte = utByte(text, start);
+        if (byte == '"' || byte == '\\')
+            json += '\\';
+        if (length == 1 && (byte < ' ' || byte >= 0x7f))
+        {
+            char code[8];
+            snprintf(code, sizeof(code), "\\u%04x", byte);
+            json += code;
+        }
+        else
+            json.append(text, start, length);
+        start += length;
+    }
+    return json += '"';
+}

@@ -3,6 +3,7 @@
 // the settings from the environment, or describes the machine.
 
 #include "ut_Machine.h"
+#include "ut_Port.h"
 #include "ut_Settings.h"
 #include "ut_Text.h"
 
@@ -22,11 +23,8 @@
 #include <string>
 #include <vector>
 
-#include <arpa/inet.h>
 #include <getopt.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -66,7 +64,7 @@ Options, which may precede or follow the command:
   -c, --check            make exec and eval fail when Python fails, with the
                          traceback on standard error
       --page             make env print a page about all settings, in Markdown
-      --json             make info print JSON
+      --json             make env and info print JSON
   -h, --help             print this text
   -V, --version          print the version
   --                     end of options, for a TEXT that begins with "-"
@@ -286,8 +284,9 @@ utParseArguments(const std::vector<const char *> &words, ut_Options &options)
     if (options.layout == ut_SettingsLayout::PAGE &&
         options.command != ut_Command::ENV)
         utExitUsage("--page is for env only");
-    if (options.asJson && options.command != ut_Command::INFO)
-        utExitUsage("--json is for info only");
+    if (options.asJson && options.command != ut_Command::INFO &&
+        options.command != ut_Command::ENV)
+        utExitUsage("--json is for env and info only");
     if (options.check && options.command != ut_Command::EXEC &&
         options.command != ut_Command::EVAL)
         utExitUsage("--check is for exec and eval only");
@@ -387,32 +386,6 @@ utLibraryCandidates(const ut_Options &options)
 }
 
 // ---- The exchange
-
-// The port that the component connects to.
-static int
-utMappedPort(int port)
-{
-    int mapped = port % 65535;
-    if (mapped < 0)
-        mapped += 65535;
-    return mapped < 10000 ? mapped + 10000 : mapped;
-}
-
-// Connects to the port once more. Returns 0 or the errno value of the failure.
-static int
-utProbePort(int port)
-{
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(uint16(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool failed =
-        connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address));
-    const int error = failed ? errno : 0;
-    close(fd);
-    return error;
-}
 
 // Reports that there was no reply. The component does not say why; trying the
 // port again does.
@@ -629,21 +602,26 @@ utExchangeChecked(
 static int
 utPrintSettings(const ut_Options &options)
 {
-    std::string output;
+    const ut_SettingsLayout layout =
+        options.asJson ? ut_SettingsLayout::JSON : options.layout;
+    ut_SettingsList list;
     std::string error;
     if (!utListSettings(
-            utLibraryCandidates(options), options.text, options.layout, output,
-            error))
+            utLibraryCandidates(options), options.text, layout, list, error))
     {
         utComplain("cannot list the settings of the library:\n" + error);
         return EXIT_LIBRARY;
     }
-    if (output.empty())
+    bool isWritten = utWriteAll(STDOUT_FILENO, list.output);
+    if (layout == ut_SettingsLayout::COLUMNS || list.output.empty())
+        for (const std::string &note : list.notes)
+            utComplain(note);
+    if (list.output.empty())
     {
         utComplain(std::string("no setting matches \"") + options.text + "\"");
-        return EXIT_INPUT_OUTPUT;
+        isWritten = false;
     }
-    return utWriteAll(STDOUT_FILENO, output) ? EXIT_SUCCESS : EXIT_INPUT_OUTPUT;
+    return isWritten ? EXIT_SUCCESS : EXIT_INPUT_OUTPUT;
 }
 
 static int

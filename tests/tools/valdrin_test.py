@@ -75,7 +75,7 @@ class Test(unittest.TestCase):
             (["run", "x", "--check"], b"--check is for exec and eval only"),
             (["run", "x", "--port"], b"port"),
             (["run", "x", "--page"], b"--page is for env only"),
-            (["env", "--json"], b"--json is for info only"),
+            (["run", "x", "--json"], b"--json is for env and info only"),
             (["info", "x"], b"info takes no arguments"),
             *((["run", "x", "--port", port], b"not a port")
               for port in ("", "1x", " 1", "2147483648")),
@@ -243,24 +243,76 @@ class Test(unittest.TestCase):
             "VALDRIN_TEMP_DIR": "/a",
         }
         result = run(VALDRIN, "env", env=environment)
-        self.assertEqual(result.stderr, b"")
         rows = [re.split("  +", row) for row in result.stdout.decode().split("\n")]
         self.assertEqual(len(rows), 1 + 135 + 11 + 93 + 1)
-        listed = {row[0]: row[1:5] for row in rows}
+        listed = {row[0]: row[1:6] for row in rows}
         font = '"\\"\\x1b/\\xc2\\x9b\xdb' + "x" * 100 + '"'
         for name, *expected in (
-            ("VARIABLE", "VALUE", "DEFAULT", "SOURCE", "RANGE"),
-            ("VALDRIN_VIEW_GAMMA", "10", "2.2", "environment", "0.1 to 10"),
-            ("VALDRIN_VIEW_GRID", "0", "1", "environment", "0 or 1"),
-            ("VALDRIN_VIEW_AXES", "1", "1", "default", "0 or 1"),
-            ("VALDRIN_MAXTHREADS", "0", "-1", "environment", "-1 to 100"),
+            ("VARIABLE", "VALUE", "DEFAULT", "SOURCE", "RANGE", "READER"),
+            ("VALDRIN_VIEW_GAMMA", "10", "2.2", "environment", "0.1 to 10",
+             "application"),
+            ("VALDRIN_VIEW_GRID", "0", "1", "environment", "0 or 1",
+             "application"),
+            ("VALDRIN_VIEW_AXES", "1", "1", "default", "0 or 1", "application"),
+            ("VALDRIN_MAXTHREADS", "0", "-1", "environment", "-1 to 100",
+             "library"),
             ("VALDRIN_RENDER_RANDOM_SEED", "1", "1", "default",
-             "0 to 2147483647"),
-            ("VALDRIN_UI_FONT", font, '"sans"', "environment", "-"),
-            ("HOME", '"/a"', '"/a"', "default", "-"),
-            ("VRS", "-", "-", "default", "-"),
+             "0 to 2147483647", "application"),
+            ("VALDRIN_UI_FONT", font, '"sans"', "environment", "-",
+             "application"),
+            ("HOME", '"/a"', '"/a"', "default", "-", "library"),
+            ("VRS", "-", "-", "default", "-", "library"),
         ):  # fmt: skip
             self.assertEqual(listed[name], expected, name)
+
+    def test_env_notes_what_may_surprise(self):
+        not_one = "not a setting, and nothing reads it"
+        rows = {
+            "VALDRIN_CONSOLE_LINES": ("1e3", '"1e3" is more than a number, and counts as 64'),
+            "VALDRIN_DISABLE_SSE": ("off", '"off" is neither 0 nor 1, and disables nothing'),
+            "VALDRIN_FRIENDS": ("1", not_one),
+            "VALDRIN_GAMMA": ("1", not_one + "; did you mean VALDRIN_VIEW_GAMMA?"),
+            "VALDRIN_MAX_THREADS": ("1", not_one + "; did you mean VALDRIN_MAXTHREADS?"),
+            "VALDRIN_PATH": ("/a", None),
+            "VALDRIN_PORT": ("10000", None),
+            "VALDRIN_UI_FONT": ("", None),
+            "VALDRIN_VIEW_AXES": ("off", '"off" is neither 0 nor 1, and turns it off'),
+            "VALDRIN_VIEW_GAMMA": ("99", '"99" is out of range, and counts as 10'),
+            "VALDRIN_VIEW_GRID": ("1", None),
+            "VALDRIN_VIEW_STEREO": ("off", '"off" is neither 0 nor 1, and turns it on'),
+            "VALDRIN_VIEW_SAMPLES": ("", '"" is not a number, and counts as 1'),
+            "valdrin_ui_font": ("x", not_one + "; did you mean VALDRIN_UI_FONT?"),
+        }  # fmt: skip
+        environment = {name: row[0] for name, row in rows.items()}
+        expected = [f"{name}: {row[1]}" for name, row in rows.items() if row[1]]
+        result = run(VALDRIN, "env", env=environment)
+        notes = result.stderr.decode().splitlines()
+        self.assertEqual(sorted(notes), sorted("valdrin: " + note for note in expected))
+
+        result = run(VALDRIN, "env", "--json", "*gamma", env=environment)
+        self.assertEqual(result.stderr, b"")
+        listed = json.loads(result.stdout)
+        self.assertEqual(listed["notes"], [note for note in expected if "GAMMA:" in note])
+        names = [setting["name"] for setting in listed["settings"]]
+        self.assertEqual(names, ["VALDRIN_IMAGE_GAMMA", "VALDRIN_RENDER_GAMMA",
+                                 "VALDRIN_VIEW_GAMMA"])
+        self.assertEqual(listed["settings"][2], {
+            "name": "VALDRIN_VIEW_GAMMA", "kind": "float", "value": 10,
+            "default": 2.2, "minimum": 0.1, "maximum": 10,
+            "source": "environment", "reader": "application",
+            "use": "gamma of the screen"})
+
+    def test_env_prints_any_text_as_json(self):
+        for given, value in (
+            (b'a"\x1b/\n', 'a"\x1b/\n'),
+            ("\u20ac".encode(), "\u20ac"),
+            (b"\xe9\xff", "\xe9\xff"),
+        ):
+            environment = {b"VALDRIN_UI_FONT": given}
+            result = run(VALDRIN, "env", "--json", "VALDRIN_UI_FONT", env=environment)
+            self.assertEqual(json.loads(result.stdout)["settings"][0]["value"], value)
+        result = run(VALDRIN, "env", "--json", "VRS", env={})
+        self.assertIsNone(json.loads(result.stdout)["settings"][0]["value"])
 
     def test_env_takes_patterns(self):
         for pattern, count in (
