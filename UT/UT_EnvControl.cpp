@@ -343,6 +343,15 @@ utDescribe(UT_ControlInfo &info, const ut_StringRow &row)
     info.isComputed = info.defaultText && !row.defaultText;
 }
 
+static bool
+utIsObeyed(const char *name)
+{
+    for (const char *const *each = theObeyedNames; *each; ++each)
+        if (strcmp(*each, name) == 0)
+            return true;
+    return false;
+}
+
 // Counts `index` down on the way through the rows.
 template <class Row>
 static bool
@@ -357,6 +366,7 @@ utDescribeIn(const Row *rows, int &index, UT_ControlInfo &info)
     info.name = rows->name;
     info.formerName = rows->formerName;
     info.use = rows->use;
+    info.isObeyed = utIsObeyed(rows->name);
     utDescribe(info, *rows);
     return true;
 }

@@ -36,7 +36,12 @@ struct UT_ControlInfo
     const char *text;        ///< the value of texts; null when there is none
     const char *defaultText; ///< null when there is none
     bool isComputed;         ///< the default depends on machine and user
+    bool isObeyed;           ///< by this library, which keeps the others for
+                             ///< the application
 };
+
+// Programs that load the library pass it.
+static_assert(sizeof(UT_ControlInfo) == (sizeof(void *) == 4 ? 64 : 88));
 
 /// The table of settings. It is created when a setting is first read, from the
 /// environment at that time, and lives as long as the process.

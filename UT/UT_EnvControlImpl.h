@@ -42,3 +42,6 @@ extern const ut_ExistRow theExistLookups[];
 extern const ut_IntRow theIntLookups[];
 extern const ut_FltRow theFltLookups[];
 extern const ut_StringRow theStringLookups[];
+
+// The variables of those that this library obeys, in any order; null ends them.
+extern const char *const theObeyedNames[];

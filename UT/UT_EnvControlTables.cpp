@@ -2,6 +2,29 @@
 
 #include "UT_EnvControlImpl.h"
 
+constexpr const char *theObeyedNames[] = {
+    "HOME",
+    "VALDRIN8_COMPATIBILITY",
+    "VALDRIN_DISABLE_3DNOW",
+    "VALDRIN_DISABLE_MMX",
+    "VALDRIN_DISABLE_SSE",
+    "VALDRIN_DISABLE_XMMX",
+    "VALDRIN_ERRORLOG_FILENAME",
+    "VALDRIN_ERRORLOG_LEVEL",
+    "VALDRIN_IMAGE_PATH",
+    "VALDRIN_MAXTHREADS",
+    "VALDRIN_RENDER_SHADER_PATH",
+    "VALDRIN_RENDER_TEXTURE_PATH",
+    "VALDRIN_SCRIPT_PATH",
+    "VALDRIN_SCRIPT_PYTHON_PATH",
+    "VALDRIN_TEMP_DIR",
+    "VALDRIN_UI_HELP_PATH",
+    "VALDRIN_UI_ICON_PATH",
+    "VALDRIN_VERBOSE_ERROR",
+    "VRS",
+    nullptr,
+};
+
 // One row per line, however long it gets.
 // clang-format off
 
@@ -95,7 +118,7 @@ constexpr ut_IntRow theIntLookups[] = {
     {UT_VALDRIN_VIEW_TEXTURE_MEMORY_MB,   "VALDRIN_VIEW_TEXTURE_MEMORY_MB",   256,   16,  65536,      nullptr, "memory for textures on display"},
     {UT_VALDRIN_VIEW_MAX_LIGHTS,          "VALDRIN_VIEW_MAX_LIGHTS",          8,     1,   64,         nullptr, "lights that viewports take into account"},
     {UT_VALDRIN_VIEW_GRID_LINES,          "VALDRIN_VIEW_GRID_LINES",          20,    2,   1000,       nullptr, "lines of the ground grid in each direction"},
-    {UT_VALDRIN_SOCKET_PORT,              "VALDRIN_SOCKET_PORT",              560,   1,   32767,      nullptr, "command port of the application"},
+    {UT_VALDRIN_SOCKET_PORT,              "VALDRIN_SOCKET_PORT",              560,   1,   32767,      nullptr, "command port of the application; the connection does not read it"},
     {UT_VALDRIN_VIEW_CURVE_SEGMENTS,      "VALDRIN_VIEW_CURVE_SEGMENTS",      16,    2,   256,        nullptr, "straight pieces for each span of a curve"},
     {UT_VALDRIN_VIEW_SPHERE_SEGMENTS,     "VALDRIN_VIEW_SPHERE_SEGMENTS",     24,    4,   256,        nullptr, "straight pieces around a sphere"},
     {UT_VALDRIN_VIEW_POINT_SIZE,          "VALDRIN_VIEW_POINT_SIZE",          3,     1,   32,         nullptr, "size of points in pixels"},

@@ -104,12 +104,8 @@ utResolve(const char *host, in_addr &out)
     return true;
 }
 
-// Whether the peer at `port` is this very socket. That happens where nobody
-// listens at a port of the range from which the system takes the ports of
-// clients: it may give this client the same one, and the connection succeeds.
-// Any port may be in the range, so one system call is made for every connect.
-static bool
-utIsOwnEnd(int fd, in_port_t port)
+bool
+utIsOwnEnd(int fd, uint16 port)
 {
     sockaddr_in own = {};
     sockaddr_in peer = {};

@@ -39,3 +39,10 @@ utTimeLimit(int timeoutMs)
     limit.tv_usec = (timeoutMs % 1000) * 1000;
     return limit;
 }
+
+// Whether the peer at `port` (in network byte order) is this very socket. That
+// happens where nobody listens at a port of the range from which the system
+// takes the ports of clients: it may give this client the same one, and the
+// connection succeeds. Any port may be in the range, so one system call is made
+// for every connect.
+bool utIsOwnEnd(int fd, uint16 port);

@@ -54,6 +54,12 @@ if(VALDRIN_BUILD_PROGRAMS)
                   ${PROJECT_BINARY_DIR}/tools/valdrin-standin.1
             DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
     install(
+        FILES tools/completion/valdrin.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        RENAME valdrin)
+    install(FILES tools/completion/_valdrin
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    install(
         DIRECTORY python/valdrin
         DESTINATION ${CMAKE_INSTALL_DATADIR}/valdrin/python
         PATTERN __pycache__ EXCLUDE)

@@ -1,13 +1,12 @@
 #include "ValdrinConnectionImpl.h"
 
-#include "ValdrinRequest.h"
 #include "nsGenericModule.h"
 
 #include "UT/UT_NetSocket.h"
+#include "UT/UT_RequestImpl.h"
 #include "UT/UT_String.h"
 #include "UT/UT_WorkBuffer.h"
 
-#include <climits>
 #include <cstring>
 #include <new>
 
@@ -76,10 +75,6 @@ utStringToCharPtr(const UT_String &text, char **out)
     *out = static_cast<char *>(nsMemory::Clone(source, strlen(source) + 1));
 }
 
-// The longest text whose envelope fits a work buffer, also when all of it is
-// "]]>", which makes it five times as long.
-static const size_t theLongestText = (INT_MAX - 256) / 5;
-
 // One exchange. Without `result` the reply is discarded.
 static nsresult
 utSend(const char *text, const char *tag, char **result)
@@ -89,7 +84,7 @@ utSend(const char *text, const char *tag, char **result)
         text = "";
     if (result)
         *result = nullptr;
-    if (strlen(text) > theLongestText)
+    if (strlen(text) > theLongestRequestText)
         return NS_ERROR_OUT_OF_MEMORY;
     try
     {
@@ -137,14 +132,14 @@ ValdrinConnectionImpl::Run(const char *command, char **result)
     if (!result)
         return NS_ERROR_NULL_POINTER;
     static volatile uint8 is_running = 0;
-    return utSendMarked(is_running, command, "vscript", result);
+    return utSendMarked(is_running, command, theCommandTag, result);
 }
 
 nsresult
 ValdrinConnectionImpl::RunPythonStatements(const char *statements)
 {
     static volatile uint8 is_running = 0;
-    return utSendMarked(is_running, statements, "python_statements", nullptr);
+    return utSendMarked(is_running, statements, theStatementsTag, nullptr);
 }
 
 nsresult
@@ -154,7 +149,7 @@ ValdrinConnectionImpl::RunPythonExpression(
     if (!result)
         return NS_ERROR_NULL_POINTER;
     static volatile uint8 is_running = 0;
-    return utSendMarked(is_running, expression, "python_expression", result);
+    return utSendMarked(is_running, expression, theExpressionTag, result);
 }
 
 nsresult

@@ -1,5 +1,8 @@
 #include "ut_Settings.h"
 
+#include "ut_SettingNotes.h"
+#include "ut_Text.h"
+
 #include "UT/UT_EnvControl.h"
 #include "host/ut_ComponentHost.h"
 
@@ -7,12 +10,13 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <set>
+#include <map>
 
 #include <fnmatch.h>
 #include <unistd.h>
 
 using ut_Settings = std::vector<UT_ControlInfo>;
+using ut_Environment = std::map<std::string, std::string>;
 
 // ---- Their values
 
@@ -27,38 +31,25 @@ utNumber(const UT_ControlInfo &setting, double number)
     return text;
 }
 
-static bool
-utIsUpperControl(unsigned byte)
-{
-    return byte >= 0x80 && byte <= 0x9f;
-}
-
-// Bytes that a terminal would not show as text are spelled out: the control
-// characters of ASCII and those from 0x80 to 0x9f, as UTF-8 or as bytes.
+// On one line: a newline and a tab are spelled out too.
 static std::string
 utQuoted(const char *text)
 {
     if (!text)
         return "-";
     std::string quoted = "\"";
-    unsigned before = 0;
-    for (; *text; ++text)
+    for (const char *next = text; *next; ++next)
     {
-        const unsigned byte = static_cast<unsigned char>(*text);
-        const unsigned next = static_cast<unsigned char>(text[1]);
-        char code[8];
-        snprintf(code, sizeof(code), "\\x%02x", byte);
-        if (byte < ' ' || byte == 0x7f ||
-            (byte == 0xc2 && utIsUpperControl(next)) ||
-            (utIsUpperControl(byte) && (before < 0x80 || before == 0xc2)))
-            quoted += code;
-        else if (byte == '"' || byte == '\\')
-            (quoted += '\\') += *text;
+        if (*next == '\n')
+            quoted += "\\x0a";
+        else if (*next == '\t')
+            quoted += "\\x09";
+        else if (*next == '"' || *next == '\\')
+            (quoted += '\\') += *next;
         else
-            quoted += *text;
-        before = byte;
+            quoted += *next;
     }
-    return quoted += '"';
+    return utVisible(quoted) + '"';
 }
 
 static std::string
@@ -86,6 +77,12 @@ utRange(const UT_ControlInfo &setting)
            utNumber(setting, setting.maximum);
 }
 
+static const char *
+utReader(const UT_ControlInfo &setting)
+{
+    return setting.isObeyed ? "library" : "application";
+}
+
 // ---- The layouts
 
 // A column is as wide as its texts, but one that is too long does not push all
@@ -93,19 +90,19 @@ utRange(const UT_ControlInfo &setting)
 static const size_t theMaxWidth = 40;
 
 static std::string
-utColumns(const ut_Settings &settings, const std::set<std::string> &given)
+utColumns(const ut_Settings &settings, const ut_Environment &given)
 {
-    using ut_Row = std::array<std::string, 6>;
+    using ut_Row = std::array<std::string, 7>;
     std::vector<ut_Row> rows = {
-        {"VARIABLE", "VALUE", "DEFAULT", "SOURCE", "RANGE", "USE"}
+        {"VARIABLE", "VALUE", "DEFAULT", "SOURCE", "RANGE", "READER", "USE"}
     };
     for (const UT_ControlInfo &setting : settings)
         rows.push_back(
             {setting.name, utValue(setting), utDefault(setting),
              given.count(setting.name) ? "environment" : "default",
-             utRange(setting), setting.use});
+             utRange(setting), utReader(setting), setting.use});
 
-    std::array<size_t, 5> widths = {};
+    std::array<size_t, 6> widths = {};
     for (const ut_Row &row : rows)
         for (size_t i = 0; i < widths.size(); ++i)
             widths[i] =
@@ -124,11 +121,68 @@ utColumns(const ut_Settings &settings, const std::set<std::string> &given)
     return text;
 }
 
+// A number, or a text or null.
+static std::string
+utJsonValue(const UT_ControlInfo &setting, double number, const char *text)
+{
+    if (setting.kind != UT_CONTROL_STRING)
+        return utNumber(setting, number);
+    return text ? utJsonText(text) : "null";
+}
+
+static std::string
+utJson(
+    const ut_Settings &settings, const ut_Environment &given,
+    const std::vector<std::string> &notes)
+{
+    static const char *const theKinds[] = {"switch", "int", "float", "text"};
+    std::string text = "{\n  \"settings\": [";
+    const char *separator = "\n";
+    for (const UT_ControlInfo &setting : settings)
+    {
+        text += separator;
+        text += "    {\"name\": " + utJsonText(setting.name) +
+                ", \"kind\": \"" + theKinds[setting.kind] + "\", \"value\": " +
+                utJsonValue(setting, setting.value, setting.text) +
+                ", \"default\": " +
+                utJsonValue(setting, setting.defaultValue, setting.defaultText);
+        if (setting.kind != UT_CONTROL_STRING)
+            text += ", \"minimum\": " + utNumber(setting, setting.minimum) +
+                    ", \"maximum\": " + utNumber(setting, setting.maximum);
+        text += std::string(", \"source\": \"") +
+                (given.count(setting.name) ? "environment" : "default") +
+                "\", \"reader\": \"" + utReader(setting) +
+                "\", \"use\": " + utJsonText(setting.use) + "}";
+        separator = ",\n";
+    }
+    text += "\n  ],\n  \"notes\": [";
+    separator = "\n";
+    for (const std::string &note : notes)
+    {
+        text += separator + ("    " + utJsonText(note));
+        separator = ",\n";
+    }
+    return text += notes.empty() ? "]\n}\n" : "\n  ]\n}\n";
+}
+
 static const char thePageHead[] = R"(# Settings
 
 Each of these environment variables makes one setting. They are read once, when
 the first setting is read. `valdrin env` lists the current values; this page is
 the output of `valdrin env --page`.
+
+The library itself obeys the settings in **bold**. It keeps the others for the
+application.
+
+Names must match exactly: `VALDRIN_MAX_THREADS` is not a setting, and nothing
+reads it. `valdrin env` notes such variables, and values that may not do what was
+meant, such as `off` for a switch.
+
+The connection has no setting. A page calls `SetSocketPortNum`, a program passes
+the port to `UT_Connection`, and `valdrin` has the option `--port` and the
+variable `VALDRIN_PORT`. `VALDRIN_SOCKET_PORT` is the application's own.
+`VALDRIN_PATH` is not a setting either, but the library's main search path
+([paths.md](paths.md)).
 )";
 
 static const struct
@@ -139,7 +193,10 @@ static const struct
     {UT_CONTROL_SWITCH,
      "\n## Switches\n\n"
      "`0` turns a switch off, `1` turns it on, and any other value sets it to\n"
-     "the opposite of its default.\n"                                        },
+     "the opposite of its default: `off` turns on one that is off by default.\n"
+     "`VALDRIN_DISABLE_SSE` and its kind disable a processor feature only with "
+     "a\n"
+     "number other than 0.\n"                                                },
     {UT_CONTROL_INT,    "\n## Whole numbers\n\n"
                      "Text that is not a number counts as 0. A number out of "
                      "range is moved to\n"
@@ -159,7 +216,9 @@ static const struct
 static std::string
 utPageRow(const UT_ControlInfo &setting)
 {
-    std::string text = std::string("| `") + setting.name + "` | ";
+    const char *const mark = setting.isObeyed ? "**" : "";
+    std::string text =
+        std::string("| ") + mark + "`" + setting.name + "`" + mark + " | ";
     if (setting.isComputed)
         text += "*computed*";
     else if (setting.kind == UT_CONTROL_STRING && !setting.defaultText)
@@ -192,16 +251,68 @@ utPage(const ut_Settings &settings)
     return text;
 }
 
+// ---- The notes
+
+static ut_Environment
+utEnvironment()
+{
+    ut_Environment variables;
+    for (char **entry = environ; entry && *entry; ++entry)
+    {
+        const size_t length = strcspn(*entry, "=");
+        const char *const value = *entry + length;
+        variables[std::string(*entry, length)] = *value ? value + 1 : value;
+    }
+    return variables;
+}
+
+static bool
+utMatches(const char *pattern, const char *name)
+{
+    return !pattern || fnmatch(pattern, name, FNM_CASEFOLD) == 0;
+}
+
+// `all` settings, of which those whose variables match are noted.
+static std::vector<std::string>
+utNotes(
+    const ut_Settings &all, const ut_Environment &given, const char *pattern)
+{
+    std::vector<std::string> notes;
+    for (const auto &[name, value] : given)
+    {
+        if (!utMatches(pattern, name.c_str()))
+            continue;
+        const auto setting = std::find_if(
+            all.begin(), all.end(),
+            [&name = name](const UT_ControlInfo &each)
+            { return name == each.name; });
+        if (setting != all.end())
+        {
+            const std::string oddity = utOddity(*setting, value);
+            if (!oddity.empty())
+                notes.push_back(
+                    name + ": " + utQuoted(value.c_str()) + " is " + oddity);
+            continue;
+        }
+        if (!utIsStray(name, all))
+            continue;
+        const std::string meant = utMeantBy(name, all);
+        notes.push_back(
+            utVisible(name) + ": not a setting, and nothing reads it" +
+            (meant.empty() ? "" : "; did you mean " + meant + "?"));
+    }
+    return notes;
+}
+
 // ---- The settings
 
 static ut_Settings
-utSettings(decltype(UTdescribeControl) *describe, const char *pattern)
+utSettings(decltype(UTdescribeControl) *describe)
 {
     ut_Settings settings;
     UT_ControlInfo setting;
     for (int i = 0; describe(i, setting); ++i)
-        if (!pattern || fnmatch(pattern, setting.name, FNM_CASEFOLD) == 0)
-            settings.push_back(setting);
+        settings.push_back(setting);
     std::sort(
         settings.begin(), settings.end(),
         [](const UT_ControlInfo &a, const UT_ControlInfo &b)
@@ -212,12 +323,10 @@ utSettings(decltype(UTdescribeControl) *describe, const char *pattern)
 bool
 utListSettings(
     const std::vector<std::string> &libraries, const char *pattern,
-    ut_SettingsLayout layout, std::string &output, std::string &error)
+    ut_SettingsLayout layout, ut_SettingsList &list, std::string &error)
 {
     // Reading the settings adds to the environment.
-    std::set<std::string> given;
-    for (char **entry = environ; entry && *entry; ++entry)
-        given.insert(std::string(*entry, strcspn(*entry, "=")));
+    const ut_Environment given = utEnvironment();
 
     void *const symbol = utFindFunction(libraries, "UTdescribeControl", error);
     if (!symbol)
@@ -226,10 +335,28 @@ utListSettings(
     static_assert(sizeof(describe) == sizeof(symbol));
     memcpy(&describe, &symbol, sizeof(symbol));
 
-    const ut_Settings settings = utSettings(describe, pattern);
+    ut_Settings settings = utSettings(describe);
+    if (layout != ut_SettingsLayout::PAGE)
+        list.notes = utNotes(settings, given, pattern);
+    settings.erase(
+        std::remove_if(
+            settings.begin(), settings.end(),
+            [&](const UT_ControlInfo &setting)
+            { return !utMatches(pattern, setting.name); }),
+        settings.end());
     if (settings.empty())
         return true;
-    output = layout == ut_SettingsLayout::PAGE ? utPage(settings)
-                                               : utColumns(settings, given);
+    switch (layout)
+    {
+    case ut_SettingsLayout::COLUMNS:
+        list.output = utColumns(settings, given);
+        break;
+    case ut_SettingsLayout::JSON:
+        list.output = utJson(settings, given, list.notes);
+        break;
+    case ut_SettingsLayout::PAGE:
+        list.output = utPage(settings);
+        break;
+    }
     return true;
 }

@@ -3,18 +3,23 @@
 // the settings from the environment, or describes the machine.
 
 #include "ut_Machine.h"
+#include "ut_Port.h"
 #include "ut_Settings.h"
+#include "ut_Text.h"
 
+#include "UT/UT_Connection.h"
 #include "component/IValdrinConnection.h"
 #include "host/ut_ComponentHost.h"
 #include "host/ut_Descriptors.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -26,6 +31,7 @@
 enum
 {
     EXIT_INPUT_OUTPUT = 1,
+    EXIT_REMOTE = 1,
     EXIT_USAGE = 2,
     EXIT_NOT_CONNECTED = 3,
     EXIT_TIMED_OUT = 4,
@@ -45,25 +51,28 @@ Commands:
   info        describe the machine: processors, memory, load
 
 Without a TEXT, or when it is "-", standard input is read. The reply is printed
-unchanged; a newline is added only on a terminal.
+unchanged. On a terminal a newline is added, and control characters are shown as
+\xHH.
 
 Options, which may precede or follow the command:
-  -p, --port N           Valdrin's command port (default 32153). N is taken
-                         modulo 65535, and 10000 is added if that gives less
-                         than 10000
+  -p, --port N           Valdrin's command port (default: the variable
+                         VALDRIN_PORT, or 32153). N is taken modulo 65535, and
+                         10000 is added if that gives less than 10000
   -l, --library PATH     the connection library to load
   -t, --timeout SECONDS  give up when the reply has not arrived by then;
                          decimals are allowed, 0 means no limit (default)
+  -c, --check            make exec and eval fail when Python fails, with the
+                         traceback on standard error
       --page             make env print a page about all settings, in Markdown
-      --json             make info print JSON
+      --json             make env and info print JSON
   -h, --help             print this text
   -V, --version          print the version
   --                     end of options, for a TEXT that begins with "-"
 
 Exit status:
   0  done
-  1  the input could not be read or sent, the reply could not be written, or
-     no setting matches
+  1  the input could not be read or sent, the reply could not be written, no
+     setting matches, or --check found a failure
   2  wrong usage
   3  Valdrin could not be reached, or the connection failed
   4  timed out
@@ -87,24 +96,31 @@ static const struct
 {
     const char *name;
     ut_Command command;
+    const char *takes;
+    const char *input; // what standard input is read for
 } theCommands[] = {
-    {"run",  ut_Command::RUN },
-    {"exec", ut_Command::EXEC},
-    {"eval", ut_Command::EVAL},
-    {"env",  ut_Command::ENV },
-    {"info", ut_Command::INFO},
+    {"run",  ut_Command::RUN,
+     "run takes one TEXT, the command; put quotes around blanks",     "command"   },
+    {"exec", ut_Command::EXEC,
+     "exec takes one TEXT, the statements; put quotes around blanks", "statements"},
+    {"eval", ut_Command::EVAL,
+     "eval takes one TEXT, the expression; put quotes around blanks", "expression"},
+    {"env",  ut_Command::ENV,
+     "env takes one GLOB; put quotes around its wildcards",           nullptr     },
+    {"info", ut_Command::INFO, "info takes no arguments",             nullptr     },
 };
 
 struct ut_Options
 {
     ut_Command command = ut_Command::RUN;
+    const char *input = nullptr;   // what standard input is read for
     const char *text = nullptr;    // null: standard input, or all settings
     const char *library = nullptr; // null: the installed one
-    bool hasPort = false;
-    int port = 0;
+    int port = UT_DEFAULT_PORT;
     timeval timeout = {0, 0}; // zero: no limit
     ut_SettingsLayout layout = ut_SettingsLayout::COLUMNS;
     bool asJson = false;
+    bool check = false;
 };
 
 static void
@@ -130,26 +146,39 @@ utRetry(const char *name, int error, int fd, short events)
 }
 
 static bool
-utWriteAll(const char *data, size_t length)
+utWriteAll(int fd, const std::string &text)
 {
+    const char *data = text.data();
+    size_t length = text.size();
     while (length > 0)
     {
-        const ssize_t written = write(STDOUT_FILENO, data, length);
+        const ssize_t written = write(fd, data, length);
         const int error = errno;
         if (written >= 0)
         {
             data += written;
             length -= size_t(written);
         }
-        else if (!utRetry("standard output", error, STDOUT_FILENO, POLLOUT))
+        else if (!utRetry("standard output", error, fd, POLLOUT))
             return false;
     }
     return true;
 }
 
-static bool
-utReadInput(std::string &text)
+// What to write for a text of the application: a terminal must not act on it.
+static std::string
+utShown(int fd, const std::string &text)
 {
+    return isatty(fd) ? utVisible(text) : text;
+}
+
+static bool
+utReadInput(const char *what, std::string &text)
+{
+    if (isatty(STDIN_FILENO))
+        utComplain(
+            std::string("reading the ") + what +
+            " from the terminal; Ctrl-D on a line of its own ends it");
     char chunk[65536];
     for (;;)
     {
@@ -229,37 +258,47 @@ utExitUsage(const std::string &message)
 [[noreturn]] static void
 utExitPrinting(const std::string &text)
 {
-    exit(
-        utWriteAll(text.data(), text.size()) ? EXIT_SUCCESS
-                                             : EXIT_INPUT_OUTPUT);
+    exit(utWriteAll(STDOUT_FILENO, text) ? EXIT_SUCCESS : EXIT_INPUT_OUTPUT);
 }
 
 static void
 utParseArguments(const std::vector<const char *> &words, ut_Options &options)
 {
+    static const char theNames[] = "run, exec, eval, env or info";
     if (words.empty())
-        utExitUsage("a command is missing: run, exec, eval, env or info");
-    bool isKnown = false;
-    for (const auto &row : theCommands)
-    {
-        if (strcmp(row.name, words[0]) != 0)
-            continue;
-        options.command = row.command;
-        isKnown = true;
-    }
-    if (!isKnown)
-        utExitUsage(std::string("unknown command \"") + words[0] + "\"");
-    if (words.size() > 2)
-        utExitUsage("more than one TEXT; a text with blanks needs quotes");
+        utExitUsage(std::string("a command is missing: ") + theNames);
+    const auto *known = std::find_if(
+        std::begin(theCommands), std::end(theCommands),
+        [&](const auto &row) { return strcmp(row.name, words[0]) == 0; });
+    if (known == std::end(theCommands))
+        utExitUsage(
+            std::string("unknown command \"") + words[0] + "\": use " +
+            theNames);
+    options.command = known->command;
+    options.input = known->input;
+    const size_t most = options.command == ut_Command::INFO ? 1 : 2;
+    if (words.size() > most)
+        utExitUsage(known->takes);
     if (words.size() == 2 && strcmp(words[1], "-") != 0)
         options.text = words[1];
     if (options.layout == ut_SettingsLayout::PAGE &&
         options.command != ut_Command::ENV)
         utExitUsage("--page is for env only");
-    if (options.asJson && options.command != ut_Command::INFO)
-        utExitUsage("--json is for info only");
-    if (options.command == ut_Command::INFO && words.size() > 1)
-        utExitUsage("info takes no TEXT");
+    if (options.asJson && options.command != ut_Command::INFO &&
+        options.command != ut_Command::ENV)
+        utExitUsage("--json is for env and info only");
+    if (options.check && options.command != ut_Command::EXEC &&
+        options.command != ut_Command::EVAL)
+        utExitUsage("--check is for exec and eval only");
+}
+
+// The port of the commands that connect, unless an option has set it.
+static void
+utReadPortVariable(ut_Options &options)
+{
+    const char *const text = getenv("VALDRIN_PORT");
+    if (text && *text && !utParsePort(text, options.port))
+        utExitUsage(std::string("VALDRIN_PORT: not a port: \"") + text + "\"");
 }
 
 static ut_Options
@@ -271,17 +310,19 @@ utParseCommandLine(int argc, char **argv)
         {"timeout", required_argument, nullptr, 't'},
         {"page",    no_argument,       nullptr, 'P'},
         {"json",    no_argument,       nullptr, 'J'},
+        {"check",   no_argument,       nullptr, 'c'},
         {"help",    no_argument,       nullptr, 'h'},
         {"version", no_argument,       nullptr, 'V'},
         {nullptr,   0,                 nullptr, 0  },
     };
     ut_Options options;
+    bool hasPort = false;
     std::vector<const char *> words;
     int letter;
     // The leading dash returns other words in their place, so that options
     // after them count even with POSIXLY_CORRECT.
     while ((letter = getopt_long(
-                argc, argv, "-p:l:t:hV", theOptions, nullptr)) != -1)
+                argc, argv, "-p:l:t:chV", theOptions, nullptr)) != -1)
     {
         switch (letter)
         {
@@ -289,8 +330,8 @@ utParseCommandLine(int argc, char **argv)
             words.push_back(optarg);
             break;
         case 'p':
-            options.hasPort = utParsePort(optarg, options.port);
-            if (!options.hasPort)
+            hasPort = utParsePort(optarg, options.port);
+            if (!hasPort)
                 utExitUsage(std::string("not a port: \"") + optarg + "\"");
             break;
         case 'l':
@@ -308,6 +349,9 @@ utParseCommandLine(int argc, char **argv)
         case 'J':
             options.asJson = true;
             break;
+        case 'c':
+            options.check = true;
+            break;
         case 'h':
             utExitPrinting(theHelp);
         case 'V':
@@ -318,6 +362,8 @@ utParseCommandLine(int argc, char **argv)
     }
     words.insert(words.end(), argv + optind, argv + argc);
     utParseArguments(words, options);
+    if (!hasPort && options.input)
+        utReadPortVariable(options);
     return options;
 }
 
@@ -341,7 +387,29 @@ utLibraryCandidates(const ut_Options &options)
 
 // ---- The exchange
 
-static char theTimeoutMessage[] = "valdrin: timed out waiting for Valdrin\n";
+// Reports that there was no reply. The component does not say why; trying the
+// port again does.
+static int
+utFailUnreached(const ut_Options &options)
+{
+    const int port = utMappedPort(options.port);
+    std::string at = "port " + std::to_string(port);
+    if (port != options.port)
+        at += " (for " + std::to_string(options.port) + ")";
+    const int error = utProbePort(port);
+    if (!error)
+        utComplain(
+            at + ": the connection was lost before the reply was complete");
+    else
+        utComplain(
+            "Could not connect to Valdrin at " + at + ": " + strerror(error) +
+            "\nIs the application running? \"valdrin -p PORT\" selects "
+            "another port;\n\"valdrin-standin\" plays the application.");
+    return EXIT_NOT_CONNECTED;
+}
+
+// Written before the signal can come.
+static char theTimeoutMessage[80];
 
 extern "C"
 {
@@ -349,8 +417,8 @@ extern "C"
     {
         // The component waits without a limit and cannot be interrupted, so the
         // program exits at once.
-        const ssize_t written = write(
-            STDERR_FILENO, theTimeoutMessage, sizeof(theTimeoutMessage) - 1);
+        const ssize_t written =
+            write(STDERR_FILENO, theTimeoutMessage, strlen(theTimeoutMessage));
         static_cast<void>(written);
         _exit(EXIT_TIMED_OUT);
     }
@@ -361,8 +429,11 @@ extern "C"
 class ut_ExchangeGuard
 {
 public:
-    explicit ut_ExchangeGuard(const timeval &timeout)
+    ut_ExchangeGuard(const timeval &timeout, int port)
     {
+        snprintf(
+            theTimeoutMessage, sizeof(theTimeoutMessage),
+            "valdrin: timed out waiting for Valdrin at port %d\n", port);
         struct sigaction action = {};
         action.sa_handler = SIG_IGN;
         sigaction(SIGPIPE, &action, &myPipeAction);
@@ -409,7 +480,8 @@ utFailedCall(nsresult result)
 // Takes the result of a call. The strings come from the platform's
 // allocator, which is malloc in a program that brings none of its own.
 static int
-utTakeReply(nsresult result, char *text, std::string &reply)
+utTakeReply(
+    const ut_Options &options, nsresult result, char *text, std::string &reply)
 {
     if (NS_FAILED(result))
         return utFailedCall(result);
@@ -421,43 +493,49 @@ utTakeReply(nsresult result, char *text, std::string &reply)
     reply = text;
     free(text);
     // A reply of this very text is taken for a failure, too.
-    if (reply != theFailureReply)
-        return EXIT_SUCCESS;
-    utComplain(reply);
-    return EXIT_NOT_CONNECTED;
+    return reply == theFailureReply ? utFailUnreached(options) : EXIT_SUCCESS;
 }
 
 // The component discards the reply to statements, and with it the news that
 // Valdrin was not reached. So an expression without effect is evaluated first,
 // and the statements are sent only after a reply to it.
 static int
-utExecute(IValdrinConnection &connection, const char *statements)
+utExecute(
+    const ut_Options &options, IValdrinConnection &connection,
+    const char *statements)
 {
     char *text = nullptr;
     nsresult result = connection.RunPythonExpression("0", &text);
     std::string ignored;
-    const int status = utTakeReply(result, text, ignored);
+    const int status = utTakeReply(options, result, text, ignored);
     if (status != EXIT_SUCCESS)
         return status;
     result = connection.RunPythonStatements(statements);
     return NS_FAILED(result) ? utFailedCall(result) : EXIT_SUCCESS;
 }
 
+// An exchange through the component, as a browser makes it.
 static int
-utExchange(
-    IValdrinConnection &connection, const ut_Options &options,
-    const char *command, std::string &reply)
+utExchangeAsBrowser(
+    const ut_Options &options, const char *command, std::string &reply)
 {
-    const ut_ExchangeGuard guard(options.timeout);
-    if (options.hasPort)
-        connection.SetSocketPortNum(options.port);
+    ut_ComponentHost host;
+    std::string error;
+    if (!host.load(utLibraryCandidates(options), error))
+    {
+        utComplain("cannot use the connection library:\n" + error);
+        return EXIT_LIBRARY;
+    }
+    IValdrinConnection &connection = *host.connection();
+    const ut_ExchangeGuard guard(options.timeout, utMappedPort(options.port));
+    connection.SetSocketPortNum(options.port);
 
     char *text = nullptr;
     nsresult result = NS_OK;
     switch (options.command)
     {
     case ut_Command::EXEC:
-        return utExecute(connection, command);
+        return utExecute(options, connection, command);
     case ut_Command::RUN:
         result = connection.Run(command, &text);
         break;
@@ -468,7 +546,55 @@ utExchange(
     case ut_Command::INFO:
         break;
     }
-    return utTakeReply(result, text, reply);
+    return utTakeReply(options, result, text, reply);
+}
+
+// The same by the library's own client, which gets the reply to statements too
+// and knows a traceback.
+static int
+utExchangeChecked(
+    const ut_Options &options, const char *command, std::string &reply)
+{
+    std::string error;
+    void *const symbol =
+        utFindFunction(utLibraryCandidates(options), "UTsendRequest", error);
+    if (!symbol)
+    {
+        utComplain("cannot use the connection library:\n" + error);
+        return EXIT_LIBRARY;
+    }
+    decltype(UTsendRequest) *sendRequest;
+    static_assert(sizeof(sendRequest) == sizeof(symbol));
+    memcpy(&sendRequest, &symbol, sizeof(symbol));
+
+    const ut_ExchangeGuard guard(options.timeout, utMappedPort(options.port));
+    char *text = nullptr;
+    char *message = nullptr;
+    const UT_ConnectionResult result = sendRequest(
+        options.command == ut_Command::EXEC ? UT_REQUEST_EXECUTE
+                                            : UT_REQUEST_EVALUATE,
+        command, options.port, /*host=*/nullptr, /*timeoutMs=*/0, &text,
+        &message);
+    reply = text ? text : "";
+    const std::string reason = message ? message : "no memory for the reply";
+    free(text);
+    free(message);
+    switch (result)
+    {
+    case UT_CONNECTION_OK:
+        return EXIT_SUCCESS;
+    case UT_CONNECTION_REMOTE_ERROR:
+        utWriteAll(STDERR_FILENO, utShown(STDERR_FILENO, reply));
+        return EXIT_REMOTE;
+    case UT_CONNECTION_REQUEST_REFUSED:
+        utComplain(utShown(STDERR_FILENO, reason));
+        return EXIT_REMOTE;
+    case UT_CONNECTION_REFUSED:
+        return utFailUnreached(options);
+    default:
+        utComplain(reason);
+        return EXIT_NOT_CONNECTED;
+    }
 }
 
 // ---- The settings, and the machine
@@ -476,22 +602,26 @@ utExchange(
 static int
 utPrintSettings(const ut_Options &options)
 {
-    std::string output;
+    const ut_SettingsLayout layout =
+        options.asJson ? ut_SettingsLayout::JSON : options.layout;
+    ut_SettingsList list;
     std::string error;
     if (!utListSettings(
-            utLibraryCandidates(options), options.text, options.layout, output,
-            error))
+            utLibraryCandidates(options), options.text, layout, list, error))
     {
         utComplain("cannot list the settings of the library:\n" + error);
         return EXIT_LIBRARY;
     }
-    if (output.empty())
+    bool isWritten = utWriteAll(STDOUT_FILENO, list.output);
+    if (layout == ut_SettingsLayout::COLUMNS || list.output.empty())
+        for (const std::string &note : list.notes)
+            utComplain(note);
+    if (list.output.empty())
     {
         utComplain(std::string("no setting matches \"") + options.text + "\"");
-        return EXIT_INPUT_OUTPUT;
+        isWritten = false;
     }
-    return utWriteAll(output.data(), output.size()) ? EXIT_SUCCESS
-                                                    : EXIT_INPUT_OUTPUT;
+    return isWritten ? EXIT_SUCCESS : EXIT_INPUT_OUTPUT;
 }
 
 static int
@@ -505,8 +635,7 @@ utPrintMachine(const ut_Options &options)
         utComplain("cannot get the facts from the library:\n" + error);
         return EXIT_LIBRARY;
     }
-    return utWriteAll(output.data(), output.size()) ? EXIT_SUCCESS
-                                                    : EXIT_INPUT_OUTPUT;
+    return utWriteAll(STDOUT_FILENO, output) ? EXIT_SUCCESS : EXIT_INPUT_OUTPUT;
 }
 
 int
@@ -521,25 +650,19 @@ main(int argc, char **argv)
         return utPrintMachine(options);
 
     std::string input;
-    if (!options.text && !utReadInput(input))
+    if (!options.text && !utReadInput(options.input, input))
         return EXIT_INPUT_OUTPUT;
-
-    ut_ComponentHost host;
-    std::string error;
-    if (!host.load(utLibraryCandidates(options), error))
-    {
-        utComplain("cannot use the connection library:\n" + error);
-        return EXIT_LIBRARY;
-    }
+    const char *const command = options.text ? options.text : input.c_str();
 
     std::string reply;
-    const int status = utExchange(
-        *host.connection(), options,
-        options.text ? options.text : input.c_str(), reply);
+    const int status = options.check
+                           ? utExchangeChecked(options, command, reply)
+                           : utExchangeAsBrowser(options, command, reply);
     if (status != EXIT_SUCCESS)
         return status;
     if (!reply.empty() && reply.back() != '\n' && isatty(STDOUT_FILENO))
         reply += '\n';
-    return utWriteAll(reply.data(), reply.size()) ? EXIT_SUCCESS
-                                                  : EXIT_INPUT_OUTPUT;
+    return utWriteAll(STDOUT_FILENO, utShown(STDOUT_FILENO, reply))
+               ? EXIT_SUCCESS
+               : EXIT_INPUT_OUTPUT;
 }

@@ -6,13 +6,13 @@ import pty
 import re
 import shutil
 import tempfile
+import tty
 import unittest
 
 from support import BIN, STANDIN, Application, bound, envelope, run
 
 VALDRIN = os.path.join(BIN, "valdrin")
 LIBRARY = os.environ["VALDRIN_LIBRARY"]
-FAILURE = b"valdrin: ERROR: Could not connect to Valdrin to run command\n"
 ALL_BYTES = bytes(range(1, 256))
 
 
@@ -69,12 +69,14 @@ class Test(unittest.TestCase):
     def test_wrong_usage_is_reported(self):
         for arguments, error in (
             ([], b"command is missing"),
-            (["walk", "x"], b'unknown command "walk"'),
-            (["run", "x", "y"], b"more than one TEXT"),
+            (["walk", "x"], b'unknown command "walk": use run, exec, eval'),
+            (["eval", "x", "y"], b"eval takes one TEXT, the expression"),
+            (["env", "x", "y"], b"env takes one GLOB"),
+            (["run", "x", "--check"], b"--check is for exec and eval only"),
             (["run", "x", "--port"], b"port"),
             (["run", "x", "--page"], b"--page is for env only"),
-            (["env", "--json"], b"--json is for info only"),
-            (["info", "x"], b"info takes no TEXT"),
+            (["run", "x", "--json"], b"--json is for env and info only"),
+            (["info", "x"], b"info takes no arguments"),
             *((["run", "x", "--port", port], b"not a port")
               for port in ("", "1x", " 1", "2147483648")),
             *((["run", "x", "--timeout", time], b"not a time")
@@ -83,17 +85,49 @@ class Test(unittest.TestCase):
             self.expect(*arguments, status=2, error=error)
 
     def test_connections_that_fail(self):
-        failed = {"status": 3, "error": FAILURE}
+        failed = {"status": 3}
         with bound() as refusing:
             port = refusing.getsockname()[1]
+            where = f"valdrin: Could not connect to Valdrin at port {port}"
+            reason = ": Connection refused\nIs the application running?"
             # The second number is another spelling of the port.
-            for number in (str(port), str(port - 65535)):
-                for command in ("run", "exec", "eval"):
-                    self.expect("--port", number, command, "x", **failed)
+            for number, note in ((port, ""), (port - 65535, f" (for {port - 65535})")):
+                failed["error"] = (where + note + reason).encode()
+                for words in (["run"], ["exec"], ["eval", "--check"]):
+                    self.expect("--port", str(number), *words, "x", **failed)
+                environment = {**os.environ, "VALDRIN_PORT": str(number)}
+                self.expect("run", "x", env=environment, **failed)
+        failed["error"] = b"the connection was lost before the reply"
         self.converse([None], "run", input=b"x" * (32 << 20), **failed)
 
+    def test_port_variable(self):
+        for value, status, error in (
+            ("1x", 2, b'VALDRIN_PORT: not a port: "1x"'),
+            ("", 0, b""),
+        ):
+            environment = {**os.environ, "VALDRIN_PORT": value}
+            # An option comes first.
+            self.converse([b"\0"], "run", "x", env=environment)
+            # Nothing else needs a port.
+            self.expect("env", "VRS", "-l", "x", env=environment, status=5, error=b"x")
+            if status:
+                self.expect("run", "x", env=environment, status=status, error=error)
+
+    def test_checked_python_failures(self):
+        traceback = b"Traceback (most recent call last):\n  x\nE: \x9b1\n"
+        for command, reply, status, output, error in (
+            ("exec", b"", 0, b"", b""),
+            ("eval", b"42", 0, b"42", b""),
+            ("eval", traceback, 1, b"", traceback),
+            ("exec", traceback, 1, b"", traceback),
+            ("exec", b"ERROR: busy\n", 1, b"", b"valdrin: busy\n"),
+        ):
+            sent = self.converse([reply + b"\0"], command, "--check", "x",
+                                 status=status, output=output, error=error)
+            self.assertEqual(len(sent), 1)
+
     def test_timeout(self):
-        late = {"status": 4, "error": b"valdrin: timed out"}
+        late = {"status": 4, "error": b"valdrin: timed out waiting for Valdrin at port"}
         # The shortest time counts as a time, not as none.
         for time in ("0.2", "0.0000001"):
             sent = self.converse([], "-t", time, "exec", "x", **late)
@@ -126,11 +160,48 @@ class Test(unittest.TestCase):
             self.assertEqual(result.returncode, status, script)
             self.assertEqual(result.stdout, output)
 
-    def test_newline_on_a_terminal_only(self):
-        for reply in (b"a\0", b"a\n\0"):
+    def test_replies_on_a_terminal(self):
+        for reply, shown in (
+            (b"a", b"a\r\n"),
+            (b"a\n", b"a\r\n"),
+            (b"\ta\x1b[2J\r\xc2\x9b\x9b", b"\ta\\x1b[2J\\x0d\\xc2\\x9b\\x9b\r\n"),
+            ("\u00db\u20ac".encode(), "\u00db\u20ac\r\n".encode()),
+        ):
             master, slave = pty.openpty()
-            self.converse([reply], "run", "x", stdout=slave)
-            self.assertEqual(os.read(master, 100), b"a\r\n")
+            tty.setcbreak(slave)
+            self.converse([reply + b"\0"], "run", "x", stdout=slave)
+            self.assertEqual(os.read(master, 100), shown)
+
+    def test_input_from_a_terminal_is_announced(self):
+        master, slave = pty.openpty()
+        os.write(master, b"6 * 7\n\x04")
+        sent = self.converse([b"42\0"], "eval", stdin=slave, output=b"42",
+                             error=b"reading the expression from the terminal")
+        self.assertEqual(sent, [envelope(b"python_expression", b"6 * 7\n")])
+
+    def test_completion_offers_what_the_help_lists(self):
+        source = os.environ["VALDRIN_SOURCE"]
+        script = (
+            f'. "{source}/tools/completion/valdrin.bash"; PATH=$1:$PATH; shift\n'
+            'COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _valdrin\n'
+            'printf "%s\\n" "${COMPREPLY[@]}"'
+        )
+        help_text = run(VALDRIN, "--help").stdout.decode()
+        options = re.findall(r"^  +(?:-., )?(--\w+)", help_text, re.MULTILINE)
+        with open(f"{source}/tools/completion/_valdrin") as zsh:
+            zsh_text = zsh.read()
+        for option in options:
+            self.assertIn(option, zsh_text)
+        for words, offered in (
+            (["--"], options),
+            (["e"], ["exec", "eval", "env"]),
+            (["exec", "--c"], ["--check"]),
+            (["env", "VALDRIN_VIEW_GA"], ["VALDRIN_VIEW_GAMMA"]),
+            (["env", "VALDRIN_VIEW_GAMMA", "--ch"], []),
+        ):
+            found = run("bash", "-c", script, "-", BIN, "valdrin", *words)
+            self.assertEqual(found.stderr, b"")
+            self.assertEqual(sorted(found.stdout.decode().split()), sorted(offered))
 
     def test_unusable_library(self):
         libraries = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")
@@ -177,24 +248,76 @@ class Test(unittest.TestCase):
             "VALDRIN_TEMP_DIR": "/a",
         }
         result = run(VALDRIN, "env", env=environment)
-        self.assertEqual(result.stderr, b"")
         rows = [re.split("  +", row) for row in result.stdout.decode().split("\n")]
         self.assertEqual(len(rows), 1 + 135 + 11 + 93 + 1)
-        listed = {row[0]: row[1:5] for row in rows}
+        listed = {row[0]: row[1:6] for row in rows}
         font = '"\\"\\x1b/\\xc2\\x9b\xdb' + "x" * 100 + '"'
         for name, *expected in (
-            ("VARIABLE", "VALUE", "DEFAULT", "SOURCE", "RANGE"),
-            ("VALDRIN_VIEW_GAMMA", "10", "2.2", "environment", "0.1 to 10"),
-            ("VALDRIN_VIEW_GRID", "0", "1", "environment", "0 or 1"),
-            ("VALDRIN_VIEW_AXES", "1", "1", "default", "0 or 1"),
-            ("VALDRIN_MAXTHREADS", "0", "-1", "environment", "-1 to 100"),
+            ("VARIABLE", "VALUE", "DEFAULT", "SOURCE", "RANGE", "READER"),
+            ("VALDRIN_VIEW_GAMMA", "10", "2.2", "environment", "0.1 to 10",
+             "application"),
+            ("VALDRIN_VIEW_GRID", "0", "1", "environment", "0 or 1",
+             "application"),
+            ("VALDRIN_VIEW_AXES", "1", "1", "default", "0 or 1", "application"),
+            ("VALDRIN_MAXTHREADS", "0", "-1", "environment", "-1 to 100",
+             "library"),
             ("VALDRIN_RENDER_RANDOM_SEED", "1", "1", "default",
-             "0 to 2147483647"),
-            ("VALDRIN_UI_FONT", font, '"sans"', "environment", "-"),
-            ("HOME", '"/a"', '"/a"', "default", "-"),
-            ("VRS", "-", "-", "default", "-"),
+             "0 to 2147483647", "application"),
+            ("VALDRIN_UI_FONT", font, '"sans"', "environment", "-",
+             "application"),
+            ("HOME", '"/a"', '"/a"', "default", "-", "library"),
+            ("VRS", "-", "-", "default", "-", "library"),
         ):  # fmt: skip
             self.assertEqual(listed[name], expected, name)
+
+    def test_env_notes_what_may_surprise(self):
+        not_one = "not a setting, and nothing reads it"
+        rows = {
+            "VALDRIN_CONSOLE_LINES": ("1e3", '"1e3" is more than a number, and counts as 64'),
+            "VALDRIN_DISABLE_SSE": ("off", '"off" is neither 0 nor 1, and disables nothing'),
+            "VALDRIN_FRIENDS": ("1", not_one),
+            "VALDRIN_GAMMA": ("1", not_one + "; did you mean VALDRIN_VIEW_GAMMA?"),
+            "VALDRIN_MAX_THREADS": ("1", not_one + "; did you mean VALDRIN_MAXTHREADS?"),
+            "VALDRIN_PATH": ("/a", None),
+            "VALDRIN_PORT": ("10000", None),
+            "VALDRIN_UI_FONT": ("", None),
+            "VALDRIN_VIEW_AXES": ("off", '"off" is neither 0 nor 1, and turns it off'),
+            "VALDRIN_VIEW_GAMMA": ("99", '"99" is out of range, and counts as 10'),
+            "VALDRIN_VIEW_GRID": ("1", None),
+            "VALDRIN_VIEW_STEREO": ("off", '"off" is neither 0 nor 1, and turns it on'),
+            "VALDRIN_VIEW_SAMPLES": ("", '"" is not a number, and counts as 1'),
+            "valdrin_ui_font": ("x", not_one + "; did you mean VALDRIN_UI_FONT?"),
+        }  # fmt: skip
+        environment = {name: row[0] for name, row in rows.items()}
+        expected = [f"{name}: {row[1]}" for name, row in rows.items() if row[1]]
+        result = run(VALDRIN, "env", env=environment)
+        notes = result.stderr.decode().splitlines()
+        self.assertEqual(sorted(notes), sorted("valdrin: " + note for note in expected))
+
+        result = run(VALDRIN, "env", "--json", "*gamma", env=environment)
+        self.assertEqual(result.stderr, b"")
+        listed = json.loads(result.stdout)
+        self.assertEqual(listed["notes"], [note for note in expected if "GAMMA:" in note])
+        names = [setting["name"] for setting in listed["settings"]]
+        self.assertEqual(names, ["VALDRIN_IMAGE_GAMMA", "VALDRIN_RENDER_GAMMA",
+                                 "VALDRIN_VIEW_GAMMA"])
+        self.assertEqual(listed["settings"][2], {
+            "name": "VALDRIN_VIEW_GAMMA", "kind": "float", "value": 10,
+            "default": 2.2, "minimum": 0.1, "maximum": 10,
+            "source": "environment", "reader": "application",
+            "use": "gamma of the screen"})
+
+    def test_env_prints_any_text_as_json(self):
+        for given, value in (
+            (b'a"\x1b/\n', 'a"\x1b/\n'),
+            ("\u20ac".encode(), "\u20ac"),
+            (b"\xe9\xff", "\xe9\xff"),
+        ):
+            environment = {b"VALDRIN_UI_FONT": given}
+            result = run(VALDRIN, "env", "--json", "VALDRIN_UI_FONT", env=environment)
+            self.assertEqual(json.loads(result.stdout)["settings"][0]["value"], value)
+        result = run(VALDRIN, "env", "--json", "VRS", env={})
+        self.assertIsNone(json.loads(result.stdout)["settings"][0]["value"])
 
     def test_env_takes_patterns(self):
         for pattern, count in (

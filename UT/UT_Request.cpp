@@ -1,12 +1,14 @@
-#include "ValdrinRequest.h"
+// The envelope of requests.
+
+#include "UT_RequestImpl.h"
+#include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"
-#include "UT/UT_WorkBuffer.h"
 
 #include <cstring>
 
 // Most texts have few brackets, so looking for those is the quickest; a run of
-// them is passed at once. The NUL after the text ends a run.
+// them is passed at once.
 static void
 utAppendCData(const char *text, size_t length, UT_WorkBuffer &out)
 {
@@ -16,9 +18,9 @@ utAppendCData(const char *text, size_t length, UT_WorkBuffer &out)
     while (const void *bracket = memchr(next, ']', size_t(end - next)))
     {
         const char *const run = static_cast<const char *>(bracket);
-        for (next = run + 1; *next == ']';)
+        for (next = run + 1; next < end && *next == ']';)
             ++next;
-        if (*next != '>' || next - run < 2)
+        if (next == end || *next != '>' || next - run < 2)
             continue;
         out.strcat(text, SYSnarrow<int>(next - 2 - text));
         out.strcat("]]]]><![CDATA[>");
@@ -38,7 +40,12 @@ encodeAsCData(const char *text, UT_WorkBuffer &out)
 void
 buildXML(const char *text, const char *tag, UT_WorkBuffer &out)
 {
-    const size_t length = strlen(text);
+    buildXML(text, strlen(text), tag, out);
+}
+
+void
+buildXML(const char *text, size_t length, const char *tag, UT_WorkBuffer &out)
+{
     out.clear();
     // All at once, for a text that has nothing to split.
     out.reserve(SYSnarrow<unsigned>(length + 2 * strlen(tag) + 64));
