@@ -1,6 +1,7 @@
 # The everyday tasks. Each target first installs what it needs.
 
-.PHONY: help demo demo-page demo-blender check build bench lint docs setup clean
+.PHONY: help demo demo-page demo-blender check build bench lint docs interface \
+	setup clean
 .DEFAULT_GOAL := help
 
 JOBS := $(shell nproc 2>/dev/null || echo 2)
@@ -14,6 +15,7 @@ help:
 	@echo "make bench         compare its speed with that of its peers"
 	@echo "make lint          format, clang's warnings and tidy, shell scripts"
 	@echo "make docs          the reference of the public headers, in build/docs"
+	@echo "make interface     describe the binary interface, after a change that is meant"
 	@echo "make clean         remove everything built"
 	@echo
 	@echo "To install: make build, then cmake --install build/native"
@@ -64,6 +66,14 @@ lint:
 docs:
 	@scripts/setup develop
 	@scripts/docs
+
+interface:
+	@scripts/setup check
+	@for preset in x86 native; do \
+	    cmake --preset $$preset && \
+	    cmake --build --preset $$preset -j $(JOBS) --target interface || exit 1; \
+	done
+	@git diff --stat -- tests/interface
 
 setup:
 	@scripts/setup develop
