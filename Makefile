@@ -1,7 +1,7 @@
 # The everyday tasks. Each target first installs what it needs.
 
 .PHONY: help demo demo-page demo-blender check build bench lint docs interface \
-	setup clean
+	setup xpi clean
 .DEFAULT_GOAL := help
 
 JOBS := $(shell nproc 2>/dev/null || echo 2)
@@ -15,6 +15,7 @@ help:
 	@echo "make bench         compare its speed with that of its peers"
 	@echo "make lint          format, clang's warnings and tidy, shell scripts"
 	@echo "make docs          the reference of the public headers, in build/docs"
+	@echo "make xpi           the component as an extension for browsers of its own time"
 	@echo "make interface     describe the binary interface, after a change that is meant"
 	@echo "make clean         remove everything built"
 	@echo
@@ -74,6 +75,10 @@ interface:
 	    cmake --build --preset $$preset -j $(JOBS) --target interface || exit 1; \
 	done
 	@git diff --stat -- tests/interface
+
+xpi:
+	@scripts/setup check
+	@scripts/xpi
 
 setup:
 	@scripts/setup develop
