@@ -1,7 +1,7 @@
 # The everyday tasks. Each target first installs what it needs.
 
 .PHONY: help demo demo-page demo-blender check build install uninstall bench \
-        lint docs setup clean
+        lint docs interface setup xpi clean
 .DEFAULT_GOAL := help
 
 help:
@@ -15,6 +15,8 @@ help:
 	@echo "make bench         compare its speed with that of its peers"
 	@echo "make lint          format, clang's warnings and tidy, shell scripts"
 	@echo "make docs          the reference of the public headers, in build/docs"
+	@echo "make xpi           the component as an extension for browsers of its own time"
+	@echo "make interface     describe the binary interface, after a change that is meant"
 	@echo "make clean         remove everything built"
 
 demo: build
@@ -54,6 +56,18 @@ lint:
 docs:
 	@scripts/setup docs
 	@scripts/docs
+
+interface:
+	@scripts/setup check
+	@for preset in x86 native; do \
+	    cmake --preset $$preset && \
+	    cmake --build --preset $$preset -j $$(nproc) --target interface || exit 1; \
+	done
+	@git diff --stat -- tests/interface
+
+xpi:
+	@scripts/setup check
+	@scripts/xpi
 
 setup:
 	@scripts/setup develop
