@@ -8,7 +8,7 @@ JOBS := $(shell nproc 2>/dev/null || echo 2)
 help:
 	@echo "make demo          build it and hold a conversation with an application"
 	@echo "make demo-page     the same from a page in a real browser, with pictures"
-	@echo "make demo-blender  the same with Blender as the application"
+	@echo "make demo-blender  both with Blender as the application"
 	@echo "make check         build it in both word sizes and run every test"
 	@echo "make build         build it for this machine, in build/native"
 	@echo "make bench         compare its speed with that of its peers"
@@ -34,9 +34,9 @@ demo:
 	@scripts/demo build/native
 
 demo-blender:
-	@scripts/setup demo
+	@scripts/setup page
 	@scripts/setup blender
-	$(call build_programs,OFF)
+	$(call build_programs,ON)
 	@scripts/demo-blender build/native
 
 demo-page:
