@@ -7,7 +7,7 @@
 help:
 	@echo "make demo          build it and hold a conversation with an application"
 	@echo "make demo-page     the same from a page in a real browser, with pictures"
-	@echo "make demo-blender  the same with Blender as the application"
+	@echo "make demo-blender  both with Blender as the application"
 	@echo "make build         build it for this machine, in build/release"
 	@echo "make install       install that in ~/.local, or with PREFIX=... elsewhere"
 	@echo "make uninstall     remove what make install has installed"
@@ -22,8 +22,10 @@ help:
 demo: build
 	@scripts/demo
 
-demo-blender: build
+demo-blender:
+	@scripts/setup page
 	@scripts/setup blender
+	@scripts/build
 	@scripts/demo-blender
 
 demo-page:

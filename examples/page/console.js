@@ -10,9 +10,12 @@ export class Console {
     #kind;
     #history = [];
     #place = 0; // in the history; its end is the line that is being written
+    #done;
 
-    constructor(valdrin, { log, form, text, kind }) {
+    // `done` is called after every answer.
+    constructor(valdrin, { log, form, text, kind }, done) {
         this.#valdrin = valdrin;
+        this.#done = done;
         this.#log = log;
         this.#form = form;
         this.#text = text;
@@ -82,5 +85,6 @@ export class Console {
             item.classList.add("bad");
         }
         this.#log.scrollTop = this.#log.scrollHeight;
+        this.#done();
     }
 }

@@ -2,36 +2,85 @@
 // what a person would do, checks what the page then shows, prints the
 // conversation and keeps pictures of it.
 //
-//   demo.mjs BIN PICTURES     BIN: the folder of the built programs
+//   demo.mjs BIN PICTURES [APPLICATION]
+//
+// BIN is the folder of the built programs, APPLICATION one of those below.
 
 import assert from "node:assert/strict";
-import { mkdir, readFile } from "node:fs/promises";
+import { mkdir } from "node:fs/promises";
 import path from "node:path";
 
-import { standin } from "./support/application.mjs";
+import { blender, standin } from "./support/application.mjs";
 import { findBrowser, ROOT, Session } from "./support/session.mjs";
 import { waitFor } from "./support/wait.mjs";
-import { serve } from "./support/web.mjs";
+import { serveFolder } from "./support/web.mjs";
 
-const [bin, pictures] = process.argv.slice(2);
+const [bin, pictures, applicationName = "standin"] = process.argv.slice(2);
 const isDark = process.env.COLOURS === "dark";
 
-const TYPES = {
-    ".html": "text/html; charset=utf-8",
-    ".css": "text/css; charset=utf-8",
-    ".js": "text/javascript; charset=utf-8",
+// What is said in the console, and the answers: texts or patterns.
+const APPLICATIONS = {
+    standin: {
+        start: () => standin(bin),
+        hasPicture: false,
+        object: "Größe",
+        condition: "o['size'] > 2",
+        names: "['Größe', 'Ключ']",
+        talk: [{
+            kind: "Run",
+            lines: ["echo Hello from the page"],
+            answer: /^Hello from the page$/,
+        }, {
+            kind: "RunPythonStatements",
+            lines: [
+                "for sphere in page.spheres.values():",
+                "    sphere['size'] *= 1.25",
+            ],
+            answer: /^\(no output\)$/,
+        }, {
+            kind: "RunPythonExpression",
+            lines: ["round(sum(o['size'] for o in page.objects()), 3)"],
+            answer: /^9\.75$/,
+        }, {
+            kind: "RunPythonExpression",
+            lines: ["page.spheres['Größe']['size'] / 0"],
+            answer: /^Traceback .*\nZeroDivisionError: float division/s,
+        }],
+        after: { row: 1, size: "3.75" },
+    },
+    blender: {
+        start: () => blender(),
+        hasPicture: true,
+        object: "Cube",
+        condition: "o['kind'] == 'Mesh'",
+        names: "['Cube']",
+        talk: [{
+            kind: "Run",
+            lines: [
+                "mesh.primitive_uv_sphere_add radius=1 location=(-1,-2,0)",
+                "object.shade_smooth",
+            ],
+            answer: /^\(no output\)$/,
+        }, {
+            kind: "RunPythonStatements",
+            lines: [
+                "sphere = bpy.context.object",
+                "sphere.scale.z = 1.5",
+                "bpy.context.view_layer.update()",
+            ],
+            answer: /^\(no output\)$/,
+        }, {
+            kind: "RunPythonExpression",
+            lines: ["[round(size, 3) for size in sphere.dimensions]"],
+            answer: /^\[2\.0, 2\.0, 3\.0\]$/,
+        }, {
+            kind: "Run",
+            lines: ["mesh.nothing"],
+            answer: /^ERROR: there is no operator "mesh.nothing"$/,
+        }],
+        after: { row: 4, size: "3.00" },
+    },
 };
-
-// The files of the example, as any web server would serve them.
-async function fileOf(name) {
-    const file = name === "/" ? "index.html" : path.basename(name);
-    try {
-        const body = await readFile(path.join(ROOT, "examples/page", file));
-        return { body, headers: { "Content-Type": TYPES[path.extname(file)] } };
-    } catch {
-        return null;
-    }
-}
 
 function say(who, text) {
     for (const line of text.trimEnd().split("\n"))
@@ -87,8 +136,8 @@ async function showPopup(browser, web) {
     await browser.resize(1280, 1000);
 }
 
-// Sends through the console of the page and gives the answer.
-async function converse(browser, kind, lines) {
+// Sends through the console of the page and checks the answer.
+async function converse(browser, { kind, lines, answer }) {
     await browser.look(
         "document.querySelector('#kind').value = args[0];", kind);
     const count = await browser.look(
@@ -100,61 +149,66 @@ async function converse(browser, kind, lines) {
     }
     say("page", lines.join("\n"));
     await browser.press("#text", "Enter");
-    const answer = await textOf(
+    const said = await textOf(
         browser, `#log li:nth-child(${count + 2})`,
         (text) => text !== "" && text !== "…");
-    say("Valdrin", answer);
+    say("reply", said);
     console.log();
-    return answer;
+    assert.match(said, answer);
 }
 
-async function drivePage(browser) {
+// Moves the chosen object by the keys of the slider, as a person does.
+async function moveObject(browser, application) {
+    assert.equal(
+        await textOf(browser, "#moved"), `Move ${application.object}`);
+    const before = await textOf(browser, "#x-value");
+    const isRendered = await browser.look(
+        "return !document.querySelector('#image').hidden;");
+    assert.equal(isRendered, application.hasPicture);
+    const lookAtPicture = () => browser.look(
+        "return document.querySelector(args[0] ? '#image' : '#drawing')" +
+            ".outerHTML;", isRendered);
+    const picture = await lookAtPicture();
+    for (let step = 0; step < 20; ++step)
+        await browser.press("#x", "ArrowRight");
+    // The table has a minus sign, and spaces as wide as a digit.
+    const wanted =
+        (Number(before) + 2).toFixed(1).replace("-", "\u2212");
+    const after = await textOf(
+        browser, "#objects tr:has(:checked) td:last-child",
+        (text) => text.trimStart().startsWith(wanted));
+    say("page", `${application.object} goes by 2 to the right`);
+    say("reply", `it is at ${after}`);
+    await waitFor("another picture",
+        async () => await lookAtPicture() !== picture);
+    say("page", await textOf(browser, "#times"));
+    console.log();
+}
+
+async function drivePage(browser, application) {
     await waitFor("the page", () => browser.look(
         "return 'ready' in document.documentElement.dataset;"));
     say("page", await textOf(browser, "#status"));
-    await textOf(browser, "#spheres");
+    await textOf(browser, "#objects");
     await picture(browser, "page");
 
+    const { condition, names } = application;
+    const words =
+        ["[o['name'] ", "for o in page.objects() ", `if ${condition}]`];
     await browser.clear("#expression");
-    for (const word of ["[s.name ", "for s in scene ", "if s.radius > 1]"])
+    for (const word of words)
         await browser.type("#expression", word);
-    say("page", "[s.name for s in scene if s.radius > 1]");
-    const names = "['Größe', 'Ключ']";
-    say("Valdrin", await textOf(browser, "#value", (text) => text === names));
+    say("page", words.join(""));
+    say("reply", await textOf(browser, "#value", (text) => text === names));
     console.log();
 
-    const place = "#spheres tr:first-child td:last-child";
-    const before = await textOf(browser, place);
-    for (let step = 0; step < 40; ++step)
-        await browser.press("#angle", "ArrowRight");
-    await textOf(browser, "#degrees", (text) => text === "65°");
-    const after = await textOf(browser, place, (text) => text !== before);
-    say("page", "the angle goes from 25° to 65°");
-    say("Valdrin", `the first sphere goes from ${before} to ${after}`);
-    console.log();
-
-    assert.equal(
-        await converse(browser, "Run", ["echo Hello from the page"]),
-        "Hello from the page");
-    assert.equal(
-        await converse(browser, "RunPythonStatements", [
-            "for sphere in scene:",
-            "    sphere.radius *= 1.25",
-        ]),
-        "(no output)");
-    assert.equal(
-        await converse(
-            browser, "RunPythonExpression",
-            ["round(sum(s.volume() for s in scene), 3)"]),
-        "43.712");
-    assert.match(
-        await converse(
-            browser, "RunPythonExpression", ["scene[0].volume() / 0"]),
-        /^Traceback .*\nZeroDivisionError: float division by zero$/s);
-    await browser.press("#angle", "ArrowRight");
+    await moveObject(browser, application);
+    for (const exchange of application.talk)
+        await converse(browser, exchange);
+    const { row, size } = application.after;
     await textOf(
-        browser, "#spheres tr:first-child td:nth-child(2)",
-        (text) => text === "1.88");
+        browser, `#objects tr:nth-child(${row}) td:nth-child(3)`,
+        (text) => text === size);
     await picture(browser, "page-used");
 }
 
@@ -165,9 +219,11 @@ async function main() {
     await mkdir(pictures, { recursive: true });
     const closers = [];
     try {
-        const application = await standin(bin);
+        const wanted = APPLICATIONS[applicationName];
+        const application = await wanted.start();
         closers.unshift(() => application.close());
-        const web = await serve(fileOf);
+        const web = await serveFolder(
+            path.join(ROOT, "examples/page"));
         closers.unshift(() => web.close());
         const session = await Session.start(
             kind, path.resolve(bin, "valdrin-bridge"), { isDark });
@@ -177,7 +233,7 @@ async function main() {
         await allowPage(session, web, application);
         const settings = await browser.currentTab();
         await browser.openTab(`${web.origin}/#port=${application.port}`);
-        await drivePage(browser);
+        await drivePage(browser, wanted);
         await browser.switchTo(settings);
         await showPopup(browser, web);
     } finally {

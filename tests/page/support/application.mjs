@@ -1,10 +1,17 @@
-// What plays the application: the stand-in, or a script of exact bytes.
+// The applications at the other end: Blender, the stand-in, or a script of
+// exact bytes.
 
 import { spawn } from "node:child_process";
 import net from "node:net";
 import path from "node:path";
+import { fileURLToPath } from "node:url";
 
 import { ended } from "./wait.mjs";
+
+export const BLENDER = "/usr/bin/blender";
+
+const PORT_SCRIPT = fileURLToPath(
+    new URL("../../../examples/blender/valdrin_port.py", import.meta.url));
 
 // Answers every request by `answer(request)`: a Buffer without the NUL, which
 // also gets one, or null for silence. Keeps the requests, without their NUL.
@@ -64,18 +71,35 @@ export async function closedPort() {
 }
 
 // The stand-in that was built in `bin`. `log` gets what it has to say.
-export async function standin(bin, log = []) {
-    const child = spawn(path.join(bin, "valdrin-standin"), ["--port", "0"], {
-        stdio: ["ignore", "pipe", "pipe"],
-    });
+export function standin(bin, log = []) {
+    return start(path.join(bin, "valdrin-standin"), ["--port", "0"], log);
+}
+
+// Blender without a window, with the port of the example.
+export function blender(log = []) {
+    return start(BLENDER, [
+        "--background", "--factory-startup", "--python", PORT_SCRIPT,
+        "--", "--port", "0",
+    ], log);
+}
+
+async function start(program, words, log) {
+    const child = spawn(program, words, { stdio: ["ignore", "pipe", "pipe"] });
     child.stderr.setEncoding("utf8").on("data", (text) => log.push(text));
-    const line = await new Promise((resolve, reject) => {
-        child.stdout.setEncoding("utf8").once("data", resolve);
-        child.once("exit", () => reject(new Error("the stand-in has ended")));
+    const port = await new Promise((resolve, reject) => {
+        let printed = "";
+        child.stdout.setEncoding("utf8").on("data", (text) => {
+            printed += text;
+            const line = /^listening on 127\.0\.0\.1:(\d+)$/m.exec(printed);
+            if (line)
+                resolve(Number(line[1]));
+        });
+        child.once("error", reject);
+        child.once("exit", () => reject(new Error(`${program} has ended`)));
     });
     return {
         log,
-        port: Number(/^listening on 127\.0\.0\.1:(\d+)$/m.exec(line)[1]),
+        port,
         async close() {
             child.kill();
             await ended(child);

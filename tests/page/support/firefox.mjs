@@ -83,10 +83,17 @@ export class Firefox {
     #nextId = 1;
 
     // Starts the browser. `home` is a folder of its own; with `asks` it puts
-    // its questions to the user, otherwise it answers them with yes.
-    static async launch({ home, extension, asks = false, isDark = false }) {
+    // its questions to the user, otherwise it answers them with yes. With
+    // `isTimed` the clocks of pages are exact.
+    static async launch({
+        home, extension, asks = false, isDark = false, isTimed = false,
+    }) {
         const firefox = new Firefox();
-        await firefox.#start(home, asks, isDark);
+        await firefox.#start(home, {
+            "extensions.webextOptionalPermissionPrompts": asks,
+            "layout.css.prefers-color-scheme.content-override": isDark ? 0 : 1,
+            "privacy.reduceTimerPrecision": !isTimed,
+        });
         await firefox.#send("WebDriver:NewSession", {});
         await firefox.#send(
             "WebDriver:SetTimeouts", { script: DEADLINE_MS });
@@ -99,16 +106,11 @@ export class Firefox {
         return this.#process.pid;
     }
 
-    async #start(home, asks, isDark) {
+    async #start(home, more) {
         const profile = path.join(home, "profile");
         await mkdir(profile, { recursive: true });
-        const preferences = {
-            ...PREFERENCES,
-            "extensions.webextOptionalPermissionPrompts": asks,
-            "layout.css.prefers-color-scheme.content-override": isDark ? 0 : 1,
-        };
-        const lines = Object.entries(preferences).map(([name, value]) =>
-            `user_pref(${JSON.stringify(name)}, ${JSON.stringify(value)});\n`);
+        const lines = Object.entries({ ...PREFERENCES, ...more }).map((pair) =>
+            `user_pref(${pair.map((word) => JSON.stringify(word))});\n`);
         await writeFile(path.join(profile, "user.js"), lines.join(""));
         this.#process = spawn(PROGRAM, [
             "--headless", "--no-remote", "--marionette",

@@ -1,6 +1,29 @@
 // A web server for tests: pages by path, each with its headers.
 
+import { readFile } from "node:fs/promises";
 import http from "node:http";
+import path from "node:path";
+
+const TYPES = {
+    ".html": "text/html; charset=utf-8",
+    ".css": "text/css; charset=utf-8",
+    ".js": "text/javascript; charset=utf-8",
+    ".py": "text/x-python; charset=utf-8",
+};
+
+// The files of `folder`, as any web server would serve them.
+export function serveFolder(folder) {
+    return serve(async (name) => {
+        const file = name === "/" ? "index.html" : path.basename(name);
+        try {
+            const body = await readFile(path.join(folder, file));
+            const type = TYPES[path.extname(file)];
+            return { body, headers: { "Content-Type": type } };
+        } catch {
+            return null;
+        }
+    });
+}
 
 // `pages` maps a path to {body, headers}, or is a function that does.
 export async function serve(pages) {
