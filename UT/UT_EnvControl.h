@@ -48,7 +48,7 @@ static_assert(sizeof(UT_ControlInfo) == (sizeof(void *) == 4 ? 64 : 88));
 ///
 /// A switch is off for "0" and on for "1". Deliberate: any other value, ""
 /// included, sets it to the opposite of its default. A number is read up to the
-/// first byte that is no part of it ("12px" is 12), counts as 0 when there is
+/// first byte that is not part of it ("12px" is 12), counts as 0 when there is
 /// none, and is moved to the nearest allowed value when it is out of range. In
 /// a text each backslash becomes a slash, and the variable is then rewritten.
 /// An unset variable leaves the default.

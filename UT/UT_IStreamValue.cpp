@@ -173,16 +173,14 @@ utRounded(double number)
 static const char *
 utQuickNumber(const char *text, const char *end, long &value)
 {
-    const bool isNegative = *text == '-';
-    text += isNegative;
-    uint64 digits = 0;
-    const char *const first = text;
-    for (; text < end && utIsDigit(*text); ++text)
-        digits = digits * 10 + uint64(*text - '0');
-    if (text == end || text == first || text - first > theExactDigits ||
-        *text == '.' || *text == 'e' || *text == 'E' || digits > LONG_MAX)
+    const ut_LeadingDigits leading(text, end);
+    const uint64 digits = leading.value;
+    text = leading.after;
+    if (text == end || text == leading.first ||
+        text - leading.first > theExactDigits || *text == '.' || *text == 'e' ||
+        *text == 'E' || digits > LONG_MAX)
         return nullptr;
-    value = isNegative ? -long(digits) : long(digits);
+    value = leading.isNegative ? -long(digits) : long(digits);
     return text;
 }
 
@@ -210,12 +208,12 @@ UT_IStream::readNumbers(T *values, int count)
     for (; read < count && in.skipLeadingWhitespace(); ++read)
     {
         std::conditional_t<std::is_floating_point_v<T>, double, long> value;
-        const char *const behind = utQuickNumber(
+        const char *const after = utQuickNumber(
             in.myLoadBuffer + in.myLoadPos, in.myLoadBuffer + in.myLoadEnd,
             value);
-        if (behind)
+        if (after)
         {
-            in.myLoadPos = int(behind - in.myLoadBuffer);
+            in.myLoadPos = int(after - in.myLoadBuffer);
             values[read] = T(value);
             continue;
         }

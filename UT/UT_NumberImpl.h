@@ -14,6 +14,31 @@ constexpr int theExactDigits = 18;
 // The value that strtod() reads in the C locale from the bytes up to `end`.
 double utToDouble(const char *text, const char *end);
 
+// Adds the digits at `text` to those of `number`, and returns the address of
+// the byte after them.
+inline const char *
+utAddDigits(const char *text, const char *end, uint64 &number)
+{
+    for (; text < end && utIsDigit(*text); ++text)
+        number = number * 10 + uint64(*text - '0');
+    return text;
+}
+
+// The sign and the digits that a number starts with.
+struct ut_LeadingDigits
+{
+    ut_LeadingDigits(const char *text, const char *end)
+        : isNegative(*text == '-'), first(text + isNegative),
+          after(utAddDigits(first, end, value))
+    {
+    }
+
+    const bool isNegative;
+    uint64 value = 0;
+    const char *const first;
+    const char *const after;
+};
+
 // Reads a common number that ends before `end`: stores its value and returns
 // the address of the byte after it. Null for a text that needs the general
 // reader.
@@ -30,24 +55,20 @@ utQuickNumber(const char *text, const char *end, double &value)
         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
     const int thePowerLimit = 22;
 
-    const bool isNegative = *text == '-';
-    text += isNegative;
-    uint64 digits = 0;
-    const char *const first = text;
-    for (; text < end && utIsDigit(*text); ++text)
-        digits = digits * 10 + uint64(*text - '0');
-    if (text == first || text == end)
+    const ut_LeadingDigits leading(text, end);
+    uint64 digits = leading.value;
+    text = leading.after;
+    if (text == leading.first || text == end)
         return nullptr;
     int exponent = 0;
     if (*text == '.')
     {
         const char *const point = text;
-        for (++text; text < end && utIsDigit(*text); ++text)
-            digits = digits * 10 + uint64(*text - '0');
+        text = utAddDigits(point + 1, end, digits);
         exponent = int(point + 1 - text);
     }
-    if (text == end || text - first > theExactDigits || digits >> 53 != 0 ||
-        FLT_EVAL_METHOD != 0)
+    if (text == end || text - leading.first > theExactDigits ||
+        digits >> 53 != 0 || FLT_EVAL_METHOD != 0)
         return nullptr;
     if (*text == 'e' || *text == 'E')
     {
@@ -67,7 +88,7 @@ utQuickNumber(const char *text, const char *end, double &value)
     // The sign is applied first, so that rounding modes other than to nearest
     // work.
     const double whole =
-        isNegative ? -double(int64(digits)) : double(int64(digits));
+        leading.isNegative ? -double(int64(digits)) : double(int64(digits));
     value = exponent < 0 ? whole / thePowers[-exponent]
                          : whole * thePowers[exponent];
     return text;

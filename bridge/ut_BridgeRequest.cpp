@@ -26,7 +26,7 @@ struct ut_Method
     ut_Argument argument;
 };
 
-// Other names are no methods; a name leads to nothing but its row.
+// Any other name is not a method, and a name gives access to its row only.
 static constexpr ut_Method theMethods[] = {
     {"SetSocketPortNum",    ut_BridgeMethod::SET_SOCKET_PORT_NUM,
      ut_Argument::INTEGER                                                               },

@@ -5,7 +5,7 @@ Usage: xptgen.py INPUT.idl OUTPUT.xpt
 
 Understands one interface that is based on nsISupports and has plain methods
 with simple types. Everything else is refused with the line where it stands:
-a type library that leaves something out would shift the slots behind it.
+a type library that leaves something out would shift the slots after it.
 """
 
 import os
@@ -229,14 +229,14 @@ def type_library(name, base, identifier, flags, methods):
     pool = Pool()
     base_name = pool.name(base)
     interface_name = pool.name(name)
-    # The methods' names come behind the description, whose length does not
+    # The methods' names follow the description, whose length does not
     # depend on where they are.
     size = len(descriptor(flags, methods, [0] * len(methods)))
-    behind = Pool()
-    names = [len(pool.bytes) + size + behind.name(method)
+    following = Pool()
+    names = [len(pool.bytes) + size + following.name(method)
              for method in methods]
     described = pool.add(descriptor(flags, methods, names))
-    pool.add(behind.bytes)
+    pool.add(following.bytes)
 
     directory = b"".join(
         each.bytes + struct.pack(">III", each_name, 0, each_descriptor)
@@ -259,7 +259,7 @@ def main(arguments):
     try:
         with open(source, encoding="utf-8") as file:
             library = type_library(*Parser(file.read()).interface())
-        # A build that is interrupted leaves no half a file behind.
+        # A build that is interrupted leaves no half-written file.
         with open(target + ".part", "wb") as file:
             file.write(library)
         os.replace(target + ".part", target)

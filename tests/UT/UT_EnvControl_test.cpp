@@ -96,7 +96,7 @@ TEST(UT_EnvControl, TheFirstQuestionComputesAndExports)
     EXPECT_STREQ("//server/tmp/", getenv("VALDRIN_TEMP_DIR"));
     // Deliberate: a former name is not read.
     EXPECT_EQ(0, UT_EnvControl::getInt(UT_VALDRIN_DISABLE_CONSOLE));
-    // Deliberate: worked out before HOME has its own default, and kept.
+    // Deliberate: computed before HOME has its own default, and kept.
     EXPECT_STREQ("/Desktop", getenv("VALDRIN_DESKTOP_DIR"));
     EXPECT_STREQ("\\\\server\\tmp\\", UT_EnvControl::getString(UT_HOME));
     utChange("HOME", "/home/ann");

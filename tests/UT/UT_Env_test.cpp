@@ -159,7 +159,7 @@ private:
         }
     }
 
-    // A buffer may go as soon as it is no longer in the array.
+    // A buffer may be freed as soon as it is no longer in the array.
     void freeBuffers()
     {
         char **const end = environ + utTexts(environ).size();

@@ -372,7 +372,7 @@ TEST(UT_IStreamBuf, TheEndIsSomethingElseThanAnError)
 
 TEST(UT_IStreamBuf, WhatAStandardStreamThrowsStaysInside)
 {
-    // Throws what is no std::exception, and the stream passes it on.
+    // Throws what is not a std::exception, and the stream passes it on.
     struct ut_ThrowingSource : std::streambuf
     {
         int_type underflow() override { throw 7; }

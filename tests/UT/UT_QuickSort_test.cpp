@@ -130,7 +130,7 @@ utCheckSources(
     EXPECT_EQ(expected, sources);
 }
 
-// Calls `move` for records at an odd address. Behind the key they carry their
+// Calls `move` for records at an odd address. After the key they carry their
 // number, its two bytes in turns. Returns the numbers of the records, which
 // must still be whole, as they lie then.
 template <class Key, class Move>

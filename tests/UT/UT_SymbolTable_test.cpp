@@ -342,7 +342,7 @@ TEST(UT_SymList, SortsByUnsignedBytesAndMayRepeatNames)
     EXPECT_EQ(nullptr, list.removeFirstSym());
     for (const char *name : {"b", "\xe9", "", "a", "b"})
         list.insertEntry(name, uint8(*name));
-    // A node from another list goes in front of the one of its name.
+    // A node from another list goes before the one of its name.
     UT_SymList other;
     other.insertEntry("b", 77);
     list.insertSym(*other.removeFirstSym());

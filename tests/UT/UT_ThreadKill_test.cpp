@@ -332,7 +332,7 @@ private:
     UT_PThread myWorker;
 };
 
-// Descriptors that are no sockets: the server has some of those.
+// Descriptors that are not sockets, of which the server has some.
 int
 utOpenFiles()
 {

@@ -26,7 +26,7 @@ TEST(UT_Thread, MaxThreadsCapsTheProcessors)
         const char *setting;
         int processors;
     } rows[] = {
-        {"0x10", sysmp(0)}, // 0, which is no cap
+        {"0x10", sysmp(0)}, // 0, which sets no limit
         {"-7",   sysmp(0)},
         {" 1x",  1       },
     };

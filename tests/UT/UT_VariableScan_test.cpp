@@ -140,8 +140,8 @@ utNameItself(const char *name, void *)
     return name;
 }
 
-// Long runs are looked at by whole blocks. What is in these resembles what
-// stops them, but for a bit.
+// Long runs are scanned in whole blocks. What is in these resembles what stops
+// them, except for one bit.
 TEST(UT_VariableScan, LongRunsAreCopiedUpToWhatStopsThem)
 {
     static const struct

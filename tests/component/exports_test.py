@@ -13,7 +13,7 @@ FALLBACKS = re.compile(
     r"|_ZN8nsMemory5AllocE[jm]|_ZN8nsMemory5CloneEPKv[jm])")
 
 # All exported names, demangled. A unique symbol ("u") would keep the library
-# loaded for ever.
+# loaded forever.
 EXPORTED = re.compile(
     r"[^u] (?:(?:vtable|VTT|typeinfo|typeinfo name) for )?"
     r"(?:(?:NSGetModule|NS_NewGenericModule2|nsMemory::(?:Alloc|Clone)"

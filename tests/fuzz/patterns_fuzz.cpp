@@ -1,6 +1,6 @@
-// The search that records and the one that does not come to the same answer, a
-// range and its negation select nothing twice, what is no range selects
-// nothing, and a short expansion is the front of a longer one.
+// The search that records and the one that does not give the same answer, a
+// range and its negation select nothing twice, a text that is not a range
+// selects nothing, and a short expansion is the front of a longer one.
 
 #include "UT/UT_Pattern.h"
 #include "UT/UT_String.h"

@@ -1,5 +1,5 @@
 // All ways to split a text, beside the library's functions that do the same or
-// a plain model. The separators stand in front of the text and a NUL.
+// a plain model. The separators come before the text, with a NUL after them.
 
 #include "UT/UT_String.h"
 #include "UT/UT_WorkArgs.h"

@@ -68,8 +68,8 @@ private:
 // One connection after the other is read until what came ends in a NUL, then
 // the script is played, then (unless the script ended the connection) what else
 // the peer sends is read until it ends the connection. So an empty script is a
-// peer that stays silent. The peers must be gone before the server goes. Its
-// thread takes no signals.
+// peer that stays silent. The peers must end before the server is destroyed.
+// Its thread takes no signals.
 class ut_LoopbackServer
 {
 public:

@@ -175,8 +175,8 @@ struct ut_ScanModel
         out = text.substr(from, at - from);
         return true;
     }
-    // A text in quotes, or a word; a backslash in front of a quote or another
-    // backslash goes.
+    // A text in quotes, or a word; a backslash before a quote or another
+    // backslash is removed.
     bool string(std::string &out)
     {
         out.clear();

@@ -330,7 +330,7 @@ class Test(unittest.TestCase):
         plain = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")[0]
         self.expect("env", "-l", plain, status=5, error=b"UTdescribeControl")
 
-    def test_info_tells_of_the_machine(self):
+    def test_info_describes_the_machine(self):
         environment = {"VALDRIN_MAXTHREADS": "1", "VALDRIN_DISABLE_XMMX": "1"}
         result = run(VALDRIN, "info", "--json", env=environment)
         info = json.loads(result.stdout)
