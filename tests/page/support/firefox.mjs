@@ -95,10 +95,6 @@ export class Firefox {
         return firefox;
     }
 
-    get pid() {
-        return this.#process.pid;
-    }
-
     async #start(home, asks, isDark) {
         const profile = path.join(home, "profile");
         await mkdir(profile, { recursive: true });
@@ -285,9 +281,9 @@ export class Firefox {
         await this.#send("Marionette:SetContext", { value: "content" });
     }
 
-    async screenshot(file, { full = true } = {}) {
+    async screenshot(file) {
         const { value } = await this.#send(
-            "WebDriver:TakeScreenshot", { full });
+            "WebDriver:TakeScreenshot", { full: true });
         await writeFile(file, Buffer.from(value, "base64"));
     }
 
