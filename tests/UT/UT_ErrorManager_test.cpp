@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <iostream>
 #include <memory>
@@ -39,17 +40,15 @@ static const auto theFatal = UT_ERROR_FATAL;
 class UT_ErrorManagerTest : public testing::Test
 {
 protected:
-    // An error whose message is its text.
-    UT_Error *newError(const ut_Entry &entry) const
+    void add(UT_ErrorManager &manager, const ut_Entry &entry) const
     {
-        return new UT_Error(
-            myType.c_str(), 0, entry.text.c_str(), entry.severity);
+        manager.append(new UT_Error(
+            myType.c_str(), 0, entry.text.c_str(), entry.severity));
     }
-
     void fill(UT_ErrorManager &manager, const ut_Entries &entries) const
     {
         for (const ut_Entry &entry : entries)
-            manager.append(newError(entry));
+            add(manager, entry);
     }
 
     static ut_Entries entriesOf(const UT_ErrorManager &manager)
@@ -72,23 +71,14 @@ TEST_F(UT_ErrorManagerTest, AFullOneTakesOnlyWorseErrors)
     UT_ErrorManager manager;
     ut_Entries expected(40, {theWarning, "one of 40"});
     fill(manager, expected);
-    fill(
-        manager, {
-                     {theWarning, "not worse"},
-                     {theMessage, "better"   }
-    });
+    add(manager, {theWarning, "not worse"});
+    add(manager, {theMessage, "better"});
     EXPECT_EQ(expected, entriesOf(manager));
 
-    fill(
-        manager, {
-                     {theError, "worse"             },
-                     {theError, "as bad as the last"}
-    });
-    fill(
-        manager, {
-                     {theFatal, "the worst"   },
-                     {theFatal, "as bad again"}
-    });
+    add(manager, {theError, "worse"});
+    add(manager, {theError, "as bad as the last"});
+    add(manager, {theFatal, "the worst"});
+    add(manager, {theFatal, "as bad again"});
     expected.push_back({theError, "worse"});
     expected.push_back({theFatal, "the worst"});
     EXPECT_EQ(expected, entriesOf(manager));
@@ -99,10 +89,7 @@ TEST_F(UT_ErrorManagerTest, AFullOneTakesOnlyWorseErrors)
     EXPECT_EQ(41, manager.removeError(41));
     EXPECT_EQ(-1, manager.removeError(41));
     expected.pop_back();
-    fill(
-        manager, {
-                     {theFatal, "no worse than the removed one"}
-    });
+    add(manager, {theFatal, "no worse than the removed one"});
     EXPECT_EQ(expected, entriesOf(manager));
     EXPECT_EQ(theError, manager.getSeverity());
 }
@@ -111,16 +98,14 @@ TEST_F(UT_ErrorManagerTest, AddingClearsTheReadFlag)
 {
     UT_ErrorManager manager;
     EXPECT_TRUE(manager.getReadFlag());
-    fill(
-        manager, {
-                     {theMessage, "news"}
-    });
+    add(manager, {theMessage, "news"});
     EXPECT_FALSE(manager.getReadFlag());
     UT_String out;
     manager.getErrorMessages(out, UT_ERROR_NONE, /*prefixes=*/0);
     EXPECT_TRUE(manager.getReadFlag());
 }
 
+// Deliberate: a skipped error leaves its line, and counts as the one before.
 TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
 {
     static const struct
@@ -137,8 +122,6 @@ TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
          "Warning:     a\n"
          "Error:       b\n"
          "             c"  },
- // Deliberate: a skipped error leaves its line, and counts as the one
-  // before.
         {"a filter leaves empty lines",
          {{theError, "a"}, {theWarning, "b"}, {theError, "c"}},
          theError,      2,
@@ -176,7 +159,7 @@ TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
     }
 }
 
-// What is stolen from the errors below.
+// What is stolen from.
 static const ut_Entries theStock = {
     {theWarning, "a"},
     {theError,   "b"},
@@ -185,33 +168,36 @@ static const ut_Entries theStock = {
     {theWarning, "e"},
 };
 
+// Those of the stock with these texts of one letter.
+static ut_Entries
+utOfStock(const std::string &texts)
+{
+    ut_Entries entries;
+    for (const char text : texts)
+        entries.push_back(*std::find_if(
+            theStock.begin(), theStock.end(),
+            [&](const ut_Entry &entry)
+            { return entry.text == std::string(1, text); }));
+    return entries;
+}
+
 static const struct
 {
     const char *what;
     int first, last;
     UT_ErrorSeverity filter;
-    int count;         // as returned
-    ut_Entries left;   // of the stock, when they are moved
-    ut_Entries stolen; // after the one error that was there
-    bool isUntouched;  // the thief: not even its read flag changes
+    int count;          // as returned
+    const char *left;   // of the stock, when they are moved
+    const char *stolen; // after the one error that was there
+    bool isUntouched;   // the thief: not even its read flag changes
 } theThefts[] = {
-    {"all",                        -7, -7, UT_ERROR_NONE, 5, {},               theStock, false},
-    {"a last that is too large",
-     1,                                99,
-     theError,                                            2,
-     {{theWarning, "a"}, {theFatal, "c"}, {theWarning, "e"}},
-     {{theError, "b"}, {theError, "b"}},
-     false                                                                                    },
-    {"one from the middle",
-     2,                                2,
-     UT_ERROR_NONE,                                       1,
-     {{theWarning, "a"}, {theError, "b"}, {theError, "b"}, {theWarning, "e"}},
-     {{theFatal, "c"}},
-     false                                                                                    },
-    {"none in the range",          3,  2,  UT_ERROR_NONE, 0, theStock,         {},       false},
-    {"none of the severity",       0,  4,  theMessage,    0, theStock,         {},       false},
-    {"a first just past the last", 5,  0,  UT_ERROR_NONE, 0, theStock,         {},       false},
-    {"a first far past the last",  6,  0,  UT_ERROR_NONE, 0, theStock,         {},       true },
+    {"all",                      -7, -7, UT_ERROR_NONE, 5, "",      "abcbe", false},
+    {"a last that is too large", 1,  99, theError,      2, "ace",   "bb",    false},
+    {"one from the middle",      2,  2,  UT_ERROR_NONE, 1, "abbe",  "c",     false},
+    {"none in the range",        3,  2,  UT_ERROR_NONE, 0, "abcbe", "",      false},
+    {"none of the severity",     0,  4,  theMessage,    0, "abcbe", "",      false},
+    {"first just past the last", 5,  0,  UT_ERROR_NONE, 0, "abcbe", "",      false},
+    {"first far past the last",  6,  0,  UT_ERROR_NONE, 0, "abcbe", "",      true },
 };
 
 TEST_F(UT_ErrorManagerTest, StealsAndCopiesErrors)
@@ -224,25 +210,20 @@ TEST_F(UT_ErrorManagerTest, StealsAndCopiesErrors)
             UT_ErrorManager from, to;
             fill(from, theStock);
             from.setReadFlag(0);
-            fill(
-                to, {
-                        {theMessage, "mine"}
-            });
+            add(to, {theMessage, "mine"});
             to.setReadFlag(1);
             EXPECT_EQ(
                 row.count,
                 to.stealErrors(from, row.first, row.last, row.filter, isCopy));
 
-            ut_Entries expected = {
-                {theMessage, "mine"}
-            };
-            expected.insert(
-                expected.end(), row.stolen.begin(), row.stolen.end());
+            ut_Entries expected = utOfStock(row.stolen);
+            expected.insert(expected.begin(), {theMessage, "mine"});
             EXPECT_EQ(expected, entriesOf(to));
             EXPECT_EQ(row.isUntouched, to.getReadFlag());
 
             const bool isMoved = !isCopy && row.count > 0;
-            EXPECT_EQ(isMoved ? row.left : theStock, entriesOf(from));
+            EXPECT_EQ(
+                isMoved ? utOfStock(row.left) : theStock, entriesOf(from));
             EXPECT_EQ(isMoved, from.getReadFlag());
             EXPECT_EQ(isMoved, from.getNeedScan());
         }
@@ -252,24 +233,16 @@ TEST_F(UT_ErrorManagerTest, TheFirstOfDuplicatesStays)
 {
     UT_ErrorManager manager;
     fill(manager, theStock);
-    fill(
-        manager, {
-                     {theError, ""},
-                     {theError, ""}
-    }); // nothing to compare
+    add(manager, {theError, ""}); // nothing to compare
+    add(manager, {theError, ""});
     // Deliberate: what is taken out is not deleted, and no flag changes.
     const std::unique_ptr<UT_Error> duplicate(manager.getError(3));
     manager.pruneDuplicates();
-    EXPECT_EQ(
-        (ut_Entries{
-            {theWarning, "a"},
-            {theError,   "b"},
-            {theFatal,   "c"},
-            {theWarning, "e"},
-            {theError,   "" },
-            {theError,   "" }
-    }),
-        entriesOf(manager));
+    ut_Entries expected = theStock;
+    expected.erase(expected.begin() + 3);
+    expected.push_back({theError, ""});
+    expected.push_back({theError, ""});
+    EXPECT_EQ(expected, entriesOf(manager));
     EXPECT_FALSE(manager.getReadFlag());
     EXPECT_FALSE(manager.getNeedScan());
 }

@@ -111,170 +111,43 @@ struct ut_Objects
     UT_SymbolTable table;
 };
 
-// What a caller does with them.
-struct ut_Case
-{
-    const char *name;
-    void (*change)(ut_Objects &);
-};
-
 } // namespace
 
 static const char theLongText[] =
     "a text that is longer than what any small string has room for";
 
-static const ut_Case theTextCases[] = {
-    {"harden",                  [](ut_Objects &o) { o.borrowed.harden(); }                },
-    {"harden null",             [](ut_Objects &) { UT_String().harden(); }                },
-    {"harden a text",           [](ut_Objects &o) { o.owned.harden(theLongText); }        },
-    {"harden a part",           [](ut_Objects &o) { o.owned.harden(theLongText, 9); }     },
-    {"assign a text",           [](ut_Objects &o) { o.deep = theLongText; }               },
-    {"assign a string",         [](ut_Objects &o) { o.deep = o.owned; }                   },
-    {"construct a copy",        [](ut_Objects &) { UT_String(theLongText, 1); }           },
-    {"construct a part",        [](ut_Objects &) { UT_String(theLongText, 0, 5); }        },
-    {"copy an always deep one", [](ut_Objects &o) { UT_String copy(o.deep); }             },
-    {"swap",                    [](ut_Objects &o) { o.borrowed.swap(o.deep); }            },
-    {"swap with null",          [](ut_Objects &o) { o.null.swap(o.deep); }                },
-    {"replace",                 [](ut_Objects &o) { o.owned.replace(0, 2, theLongText); } },
-    {"substitute",              [](ut_Objects &o) { o.owned.substitute("o", "ooo"); }     },
-    {"copy into a string",
-     [](ut_Objects &o) { o.buffer.copyIntoString(o.owned); }                              },
-    {"reserve",                 [](ut_Objects &o) { o.buffer.reserve(2001); }             },
-    {"reserve again",
-     [](ut_Objects &o)
-     {
-         o.buffer.reserve(2001);
-         o.buffer.reserve(2002);
-     }                                                                                    },
-    {"append",                  [](ut_Objects &o) { o.buffer.append(theLongText); }       },
-    {"append a byte",           [](ut_Objects &o) { o.buffer.append('c'); }               },
-    {"append a buffer",         [](ut_Objects &o) { o.buffer.append(o.buffer); }          },
-    {"protectedStrcat",
-     [](ut_Objects &o) { o.buffer.protectedStrcat("a \"b\" c"); }                         },
-    {"protectedStrcat its own",
-     [](ut_Objects &o) { o.buffer.protectedStrcat(o.buffer.buffer()); }                   },
-    {"sprintf",                 [](ut_Objects &o) { o.buffer.sprintf("%2500d", 1); }      },
-    {"appendSprintf",           [](ut_Objects &o) { o.buffer.appendSprintf("%d", 1); }    },
-    {"appendSprintf much",
-     [](ut_Objects &o) { o.buffer.appendSprintf("%2500d", 1); }                           },
-    {"write",                   [](ut_Objects &o) { o.buffer.write(1999, 'w'); }          },
-    {"lock",
-     [](ut_Objects &o)
-     {
-         o.buffer.lock(0, 2001);
-         o.buffer.release();
-     }                                                                                    },
-    {"getNextToken",
-     [](ut_Objects &o)
-     {
-         const std::string word(2500, 'w');
-         const char *cursor = word.c_str();
-         o.buffer.getNextToken(cursor, " ");
-     }                                                                                    },
-    {"strcatFirstWord",
-     [](ut_Objects &o) { o.buffer.strcatFirstWord("word"); }                              },
-    {"new UT_WorkArgs",         [](ut_Objects &) { delete new UT_WorkArgs; }              },
-    {"setArg",                  [](ut_Objects &o) { o.arguments.setArg(255, o.writable); }},
-    {"reserve slots",           [](ut_Objects &o) { o.arguments.reserve(1000); }          },
-};
-
-static const ut_Case theArrayCases[] = {
-    {"resize",                    [](ut_Objects &o) { o.ints.resize(400); }            },
-    {"resize an empty one",       [](ut_Objects &) { UT_IntArray(5); }                 },
-    {"append",                    [](ut_Objects &o) { o.ints.append(1); }              },
-    {"copy",                      [](ut_Objects &o) { UT_IntArray copy(o.ints); }      },
-    {"assign",                    [](ut_Objects &o) { o.odds = o.many; }               },
-    {"insert",                    [](ut_Objects &o) { o.ints.insert(1, 1u); }          },
-    {"insert beyond",             [](ut_Objects &o) { o.ints.insert(9u); }             },
-    {"multipleInsert",            [](ut_Objects &o) { o.ints.multipleInsert(1, 7); }   },
-    {"concat",                    [](ut_Objects &o) { o.ints.concat(o.ints); }         },
-    {"cycle",                     [](ut_Objects &o) { o.ints.cycle(1); }               },
-    {"union",                     [](ut_Objects &o) { o.ints.sortedUnion(o.odds); }    },
-    {"union into a third",
-     [](ut_Objects &o) { o.ints.sortedUnion(o.odds, o.evens); }                        },
-    {"intersection into a third",
-     [](ut_Objects &o) { o.ints.sortedIntersection(o.ints, o.evens); }                 },
-    {"heapPush",                  [](ut_Objects &o) { o.ints.heapPush(9); }            },
-    {"take a vector",
-     [](ut_Objects &o) {
-         o.ints.fromStdVectorOfInts({1, 2, 3, 4, 5, 6, 7, 8, 9});
-     }                                                                                 },
-    {"append a float",            [](ut_Objects &o) { o.floats.append(1); }            },
-    {"append a pointer",
-     [](ut_Objects &o) { o.pointers.append(&o.theTexts[4]); }                          },
-    {"move pointers",             [](ut_Objects &o) { o.pointers.move(0, 2, 1); }      },
-    {"append a string",           [](ut_Objects &o) { o.strings.append("e"); }         },
-    {"insert a string",           [](ut_Objects &o) { o.strings.insert("e", 1); }      },
-    {"insert a string in order",
-     [](ut_Objects &o) { o.strings.sortedInsert("bb", true, false); }                  },
-    {"copy strings",              [](ut_Objects &o) { UT_StringArray copy(o.strings); }},
-    {"assign strings",            [](ut_Objects &o) { o.others = o.strings; }          },
-    {"merge strings",             [](ut_Objects &o) { o.strings.merge(o.others); }     },
-    {"add strings",               [](ut_Objects &o) { o.others.resize(9); }            },
-    {"take strings",
-     [](ut_Objects &o) {
-         o.others.fromStdVectorOfStrings({"1", "2", "3", "4", "5", "6"});
-     }                                                                                 },
-    {"sort strings",              [](ut_Objects &o) { o.strings.sort(false, false); }  },
-    {"insert an object",          [](ut_Objects &o) { o.objects.insert(1); }           },
-    {"insert objects beyond",     [](ut_Objects &o) { o.objects.insert(9); }           },
-};
-
-static const ut_Case theOtherCases[] = {
-    {"add a symbol",
-     [](ut_Objects &o) { o.table.addSymbol("new", UT_Thing(2)); }              },
-    {"make a name",      [](ut_Objects &o) { free(o.table.newName("known")); } },
-    {"make a socket",    [](ut_Objects &) { UT_NetSocket("host", 1, true, 0); }},
-    {"make a listener",  [](ut_Objects &) { UT_NetSocket(0, true); }           },
-    {"name a directory", [](ut_Objects &) { free(UTgetDefaultTmpDir()); }      },
-    {"allocate a page",
-     [](ut_Objects &)
-     {
-         UT_FixedAllocator pool(16, /*reclaim=*/true, 4);
-         pool.deallocate(pool.allocate());
-     }                                                                         },
-};
-
-// Runs each case with one block, two blocks and so on until there are enough.
-template <size_t count>
+// Changes objects with one block, two blocks and so on until there are enough.
 static void
-utExpectAllOrNothing(const ut_Case (&cases)[count])
+utCheck(const char *what, void (*change)(ut_Objects &))
 {
-    for (const ut_Case &row : cases)
+    ut_Objects done;
+    change(done);
+    const std::string after = done.contents();
+    bool isEnough = false;
+    for (size_t blocks = 0; !isEnough; ++blocks)
     {
-        ut_Objects done;
-        row.change(done);
-        const std::string after = done.contents();
-        bool isEnough = false;
-        for (size_t blocks = 0; !isEnough; ++blocks)
+        SCOPED_TRACE(testing::Message() << what << ", " << blocks << " blocks");
+        ut_Objects objects;
+        const std::string before = objects.contents();
+        bool hasThrown = false;
         {
-            SCOPED_TRACE(
-                testing::Message()
-                << row.name << " with " << blocks << " blocks");
-            ut_Objects objects;
-            const std::string before = objects.contents();
-            bool hasThrown = false;
+            const ut_MemoryLimit limit(blocks);
+            try
             {
-                const ut_MemoryLimit limit(blocks);
-                try
-                {
-                    row.change(objects);
-                }
-                catch (const std::bad_alloc &)
-                {
-                    hasThrown = true;
-                }
-                isEnough = !limit.hasRefused();
+                change(objects);
             }
-            if (blocks == 0)
+            catch (const std::bad_alloc &)
             {
-                EXPECT_FALSE(isEnough) << "a case without need shows nothing";
+                hasThrown = true;
             }
-            EXPECT_EQ(!isEnough, hasThrown);
-            EXPECT_EQ(isEnough ? after : before, objects.contents());
-            if (testing::Test::HasFailure())
-                return;
+            isEnough = !limit.hasRefused();
         }
+        if (blocks == 0)
+        {
+            EXPECT_FALSE(isEnough) << "a case without need shows nothing";
+        }
+        EXPECT_EQ(!isEnough, hasThrown);
+        ASSERT_EQ(isEnough ? after : before, objects.contents());
     }
 }
 
@@ -288,18 +161,131 @@ utLowestFreeDescriptor()
 
 TEST(UT_NoMemory, TextsStayAsTheyWere)
 {
-    utExpectAllOrNothing(theTextCases);
+    utCheck("harden", [](auto &o) { o.borrowed.harden(); });
+    utCheck("harden null", [](auto &) { UT_String().harden(); });
+    utCheck("harden a text", [](auto &o) { o.owned.harden(theLongText); });
+    utCheck("harden a part", [](auto &o) { o.owned.harden(theLongText, 9); });
+    utCheck("assign a text", [](auto &o) { o.deep = theLongText; });
+    utCheck("assign a string", [](auto &o) { o.deep = o.owned; });
+    utCheck("construct a copy", [](auto &) { UT_String(theLongText, 1); });
+    utCheck("construct a part", [](auto &) { UT_String(theLongText, 0, 5); });
+    utCheck("copy an always deep one", [](auto &o) { UT_String copy(o.deep); });
+    utCheck("swap", [](auto &o) { o.borrowed.swap(o.deep); });
+    utCheck("swap with null", [](auto &o) { o.null.swap(o.deep); });
+    utCheck("replace", [](auto &o) { o.owned.replace(0, 2, theLongText); });
+    utCheck("substitute", [](auto &o) { o.owned.substitute("o", "ooo"); });
+    utCheck(
+        "copy into a string",
+        [](auto &o) { o.buffer.copyIntoString(o.owned); });
+    utCheck("reserve", [](auto &o) { o.buffer.reserve(2001); });
+    utCheck(
+        "reserve again",
+        [](auto &o)
+        {
+            o.buffer.reserve(2001);
+            o.buffer.reserve(2002);
+        });
+    utCheck("append", [](auto &o) { o.buffer.append(theLongText); });
+    utCheck("append a byte", [](auto &o) { o.buffer.append('c'); });
+    utCheck("append a buffer", [](auto &o) { o.buffer.append(o.buffer); });
+    utCheck(
+        "protectedStrcat",
+        [](auto &o) { o.buffer.protectedStrcat("a \"b\" c"); });
+    utCheck(
+        "protectedStrcat its own",
+        [](auto &o) { o.buffer.protectedStrcat(o.buffer.buffer()); });
+    utCheck("sprintf", [](auto &o) { o.buffer.sprintf("%2500d", 1); });
+    utCheck("appendSprintf", [](auto &o) { o.buffer.appendSprintf("%d", 1); });
+    utCheck(
+        "appendSprintf much",
+        [](auto &o) { o.buffer.appendSprintf("%2500d", 1); });
+    utCheck("write", [](auto &o) { o.buffer.write(1999, 'w'); });
+    utCheck(
+        "lock",
+        [](auto &o)
+        {
+            o.buffer.lock(0, 2001);
+            o.buffer.release();
+        });
+    utCheck(
+        "getNextToken",
+        [](auto &o)
+        {
+            const std::string word(2500, 'w');
+            const char *cursor = word.c_str();
+            o.buffer.getNextToken(cursor, " ");
+        });
+    utCheck(
+        "strcatFirstWord", [](auto &o) { o.buffer.strcatFirstWord("word"); });
+    utCheck("new UT_WorkArgs", [](auto &) { delete new UT_WorkArgs; });
+    utCheck("setArg", [](auto &o) { o.arguments.setArg(255, o.writable); });
+    utCheck("reserve slots", [](auto &o) { o.arguments.reserve(1000); });
 }
 
 TEST(UT_NoMemory, ArraysStayAsTheyWere)
 {
-    utExpectAllOrNothing(theArrayCases);
+    utCheck("resize", [](auto &o) { o.ints.resize(400); });
+    utCheck("resize an empty one", [](auto &) { UT_IntArray(5); });
+    utCheck("append", [](auto &o) { o.ints.append(1); });
+    utCheck("copy", [](auto &o) { UT_IntArray copy(o.ints); });
+    utCheck("assign", [](auto &o) { o.odds = o.many; });
+    utCheck("insert", [](auto &o) { o.ints.insert(1, 1u); });
+    utCheck("insert beyond", [](auto &o) { o.ints.insert(9u); });
+    utCheck("multipleInsert", [](auto &o) { o.ints.multipleInsert(1, 7); });
+    utCheck("concat", [](auto &o) { o.ints.concat(o.ints); });
+    utCheck("cycle", [](auto &o) { o.ints.cycle(1); });
+    utCheck("union", [](auto &o) { o.ints.sortedUnion(o.odds); });
+    utCheck(
+        "union into a third",
+        [](auto &o) { o.ints.sortedUnion(o.odds, o.evens); });
+    utCheck(
+        "intersection into a third",
+        [](auto &o) { o.ints.sortedIntersection(o.ints, o.evens); });
+    utCheck("heapPush", [](auto &o) { o.ints.heapPush(9); });
+    utCheck(
+        "take a vector",
+        [](auto &o) {
+            o.ints.fromStdVectorOfInts({1, 2, 3, 4, 5, 6, 7, 8, 9});
+        });
+    utCheck("append a float", [](auto &o) { o.floats.append(1); });
+    utCheck(
+        "append a pointer", [](auto &o) { o.pointers.append(&o.theTexts[4]); });
+    utCheck("move pointers", [](auto &o) { o.pointers.move(0, 2, 1); });
+    utCheck("append a string", [](auto &o) { o.strings.append("e"); });
+    utCheck("insert a string", [](auto &o) { o.strings.insert("e", 1); });
+    utCheck(
+        "insert a string in order",
+        [](auto &o) { o.strings.sortedInsert("bb", true, false); });
+    utCheck("copy strings", [](auto &o) { UT_StringArray copy(o.strings); });
+    utCheck("assign strings", [](auto &o) { o.others = o.strings; });
+    utCheck("merge strings", [](auto &o) { o.strings.merge(o.others); });
+    utCheck("add strings", [](auto &o) { o.others.resize(9); });
+    utCheck(
+        "take strings",
+        [](auto &o) {
+            o.others.fromStdVectorOfStrings({"1", "2", "3", "4", "5", "6"});
+        });
+    utCheck("sort strings", [](auto &o) { o.strings.sort(false, false); });
+    utCheck("insert an object", [](auto &o) { o.objects.insert(1); });
+    utCheck("insert objects beyond", [](auto &o) { o.objects.insert(9); });
 }
 
 TEST(UT_NoMemory, TablesAndPoolsStayAsTheyWere)
 {
     const int lowestFree = utLowestFreeDescriptor();
-    utExpectAllOrNothing(theOtherCases);
+    utCheck(
+        "add a symbol", [](auto &o) { o.table.addSymbol("new", UT_Thing(2)); });
+    utCheck("make a name", [](auto &o) { free(o.table.newName("known")); });
+    utCheck("make a socket", [](auto &) { UT_NetSocket("host", 1, true, 0); });
+    utCheck("make a listener", [](auto &) { UT_NetSocket(0, true); });
+    utCheck("name a directory", [](auto &) { free(UTgetDefaultTmpDir()); });
+    utCheck(
+        "allocate a page",
+        [](auto &)
+        {
+            UT_FixedAllocator pool(16, /*reclaim=*/true, 4);
+            pool.deallocate(pool.allocate());
+        });
     EXPECT_EQ(lowestFree, utLowestFreeDescriptor()); // no socket is left
 }
 

@@ -94,8 +94,6 @@ function answer(request) {
     const text = /<!\[CDATA\[(.*)\]\]>/s.exec(request.toString("latin1"))[1];
     if (text === "silence")
         return null;
-    if (text === "bytes")
-        return Buffer.from(Array.from({ length: 128 }, (_, i) => 128 + i));
     if (/^digits \d+$/.test(text))
         return Buffer.from("0123456789".repeat(Number(text.slice(7)) / 10));
     return Buffer.from(text, "latin1");
@@ -250,15 +248,13 @@ test("the application gets exactly the bytes of the envelope", async () => {
     ]);
 });
 
-for (const units of [900000, 20000000]) {
-    test(`a reply of ${units} bytes arrives whole`, async () => {
-        assert.equal(
-            await call(`
-                const reply = await valdrin.Run("digits " + args[0]);
-                return reply === "0123456789".repeat(args[0] / 10);`, units),
-            true);
-    });
-}
+test("a reply of 20 MB arrives whole", async () => {
+    assert.equal(
+        await call(`
+            const reply = await valdrin.Run("digits " + args[0]);
+            return reply === "0123456789".repeat(args[0] / 10);`, 20000000),
+        true);
+});
 
 test("a command of 1 MiB arrives whole, one unit more is refused", async () => {
     assert.equal(
@@ -269,13 +265,6 @@ test("a command of 1 MiB arrives whole, one unit more is refused", async () => {
     const { error } =
         await tryCall(`await valdrin.Run("y".repeat(args[0]));`, MIB + 1);
     assert.equal(error.code, "argument");
-});
-
-test("bytes that are no UTF-8 arrive as one character each", async () => {
-    const expected =
-        Array.from({ length: 128 }, (_, i) => String.fromCharCode(128 + i));
-    assert.equal(
-        await call(`return valdrin.Run("bytes");`), expected.join(""));
 });
 
 test("every plane of Unicode goes both ways", async () => {
@@ -381,30 +370,9 @@ test("documents without an origin of their own have no class", async () => {
 
 // Calls that the class would never send, as a page can forge them.
 const FORGED = [
-    { name: "an unknown method", method: "Quit", args: [] },
-    { name: "the settings' own method", method: "Check", args: [32153] },
-    { name: "__proto__", method: "__proto__", args: [] },
-    { name: "constructor", method: "constructor", args: [] },
-    { name: "no method", args: [] },
-    { name: "a method in a list", method: ["Run"], args: ["x"] },
-    { name: "no arguments", method: "Run" },
-    { name: "too few", method: "Run", args: [] },
-    { name: "too many", method: "Run", args: ["x", "y"] },
-    { name: "a number as text", method: "Run", args: [1] },
-    { name: "null as text", method: "StashString", args: [null] },
-    { name: "a list as text", method: "Run", args: [["x"]] },
-    { name: "a NUL", method: "Run", args: ["a\0b"] },
-    { name: "a long text", method: "Run", args: ["y".repeat(MIB + 1)] },
-    { name: "a port as text", method: "SetSocketPortNum", args: ["32153"] },
-    { name: "half a port", method: "SetSocketPortNum", args: [1.5] },
-    {
-        name: "a port that is not listed",
-        method: "SetSocketPortNum", args: [32154], code: "port",
-    },
-    {
-        name: "a listed port by another number",
-        method: "SetSocketPortNum", args: [32153 + 65535], code: "port",
-    },
+    { method: "Check", args: [32153], code: "argument" }, // the settings' own
+    { method: "Run", args: ["a\0b"], code: "argument" },
+    { method: "SetSocketPortNum", args: [32154], code: "port" },
 ];
 
 test("forged calls are refused, each with its code", async () => {
@@ -423,72 +391,36 @@ test("forged calls are refused, each with its code", async () => {
         while (codes.size < args[0].length)
             await new Promise((resolve) => setTimeout(resolve, 10));
         return args[0].map((_, index) => codes.get(1000 + index));`, FORGED);
-    FORGED.forEach(({ name, code = "argument" }, index) => {
-        assert.equal(codes[index], code, name);
-    });
+    assert.deepEqual(codes, FORGED.map(({ code }) => code));
     assert.equal(await call(`return valdrin.Run("next");`), "next");
 });
 
 test("an aborted call is dropped at once and others go on", async () => {
-    assert.deepEqual(
+    assert.equal(
         await call(`
             const controller = new AbortController();
-            const { signal } = controller;
-            const aborted = valdrin.Run("silence", { signal })
-                .catch((error) => error.name);
-            const early = valdrin.Run("x", { signal: AbortSignal.abort("why") })
-                .catch((reason) => reason);
-            const wrong = valdrin.Run("x", { signal: {} })
-                .catch((error) => error.code);
+            const aborted =
+                valdrin.Run("silence", { signal: controller.signal });
             controller.abort();
-            return [await aborted, await early, await wrong];`),
-        ["AbortError", "why", "argument"]);
+            return aborted.catch((error) => error.name);`),
+        "AbortError");
     // It runs to its end, in vain here, until the user has enough of it.
     await disconnect(site.origin);
     assert.equal(await call(`return valdrin.Run("after");`), "after");
 });
 
-test("a flood is answered or refused, and the next call works", async () => {
-    const counts = await call(`
-        const counts = {};
-        const settled = Array.from({ length: 20000 }, (_, i) =>
-            valdrin.GetStashedString().then(() => "done", (e) => e.code)
-                .then((code) => counts[code] = (counts[code] ?? 0) + 1));
-        await Promise.all(settled);
-        return counts;`);
-    assert.equal(counts.done + counts.busy, 20000);
-    assert.ok(counts.done >= 264, `${counts.done} were answered`);
-    assert.equal(await call(`return valdrin.Run("next");`), "next");
-});
-
-for (const kind of [
-    "wrongId", "halfFrame", "overLong", "noJson", "noText", "noCode", "die",
-]) {
-    // Chromium drops what is no JSON without a word: that host just hangs.
-    const skip = kind === "noJson" && process.env.BROWSER === "chromium";
-    test(`a host that lies or dies is ended: ${kind}`, { skip }, async () => {
+// What is wrong in their answers is found by Answers or by the browser itself.
+for (const kind of ["wrongId", "halfFrame", "overLong", "die"]) {
+    test(`a host that lies or dies is ended: ${kind}`, async () => {
         await disconnect(site.origin);
         await useFake(kind);
         const { error } =
             await browser.run(`await new ValdrinConnection().Run("x");`);
-        await useFake("echo");
         assert.equal(error.code, "host");
-        assert.deepEqual(
-            await browser.run(`return new ValdrinConnection().Run("next");`),
-            { value: "next" });
+        await session.useHost(BRIDGE);
+        assert.equal(await call(`return valdrin.Run("next");`), "next");
     });
 }
-
-test("a host that answers twice is ended, with its calls", async () => {
-    await disconnect(site.origin);
-    await useFake("twice");
-    const { value } = await browser.run(
-        `return new ValdrinConnection().Run("x");`);
-    assert.equal(value, "");
-    await waitForHosts(0);
-    await session.useHost(BRIDGE);
-    assert.equal(await call(`return valdrin.Run("next");`), "next");
-});
 
 test("a host that hangs holds up only its own site", async () => {
     await open();

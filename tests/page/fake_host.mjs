@@ -1,4 +1,4 @@
-// A host that lies, dies or hangs: fake_host.mjs KIND ARGUMENTS...
+// A host that lies or dies, or keeps a text: fake_host.mjs KIND ARGUMENTS...
 // It reads one request after the other and does as its kind says.
 
 import { writeSync } from "node:fs";
@@ -18,19 +18,9 @@ function send(bytes) {
 }
 
 const theKinds = {
-    echo({ id, args }) {
-        const part = String(args[0] ?? "");
-        send(frame(JSON.stringify({ id, part, last: true })));
-    },
     wrongId({ id }) {
         const part = "for somebody else";
         send(frame(JSON.stringify({ id: id + 1000, part, last: true })));
-    },
-    twice({ id, method }) {
-        const answer = frame(JSON.stringify({ id, part: "", last: true }));
-        send(answer);
-        if (method === "Run")
-            send(answer);
     },
     halfFrame({ id }) {
         send(frame(JSON.stringify({ id, part: "half" }), 1000));
@@ -39,15 +29,6 @@ const theKinds = {
     overLong({ id }) {
         const part = "x".repeat(1024 * 1024);
         send(frame(JSON.stringify({ id, part, last: true })));
-    },
-    noJson() {
-        send(frame("{"));
-    },
-    noText({ id }) {
-        send(frame(JSON.stringify({ id, part: 7, last: true })));
-    },
-    noCode({ id }) {
-        send(frame(JSON.stringify({ id, error: "origin", message: "no" })));
     },
     // Keeps a text, gives it back, or gives as many digits as are asked for.
     stash({ id, method, args }) {
@@ -67,7 +48,6 @@ const theKinds = {
     die() {
         process.exit(1);
     },
-    hang() {},
 };
 
 let bytes = Buffer.alloc(0);

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <utility>
 
@@ -108,12 +107,17 @@ struct ut_ScanModel
     }
     bool isSpace() const { return is(" \t\n\v\f\r"); }
 
-    int peekSigned() const { return int8(peek()); }
-    bool take(std::string &out, size_t count)
+    int get()
+    {
+        const int next = int8(peek());
+        ++at;
+        return next;
+    }
+    int take(std::string &out, size_t count)
     {
         out = text.substr(at, count);
         at += out.size();
-        return !out.empty();
+        return int(out.size());
     }
     bool skipSpace()
     {
@@ -210,87 +214,78 @@ struct ut_ScanModel
     }
 };
 
-// An operation of a buffer beside the one of the model. Both put what they
-// read into `out`, or leave it alone; `count` is for reading by bytes.
-struct ut_ScanOperation
-{
-    const char *name;
-    int (*scan)(
-        UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &isFloat, int count);
-    int (*model)(ut_ScanModel &model, std::string &out, int count);
-};
-
-inline const ut_ScanOperation theScanOperations[] = {
-    {"getLine",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int) -> int
-     { return buffer.getLine(out); },
-     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
-     { return model.line(out, '\n'); }  },
-    {"getLine up to a byte of 128",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int) -> int
-     { return buffer.getLine(out, '\x80'); },
-     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
-     { return model.line(out, '\x80'); }},
-    {"skipLine",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &,    bool &,        int) -> int
-     { return buffer.skipLine(); },
-     [](ut_ScanModel &model,                                                                                                              std::string &,    int) -> int
-     { return model.skipLine(); }          },
-    {"skipLeadingWhitespace",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &,    bool &,        int) -> int
-     { return buffer.skipLeadingWhitespace(); },
-     [](ut_ScanModel &model,                                                                                                              std::string &,    int) -> int
-     { return model.skipSpace(); }         },
-    {"getWord",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int) -> int
-     { return buffer.getWord(out); },
-     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
-     { return model.word(out); }        },
-    {"getNumber",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &isFloat, int) -> int
-     { return buffer.getNumber(out, isFloat); },
-     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
-     { return model.number(out); }      },
-    {"getString",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int) -> int
-     { return buffer.getString(out); },
-     [](ut_ScanModel &model,                                                                                                              std::string &out, int) -> int
-     { return model.string(out); }      },
-    {"peekc and getc",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &,    bool &,        int)
-     {
-         const int next = buffer.peekc();
-         const int differs = -1000;
-         return buffer.getc() == next ? next : differs;
-     },                                                 [](ut_ScanModel &model, std::string &,    int)
-     {
-         const int next = model.peekSigned();
-         ++model.at;
-         return next;
-     }                                     },
-    {"bread",
-     [](UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &,        int count)
-     {
-         const int64 start = buffer.tellg();
-         char bytes[64];
-         const int found = buffer.bread(bytes, count);
-         out.clear();
-         out.append(bytes, found);
-         // Finding less may be an error, which only a seek takes back.
-         if (buffer.hasError())
-             buffer.seekg(start + found, 0);
-         return found;
-     },                                                 [](ut_ScanModel &model, std::string &out, int count)
-     {
-         model.take(out, size_t(count));
-         return int(out.size());
-     }                                  },
-};
-
 inline std::string
 utTextOf(const UT_WorkBuffer &buffer)
 {
     return std::string(buffer.buffer(), size_t(buffer.length()));
+}
+
+// Reads `count` bytes, or what there is, into `out`.
+inline int
+utReadBytes(UT_IStreamBuf &buffer, UT_WorkBuffer &out, int count)
+{
+    const int64 start = buffer.tellg();
+    char bytes[64];
+    const int found = buffer.bread(bytes, count);
+    out.clear();
+    out.append(bytes, found);
+    // Finding less may be an error, which only a seek takes back.
+    if (buffer.hasError())
+        buffer.seekg(start + found, 0);
+    return found;
+}
+
+// What an operation returned, and what that of the model did.
+struct ut_ScanResult
+{
+    const char *name;
+    int result;
+    int modelled;
+};
+
+static constexpr unsigned theScanOperations = 9;
+
+// Does operation `number` with both, which put what they read into `out` and
+// `expected`, or leave these alone. `count` is for reading by bytes.
+inline ut_ScanResult
+utScanBoth(
+    unsigned number, int count, UT_IStreamBuf &buffer, UT_WorkBuffer &out,
+    bool &isFloat, ut_ScanModel &model, std::string &expected)
+{
+    switch (number)
+    {
+    case 0:
+        return {"getLine", buffer.getLine(out), model.line(expected, '\n')};
+    case 1:
+        return {
+            "getLine up to a byte of 128", buffer.getLine(out, '\x80'),
+            model.line(expected, '\x80')};
+    case 2:
+        return {"skipLine", buffer.skipLine(), model.skipLine()};
+    case 3:
+        return {
+            "skipLeadingWhitespace", buffer.skipLeadingWhitespace(),
+            model.skipSpace()};
+    case 4:
+        return {"getWord", buffer.getWord(out), model.word(expected)};
+    case 5:
+        return {
+            "getNumber", buffer.getNumber(out, isFloat),
+            model.number(expected)};
+    case 6:
+        return {"getString", buffer.getString(out), model.string(expected)};
+    case 7:
+    {
+        const int next = buffer.peekc();
+        const int differs = -1000;
+        const int got = buffer.getc() == next ? next : differs;
+        return {"peekc and getc", got, model.get()};
+    }
+    default:
+        return {
+            "bread", utReadBytes(buffer, out, count),
+            model.take(expected, size_t(count))};
+    }
 }
 
 // Has `buffer`, which is at the front of `text`, scanned as `next` chooses, and
@@ -304,8 +299,6 @@ utScanMismatch(
     while (model.at < text.size())
     {
         const unsigned choice = next() % 256;
-        const ut_ScanOperation &operation =
-            theScanOperations[choice % std::size(theScanOperations)];
         const int count = int(choice / 4);
         const size_t from = model.at;
         // A locked buffer takes nothing.
@@ -315,14 +308,15 @@ utScanMismatch(
         if (isLocked)
             out.lock(0, 0);
         bool isFloat = model.isFloat;
-        const int result = operation.scan(buffer, out, isFloat, count);
         std::string expected = "old";
-        const int modelled = operation.model(model, expected, count);
+        const ut_ScanResult step = utScanBoth(
+            choice % theScanOperations, count, buffer, out, isFloat, model,
+            expected);
         if (isLocked)
             expected = "old";
 
         const char *difference = nullptr;
-        if (result != modelled)
+        if (step.result != step.modelled)
             difference = "the result";
         else if (buffer.tellg() != int64(model.at))
             difference = "the place";
@@ -331,7 +325,7 @@ utScanMismatch(
         else if (isFloat != model.isFloat)
             difference = "the kind of number";
         if (difference)
-            return operation.name + std::string(" at ") + std::to_string(from) +
+            return step.name + std::string(" at ") + std::to_string(from) +
                    ": " + difference;
     }
     // All is read; what can seek back shows it whole.

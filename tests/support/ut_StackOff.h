@@ -2,14 +2,13 @@
 // for size, leave the stack at any multiple of four bytes.
 //
 //     theStackOff = 12;
-//     EXPECT_EQ(0, utCallOff(VM_Math::dot, a, b, 0u));
+//     EXPECT_EQ(0, utCallOff(NSGetModule, nullptr, nullptr, &module));
 
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
 
 // How many bytes below a multiple of 16 the stack is at the calls that follow:
 // 0, 4, 8 or 12. Only 32-bit x86 takes notice.
@@ -53,29 +52,15 @@ template <class Result>
 using ut_Thunk = Result (*)(
     uint32_t off, const void *function, const uint32_t *words, size_t count);
 
-// Words that an argument takes on the stack; a reference is an address.
+// The word that an argument is on the stack.
 template <class Parameter>
-constexpr size_t
-utWordsOf()
+uint32_t
+utWordOf(Parameter argument)
 {
-    if constexpr (std::is_reference_v<Parameter>)
-        return 1;
-    else
-        return (sizeof(Parameter) + 3) / 4;
-}
-
-// Writes an argument to `next` as it lies on the stack, and moves past it.
-template <class Parameter>
-void
-utPushArgument(uint32_t *&next, Parameter argument)
-{
-    if constexpr (std::is_reference_v<Parameter>)
-        utPushArgument(next, &argument);
-    else
-    {
-        memcpy(next, &argument, sizeof(argument));
-        next += utWordsOf<Parameter>();
-    }
+    static_assert(sizeof(argument) == 4);
+    uint32_t word;
+    memcpy(&word, &argument, sizeof(word));
+    return word;
 }
 #endif
 
@@ -94,12 +79,10 @@ utCallOff(
 {
 #ifdef __i386__
     // Not on the heap, where a test may allow no more blocks.
-    constexpr size_t count = (size_t(0) + ... + utWordsOf<Parameters>());
-    uint32_t words[count + 1] = {};
-    [[maybe_unused]] uint32_t *next = words;
-    (utPushArgument<Parameters>(next, arguments), ...);
+    const uint32_t words[] = {utWordOf<Parameters>(arguments)...};
     return reinterpret_cast<ut_Thunk<Result>>(utCallWithStackOff)(
-        theStackOff, reinterpret_cast<const void *>(function), words, count);
+        theStackOff, reinterpret_cast<const void *>(function), words,
+        sizeof...(arguments));
 #else
     return function(arguments...);
 #endif

@@ -44,10 +44,6 @@ export class Chromium {
         return chromium;
     }
 
-    get pid() {
-        return this.#process.pid;
-    }
-
     get manifestCallers() {
         const origin = `chrome-extension://${this.#extensionId}/`;
         return { allowed_origins: [origin] };
@@ -258,9 +254,9 @@ export class Chromium {
         await this.closeTab(back);
     }
 
-    async screenshot(file, { full = true } = {}) {
+    async screenshot(file) {
         const { data } = await this.#send("Page.captureScreenshot", {
-            captureBeyondViewport: full,
+            captureBeyondViewport: true,
         });
         await writeFile(file, Buffer.from(data, "base64"));
     }

@@ -287,9 +287,9 @@ export class Firefox {
         await this.#send("Marionette:SetContext", { value: "content" });
     }
 
-    async screenshot(file, { full = true } = {}) {
+    async screenshot(file) {
         const { value } = await this.#send(
-            "WebDriver:TakeScreenshot", { full });
+            "WebDriver:TakeScreenshot", { full: true });
         await writeFile(file, Buffer.from(value, "base64"));
     }
 
