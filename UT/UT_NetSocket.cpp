@@ -17,10 +17,12 @@
 #include <cstring>
 #include <memory>
 #include <type_traits>
+#include <typeinfo>
 
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -30,6 +32,13 @@ static_assert(std::is_trivially_destructible_v<UT_Lock>);
 
 // Bytes that a message is read by.
 static const int theChunkSize = 8191;
+
+// From this length on a message is long, and may be read by larger parts.
+static const int theLongMessage = 1 << 16;
+static const int theLargePart = 1 << 16;
+
+// Bytes whose pages are asked for at once.
+static const int thePagesSize = 1 << 20;
 
 UT_NetSocket::UT_NetSocket()
     : myHostName(nullptr), myPort(0), mySocket(-1), myRemoteAddress(0),
@@ -388,17 +397,78 @@ int
 UT_NetSocket::read(UT_WorkBuffer &out, int timeoutMs, bool untilNul)
 {
     out.clear();
+    // A subclass sees each read.
+    const bool isPlain = typeid(*this) == typeid(UT_NetSocket);
+    int touched = 0;
     int result = waitForDataOrTimeout(timeoutMs);
     while (!result && goesOn(out, untilNul))
     {
-        char chunk[theChunkSize];
+        const bool hasRoom = out.capacity() - out.length() > theChunkSize;
         int got = 0;
-        result = read(chunk, theChunkSize, &got, -1);
+        result = isPlain && hasRoom && !out.isLocked()
+                     ? readIntoStorage(out, got, touched)
+                     : readPart(out, got);
         if (got < 1)
             break; // the peer closed, or the read failed
-        if (!result)
-            out.append(chunk, got);
     }
+    return result;
+}
+
+int
+UT_NetSocket::readPart(UT_WorkBuffer &out, int &got)
+{
+    char chunk[theChunkSize];
+    const int result = read(chunk, theChunkSize, &got, -1);
+    if (!result && got > 0)
+        out.append(chunk, got);
+    return result;
+}
+
+// Has the system provide the pages of `count` bytes: one by one, as the bytes
+// arrive, they would cost several times as much. Storage that was in use before
+// has its pages, and then a look at the last one is enough. A system that cannot
+// provide them refuses, and nothing is lost.
+static void
+utProvidePages(char *bytes, int count)
+{
+#ifdef MADV_POPULATE_WRITE
+    const size_t pageSize = size_t(sysconf(_SC_PAGESIZE));
+    const size_t before = uintptr_t(bytes) % pageSize;
+    char *const first = bytes - before;
+    const size_t size = size_t(count) + before;
+    unsigned char isThere = 0;
+    if (!mincore(first + (size - 1) / pageSize * pageSize, 1, &isThere) &&
+        !(isThere & 1))
+        (void)madvise(first, size, MADV_POPULATE_WRITE);
+#else
+    (void)bytes;
+    (void)count;
+#endif
+}
+
+// Does what readPart() does, without a copy of the bytes, and with fewer calls
+// for a long message. That makes no difference to where the message ends: what
+// one call returns was waiting, so the calls for its parts would have gone on.
+// The storage needs room for a part, so that it grows as by appends.
+int
+UT_NetSocket::readIntoStorage(UT_WorkBuffer &out, int &got, int &touched)
+{
+    char *const end = out.myBuffer + out.myLength;
+    const int room = out.myAllocatedSize - 1 - out.myLength;
+    int size = theChunkSize;
+    if (out.myLength >= theLongMessage)
+    {
+        size = std::min(theLargePart, room);
+        if (touched - out.myLength < size)
+        {
+            const int count = std::min(thePagesSize, room);
+            utProvidePages(end, count);
+            touched = out.myLength + count;
+        }
+    }
+    const int result = UT_NetSocket::read(end, size, &got, -1);
+    out.myLength += got;
+    out.myBuffer[out.myLength] = '\0';
     return result;
 }
 

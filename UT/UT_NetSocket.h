@@ -151,8 +151,9 @@ public:
     ///
     /// The message is collected by calls of read() for at most 8191 bytes each,
     /// and dataAvailable() is called only where its result decides whether the
-    /// message continues. The only allocations are those of `out`, which
-    /// doubles.
+    /// message continues. A socket that is not of a subclass reads the rest of
+    /// a long message in larger parts, to the same result. The only allocations
+    /// are those of `out`, which doubles.
     virtual int read(UT_WorkBuffer &out, int timeoutMs, bool untilNul);
 
     /// Waits as waitForDataOrTimeout() does and copies up to `len` of the bytes
@@ -353,6 +354,8 @@ private:
     UT_LOCAL bool connectPatiently(const char *host);
     UT_LOCAL int waitForConnect(int timeoutMs);
     UT_LOCAL bool goesOn(const UT_WorkBuffer &out, bool untilNul);
+    UT_LOCAL int readPart(UT_WorkBuffer &out, int &got);
+    UT_LOCAL int readIntoStorage(UT_WorkBuffer &out, int &got, int &touched);
     [[nodiscard]] UT_LOCAL int resultOfError(int error) const;
 
     // Programs derive from sockets: order and size stay.

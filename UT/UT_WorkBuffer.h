@@ -233,8 +233,10 @@ private:
     UT_LOCAL UT_PRINTF(3, 0) int appendLongFormatted(
         unsigned size, const char *format, va_list args);
 
-    // Writes short lines and words to the storage without a call.
+    // They write to the storage itself: short lines and words, and what a
+    // socket receives.
     friend class UT_IStreamBuf;
+    friend class UT_NetSocket;
 
     // Programs hold work buffers by value: order and size stay.
     char *myBuffer;      // myStackBuffer, or a malloc'ed block

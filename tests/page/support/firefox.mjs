@@ -102,10 +102,6 @@ export class Firefox {
         return firefox;
     }
 
-    get pid() {
-        return this.#process.pid;
-    }
-
     async #start(home, more) {
         const profile = path.join(home, "profile");
         await mkdir(profile, { recursive: true });
