@@ -4,11 +4,11 @@
     pack.py VERSION ARCHIVE FOLDER
 
 The archive is for Firefox, the folder for Chromium; each gets the manifest
-without what only the other one knows, and the version. The same files give the
-same bytes, whenever and wherever they are packed.
+without what only the other one knows. The same files give the same bytes,
+whenever and wherever they are packed. The version of the manifest has to be
+VERSION.
 """
 
-import copy
 import json
 import pathlib
 import shutil
@@ -18,10 +18,9 @@ import zipfile
 SUFFIXES = {".css", ".html", ".js", ".json", ".mjs", ".png", ".svg"}
 
 
-def manifests(text, version):
+def manifests(text):
     """The manifests of Firefox and of Chromium, made of the common one."""
-    common = {**json.loads(text), "version": version}
-    firefox, chromium = copy.deepcopy(common), copy.deepcopy(common)
+    firefox, chromium = json.loads(text), json.loads(text)
     del firefox["key"], firefox["background"]["service_worker"]
     del chromium["browser_specific_settings"]
     del chromium["background"]["scripts"]
@@ -32,7 +31,7 @@ def manifests(text, version):
     ]
 
 
-def pack(source, version, archive, folder):
+def pack(source, archive, folder):
     shutil.rmtree(folder, ignore_errors=True)
     with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED) as packed:
         for file in sorted(source.rglob("*")):
@@ -41,21 +40,26 @@ def pack(source, version, archive, folder):
             name = file.relative_to(source).as_posix()
             data = other = file.read_bytes()
             if name == "manifest.json":
-                data, other = manifests(data, version)
+                data, other = manifests(data)
             # Without a date of its own an entry has that of 1980.
             entry = zipfile.ZipInfo(name)
             entry.compress_type = zipfile.ZIP_DEFLATED
             entry.external_attr = 0o644 << 16
             packed.writestr(entry, data)
-            unpacked = folder / name
-            unpacked.parent.mkdir(parents=True, exist_ok=True)
-            unpacked.write_bytes(other)
+            copy = folder / name
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            copy.write_bytes(other)
 
 
 def main():
     version, archive, folder = sys.argv[1:]
     source = pathlib.Path(__file__).parent
-    pack(source, version, pathlib.Path(archive), pathlib.Path(folder))
+    manifest = json.loads((source / "manifest.json").read_text())
+    if manifest["version"] != version:
+        sys.exit(
+            f"manifest.json: version {manifest['version']}, not {version}"
+        )
+    pack(source, archive, pathlib.Path(folder))
 
 
 main()

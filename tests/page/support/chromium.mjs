@@ -27,21 +27,19 @@ export class Chromium {
     #extensionId;
     #rest = [];
 
-    static async launch({ home, extension, isDark = false }) {
-        const chromium = new Chromium();
-        chromium.#start(home, isDark);
-        const { id } = await chromium.#send(
+    async launch({ home, extension, isDark = false }) {
+        this.#start(home, isDark);
+        const { id } = await this.#send(
             "Extensions.loadUnpacked", { path: extension }, null);
-        chromium.#extensionId = id;
+        this.#extensionId = id;
         const known = await readFile(
             path.join(extension, "chromium-id.txt"), "utf8");
         if (known.trim() !== id)
             throw new Error(`the extension's id is ${id}, not ${known}`);
         const { targetInfos } =
-            await chromium.#send("Target.getTargets", {}, null);
+            await this.#send("Target.getTargets", {}, null);
         const page = targetInfos.find((target) => target.type === "page");
-        await chromium.switchTo(page.targetId);
-        return chromium;
+        await this.switchTo(page.targetId);
     }
 
     get manifestCallers() {
@@ -271,6 +269,8 @@ export class Chromium {
     async grant() {}
 
     async close() {
+        if (!this.#process)
+            return;
         this.#send("Browser.close", {}, null).catch(() => {});
         await ended(this.#process);
     }

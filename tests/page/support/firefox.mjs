@@ -85,21 +85,19 @@ export class Firefox {
     // Starts the browser. `home` is a folder of its own; with `asks` it puts
     // its questions to the user, otherwise it answers them with yes. With
     // `isTimed` the clocks of pages are exact.
-    static async launch({
+    async launch({
         home, extension, asks = false, isDark = false, isTimed = false,
     }) {
-        const firefox = new Firefox();
-        await firefox.#start(home, {
+        await this.#start(home, {
             "extensions.webextOptionalPermissionPrompts": asks,
             "layout.css.prefers-color-scheme.content-override": isDark ? 0 : 1,
             "privacy.reduceTimerPrecision": !isTimed,
         });
-        await firefox.#send("WebDriver:NewSession", {});
-        await firefox.#send(
+        await this.#send("WebDriver:NewSession", {});
+        await this.#send(
             "WebDriver:SetTimeouts", { script: DEADLINE_MS });
-        await firefox.#send(
+        await this.#send(
             "Addon:Install", { path: extension, temporary: true });
-        return firefox;
     }
 
     async #start(home, more) {
@@ -295,7 +293,11 @@ export class Firefox {
 
     // Ends the browser and waits until it has ended.
     async close() {
-        if (!this.#socket || this.#socket.destroyed)
+        if (!this.#socket) {
+            this.#process?.kill("SIGKILL");
+            return;
+        }
+        if (this.#socket.destroyed)
             return;
         this.#socket.removeAllListeners("error");
         this.#socket.on("error", () => {});

@@ -30,7 +30,8 @@ export class Session {
         const session = new Session();
         session.home = await mkdtemp(path.join(os.tmpdir(), "valdrin-page-"));
         try {
-            session.browser = await kind.launch(
+            session.browser = new kind();
+            await session.browser.launch(
                 { home: session.home, extension: EXTENSION, ...options });
             await session.useHost(host);
         } catch (error) {
