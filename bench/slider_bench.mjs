@@ -1,6 +1,6 @@
 // When a slider of the example page moves an object in Blender, the rendering
 // takes most of the time: the way from the page to the application and back
-// takes a few milliseconds, in which the picture travels as well.
+// takes about ten milliseconds, in which the picture travels as well.
 //
 //   slider_bench.mjs BIN [MOVES]     BIN: the folder of the built programs
 //

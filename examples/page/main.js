@@ -36,8 +36,8 @@ function latestOnly(work) {
 }
 
 // One call at a time, and every answer is shown; of the calls that come
-// meanwhile only the last is made. A picture follows a slider so, even if the
-// slider is faster than the application.
+// meanwhile only the last is made. This way a picture follows a slider that is
+// faster than the application.
 function oneAtATime(work) {
     let wanted = null;
     let running = null;
