@@ -7,6 +7,7 @@
 #include "UT_Thread.h"
 #include "UT_ThreadImpl.h"
 
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 #include <new>
@@ -26,6 +27,38 @@ utSpinsBeforeSleep()
         theSpins.store(spins, std::memory_order_relaxed);
     }
     return spins;
+}
+
+// How many checks pay: as many as there may be while the checks find what they
+// wait for, few where they do not, because the job is long or other threads
+// need the processors. Each of many waits tries the full number, which shows
+// when that has changed.
+static std::atomic<int> theUsefulSpins(1 << 20);
+static const int theFewestSpins = 16;
+static const unsigned theWaitsToTrial = 64;
+
+static int
+utSpinsOfThisWait()
+{
+    static __thread unsigned theWaits
+        __attribute__((tls_model("initial-exec"))) = 0;
+    const int most = utSpinsBeforeSleep();
+    if (++theWaits % theWaitsToTrial == 0)
+        return most;
+    return std::min(most, theUsefulSpins.load(std::memory_order_relaxed));
+}
+
+static void
+utLearnFromSpins(int spins, bool isFound)
+{
+    const auto relaxed = std::memory_order_relaxed;
+    const int most = utSpinsBeforeSleep();
+    const int useful = std::min(theUsefulSpins.load(relaxed), most);
+    // What was enough this time will be with some to spare.
+    const int next = isFound ? std::max(useful, std::min(4 * spins, most))
+                             : std::max(useful / 2, theFewestSpins);
+    if (next != useful)
+        theUsefulSpins.store(next, relaxed);
 }
 
 void
@@ -258,12 +291,17 @@ UT_PThread::waitForState(int state)
     forgetParent();
     // A worker that has ended is asked for its state under the mutex, where
     // both have changed.
-    for (int spins = utSpinsBeforeSleep(); spins > 0 && myIsAlive; --spins)
+    const int most = utSpinsOfThisWait();
+    for (int spins = 0; spins < most && myIsAlive; ++spins)
     {
         if (myState.load() == state)
+        {
+            utLearnFromSpins(spins, /*isFound=*/true);
             return;
+        }
         utPause();
     }
+    utLearnFromSpins(most, /*isFound=*/false);
     const ut_WaitGuard guard(*this);
     while (!isReached(state))
         pthread_cond_wait(&myCondition, &myMutex);
