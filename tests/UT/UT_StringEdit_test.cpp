@@ -37,6 +37,8 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
          [](UT_String &s) { return s.stripStart(); }         },
         {"stripEnd, to nothing",               "///",       "",          3,
          [](UT_String &s) { return s.stripEnd("/"); }        },
+        {"substitute",                         "aba",       "xbx",       2,
+         [](UT_String &s) { return s.substitute("a", "x"); } },
         {"insert into null",                   nullptr,     nullptr,     0,
          [](UT_String &s) { return int(s.insert(1, "x")); }  },
         {"erase to the end",                   "ab",        "a",         1,
@@ -49,10 +51,14 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
             const char *const before = string.buffer();
             EXPECT_EQ(row.result, row.edit(string)) << row.what;
             EXPECT_STREQ(row.edited, string) << row.what;
+            const char *const after = string.buffer();
             if (row.result == 0)
             {
-                EXPECT_EQ(before, string.buffer()) << row.what;
+                EXPECT_EQ(before, after) << row.what;
+                continue;
             }
+            string.harden();
+            EXPECT_EQ(after, string.buffer()) << row.what << ": not its own";
         }
 }
 

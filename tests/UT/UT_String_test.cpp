@@ -114,8 +114,17 @@ TEST(UT_String, MovesAndSwapsTakeTheOwnershipAlong)
     EXPECT_STREQ("text", deep);
     EXPECT_TRUE(utOwns(deep));
     // Deliberate: no null comes in by an exchange.
-    UT_String null;
-    deep.swap(null);
+    for (const int isOwned : {0, 1})
+    {
+        UT_String null(nullptr, isOwned);
+        UT_String other(nullptr, isOwned);
+        deep.swap(null);
+        EXPECT_STREQ("", deep) << isOwned;
+        other.swap(deep);
+        EXPECT_STREQ("", deep) << isOwned;
+    }
+    const UT_String taken(std::move(deep));
+    deep.swap(deep); // with itself it leaves none, either
     EXPECT_STREQ("", deep);
 }
 

@@ -72,6 +72,18 @@ TEST(UT_SysResource, WideCountersShareAtMostTheWhole)
     utExpectShares(theCases);
 }
 
+TEST(UT_SysResource, FirstReportsTheIdleTimeSinceTheStart)
+{
+    std::ifstream file("/proc/stat");
+    std::string label;
+    double user, nice, system, idle;
+    file >> label >> user >> nice >> system >> idle;
+    UT_SysResource resource;
+    resource.update(false);
+    EXPECT_NEAR(
+        idle / (user + nice + system + idle), resource.idleFraction(), 0.01);
+}
+
 TEST(UT_SysResource, DescribesThisMachine)
 {
     UT_SysResource resource;
@@ -103,8 +115,9 @@ TEST(UT_ArenaInfo, WritesOneLine)
     EXPECT_EQ(0u, line.find("Memory:  "));
     EXPECT_GE(strtod(&line[9], &end), 0);
     EXPECT_EQ('B', end[2]);
-    const size_t last = line.find(". VM Size: ");
+    const std::string middle = " arena size. VM Size: ";
+    const size_t last = line.find(middle);
     ASSERT_NE(std::string::npos, last);
-    EXPECT_GT(strtod(&line[last + 11], &end), 0);
+    EXPECT_GT(strtod(&line[last + middle.size()], &end), 0);
     EXPECT_STREQ("B\n", end + 2);
 }
