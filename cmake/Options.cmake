@@ -36,14 +36,13 @@ if(VALDRIN_IS_X86_32)
     endif()
 endif()
 
-# Warnings are errors, for our own files only.
+# Warnings are for our own files only.
 add_library(valdrin_options INTERFACE)
 target_compile_options(
     valdrin_options
     INTERFACE -Wall
               -Wextra
               -Wpedantic
-              -Werror
               -Wcast-qual
               -Wconversion
               -Wextra-semi
@@ -56,6 +55,9 @@ target_compile_options(
               -Wsign-conversion
               -Wundef
               -Wvla)
+if(VALDRIN_WERROR)
+    target_compile_options(valdrin_options INTERFACE -Werror)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(valdrin_options INTERFACE -Wduplicated-cond
                                                      -Wlogical-op)

@@ -5,7 +5,8 @@ import subprocess
 import sys
 import unittest
 
-GENERATOR, TYPELIB = sys.argv[1:3]
+COMPONENT, TYPELIB = sys.argv[1:3]
+GENERATOR = f"{COMPONENT}/xptgen.py"
 
 EXPECTED = bytes.fromhex("""
     5850434f 4d0a5479 70654c69 620d0a1a 01020002 00000119 00000022 00000059
@@ -31,9 +32,14 @@ REFUSED = [
 
 
 class TypeLibrary(unittest.TestCase):
-    def test_the_built_file_is_the_expected_one(self):
-        with open(TYPELIB, "rb") as file:
-            self.assertEqual(EXPECTED, file.read())
+    def test_the_file_is_the_expected_one_and_can_be_made_again(self):
+        again = TYPELIB + ".again"
+        definition = f"{COMPONENT}/IValdrinConnection.idl"
+        subprocess.run(
+            [sys.executable, GENERATOR, definition, again], check=True)
+        for path in (TYPELIB, again):
+            with open(path, "rb") as file:
+                self.assertEqual(EXPECTED, file.read(), path)
 
     def test_what_it_cannot_write_is_refused_with_its_line(self):
         for text, line, message in REFUSED:

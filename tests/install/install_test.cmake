@@ -1,8 +1,11 @@
-# Installs BUILD into an empty folder, looks for what should be there, and
-# uses it.
+# Installs BUILD into empty folders, looks for what should be there, moves it,
+# uses it and removes it.
 
-set(prefix ${BUILD}/install_test)
-file(REMOVE_RECURSE ${prefix})
+set(work "${BUILD}/install test")
+set(installed ${work}/installed)
+set(prefix ${work}/moved)
+file(REMOVE_RECURSE ${work})
+separate_arguments(flags UNIX_COMMAND "${FLAGS}")
 
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result
@@ -10,24 +13,42 @@ function(run)
     if(NOT result EQUAL 0)
         message(FATAL_ERROR "${ARGN}: ${result}\n${output}")
     endif()
+    set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+function(expect_files folder)
+    foreach(path IN LISTS ARGN)
+        if(NOT EXISTS ${folder}/${path})
+            message(FATAL_ERROR "${path} is not installed")
+        endif()
+    endforeach()
+endfunction()
 
-foreach(path
-        ${LIBDIR}/libValdrinConnection.so
-        bin/valdrin
-        bin/valdrin-standin
-        include/SYS/SYS_Types.h
-        include/UT/UT_NetSocket.h
-        share/man/man1/valdrin.1
-        share/valdrin/IValdrinConnection.idl
-        share/valdrin/IValdrinConnection.xpt
-        share/valdrin/error/README)
-    if(NOT EXISTS ${prefix}/${path})
-        message(FATAL_ERROR "${path} is not installed")
+function(expect_none what)
+    if(ARGN)
+        message(FATAL_ERROR "${what}: ${ARGN}")
     endif()
-endforeach()
+endfunction()
+
+# ---- What is there
+
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${installed})
+expect_files(
+    ${installed}
+    ${LIBDIR}/libValdrinConnection.so
+    ${LIBDIR}/libValdrinConnection.so.1
+    bin/valdrin
+    bin/valdrin-standin
+    include/valdrin/SYS/SYS_Types.h
+    include/valdrin/UT/UT_NetSocket.h
+    share/doc/ValdrinConnection/README.md
+    share/doc/ValdrinConnection/docs/streams.md
+    share/man/man1/valdrin.1
+    share/valdrin/IValdrinConnection.idl
+    share/valdrin/IValdrinConnection.xpt
+    share/valdrin/error/README)
+file(GLOB_RECURSE internal ${installed}/include/*Impl.h)
+expect_none("internal headers are installed" ${internal})
 
 # The native host, what makes it known to browsers, and the extension. Browsers
 # look for these two below /usr and /etc.
@@ -41,31 +62,26 @@ function(expect_bridge folder sysconfdir prefix)
             message(FATAL_ERROR "${manifest} names ${path}")
         endif()
     endforeach()
-    foreach(path
-            bin/valdrin-bridge
-            share/man/man1/valdrin-bridge.1
-            share/chromium/extensions/valdrin-connection/manifest.json
-            share/mozilla/extensions/{ec8030f7-c20a-464f-9b0e-13a3a9e97384}/valdrin-connection@norvex.com.xpi
+    expect_files(
+        ${folder}
+        bin/valdrin-bridge
+        share/man/man1/valdrin-bridge.1
+        share/chromium/extensions/valdrin-connection/manifest.json
+        share/mozilla/extensions/{ec8030f7-c20a-464f-9b0e-13a3a9e97384}/valdrin-connection@norvex.com.xpi
     )
-        if(NOT EXISTS ${folder}/${path})
-            message(FATAL_ERROR "${path} is not installed")
-        endif()
-    endforeach()
 endfunction()
 
 if(HAS_BRIDGE)
-    expect_bridge(${prefix} etc ${prefix})
-    set(stage ${BUILD}/install_test_stage)
-    file(REMOVE_RECURSE ${stage})
+    expect_bridge(${installed} etc ${installed})
+    set(stage ${work}/stage)
     run(${CMAKE_COMMAND} -E env DESTDIR=${stage} ${CMAKE_COMMAND} --install
         ${BUILD} --prefix /usr)
     expect_bridge(${stage}/usr ../etc /usr)
 
     # One account, and how it is left.
-    set(home ${BUILD}/install_test_home)
-    file(REMOVE_RECURSE ${home})
+    set(home ${work}/home)
     set(page ${CMAKE_COMMAND} -E env --unset=XDG_DATA_HOME HOME=${home}
-             ${CMAKE_CURRENT_LIST_DIR}/../../scripts/install-page)
+             ${SOURCES}/scripts/install-page)
     run(${page} ${BUILD})
     set(name com.norvex.valdrinconnection.json)
     foreach(manifest .mozilla/native-messaging-hosts/${name}
@@ -76,25 +92,71 @@ if(HAS_BRIDGE)
     endforeach()
     run(${page} --uninstall)
     file(GLOB_RECURSE left ${home}/*)
-    if(left)
-        message(FATAL_ERROR "left after uninstalling: ${left}")
-    endif()
+    expect_none("left after uninstalling" ${left})
+endif()
 
-    # It finds its library where that was installed.
+# ---- What it is good for, wherever it is
+
+file(RENAME ${installed} ${prefix})
+if(HAS_BRIDGE)
     run(sh -c "'${prefix}/bin/valdrin-bridge' --check --port 1 --root '${stage}' | grep '^Library *${prefix}/${LIBDIR}/'")
 endif()
-
-file(GLOB_RECURSE internal ${prefix}/include/*Impl.h)
-if(internal)
-    message(FATAL_ERROR "internal headers are installed: ${internal}")
-endif()
-
-separate_arguments(flags UNIX_COMMAND "${FLAGS}")
-run(${COMPILER} ${flags} -std=c++17 -Wall -Wextra -Werror
-    -I ${prefix}/include ${SOURCE} -o ${prefix}/uses_toolkit
-    -L ${prefix}/${LIBDIR} -lValdrinConnection
-    -Wl,-rpath,${prefix}/${LIBDIR})
-run(${prefix}/uses_toolkit)
 run(${prefix}/bin/valdrin --version)
 run(${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH
     sh -c "'${prefix}/bin/valdrin' --port 1 eval 1 2>&1 | grep 'Could not connect'")
+
+# One for another word size is passed over.
+file(GLOB_RECURSE version ${prefix}/ValdrinConnectionConfigVersion.cmake)
+file(READ ${version} text)
+string(REGEX REPLACE "(CMAKE_SIZEOF_VOID_P STREQUAL) \"[48]\"" "\\1 \"16\"" text
+                     "${text}")
+set(other ${prefix}/lib/cmake/ValdrinConnection-16)
+file(WRITE ${other}/ValdrinConnectionConfigVersion.cmake "${text}")
+file(WRITE ${other}/ValdrinConnectionConfig.cmake
+     "message(FATAL_ERROR \"the package of another word size\")")
+set(consumer ${CMAKE_CURRENT_LIST_DIR}/consumer)
+set(project
+    ${CMAKE_COMMAND} -S ${consumer} -D CMAKE_CXX_COMPILER=${COMPILER} -D
+    CMAKE_EXPORT_COMPILE_COMMANDS=ON)
+run(${project} -B ${work}/package -D CMAKE_PREFIX_PATH=${prefix} -D
+    "CMAKE_CXX_FLAGS=${FLAGS} -Wall -Wextra -Werror")
+run(${CMAKE_COMMAND} --build ${work}/package)
+run(${work}/package/uses_toolkit)
+
+run(${CMAKE_COMMAND} -E env
+    PKG_CONFIG_LIBDIR=${prefix}/${LIBDIR}/pkgconfig
+    pkg-config --cflags --libs valdrinconnection)
+separate_arguments(options UNIX_COMMAND "${output}")
+run(${COMPILER} ${flags} -std=c++17 -Wall -Wextra -Werror
+    ${consumer}/uses_toolkit.cpp -o ${work}/uses_toolkit ${options}
+    -Wl,-rpath,${prefix}/${LIBDIR})
+run(${work}/uses_toolkit)
+
+# ---- The sources in another project, and without one
+
+run(${project} -B ${work}/sub -D SOURCES=${SOURCES} -D CMAKE_CXX_FLAGS=${FLAGS})
+file(READ ${work}/sub/compile_commands.json commands)
+string(REGEX MATCHALL "-Werror" strict "${commands}")
+expect_none("warnings are errors in others' projects" ${strict})
+string(REGEX MATCHALL "\"file\": \"${SOURCES}/(tests/[^i]|tools|bridge)" more
+             "${commands}")
+expect_none("others' projects build more than the library" ${more})
+file(READ ${work}/sub/valdrin/cmake_install.cmake rules)
+string(REGEX MATCHALL "file\\(INSTALL[^\n]*" more "${rules}")
+expect_none("others' projects install the library" ${more})
+
+run(${CMAKE_COMMAND} -S ${SOURCES} -B ${work}/plain -D
+    CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_CXX_FLAGS=${FLAGS} -D
+    CMAKE_EXPORT_COMPILE_COMMANDS=ON)
+file(READ ${work}/plain/compile_commands.json commands)
+if(NOT commands MATCHES "-O2[^\n]*UT_String.cpp")
+    message(FATAL_ERROR "not optimised: ${work}/plain")
+endif()
+
+# ---- Its end
+
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${installed})
+run(${CMAKE_COMMAND} --build ${BUILD} --target uninstall)
+file(GLOB_RECURSE left LIST_DIRECTORIES TRUE ${installed}/*)
+expect_none("left after uninstalling" ${left})
+file(REMOVE_RECURSE ${work})

@@ -1,0 +1,35 @@
+# Removes what BUILD was last installed as: its files, and the folders that are
+# empty without them.
+cmake_minimum_required(VERSION 3.25)
+set(manifest ${BUILD}/install_manifest.txt)
+if(NOT EXISTS ${manifest})
+    message(FATAL_ERROR "Nothing to remove: there is no ${manifest}, which "
+                        "cmake --install writes.")
+endif()
+file(STRINGS ${manifest} files)
+file(READ ${BUILD}/install_prefix.txt prefix)
+
+# These are there without us.
+set(kept / /etc /usr /usr/local ${prefix})
+foreach(system /usr /usr/local)
+    foreach(folder bin etc include lib lib32 share share/man)
+        list(APPEND kept ${system}/${folder})
+    endforeach()
+endforeach()
+
+foreach(file IN LISTS files)
+    file(REMOVE "$ENV{DESTDIR}${file}")
+    get_filename_component(folder "$ENV{DESTDIR}${file}" DIRECTORY)
+    while(NOT folder IN_LIST kept)
+        # It refuses one that is not empty.
+        execute_process(COMMAND rmdir -- "${folder}" RESULT_VARIABLE refused
+                        ERROR_QUIET)
+        if(refused AND EXISTS "${folder}")
+            break()
+        endif()
+        get_filename_component(folder "${folder}" DIRECTORY)
+    endwhile()
+endforeach()
+file(REMOVE ${manifest} ${BUILD}/install_prefix.txt)
+list(LENGTH files count)
+message("Removed ${count} files from ${prefix}.")
