@@ -21,8 +21,8 @@ union UT_Thing
     constexpr UT_Thing(void *value) : pointer(value) {}
     UT_Thing(int32 value) : pointer(nullptr) { integer = value; }
 
-    int32 integer;
-    void *pointer;
+    int32 integer; ///< the lower half of the word, or all of it
+    void *pointer; ///< all of the word
 };
 
 static_assert(sizeof(UT_Thing) == sizeof(void *));
@@ -57,9 +57,9 @@ public:
         static void operator delete(void *node, size_t size);
 
         // Order and size stay.
-        UT_Thing value;
-        const char *const name; // owned; from malloc()
-        UT_Sym *next;           // null at the end
+        UT_Thing value;         ///< what the name stands for
+        const char *const name; ///< owned; from malloc()
+        UT_Sym *next;           ///< null at the end
 
     private:
         friend class UT_SymList;
