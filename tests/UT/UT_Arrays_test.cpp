@@ -146,7 +146,7 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
     }
 }
 
-TYPED_TEST(UT_Arrays, SizesAreExactButAssignmentNeverShrinks)
+TYPED_TEST(UT_Arrays, ResizingGivesExactlyTheSlotsAskedFor)
 {
     using E = ut_Element<TypeParam>;
     TypeParam array = utFilled<TypeParam>(3, 3);
@@ -159,7 +159,15 @@ TYPED_TEST(UT_Arrays, SizesAreExactButAssignmentNeverShrinks)
     {
         EXPECT_EQ(4, std::count(array.data() + 2, array.data() + 6, E()));
     }
+    array.resize(0);
+    EXPECT_EQ(nullptr, array.data());
+    EXPECT_EQ(0u, array.entries());
+    EXPECT_EQ(0u, array.capacity());
+}
 
+TYPED_TEST(UT_Arrays, CopiesHaveNoRoomAndAssignmentNeverShrinks)
+{
+    TypeParam array = utFilled<TypeParam>(2, 6);
     const TypeParam copy(array);
     EXPECT_EQ(2u, copy.capacity());
     array.concat(array);
@@ -170,10 +178,6 @@ TYPED_TEST(UT_Arrays, SizesAreExactButAssignmentNeverShrinks)
     array = *&array;
     EXPECT_EQ(9u, array.capacity());
     EXPECT_TRUE(copy == array);
-    array.resize(0);
-    EXPECT_EQ(nullptr, array.data());
-    EXPECT_EQ(0u, array.entries());
-    EXPECT_EQ(0u, array.capacity());
 }
 
 // An array and a vector under the same random calls.
@@ -568,31 +572,35 @@ TEST(UT_Arrays, HeapsKeepTheirArrangementAlsoOfEqualElements)
 
 // ---- Each on its own
 
-TEST(UT_IntArray, OrdersMergesAndConvertsSignedIntegers)
+using ut_Ints = std::vector<int>;
+
+TEST(UT_IntArray, SortsAndConvertsSignedIntegers)
 {
-    using Ints = std::vector<int>;
     UT_IntArray array;
     array.fromStdVectorOfInts({7, INT_MIN, 3, 7});
     array.sortAscending();
     EXPECT_EQ(2, array.findAndRemove(7));
     EXPECT_EQ(-1, array.findAndRemove(8));
-    Ints values;
+    ut_Ints values;
     array.toStdVectorOfInts(values);
-    EXPECT_EQ((Ints{INT_MIN, 3, 7}), values);
+    EXPECT_EQ((ut_Ints{INT_MIN, 3, 7}), values);
     values = {INT_MIN, INT_MAX};
     EXPECT_EQ(1, UTcompareInts(&values[0], &values[1])); // deliberate: wraps
+}
 
-    // Only pairs across the arrays are dropped.
-    const auto merge = [](const Ints &a, const Ints &b, int direction, bool all)
+TEST(UT_IntArray, MergingDropsOnlyPairsAcrossTheArrays)
+{
+    const auto merge =
+        [](const ut_Ints &a, const ut_Ints &b, int direction, bool all)
     {
         auto target = utArray<UT_IntArray>(a);
         target.merge(utArray<UT_IntArray>(b), direction, all);
         return utValues(target);
     };
-    EXPECT_EQ((Ints{1, 1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 1, true));
-    EXPECT_EQ((Ints{1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 7, false));
-    EXPECT_EQ((Ints{3, 2, 1, 1, 1}), merge({3, 1, 1}, {2, 1}, 0, true));
-    EXPECT_EQ((Ints{3, 2, 1, 1}), merge({3, 1, 1}, {2, 1}, -5, false));
+    EXPECT_EQ((ut_Ints{1, 1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 1, true));
+    EXPECT_EQ((ut_Ints{1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 7, false));
+    EXPECT_EQ((ut_Ints{3, 2, 1, 1, 1}), merge({3, 1, 1}, {2, 1}, 0, true));
+    EXPECT_EQ((ut_Ints{3, 2, 1, 1}), merge({3, 1, 1}, {2, 1}, -5, false));
 }
 
 TYPED_TEST(UT_Arrays, ConstantFillsExactlyWhatIsInUse)
@@ -629,6 +637,11 @@ TEST(UT_FloatArray, TheToleranceWidensEquality)
     EXPECT_EQ(0, compare(1.0f, 1.05f));
     EXPECT_EQ(-1, compare(1.0f, 1.2f));
     EXPECT_EQ(1, compare(1.2f, 1.0f));
+}
+
+TEST(UT_FloatArray, AComparatorFindsWhatIsNearlyEqual)
+{
+    UTsetCompareFloatsTolerance(0.1f);
     auto array = utArray<UT_FloatArray>({1.0f, 2.0f, 3.0f});
     EXPECT_EQ(1, array.find(2.05f, UTcompareFloats));
     EXPECT_TRUE(array.isEqual(
@@ -638,9 +651,14 @@ TEST(UT_FloatArray, TheToleranceWidensEquality)
     EXPECT_EQ(4u, array.sortedInsert(9.0f, UTcompareFloats));
     EXPECT_EQ(
         (std::vector<float>{1.0f, 2.05f, 2.0f, 3.0f, 9.0f}), utValues(array));
-    // Equality within a tolerance is not transitive: 1.13 is greater than the
-    // root, but not than its left child, which is not greater than the root.
-    array = utArray<UT_FloatArray>({9.0f, 1.0f, 1.05f, 1.13f});
+}
+
+// Equality within a tolerance is not transitive: 1.13 is greater than the root,
+// but not than its left child, which is not greater than the root.
+TEST(UT_FloatArray, TheGreaterChildIsFoundFromTheRoot)
+{
+    UTsetCompareFloatsTolerance(0.1f);
+    auto array = utArray<UT_FloatArray>({9.0f, 1.0f, 1.05f, 1.13f});
     array.heapify(1, UTcompareFloats);
     EXPECT_EQ((std::vector<float>{9.0f, 1.13f, 1.05f, 1.0f}), utValues(array));
 }

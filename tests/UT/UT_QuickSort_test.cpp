@@ -292,7 +292,8 @@ TEST(UT_QuickSort, LongInputsTakeLittleStackAndTime)
             // Sorting would take 19 for each key.
             EXPECT_LT(theComparisons, 1200000u) << thePatterns[pattern];
             utSortKeys(sorter, keys, /*makeIndex=*/1);
-            EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+            EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()))
+                << thePatterns[pattern];
         }
         return nullptr;
     };
