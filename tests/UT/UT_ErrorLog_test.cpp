@@ -145,11 +145,6 @@ utExpectSequences(int64 start, int others)
     }
 }
 
-TEST(UT_ErrorLog, WhatComesAgainSoonIsLeftOut)
-{
-    utExpectSequences(1142355909, 0);
-}
-
 // Above a thousand texts, old ones are dropped.
 TEST(UT_ErrorLog, WhatComesAgainSoonIsLeftOutAmongManyTexts)
 {
