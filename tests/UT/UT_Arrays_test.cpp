@@ -423,6 +423,37 @@ TYPED_TEST(UT_Arrays, FindLooksAtEveryElementFromTheStart)
 
 // ---- Sorted sets
 
+// The ascending elements of one side, up to `limit` different ones.
+template <class E>
+static std::vector<E>
+utSorted(size_t count, size_t limit, std::mt19937 &random)
+{
+    std::vector<E> elements(count);
+    for (E &element : elements)
+        element = utElement<E>(random() % limit);
+    std::stable_sort(elements.begin(), elements.end(), utIsLess<E>);
+    return elements;
+}
+
+// An operation that replaces `x`, and the one that writes to another array.
+template <class Array, class InPlace, class Into>
+static void
+utExpectSet(
+    const char *name, const ut_Model<Array> &expected, const Array &x,
+    const InPlace &inPlace, const Into &into)
+{
+    SCOPED_TRACE(name);
+    const Array steady = utArray<Array>(expected); // single appends
+    Array replaced(x);
+    inPlace(replaced);
+    EXPECT_EQ(expected, utValues(replaced));
+    EXPECT_EQ(steady.capacity(), replaced.capacity());
+    Array written;
+    into(written);
+    EXPECT_EQ(expected, utValues(written));
+    EXPECT_EQ(steady.capacity(), written.capacity());
+}
+
 template <class Array, class... Compare>
 static void
 utCheckSets(Compare... compare)
@@ -435,45 +466,40 @@ utCheckSets(Compare... compare)
         // In two of three rounds one is much shorter, and every other time most
         // elements are there several times.
         const size_t limit = round % 2 == 0 ? 12 : 1000;
-        ut_Model<Array> a(random() % (round % 3 == 1 ? 20 : 600));
-        ut_Model<Array> b(random() % (round % 3 == 2 ? 20 : 600));
-        for (auto *side : {&a, &b})
-        {
-            for (E &element : *side)
-                element = utElement<E>(random() % limit);
-            std::stable_sort(side->begin(), side->end(), utIsLess<E>);
-        }
+        const size_t longestA = round % 3 == 1 ? 20 : 600;
+        const size_t longestB = round % 3 == 2 ? 20 : 600;
+        const auto a = utSorted<E>(random() % longestA, limit, random);
+        const auto b = utSorted<E>(random() % longestB, limit, random);
         const Array x = utArray<Array>(a);
         const Array y = utArray<Array>(b);
-        const auto expect = [&](auto algorithm, auto into, auto inPlace)
-        {
-            ut_Model<Array> expected;
-            algorithm(
-                a.begin(), a.end(), b.begin(), b.end(),
-                std::back_inserter(expected), utIsLess<E>);
-            const Array steady = utArray<Array>(expected); // single appends
-            Array results[] = {{}, x};
-            into(results[0]);
-            inPlace(results[1]);
-            for (const Array &result : results)
-            {
-                EXPECT_EQ(expected, utValues(result));
-                EXPECT_EQ(steady.capacity(), result.capacity());
-            }
-        };
-        expect(
-            [](auto... range) { std::set_union(range...); },
-            [&](Array &out) { x.sortedUnion(y, out, compare...); },
-            [&](Array &target) { target.sortedUnion(y, compare...); });
-        expect(
-            [](auto... range) { std::set_intersection(range...); },
-            [&](Array &out) { x.sortedIntersection(y, out, compare...); },
-            [&](Array &target) { target.sortedIntersection(y, compare...); });
+
+        ut_Model<Array> expected;
+        std::set_union(
+            a.begin(), a.end(), b.begin(), b.end(),
+            std::back_inserter(expected), utIsLess<E>);
+        utExpectSet(
+            "union", expected, x,
+            [&](Array &target) { target.sortedUnion(y, compare...); },
+            [&](Array &out) { x.sortedUnion(y, out, compare...); });
+
+        expected.clear();
+        std::set_intersection(
+            a.begin(), a.end(), b.begin(), b.end(),
+            std::back_inserter(expected), utIsLess<E>);
+        utExpectSet(
+            "intersection", expected, x,
+            [&](Array &target) { target.sortedIntersection(y, compare...); },
+            [&](Array &out) { x.sortedIntersection(y, out, compare...); });
+
+        expected.clear();
+        std::set_difference(
+            a.begin(), a.end(), b.begin(), b.end(),
+            std::back_inserter(expected), utIsLess<E>);
         if constexpr (std::is_same_v<Array, UT_IntArray>)
-            expect(
-                [](auto... range) { std::set_difference(range...); },
-                [&](Array &out) { x.sortedSetDifference(y, out); },
-                [&](Array &target) { target.sortedSetDifference(y); });
+            utExpectSet(
+                "difference", expected, x,
+                [&](Array &target) { target.sortedSetDifference(y); },
+                [&](Array &out) { x.sortedSetDifference(y, out); });
         else
             EXPECT_EQ(
                 std::includes(
