@@ -225,17 +225,6 @@ TEST(UT_StringMatch, LongSubjectsMatchAsTheModelSays)
     EXPECT_LT(matches, 3500);
 }
 
-TEST(UT_StringMatch, LongListsMatchAsTheirAlternativesDo)
-{
-    const ut_Strings items = {"a",   "b", "*", "?", "[ab]",
-                              "\\a", " ", ",", " ^"};
-    std::mt19937 random(1);
-    for (int i = 0; i < 4000; ++i)
-        utCheckList(
-            utRandomText(items, 60, random),
-            utRandomText({"a", "b"}, 6, random));
-}
-
 // Exponential in the stars, or as deep as there are, without what the search
 // remembers.
 TEST(UT_StringMatch, ManyStarsAreQuick)
