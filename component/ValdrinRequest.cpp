@@ -6,23 +6,27 @@
 #include <cstring>
 
 // Most texts have few brackets, so looking for those is the quickest; a run of
-// them is passed at once. The NUL after the text ends a run.
+// them is passed at once. The NUL after the text ends a run. Starts at the
+// first bracket, or at the NUL when there is none.
 static void
-utAppendCData(const char *text, size_t length, UT_WorkBuffer &out)
+utAppendCData(
+    const char *text, const char *bracket, size_t length, UT_WorkBuffer &out)
 {
     const char *const end = text + length;
-    const char *next = text;
     out.strcat("<![CDATA[");
-    while (const void *bracket = memchr(next, ']', size_t(end - next)))
+    while (bracket != end)
     {
-        const char *const run = static_cast<const char *>(bracket);
-        for (next = run + 1; *next == ']';)
+        const char *next = bracket + 1;
+        while (*next == ']')
             ++next;
-        if (*next != '>' || next - run < 2)
-            continue;
-        out.strcat(text, SYSnarrow<int>(next - 2 - text));
-        out.strcat("]]]]><![CDATA[>");
-        text = ++next;
+        if (*next == '>' && next - bracket >= 2)
+        {
+            out.strcat(text, SYSnarrow<int>(next - 2 - text));
+            out.strcat("]]]]><![CDATA[>");
+            text = ++next;
+        }
+        const void *const found = memchr(next, ']', size_t(end - next));
+        bracket = found ? static_cast<const char *>(found) : end;
     }
     out.strcat(text, SYSnarrow<int>(end - text));
     out.strcat("]]>");
@@ -32,20 +36,25 @@ void
 encodeAsCData(const char *text, UT_WorkBuffer &out)
 {
     out.clear();
-    utAppendCData(text, strlen(text), out);
+    const char *const bracket = strchrnul(text, ']');
+    utAppendCData(text, bracket, size_t(bracket - text) + strlen(bracket), out);
 }
 
 void
 buildXML(const char *text, const char *tag, UT_WorkBuffer &out)
 {
-    const size_t length = strlen(text);
+    const char *const bracket = strchrnul(text, ']');
+    const size_t length = size_t(bracket - text) + strlen(bracket);
     out.clear();
-    // All at once, for a text that has nothing to split.
-    out.reserve(SYSnarrow<unsigned>(length + 2 * strlen(tag) + 64));
+    // A text that may be split arrives in pieces, and all of them have room
+    // when there are few. Another grows the storage once anyway.
+    if (*bracket)
+        out.reserve(
+            SYSnarrow<unsigned>(length + length / 8 + 2 * strlen(tag) + 64));
     out.strcat("<?xml version=\"1.0\"?>\n<");
     out.strcat(tag);
     out.strcat(">");
-    utAppendCData(text, length, out);
+    utAppendCData(text, bracket, length, out);
     out.strcat("</");
     out.strcat(tag);
     out.strcat(">\n");
