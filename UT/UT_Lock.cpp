@@ -55,14 +55,25 @@ UT_Lock::operator=(const UT_Lock &source)
     return *this;
 }
 
+// The thread's id, without a call.
+static inline pthread_t
+utSelf()
+{
+    static __thread pthread_t theSelf
+        __attribute__((tls_model("initial-exec"))) = 0;
+    if (!theSelf)
+        theSelf = pthread_self();
+    return theSelf;
+}
+
 // An attempt at a recursive lock. Its owner need not touch the word: only a
 // thread that stores itself there can find itself there, so a stale answer does
 // no harm.
-bool
+inline bool
 UT_Lock::attemptRecursive()
 {
     const auto relaxed = std::memory_order_relaxed;
-    const pthread_t self = pthread_self();
+    const pthread_t self = utSelf();
     if (myOwner.load(relaxed) == self)
     {
         ++myDepth;

@@ -221,6 +221,26 @@ TEST(UT_WorkBuffer, FormatsAsTheLibraryDoes)
     }
 }
 
+TEST(UT_WorkBuffer, EachOfManyLongTextsKeepsItsLength)
+{
+    std::string texts[6];
+    std::string expected;
+    for (std::string &text : texts)
+    {
+        text.assign(expected.size() + 700, char('a' + expected.size() % 26));
+        expected += text;
+    }
+    UT_WorkBuffer buffer;
+    EXPECT_EQ(
+        int(expected.size()),
+        buffer.sprintf(
+            "%s%s%.9999s%s%s%s%c", texts[0].c_str(), texts[1].c_str(),
+            texts[2].c_str(), texts[3].c_str(), texts[4].c_str(),
+            texts[5].c_str(), '!') -
+            1);
+    EXPECT_EQ(expected + "!", utText(buffer));
+}
+
 TEST(UT_WorkBuffer, ConversionsThatOnlyTheLibraryKnowsCountAllThatIsWritten)
 {
     UT_WorkBuffer buffer;
