@@ -221,18 +221,20 @@ static const ut_Case theArrayCases[] = {
 };
 
 static const ut_Case theOtherCases[] = {
-    {"add a symbol",
-     [](ut_Objects &o) { o.table.addSymbol("new", UT_Thing(2)); }              },
-    {"make a name",      [](ut_Objects &o) { free(o.table.newName("known")); } },
-    {"make a socket",    [](ut_Objects &) { UT_NetSocket("host", 1, true, 0); }},
-    {"make a listener",  [](ut_Objects &) { UT_NetSocket(0, true); }           },
-    {"name a directory", [](ut_Objects &) { free(UTgetDefaultTmpDir()); }      },
+    {"add a long symbol", [](ut_Objects &o)
+     { o.table.addSymbol("a name that needs a block of its own", 2); }},
+    {"make a table",
+     [](ut_Objects &) { UT_SymbolTable().addSymbol("first", 1); }                              },
+    {"make a name",       [](ut_Objects &o) { free(o.table.newName("known")); }                },
+    {"make a socket",     [](ut_Objects &) { UT_NetSocket("host", 1, true, 0); }               },
+    {"make a listener",   [](ut_Objects &) { UT_NetSocket(0, true); }                          },
+    {"name a directory",  [](ut_Objects &) { free(UTgetDefaultTmpDir()); }                     },
     {"allocate a page",
      [](ut_Objects &)
      {
          UT_FixedAllocator pool(16, /*reclaim=*/true, 4);
          pool.deallocate(pool.allocate());
-     }                                                                         },
+     }                                                                                         },
 };
 
 // Runs each case with one block, two blocks and so on until there are enough.
