@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 // ---- One bucket
 
@@ -51,10 +52,11 @@ struct UT_SymList::UT_Sym::ut_Key
         length = size_t(c - text);
     }
 
-    [[nodiscard]] char *copy() const
+    // Copies the name to `block`, to one of its own when that is null.
+    char *copyTo(void *block) const
     {
         return static_cast<char *>(
-            memcpy(utAllocate(length + 1), name, length + 1));
+            memcpy(block ? block : utAllocate(length + 1), name, length + 1));
     }
 
     const char *name;
@@ -62,44 +64,118 @@ struct UT_SymList::UT_Sym::ut_Key
     uint32 hash;
 };
 
-// The hash of its name lies in the block after each node, where the first
-// look at a node during a look-up or a move finds it: the name itself is
-// somewhere else. Not a member, because programs know the size of a node.
-UT_SymList::UT_Sym::UT_Sym(const ut_Key &key) : name(key.copy()), next(nullptr)
+// What the block of a node holds after it: the hash of the name, and the name
+// itself where it is short, so that a look-up or a move seldom has to wait for
+// other memory. Not members, because programs know the size of a node.
+struct UT_SymList::UT_Sym::ut_Tail
 {
-    memcpy(static_cast<void *>(this + 1), &key.hash, sizeof(key.hash));
-}
+    uint32 hash;
+    uint8 size; // of the name in `text`, with the NUL; 0 for a long name
+    char text[(sizeof(void *) == 8 ? 32 : 28) - 5];
 
-UT_SymList::UT_Sym::~UT_Sym()
-{
-    free(const_cast<char *>(name));
-}
+    // Bytes of the block of a node, with this after it.
+    static unsigned blockSize(bool isShort)
+    {
+        return unsigned(
+            sizeof(UT_Sym) +
+            (isShort ? sizeof(ut_Tail) : offsetof(ut_Tail, text)));
+    }
 
-void *
-UT_SymList::UT_Sym::operator new(size_t size)
-{
-    return utSymPool().allocate(unsigned(size + sizeof(uint32)));
-}
+    static bool fits(const ut_Key &key) { return key.length < sizeof(text); }
+};
 
-void
-UT_SymList::UT_Sym::operator delete(void *node, size_t size)
+UT_SymList::UT_Sym::ut_Tail &
+UT_SymList::UT_Sym::tail() const
 {
-    utSymPool().deallocate(node, unsigned(size + sizeof(uint32)));
+    void *const end = const_cast<UT_Sym *>(this + 1);
+    return *static_cast<ut_Tail *>(end);
 }
 
 uint32
 UT_SymList::UT_Sym::hash() const
 {
-    uint32 hash;
-    memcpy(&hash, static_cast<const void *>(this + 1), sizeof(hash));
-    return hash;
+    return tail().hash;
+}
+
+UT_SymList::UT_Sym::UT_Sym(const ut_Key &key)
+    : name(key.copyTo(ut_Tail::fits(key) ? tail().text : nullptr)),
+      next(nullptr)
+{
+    tail().hash = key.hash;
+    tail().size = ut_Tail::fits(key) ? uint8(key.length + 1) : 0;
+}
+
+UT_SymList::UT_Sym::~UT_Sym()
+{
+    if (tail().size == 0)
+        free(const_cast<char *>(name));
+}
+
+void *
+UT_SymList::UT_Sym::operator new(size_t, const ut_Key &key)
+{
+    return utSymPool().allocate(ut_Tail::blockSize(ut_Tail::fits(key)));
+}
+
+// When there is no memory for a name.
+void
+UT_SymList::UT_Sym::operator delete(void *node, const ut_Key &key)
+{
+    utSymPool().deallocate(node, ut_Tail::blockSize(ut_Tail::fits(key)));
+}
+
+void
+UT_SymList::UT_Sym::operator delete(void *node, size_t)
+{
+    // The tail outlives the node.
+    const bool isShort = static_cast<UT_Sym *>(node)->tail().size > 0;
+    utSymPool().deallocate(node, ut_Tail::blockSize(isShort));
+}
+
+// Whether two texts of one length, which is usually from 4 to 16, are equal:
+// words that may overlap, without a jump for each byte.
+static inline bool
+utIsSame(const char *a, const char *b, size_t length)
+{
+    const auto differ = [a, b](auto word, size_t first, size_t second)
+    {
+        auto other = word;
+        memcpy(&word, a + first, sizeof(word));
+        memcpy(&other, b + first, sizeof(word));
+        auto difference = word ^ other;
+        memcpy(&word, a + second, sizeof(word));
+        memcpy(&other, b + second, sizeof(word));
+        return (difference | (word ^ other)) != 0;
+    };
+    if (length > 16)
+        return memcmp(a, b, length) == 0;
+    if (length >= 8)
+        return !differ(uint64(0), 0, length - 8);
+    if (length >= 4)
+        return !differ(uint32(0), 0, length - 4);
+    for (size_t i = 0; i < length; ++i)
+        if (a[i] != b[i])
+            return false;
+    return true;
+}
+
+inline bool
+UT_SymList::UT_Sym::has(const ut_Key &key) const
+{
+    const ut_Tail &rest = tail();
+    if (rest.hash != key.hash)
+        return false;
+    if (rest.size > 0)
+        return rest.size == key.length + 1 &&
+               utIsSame(rest.text, key.name, key.length);
+    return strcmp(name, key.name) == 0;
 }
 
 UT_SymList::UT_Sym *
 UT_SymList::find(const ut_Key &key) const
 {
     UT_Sym *sym = myFirst;
-    while (sym && (sym->hash() != key.hash || strcmp(sym->name, key.name) != 0))
+    while (sym && !sym->has(key))
         sym = sym->next;
     return sym;
 }
@@ -111,7 +187,7 @@ UT_SymList::findOrCreate(const ut_Key &key, int &created)
     created = !sym;
     if (created)
     {
-        sym = new UT_Sym(key);
+        sym = new (key) UT_Sym(key);
         link(sym);
     }
     return sym;
@@ -175,17 +251,15 @@ UT_SymList::deleteEntry(const char *name)
 int
 UT_SymList::deleteEntry(const ut_Key &key)
 {
-    UT_Sym *sym = find(key);
-    if (!sym)
-        return 0;
+    UT_Sym **link = &myFirst;
+    while (*link && !(*link)->has(key))
+        link = &(*link)->next;
     // The name may be that of one of the nodes: unlink them all before any
     // of them is deleted.
-    UT_Sym *end = sym->next;
-    while (end && strcmp(end->name, key.name) == 0)
+    UT_Sym *sym = *link;
+    UT_Sym *end = sym;
+    while (end && end->has(key))
         end = end->next;
-    UT_Sym **link = &myFirst;
-    while (*link != sym)
-        link = &(*link)->next;
     *link = end;
     int deleted = 0;
     for (UT_Sym *next; sym != end; sym = next)
@@ -277,10 +351,64 @@ UT_SymList::getMemUsage(bool headOnly) const
 }
 
 // ---- The table
+//
+// Where the names are has nothing to do with the buckets that callers see. The
+// names are in lists whose number doubles, so that a name moves once on average
+// while the table grows. The buckets, of which there is a fifth more at a time,
+// are the order of a traversal, which sorts the names when it starts.
+//
+// The lists lie in one block, after a slot that holds how many upper bits of a
+// hash choose one. A zero is an empty list.
+
+static const unsigned theLeastBits = 3;
+static const unsigned theMostBits = 31;
+
+static unsigned
+utBits(const UT_SymList *lists)
+{
+    uint32 bits;
+    memcpy(&bits, static_cast<const void *>(lists - 1), sizeof(bits));
+    return bits;
+}
+
+static uint32
+utListCount(const UT_SymList *lists)
+{
+    return uint32(1) << utBits(lists);
+}
+
+// The multiplication spreads the differences between hashes, which similar
+// names have in the lower bits, to the upper ones.
+static uint32
+utListIndex(const UT_SymList *lists, uint32 hash)
+{
+    return uint32(hash * 2654435769u) >> (32 - utBits(lists));
+}
+
+static UT_SymList *
+utSetBits(void *block, uint32 bits)
+{
+    memcpy(block, &bits, sizeof(bits));
+    return static_cast<UT_SymList *>(block) + 1;
+}
+
+static size_t
+utSlots(unsigned bits)
+{
+    return (size_t(1) << bits) + 1;
+}
+
+static UT_SymList *
+utNewLists()
+{
+    return utSetBits(
+        utAllocateZeros(utSlots(theLeastBits), sizeof(UT_SymList)),
+        theLeastBits);
+}
 
 UT_SymbolTable::~UT_SymbolTable()
 {
-    delete[] myBuckets;
+    clear();
 }
 
 unsigned int
@@ -290,9 +418,61 @@ UT_SymbolTable::hash(const char *name)
 }
 
 UT_SymList &
-UT_SymbolTable::bucketOf(const ut_Key &key) const
+UT_SymbolTable::listOf(const ut_Key &key) const
 {
-    return myBuckets[key.hash % unsigned(myTableSize)];
+    return myBuckets[utListIndex(myBuckets, key.hash)];
+}
+
+// Each list splits into two neighbours. Nodes are scattered in memory, so those
+// of a later step are fetched meanwhile.
+void
+UT_SymbolTable::growLists()
+{
+    const unsigned bits = utBits(myBuckets);
+    if (bits == theMostBits)
+        return;
+    myBuckets = utSetBits(
+        utChecked(
+            reallocarray(myBuckets - 1, utSlots(bits + 1), sizeof(UT_SymList))),
+        bits + 1);
+    const uint32 ahead = 16;
+    for (uint32 i = uint32(1) << bits; i-- > 0;)
+    {
+        if (i >= ahead)
+            __builtin_prefetch(myBuckets[i - ahead].myFirst);
+        UT_SymList::UT_Sym *halves[2] = {nullptr, nullptr};
+        UT_SymList::UT_Sym *sym = myBuckets[i].myFirst;
+        while (sym)
+        {
+            UT_SymList::UT_Sym *const next = sym->next;
+            UT_SymList::UT_Sym *&half =
+                halves[utListIndex(myBuckets, sym->hash()) & 1];
+            sym->next = half;
+            half = sym;
+            sym = next;
+        }
+        myBuckets[2 * i].myFirst = halves[0];
+        myBuckets[2 * i + 1].myFirst = halves[1];
+    }
+}
+
+// Joins each two neighbours.
+void
+UT_SymbolTable::shrinkLists()
+{
+    const unsigned bits = utBits(myBuckets) - 1;
+    for (uint32 i = 0; i < uint32(1) << bits; ++i)
+    {
+        UT_SymList::UT_Sym *first = myBuckets[2 * i].myFirst;
+        UT_SymList::UT_Sym **end = &first;
+        while (*end)
+            end = &(*end)->next;
+        *end = myBuckets[2 * i + 1].myFirst;
+        myBuckets[i].myFirst = first;
+    }
+    void *const block = myBuckets - 1;
+    void *const less = reallocarray(block, utSlots(bits), sizeof(UT_SymList));
+    myBuckets = utSetBits(less ? less : block, bits);
 }
 
 // Every attempt to insert comes through here, so the check for growth does too.
@@ -301,9 +481,22 @@ UT_SymbolTable::findOrCreate(const char *name, int &created)
 {
     assert(name);
     adjust(UT_ADJUST_GROW);
+    if (!myBuckets)
+        myBuckets = utNewLists();
     const ut_Key key(name);
-    UT_SymList::UT_Sym *sym = bucketOf(key).findOrCreate(key, created);
-    myEntries += created;
+    UT_SymList::UT_Sym *sym = listOf(key).find(key);
+    created = !sym;
+    if (created)
+    {
+        const uint32 count = utListCount(myBuckets);
+        if (uint32(myEntries) >= count - count / 4)
+            growLists();
+        sym = new (key) UT_SymList::UT_Sym(key);
+        UT_SymList &list = listOf(key);
+        sym->next = list.myFirst;
+        list.myFirst = sym;
+        ++myEntries;
+    }
     return sym;
 }
 
@@ -344,7 +537,7 @@ UT_SymbolTable::findSymbol(const char *name, UT_Thing *value) const
     if (!myBuckets || !name)
         return 0;
     const ut_Key key(name);
-    const UT_SymList::UT_Sym *sym = bucketOf(key).find(key);
+    const UT_SymList::UT_Sym *sym = listOf(key).find(key);
     if (sym && value)
         *value = sym->value;
     return sym != nullptr;
@@ -356,11 +549,14 @@ UT_SymbolTable::deleteSymbol(const char *name)
     if (!myBuckets || !name)
         return 0;
     const ut_Key key(name);
-    const int deleted = bucketOf(key).deleteEntry(key);
+    const int deleted = listOf(key).deleteEntry(key);
     if (deleted)
     {
         myEntries -= deleted;
         adjust(UT_ADJUST_SHRINK);
+        if (utBits(myBuckets) > theLeastBits &&
+            uint32(myEntries) < utListCount(myBuckets) / 8)
+            shrinkLists();
     }
     return deleted;
 }
@@ -368,7 +564,12 @@ UT_SymbolTable::deleteSymbol(const char *name)
 void
 UT_SymbolTable::clear()
 {
-    delete[] myBuckets;
+    if (myBuckets)
+    {
+        for (uint32 i = 0; i < utListCount(myBuckets); ++i)
+            myBuckets[i].clear();
+        free(myBuckets - 1);
+    }
     myBuckets = nullptr;
     myTableSize = 0;
     myEntries = 0;
@@ -410,11 +611,64 @@ UT_SymbolTable::traverse(UT_SymFunction function, void *data)
     return completed;
 }
 
+// A node and the bucket that callers see it in.
+struct UT_SymbolTable::ut_Place
+{
+    uint32 bucket;
+    UT_SymList::UT_Sym *sym;
+};
+
+// All nodes in the order of a traversal: counted and put into their buckets,
+// which are then sorted by name.
+std::vector<UT_SymbolTable::ut_Place>
+UT_SymbolTable::inOrder() const
+{
+    const size_t entries = size_t(myEntries);
+    const size_t buckets = size_t(myTableSize);
+    std::vector<ut_Place> places(entries);
+    if (entries == 0)
+        return places;
+    std::vector<uint32> starts(buckets);
+    size_t count = 0;
+    for (uint32 i = 0; i < utListCount(myBuckets); ++i)
+        for (auto *sym = myBuckets[i].myFirst; sym; sym = sym->next)
+        {
+            const uint32 bucket = sym->hash() % uint32(myTableSize);
+            places[count++] = {bucket, sym};
+            ++starts[bucket];
+        }
+    uint32 start = 0;
+    for (uint32 &bucketStart : starts)
+    {
+        const uint32 size = bucketStart;
+        bucketStart = start;
+        start += size;
+    }
+    std::vector<ut_Place> ordered(entries);
+    for (const ut_Place &place : places)
+        ordered[starts[place.bucket]++] = place;
+
+    auto first = ordered.begin();
+    for (const uint32 end : starts)
+    {
+        const auto last = ordered.begin() + ptrdiff_t(end);
+        if (last - first > 1)
+            std::sort(
+                first, last,
+                [](const ut_Place &a, const ut_Place &b)
+                { return strcmp(a.sym->name, b.sym->name) < 0; });
+        first = last;
+    }
+    return ordered;
+}
+
 int
 UT_SymbolTable::traverseConst(UT_SymFunction function, void *data) const
 {
-    for (int32 i = 0; i < myTableSize; ++i)
-        if (!myBuckets[i].traverse(function, data))
+    if (!function)
+        return 1;
+    for (const ut_Place &place : inOrder())
+        if (!function(place.sym->value, place.sym->name, data))
             return 0;
     return 1;
 }
@@ -499,24 +753,28 @@ UT_SymbolTable::getMemUsage(bool tableOnly) const
 {
     int64 bytes = sizeof(*this);
     if (!tableOnly)
-        for (int32 i = 0; i < myTableSize; ++i)
-            bytes += myBuckets[i].getMemUsage(/*headOnly=*/false);
+    {
+        bytes += int64(myTableSize) * int64(sizeof(UT_SymList));
+        for (const ut_Place &place : inOrder())
+            bytes += int64(sizeof(*place.sym) + strlen(place.sym->name) + 1);
+    }
     return bytes;
 }
 
 void
 UT_SymbolTable::outputStats(FILE *stream) const
 {
-    int total = 0;
+    const int total = myEntries;
     int used = 0;
     int shortest = INT_MAX;
     int longest = 0;
-    for (int32 i = 0; i < myTableSize; ++i)
+    const std::vector<ut_Place> places = inOrder();
+    for (size_t i = 0; i < places.size();)
     {
-        const int count = myBuckets[i].count();
-        if (count == 0)
-            continue;
-        total += count;
+        int count = 0;
+        for (const uint32 bucket = places[i].bucket;
+             i < places.size() && places[i].bucket == bucket; ++i)
+            ++count;
         ++used;
         shortest = std::min(shortest, count);
         longest = std::max(longest, count);
@@ -537,12 +795,15 @@ UT_SymbolTable::outputStats(FILE *stream) const
 void
 UT_SymbolTable::dumpTable(FILE *stream) const
 {
-    for (int32 i = 0; i < myTableSize; ++i)
+    int64 last = -1;
+    for (const ut_Place &place : inOrder())
     {
-        if (myBuckets[i].empty())
-            continue;
-        fprintf(stream, "[%3d]: ", i);
-        myBuckets[i].dump(stream, " \"%s\" = 0x%08X\n");
+        if (place.bucket != last)
+            fprintf(stream, "[%3d]: ", int(place.bucket));
+        last = place.bucket;
+        fprintf(
+            stream, " \"%s\" = 0x%08X\n", place.sym->name,
+            unsigned(place.sym->value.integer));
     }
 }
 
@@ -559,64 +820,14 @@ UT_SymbolTable::adjust(UT_AdjustType type)
         return;
     const float size = float(myTableSize);
     const float used = float(myEntries);
-    int newSize = myTableSize;
     if (type == UT_ADJUST_GROW)
     {
         // In this form a table without buckets grows at any load factor.
         if (!(used < size * myMaxLoadFactor))
-            newSize = UTbumpAllocToPrime(myTableSize);
+            myTableSize = UTbumpAllocToPrime(myTableSize);
     }
     else if (size * myMinLoadFactor > used)
-        newSize = UTdecreaseAllocToPrime(myTableSize);
-    if (newSize != myTableSize)
-        rehash(newSize);
-}
-
-// Nodes are scattered in memory, and which buckets have any cannot be
-// predicted: one node after the other, a move would wait most of the time. So
-// the first nodes of a run of buckets move together, in steps of which each
-// prefetches the memory that the next one needs.
-void
-UT_SymbolTable::rehash(int tableSize)
-{
-    const int32 runLength = 128;
-    UT_SymList::UT_Sym *syms[runLength];
-    UT_SymList *targets[runLength];
-    UT_SymList *buckets = new UT_SymList[unsigned(tableSize)];
-    const auto target = [&](const UT_SymList::UT_Sym *sym)
-    { return &buckets[sym->hash() % unsigned(tableSize)]; };
-    for (int32 start = 0; start < myTableSize; start += runLength)
-    {
-        const int32 end = std::min(start + runLength, myTableSize);
-        int count = 0;
-        for (int32 i = start; i < end; ++i)
-        {
-            UT_SymList::UT_Sym *sym = myBuckets[i].myFirst;
-            myBuckets[i].myFirst = nullptr;
-            syms[count] = sym;
-            count += sym != nullptr;
-        }
-        for (int i = 0; i < count; ++i)
-            __builtin_prefetch(syms[i]);
-        for (int i = 0; i < count; ++i)
-        {
-            targets[i] = target(syms[i]);
-            __builtin_prefetch(targets[i]);
-            // Few nodes follow another one: they move at once.
-            UT_SymList::UT_Sym *sym = syms[i]->next;
-            while (sym)
-            {
-                UT_SymList::UT_Sym *next = sym->next;
-                target(sym)->link(sym);
-                sym = next;
-            }
-        }
-        for (int i = 0; i < count; ++i)
-            targets[i]->link(syms[i]);
-    }
-    delete[] myBuckets;
-    myBuckets = buckets;
-    myTableSize = tableSize;
+        myTableSize = UTdecreaseAllocToPrime(myTableSize);
 }
 
 UT_SnapshotTable::UT_SnapshotTable() = default;

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <vector>
 
 /// One machine word that holds an integer or a pointer. A value made from an
 /// integer has no other bits set.
@@ -58,17 +59,21 @@ public:
 
         // Order and size stay.
         UT_Thing value;         ///< what the name stands for
-        const char *const name; ///< owned; from malloc()
+        const char *const name; ///< owned
         UT_Sym *next;           ///< null at the end
 
     private:
         friend class UT_SymList;
         friend class UT_SymbolTable;
         struct ut_Key;
+        struct ut_Tail;
 
         UT_LOCAL explicit UT_Sym(const ut_Key &key);
-        UT_LOCAL static void *operator new(size_t size);
+        UT_LOCAL static void *operator new(size_t size, const ut_Key &key);
+        UT_LOCAL static void operator delete(void *node, const ut_Key &key);
+        [[nodiscard]] UT_LOCAL ut_Tail &tail() const;
         [[nodiscard]] UT_LOCAL uint32 hash() const;
+        [[nodiscard]] UT_LOCAL bool has(const ut_Key &key) const;
     };
 
     /// An empty list.
@@ -168,7 +173,8 @@ private:
 /// first moves the table one step up when its load has reached the maximum; a
 /// deletion moves it at most one step down when its load is below the minimum.
 /// Values and names do not move: references to them are borrowed until the name
-/// is deleted.
+/// is deleted. The buckets decide the order of traversals only: calls take the
+/// same time at any load, and no longer when the table changes its size.
 ///
 /// Look-ups take a null name as one that is absent; insertions must not be
 /// given one. Insertions, look-ups and deletions are O(1) on average.
@@ -243,7 +249,8 @@ public:
 
     /// Calls `function` for all names: the buckets in order, and in each one
     /// the names in the order of strcmp(). Returns 0 as soon as the function
-    /// does, otherwise 1.
+    /// does, otherwise 1. The names are put in order at the start, which takes
+    /// memory for a list of them. O(entries + buckets).
     ///
     /// The function may insert names, which may or may not be visited, and may
     /// delete the one that it is called for, but no other. The number of
@@ -293,16 +300,19 @@ public:
 
 private:
     using ut_Key = UT_SymList::ut_Key;
+    struct ut_Place;
 
-    [[nodiscard]] UT_LOCAL UT_SymList &bucketOf(const ut_Key &key) const;
+    [[nodiscard]] UT_LOCAL UT_SymList &listOf(const ut_Key &key) const;
+    [[nodiscard]] UT_LOCAL std::vector<ut_Place> inOrder() const;
     UT_LOCAL UT_SymList::UT_Sym *findOrCreate(const char *name, int &created);
     UT_LOCAL void adjust(UT_AdjustType type);
-    UT_LOCAL void rehash(int tableSize);
+    UT_LOCAL void growLists();
+    UT_LOCAL void shrinkLists();
 
     // Programs derive from tables: order and size stay.
-    UT_SymList *myBuckets; // myTableSize of them, or null
-    int32 myTableSize;
-    int32 myEntries; // names
+    UT_SymList *myBuckets; // the names, in lists whose number doubles; or null
+    int32 myTableSize;     // the buckets that callers see
+    int32 myEntries;       // names
     float myMaxLoadFactor;
     float myMinLoadFactor;
     bool myTraversing; // the number of buckets must not change

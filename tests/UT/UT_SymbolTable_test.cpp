@@ -126,8 +126,8 @@ private:
     const float myMaxLoad;
 };
 
-// One call, the same of both, with a name of up to three of a few letters:
-// "Az" and "BU" have one hash.
+// One call, the same of both, with a name of up to three of a few letters, or
+// a long one: "Az" and "BU" have one hash.
 static void
 utDoTheSame(
     UT_SymbolTable &table, ut_TableModel &model, std::mt19937 &random,
@@ -137,6 +137,9 @@ utDoTheSame(
     std::string name(random() % 4, ' ');
     for (char &letter : name)
         letter = theLetters[random() % 8];
+    // Some are too long to be stored with their value.
+    if (random() % 4 == 0)
+        name.append(18 + random() % 10, '-');
     const bool wasThere = model.has(name);
     const int value = int(random());
     // Mostly insertions, or mostly deletions.
