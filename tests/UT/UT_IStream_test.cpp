@@ -196,13 +196,17 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
 
 TEST(UT_IStream, ReadTypesAreTakenBackInTurn)
 {
-    UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);
+    UT_IStream stream("abc", 3, UT_ISTREAM_READTYPE(2));
     stream.popBinary(); // there is none
+    EXPECT_TRUE(stream.isBinary());
+    stream.pushBinary(UT_ISTREAM_ASCII);
     EXPECT_FALSE(stream.isBinary());
     stream.pushBinary(UT_ISTREAM_READTYPE(2));
     EXPECT_TRUE(stream.isBinary());
     stream.popBinary();
     EXPECT_FALSE(stream.isBinary());
+    stream.popBinary();
+    EXPECT_TRUE(stream.isBinary());
 }
 
 TEST(UT_IStream, BinaryStringsHaveLengthsOfAnyWidth)
