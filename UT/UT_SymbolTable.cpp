@@ -10,7 +10,6 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 // ---- One bucket
 
@@ -351,64 +350,10 @@ UT_SymList::getMemUsage(bool headOnly) const
 }
 
 // ---- The table
-//
-// Where the names are has nothing to do with the buckets that callers see. The
-// names are in lists whose number doubles, so that a name moves once on average
-// while the table grows. The buckets, of which there is a fifth more at a time,
-// are the order of a traversal, which sorts the names when it starts.
-//
-// The lists lie in one block, after a slot that holds how many upper bits of a
-// hash choose one. A zero is an empty list.
-
-static const unsigned theLeastBits = 3;
-static const unsigned theMostBits = 31;
-
-static unsigned
-utBits(const UT_SymList *lists)
-{
-    uint32 bits;
-    memcpy(&bits, static_cast<const void *>(lists - 1), sizeof(bits));
-    return bits;
-}
-
-static uint32
-utListCount(const UT_SymList *lists)
-{
-    return uint32(1) << utBits(lists);
-}
-
-// The multiplication spreads the differences between hashes, which similar
-// names have in the lower bits, to the upper ones.
-static uint32
-utListIndex(const UT_SymList *lists, uint32 hash)
-{
-    return uint32(hash * 2654435769u) >> (32 - utBits(lists));
-}
-
-static UT_SymList *
-utSetBits(void *block, uint32 bits)
-{
-    memcpy(block, &bits, sizeof(bits));
-    return static_cast<UT_SymList *>(block) + 1;
-}
-
-static size_t
-utSlots(unsigned bits)
-{
-    return (size_t(1) << bits) + 1;
-}
-
-static UT_SymList *
-utNewLists()
-{
-    return utSetBits(
-        utAllocateZeros(utSlots(theLeastBits), sizeof(UT_SymList)),
-        theLeastBits);
-}
 
 UT_SymbolTable::~UT_SymbolTable()
 {
-    clear();
+    delete[] myBuckets;
 }
 
 unsigned int
@@ -418,61 +363,9 @@ UT_SymbolTable::hash(const char *name)
 }
 
 UT_SymList &
-UT_SymbolTable::listOf(const ut_Key &key) const
+UT_SymbolTable::bucketOf(const ut_Key &key) const
 {
-    return myBuckets[utListIndex(myBuckets, key.hash)];
-}
-
-// Each list splits into two neighbours. Nodes are scattered in memory, so those
-// of a later step are fetched meanwhile.
-void
-UT_SymbolTable::growLists()
-{
-    const unsigned bits = utBits(myBuckets);
-    if (bits == theMostBits)
-        return;
-    myBuckets = utSetBits(
-        utChecked(
-            reallocarray(myBuckets - 1, utSlots(bits + 1), sizeof(UT_SymList))),
-        bits + 1);
-    const uint32 ahead = 16;
-    for (uint32 i = uint32(1) << bits; i-- > 0;)
-    {
-        if (i >= ahead)
-            __builtin_prefetch(myBuckets[i - ahead].myFirst);
-        UT_SymList::UT_Sym *halves[2] = {nullptr, nullptr};
-        UT_SymList::UT_Sym *sym = myBuckets[i].myFirst;
-        while (sym)
-        {
-            UT_SymList::UT_Sym *const next = sym->next;
-            UT_SymList::UT_Sym *&half =
-                halves[utListIndex(myBuckets, sym->hash()) & 1];
-            sym->next = half;
-            half = sym;
-            sym = next;
-        }
-        myBuckets[2 * i].myFirst = halves[0];
-        myBuckets[2 * i + 1].myFirst = halves[1];
-    }
-}
-
-// Joins each two neighbours.
-void
-UT_SymbolTable::shrinkLists()
-{
-    const unsigned bits = utBits(myBuckets) - 1;
-    for (uint32 i = 0; i < uint32(1) << bits; ++i)
-    {
-        UT_SymList::UT_Sym *first = myBuckets[2 * i].myFirst;
-        UT_SymList::UT_Sym **end = &first;
-        while (*end)
-            end = &(*end)->next;
-        *end = myBuckets[2 * i + 1].myFirst;
-        myBuckets[i].myFirst = first;
-    }
-    void *const block = myBuckets - 1;
-    void *const less = reallocarray(block, utSlots(bits), sizeof(UT_SymList));
-    myBuckets = utSetBits(less ? less : block, bits);
+    return myBuckets[key.hash % unsigned(myTableSize)];
 }
 
 // Every attempt to insert comes through here, so the check for growth does too.
@@ -481,22 +374,9 @@ UT_SymbolTable::findOrCreate(const char *name, int &created)
 {
     assert(name);
     adjust(UT_ADJUST_GROW);
-    if (!myBuckets)
-        myBuckets = utNewLists();
     const ut_Key key(name);
-    UT_SymList::UT_Sym *sym = listOf(key).find(key);
-    created = !sym;
-    if (created)
-    {
-        const uint32 count = utListCount(myBuckets);
-        if (uint32(myEntries) >= count - count / 4)
-            growLists();
-        sym = new (key) UT_SymList::UT_Sym(key);
-        UT_SymList &list = listOf(key);
-        sym->next = list.myFirst;
-        list.myFirst = sym;
-        ++myEntries;
-    }
+    UT_SymList::UT_Sym *sym = bucketOf(key).findOrCreate(key, created);
+    myEntries += created;
     return sym;
 }
 
@@ -537,7 +417,7 @@ UT_SymbolTable::findSymbol(const char *name, UT_Thing *value) const
     if (!myBuckets || !name)
         return 0;
     const ut_Key key(name);
-    const UT_SymList::UT_Sym *sym = listOf(key).find(key);
+    const UT_SymList::UT_Sym *sym = bucketOf(key).find(key);
     if (sym && value)
         *value = sym->value;
     return sym != nullptr;
@@ -549,14 +429,11 @@ UT_SymbolTable::deleteSymbol(const char *name)
     if (!myBuckets || !name)
         return 0;
     const ut_Key key(name);
-    const int deleted = listOf(key).deleteEntry(key);
+    const int deleted = bucketOf(key).deleteEntry(key);
     if (deleted)
     {
         myEntries -= deleted;
         adjust(UT_ADJUST_SHRINK);
-        if (utBits(myBuckets) > theLeastBits &&
-            uint32(myEntries) < utListCount(myBuckets) / 8)
-            shrinkLists();
     }
     return deleted;
 }
@@ -564,12 +441,7 @@ UT_SymbolTable::deleteSymbol(const char *name)
 void
 UT_SymbolTable::clear()
 {
-    if (myBuckets)
-    {
-        for (uint32 i = 0; i < utListCount(myBuckets); ++i)
-            myBuckets[i].clear();
-        free(myBuckets - 1);
-    }
+    delete[] myBuckets;
     myBuckets = nullptr;
     myTableSize = 0;
     myEntries = 0;
@@ -611,64 +483,11 @@ UT_SymbolTable::traverse(UT_SymFunction function, void *data)
     return completed;
 }
 
-// A node and the bucket that callers see it in.
-struct UT_SymbolTable::ut_Place
-{
-    uint32 bucket;
-    UT_SymList::UT_Sym *sym;
-};
-
-// All nodes in the order of a traversal: counted and put into their buckets,
-// which are then sorted by name.
-std::vector<UT_SymbolTable::ut_Place>
-UT_SymbolTable::inOrder() const
-{
-    const size_t entries = size_t(myEntries);
-    const size_t buckets = size_t(myTableSize);
-    std::vector<ut_Place> places(entries);
-    if (entries == 0)
-        return places;
-    std::vector<uint32> starts(buckets);
-    size_t count = 0;
-    for (uint32 i = 0; i < utListCount(myBuckets); ++i)
-        for (auto *sym = myBuckets[i].myFirst; sym; sym = sym->next)
-        {
-            const uint32 bucket = sym->hash() % uint32(myTableSize);
-            places[count++] = {bucket, sym};
-            ++starts[bucket];
-        }
-    uint32 start = 0;
-    for (uint32 &bucketStart : starts)
-    {
-        const uint32 size = bucketStart;
-        bucketStart = start;
-        start += size;
-    }
-    std::vector<ut_Place> ordered(entries);
-    for (const ut_Place &place : places)
-        ordered[starts[place.bucket]++] = place;
-
-    auto first = ordered.begin();
-    for (const uint32 end : starts)
-    {
-        const auto last = ordered.begin() + ptrdiff_t(end);
-        if (last - first > 1)
-            std::sort(
-                first, last,
-                [](const ut_Place &a, const ut_Place &b)
-                { return strcmp(a.sym->name, b.sym->name) < 0; });
-        first = last;
-    }
-    return ordered;
-}
-
 int
 UT_SymbolTable::traverseConst(UT_SymFunction function, void *data) const
 {
-    if (!function)
-        return 1;
-    for (const ut_Place &place : inOrder())
-        if (!function(place.sym->value, place.sym->name, data))
+    for (int32 i = 0; i < myTableSize; ++i)
+        if (!myBuckets[i].traverse(function, data))
             return 0;
     return 1;
 }
@@ -753,28 +572,24 @@ UT_SymbolTable::getMemUsage(bool tableOnly) const
 {
     int64 bytes = sizeof(*this);
     if (!tableOnly)
-    {
-        bytes += int64(myTableSize) * int64(sizeof(UT_SymList));
-        for (const ut_Place &place : inOrder())
-            bytes += int64(sizeof(*place.sym) + strlen(place.sym->name) + 1);
-    }
+        for (int32 i = 0; i < myTableSize; ++i)
+            bytes += myBuckets[i].getMemUsage(/*headOnly=*/false);
     return bytes;
 }
 
 void
 UT_SymbolTable::outputStats(FILE *stream) const
 {
-    const int total = myEntries;
+    int total = 0;
     int used = 0;
     int shortest = INT_MAX;
     int longest = 0;
-    const std::vector<ut_Place> places = inOrder();
-    for (size_t i = 0; i < places.size();)
+    for (int32 i = 0; i < myTableSize; ++i)
     {
-        int count = 0;
-        for (const uint32 bucket = places[i].bucket;
-             i < places.size() && places[i].bucket == bucket; ++i)
-            ++count;
+        const int count = myBuckets[i].count();
+        if (count == 0)
+            continue;
+        total += count;
         ++used;
         shortest = std::min(shortest, count);
         longest = std::max(longest, count);
@@ -795,15 +610,12 @@ UT_SymbolTable::outputStats(FILE *stream) const
 void
 UT_SymbolTable::dumpTable(FILE *stream) const
 {
-    int64 last = -1;
-    for (const ut_Place &place : inOrder())
+    for (int32 i = 0; i < myTableSize; ++i)
     {
-        if (place.bucket != last)
-            fprintf(stream, "[%3d]: ", int(place.bucket));
-        last = place.bucket;
-        fprintf(
-            stream, " \"%s\" = 0x%08X\n", place.sym->name,
-            unsigned(place.sym->value.integer));
+        if (myBuckets[i].empty())
+            continue;
+        fprintf(stream, "[%3d]: ", i);
+        myBuckets[i].dump(stream, " \"%s\" = 0x%08X\n");
     }
 }
 
@@ -820,14 +632,64 @@ UT_SymbolTable::adjust(UT_AdjustType type)
         return;
     const float size = float(myTableSize);
     const float used = float(myEntries);
+    int newSize = myTableSize;
     if (type == UT_ADJUST_GROW)
     {
         // In this form a table without buckets grows at any load factor.
         if (!(used < size * myMaxLoadFactor))
-            myTableSize = UTbumpAllocToPrime(myTableSize);
+            newSize = UTbumpAllocToPrime(myTableSize);
     }
     else if (size * myMinLoadFactor > used)
-        myTableSize = UTdecreaseAllocToPrime(myTableSize);
+        newSize = UTdecreaseAllocToPrime(myTableSize);
+    if (newSize != myTableSize)
+        rehash(newSize);
+}
+
+// Nodes are scattered in memory, and which buckets have any cannot be
+// predicted: one node after the other, a move would wait most of the time. So
+// the first nodes of a run of buckets move together, in steps of which each
+// prefetches the memory that the next one needs.
+void
+UT_SymbolTable::rehash(int tableSize)
+{
+    const int32 runLength = 128;
+    UT_SymList::UT_Sym *syms[runLength];
+    UT_SymList *targets[runLength];
+    UT_SymList *buckets = new UT_SymList[unsigned(tableSize)];
+    const auto target = [&](const UT_SymList::UT_Sym *sym)
+    { return &buckets[sym->hash() % unsigned(tableSize)]; };
+    for (int32 start = 0; start < myTableSize; start += runLength)
+    {
+        const int32 end = std::min(start + runLength, myTableSize);
+        int count = 0;
+        for (int32 i = start; i < end; ++i)
+        {
+            UT_SymList::UT_Sym *sym = myBuckets[i].myFirst;
+            myBuckets[i].myFirst = nullptr;
+            syms[count] = sym;
+            count += sym != nullptr;
+        }
+        for (int i = 0; i < count; ++i)
+            __builtin_prefetch(syms[i]);
+        for (int i = 0; i < count; ++i)
+        {
+            targets[i] = target(syms[i]);
+            __builtin_prefetch(targets[i]);
+            // Few nodes follow another one: they move at once.
+            UT_SymList::UT_Sym *sym = syms[i]->next;
+            while (sym)
+            {
+                UT_SymList::UT_Sym *next = sym->next;
+                target(sym)->link(sym);
+                sym = next;
+            }
+        }
+        for (int i = 0; i < count; ++i)
+            targets[i]->link(syms[i]);
+    }
+    delete[] myBuckets;
+    myBuckets = buckets;
+    myTableSize = tableSize;
 }
 
 UT_SnapshotTable::UT_SnapshotTable() = default;

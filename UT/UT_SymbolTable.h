@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <vector>
 
 /// One machine word that holds an integer or a pointer. A value made from an
 /// integer has no other bits set.
@@ -173,8 +172,7 @@ private:
 /// first moves the table one step up when its load has reached the maximum; a
 /// deletion moves it at most one step down when its load is below the minimum.
 /// Values and names do not move: references to them are borrowed until the name
-/// is deleted. The buckets decide the order of traversals only: calls take the
-/// same time at any load, and no longer when the table changes its size.
+/// is deleted.
 ///
 /// Look-ups take a null name as one that is absent; insertions must not be
 /// given one. Insertions, look-ups and deletions are O(1) on average.
@@ -249,8 +247,7 @@ public:
 
     /// Calls `function` for all names: the buckets in order, and in each one
     /// the names in the order of strcmp(). Returns 0 as soon as the function
-    /// does, otherwise 1. The names are put in order at the start, which takes
-    /// memory for a list of them. O(entries + buckets).
+    /// does, otherwise 1.
     ///
     /// The function may insert names, which may or may not be visited, and may
     /// delete the one that it is called for, but no other. The number of
@@ -300,19 +297,16 @@ public:
 
 private:
     using ut_Key = UT_SymList::ut_Key;
-    struct ut_Place;
 
-    [[nodiscard]] UT_LOCAL UT_SymList &listOf(const ut_Key &key) const;
-    [[nodiscard]] UT_LOCAL std::vector<ut_Place> inOrder() const;
+    [[nodiscard]] UT_LOCAL UT_SymList &bucketOf(const ut_Key &key) const;
     UT_LOCAL UT_SymList::UT_Sym *findOrCreate(const char *name, int &created);
     UT_LOCAL void adjust(UT_AdjustType type);
-    UT_LOCAL void growLists();
-    UT_LOCAL void shrinkLists();
+    UT_LOCAL void rehash(int tableSize);
 
     // Programs derive from tables: order and size stay.
-    UT_SymList *myBuckets; // the names, in lists whose number doubles; or null
-    int32 myTableSize;     // the buckets that callers see
-    int32 myEntries;       // names
+    UT_SymList *myBuckets; // myTableSize of them, or null
+    int32 myTableSize;
+    int32 myEntries; // names
     float myMaxLoadFactor;
     float myMinLoadFactor;
     bool myTraversing; // the number of buckets must not change
