@@ -12,6 +12,20 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 
+include(CheckCXXSourceCompiles)
+set(CMAKE_REQUIRED_LIBRARIES z)
+check_cxx_source_compiles(
+    "#include <zlib.h>
+int main() { return *zlibVersion() == 0; }" VALDRIN_HAS_ZLIB)
+unset(CMAKE_REQUIRED_LIBRARIES)
+if(NOT VALDRIN_HAS_ZLIB)
+    unset(VALDRIN_HAS_ZLIB CACHE)
+    message(
+        FATAL_ERROR
+            "zlib and its headers are needed, for the same word size: Debian's "
+            "package zlib1g-dev, and lib32z1-dev for -m32.")
+endif()
+
 # The flags decide whether we build for 32-bit x86, so the compiler is tested.
 try_compile(
     VALDRIN_IS_X86_32 SOURCE_FROM_CONTENT x86_32.cpp "#ifndef __i386__
