@@ -156,6 +156,8 @@ endif()
 # ---- Its end
 
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${installed})
+# Python compiles what it runs.
+run(${installed}/bin/valdrin-standin --version)
 run(${CMAKE_COMMAND} --build ${BUILD} --target uninstall)
 file(GLOB_RECURSE left LIST_DIRECTORIES TRUE ${installed}/*)
 expect_none("left after uninstalling" ${left})

@@ -213,6 +213,15 @@ class Test(unittest.TestCase):
             (incomplete, b"utPlatformFunction"),
         ):
             self.expect("-l", path, "run", "x", status=5, error=error)
+        with open(LIBRARY, "rb") as file:
+            library = bytearray(file.read())
+        bits = 32 * library[4]  # its class: 1 or 2
+        library[4] = 3 - library[4]
+        with tempfile.NamedTemporaryFile() as file:
+            file.write(library)
+            file.flush()
+            error = f"(this program has {bits} bits)".encode()
+            self.expect("-l", file.name, "run", "x", status=5, error=error)
 
     def test_library_is_found_beside_the_program(self):
         with tempfile.TemporaryDirectory() as folder:
