@@ -559,6 +559,16 @@ TEST(UT_Arrays, HeapsKeepTheirArrangementAlsoOfEqualElements)
     utCheckHeap<ut_Things>(utCompare<int *>);
 }
 
+TEST(UT_Arrays, HeapsEndWithTheirEntries)
+{
+    UT_IntArray heap;
+    heap.append(1);
+    heap.append(9);
+    heap.setEntries(1);
+    heap.heapify(0);
+    EXPECT_EQ(1, heap(0));
+}
+
 // Arrays of any arrangement, until they are empty.
 template <class Array, class... Compare>
 static void

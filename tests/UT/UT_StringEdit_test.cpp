@@ -25,6 +25,8 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
     } theEdits[] = {
         {"change",                             "ab",        "a\xE9",     1,
          [](UT_String &s) { return s.change('b', '\xE9'); }  },
+        {"change from the start",              "bb",        "cc",        2,
+         [](UT_String &s) { return s.change('b', 'c'); }     },
         {"change to NUL",                      "ab",        "ab",        0,
          [](UT_String &s) { return s.change('b', '\0'); }    },
         {"toUpper leaves all but a to z",      "`azA{\xE9", "`AZA{\xE9", 2,
