@@ -27,6 +27,9 @@ TEST(SYS_Processor, TheFirstCallReportsAnotherType)
     SYSgetProcessor(type, again);
     EXPECT_EQ(3, type);
     EXPECT_EQ(flags, again);
+    EXPECT_EQ(
+        SYS_Processor::hasHyperThreading(),
+        (flags & SYS_PROCESSOR_HYPER_THREADING) != 0);
 #ifdef __SSE2__
     EXPECT_EQ(31, flags & 31);
 #endif

@@ -554,6 +554,16 @@ utPop(std::vector<E> &heap)
     utSink(heap, 0);
 }
 
+TEST(UT_Arrays, HeapsEndWithTheirEntries)
+{
+    UT_IntArray heap;
+    heap.append(1);
+    heap.append(9);
+    heap.setEntries(1);
+    heap.heapify(0);
+    EXPECT_EQ(1, heap(0));
+}
+
 // Pushes and pops, first of all on arrays that are no heaps: a pop lets the
 // last element sink wherever it comes.
 template <class Array, class... Compare>

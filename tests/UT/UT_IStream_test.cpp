@@ -173,6 +173,15 @@ TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
     EXPECT_TRUE(stream.close()); // once more
 }
 
+TEST(UT_IStream, ErrorsOfTheBufferFailTheStream)
+{
+    UT_IFStream directory("/", UT_ISTREAM_BINARY); // opens, but cannot be read
+    EXPECT_FALSE(directory.hasError());
+    int values[2];
+    EXPECT_EQ(0, directory.bread(values, 2));
+    EXPECT_TRUE(directory.hasError());
+}
+
 TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
 {
     UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);

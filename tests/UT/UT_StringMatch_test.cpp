@@ -214,7 +214,7 @@ TEST(UT_StringMatch, LongSubjectsMatchAsTheModelSays)
                                     "*" + utRandomText(elements, 3, random) +
                                     ends[random() % ends.size()];
         const std::string subject =
-            utRandomText({"a", "a", "a", "a", "b", "]"}, 70, random);
+            utRandomText({"a", "a", "a", "a", "b", "]", "\\"}, 70, random);
         ut_Record record;
         matches += utModel(pattern, subject, record);
         utCheckPattern(pattern, subject, /*caseSensitive=*/0);

@@ -108,6 +108,13 @@ TEST(UT_String, MovesAndSwapsTakeTheOwnershipAlong)
     EXPECT_STREQ("a", strings.front());
 
     UT_String plain("text");
+    UT_String other("other");
+    const char *const text = plain.buffer();
+    plain.swap(other);
+    EXPECT_EQ(text, other.buffer());
+    other.swap(plain);
+    EXPECT_EQ(text, plain.buffer());
+
     UT_String deep(UT_ALWAYS_DEEP, "deep");
     swap(plain, deep);
     EXPECT_TRUE(utOwns(plain));
@@ -117,10 +124,10 @@ TEST(UT_String, MovesAndSwapsTakeTheOwnershipAlong)
     for (const int isOwned : {0, 1})
     {
         UT_String null(nullptr, isOwned);
-        UT_String other(nullptr, isOwned);
+        UT_String second(nullptr, isOwned);
         deep.swap(null);
         EXPECT_STREQ("", deep) << isOwned;
-        other.swap(deep);
+        second.swap(deep);
         EXPECT_STREQ("", deep) << isOwned;
     }
     const UT_String taken(std::move(deep));
