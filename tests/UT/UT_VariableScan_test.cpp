@@ -159,9 +159,9 @@ TEST(UT_VariableScan, LongRunsAreCopiedUpToWhatStopsThem)
         {"{}",     "{}"    },
         {"",       ""      },
     };
-    static const unsigned theLengths[] = {0,  1,    15,   16,   17,  31, 32,
-                                          33, 34,   40,   47,   48,  63, 64,
-                                          90, 4095, 4112, 4113, 4130};
+    static const unsigned theLengths[] = {
+        0,  1,  15, 16, 17, 31,  32,  33,   34,   40,   47,
+        48, 63, 79, 80, 81, 143, 144, 4095, 4112, 4113, 4130};
     const std::string pattern = "%y&a^|~_/#}{-.";
     std::string filler;
     while (filler.size() < 5000)
