@@ -176,16 +176,18 @@ utErase(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-#define UT_TABLE_BENCHMARK(operation)          \
+#define UT_TABLE_BENCHMARK(name, operation)    \
     BENCHMARK_TEMPLATE(operation, ut_Ours)     \
+        ->Name(name "/ours")                   \
         ->RangeMultiplier(10)                  \
         ->Range(1000, 1000000);                \
     BENCHMARK_TEMPLATE(operation, ut_Standard) \
+        ->Name(name "/std::unordered_map")     \
         ->RangeMultiplier(10)                  \
         ->Range(1000, 1000000)
 
-UT_TABLE_BENCHMARK(utInsert);
-UT_TABLE_BENCHMARK(utFind);
-UT_TABLE_BENCHMARK(utMiss);
-UT_TABLE_BENCHMARK(utIntern);
-UT_TABLE_BENCHMARK(utErase);
+UT_TABLE_BENCHMARK("fill a table", utInsert);
+UT_TABLE_BENCHMARK("find a symbol", utFind);
+UT_TABLE_BENCHMARK("miss a symbol", utMiss);
+UT_TABLE_BENCHMARK("intern a name", utIntern);
+UT_TABLE_BENCHMARK("empty a table", utErase);

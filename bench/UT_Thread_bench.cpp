@@ -29,7 +29,7 @@ BM_HandOver(benchmark::State &state)
     }
     benchmark::DoNotOptimize(counter);
 }
-BENCHMARK(BM_HandOver)->UseRealTime();
+BENCHMARK(BM_HandOver)->Name("hand a job over/ours")->UseRealTime();
 
 static void
 BM_HandOverStd(benchmark::State &state)
@@ -67,7 +67,9 @@ BM_HandOverStd(benchmark::State &state)
     worker.join();
     benchmark::DoNotOptimize(counter);
 }
-BENCHMARK(BM_HandOverStd)->UseRealTime();
+BENCHMARK(BM_HandOverStd)
+    ->Name("hand a job over/std::condition_variable")
+    ->UseRealTime();
 
 static void
 BM_ThreadIndex(benchmark::State &state)
@@ -75,4 +77,4 @@ BM_ThreadIndex(benchmark::State &state)
     for (auto _ : state)
         benchmark::DoNotOptimize(UT_Thread::getMySequentialThreadIndex());
 }
-BENCHMARK(BM_ThreadIndex);
+BENCHMARK(BM_ThreadIndex)->Name("thread's index/ours");

@@ -207,7 +207,9 @@ utExchange(benchmark::State &state)
     connection->Release();
 }
 
-BENCHMARK(utExchange)->UseRealTime();
+BENCHMARK(utExchange)
+    ->Name("exchange by the component/ours and system calls")
+    ->UseRealTime();
 
 static void
 utConnectionExchange(benchmark::State &state)
@@ -236,7 +238,9 @@ utConnectionExchange(benchmark::State &state)
     component->Release();
 }
 
-BENCHMARK(utConnectionExchange)->UseRealTime();
+BENCHMARK(utConnectionExchange)
+    ->Name("exchange by UT_Connection/ours and the component")
+    ->UseRealTime();
 
 // ---- The envelope
 
@@ -299,4 +303,10 @@ utEnvelope(benchmark::State &state)
         });
 }
 
-BENCHMARK(utEnvelope)->Arg(0)->Arg(-1)->Arg(64 << 10)->Arg(1 << 10)->Arg(64);
+BENCHMARK(utEnvelope)
+    ->Name("envelope/ours and std::string")
+    ->Arg(0)
+    ->Arg(-1)
+    ->Arg(64 << 10)
+    ->Arg(1 << 10)
+    ->Arg(64);
