@@ -441,42 +441,76 @@ utSizes(benchmark::internal::Benchmark *bench)
 
 using It = Ints::const_iterator;
 
-BENCHMARK_TEMPLATE(AppendArray, UT_IntArray, int)->Apply(utSizes);
-BENCHMARK_TEMPLATE(AppendVector, int)->Apply(utSizes);
-BENCHMARK_TEMPLATE(AppendArray, UT_FloatArray, float)->Apply(utSizes);
-BENCHMARK_TEMPLATE(AppendVector, float)->Apply(utSizes);
-BENCHMARK_TEMPLATE(AppendArray, UT_PtrArray<int *>, int *)->Apply(utSizes);
-BENCHMARK_TEMPLATE(AppendVector, int *)->Apply(utSizes);
-BENCHMARK(RefillArray)->Apply(utSizes);
-BENCHMARK(RefillVector)->Apply(utSizes);
-BENCHMARK_TEMPLATE(SetArray, &UT_IntArray::sortedUnion)->Apply(utSizes);
-BENCHMARK_TEMPLATE(SetStandard, std::set_union<It, It, Out>)->Apply(utSizes);
-BENCHMARK_TEMPLATE(SetArray, &UT_IntArray::sortedIntersection)->Apply(utSizes);
-BENCHMARK_TEMPLATE(SetStandard, std::set_intersection<It, It, Out>)
+BENCHMARK_TEMPLATE(AppendArray, UT_IntArray, int)
+    ->Name("append integers/ours")
     ->Apply(utSizes);
-BENCHMARK_TEMPLATE(SetArray, &UT_IntArray::sortedSetDifference)->Apply(utSizes);
+BENCHMARK_TEMPLATE(AppendVector, int)
+    ->Name("append integers/std::vector")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(AppendArray, UT_FloatArray, float)
+    ->Name("append floats/ours")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(AppendVector, float)
+    ->Name("append floats/std::vector")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(AppendArray, UT_PtrArray<int *>, int *)
+    ->Name("append pointers/ours")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(AppendVector, int *)
+    ->Name("append pointers/std::vector")
+    ->Apply(utSizes);
+BENCHMARK(RefillArray)->Name("refill/ours")->Apply(utSizes);
+BENCHMARK(RefillVector)->Name("refill/std::vector")->Apply(utSizes);
+BENCHMARK_TEMPLATE(SetArray, &UT_IntArray::sortedUnion)
+    ->Name("union/ours")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(SetStandard, std::set_union<It, It, Out>)
+    ->Name("union/std::set_union")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(SetArray, &UT_IntArray::sortedIntersection)
+    ->Name("intersection/ours")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(SetStandard, std::set_intersection<It, It, Out>)
+    ->Name("intersection/std::set_intersection")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(SetArray, &UT_IntArray::sortedSetDifference)
+    ->Name("difference/ours")
+    ->Apply(utSizes);
 BENCHMARK_TEMPLATE(SetStandard, std::set_difference<It, It, Out>)
+    ->Name("difference/std::set_difference")
     ->Apply(utSizes);
 BENCHMARK_TEMPLATE(SkewedSetArray, &UT_IntArray::sortedUnion)
+    ->Name("union with 1000/ours")
     ->Arg(100000)
     ->Arg(1000000);
 BENCHMARK_TEMPLATE(SkewedSetStandard, std::set_union<It, It, Out>)
+    ->Name("union with 1000/std::set_union")
     ->Arg(100000)
     ->Arg(1000000);
 BENCHMARK_TEMPLATE(SkewedSetArray, &UT_IntArray::sortedIntersection)
+    ->Name("intersection with 1000/ours")
     ->Arg(100000)
     ->Arg(1000000);
 BENCHMARK_TEMPLATE(SkewedSetStandard, std::set_intersection<It, It, Out>)
+    ->Name("intersection with 1000/std::set_intersection")
     ->Arg(100000)
     ->Arg(1000000);
-BENCHMARK(ConcatArray)->Apply(utSizes);
-BENCHMARK(ConcatStandard)->Apply(utSizes);
-BENCHMARK(HeapArray)->Apply(utSizes);
-BENCHMARK(HeapStandard)->Apply(utSizes);
-BENCHMARK(HeapPointerArray)->Apply(utSizes);
-BENCHMARK(HeapPointerStandard)->Apply(utSizes);
-BENCHMARK(FindArray)->Apply(utSizes);
-BENCHMARK(FindStandard)->Apply(utSizes);
-BENCHMARK_TEMPLATE(ConstantArray, false)->Apply(utSizes);
-BENCHMARK_TEMPLATE(ConstantArray, true)->Apply(utSizes);
-BENCHMARK(ConstantStandard)->Apply(utSizes);
+BENCHMARK(ConcatArray)->Name("concatenate arrays of 8/ours")->Apply(utSizes);
+BENCHMARK(ConcatStandard)
+    ->Name("concatenate arrays of 8/std::vector")
+    ->Apply(utSizes);
+BENCHMARK(HeapArray)->Name("heap/ours")->Apply(utSizes);
+BENCHMARK(HeapStandard)->Name("heap/std::push_heap")->Apply(utSizes);
+BENCHMARK(HeapPointerArray)->Name("heap of pointers/ours")->Apply(utSizes);
+BENCHMARK(HeapPointerStandard)
+    ->Name("heap of pointers/std::push_heap")
+    ->Apply(utSizes);
+BENCHMARK(FindArray)->Name("find an integer/ours")->Apply(utSizes);
+BENCHMARK(FindStandard)->Name("find an integer/std::find")->Apply(utSizes);
+BENCHMARK_TEMPLATE(ConstantArray, false)
+    ->Name("fill with floats/ours")
+    ->Apply(utSizes);
+BENCHMARK_TEMPLATE(ConstantArray, true)
+    ->Name("fill with floats/ours by vectors")
+    ->Apply(utSizes);
+BENCHMARK(ConstantStandard)->Name("fill with floats/std::fill")->Apply(utSizes);

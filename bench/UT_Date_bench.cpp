@@ -42,8 +42,8 @@ utStampOfTime(benchmark::State &state)
         benchmark::DoNotOptimize(buffer);
     }
 }
-BENCHMARK(utStampOfTime<ut_Log>);
-BENCHMARK(utStampOfTime<ut_Usual>);
+BENCHMARK(utStampOfTime<ut_Log>)->Name("stamp of the log/ours");
+BENCHMARK(utStampOfTime<ut_Usual>)->Name("stamp by %c/ours");
 
 template <class Format>
 static void
@@ -59,8 +59,8 @@ utStampOfTimeByStrftime(benchmark::State &state)
         benchmark::DoNotOptimize(buffer);
     }
 }
-BENCHMARK(utStampOfTimeByStrftime<ut_Log>);
-BENCHMARK(utStampOfTimeByStrftime<ut_Usual>);
+BENCHMARK(utStampOfTimeByStrftime<ut_Log>)->Name("stamp of the log/strftime");
+BENCHMARK(utStampOfTimeByStrftime<ut_Usual>)->Name("stamp by %c/strftime");
 
 // Null for the system's zone.
 static void
@@ -84,8 +84,10 @@ utStampOfSeconds(benchmark::State &state, const char *zone)
         benchmark::DoNotOptimize(buffer);
     }
 }
-BENCHMARK_CAPTURE(utStampOfSeconds, variable, "Europe/Berlin");
-BENCHMARK_CAPTURE(utStampOfSeconds, system, nullptr);
+BENCHMARK_CAPTURE(utStampOfSeconds, variable, "Europe/Berlin")
+    ->Name("stamp of seconds, zone from TZ/ours");
+BENCHMARK_CAPTURE(utStampOfSeconds, system, nullptr)
+    ->Name("stamp of seconds, system's zone/ours");
 
 static void
 utStampOfSecondsByStrftime(benchmark::State &state, const char *zone)
@@ -102,5 +104,7 @@ utStampOfSecondsByStrftime(benchmark::State &state, const char *zone)
         benchmark::DoNotOptimize(buffer);
     }
 }
-BENCHMARK_CAPTURE(utStampOfSecondsByStrftime, variable, "Europe/Berlin");
-BENCHMARK_CAPTURE(utStampOfSecondsByStrftime, system, nullptr);
+BENCHMARK_CAPTURE(utStampOfSecondsByStrftime, variable, "Europe/Berlin")
+    ->Name("stamp of seconds, zone from TZ/strftime");
+BENCHMARK_CAPTURE(utStampOfSecondsByStrftime, system, nullptr)
+    ->Name("stamp of seconds, system's zone/strftime");

@@ -136,17 +136,19 @@ utRemove(benchmark::State &state)
     utComeAndGo<Environment, false>(state);
 }
 
-#define UT_ENV_BENCHMARK(operation, arguments) \
-    BENCHMARK_TEMPLATE(operation, ut_Ours)     \
-        ->Arg(30)                              \
-        ->Arg(300)                             \
-        ->Arg(3000) arguments;                 \
-    BENCHMARK_TEMPLATE(operation, ut_Library)  \
-        ->Arg(30)                              \
-        ->Arg(300)                             \
+#define UT_ENV_BENCHMARK(name, operation, arguments) \
+    BENCHMARK_TEMPLATE(operation, ut_Ours)           \
+        ->Name(name "/ours")                         \
+        ->Arg(30)                                    \
+        ->Arg(300)                                   \
+        ->Arg(3000) arguments;                       \
+    BENCHMARK_TEMPLATE(operation, ut_Library)        \
+        ->Name(name "/C library")                    \
+        ->Arg(30)                                    \
+        ->Arg(300)                                   \
         ->Arg(3000) arguments
 
-UT_ENV_BENCHMARK(utHit, );
-UT_ENV_BENCHMARK(utMiss, );
-UT_ENV_BENCHMARK(utInsert, ->UseManualTime());
-UT_ENV_BENCHMARK(utRemove, ->UseManualTime());
+UT_ENV_BENCHMARK("find a variable", utHit, );
+UT_ENV_BENCHMARK("miss a variable", utMiss, );
+UT_ENV_BENCHMARK("insert a variable", utInsert, ->UseManualTime());
+UT_ENV_BENCHMARK("remove a variable", utRemove, ->UseManualTime());

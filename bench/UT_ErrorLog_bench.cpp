@@ -29,7 +29,7 @@ utLogLine(benchmark::State &state)
     }
     unlink(theName.c_str());
 }
-BENCHMARK(utLogLine);
+BENCHMARK(utLogLine)->Name("line in the log/ours");
 
 static void
 utPrintLine(benchmark::State &state)
@@ -48,4 +48,4 @@ utPrintLine(benchmark::State &state)
     }
     unlink(theName.c_str());
 }
-BENCHMARK(utPrintLine);
+BENCHMARK(utPrintLine)->Name("line in the log/fprintf");

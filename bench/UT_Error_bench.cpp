@@ -23,7 +23,7 @@ utAddError(benchmark::State &state)
             manager.clearAndDestroyErrors();
     }
 }
-BENCHMARK(utAddError);
+BENCHMARK(utAddError)->Name("add an error/ours");
 
 // What an error is made of, and as many at a time.
 static void
@@ -45,7 +45,7 @@ utTwoAllocations(benchmark::State &state)
     }
     release();
 }
-BENCHMARK(utTwoAllocations);
+BENCHMARK(utTwoAllocations)->Name("add an error/two malloc");
 
 static void
 utScopeWithoutMonitor(benchmark::State &state)
@@ -56,7 +56,7 @@ utScopeWithoutMonitor(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(utScopeWithoutMonitor);
+BENCHMARK(utScopeWithoutMonitor)->Name("scope without a monitor/ours");
 
 static void
 utScopeWithMonitor(benchmark::State &state)
@@ -68,7 +68,7 @@ utScopeWithMonitor(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(utScopeWithMonitor);
+BENCHMARK(utScopeWithMonitor)->Name("scope with a monitor/ours");
 
 static void
 utTwoReadsOfTheClock(benchmark::State &state)
@@ -81,4 +81,4 @@ utTwoReadsOfTheClock(benchmark::State &state)
             benchmark::DoNotOptimize(now);
         }
 }
-BENCHMARK(utTwoReadsOfTheClock);
+BENCHMARK(utTwoReadsOfTheClock)->Name("scope with a monitor/two clock_gettime");

@@ -60,7 +60,7 @@ utScan(benchmark::State &state)
     }
     utCheck(state, out.buffer());
 }
-BENCHMARK(utScan);
+BENCHMARK(utScan)->Name("expand a path/ours");
 
 static void
 utExpandString(benchmark::State &state)
@@ -76,7 +76,7 @@ utExpandString(benchmark::State &state)
     }
     utCheck(state, text);
 }
-BENCHMARK(utExpandString);
+BENCHMARK(utExpandString)->Name("expand a path/ours in place");
 
 static void
 utWordexp(benchmark::State &state)
@@ -94,7 +94,7 @@ utWordexp(benchmark::State &state)
     utCheck(state, words.we_wordv[0]);
     wordfree(&words);
 }
-BENCHMARK(utWordexp);
+BENCHMARK(utWordexp)->Name("expand a path/wordexp");
 
 static void
 utRegex(benchmark::State &state)
@@ -121,7 +121,7 @@ utRegex(benchmark::State &state)
     }
     utCheck(state, out.c_str());
 }
-BENCHMARK(utRegex);
+BENCHMARK(utRegex)->Name("expand a path/std::regex");
 
 // The four names and values are known beforehand, and searched for one by one:
 // no look-up at all, and less than what the others do.
@@ -146,7 +146,7 @@ utReplaceAll(benchmark::State &state)
     }
     utCheck(state, out.c_str());
 }
-BENCHMARK(utReplaceAll);
+BENCHMARK(utReplaceAll)->Name("expand a path/known names replaced");
 
 // 64 kilobytes of words, with a variable after each 48 bytes or without.
 static std::string
@@ -175,7 +175,11 @@ utLongScan(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(utLongScan)->ArgName("variables")->Arg(0)->Arg(1);
+BENCHMARK(utLongScan)
+    ->Name("expand a long text/ours")
+    ->ArgName("variables")
+    ->Arg(0)
+    ->Arg(1);
 
 // Knows names in the text and nothing else: no quotes, backslashes or homes.
 static void
@@ -205,4 +209,8 @@ utLongFind(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(utLongFind)->ArgName("variables")->Arg(0)->Arg(1);
+BENCHMARK(utLongFind)
+    ->Name("expand a long text/find and copy")
+    ->ArgName("variables")
+    ->Arg(0)
+    ->Arg(1);

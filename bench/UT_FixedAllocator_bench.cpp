@@ -158,18 +158,25 @@ utReplace(benchmark::State &state)
         pool.deallocate(block);
 }
 
-#define UT_POOL_BENCHMARKS(Pool)                                      \
-    BENCHMARK_TEMPLATE(utPair, Pool);                                 \
-    BENCHMARK_TEMPLATE(utFillAndEmpty, Pool)->Arg(1000)->Arg(100000); \
-    BENCHMARK_TEMPLATE(utReplace, Pool)->Arg(1000)->Arg(100000)
+#define UT_POOL_BENCHMARKS(Pool, contender)                \
+    BENCHMARK_TEMPLATE(utPair, Pool)                       \
+        ->Name("allocate and release a block/" contender); \
+    BENCHMARK_TEMPLATE(utFillAndEmpty, Pool)               \
+        ->Name("allocate all, release all/" contender)     \
+        ->Arg(1000)                                        \
+        ->Arg(100000);                                     \
+    BENCHMARK_TEMPLATE(utReplace, Pool)                    \
+        ->Name("replace a block/" contender)               \
+        ->Arg(1000)                                        \
+        ->Arg(100000)
 
-UT_POOL_BENCHMARKS(ut_Malloc);
+UT_POOL_BENCHMARKS(ut_Malloc, "malloc");
 UT_POOL_BENCHMARKS(ut_TCMalloc);
 #ifdef VALDRIN_HAVE_BOOST
 UT_POOL_BENCHMARKS(ut_BoostPool);
 #endif
-UT_POOL_BENCHMARKS(ut_StandardPool);
-UT_POOL_BENCHMARKS(ut_Fixed<false>);
-UT_POOL_BENCHMARKS(ut_Fixed<true>);
-UT_POOL_BENCHMARKS(ut_SmallObject<false>);
-UT_POOL_BENCHMARKS(ut_SmallObject<true>);
+UT_POOL_BENCHMARKS(ut_StandardPool, "std::pmr");
+UT_POOL_BENCHMARKS(ut_Fixed<false>, "ours");
+UT_POOL_BENCHMARKS(ut_Fixed<true>, "ours that reclaims");
+UT_POOL_BENCHMARKS(ut_SmallObject<false>, "ours for small objects");
+UT_POOL_BENCHMARKS(ut_SmallObject<true>, "ours for small objects with a lock");

@@ -364,20 +364,54 @@ utValuesFread(benchmark::State &state)
     }
 }
 
-BENCHMARK(utLines)->Arg(10)->Arg(40)->Arg(100)->Arg(1000);
-BENCHMARK(utLinesGetline)->Arg(10)->Arg(40)->Arg(100)->Arg(1000);
-BENCHMARK(utWordsStream);
-BENCHMARK(utWordsStrtok);
-BENCHMARK(utIntegersStream);
-BENCHMARK(utIntegersStrtol);
-BENCHMARK(utFloatsStream);
-BENCHMARK(utFloatsStrtod);
-BENCHMARK(utGzipStream)->Arg(100)->Arg(4096)->Arg(1 << 20);
-BENCHMARK(utGzipGzread)->Arg(100)->Arg(4096)->Arg(1 << 20);
-BENCHMARK(utValuesStream<int>)->Arg(1)->Arg(16)->Arg(1000)->Arg(1 << 20);
-BENCHMARK(utValuesFread<int, uint32>)->Arg(1)->Arg(16)->Arg(1000)->Arg(1 << 20);
-BENCHMARK(utValuesStream<double>)->Arg(1)->Arg(16)->Arg(1000)->Arg(1 << 19);
+BENCHMARK(utLines)
+    ->Name("read lines/ours")
+    ->Arg(10)
+    ->Arg(40)
+    ->Arg(100)
+    ->Arg(1000);
+BENCHMARK(utLinesGetline)
+    ->Name("read lines/getline")
+    ->Arg(10)
+    ->Arg(40)
+    ->Arg(100)
+    ->Arg(1000);
+BENCHMARK(utWordsStream)->Name("read words/ours");
+BENCHMARK(utWordsStrtok)->Name("read words/strtok_r");
+BENCHMARK(utIntegersStream)->Name("read integers/ours");
+BENCHMARK(utIntegersStrtol)->Name("read integers/strtol");
+BENCHMARK(utFloatsStream)->Name("read floats/ours");
+BENCHMARK(utFloatsStrtod)->Name("read floats/strtod");
+BENCHMARK(utGzipStream)
+    ->Name("read gzip data/ours")
+    ->Arg(100)
+    ->Arg(4096)
+    ->Arg(1 << 20);
+BENCHMARK(utGzipGzread)
+    ->Name("read gzip data/gzread")
+    ->Arg(100)
+    ->Arg(4096)
+    ->Arg(1 << 20);
+BENCHMARK(utValuesStream<int>)
+    ->Name("read big-endian integers/ours")
+    ->Arg(1)
+    ->Arg(16)
+    ->Arg(1000)
+    ->Arg(1 << 20);
+BENCHMARK(utValuesFread<int, uint32>)
+    ->Name("read big-endian integers/fread")
+    ->Arg(1)
+    ->Arg(16)
+    ->Arg(1000)
+    ->Arg(1 << 20);
+BENCHMARK(utValuesStream<double>)
+    ->Name("read big-endian doubles/ours")
+    ->Arg(1)
+    ->Arg(16)
+    ->Arg(1000)
+    ->Arg(1 << 19);
 BENCHMARK(utValuesFread<double, uint64>)
+    ->Name("read big-endian doubles/fread")
     ->Arg(1)
     ->Arg(16)
     ->Arg(1000)

@@ -75,14 +75,22 @@ utLockDeeply(benchmark::State &state)
 
 BENCHMARK_TEMPLATE(utLockDeeply, ut_Recursive)->UseRealTime();
 BENCHMARK_TEMPLATE(utLockDeeply, std::recursive_mutex)->UseRealTime();
-BENCHMARK_TEMPLATE(utLockAndUnlock, UT_Lock)->ThreadRange(1, 2)->UseRealTime();
-BENCHMARK_TEMPLATE(utLockAndUnlock, ut_LightWeight)
+BENCHMARK_TEMPLATE(utLockAndUnlock, UT_Lock)
+    ->Name("lock and unlock/ours")
     ->ThreadRange(1, 2)
     ->UseRealTime();
-BENCHMARK_TEMPLATE(utLockAndUnlock, ut_Recursive)->UseRealTime();
+BENCHMARK_TEMPLATE(utLockAndUnlock, ut_LightWeight)
+    ->Name("lock and unlock/ours by lockLW")
+    ->ThreadRange(1, 2)
+    ->UseRealTime();
+BENCHMARK_TEMPLATE(utLockAndUnlock, ut_Recursive)
+    ->Name("lock and unlock/ours recursive")
+    ->UseRealTime();
 BENCHMARK_TEMPLATE(utLockAndUnlock, ut_PThreadMutex)
+    ->Name("lock and unlock/pthread_mutex")
     ->ThreadRange(1, 2)
     ->UseRealTime();
 BENCHMARK_TEMPLATE(utLockAndUnlock, std::mutex)
+    ->Name("lock and unlock/std::mutex")
     ->ThreadRange(1, 2)
     ->UseRealTime();

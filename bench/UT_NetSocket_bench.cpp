@@ -191,17 +191,24 @@ utCurl(benchmark::State &state)
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
-#define UT_BENCHMARK_CURL(bytes) BENCHMARK(utCurl)->Arg(bytes)->UseRealTime()
+#define UT_BENCHMARK_CURL(bytes) \
+    BENCHMARK(utCurl)->Name("exchange/libcurl")->Arg(bytes)->UseRealTime()
 #else
 #define UT_BENCHMARK_CURL(bytes) static_assert(true)
 #endif
 
 // Size by size, so that what is compared runs side by side.
-#define UT_BENCHMARK_SIZE(bytes)                          \
-    BENCHMARK(utToolkit)->Arg(bytes)->UseRealTime();      \
-    UT_BENCHMARK_CURL(bytes);                             \
-    BENCHMARK(utRawGathering)->Arg(bytes)->UseRealTime(); \
-    BENCHMARK(utRawDropping)->Arg(bytes)->UseRealTime()
+#define UT_BENCHMARK_SIZE(bytes)                                            \
+    BENCHMARK(utToolkit)->Name("exchange/ours")->Arg(bytes)->UseRealTime(); \
+    UT_BENCHMARK_CURL(bytes);                                               \
+    BENCHMARK(utRawGathering)                                               \
+        ->Name("exchange/read and append")                                  \
+        ->Arg(bytes)                                                        \
+        ->UseRealTime();                                                    \
+    BENCHMARK(utRawDropping)                                                \
+        ->Name("exchange/read alone")                                       \
+        ->Arg(bytes)                                                        \
+        ->UseRealTime()
 
 UT_BENCHMARK_SIZE(3);
 UT_BENCHMARK_SIZE(64 << 10);

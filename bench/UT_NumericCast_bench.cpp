@@ -44,7 +44,7 @@ BM_ToFloat(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_ToFloat);
+BENCHMARK(BM_ToFloat)->Name("halves to floats/ours");
 
 static void
 BM_ToFloatByTable(benchmark::State &state)
@@ -58,7 +58,7 @@ BM_ToFloatByTable(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_ToFloatByTable);
+BENCHMARK(BM_ToFloatByTable)->Name("halves to floats/ours one by one");
 
 __attribute__((target("f16c"))) static void
 BM_ToFloatByF16C(benchmark::State &state)
@@ -72,7 +72,7 @@ BM_ToFloatByF16C(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_ToFloatByF16C);
+BENCHMARK(BM_ToFloatByF16C)->Name("halves to floats/F16C");
 
 static void
 BM_ToHalf(benchmark::State &state)
@@ -85,7 +85,7 @@ BM_ToHalf(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_ToHalf);
+BENCHMARK(BM_ToHalf)->Name("floats to halves/ours");
 
 static void
 BM_ToHalfByTable(benchmark::State &state)
@@ -99,7 +99,7 @@ BM_ToHalfByTable(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_ToHalfByTable);
+BENCHMARK(BM_ToHalfByTable)->Name("floats to halves/ours one by one");
 
 __attribute__((target("f16c"))) static void
 BM_ToHalfByF16C(benchmark::State &state)
@@ -113,4 +113,4 @@ BM_ToHalfByF16C(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_ToHalfByF16C);
+BENCHMARK(BM_ToHalfByF16C)->Name("floats to halves/F16C");

@@ -128,7 +128,7 @@ BM_KeysOurs(benchmark::State &state)
             sorter.sort(keys, unsigned(n), /*makeIndex=*/0, /*isSigned=*/false);
         });
 }
-BENCHMARK(BM_KeysOurs)->Apply(utLongArguments);
+BENCHMARK(BM_KeysOurs)->Name("sort keys/ours")->Apply(utLongArguments);
 
 static void
 BM_KeysStd(benchmark::State &state)
@@ -137,7 +137,7 @@ BM_KeysStd(benchmark::State &state)
         state, utUnsignedInputs(state),
         [](unsigned *keys, size_t n) { std::sort(keys, keys + n); });
 }
-BENCHMARK(BM_KeysStd)->Apply(utArguments);
+BENCHMARK(BM_KeysStd)->Name("sort keys/std::sort")->Apply(utArguments);
 
 #ifdef VALDRIN_HAVE_BOOST
 static void
@@ -147,7 +147,7 @@ BM_KeysPdqsort(benchmark::State &state)
         state, utUnsignedInputs(state),
         [](unsigned *keys, size_t n) { boost::sort::pdqsort(keys, keys + n); });
 }
-BENCHMARK(BM_KeysPdqsort)->Apply(utLongArguments);
+BENCHMARK(BM_KeysPdqsort)->Name("sort keys/pdqsort")->Apply(utLongArguments);
 
 static void
 BM_KeysSpreadsort(benchmark::State &state)
@@ -157,7 +157,9 @@ BM_KeysSpreadsort(benchmark::State &state)
         [](unsigned *keys, size_t n)
         { boost::sort::spreadsort::integer_sort(keys, keys + n); });
 }
-BENCHMARK(BM_KeysSpreadsort)->Apply(utLongArguments);
+BENCHMARK(BM_KeysSpreadsort)
+    ->Name("sort keys/spreadsort")
+    ->Apply(utLongArguments);
 #endif
 
 #ifdef VALDRIN_HAVE_VQSORT
@@ -170,7 +172,7 @@ BM_KeysVector(benchmark::State &state)
         [&](unsigned *keys, size_t n)
         { sorter(keys, n, hwy::SortAscending()); });
 }
-BENCHMARK(BM_KeysVector)->Apply(utLongArguments);
+BENCHMARK(BM_KeysVector)->Name("sort keys/Highway")->Apply(utLongArguments);
 #endif
 
 // Float keys.
@@ -193,7 +195,7 @@ BM_FloatsOurs(benchmark::State &state)
         [&](float *keys, size_t n)
         { sorter.sort(keys, unsigned(n), /*makeIndex=*/0); });
 }
-BENCHMARK(BM_FloatsOurs)->Apply(utLongArguments);
+BENCHMARK(BM_FloatsOurs)->Name("sort floats/ours")->Apply(utLongArguments);
 
 static void
 BM_FloatsStd(benchmark::State &state)
@@ -202,7 +204,7 @@ BM_FloatsStd(benchmark::State &state)
         state, utFloatInputs(state),
         [](float *keys, size_t n) { std::sort(keys, keys + n); });
 }
-BENCHMARK(BM_FloatsStd)->Apply(utArguments);
+BENCHMARK(BM_FloatsStd)->Name("sort floats/std::sort")->Apply(utArguments);
 
 #ifdef VALDRIN_HAVE_BOOST
 static void
@@ -212,7 +214,9 @@ BM_FloatsPdqsort(benchmark::State &state)
         state, utFloatInputs(state),
         [](float *keys, size_t n) { boost::sort::pdqsort(keys, keys + n); });
 }
-BENCHMARK(BM_FloatsPdqsort)->Apply(utLongArguments);
+BENCHMARK(BM_FloatsPdqsort)
+    ->Name("sort floats/pdqsort")
+    ->Apply(utLongArguments);
 
 static void
 BM_FloatsSpreadsort(benchmark::State &state)
@@ -222,7 +226,9 @@ BM_FloatsSpreadsort(benchmark::State &state)
         [](float *keys, size_t n)
         { boost::sort::spreadsort::float_sort(keys, keys + n); });
 }
-BENCHMARK(BM_FloatsSpreadsort)->Apply(utLongArguments);
+BENCHMARK(BM_FloatsSpreadsort)
+    ->Name("sort floats/spreadsort")
+    ->Apply(utLongArguments);
 #endif
 
 #ifdef VALDRIN_HAVE_VQSORT
@@ -234,7 +240,7 @@ BM_FloatsVector(benchmark::State &state)
         state, utFloatInputs(state),
         [&](float *keys, size_t n) { sorter(keys, n, hwy::SortAscending()); });
 }
-BENCHMARK(BM_FloatsVector)->Apply(utLongArguments);
+BENCHMARK(BM_FloatsVector)->Name("sort floats/Highway")->Apply(utLongArguments);
 #endif
 
 // Keys with an index. std::sort leaves the keys where they are; Boost's sorts
@@ -250,7 +256,9 @@ BM_IndexedOurs(benchmark::State &state)
             sorter.sort(keys, unsigned(n), /*makeIndex=*/1, /*isSigned=*/false);
         });
 }
-BENCHMARK(BM_IndexedOurs)->Apply(utLongArguments);
+BENCHMARK(BM_IndexedOurs)
+    ->Name("sort keys with an index/ours")
+    ->Apply(utLongArguments);
 
 static void
 BM_IndexedStd(benchmark::State &state)
@@ -267,7 +275,9 @@ BM_IndexedStd(benchmark::State &state)
             benchmark::DoNotOptimize(index.data());
         });
 }
-BENCHMARK(BM_IndexedStd)->Apply(utArguments);
+BENCHMARK(BM_IndexedStd)
+    ->Name("sort keys with an index/std::sort")
+    ->Apply(utArguments);
 
 #ifdef VALDRIN_HAVE_BOOST
 struct ut_Pair
@@ -307,7 +317,9 @@ BM_IndexedPdqsort(benchmark::State &state)
         state, [](auto begin, auto end)
         { boost::sort::pdqsort_branchless(begin, end); });
 }
-BENCHMARK(BM_IndexedPdqsort)->Apply(utLongArguments);
+BENCHMARK(BM_IndexedPdqsort)
+    ->Name("sort keys with an index/pdqsort")
+    ->Apply(utLongArguments);
 
 static void
 BM_IndexedSpreadsort(benchmark::State &state)
@@ -322,7 +334,9 @@ BM_IndexedSpreadsort(benchmark::State &state)
                 { return pair.key >> shift; });
         });
 }
-BENCHMARK(BM_IndexedSpreadsort)->Apply(utLongArguments);
+BENCHMARK(BM_IndexedSpreadsort)
+    ->Name("sort keys with an index/spreadsort")
+    ->Apply(utLongArguments);
 #endif
 
 // Records of 4 * `words` bytes.
@@ -359,9 +373,15 @@ BM_RecordsOurs(benchmark::State &state)
                 UT_QuickSort::UT_SORT_SIGNED);
         });
 }
-BENCHMARK_TEMPLATE(BM_RecordsOurs, 4)->Apply(utArguments);
-BENCHMARK_TEMPLATE(BM_RecordsOurs, 8)->Apply(utArguments);
-BENCHMARK_TEMPLATE(BM_RecordsOurs, 16)->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsOurs, 4)
+    ->Name("sort records of 16 bytes/ours")
+    ->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsOurs, 8)
+    ->Name("sort records of 32 bytes/ours")
+    ->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsOurs, 16)
+    ->Name("sort records of 64 bytes/ours")
+    ->Apply(utArguments);
 
 template <size_t words>
 static void
@@ -377,9 +397,15 @@ BM_RecordsStd(benchmark::State &state)
                 [](const Record &a, const Record &b) { return a.key < b.key; });
         });
 }
-BENCHMARK_TEMPLATE(BM_RecordsStd, 4)->Apply(utArguments);
-BENCHMARK_TEMPLATE(BM_RecordsStd, 8)->Apply(utArguments);
-BENCHMARK_TEMPLATE(BM_RecordsStd, 16)->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsStd, 4)
+    ->Name("sort records of 16 bytes/std::sort")
+    ->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsStd, 8)
+    ->Name("sort records of 32 bytes/std::sort")
+    ->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsStd, 16)
+    ->Name("sort records of 64 bytes/std::sort")
+    ->Apply(utArguments);
 
 #ifdef VALDRIN_HAVE_BOOST
 template <size_t words>
@@ -396,9 +422,15 @@ BM_RecordsPdqsort(benchmark::State &state)
                 [](const Record &a, const Record &b) { return a.key < b.key; });
         });
 }
-BENCHMARK_TEMPLATE(BM_RecordsPdqsort, 4)->Apply(utArguments);
-BENCHMARK_TEMPLATE(BM_RecordsPdqsort, 8)->Apply(utArguments);
-BENCHMARK_TEMPLATE(BM_RecordsPdqsort, 16)->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsPdqsort, 4)
+    ->Name("sort records of 16 bytes/pdqsort")
+    ->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsPdqsort, 8)
+    ->Name("sort records of 32 bytes/pdqsort")
+    ->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsPdqsort, 16)
+    ->Name("sort records of 64 bytes/pdqsort")
+    ->Apply(utArguments);
 
 template <size_t words>
 static void
@@ -415,9 +447,15 @@ BM_RecordsSpreadsort(benchmark::State &state)
                 [](const Record &a, const Record &b) { return a.key < b.key; });
         });
 }
-BENCHMARK_TEMPLATE(BM_RecordsSpreadsort, 4)->Apply(utArguments);
-BENCHMARK_TEMPLATE(BM_RecordsSpreadsort, 8)->Apply(utArguments);
-BENCHMARK_TEMPLATE(BM_RecordsSpreadsort, 16)->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsSpreadsort, 4)
+    ->Name("sort records of 16 bytes/spreadsort")
+    ->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsSpreadsort, 8)
+    ->Name("sort records of 32 bytes/spreadsort")
+    ->Apply(utArguments);
+BENCHMARK_TEMPLATE(BM_RecordsSpreadsort, 16)
+    ->Name("sort records of 64 bytes/spreadsort")
+    ->Apply(utArguments);
 #endif
 
 // Selection of the median.
@@ -443,7 +481,7 @@ BM_SelectOurs(benchmark::State &state)
         [](int *data, size_t n)
         { UTquickSelect(data, unsigned(n), unsigned(n / 2), utCompareInts); });
 }
-BENCHMARK(BM_SelectOurs)->Apply(utArguments);
+BENCHMARK(BM_SelectOurs)->Name("select the median/ours")->Apply(utArguments);
 
 static void
 BM_SelectStd(benchmark::State &state)
@@ -459,7 +497,9 @@ BM_SelectStd(benchmark::State &state)
                 [compare](int a, int b) { return compare(a, b) < 0; });
         });
 }
-BENCHMARK(BM_SelectStd)->Apply(utArguments);
+BENCHMARK(BM_SelectStd)
+    ->Name("select the median/std::nth_element")
+    ->Apply(utArguments);
 
 static void
 BM_SelectElementsOurs(benchmark::State &state)
@@ -473,7 +513,9 @@ BM_SelectElementsOurs(benchmark::State &state)
                 utCompareElements);
         });
 }
-BENCHMARK(BM_SelectElementsOurs)->Apply(utArguments);
+BENCHMARK(BM_SelectElementsOurs)
+    ->Name("select the median by qsort's comparator/ours")
+    ->Apply(utArguments);
 
 static void
 BM_SelectElementsStd(benchmark::State &state)
@@ -490,4 +532,6 @@ BM_SelectElementsStd(benchmark::State &state)
                 { return compare(&a, &b) < 0; });
         });
 }
-BENCHMARK(BM_SelectElementsStd)->Apply(utArguments);
+BENCHMARK(BM_SelectElementsStd)
+    ->Name("select the median by qsort's comparator/std::nth_element")
+    ->Apply(utArguments);

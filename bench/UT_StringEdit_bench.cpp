@@ -116,10 +116,20 @@ utSizes(benchmark::internal::Benchmark *benchmark)
                 benchmark->Args({length, distance});
 }
 
-BENCHMARK(find_UT_String)->Apply(utSizes);
-BENCHMARK(find_string)->Apply(utSizes);
-BENCHMARK(findNearly_UT_String)->Arg(4096)->Arg(1 << 16);
-BENCHMARK(findNearly_string)->Arg(4096)->Arg(1 << 16);
-BENCHMARK(substitute_UT_String)->Apply(utSizes);
-BENCHMARK(substitute_stringInPlace)->Apply(utSizes);
-BENCHMARK(substitute_stringPieces)->Apply(utSizes);
+BENCHMARK(find_UT_String)->Name("find a text/ours")->Apply(utSizes);
+BENCHMARK(find_string)->Name("find a text/std::string")->Apply(utSizes);
+BENCHMARK(findNearly_UT_String)
+    ->Name("find what nearly occurs/ours")
+    ->Arg(4096)
+    ->Arg(1 << 16);
+BENCHMARK(findNearly_string)
+    ->Name("find what nearly occurs/std::string")
+    ->Arg(4096)
+    ->Arg(1 << 16);
+BENCHMARK(substitute_UT_String)->Name("replace a text/ours")->Apply(utSizes);
+BENCHMARK(substitute_stringInPlace)
+    ->Name("replace a text/std::string in place")
+    ->Apply(utSizes);
+BENCHMARK(substitute_stringPieces)
+    ->Name("replace a text/std::string of pieces")
+    ->Apply(utSizes);

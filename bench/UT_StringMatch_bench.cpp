@@ -75,8 +75,16 @@ utMix(benchmark::State &state)
     state.SetItemsProcessed(
         state.iterations() * int64_t(std::size(thePatterns) * names.size()));
 }
-BENCHMARK_TEMPLATE(utMix, ut_Ours)->ArgName("folds")->Arg(0)->Arg(1);
-BENCHMARK_TEMPLATE(utMix, ut_Fnmatch)->ArgName("folds")->Arg(0)->Arg(1);
+BENCHMARK_TEMPLATE(utMix, ut_Ours)
+    ->Name("match usual patterns/ours")
+    ->ArgName("folds")
+    ->Arg(0)
+    ->Arg(1);
+BENCHMARK_TEMPLATE(utMix, ut_Fnmatch)
+    ->Name("match usual patterns/fnmatch")
+    ->ArgName("folds")
+    ->Arg(0)
+    ->Arg(1);
 
 static const char *const theHardPatterns[] = {
     "*a?a?a[bc]*", "*?a[bc]*a",      "*a*a*a*a*a*a*b", "*aaaaaaab",
@@ -95,8 +103,12 @@ utHard(benchmark::State &state)
         benchmark::DoNotOptimize(Matcher::match(pattern, text, false));
     state.SetLabel(pattern);
 }
-BENCHMARK_TEMPLATE(utHard, ut_Ours)->DenseRange(0, 6);
-BENCHMARK_TEMPLATE(utHard, ut_Fnmatch)->DenseRange(0, 6);
+BENCHMARK_TEMPLATE(utHard, ut_Ours)
+    ->Name("match a hard pattern/ours")
+    ->DenseRange(0, 6);
+BENCHMARK_TEMPLATE(utHard, ut_Fnmatch)
+    ->Name("match a hard pattern/fnmatch")
+    ->DenseRange(0, 6);
 
 // Each name against all of a list of 24 patterns. The peers have them one by
 // one; GLib's are prepared before the time runs, and know no sets.
@@ -127,7 +139,7 @@ utList(benchmark::State &state)
     benchmark::DoNotOptimize(matches);
     state.SetItemsProcessed(state.iterations() * int64_t(names.size()));
 }
-BENCHMARK(utList);
+BENCHMARK(utList)->Name("match a list of 24/ours");
 
 static void
 utListFnmatch(benchmark::State &state)
@@ -140,7 +152,7 @@ utListFnmatch(benchmark::State &state)
     benchmark::DoNotOptimize(matches);
     state.SetItemsProcessed(state.iterations() * int64_t(std::size(theNames)));
 }
-BENCHMARK(utListFnmatch);
+BENCHMARK(utListFnmatch)->Name("match a list of 24/fnmatch");
 
 #ifdef VALDRIN_HAVE_GLIB
 static void
@@ -162,7 +174,7 @@ utListGlib(benchmark::State &state)
     for (GPatternSpec *spec : specs)
         g_pattern_spec_free(spec);
 }
-BENCHMARK(utListGlib);
+BENCHMARK(utListGlib)->Name("match a list of 24/GLib");
 #endif
 
 // Words, and one that comes at the end alone.
@@ -184,7 +196,11 @@ utContains(benchmark::State &state)
     for (auto _ : state)
         benchmark::DoNotOptimize(string.contains("needle", caseSensitive));
 }
-BENCHMARK(utContains)->ArgName("folds")->Arg(0)->Arg(1);
+BENCHMARK(utContains)
+    ->Name("match *needle*/ours")
+    ->ArgName("folds")
+    ->Arg(0)
+    ->Arg(1);
 
 static void
 utContainsFnmatch(benchmark::State &state)
@@ -194,7 +210,11 @@ utContainsFnmatch(benchmark::State &state)
     for (auto _ : state)
         benchmark::DoNotOptimize(fnmatch("*needle*", text.c_str(), flags));
 }
-BENCHMARK(utContainsFnmatch)->ArgName("folds")->Arg(0)->Arg(1);
+BENCHMARK(utContainsFnmatch)
+    ->Name("match *needle*/fnmatch")
+    ->ArgName("folds")
+    ->Arg(0)
+    ->Arg(1);
 
 // The first of many groups varies slowest.
 static void
@@ -212,4 +232,4 @@ utExpand(benchmark::State &state)
     }
     state.SetItemsProcessed(state.iterations() * 10000);
 }
-BENCHMARK(utExpand);
+BENCHMARK(utExpand)->Name("expand brackets/ours");

@@ -102,7 +102,7 @@ utPretty(benchmark::State &state)
             benchmark::DoNotOptimize(text);
         }
 }
-BENCHMARK(utPretty);
+BENCHMARK(utPretty)->Name("write with commas/ours");
 
 static void
 utPrettyToChars(benchmark::State &state)
@@ -129,7 +129,7 @@ utPrettyToChars(benchmark::State &state)
             free(copy);
         }
 }
-BENCHMARK(utPrettyToChars);
+BENCHMARK(utPrettyToChars)->Name("write with commas/std::to_chars");
 
 // ---- Names
 
@@ -232,15 +232,29 @@ utSortPointers(benchmark::State &state)
     }
 }
 
-BENCHMARK(utWrite<ut_Ours, unsigned>)->DenseRange(0, 10);
-BENCHMARK(utWrite<ut_Peer, unsigned>)->DenseRange(0, 10);
-BENCHMARK(utWrite<ut_Ours, int>)->DenseRange(0, 10, 5);
-BENCHMARK(utWrite<ut_Peer, int>)->DenseRange(0, 10, 5);
-BENCHMARK(utCompare<ut_Ours>)->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE);
-BENCHMARK(utCompare<ut_Peer>)->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE);
+BENCHMARK(utWrite<ut_Ours, unsigned>)
+    ->Name("write an unsigned/ours")
+    ->DenseRange(0, 10);
+BENCHMARK(utWrite<ut_Peer, unsigned>)
+    ->Name("write an unsigned/std::to_chars")
+    ->DenseRange(0, 10);
+BENCHMARK(utWrite<ut_Ours, int>)
+    ->Name("write an integer/ours")
+    ->DenseRange(0, 10, 5);
+BENCHMARK(utWrite<ut_Peer, int>)
+    ->Name("write an integer/std::to_chars")
+    ->DenseRange(0, 10, 5);
+BENCHMARK(utCompare<ut_Ours>)
+    ->Name("compare names/ours")
+    ->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE);
+BENCHMARK(utCompare<ut_Peer>)
+    ->Name("compare names/strverscmp")
+    ->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE);
 BENCHMARK(utSortArray)
+    ->Name("sort names/ours")
     ->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(utSortPointers)
+    ->Name("sort names/std::sort")
     ->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE)
     ->Unit(benchmark::kMillisecond);

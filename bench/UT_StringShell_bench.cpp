@@ -68,7 +68,7 @@ utParseCsh(benchmark::State &state)
     }
     utCheck(state, line.words, args.getArgv(), size_t(args.getArgc()));
 }
-BENCHMARK(utParseCsh)->Arg(0)->Arg(1);
+BENCHMARK(utParseCsh)->Name("parse a command line/ours")->Arg(0)->Arg(1);
 
 static void
 utParseDos(benchmark::State &state)
@@ -87,7 +87,10 @@ utParseDos(benchmark::State &state)
     }
     utCheck(state, line.words, args.getArgv(), size_t(args.getArgc()));
 }
-BENCHMARK(utParseDos)->Arg(0)->Arg(1);
+BENCHMARK(utParseDos)
+    ->Name("parse a command line/ours with DOS rules")
+    ->Arg(0)
+    ->Arg(1);
 
 static void
 utWordexp(benchmark::State &state)
@@ -106,4 +109,4 @@ utWordexp(benchmark::State &state)
     utCheck(state, line.words, words.we_wordv, words.we_wordc);
     wordfree(&words);
 }
-BENCHMARK(utWordexp)->Arg(0)->Arg(1);
+BENCHMARK(utWordexp)->Name("parse a command line/wordexp")->Arg(0)->Arg(1);

@@ -63,7 +63,12 @@ BM_HandOver(benchmark::State &state)
     }
     benchmark::DoNotOptimize(counter);
 }
-BENCHMARK(BM_HandOver)->ArgName("load")->Arg(0)->Arg(2)->UseRealTime();
+BENCHMARK(BM_HandOver)
+    ->Name("hand a job over/ours")
+    ->ArgName("load")
+    ->Arg(0)
+    ->Arg(2)
+    ->UseRealTime();
 
 static void
 BM_HandOverStd(benchmark::State &state)
@@ -102,7 +107,12 @@ BM_HandOverStd(benchmark::State &state)
     worker.join();
     benchmark::DoNotOptimize(counter);
 }
-BENCHMARK(BM_HandOverStd)->ArgName("load")->Arg(0)->Arg(2)->UseRealTime();
+BENCHMARK(BM_HandOverStd)
+    ->Name("hand a job over/std::condition_variable")
+    ->ArgName("load")
+    ->Arg(0)
+    ->Arg(2)
+    ->UseRealTime();
 
 static void
 BM_ThreadIndex(benchmark::State &state)
@@ -110,4 +120,4 @@ BM_ThreadIndex(benchmark::State &state)
     for (auto _ : state)
         benchmark::DoNotOptimize(UT_Thread::getMySequentialThreadIndex());
 }
-BENCHMARK(BM_ThreadIndex);
+BENCHMARK(BM_ThreadIndex)->Name("thread's index/ours");

@@ -126,10 +126,38 @@ utSwap(benchmark::State &state)
     state.SetBytesProcessed(state.iterations() * state.range(0) * 4);
 }
 
-BENCHMARK(utTokenizeSet)->Arg(3)->Arg(30)->Arg(3000);
-BENCHMARK(utParse)->Arg(3)->Arg(30)->Arg(3000);
-BENCHMARK(utStrtok)->Arg(3)->Arg(30)->Arg(3000);
-BENCHMARK(utTokenizeOne)->Arg(3)->Arg(30)->Arg(3000);
-BENCHMARK(utStrsep)->Arg(3)->Arg(30)->Arg(3000);
-BENCHMARK_TEMPLATE(utSwap, true)->Arg(4)->Arg(1024)->Arg(1 << 20);
-BENCHMARK_TEMPLATE(utSwap, false)->Arg(4)->Arg(1024)->Arg(1 << 20);
+BENCHMARK(utTokenizeSet)
+    ->Name("split a line at a set/ours")
+    ->Arg(3)
+    ->Arg(30)
+    ->Arg(3000);
+BENCHMARK(utParse)
+    ->Name("split a line at a set/ours with quotes")
+    ->Arg(3)
+    ->Arg(30)
+    ->Arg(3000);
+BENCHMARK(utStrtok)
+    ->Name("split a line at a set/strtok_r")
+    ->Arg(3)
+    ->Arg(30)
+    ->Arg(3000);
+BENCHMARK(utTokenizeOne)
+    ->Name("split a line at one separator/ours")
+    ->Arg(3)
+    ->Arg(30)
+    ->Arg(3000);
+BENCHMARK(utStrsep)
+    ->Name("split a line at one separator/strsep")
+    ->Arg(3)
+    ->Arg(30)
+    ->Arg(3000);
+BENCHMARK_TEMPLATE(utSwap, true)
+    ->Name("swap bytes/ours")
+    ->Arg(4)
+    ->Arg(1024)
+    ->Arg(1 << 20);
+BENCHMARK_TEMPLATE(utSwap, false)
+    ->Name("swap bytes/a loop")
+    ->Arg(4)
+    ->Arg(1024)
+    ->Arg(1 << 20);

@@ -208,7 +208,9 @@ utExchange(benchmark::State &state)
     connection->Release();
 }
 
-BENCHMARK(utExchange)->UseRealTime();
+BENCHMARK(utExchange)
+    ->Name("exchange by the component/ours and system calls")
+    ->UseRealTime();
 
 static void
 utConnectionExchange(benchmark::State &state)
@@ -237,7 +239,9 @@ utConnectionExchange(benchmark::State &state)
     component->Release();
 }
 
-BENCHMARK(utConnectionExchange)->UseRealTime();
+BENCHMARK(utConnectionExchange)
+    ->Name("exchange by UT_Connection/ours and the component")
+    ->UseRealTime();
 
 // ---- The envelope
 
@@ -310,6 +314,7 @@ utEnvelope(benchmark::State &state)
 }
 
 BENCHMARK(utEnvelope)
+    ->Name("envelope/ours and std::string")
     ->Args({40, 0})
     ->Args({4000, 0})
     ->Args({4000, -1})

@@ -1,0 +1,89 @@
+"""The report of scripts/bench, made of measurements that are given."""
+
+import importlib.machinery
+import importlib.util
+import pathlib
+import unittest
+
+PATH = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "bench"
+LOADER = importlib.machinery.SourceFileLoader("bench", str(PATH))
+bench = importlib.util.module_from_spec(
+    importlib.util.spec_from_loader("bench", LOADER))
+LOADER.exec_module(bench)
+
+
+def run(name, *times, **more):
+    """Repetitions of a row, as Google Benchmark reports them."""
+    return [{"name": name, "run_type": "iteration", "cpu_time": time,
+             "real_time": 1000 * time, "time_unit": "us", **more}
+            for time in times]
+
+
+def rows(*runs, counts=()):
+    measured = bench.medians({"benchmarks": sum(runs, [])})
+    return bench.compare("Family", measured, dict(counts))
+
+
+class Test(unittest.TestCase):
+    def test_medians_are_compared_with_the_fastest_peer(self):
+        [row] = rows(run("sort/ours/10", 3, 90, 2), run("sort/slow/10", 8),
+                     run("sort/fast/10", 6),
+                     counts={"sort/ours/10": 5, "sort/fast/10": 2})
+        self.assertEqual(row["ours_ns"], 3000)
+        self.assertEqual(row["peer"], "fast")
+        self.assertEqual(row["time"], 0.5)
+        self.assertEqual(row["instructions"], 2.5)
+
+    def test_statistics_and_failed_rows_are_left_out(self):
+        self.assertEqual(rows(run("sort/ours", 1, error_occurred=True),
+                              run("sort/ours", 1, run_type="aggregate")), [])
+
+    def test_waiting_counts_where_the_row_says_so(self):
+        [row] = rows(run("ask/ours/3/real_time", 2))
+        self.assertEqual(row["arguments"], "3")
+        self.assertEqual(row["ours_ns"], 2e6)
+
+    def test_a_row_may_measure_both(self):
+        [row] = rows(run("ask/ours and system calls/3", 9, ours_us=2,
+                         peer_us=1))
+        self.assertEqual(row["peer"], "system calls")
+        self.assertEqual(row["time"], 2)
+
+    def test_each_kind_of_ours_has_a_row_and_the_worst_is_first(self):
+        table = bench.table({"native": rows(
+            run("lock/ours", 1), run("lock/ours recursive", 3),
+            run("lock/std", 2))})
+        self.assertEqual(
+            [line.split(" | ")[0] for line in table.splitlines()[2:]],
+            ["| lock, recursive", "| lock"])
+
+    def test_rows_without_ours_are_named(self):
+        measured = bench.medians({"benchmarks": run("utSort<Ours>/10", 1)})
+        self.assertEqual(bench.without_ours(measured), ["utSort<Ours>"])
+
+    def test_steps_of_ours_alone_are_found(self):
+        sizes = ((10, 1, 2), (100, 10, 20), (1000, 400, 200))
+        found = bench.knees(rows(*(
+            run(f"sort/{who}/{n}", time) for n, ours, peer in sizes
+            for who, time in (("ours", ours), ("peer", peer)))))
+        self.assertEqual(found, ["sort: 0.50 at 100, 2.00 at 1000"])
+
+    def test_a_quick_run_keeps_all_sizes_in_one_order(self):
+        self.assertEqual(
+            bench.first_orders(["sort/ours/10/0", "sort/ours/10/1",
+                                "sort/ours/100/0", "match/ours/folds:1"]),
+            ["sort/ours/10/0", "sort/ours/100/0", "match/ours/folds:1"])
+
+    def test_instructions_are_those_of_the_last_run_while_the_clock_runs(self):
+        events = (("StartKeepRunning", 1), ("ResumeTiming", 1),
+                  ("PauseTiming", 500), ("StartKeepRunning", 70),
+                  ("ResumeTiming", 1), ("PauseTiming", 20),
+                  ("ResumeTiming", 1), ("PauseTiming", 30),
+                  ("ReportRuns", 9), ("ReportRuns", 9))
+        lines = sum(([f"desc: Trigger: --dump-before=benchmark::{event}()",
+                      f"totals: {count}"] for event, count in events), [])
+        self.assertEqual(bench.parse_counts(lines), [50])
+
+
+if __name__ == "__main__":
+    unittest.main()
