@@ -21,7 +21,9 @@ def code(match):
         text = text[1:-1]
     text = text.replace("\\|", "|")  # in a table
     text = "".join(SPECIAL.get(character, character) for character in text)
-    return f"<code>{text.replace('--', chr(92) + '--')}</code>"
+    for pair in ("--", "::"):
+        text = text.replace(pair, f"\\{pair}")
+    return f"<code>{text}</code>"
 
 
 def page(text):
