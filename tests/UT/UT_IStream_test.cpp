@@ -150,6 +150,11 @@ TEST(UT_IStream, FilesOpenAndCloseUnderTheirSubStreams)
     EXPECT_STREQ(strerror(ENOENT), stream.getErrorStr());
     EXPECT_FALSE(stream.open("/nowhere/at/all", UT_ISTREAM_BINARY));
     EXPECT_TRUE(stream.open(path.c_str(), UT_ISTREAM_BINARY));
+    int value = 0;
+    EXPECT_EQ(1, stream.bread(&value, 1));
+    EXPECT_EQ(('o' << 24) + ('n' << 16) + ('e' << 8) + '\n', value);
+    EXPECT_EQ(1, stream.bread(&value, 1)); // from what is read ahead
+    EXPECT_EQ(('"' << 24) + ('t' << 16) + ('w' << 8) + 'o', value);
     const std::unique_ptr<UT_IStream> part(stream.getSubStream(4, 11));
     EXPECT_TRUE(part->readString(text, /*binary=*/false));
     EXPECT_TRUE(part->isBinary());
@@ -181,6 +186,7 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
     UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);
     UT_WorkBuffer text;
     int value = 0;
+    EXPECT_EQ(0, UT_IStream().tellg()); // it has no bytes
     EXPECT_FALSE(stream.seekg(9));
     EXPECT_FALSE(stream.getLine(text));
     EXPECT_EQ(0, stream.getNonCommentLine(text));
