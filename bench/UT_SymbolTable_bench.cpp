@@ -1,7 +1,8 @@
 // A table of short names takes less time than the standard hash table for
-// anything: 0.9 of it to insert at most, half of it to find. Beside Abseil's flat
-// one insertion and deletion together take 1.5 at most, a name that is found 1.0
-// in small tables and 1.8 in large ones, one that is not there up to 3.
+// anything: 0.9 of it to insert at most, half of it to find. Beside Abseil's
+// flat one insertion and deletion together take 1.5 at most, a name that is
+// found 1.0 in small tables and 1.8 in large ones, one that is not there up
+// to 3.
 
 #include "UT/UT_SymbolTable.h"
 
