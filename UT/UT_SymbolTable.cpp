@@ -132,27 +132,30 @@ UT_SymList::UT_Sym::operator delete(void *node, size_t)
     utSymPool().deallocate(node, ut_Tail::blockSize(isShort));
 }
 
+template <class Word>
+static inline Word
+utDifference(const char *a, const char *b)
+{
+    Word x;
+    Word y;
+    memcpy(&x, a, sizeof(x));
+    memcpy(&y, b, sizeof(y));
+    return x ^ y;
+}
+
 // Whether two texts of one length, which is usually from 4 to 16, are equal:
-// words that may overlap, without a jump for each byte.
+// compares two words, which may overlap, without a jump for each byte.
 static inline bool
 utIsSame(const char *a, const char *b, size_t length)
 {
-    const auto differ = [a, b](auto word, size_t first, size_t second)
-    {
-        auto other = word;
-        memcpy(&word, a + first, sizeof(word));
-        memcpy(&other, b + first, sizeof(word));
-        auto difference = word ^ other;
-        memcpy(&word, a + second, sizeof(word));
-        memcpy(&other, b + second, sizeof(word));
-        return (difference | (word ^ other)) != 0;
-    };
     if (length > 16)
         return memcmp(a, b, length) == 0;
     if (length >= 8)
-        return !differ(uint64(0), 0, length - 8);
+        return (utDifference<uint64>(a, b) |
+                utDifference<uint64>(a + length - 8, b + length - 8)) == 0;
     if (length >= 4)
-        return !differ(uint32(0), 0, length - 4);
+        return (utDifference<uint32>(a, b) |
+                utDifference<uint32>(a + length - 4, b + length - 4)) == 0;
     for (size_t i = 0; i < length; ++i)
         if (a[i] != b[i])
             return false;
@@ -673,6 +676,15 @@ UT_SymbolTable::traverseConst(UT_SymFunction function, void *data) const
     return 1;
 }
 
+// Calls `function` for all names in any order.
+void
+UT_SymbolTable::visit(UT_SymFunction function, void *data) const
+{
+    if (myBuckets)
+        for (uint32 i = 0; i < utListCount(myBuckets); ++i)
+            myBuckets[i].traverse(function, data);
+}
+
 static int
 ut_mergeTable(UT_Thing &value, const char *name, void *data)
 {
@@ -685,7 +697,7 @@ UT_SymbolTable::mergeTable(const UT_SymbolTable &other)
 {
     // Adding to the table that is being walked could rehash it on the way.
     if (&other != this)
-        other.traverseConst(ut_mergeTable, this);
+        other.visit(ut_mergeTable, this);
 }
 
 namespace
@@ -722,7 +734,7 @@ UT_SymbolTable::newName(const char *name) const
     ut_NumberedBase numbered = {name, strlen(name), 1};
     while (numbered.length > 0 && utIsDigit(name[numbered.length - 1]))
         --numbered.length;
-    traverseConst(utCountNumbered, &numbered);
+    visit(utCountNumbered, &numbered);
 
     const size_t size = numbered.length + sizeof("2147483647");
     char *result = static_cast<char *>(utAllocate(size));

@@ -304,6 +304,7 @@ private:
 
     [[nodiscard]] UT_LOCAL UT_SymList &listOf(const ut_Key &key) const;
     [[nodiscard]] UT_LOCAL std::vector<ut_Place> inOrder() const;
+    UT_LOCAL void visit(UT_SymFunction function, void *data) const;
     UT_LOCAL UT_SymList::UT_Sym *findOrCreate(const char *name, int &created);
     UT_LOCAL void adjust(UT_AdjustType type);
     UT_LOCAL void growLists();
