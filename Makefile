@@ -14,7 +14,7 @@ help:
 	@echo "make check         build it in both word sizes and run every test"
 	@echo "make bench         compare its speed with that of its peers"
 	@echo "make lint          format, clang's warnings and tidy, shell scripts"
-	@echo "make docs          the reference of the public headers, in build/docs"
+	@echo "make docs          the guides and the reference, in build/docs"
 	@echo "make xpi           the component as an extension for browsers of its own time"
 	@echo "make interface     describe the binary interface, after a change that is meant"
 	@echo "make clean         remove everything built"

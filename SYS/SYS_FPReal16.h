@@ -56,6 +56,7 @@ public:
     /// floats in x87 registers; UTnumericCast() of an array always keeps it.
     operator float() const { return _toFloat[myBits]; }
 
+    /// Calculated in float, and the result converted back.
     fpreal16 operator-() const { return fpreal16(-float(*this)); }
     fpreal16 &operator+=(float b) { return *this = fpreal16(*this + b); }
     fpreal16 &operator-=(float b) { return *this = fpreal16(*this - b); }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <type_traits>
 
+/// Integers of a known width.
 using int8 = std::int8_t;
 using uint8 = std::uint8_t;
 using int16 = std::int16_t;

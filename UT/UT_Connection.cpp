@@ -298,6 +298,12 @@ UT_Connection::evaluate(
            (!check || checkReply(reply));
 }
 
+void
+UT_Connection::setMaxReply(int bytes)
+{
+    myMaxReply = std::clamp(bytes, 0, INT_MAX - 1);
+}
+
 bool
 UT_Connection::send(
     const char *tag, const char *text, int length, UT_WorkBuffer &reply)

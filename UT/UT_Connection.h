@@ -92,9 +92,9 @@ public:
     /// How it ended; UT_CONNECTION_OK before the first.
     [[nodiscard]] UT_ConnectionResult result() const { return myResult; }
 
-    /// What went wrong, without a newline: "127.0.0.1 port 32153: Connection
-    /// refused". The last line of the traceback when Python code raised an
-    /// exception, and the reply without "ERROR: " when the request was refused.
+    /// What went wrong, as in "127.0.0.1 port 32153: Connection refused". The
+    /// last line of the traceback when Python code raised an exception, and the
+    /// reply without "ERROR: " when the request was refused.
     /// "" after success. Borrowed until the next request.
     [[nodiscard]] const char *message() const { return myMessage; }
 
@@ -141,8 +141,9 @@ public:
 
     /// Sets the length of the longest reply, in bytes without its NUL; 64 MiB
     /// by default. A request whose reply is longer fails, and the rest of the
-    /// reply is not read. Negative counts as 0.
-    void setMaxReply(int bytes) { myMaxReply = bytes > 0 ? bytes : 0; }
+    /// reply is not read. Negative counts as 0; no reply can be longer than a
+    /// UT_WorkBuffer.
+    void setMaxReply(int bytes);
 
 private:
     UT_LOCAL bool

@@ -24,15 +24,15 @@ enum UT_ControlKind
 /// settings.
 struct UT_ControlInfo
 {
-    UT_ControlKind kind;
-    int32 id;
-    const char *name;       ///< of the environment variable
-    const char *formerName; ///< null when it never had another one
-    const char *use;        ///< its purpose, in a few words
-    double value;           ///< of numbers and switches
-    double defaultValue;
-    double minimum;
-    double maximum;
+    UT_ControlKind kind;     ///< what kind of value it has
+    int32 id;                ///< in the enumeration of its kind
+    const char *name;        ///< of the environment variable
+    const char *formerName;  ///< null when it never had another one
+    const char *use;         ///< its purpose, in a few words
+    double value;            ///< of numbers and switches
+    double defaultValue;     ///< when the variable is unset
+    double minimum;          ///< the least value
+    double maximum;          ///< the greatest value
     const char *text;        ///< the value of texts; null when there is none
     const char *defaultText; ///< null when there is none
     bool isComputed;         ///< the default depends on machine and user

@@ -73,9 +73,11 @@ public:
     /// UT_ERROR_ERROR a warning and an error give "\n" and the error's message.
     int getErrorMessages(UT_String &out, UT_ErrorSeverity filter, int prefixes);
 
-    // ---- Adding: `type` is kept, must outlive the error and is usually a
-    // literal; `string` is copied. Both may be null.
+    // ---- Adding
 
+    /// Adds an error of the severity in the function's name, and returns the
+    /// largest severity of all. `type` is kept, must outlive the error and is
+    /// usually a literal; `string` is copied. Both may be null.
     UT_ErrorSeverity addMessage(const char *type, int code, const char *string);
     UT_ErrorSeverity addPrompt(const char *type, int code, const char *string);
     UT_ErrorSeverity addWarning(const char *type, int code, const char *string);
@@ -132,6 +134,7 @@ public:
     /// Computes the severity from the errors and returns it.
     UT_ErrorSeverity computeSeverity();
 
+    /// Sets or clears what getReadFlag() and getNeedScan() return.
     void setReadFlag(int on) { setFlag(theReadFlag, on); }
     void setNeedScan(int on) { setFlag(theNeedScanFlag, on); }
 
@@ -192,6 +195,7 @@ UT_API UT_ErrorSeverity UTaddCommonError(int code, const char *string);
 /// nothing for null.
 UT_API UT_ErrorSeverity UTaddError(UT_Error *error);
 
+/// Asks the manager on top, as the member of UT_ErrorManager does.
 UT_API UT_ErrorSeverity UTgetErrorSeverity();
 [[nodiscard]] UT_API int UTfindError(const char *type, int code);
 

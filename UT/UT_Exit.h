@@ -15,6 +15,7 @@
 class UT_API UT_Exit
 {
 public:
+    /// A function that gets the data that it was registered with.
     using Callback = void (*)(void *data);
 
     /// Adds a callback, which is called with `data`. Returns false, and adds

@@ -1,58 +1,22 @@
 #include "UT_FixedAllocator.h"
 
 #include "UT_AllocImpl.h"
+#include "UT_FixedAllocatorImpl.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <new>
 
-// A reclaiming allocator's block is followed by its page's slot, in a word of
-// this size: 32 bits are all that is used, but the next block must be aligned.
-static const unsigned theTrailerSize = sizeof(void *);
-
-// A page's blocks and its place in the list of pages with free blocks.
-class UT_FixedAllocator::ut_SmallObjectPage
-{
-public:
-    UT_LOCAL ut_SmallObjectPage(const UT_FixedAllocator &owner, int32 slot);
-    ~ut_SmallObjectPage() { free(memory); }
-
-    ut_SmallObjectPage(const ut_SmallObjectPage &) = delete;
-    ut_SmallObjectPage &operator=(const ut_SmallObjectPage &) = delete;
-
-    void *memory;
-    void *freeList; // without reclaiming, the list at the beginning
-    ut_SmallObjectPage *next;
-    ut_SmallObjectPage *prev;
-    int32 freeCount;
-
-private:
-    UT_LOCAL void buildFreeList(const UT_FixedAllocator &owner, int32 slot);
-};
-
-// The links lie in blocks that held, and will hold, the caller's objects.
+// Blocks that fill lines of the processor's cache start with one: half as many
+// lines to wait for.
 static void *
-utNext(const void *block)
+utAllocateLines(size_t bytes, unsigned blockSize)
 {
-    void *next;
-    memcpy(&next, block, sizeof(next));
-    return next;
-}
-
-static void
-utSetNext(void *block, void *next)
-{
-    memcpy(block, &next, sizeof(next));
-}
-
-static int32
-utSlot(const void *block, unsigned objectSize)
-{
-    int32 slot;
-    memcpy(&slot, static_cast<const char *>(block) + objectSize, sizeof(slot));
-    return slot;
+    const size_t line = 64;
+    if (blockSize % line != 0)
+        return utAllocate(bytes);
+    return utChecked(aligned_alloc(line, bytes));
 }
 
 UT_FixedAllocator::ut_SmallObjectPage::ut_SmallObjectPage(
@@ -67,7 +31,7 @@ UT_FixedAllocator::ut_SmallObjectPage::ut_SmallObjectPage(
     if (isBlock &&
         !__builtin_mul_overflow(
             size_t(owner.blockSize()), size_t(owner.myObjectsPerPage), &bytes))
-        memory = utAllocate(bytes);
+        memory = utAllocateLines(bytes, owner.blockSize());
     else
         throw std::bad_alloc();
     buildFreeList(owner, slot);
@@ -165,60 +129,23 @@ UT_FixedAllocator::unlinkPage(ut_SmallObjectPage *page)
     page->prev = nullptr;
 }
 
+void
+UT_FixedAllocator::addPage()
+{
+    linkPage(allocPage());
+}
+
 void *
 UT_FixedAllocator::allocate()
 {
-    // Nothing has changed if a page cannot be allocated.
-    if (!myReclaim)
-    {
-        if (!myFreeList)
-            myFreeList = allocPage()->freeList;
-        ++myAllocated;
-        void *block = myFreeList;
-        myFreeList = utNext(block);
-        return block;
-    }
-    if (!myPartialPages)
-        linkPage(allocPage());
-    ++myAllocated;
-    ut_SmallObjectPage *page = myPartialPages;
-    void *block = page->freeList;
-    page->freeList = utNext(block);
-    if (--page->freeCount == 0)
-        unlinkPage(page);
-    else if (
-        page->freeCount == myObjectsPerPage - 1 &&
-        utSlot(block, myObjectSize) == myEmptyPage)
-        myEmptyPage = -1;
-    return block;
+    return take();
 }
 
 void
 UT_FixedAllocator::deallocate(void *block)
 {
-    if (!block)
-        return;
-    --myAllocated;
-    if (!myReclaim)
-    {
-        utSetNext(block, myFreeList);
-        myFreeList = block;
-        return;
-    }
-    const int slot = utSlot(block, myObjectSize);
-    ut_SmallObjectPage *page = myPages(unsigned(slot));
-    utSetNext(block, page->freeList);
-    page->freeList = block;
-    if (++page->freeCount == myObjectsPerPage)
-    {
-        // Deliberate: with one object to a page, the page that is kept is
-        // never used again.
-        if (myEmptyPage >= 0)
-            releasePage(myEmptyPage);
-        myEmptyPage = slot;
-    }
-    else if (page->freeCount == 1)
-        linkPage(page);
+    if (block)
+        give(block);
 }
 
 void

@@ -73,10 +73,14 @@ public:
     [[nodiscard]] int emptyPage() const { return myEmptyPage; }
 
 private:
+    friend class UT_SmallObjectAllocator;
     class ut_SmallObjectPage;
 
+    UT_LOCAL void *take();
+    UT_LOCAL void give(void *block);
     [[nodiscard]] UT_LOCAL unsigned int blockSize() const;
     UT_LOCAL ut_SmallObjectPage *allocPage();
+    UT_LOCAL void addPage();
     UT_LOCAL void releasePage(int slot);
     UT_LOCAL void linkPage(ut_SmallObjectPage *page);
     UT_LOCAL void unlinkPage(ut_SmallObjectPage *page);

@@ -263,13 +263,13 @@ utCopyBytes(char *to, const char *from, int count)
 int
 ut_FilePtrStreamBuf::read(char *buf, int n)
 {
-    errno = 0; // the end of a file sets none, and an older one would mislead
     if (n <= unread())
     {
         utCopyBytes(buf, myWindow + myWindowPos, n);
         myWindowPos += n;
         return n;
     }
+    errno = 0; // the end of a file sets none, and an older one would mislead
     int total = 0;
     for (;;)
     {

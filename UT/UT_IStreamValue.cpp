@@ -51,8 +51,12 @@ UT_IStream::readValues(T *values, int count)
     if (count == 1 && !myError)
     {
         char *const bytes = static_cast<char *>(static_cast<void *>(values));
-        const bool isWhole =
-            myStream->bread(bytes, int(sizeof(T))) == int(sizeof(T));
+        const int size = int(sizeof(T));
+        // With nothing pending, that is all that the buffer's bread() does.
+        const bool isDirect = !myStream->pending() && !myStream->hasError();
+        const int got = isDirect ? myStream->read(bytes, size)
+                                 : myStream->bread(bytes, size);
+        const bool isWhole = got == size;
         if (isWhole && !UThostIsBigEndian())
             utSwapOne<Word>(bytes);
         if (myStream->hasError())

@@ -4,10 +4,14 @@
 #include "UT_LockImpl.h"
 #include "UT_Nap.h"
 #include "UT_Thread.h"
+#include "UT_ThreadImpl.h"
 
 #include <cstdio>
 
 static const long theNapMs = 10;
+
+// Between two looks at a lock that is held: well below a microsecond.
+static const int theMostPauses = 16;
 
 // Attempts before a light-weight wait starts to sleep; -1 until decided.
 static std::atomic<int32> theLightWeightItrs(-1);
@@ -51,33 +55,53 @@ UT_Lock::operator=(const UT_Lock &source)
     return *this;
 }
 
-// The rest of an attempt that a free, non-recursive lock does not need; apart,
-// so that the usual one is short.
-bool
-UT_Lock::finishAttempt(bool wasFree)
+// The thread's id, without a call.
+static inline pthread_t
+utSelf()
+{
+    static __thread pthread_t theSelf
+        __attribute__((tls_model("initial-exec"))) = 0;
+    if (!theSelf)
+        theSelf = pthread_self();
+    return theSelf;
+}
+
+// An attempt at a recursive lock. Its owner need not touch the word: only a
+// thread that stores itself there can find itself there, so a stale answer does
+// no harm.
+inline bool
+UT_Lock::attemptRecursive()
 {
     const auto relaxed = std::memory_order_relaxed;
-    if (wasFree)
-    {
-        myOwner.store(pthread_self(), relaxed);
-        myDepth = 1;
-        return true;
-    }
-    // Only the owner can find itself here, so a stale answer does no harm.
-    if (myRecursiveFlag && myOwner.load(relaxed) == pthread_self())
+    const pthread_t self = utSelf();
+    if (myOwner.load(relaxed) == self)
     {
         ++myDepth;
         return true;
     }
-    myCollisions.store(int32(uint32(collisions()) + 1), relaxed);
+    if (myLockWord.exchange(1, std::memory_order_acquire) != 0)
+        return countCollisions(1);
+    myOwner.store(self, relaxed);
+    myDepth = 1;
+    return true;
+}
+
+// Always false, which is the result of the attempts.
+bool
+UT_Lock::countCollisions(int count)
+{
+    myCollisions.store(
+        int32(uint32(collisions()) + uint32(count)), std::memory_order_relaxed);
     return false;
 }
 
 inline bool
 UT_Lock::attempt()
 {
-    const bool wasFree = myLockWord.exchange(1, std::memory_order_acquire) == 0;
-    return (wasFree && !myRecursiveFlag) || finishAttempt(wasFree);
+    if (myRecursiveFlag)
+        return attemptRecursive();
+    return myLockWord.exchange(1, std::memory_order_acquire) == 0 ||
+           countCollisions(1);
 }
 
 bool
@@ -90,16 +114,50 @@ void
 UT_Lock::lock()
 {
     while (!attempt())
-        ;
+        spinWhileHeld();
+}
+
+// Failed attempts that only look, which leaves the word to the holder: an
+// exchange takes it away even where it fails. The longer the lock is held, the
+// seldomer it looks, and the fewer threads meet when it is free.
+void
+UT_Lock::spinWhileHeld()
+{
+    int looks = 0;
+    int pauses = 1;
+    while (myLockWord.load(std::memory_order_relaxed))
+    {
+        for (int i = 0; i < pauses; ++i)
+            utPause();
+        ++looks;
+        if (pauses < theMostPauses)
+        {
+            pauses *= 2;
+            continue;
+        }
+        countCollisions(looks);
+        looks = 0;
+    }
+    countCollisions(looks);
 }
 
 bool
 UT_Lock::lock(int tries)
 {
-    for (; !attempt(); --tries)
-        if (tries <= 0)
-            return false;
-    return true;
+    if (attempt())
+        return true;
+    int looks = 0;
+    bool isTaken = false;
+    for (; tries > 0 && !isTaken; --tries)
+    {
+        utPause();
+        if (myLockWord.load(std::memory_order_relaxed))
+            ++looks;
+        else
+            isTaken = attempt();
+    }
+    countCollisions(looks);
+    return isTaken;
 }
 
 void

@@ -123,7 +123,9 @@ public:
 
 private:
     UT_LOCAL bool attempt();
-    UT_LOCAL bool finishAttempt(bool wasFree);
+    UT_LOCAL bool attemptRecursive();
+    UT_LOCAL bool countCollisions(int count);
+    UT_LOCAL void spinWhileHeld();
 
     // Programs hold locks by value: order and size stay.
     std::atomic<int32> myLockWord;   // 0 free, 1 held

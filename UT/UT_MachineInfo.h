@@ -17,13 +17,13 @@ struct UT_MachineInfo
     int32 usedProcessors;        ///< UT_Thread::getNumProcessors()
     float idleFraction;          ///< 0 to 1, since the last time; see
                                  ///< UT_SysResource::update()
-    int64 memoryTotal;
-    int64 memoryFree;
-    int64 swapTotal;
-    int64 swapFree;
-    int64 processData; ///< getProcMemUsage()
-    int64 heapSize;    ///< UT_ArenaInfo::arenaSize()
-    int64 heapUsed;    ///< UT_ArenaInfo::totalInUse()
+    int64 memoryTotal;           ///< of the machine
+    int64 memoryFree;            ///< of it, unused
+    int64 swapTotal;             ///< of the machine
+    int64 swapFree;              ///< of it, unused
+    int64 processData;           ///< getProcMemUsage()
+    int64 heapSize;              ///< UT_ArenaInfo::arenaSize()
+    int64 heapUsed;              ///< UT_ArenaInfo::totalInUse()
 };
 
 extern "C"

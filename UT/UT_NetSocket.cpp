@@ -426,8 +426,8 @@ UT_NetSocket::readPart(UT_WorkBuffer &out, int &got)
 
 // Has the system provide the pages of `count` bytes: one by one, as the bytes
 // arrive, they would cost several times as much. Storage that was in use before
-// has its pages, and then a look at the last one is enough. A system that cannot
-// provide them refuses, and nothing is lost.
+// has its pages, and then a look at the last one is enough. A system that
+// cannot provide them refuses, and nothing is lost.
 static void
 utProvidePages(char *bytes, int count)
 {

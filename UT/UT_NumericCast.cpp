@@ -3,6 +3,13 @@
 #include "SYS/SYS_FPReal16Impl.h"
 #include "SYS/SYS_Processor.h"
 
+#include <cstring>
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <cpuid.h>
+#include <immintrin.h>
+#endif
+
 static void
 utToFloat(float *to, const fpreal16 *from, size_t count)
 {
@@ -19,171 +26,162 @@ utToHalf(fpreal16 *to, const float *from, size_t count)
 
 #if defined(__x86_64__) || defined(__i386__)
 #define UT_HAS_VECTORS 1
+#define UT_F16C __attribute__((target("avx2,f16c")))
 
-namespace
+// Eight halves as floats, of any kind and without a jump. The processor's own
+// instruction would change signalling NaNs, so it gets zeros for infinities and
+// NaNs.
+UT_F16C static inline __m256i
+utToFloat8(__m128i halves)
 {
-
-// Eight lanes.
-using ut_Half8 = uint16 __attribute__((vector_size(16)));
-using ut_Int8 = int32 __attribute__((vector_size(32)));
-using ut_Float8 = float __attribute__((vector_size(32)));
-
-} // namespace
-
-#define UT_INLINE __attribute__((always_inline)) inline
-
-static UT_INLINE bool
-utAny(const ut_Int8 &mask)
-{
-    int32 any = 0;
-    for (int lane = 0; lane < 8; ++lane)
-        any |= mask[lane];
-    return any != 0;
+    const __m128i exponent = _mm_set1_epi16(0x7C00);
+    const __m128i isSpecial =
+        _mm_cmpeq_epi16(_mm_and_si128(halves, exponent), exponent);
+    const __m256 ordinary =
+        _mm256_cvtph_ps(_mm_andnot_si128(isSpecial, halves));
+    // A negative one's upper bits come from the extension of its sign.
+    const __m256i special = _mm256_slli_epi32(
+        _mm256_cvtepi16_epi32(_mm_and_si128(halves, isSpecial)), 13);
+    const __m256i upperBits = _mm256_and_si256(
+        _mm256_cvtepi16_epi32(isSpecial), _mm256_set1_epi32(0x70000000));
+    return _mm256_or_si256(
+        _mm256_castps_si256(ordinary), _mm256_or_si256(special, upperBits));
 }
 
-// The masks are all ones where a comparison holds. Zeros and normal numbers
-// come out right; `rare` gets the lanes that hold something else.
-static UT_INLINE void
-utToFloat8(float *to, const fpreal16 *from, ut_Int8 &rare)
-{
-    ut_Half8 halves;
-    memcpy(&halves, from, sizeof(halves));
-    const ut_Int8 bits = __builtin_convertvector(halves, ut_Int8);
-    const ut_Int8 magnitude = bits & 0x7FFF;
-    const ut_Int8 isSmall = magnitude < 1 << 10;
-    rare |= (isSmall & magnitude) | (magnitude >= 31 << 10);
-    const ut_Int8 result =
-        (((magnitude << 13) + (112 << 23)) & ~isSmall) | (bits & 0x8000) << 16;
-    memcpy(to, &result, sizeof(result));
-}
-
-// Halves to floats, also for denormals, infinities and NaNs.
-static UT_INLINE void
-utAnyToFloat8(float *to, const fpreal16 *from)
-{
-    const int32 bias = 112 << 23;
-    ut_Half8 halves;
-    memcpy(&halves, from, sizeof(halves));
-    const ut_Int8 bits = __builtin_convertvector(halves, ut_Int8);
-    const ut_Int8 magnitude = (bits & 0x7FFF) << 13;
-    const ut_Int8 isSpecial = magnitude >= 31 << 23;
-    const ut_Int8 isDenormal = magnitude < 1 << 23;
-    // A denormal's mantissa is put after a one, which is then subtracted.
-    const ut_Int8 one = ut_Int8{} + (113 << 23);
-    const ut_Int8 oneAndMantissa = (magnitude & isDenormal) + one;
-    const ut_Float8 rest = reinterpret_cast<ut_Float8>(oneAndMantissa) -
-                           reinterpret_cast<ut_Float8>(one);
-    const ut_Int8 denormal = reinterpret_cast<ut_Int8>(rest) & 0x7FFFFFFF;
-    const ut_Int8 normal = magnitude + bias + (isSpecial & bias);
-    const ut_Int8 result = (isDenormal & denormal) | (~isDenormal & normal) |
-                           (bits & 0x8000) << 16;
-    memcpy(to, &result, sizeof(result));
-}
-
-static UT_INLINE void
-utStoreHalves(fpreal16 *to, const ut_Int8 &bits)
-{
-    const ut_Half8 halves = __builtin_convertvector(bits, ut_Half8);
-    memcpy(static_cast<void *>(to), &halves, sizeof(halves));
-}
-
-// The least float patterns that become an infinity, and a normal half; below
-// the last there is only zero.
+// The least float patterns that become an infinity, a normal half, and any
+// other half except zero.
 static const int32 theLargeBits = 0x477FF000;
 static const int32 theNormalBits = 113 << 23;
 static const int32 theDenormalBits = 102 << 23;
 
-// Zeros and what becomes a normal number come out right; `rare` gets the lanes
-// that hold something else.
-static UT_INLINE void
-utToHalf8(fpreal16 *to, const float *from, ut_Int8 &rare)
+// Eight halves for the patterns of floats. The processor's own instruction cuts
+// off what does not fit, after half of the last unit is added. `large` gets the
+// lanes of infinities and NaNs, and of what becomes one: they are not right.
+UT_F16C static inline __m128i
+utToHalf8(__m256i bits, __m256i &large)
 {
-    ut_Int8 bits;
-    memcpy(&bits, from, sizeof(bits));
-    const ut_Int8 magnitude = bits & 0x7FFFFFFF;
-    const ut_Int8 isTiny = magnitude < theDenormalBits;
-    rare |=
-        ((magnitude < theNormalBits) & ~isTiny) | (magnitude >= theLargeBits);
-    const ut_Int8 normal = (magnitude - ((112 << 23) - 0x1000)) >> 13;
-    utStoreHalves(to, (normal | (bits >> 16 & 0x8000)) & ~isTiny);
+    const __m256i sign =
+        _mm256_and_si256(bits, _mm256_set1_epi32(int32(0x80000000)));
+    const __m256i magnitude = _mm256_andnot_si256(sign, bits);
+    const __m256i isDenormal =
+        _mm256_cmpgt_epi32(_mm256_set1_epi32(theNormalBits), magnitude);
+    const __m256i isZero =
+        _mm256_cmpgt_epi32(_mm256_set1_epi32(theDenormalBits), magnitude);
+    large = _mm256_or_si256(
+        large,
+        _mm256_cmpgt_epi32(magnitude, _mm256_set1_epi32(theLargeBits - 1)));
+
+    // The sum of floats is exact wherever its bits are not cut off.
+    const __m256 small =
+        _mm256_castsi256_ps(_mm256_and_si256(magnitude, isDenormal));
+    const __m256i denormal = _mm256_castps_si256(
+        _mm256_add_ps(small, _mm256_set1_ps(1.0f / (1 << 25))));
+    const __m256i normal =
+        _mm256_add_epi32(magnitude, _mm256_set1_epi32(0x1000));
+    const __m256i rounded = _mm256_or_si256(
+        _mm256_and_si256(isDenormal, denormal),
+        _mm256_andnot_si256(isDenormal, normal));
+    return _mm256_cvtps_ph(
+        _mm256_castsi256_ps(
+            _mm256_andnot_si256(isZero, _mm256_or_si256(rounded, sign))),
+        _MM_FROUND_TO_ZERO);
 }
 
-// Floats to halves, also for denormals and others; `overflowed` gets the lanes
+// The same for floats of any kind, without a jump. `overflowed` gets the lanes
 // where a finite value becomes an infinity.
-static UT_INLINE void
-utAnyToHalf8(fpreal16 *to, const float *from, ut_Int8 &overflowed)
+UT_F16C static inline __m128i
+utAnyToHalf8(__m256i bits, __m256i &large, __m256i &overflowed)
 {
-    ut_Int8 bits;
-    memcpy(&bits, from, sizeof(bits));
-    const ut_Int8 magnitude = bits & 0x7FFFFFFF;
-    const ut_Int8 isSpecial = magnitude >= 255 << 23;
-    const ut_Int8 isLarge = (magnitude >= theLargeBits) & ~isSpecial;
-    const ut_Int8 isTiny = magnitude < theDenormalBits;
-    const ut_Int8 isDenormal = magnitude < theNormalBits;
-    const ut_Int8 normal = (magnitude - ((112 << 23) - 0x1000)) >> 13;
-    const ut_Int8 special = (magnitude >> 13) & 0x7FFF;
-    // In units of 2^-24. The sum is exact wherever its whole part matters.
-    const ut_Int8 small = magnitude & isDenormal & ~isTiny;
-    const ut_Int8 denormal = __builtin_convertvector(
-        reinterpret_cast<ut_Float8>(small) * 16777216.0f + 0.5f, ut_Int8);
-    overflowed |= isLarge;
-    utStoreHalves(
-        to, (isDenormal & denormal) | (isSpecial & special) |
-                (isLarge & 0x7C00) |
-                (~(isDenormal | isSpecial | isLarge) & normal) |
-                (bits >> 16 & 0x8000 & ~isTiny));
+    const __m256i infinity = _mm256_set1_epi32(0x7F800000);
+    const __m256i magnitude =
+        _mm256_and_si256(bits, _mm256_set1_epi32(0x7FFFFFFF));
+    const __m256i isLarge =
+        _mm256_cmpgt_epi32(magnitude, _mm256_set1_epi32(theLargeBits - 1));
+    overflowed = _mm256_or_si256(
+        overflowed,
+        _mm256_and_si256(isLarge, _mm256_cmpgt_epi32(infinity, magnitude)));
+
+    // Infinity, or what a NaN keeps of its bits.
+    const __m256i rest = _mm256_and_si256(
+        _mm256_srli_epi32(_mm256_max_epi32(magnitude, infinity), 13),
+        _mm256_set1_epi32(0x7FFF));
+    const __m256i sign = _mm256_and_si256(
+        _mm256_srli_epi32(bits, 16), _mm256_set1_epi32(0x8000));
+    const __m256i special =
+        _mm256_and_si256(isLarge, _mm256_or_si256(rest, sign));
+    const __m128i halves = utToHalf8(_mm256_andnot_si256(isLarge, bits), large);
+    large = _mm256_or_si256(large, isLarge);
+    return _mm_or_si128(
+        halves, _mm_packus_epi32(
+                    _mm256_castsi256_si128(special),
+                    _mm256_extracti128_si256(special, 1)));
 }
 
-// Converted in one go before the rare kinds are looked for.
-static const size_t theBlock = 64;
-
-static UT_INLINE void
-utToFloatVectors(float *to, const fpreal16 *from, size_t count)
+UT_F16C static void
+utToFloatF16C(float *to, const fpreal16 *from, size_t count)
 {
-    for (; count >= theBlock; count -= theBlock)
+    for (; count >= 8; count -= 8, to += 8, from += 8)
     {
-        ut_Int8 rare = {};
-        for (size_t i = 0; i < theBlock; i += 8)
-            utToFloat8(to + i, from + i, rare);
-        if (utAny(rare))
-            for (size_t i = 0; i < theBlock; i += 8)
-                utAnyToFloat8(to + i, from + i);
-        to += theBlock;
-        from += theBlock;
+        __m128i halves;
+        memcpy(&halves, from, sizeof(halves));
+        const __m256i floats = utToFloat8(halves);
+        memcpy(to, &floats, sizeof(floats));
     }
     utToFloat(to, from, count);
 }
 
-static UT_INLINE void
-utToHalfVectors(fpreal16 *to, const float *from, size_t count)
+UT_F16C static inline __m256i
+utLoad(const float *from)
 {
-    ut_Int8 overflowed = {};
+    __m256i floats;
+    memcpy(&floats, from, sizeof(floats));
+    return floats;
+}
+
+UT_F16C static inline void
+utStore(fpreal16 *to, __m128i halves)
+{
+    memcpy(static_cast<void *>(to), &halves, sizeof(halves));
+}
+
+// Floats that are converted before the large ones are looked for.
+static const size_t theBlock = 64;
+
+// Values that are not large are the usual ones. After a block with others, the
+// next one is taken to have them too.
+UT_F16C static void
+utToHalfF16C(fpreal16 *to, const float *from, size_t count)
+{
+    __m256i overflowed = _mm256_setzero_si256();
+    bool expectsLarge = false;
     for (; count >= theBlock; count -= theBlock)
     {
-        ut_Int8 rare = {};
-        for (size_t i = 0; i < theBlock; i += 8)
-            utToHalf8(to + i, from + i, rare);
-        if (utAny(rare))
+        __m256i large = _mm256_setzero_si256();
+        if (!expectsLarge)
             for (size_t i = 0; i < theBlock; i += 8)
-                utAnyToHalf8(to + i, from + i, overflowed);
+                utStore(to + i, utToHalf8(utLoad(from + i), large));
+        if (expectsLarge || !_mm256_testz_si256(large, large))
+        {
+            large = _mm256_setzero_si256();
+            for (size_t i = 0; i < theBlock; i += 8)
+                utStore(
+                    to + i, utAnyToHalf8(utLoad(from + i), large, overflowed));
+        }
+        expectsLarge = !_mm256_testz_si256(large, large);
         to += theBlock;
         from += theBlock;
     }
-    if (utAny(overflowed))
+    if (!_mm256_testz_si256(overflowed, overflowed))
         fpreal16::overflow();
     utToHalf(to, from, count);
 }
 
-__attribute__((target("avx2"))) static void
-utToFloatAVX2(float *to, const fpreal16 *from, size_t count)
+static bool
+utHasF16C()
 {
-    utToFloatVectors(to, from, count);
-}
-
-__attribute__((target("avx2"))) static void
-utToHalfAVX2(fpreal16 *to, const float *from, size_t count)
-{
-    utToHalfVectors(to, from, count);
+    unsigned a, b, c, d;
+    return __builtin_cpu_supports("avx2") && __get_cpuid(1, &a, &b, &c, &d) &&
+           (c & bit_F16C);
 }
 #endif
 
@@ -208,8 +206,8 @@ utHalfCasts()
         int type;
         int flags;
         SYSgetProcessor(type, flags);
-        if (flags & SYS_PROCESSOR_SSE2 && __builtin_cpu_supports("avx2"))
-            return ut_HalfCasts{utToFloatAVX2, utToHalfAVX2};
+        if (flags & SYS_PROCESSOR_SSE2 && utHasF16C())
+            return ut_HalfCasts{utToFloatF16C, utToHalfF16C};
 #endif
         return ut_HalfCasts{utToFloat, utToHalf};
     }();

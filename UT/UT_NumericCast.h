@@ -23,6 +23,7 @@
 #include <limits>
 #include <type_traits>
 
+/// Whether numbers of this type can be converted.
 template <class Number>
 constexpr bool UTisNumeric =
     std::is_arithmetic_v<Number> || std::is_same_v<Number, fpreal16>;

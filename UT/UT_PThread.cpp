@@ -7,6 +7,7 @@
 #include "UT_Thread.h"
 #include "UT_ThreadImpl.h"
 
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 #include <new>
@@ -27,6 +28,84 @@ utSpinsBeforeSleep()
     }
     return spins;
 }
+
+// ---- How often a wait looks before it sleeps
+
+// As often as may be while that finds what is waited for, seldom where it does
+// not, because jobs are long, and not at all where other threads want the
+// processors: a thread that spins there loses its turn, and then waits for
+// theirs, while one that has slept is let in at once. Every now and then a
+// wait tries the full number, which shows when that has changed.
+static std::atomic<int> theUsefulSpins(1 << 20);
+static std::atomic<int64> theNextTrialUs(0);
+static const int theFewestSpins = 16;
+static const unsigned theWaitsToTrial = 64;
+static const int64 theCrowdedUs = 200000; // that no trial is made
+static const int64 theLostTurnUs = 1000;  // more than spinning can take
+
+static int64
+utNowUs()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64(now.tv_sec) * 1000000 + now.tv_nsec / 1000;
+}
+
+namespace
+{
+
+// Counts the looks of one wait, and learns from them.
+class ut_SpinCount
+{
+public:
+    ut_SpinCount()
+    {
+        static __thread unsigned theWaits
+            __attribute__((tls_model("initial-exec"))) = 0;
+        const auto relaxed = std::memory_order_relaxed;
+        myMost = utSpinsBeforeSleep();
+        const bool isTrial = ++theWaits % theWaitsToTrial == 0 &&
+                             utNowUs() >= theNextTrialUs.load(relaxed);
+        myLimit =
+            isTrial ? myMost : std::min(myMost, theUsefulSpins.load(relaxed));
+    }
+
+    // Whether to look once more.
+    bool next()
+    {
+        // The first looks take no longer than a look at the clock.
+        if (mySpins == theFewestSpins)
+            myStartUs = utNowUs();
+        return mySpins++ < myLimit;
+    }
+
+    // Call at the end, with whether a look has found what was waited for.
+    void learn(bool isFound) const
+    {
+        const auto relaxed = std::memory_order_relaxed;
+        const int useful = std::min(theUsefulSpins.load(relaxed), myMost);
+        int next = useful;
+        if (mySpins > theFewestSpins && utNowUs() - myStartUs > theLostTurnUs)
+        {
+            next = 0;
+            theNextTrialUs.store(utNowUs() + theCrowdedUs, relaxed);
+        }
+        else if (isFound) // with some to spare
+            next = std::max(useful, std::min(4 * mySpins, myMost));
+        else if (useful > theFewestSpins)
+            next = std::max(useful / 2, theFewestSpins);
+        if (next != useful)
+            theUsefulSpins.store(next, relaxed);
+    }
+
+private:
+    int myMost;
+    int myLimit;
+    int mySpins = 0;
+    int64 myStartUs = 0;
+};
+
+} // namespace
 
 void
 UT_Thread::configureMaxThreads(int, int stackSize)
@@ -258,12 +337,17 @@ UT_PThread::waitForState(int state)
     forgetParent();
     // A worker that has ended is asked for its state under the mutex, where
     // both have changed.
-    for (int spins = utSpinsBeforeSleep(); spins > 0 && myIsAlive; --spins)
+    ut_SpinCount spins;
+    while (spins.next() && myIsAlive)
     {
         if (myState.load() == state)
+        {
+            spins.learn(/*isFound=*/true);
             return;
+        }
         utPause();
     }
+    spins.learn(/*isFound=*/false);
     const ut_WaitGuard guard(*this);
     while (!isReached(state))
         pthread_cond_wait(&myCondition, &myMutex);

@@ -61,11 +61,11 @@ struct UT_API utPatternRecord
     void addWord(const char *text, int length);
 
     // Programs hold records by value: order and size stay.
-    int32 maximum;     // capacity of each array
-    char *singles;     // without a NUL
-    int32 singleCount; // entries in `singles`
-    char **words;      // caller frees each with free()
-    int32 wordCount;   // entries in `words`
+    int32 maximum;     ///< capacity of each array
+    char *singles;     ///< without a NUL
+    int32 singleCount; ///< entries in `singles`
+    char **words;      ///< caller frees each with free()
+    int32 wordCount;   ///< entries in `words`
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(utPatternRecord) == 20);
@@ -108,17 +108,17 @@ UT_API int utPatternMixed(
 /// The names that words expand to.
 struct stResultData
 {
-    char **list;   // caller frees each name with free()
-    int32 count;   // names in it
-    int32 maximum; // names that there is room for
+    char **list;   ///< caller frees each name with free()
+    int32 count;   ///< names in it
+    int32 maximum; ///< names that there is room for
 };
 
 /// A bracket group of a word, and the destination of its names.
 struct stExpandData
 {
-    const char *prefix;   // the text before the group, never null
-    const char *suffix;   // the text after it, never null
-    stResultData *result; // gets the names
+    const char *prefix;   ///< the text before the group, never null
+    const char *suffix;   ///< the text after it, never null
+    stResultData *result; ///< gets the names
 };
 
 // Programs fill these in themselves: order and size stay.

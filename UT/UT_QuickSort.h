@@ -34,6 +34,7 @@ public:
         UT_SORT_FLOAT = 2
     };
 
+    /// A sort without an index, or with a copy of another one's.
     UT_QuickSort() = default;
     UT_QuickSort(const UT_QuickSort &) = default;
     UT_QuickSort &operator=(const UT_QuickSort &) = default;

@@ -8,52 +8,74 @@
 #include <cstring>
 
 // Most texts have few brackets, so looking for those is the quickest; a run of
-// them is passed at once.
+// them is passed at once. `bracket` is the first one, or `end`. No byte there
+// or after it is read.
 static void
-utAppendCData(const char *text, size_t length, UT_WorkBuffer &out)
+utAppendCData(
+    const char *text, const char *bracket, const char *end, UT_WorkBuffer &out)
 {
-    const char *const end = text + length;
-    const char *next = text;
     out.strcat("<![CDATA[");
-    while (const void *bracket = memchr(next, ']', size_t(end - next)))
+    while (bracket != end)
     {
-        const char *const run = static_cast<const char *>(bracket);
-        for (next = run + 1; next < end && *next == ']';)
+        const char *next = bracket + 1;
+        while (next != end && *next == ']')
             ++next;
-        if (next == end || *next != '>' || next - run < 2)
-            continue;
-        out.strcat(text, SYSnarrow<int>(next - 2 - text));
-        out.strcat("]]]]><![CDATA[>");
-        text = ++next;
+        if (next != end && *next == '>' && next - bracket >= 2)
+        {
+            out.strcat(text, SYSnarrow<int>(next - 2 - text));
+            out.strcat("]]]]><![CDATA[>");
+            text = ++next;
+        }
+        const void *const found = memchr(next, ']', size_t(end - next));
+        bracket = found ? static_cast<const char *>(found) : end;
     }
     out.strcat(text, SYSnarrow<int>(end - text));
     out.strcat("]]>");
 }
 
+static void
+utBuildXML(
+    const char *text, const char *bracket, const char *end, const char *tag,
+    UT_WorkBuffer &out)
+{
+    out.clear();
+    // A text that may be split arrives in pieces, and all of them have room
+    // when there are few. Another grows the storage once anyway.
+    if (bracket != end)
+    {
+        const size_t length = size_t(end - text);
+        out.reserve(
+            SYSnarrow<unsigned>(length + length / 8 + 2 * strlen(tag) + 64));
+    }
+    out.strcat("<?xml version=\"1.0\"?>\n<");
+    out.strcat(tag);
+    out.strcat(">");
+    utAppendCData(text, bracket, end, out);
+    out.strcat("</");
+    out.strcat(tag);
+    out.strcat(">\n");
+}
+
 void
 encodeAsCData(const char *text, UT_WorkBuffer &out)
 {
+    const char *const bracket = strchrnul(text, ']');
     out.clear();
-    utAppendCData(text, strlen(text), out);
+    utAppendCData(text, bracket, bracket + strlen(bracket), out);
 }
 
 void
 buildXML(const char *text, const char *tag, UT_WorkBuffer &out)
 {
-    buildXML(text, strlen(text), tag, out);
+    const char *const bracket = strchrnul(text, ']');
+    utBuildXML(text, bracket, bracket + strlen(bracket), tag, out);
 }
 
 void
 buildXML(const char *text, size_t length, const char *tag, UT_WorkBuffer &out)
 {
-    out.clear();
-    // All at once, for a text that has nothing to split.
-    out.reserve(SYSnarrow<unsigned>(length + 2 * strlen(tag) + 64));
-    out.strcat("<?xml version=\"1.0\"?>\n<");
-    out.strcat(tag);
-    out.strcat(">");
-    utAppendCData(text, length, out);
-    out.strcat("</");
-    out.strcat(tag);
-    out.strcat(">\n");
+    const char *const end = text + length;
+    const void *const found = memchr(text, ']', length);
+    utBuildXML(
+        text, found ? static_cast<const char *>(found) : end, end, tag, out);
 }

@@ -1,11 +1,28 @@
 #include "UT_SmallObjectAllocator.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_FixedAllocatorImpl.h"
 #include "UT_ForkImpl.h"
 #include "UT_LockImpl.h"
 
 #include <memory>
 #include <new>
+
+#if __has_include(<sys/single_threaded.h>)
+#include <sys/single_threaded.h>
+#endif
+
+// Whether no thread can come between, which saves two calls and an exchange for
+// each block. Without an answer of the C library there may be others.
+static inline bool
+utIsOnlyThread()
+{
+#if __has_include(<sys/single_threaded.h>)
+    return __libc_single_threaded;
+#else
+    return false;
+#endif
+}
 
 // Waiting is not cancelled: objects free their blocks in destructors.
 static inline void
@@ -68,40 +85,34 @@ UT_SmallObjectAllocator::findAtLeast(unsigned int size) const
     return index;
 }
 
-void *
-UT_SmallObjectAllocator::allocate(unsigned int size)
+// The pool for blocks of exactly `size` bytes, added when there is none.
+__attribute__((noinline)) UT_FixedAllocator *
+UT_SmallObjectAllocator::poolFor(unsigned int size)
 {
-    if (size > myMaxObjectSize)
-        return ::operator new(size);
-    const ut_LockGuard guard(myLock, utLockPools);
-    if (!myLastAllocation || myLastAllocation->requestedSize() != size)
+    const unsigned index = findAtLeast(size);
+    if (index == myAllocators.entries() ||
+        myAllocators(index)->requestedSize() != size)
     {
-        const unsigned index = findAtLeast(size);
-        if (index == myAllocators.entries() ||
-            myAllocators(index)->requestedSize() != size)
-        {
-            auto pool = std::make_unique<UT_FixedAllocator>(
-                size, myReclaim, myObjectsPerPage);
-            myAllocators.insertAt(pool.get(), index);
-            (void)pool.release();
-            myLastRelease = myAllocators(0);
-        }
-        myLastAllocation = myAllocators(index);
+        auto pool = std::make_unique<UT_FixedAllocator>(
+            size, myReclaim, myObjectsPerPage);
+        myAllocators.insertAt(pool.get(), index);
+        (void)pool.release();
+        myLastRelease = myAllocators(0);
     }
-    return myLastAllocation->allocate();
+    return myAllocators(index);
 }
 
-void
-UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
+inline void *
+UT_SmallObjectAllocator::take(unsigned int size)
 {
-    if (size > myMaxObjectSize)
-    {
-        ::operator delete(block);
-        return;
-    }
-    if (!block)
-        return;
-    const ut_LockGuard guard(myLock, utLockPools);
+    if (!myLastAllocation || myLastAllocation->requestedSize() != size)
+        myLastAllocation = poolFor(size);
+    return myLastAllocation->take();
+}
+
+inline void
+UT_SmallObjectAllocator::give(void *block, unsigned int size)
+{
     if (!myLastRelease || myLastRelease->requestedSize() != size)
     {
         const unsigned index = findAtLeast(size);
@@ -109,5 +120,41 @@ UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
             return; // no block of ours has this size
         myLastRelease = myAllocators(index);
     }
-    myLastRelease->deallocate(block);
+    myLastRelease->give(block);
+}
+
+// Apart, so that a call without the lock stays short.
+void *
+UT_SmallObjectAllocator::takeLocked(unsigned int size)
+{
+    const ut_LockGuard guard(myLock, utLockPools);
+    return take(size);
+}
+
+void
+UT_SmallObjectAllocator::giveLocked(void *block, unsigned int size)
+{
+    const ut_LockGuard guard(myLock, utLockPools);
+    give(block, size);
+}
+
+void *
+UT_SmallObjectAllocator::allocate(unsigned int size)
+{
+    if (size > myMaxObjectSize)
+        return ::operator new(size);
+    return myLock && !utIsOnlyThread() ? takeLocked(size) : take(size);
+}
+
+void
+UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
+{
+    if (size > myMaxObjectSize)
+        ::operator delete(block);
+    else if (!block)
+        return;
+    else if (myLock && !utIsOnlyThread())
+        giveLocked(block, size);
+    else
+        give(block, size);
 }

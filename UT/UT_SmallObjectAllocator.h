@@ -16,7 +16,8 @@ class UT_Lock;
 /// Blocks from the pools are aligned for a pointer and no further.
 ///
 /// Thread-safe when constructed so; thread-compatible otherwise. Requests that
-/// the heap serves take no lock. A fork() waits until no thread is in a
+/// the heap serves take no lock, and no request does while the process has only
+/// one thread. A fork() waits until no thread is in a
 /// thread-safe allocator, so that the child can use it too.
 class UT_API UT_SmallObjectAllocator
 {
@@ -63,6 +64,11 @@ public:
 
 private:
     [[nodiscard]] UT_LOCAL unsigned int findAtLeast(unsigned int size) const;
+    UT_LOCAL UT_FixedAllocator *poolFor(unsigned int size);
+    UT_LOCAL void *take(unsigned int size);
+    UT_LOCAL void *takeLocked(unsigned int size);
+    UT_LOCAL void give(void *block, unsigned int size);
+    UT_LOCAL void giveLocked(void *block, unsigned int size);
 
     // Programs hold allocators by value: order and size stay.
     UT_PtrArray<UT_FixedAllocator *> myAllocators; // by size, ascending

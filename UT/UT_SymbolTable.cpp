@@ -51,10 +51,11 @@ struct UT_SymList::UT_Sym::ut_Key
         length = size_t(c - text);
     }
 
-    [[nodiscard]] char *copy() const
+    // Copies the name to `block`, to one of its own when that is null.
+    char *copyTo(void *block) const
     {
         return static_cast<char *>(
-            memcpy(utAllocate(length + 1), name, length + 1));
+            memcpy(block ? block : utAllocate(length + 1), name, length + 1));
     }
 
     const char *name;
@@ -62,44 +63,118 @@ struct UT_SymList::UT_Sym::ut_Key
     uint32 hash;
 };
 
-// The hash of its name lies in the block after each node, where the first
-// look at a node during a look-up or a move finds it: the name itself is
-// somewhere else. Not a member, because programs know the size of a node.
-UT_SymList::UT_Sym::UT_Sym(const ut_Key &key) : name(key.copy()), next(nullptr)
+// What the block of a node holds after it: the hash of the name, and the name
+// itself where it is short, so that a look-up or a move seldom has to wait for
+// other memory. Not members, because programs know the size of a node.
+struct UT_SymList::UT_Sym::ut_Tail
 {
-    memcpy(static_cast<void *>(this + 1), &key.hash, sizeof(key.hash));
-}
+    uint32 hash;
+    uint8 size; // of the name in `text`, with the NUL; 0 for a long name
+    char text[(sizeof(void *) == 8 ? 32 : 28) - 5];
 
-UT_SymList::UT_Sym::~UT_Sym()
-{
-    free(const_cast<char *>(name));
-}
+    // Bytes of the block of a node, with this after it.
+    static unsigned blockSize(bool isShort)
+    {
+        return unsigned(
+            sizeof(UT_Sym) +
+            (isShort ? sizeof(ut_Tail) : offsetof(ut_Tail, text)));
+    }
 
-void *
-UT_SymList::UT_Sym::operator new(size_t size)
-{
-    return utSymPool().allocate(unsigned(size + sizeof(uint32)));
-}
+    static bool fits(const ut_Key &key) { return key.length < sizeof(text); }
+};
 
-void
-UT_SymList::UT_Sym::operator delete(void *node, size_t size)
+UT_SymList::UT_Sym::ut_Tail &
+UT_SymList::UT_Sym::tail() const
 {
-    utSymPool().deallocate(node, unsigned(size + sizeof(uint32)));
+    void *const end = const_cast<UT_Sym *>(this + 1);
+    return *static_cast<ut_Tail *>(end);
 }
 
 uint32
 UT_SymList::UT_Sym::hash() const
 {
-    uint32 hash;
-    memcpy(&hash, static_cast<const void *>(this + 1), sizeof(hash));
-    return hash;
+    return tail().hash;
+}
+
+UT_SymList::UT_Sym::UT_Sym(const ut_Key &key)
+    : name(key.copyTo(ut_Tail::fits(key) ? tail().text : nullptr)),
+      next(nullptr)
+{
+    tail().hash = key.hash;
+    tail().size = ut_Tail::fits(key) ? uint8(key.length + 1) : 0;
+}
+
+UT_SymList::UT_Sym::~UT_Sym()
+{
+    if (tail().size == 0)
+        free(const_cast<char *>(name));
+}
+
+void *
+UT_SymList::UT_Sym::operator new(size_t, const ut_Key &key)
+{
+    return utSymPool().allocate(ut_Tail::blockSize(ut_Tail::fits(key)));
+}
+
+// When there is no memory for a name.
+void
+UT_SymList::UT_Sym::operator delete(void *node, const ut_Key &key)
+{
+    utSymPool().deallocate(node, ut_Tail::blockSize(ut_Tail::fits(key)));
+}
+
+void
+UT_SymList::UT_Sym::operator delete(void *node, size_t)
+{
+    // The tail outlives the node.
+    const bool isShort = static_cast<UT_Sym *>(node)->tail().size > 0;
+    utSymPool().deallocate(node, ut_Tail::blockSize(isShort));
+}
+
+// Whether two texts of one length, which is usually from 4 to 16, are equal:
+// words that may overlap, without a jump for each byte.
+static inline bool
+utIsSame(const char *a, const char *b, size_t length)
+{
+    const auto differ = [a, b](auto word, size_t first, size_t second)
+    {
+        auto other = word;
+        memcpy(&word, a + first, sizeof(word));
+        memcpy(&other, b + first, sizeof(word));
+        auto difference = word ^ other;
+        memcpy(&word, a + second, sizeof(word));
+        memcpy(&other, b + second, sizeof(word));
+        return (difference | (word ^ other)) != 0;
+    };
+    if (length > 16)
+        return memcmp(a, b, length) == 0;
+    if (length >= 8)
+        return !differ(uint64(0), 0, length - 8);
+    if (length >= 4)
+        return !differ(uint32(0), 0, length - 4);
+    for (size_t i = 0; i < length; ++i)
+        if (a[i] != b[i])
+            return false;
+    return true;
+}
+
+inline bool
+UT_SymList::UT_Sym::has(const ut_Key &key) const
+{
+    const ut_Tail &rest = tail();
+    if (rest.hash != key.hash)
+        return false;
+    if (rest.size > 0)
+        return rest.size == key.length + 1 &&
+               utIsSame(rest.text, key.name, key.length);
+    return strcmp(name, key.name) == 0;
 }
 
 UT_SymList::UT_Sym *
 UT_SymList::find(const ut_Key &key) const
 {
     UT_Sym *sym = myFirst;
-    while (sym && (sym->hash() != key.hash || strcmp(sym->name, key.name) != 0))
+    while (sym && !sym->has(key))
         sym = sym->next;
     return sym;
 }
@@ -111,7 +186,7 @@ UT_SymList::findOrCreate(const ut_Key &key, int &created)
     created = !sym;
     if (created)
     {
-        sym = new UT_Sym(key);
+        sym = new (key) UT_Sym(key);
         link(sym);
     }
     return sym;
@@ -175,17 +250,15 @@ UT_SymList::deleteEntry(const char *name)
 int
 UT_SymList::deleteEntry(const ut_Key &key)
 {
-    UT_Sym *sym = find(key);
-    if (!sym)
-        return 0;
+    UT_Sym **link = &myFirst;
+    while (*link && !(*link)->has(key))
+        link = &(*link)->next;
     // The name may be that of one of the nodes: unlink them all before any
     // of them is deleted.
-    UT_Sym *end = sym->next;
-    while (end && strcmp(end->name, key.name) == 0)
+    UT_Sym *sym = *link;
+    UT_Sym *end = sym;
+    while (end && end->has(key))
         end = end->next;
-    UT_Sym **link = &myFirst;
-    while (*link != sym)
-        link = &(*link)->next;
     *link = end;
     int deleted = 0;
     for (UT_Sym *next; sym != end; sym = next)

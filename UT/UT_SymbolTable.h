@@ -21,8 +21,8 @@ union UT_Thing
     constexpr UT_Thing(void *value) : pointer(value) {}
     UT_Thing(int32 value) : pointer(nullptr) { integer = value; }
 
-    int32 integer;
-    void *pointer;
+    int32 integer; ///< the lower half of the word, or all of it
+    void *pointer; ///< all of the word
 };
 
 static_assert(sizeof(UT_Thing) == sizeof(void *));
@@ -57,18 +57,22 @@ public:
         static void operator delete(void *node, size_t size);
 
         // Order and size stay.
-        UT_Thing value;
-        const char *const name; // owned; from malloc()
-        UT_Sym *next;           // null at the end
+        UT_Thing value;         ///< what the name stands for
+        const char *const name; ///< owned
+        UT_Sym *next;           ///< null at the end
 
     private:
         friend class UT_SymList;
         friend class UT_SymbolTable;
         struct ut_Key;
+        struct ut_Tail;
 
         UT_LOCAL explicit UT_Sym(const ut_Key &key);
-        UT_LOCAL static void *operator new(size_t size);
+        UT_LOCAL static void *operator new(size_t size, const ut_Key &key);
+        UT_LOCAL static void operator delete(void *node, const ut_Key &key);
+        [[nodiscard]] UT_LOCAL ut_Tail &tail() const;
         [[nodiscard]] UT_LOCAL uint32 hash() const;
+        [[nodiscard]] UT_LOCAL bool has(const ut_Key &key) const;
     };
 
     /// An empty list.

@@ -42,6 +42,7 @@ public:
                         ///< not sleep
     };
 
+    /// An idle worker; see setSpinMode() for the argument.
     explicit UT_Thread(int spinMode);
 
     UT_Thread(const UT_Thread &) = delete;
@@ -65,6 +66,7 @@ public:
     /// Whether the worker keeps a thread of the caller busy.
     [[nodiscard]] virtual bool isResourceHog() const;
 
+    /// The state, IDLE or RUNNING, and the spin mode.
     virtual int getState();
     virtual int getSpinMode();
 
@@ -142,8 +144,8 @@ public:
 
 protected:
     // Order and size stay, here and in the classes derived from it.
-    std::atomic<int32> myState;
-    std::atomic<int32> mySpinMode;
+    std::atomic<int32> myState;    ///< IDLE or RUNNING
+    std::atomic<int32> mySpinMode; ///< what happens after the job
 
 private:
     // Not UT_LOCAL: the inline function above calls it.
@@ -166,6 +168,7 @@ static_assert(sizeof(void *) != 4 || sizeof(UT_Thread) == 12);
 class UT_API UT_PThread : public UT_Thread
 {
 public:
+    /// An idle worker, which has no thread yet.
     explicit UT_PThread(int spinMode);
 
     /// Kills the worker, even in the middle of a job, and waits for its end:
@@ -176,7 +179,7 @@ public:
     void threadStarted() override;
     void threadEnded() override;
     [[nodiscard]] bool isResourceHog() const override;
-    int getState() override;
+    int getState() override; ///< IDLE in a child of fork()
 
     /// Waits until the state is `state` or the worker has ended. It checks
     /// continuously for about as long as a quick job takes, and then sleeps.

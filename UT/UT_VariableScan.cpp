@@ -17,7 +17,7 @@
 #include <pwd.h>
 
 #ifdef __SSE2__
-#include <emmintrin.h>
+#include <immintrin.h>
 #endif
 
 // Characters that are not simply copied.
@@ -79,9 +79,76 @@ utSkipOrdinary(const char *text, const char *end, unsigned special)
     }
     return text;
 }
+
+// The low halves of the bytes that are not copied, and the high ones: a byte is
+// one of them when its two rows have a bit in common. No row of the second
+// table is for bytes from 128 on.
+static constexpr struct ut_HalfTables
+{
+    constexpr ut_HalfTables() : low(), high()
+    {
+        for (const int half : {2, 5, 6, 7})
+            high[half] = char(1 << (half - 2));
+        for (int byte = 1; byte < 128; ++byte)
+            for (unsigned set = 0; set < 8; ++set)
+                if (theScanTable.kinds[byte] & set)
+                    low[set][byte % 16] =
+                        char(low[set][byte % 16] | high[byte / 16]);
+    }
+
+    char low[8][16]; // for each set of what is special
+    char high[16];
+} theHalfTables;
+
+// Does the same with the vectors of AVX2, sixty-four bytes at a time, and may
+// stop that much before `end`.
+[[gnu::target("avx2")]] static const char *
+utSkipOrdinaryWide(const char *text, const char *end, unsigned special)
+{
+    __m128i low;
+    __m128i high;
+    memcpy(&low, theHalfTables.low[special], sizeof(low));
+    memcpy(&high, theHalfTables.high, sizeof(high));
+    const __m256i lowRows = _mm256_broadcastsi128_si256(low);
+    const __m256i highRows = _mm256_broadcastsi128_si256(high);
+    const __m256i halfMask = _mm256_set1_epi8(15);
+    for (; end - text >= 64; text += 64)
+    {
+        __m256i found[2];
+        for (int i = 0; i < 2; ++i)
+        {
+            __m256i block;
+            memcpy(&block, text + 32 * i, sizeof(block));
+            const __m256i highs =
+                _mm256_and_si256(_mm256_srli_epi16(block, 4), halfMask);
+            found[i] = _mm256_and_si256(
+                _mm256_shuffle_epi8(lowRows, block),
+                _mm256_shuffle_epi8(highRows, highs));
+        }
+        const __m256i any = _mm256_or_si256(found[0], found[1]);
+        if (!_mm256_testz_si256(any, any))
+            break;
+    }
+    return text;
+}
+
+static const char *
+utSkipOrdinaryLong(const char *text, const char *end, unsigned special)
+{
+    // The wide vectors pay where the run is long.
+    const int few = 64;
+    if (end - text > few && __builtin_cpu_supports("avx2"))
+    {
+        const char *const next = utSkipOrdinary(text, text + few, special);
+        if (next != text + few)
+            return next;
+        text = utSkipOrdinaryWide(next, end, special);
+    }
+    return utSkipOrdinary(text, end, special);
+}
 #else
 static const char *
-utSkipOrdinary(const char *text, const char *, unsigned)
+utSkipOrdinaryLong(const char *text, const char *, unsigned)
 {
     return text;
 }
@@ -471,9 +538,10 @@ ut_VariableScanner::copyOrdinary()
                                  : UT_SCAN_ALWAYS | UT_SCAN_COMMENTS;
     const auto isSpecial = [special](char c)
     { return (theScanTable.kinds[uint8(c)] & special) != 0; };
-    // Most runs are short.
+    // Most runs are short; the first one that is not shows how long the text
+    // is, and then blocks are as quick.
     const char *end = myNext;
-    int few = 16;
+    int few = myWholeEnd - end < 16 ? 16 : 0;
     while (few > 0 && !isSpecial(*end))
     {
         ++end;
@@ -485,7 +553,7 @@ ut_VariableScanner::copyOrdinary()
         {
             if (myWholeEnd - end < 16)
                 myWholeEnd = end + strnlen(end, 4096);
-            end = utSkipOrdinary(end, myWholeEnd, special);
+            end = utSkipOrdinaryLong(end, myWholeEnd, special);
             if (myWholeEnd - end >= 16 || *myWholeEnd == '\0')
                 break;
         }

@@ -11,9 +11,22 @@
 #include <climits>
 #include <cstddef>
 #include <cstdio>
+#include <iterator>
 
 namespace
 {
+
+// What one attempt at a format leaves for the next one, and for its caller.
+struct ut_Attempt
+{
+    // Lengths of the first texts that "%s" writes whole. Long ones are worth
+    // measuring once only.
+    size_t lengths[4];
+    int measured = 0;
+
+    // Whether no NUL was written, so that the text is as long as reported.
+    bool isText = false;
+};
 
 // What the usual formats ask for, written without vsnprintf(), whose result it
 // is byte for byte: %d %i %u %x %X with a width, filled with blanks or zeros,
@@ -25,8 +38,8 @@ namespace
 class ut_CommonFormat
 {
 public:
-    ut_CommonFormat(char *out, size_t size, va_list args)
-        : myAt(out), myEnd(out + size - 1)
+    ut_CommonFormat(char *out, size_t size, va_list args, ut_Attempt &attempt)
+        : myAt(out), myEnd(out + size - 1), myAttempt(attempt)
     {
         va_copy(myArgs, args);
     }
@@ -66,6 +79,7 @@ private:
     ut_Outcome writeDirective(char letter, const ut_Directive &directive);
     const char *copyText(const char *format);
     bool writeText(const ut_Directive &directive);
+    size_t measure(const char *text);
     void writeSigned(const ut_Directive &directive);
     void writeUnsigned(char letter, const ut_Directive &directive);
     void writeNumber(
@@ -81,6 +95,8 @@ private:
     char *myAt;
     char *const myEnd;   // the NUL has room there
     uint64 myLength = 0; // also of what did not fit
+    int myTexts = 0;     // those that were measured
+    ut_Attempt &myAttempt;
     va_list myArgs;
 };
 
@@ -190,6 +206,21 @@ ut_CommonFormat::writeUnsigned(char letter, const ut_Directive &directive)
     writeNumber(digits, end, directive);
 }
 
+size_t
+ut_CommonFormat::measure(const char *text)
+{
+    const int index = myTexts++;
+    if (index < myAttempt.measured)
+        return myAttempt.lengths[index];
+    const size_t length = strlen(text);
+    if (index < int(std::size(myAttempt.lengths)))
+    {
+        myAttempt.lengths[index] = length;
+        myAttempt.measured = index + 1;
+    }
+    return length;
+}
+
 // False for null.
 bool
 ut_CommonFormat::writeText(const ut_Directive &directive)
@@ -198,7 +229,7 @@ ut_CommonFormat::writeText(const ut_Directive &directive)
     if (!text)
         return false;
     const size_t length = directive.precision < 0
-                              ? strlen(text)
+                              ? measure(text)
                               : strnlen(text, size_t(directive.precision));
     writePadded(text, length, directive);
     return true;
@@ -271,6 +302,7 @@ ut_CommonFormat::writeDirective(char letter, const ut_Directive &directive)
         if (!isPlain || directive.precision >= 0)
             return UT_REST;
         const char byte = char(va_arg(myArgs, int));
+        myAttempt.isText = myAttempt.isText && byte;
         writePadded(&byte, 1, directive);
         return UT_WRITTEN;
     }
@@ -296,6 +328,7 @@ utStoresLength(const char *format)
 int
 ut_CommonFormat::writeRest(const char *format)
 {
+    myAttempt.isText = false;
     // It must not miss what is written.
     if (strchr(format, 'n') && utStoresLength(format))
         return -1;
@@ -324,6 +357,7 @@ ut_CommonFormat::copyText(const char *format)
 int
 ut_CommonFormat::write(const char *format)
 {
+    myAttempt.isText = true;
     while (*(format = copyText(format)))
     {
         if (format[1] == '%')
@@ -363,11 +397,14 @@ UT_WorkBuffer::growToFormatted(int formatted)
 
 // vsnprintf(), by the short way where there is one.
 static int
-utFormat(char *out, size_t size, const char *format, va_list args)
+utFormat(
+    char *out, size_t size, const char *format, va_list args,
+    ut_Attempt &attempt)
 {
-    const int common = ut_CommonFormat(out, size, args).write(format);
+    const int common = ut_CommonFormat(out, size, args, attempt).write(format);
     if (common >= 0)
         return common;
+    attempt.isText = false;
     va_list again;
     va_copy(again, args);
     const int formatted = vsnprintf(out, size, format, again);
@@ -379,11 +416,13 @@ int
 UT_WorkBuffer::vsprintf(const char *format, va_list args)
 {
     unsigned usable = unsigned(myAllocatedSize) - theSpareSize;
+    ut_Attempt attempt;
     if (myLength > 0)
     {
         // The old text stays until there is room for the other one.
         char text[theInlineSize - theSpareSize];
-        const int formatted = utFormat(text, sizeof(text), format, args);
+        const int formatted =
+            utFormat(text, sizeof(text), format, args, attempt);
         if (formatted >= 0 && formatted < int(sizeof(text)))
         {
             // A conversion may have written a NUL; the text ends there.
@@ -395,7 +434,7 @@ UT_WorkBuffer::vsprintf(const char *format, va_list args)
     for (;;)
     {
         // The first attempt returns the length, so a second one always fits.
-        const int formatted = utFormat(myBuffer, usable, format, args);
+        const int formatted = utFormat(myBuffer, usable, format, args, attempt);
         myBuffer[usable - 1] = '\0';
         if (formatted >= 0 && unsigned(formatted) >= usable &&
             usable < theFormatLimit)
@@ -403,7 +442,8 @@ UT_WorkBuffer::vsprintf(const char *format, va_list args)
             usable = growToFormatted(formatted);
             continue;
         }
-        myLength = SYSnarrow<int>(strlen(myBuffer));
+        const bool isWhole = attempt.isText && unsigned(formatted) < usable;
+        myLength = isWhole ? formatted : SYSnarrow<int>(strlen(myBuffer));
         return formatted < 0 ? myLength : formatted;
     }
 }
@@ -438,7 +478,8 @@ UT_WorkBuffer::appendSprintf(const char *format, ...)
     char text[theInlineSize - theSpareSize];
     va_list args;
     va_start(args, format);
-    int formatted = utFormat(text, sizeof(text), format, args);
+    ut_Attempt attempt;
+    int formatted = utFormat(text, sizeof(text), format, args, attempt);
     va_end(args);
     if (formatted >= int(sizeof(text)))
     {

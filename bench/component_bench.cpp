@@ -1,8 +1,9 @@
 // One exchange through the component takes at most 1.10 times what a tight loop
 // of the same system calls takes on loopback, and one through UT_Connection,
 // which looks no host up, no more than one through the component. An envelope
-// of 1 MiB takes at most 2 times what std::string takes to build the same
-// bytes.
+// of 4000 bytes of
+// plain text takes at most half of what std::string takes to build the same
+// bytes, any other 0.65.
 //
 // Both sides of a pair take turns in one run, so that other load on the
 // machine affects them alike; the counters are medians in microseconds.
@@ -265,13 +266,13 @@ utBuildString(const char *text, const char *tag)
     return out;
 }
 
-// A command of 1 MiB: plain text, text full of brackets, and with "]]>" every
-// so many bytes.
+// A command of so many bytes: plain text, text full of brackets, and with "]]>"
+// every so many bytes.
 static std::string
-utCommand(long period)
+utCommand(size_t length, long period)
 {
     std::string text;
-    while (text.size() < 1 << 20)
+    while (text.size() < length)
     {
         text += period < 0 ? "a[b[0]] = x->y;\n" : "print 'hello, world'\n";
         if (period > 0 && text.size() % size_t(period) < 21)
@@ -283,30 +284,43 @@ utCommand(long period)
 static void
 utEnvelope(benchmark::State &state)
 {
-    const std::string text = utCommand(long(state.range(0)));
+    const std::string text =
+        utCommand(size_t(state.range(0)), long(state.range(1)));
     UT_WorkBuffer check;
     buildXML(text.c_str(), "vscript", check);
     if (utBuildString(text.c_str(), "vscript") != check.buffer())
         state.SkipWithError("the envelopes differ");
+    // A short one is built many times, so that the clock costs nothing.
+    const size_t repeats = 1 + (1 << 16) / text.size();
     utTakeTurns(
         state,
         [&]
         {
-            UT_WorkBuffer out;
-            buildXML(text.c_str(), "vscript", out);
-            benchmark::DoNotOptimize(out.buffer());
+            for (size_t i = 0; i < repeats; ++i)
+            {
+                UT_WorkBuffer out;
+                buildXML(text.c_str(), "vscript", out);
+                benchmark::DoNotOptimize(out.buffer());
+            }
         },
         [&]
         {
-            const std::string out = utBuildString(text.c_str(), "vscript");
-            benchmark::DoNotOptimize(out.data());
+            for (size_t i = 0; i < repeats; ++i)
+            {
+                const std::string out = utBuildString(text.c_str(), "vscript");
+                benchmark::DoNotOptimize(out.data());
+            }
         });
 }
 
 BENCHMARK(utEnvelope)
     ->Name("envelope/ours and std::string")
-    ->Arg(0)
-    ->Arg(-1)
-    ->Arg(64 << 10)
-    ->Arg(1 << 10)
-    ->Arg(64);
+    ->Args({40, 0})
+    ->Args({4000, 0})
+    ->Args({4000, -1})
+    ->Args({4000, 64})
+    ->Args({1 << 20, 0})
+    ->Args({1 << 20, -1})
+    ->Args({1 << 20, 64 << 10})
+    ->Args({1 << 20, 1 << 10})
+    ->Args({1 << 20, 64});

@@ -1,6 +1,6 @@
 # The browser extension and its native host, where what they are built with is
 # there.
-find_package(Python3 3.9 COMPONENTS Interpreter)
+find_package(Python3 3.9 QUIET COMPONENTS Interpreter)
 find_path(VALDRIN_JSON_INCLUDE nlohmann/json.hpp)
 set(missing "")
 if(NOT Python3_FOUND)

@@ -12,6 +12,20 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 
+include(CheckCXXSourceCompiles)
+set(CMAKE_REQUIRED_LIBRARIES z)
+check_cxx_source_compiles(
+    "#include <zlib.h>
+int main() { return *zlibVersion() == 0; }" VALDRIN_HAS_ZLIB)
+unset(CMAKE_REQUIRED_LIBRARIES)
+if(NOT VALDRIN_HAS_ZLIB)
+    unset(VALDRIN_HAS_ZLIB CACHE)
+    message(
+        FATAL_ERROR
+            "zlib and its headers are needed, for the same word size: Debian's "
+            "package zlib1g-dev, and lib32z1-dev for -m32.")
+endif()
+
 # The flags decide whether we build for 32-bit x86, so the compiler is tested.
 try_compile(
     VALDRIN_IS_X86_32 SOURCE_FROM_CONTENT x86_32.cpp "#ifndef __i386__
@@ -36,8 +50,13 @@ if(VALDRIN_IS_X86_32)
     endif()
 endif()
 
-# Warnings are for our own files only.
 add_library(valdrin_options INTERFACE)
+# There, too, floats round as they do elsewhere.
+if(VALDRIN_IS_X86_32)
+    target_compile_options(valdrin_options INTERFACE -msse2 -mfpmath=sse)
+endif()
+
+# Warnings are for our own files only.
 target_compile_options(
     valdrin_options
     INTERFACE -Wall
@@ -63,6 +82,32 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
                                                      -Wlogical-op)
 endif()
 target_link_libraries(valdrin_options INTERFACE Threads::Threads)
+
+# Shipped files refuse what attacks begin with: a smashed stack, a buffer
+# overrun that the C library can see, a table of functions that is written to, a
+# stack that is run. Sanitizers check more, in their own way.
+if(NOT VALDRIN_SANITIZE)
+    target_compile_options(
+        valdrin_options INTERFACE -fstack-protector-strong
+                                  -fstack-clash-protection)
+    # The C library's checks need an optimised build.
+    target_compile_options(
+        valdrin_options
+        INTERFACE
+            $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+            $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+    target_link_options(
+        valdrin_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack
+                                  -Wl,-z,text)
+    include(CheckPIESupported)
+    check_pie_supported(LANGUAGES CXX)
+endif()
+
+# The same sources give the same bytes, wherever they are built.
+target_compile_options(
+    valdrin_options
+    INTERFACE -ffile-prefix-map=${PROJECT_BINARY_DIR}=build
+              -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 
 set(VALDRIN_NO_UNDEFINED -Wl,-z,defs)
 if(VALDRIN_SANITIZE)

@@ -1,5 +1,5 @@
-# Removes what BUILD was last installed as: its files, and the folders that are
-# empty without them.
+# Removes what BUILD was last installed as: its files, what Python has made of
+# them, and the folders that are empty without them.
 cmake_minimum_required(VERSION 3.25)
 set(manifest ${BUILD}/install_manifest.txt)
 if(NOT EXISTS ${manifest})
@@ -17,11 +17,9 @@ foreach(system /usr /usr/local)
     endforeach()
 endforeach()
 
-foreach(file IN LISTS files)
-    file(REMOVE "$ENV{DESTDIR}${file}")
-    get_filename_component(folder "$ENV{DESTDIR}${file}" DIRECTORY)
+# A folder and those above it, until rmdir refuses one that is not empty.
+function(remove_empty_folders folder)
     while(NOT folder IN_LIST kept)
-        # It refuses one that is not empty.
         execute_process(COMMAND rmdir -- "${folder}" RESULT_VARIABLE refused
                         ERROR_QUIET)
         if(refused AND EXISTS "${folder}")
@@ -29,6 +27,20 @@ foreach(file IN LISTS files)
         endif()
         get_filename_component(folder "${folder}" DIRECTORY)
     endwhile()
+endfunction()
+
+foreach(file IN LISTS files)
+    set(file "$ENV{DESTDIR}${file}")
+    file(REMOVE "${file}")
+    get_filename_component(folder "${file}" DIRECTORY)
+    if(file MATCHES "/([^/]+)\\.py$")
+        file(GLOB compiled "${folder}/__pycache__/${CMAKE_MATCH_1}.*.pyc")
+        if(compiled)
+            file(REMOVE ${compiled})
+            remove_empty_folders("${folder}/__pycache__")
+        endif()
+    endif()
+    remove_empty_folders("${folder}")
 endforeach()
 file(REMOVE ${manifest} ${BUILD}/install_prefix.txt)
 list(LENGTH files count)

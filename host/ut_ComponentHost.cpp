@@ -201,6 +201,9 @@ utOpenLibrary(const std::vector<std::string> &libraries, std::string &error)
         if (!strstr(reason, path.c_str()))
             error += path + ": ";
         error += reason;
+        if (strstr(reason, "wrong ELF class"))
+            error += sizeof(void *) == 4 ? " (this program has 32 bits)"
+                                         : " (this program has 64 bits)";
     }
     return nullptr;
 }

@@ -1,6 +1,12 @@
-# Tools that have their version in their name, for the scripts that source this
-# file.
+# What several scripts need, which source this file in the project's folder.
 # shellcheck shell=bash
+
+# copy_sources FOLDER: makes the folder one of what belongs to the project.
+copy_sources() {
+    rm -rf "$1"
+    mkdir -p "$1"
+    git ls-files -z | tar --null -T - -c | tar -x -C "$1"
+}
 
 # clang_tool NAME: prints what the tool is called here, as clang++ or
 # clang++-14; the latest of several. Returns 1 when there is none.

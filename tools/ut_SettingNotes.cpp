@@ -12,7 +12,7 @@
 // Read by others than the settings.
 static const char *const theOtherNames[] = {
     "VALDRIN_PATH", // the main search path of the library
-    "VALDRIN_PORT", // this program
+    "VALDRIN_PORT", // this program and the stand-in
 };
 
 // ---- Values

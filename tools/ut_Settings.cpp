@@ -179,8 +179,9 @@ reads it. `valdrin env` notes such variables, and values that may not do what wa
 meant, such as `off` for a switch.
 
 The connection has no setting. A page calls `SetSocketPortNum`, a program passes
-the port to `UT_Connection`, and `valdrin` has the option `--port` and the
-variable `VALDRIN_PORT`. `VALDRIN_SOCKET_PORT` is the application's own.
+the port to `UT_Connection`, and `valdrin` and `valdrin-standin` have the option
+`--port` and the variable `VALDRIN_PORT`. `VALDRIN_SOCKET_PORT` is the
+application's own.
 `VALDRIN_PATH` is not a setting either, but the library's main search path
 ([paths.md](paths.md)).
 )";

@@ -185,9 +185,10 @@ def parse_options(arguments):
     parser.add_argument(
         "--port",
         type=int,
-        default=valdrin.DEFAULT_PORT,
+        default=os.environ.get("VALDRIN_PORT") or valdrin.DEFAULT_PORT,
         metavar="N",
-        help="port to listen on (default: %(default)s); 0: any free one",
+        help="port to listen on (default: the variable VALDRIN_PORT, or "
+        f"{valdrin.DEFAULT_PORT}); 0: any free one",
     )
     parser.add_argument(
         "--max-request",

@@ -591,6 +591,9 @@ utExchangeChecked(
         return EXIT_REMOTE;
     case UT_CONNECTION_REFUSED:
         return utFailUnreached(options);
+    case UT_CONNECTION_TOO_LONG:
+        utComplain(reason);
+        return EXIT_INPUT_OUTPUT;
     default:
         utComplain(reason);
         return EXIT_NOT_CONNECTED;

@@ -27,10 +27,31 @@ TEST(SYS_Processor, TheFirstCallReportsAnotherType)
     SYSgetProcessor(type, again);
     EXPECT_EQ(3, type);
     EXPECT_EQ(flags, again);
+    EXPECT_EQ(
+        SYS_Processor::hasHyperThreading(),
+        (flags & SYS_PROCESSOR_HYPER_THREADING) != 0);
 #ifdef __SSE2__
     EXPECT_EQ(31, flags & 31);
 #endif
 }
+
+#if defined(__x86_64__) || defined(__i386__)
+TEST(SYS_Processor, FeaturesAreThoseOfCpuinfo)
+{
+    std::ifstream file("/proc/cpuinfo");
+    std::string flags;
+    while (flags.compare(0, 5, "flags") != 0)
+        ASSERT_TRUE(std::getline(file, flags));
+    const auto isListed = [&flags](const std::string &name)
+    { return (flags + ' ').find(' ' + name + ' ') != std::string::npos; };
+    EXPECT_EQ(isListed("mmx"), SYS_Processor::hasMMX());
+    EXPECT_EQ(isListed("sse"), SYS_Processor::hasSSE());
+    EXPECT_EQ(isListed("sse2"), SYS_Processor::hasSSE2());
+    EXPECT_EQ(isListed("3dnow"), SYS_Processor::has3DNow());
+    EXPECT_EQ(isListed("cmov"), SYS_Processor::hasCondMov());
+    EXPECT_EQ(isListed("fpu"), SYS_Processor::hasFPCondMov());
+}
+#endif
 
 TEST(SYS_Processor, SwitchesTakeFeaturesAway)
 {

@@ -146,7 +146,7 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
     }
 }
 
-TYPED_TEST(UT_Arrays, SizesAreExactButAssignmentNeverShrinks)
+TYPED_TEST(UT_Arrays, ResizingGivesExactlyTheSlotsAskedFor)
 {
     using E = ut_Element<TypeParam>;
     TypeParam array = utFilled<TypeParam>(3, 3);
@@ -159,7 +159,15 @@ TYPED_TEST(UT_Arrays, SizesAreExactButAssignmentNeverShrinks)
     {
         EXPECT_EQ(4, std::count(array.data() + 2, array.data() + 6, E()));
     }
+    array.resize(0);
+    EXPECT_EQ(nullptr, array.data());
+    EXPECT_EQ(0u, array.entries());
+    EXPECT_EQ(0u, array.capacity());
+}
 
+TYPED_TEST(UT_Arrays, CopiesHaveNoRoomAndAssignmentNeverShrinks)
+{
+    TypeParam array = utFilled<TypeParam>(2, 6);
     const TypeParam copy(array);
     EXPECT_EQ(2u, copy.capacity());
     array.concat(array);
@@ -170,10 +178,6 @@ TYPED_TEST(UT_Arrays, SizesAreExactButAssignmentNeverShrinks)
     array = *&array;
     EXPECT_EQ(9u, array.capacity());
     EXPECT_TRUE(copy == array);
-    array.resize(0);
-    EXPECT_EQ(nullptr, array.data());
-    EXPECT_EQ(0u, array.entries());
-    EXPECT_EQ(0u, array.capacity());
 }
 
 // An array and a vector under the same random calls.
@@ -419,6 +423,37 @@ TYPED_TEST(UT_Arrays, FindLooksAtEveryElementFromTheStart)
 
 // ---- Sorted sets
 
+// The ascending elements of one side, up to `limit` different ones.
+template <class E>
+static std::vector<E>
+utSorted(size_t count, size_t limit, std::mt19937 &random)
+{
+    std::vector<E> elements(count);
+    for (E &element : elements)
+        element = utElement<E>(random() % limit);
+    std::stable_sort(elements.begin(), elements.end(), utIsLess<E>);
+    return elements;
+}
+
+// An operation that replaces `x`, and the one that writes to another array.
+template <class Array, class InPlace, class Into>
+static void
+utExpectSet(
+    const char *name, const ut_Model<Array> &expected, const Array &x,
+    const InPlace &inPlace, const Into &into)
+{
+    SCOPED_TRACE(name);
+    const Array steady = utArray<Array>(expected); // single appends
+    Array replaced(x);
+    inPlace(replaced);
+    EXPECT_EQ(expected, utValues(replaced));
+    EXPECT_EQ(steady.capacity(), replaced.capacity());
+    Array written;
+    into(written);
+    EXPECT_EQ(expected, utValues(written));
+    EXPECT_EQ(steady.capacity(), written.capacity());
+}
+
 template <class Array, class... Compare>
 static void
 utCheckSets(Compare... compare)
@@ -431,45 +466,40 @@ utCheckSets(Compare... compare)
         // In two of three rounds one is much shorter, and every other time most
         // elements are there several times.
         const size_t limit = round % 2 == 0 ? 12 : 1000;
-        ut_Model<Array> a(random() % (round % 3 == 1 ? 20 : 600));
-        ut_Model<Array> b(random() % (round % 3 == 2 ? 20 : 600));
-        for (auto *side : {&a, &b})
-        {
-            for (E &element : *side)
-                element = utElement<E>(random() % limit);
-            std::stable_sort(side->begin(), side->end(), utIsLess<E>);
-        }
+        const size_t longestA = round % 3 == 1 ? 20 : 600;
+        const size_t longestB = round % 3 == 2 ? 20 : 600;
+        const auto a = utSorted<E>(random() % longestA, limit, random);
+        const auto b = utSorted<E>(random() % longestB, limit, random);
         const Array x = utArray<Array>(a);
         const Array y = utArray<Array>(b);
-        const auto expect = [&](auto algorithm, auto into, auto inPlace)
-        {
-            ut_Model<Array> expected;
-            algorithm(
-                a.begin(), a.end(), b.begin(), b.end(),
-                std::back_inserter(expected), utIsLess<E>);
-            const Array steady = utArray<Array>(expected); // single appends
-            Array results[] = {{}, x};
-            into(results[0]);
-            inPlace(results[1]);
-            for (const Array &result : results)
-            {
-                EXPECT_EQ(expected, utValues(result));
-                EXPECT_EQ(steady.capacity(), result.capacity());
-            }
-        };
-        expect(
-            [](auto... range) { std::set_union(range...); },
-            [&](Array &out) { x.sortedUnion(y, out, compare...); },
-            [&](Array &target) { target.sortedUnion(y, compare...); });
-        expect(
-            [](auto... range) { std::set_intersection(range...); },
-            [&](Array &out) { x.sortedIntersection(y, out, compare...); },
-            [&](Array &target) { target.sortedIntersection(y, compare...); });
+
+        ut_Model<Array> expected;
+        std::set_union(
+            a.begin(), a.end(), b.begin(), b.end(),
+            std::back_inserter(expected), utIsLess<E>);
+        utExpectSet(
+            "union", expected, x,
+            [&](Array &target) { target.sortedUnion(y, compare...); },
+            [&](Array &out) { x.sortedUnion(y, out, compare...); });
+
+        expected.clear();
+        std::set_intersection(
+            a.begin(), a.end(), b.begin(), b.end(),
+            std::back_inserter(expected), utIsLess<E>);
+        utExpectSet(
+            "intersection", expected, x,
+            [&](Array &target) { target.sortedIntersection(y, compare...); },
+            [&](Array &out) { x.sortedIntersection(y, out, compare...); });
+
+        expected.clear();
+        std::set_difference(
+            a.begin(), a.end(), b.begin(), b.end(),
+            std::back_inserter(expected), utIsLess<E>);
         if constexpr (std::is_same_v<Array, UT_IntArray>)
-            expect(
-                [](auto... range) { std::set_difference(range...); },
-                [&](Array &out) { x.sortedSetDifference(y, out); },
-                [&](Array &target) { target.sortedSetDifference(y); });
+            utExpectSet(
+                "difference", expected, x,
+                [&](Array &target) { target.sortedSetDifference(y); },
+                [&](Array &out) { x.sortedSetDifference(y, out); });
         else
             EXPECT_EQ(
                 std::includes(
@@ -524,6 +554,16 @@ utPop(std::vector<E> &heap)
     utSink(heap, 0);
 }
 
+TEST(UT_Arrays, HeapsEndWithTheirEntries)
+{
+    UT_IntArray heap;
+    heap.append(1);
+    heap.append(9);
+    heap.setEntries(1);
+    heap.heapify(0);
+    EXPECT_EQ(1, heap(0));
+}
+
 // Pushes and pops, first of all on arrays that are no heaps: a pop lets the
 // last element sink wherever it comes.
 template <class Array, class... Compare>
@@ -568,31 +608,35 @@ TEST(UT_Arrays, HeapsKeepTheirArrangementAlsoOfEqualElements)
 
 // ---- Each on its own
 
-TEST(UT_IntArray, OrdersMergesAndConvertsSignedIntegers)
+using ut_Ints = std::vector<int>;
+
+TEST(UT_IntArray, SortsAndConvertsSignedIntegers)
 {
-    using Ints = std::vector<int>;
     UT_IntArray array;
     array.fromStdVectorOfInts({7, INT_MIN, 3, 7});
     array.sortAscending();
     EXPECT_EQ(2, array.findAndRemove(7));
     EXPECT_EQ(-1, array.findAndRemove(8));
-    Ints values;
+    ut_Ints values;
     array.toStdVectorOfInts(values);
-    EXPECT_EQ((Ints{INT_MIN, 3, 7}), values);
+    EXPECT_EQ((ut_Ints{INT_MIN, 3, 7}), values);
     values = {INT_MIN, INT_MAX};
     EXPECT_EQ(1, UTcompareInts(&values[0], &values[1])); // deliberate: wraps
+}
 
-    // Only pairs across the arrays are dropped.
-    const auto merge = [](const Ints &a, const Ints &b, int direction, bool all)
+TEST(UT_IntArray, MergingDropsOnlyPairsAcrossTheArrays)
+{
+    const auto merge =
+        [](const ut_Ints &a, const ut_Ints &b, int direction, bool all)
     {
         auto target = utArray<UT_IntArray>(a);
         target.merge(utArray<UT_IntArray>(b), direction, all);
         return utValues(target);
     };
-    EXPECT_EQ((Ints{1, 1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 1, true));
-    EXPECT_EQ((Ints{1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 7, false));
-    EXPECT_EQ((Ints{3, 2, 1, 1, 1}), merge({3, 1, 1}, {2, 1}, 0, true));
-    EXPECT_EQ((Ints{3, 2, 1, 1}), merge({3, 1, 1}, {2, 1}, -5, false));
+    EXPECT_EQ((ut_Ints{1, 1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 1, true));
+    EXPECT_EQ((ut_Ints{1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 7, false));
+    EXPECT_EQ((ut_Ints{3, 2, 1, 1, 1}), merge({3, 1, 1}, {2, 1}, 0, true));
+    EXPECT_EQ((ut_Ints{3, 2, 1, 1}), merge({3, 1, 1}, {2, 1}, -5, false));
 }
 
 TYPED_TEST(UT_Arrays, ConstantFillsExactlyWhatIsInUse)
@@ -629,6 +673,11 @@ TEST(UT_FloatArray, TheToleranceWidensEquality)
     EXPECT_EQ(0, compare(1.0f, 1.05f));
     EXPECT_EQ(-1, compare(1.0f, 1.2f));
     EXPECT_EQ(1, compare(1.2f, 1.0f));
+}
+
+TEST(UT_FloatArray, AComparatorFindsWhatIsNearlyEqual)
+{
+    UTsetCompareFloatsTolerance(0.1f);
     auto array = utArray<UT_FloatArray>({1.0f, 2.0f, 3.0f});
     EXPECT_EQ(1, array.find(2.05f, UTcompareFloats));
     EXPECT_TRUE(array.isEqual(
@@ -638,9 +687,14 @@ TEST(UT_FloatArray, TheToleranceWidensEquality)
     EXPECT_EQ(4u, array.sortedInsert(9.0f, UTcompareFloats));
     EXPECT_EQ(
         (std::vector<float>{1.0f, 2.05f, 2.0f, 3.0f, 9.0f}), utValues(array));
-    // Equality within a tolerance is not transitive: 1.13 is greater than the
-    // root, but not than its left child, which is not greater than the root.
-    array = utArray<UT_FloatArray>({9.0f, 1.0f, 1.05f, 1.13f});
+}
+
+// Equality within a tolerance is not transitive: 1.13 is greater than the root,
+// but not than its left child, which is not greater than the root.
+TEST(UT_FloatArray, TheGreaterChildIsFoundFromTheRoot)
+{
+    UTsetCompareFloatsTolerance(0.1f);
+    auto array = utArray<UT_FloatArray>({9.0f, 1.0f, 1.05f, 1.13f});
     array.heapify(1, UTcompareFloats);
     EXPECT_EQ((std::vector<float>{9.0f, 1.13f, 1.05f, 1.0f}), utValues(array));
 }

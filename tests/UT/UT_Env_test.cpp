@@ -256,6 +256,11 @@ TEST(UT_Env, HighBytesHideNamesFromTheSearch)
     EXPECT_EQ(
         (ut_Strings{"A=1", "B=1", "\xc3=1", "\xc3=2", "\xc4=1"}),
         utTexts(ValdrinGetenvlist()));
+    // Names that others continue with such a byte are hidden, too.
+    clearenv();
+    for (const char *name : {"0", "A", "A\xc3", "A\xc4", "B"})
+        ValdrinSetenv(name, "1");
+    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
 }
 
 TEST(UT_Env, ChildrenInheritTheTable)

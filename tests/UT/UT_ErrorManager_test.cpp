@@ -273,7 +273,7 @@ TEST_F(UT_ErrorManagerTest, OutputFailuresAreReportedOnRequest)
     setenv("VALDRIN_VERBOSE_ERROR", "1", 1);
     testing::internal::CaptureStderr();
     errno = 0;
-    UTcheckOutStream(std::cout, "write", "/a");
+    EXPECT_EQ(1, UTcheckOutStream(std::cout, "write", "/a"));
     errno = EPERM;
     UTcheckOutStream(std::cout, "write", "/a");
     EXPECT_EQ(

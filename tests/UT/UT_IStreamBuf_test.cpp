@@ -418,9 +418,13 @@ TEST(UT_IStreamBuf, StandardInputIsSharedAndReadByLinesIfWanted)
     EXPECT_EQ(input, UT_IStreamBuf::istreamBuf(std::cin));
     EXPECT_EQ('o', input->getc());
     EXPECT_EQ(3, input->pending()); // "ne" and a newline
+    char bytes[5] = "";
+    EXPECT_EQ(4, input->bread(bytes, 4)); // the last one is not pending yet
+    EXPECT_FALSE(input->hasError());
+    EXPECT_STREQ("ne\n\n", bytes);
     UT_WorkBuffer text;
     EXPECT_TRUE(input->getAll(text));
-    EXPECT_STREQ("ne\n\ntwo\n", text.buffer()); // each line gets one
+    EXPECT_STREQ("two\n", text.buffer()); // each line gets a newline
 }
 
 static const char theGzipText[] = "The text, the text, the text and the end.\n";

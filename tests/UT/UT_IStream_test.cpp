@@ -1,5 +1,7 @@
 #include "UT/UT_IStream.h"
 
+#include "ut_TempDir.h"
+
 #include "UT/UT_String.h"
 #include "UT/UT_WorkBuffer.h"
 
@@ -138,22 +140,24 @@ TEST(UT_IStream, SkipsCommentsAndCountsTheirLines)
     EXPECT_STREQ("", text.buffer());
 }
 
-TEST(UT_IStream, FilesOpenAndCloseUnderTheirSubStreams)
+TEST(UT_IStream, AFileThatIsMissingIsReported)
 {
-    FILE *const file = tmpfile();
-    fputs("one\n\"two\"\nthree\n", file);
-    fflush(file);
-    const std::string path = "/proc/self/fd/" + std::to_string(fileno(file));
-    UT_WorkBuffer line;
-    UT_String text;
     UT_IFStream stream("/nowhere/at/all", UT_ISTREAM_BINARY);
     EXPECT_STREQ(strerror(ENOENT), stream.getErrorStr());
     EXPECT_FALSE(stream.open("/nowhere/at/all", UT_ISTREAM_BINARY));
-    EXPECT_TRUE(stream.open(path.c_str(), UT_ISTREAM_BINARY));
+}
+
+TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
+{
+    const ut_TempDir dir;
+    const std::string path = dir.write("file", "one\n\"two\"\nthree\n");
+    UT_IFStream stream(path.c_str(), UT_ISTREAM_BINARY);
     const std::unique_ptr<UT_IStream> part(stream.getSubStream(4, 11));
+    UT_String text;
     EXPECT_TRUE(part->readString(text, /*binary=*/false));
     EXPECT_TRUE(part->isBinary());
     EXPECT_EQ("two", text);
+
     EXPECT_TRUE(stream.open(stream.getLabel(), UT_ISTREAM_ASCII));
     EXPECT_EQ(path, stream.getLabel());
     // The part has the block that it read, and nothing else.
@@ -161,10 +165,21 @@ TEST(UT_IStream, FilesOpenAndCloseUnderTheirSubStreams)
     EXPECT_TRUE(part->skipLine());
     EXPECT_FALSE(part->skipLine());
     EXPECT_FALSE(part->seekg(0));
+
+    UT_WorkBuffer line;
     EXPECT_TRUE(stream.getLine(line));
     EXPECT_STREQ("one", line.buffer());
     EXPECT_TRUE(stream.close());
     EXPECT_TRUE(stream.close()); // once more
+}
+
+TEST(UT_IStream, ErrorsOfTheBufferFailTheStream)
+{
+    UT_IFStream directory("/", UT_ISTREAM_BINARY); // opens, but cannot be read
+    EXPECT_FALSE(directory.hasError());
+    int values[2];
+    EXPECT_EQ(0, directory.bread(values, 2));
+    EXPECT_TRUE(directory.hasError());
 }
 
 TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
@@ -190,13 +205,17 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
 
 TEST(UT_IStream, ReadTypesAreTakenBackInTurn)
 {
-    UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);
+    UT_IStream stream("abc", 3, UT_ISTREAM_READTYPE(2));
     stream.popBinary(); // there is none
+    EXPECT_TRUE(stream.isBinary());
+    stream.pushBinary(UT_ISTREAM_ASCII);
     EXPECT_FALSE(stream.isBinary());
     stream.pushBinary(UT_ISTREAM_READTYPE(2));
     EXPECT_TRUE(stream.isBinary());
     stream.popBinary();
     EXPECT_FALSE(stream.isBinary());
+    stream.popBinary();
+    EXPECT_TRUE(stream.isBinary());
 }
 
 TEST(UT_IStream, BinaryStringsHaveLengthsOfAnyWidth)

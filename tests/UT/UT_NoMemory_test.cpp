@@ -274,7 +274,10 @@ TEST(UT_NoMemory, TablesAndPoolsStayAsTheyWere)
 {
     const int lowestFree = utLowestFreeDescriptor();
     utCheck(
-        "add a symbol", [](auto &o) { o.table.addSymbol("new", UT_Thing(2)); });
+        "add a long symbol", [](auto &o)
+        { o.table.addSymbol("a name that needs a block of its own", 2); });
+    utCheck(
+        "make a table", [](auto &) { UT_SymbolTable().addSymbol("first", 1); });
     utCheck("make a name", [](auto &o) { free(o.table.newName("known")); });
     utCheck("make a socket", [](auto &) { UT_NetSocket("host", 1, true, 0); });
     utCheck("make a listener", [](auto &) { UT_NetSocket(0, true); });

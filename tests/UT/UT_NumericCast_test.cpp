@@ -96,26 +96,3 @@ TEST(UT_NumericCast, ArraysOfAnyTypesFollowTheRule)
             bytes[size_t(i)]);
     }
 }
-
-// Run by hand: all floats, a minute or so.
-TEST(UT_NumericCast, DISABLED_AllFloatsAreExact)
-{
-    const size_t count = 1 << 16;
-    std::vector<float> floats(count);
-    std::vector<fpreal16> halves(count);
-    for (uint32 high = 0; high < count; ++high)
-    {
-        for (uint32 low = 0; low < count; ++low)
-        {
-            const uint32 bits = high << 16 | low;
-            memcpy(&floats[low], &bits, sizeof(bits));
-        }
-        UTnumericCast(halves.data(), floats.data(), count);
-        for (uint32 low = 0; low < count; ++low)
-        {
-            const uint32 expected = utOracleHalfBits(high << 16 | low);
-            ASSERT_EQ(expected, halves[low].bits()) << (high << 16 | low);
-            ASSERT_EQ(expected, fpreal16(floats[low]).bits());
-        }
-    }
-}

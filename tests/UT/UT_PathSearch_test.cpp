@@ -90,4 +90,6 @@ TEST(UT_PathSearch, TheFirstThatExistsIsFoundAndNamedShortly)
         EXPECT_EQ(row.condensed != nullptr, search.condense(result, result));
         EXPECT_STREQ(row.condensed, result);
     }
+    UT_String result;
+    EXPECT_FALSE(search.condense("b/both", result)); // "both" is a/both
 }

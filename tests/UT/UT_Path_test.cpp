@@ -61,6 +61,7 @@ TEST(UT_Path, RelativePathsGetADirectory)
 TEST(UT_Path, ValidDirectoriesCanBeListedAndEntered)
 {
     EXPECT_FALSE(UTisValidDirectory("/dev/null"));
+    EXPECT_FALSE(UTisValidDirectory(nullptr));
     const ut_TempDir tree;
     EXPECT_EQ(0, chmod(tree.path().c_str(), 0444));
     // Everything is open to root, whom access() asks about.

@@ -83,27 +83,6 @@ TEST(UT_PatternMemory, AMatchThatRunsOutReportsWhatItRecorded)
         free(words[i]);
 }
 
-TEST(UT_PatternMemory, TheNextMatchRecordsNothing)
-{
-    char singles[8] = "-------";
-    char *words[8] = {};
-    int singleCount;
-    int wordCount;
-    const UT_String text(theText);
-    ASSERT_TRUE(utRunsOut(
-        /*allocations=*/0,
-        [&]
-        {
-            text.multiMatchRecord(
-                "*c", 8, singles, singleCount, words, wordCount,
-                /*caseSensitive=*/1, " ");
-        }));
-    // A search that records allocates at its first star; others never do.
-    EXPECT_FALSE(utRunsOut(/*allocations=*/0, [&] { text.multiMatch("??*"); }));
-    EXPECT_STREQ("-------", singles);
-    EXPECT_EQ(nullptr, words[0]);
-}
-
 // What it captured is freed, which the address checker looks at.
 TEST(UT_PatternMemory, ARenameThatRunsOutChangesNothing)
 {

@@ -13,14 +13,6 @@
 
 using ut_Names = std::vector<std::string>;
 
-TEST(UT_Pattern, ANullTextMatchesNoSinglePattern)
-{
-    EXPECT_EQ(1, strMatch("ab", "A*", /*caseSensitive=*/0));
-    EXPECT_EQ(0, strMatch("ab", "A*", /*caseSensitive=*/1));
-    EXPECT_EQ(0, strMatch(nullptr, "*", /*caseSensitive=*/1));
-    EXPECT_EQ(0, strMatch("ab", nullptr, /*caseSensitive=*/1));
-}
-
 TEST(UT_Pattern, OneAlternativeEndsAtItsSeparator)
 {
     static const struct
@@ -117,32 +109,6 @@ TEST(UT_Pattern, ARunIsFoundWhereAStringFindsIt)
                 << run << " in " << subject << ", case " << caseSensitive;
         }
     }
-}
-
-TEST(UT_Pattern, ARecordDropsWhatItHasNoRoomFor)
-{
-    char singles[] = "----";
-    char *words[4] = {};
-    utPatternRecord record(/*aMaximum=*/3, singles, words);
-    EXPECT_EQ(3, record.maximum);
-    EXPECT_EQ(0, record.singleCount);
-    EXPECT_EQ(0, record.wordCount);
-    for (const char c : {'a', 'b', 'c', 'd'})
-        record.addSingle(c);
-    EXPECT_EQ(3, record.singleCount);
-    EXPECT_STREQ("abc-", singles);
-
-    record.addWord("left_arm", 5); // counts a NUL
-    record.addWord("left_arm", -1);
-    record.addWord("left_arm", 1);
-    record.addWord("left_arm", -1);
-    ASSERT_EQ(3, record.wordCount);
-    EXPECT_STREQ("left", words[0]);
-    EXPECT_STREQ("left_arm", words[1]);
-    EXPECT_STREQ("", words[2]);
-    EXPECT_EQ(nullptr, words[3]);
-    for (char *word : words)
-        free(word);
 }
 
 // Cycle, take, negated, the two stars, and both ends with their minor indices;

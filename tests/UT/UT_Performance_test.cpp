@@ -46,6 +46,8 @@ TEST(UT_Performance, ReportsFramesWithTheirEvents)
     while (monitor.startEvent("open")) // so many at most
         monitor.logMessage("levels", 1, -1.0, 0);
     monitor.setRecording(false); // ends all
+    monitor.setRecording(true);
+    monitor.markFrame(); // the first of this recording
     UT_WorkBuffer report;
     monitor.report(report);
     for (const char *line :

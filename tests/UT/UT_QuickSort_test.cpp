@@ -44,7 +44,10 @@ utCompareAdversely(int a, int b)
     int &valueA = theValues[size_t(a)];
     int &valueB = theValues[size_t(b)];
     if (valueA == open && valueB == open)
-        (a == theCandidate ? valueA : valueB) = theLeastFree++;
+    {
+        int &fixed = a == theCandidate ? valueA : valueB;
+        fixed = theLeastFree++;
+    }
     if (valueA == open)
         theCandidate = a;
     else if (valueB == open)
@@ -68,9 +71,59 @@ utMakeAdverseKeys(int n)
     return theValues;
 }
 
-static const char *const thePatterns[] = {
-    "random", "ascending", "descending", "organ pipe", "all equal",
-    "few",    "one off",   "saw",        "adverse"};
+enum ut_Pattern
+{
+    UT_RANDOM,
+    UT_ASCENDING,
+    UT_DESCENDING,
+    UT_ORGAN_PIPE,
+    UT_ALL_EQUAL,
+    UT_FEW,
+    UT_ONE_OFF,
+    UT_SAW,
+    UT_ADVERSE
+};
+
+static const struct
+{
+    ut_Pattern pattern;
+    const char *name;
+} thePatterns[] = {
+    {UT_RANDOM,     "random"    },
+    {UT_ASCENDING,  "ascending" },
+    {UT_DESCENDING, "descending"},
+    {UT_ORGAN_PIPE, "organ pipe"},
+    {UT_ALL_EQUAL,  "all equal" },
+    {UT_FEW,        "few"       },
+    {UT_ONE_OFF,    "one off"   },
+    {UT_SAW,        "saw"       },
+    {UT_ADVERSE,    "adverse"   },
+};
+
+// Key `i` of `n`, unless the pattern is adverse.
+static int
+utKey(ut_Pattern pattern, int i, int n, int random)
+{
+    switch (pattern)
+    {
+    case UT_ASCENDING:
+        return i - 9;
+    case UT_DESCENDING:
+        return 9 - i;
+    case UT_ORGAN_PIPE:
+        return std::min(i, n - i);
+    case UT_ALL_EQUAL:
+        return -7;
+    case UT_FEW:
+        return random % 5 - 2;
+    case UT_ONE_OFF:
+        return i == n / 3 ? n : i;
+    case UT_SAW:
+        return i % 37;
+    default:
+        return random - (1 << 30);
+    }
+}
 
 static const int theSizes[] = {0,  1,  2,   3,   7,   19,  20,  21,  49,  50,
                                95, 96, 128, 500, 512, 513, 767, 768, 5000};
@@ -78,20 +131,17 @@ static const int theSizes[] = {0,  1,  2,   3,   7,   19,  20,  21,  49,  50,
 // The seeds are fixed. Zeros in odd places are negative where Key has such.
 template <class Key>
 static std::vector<Key>
-utMakeKeys(size_t pattern, int n)
+utMakeKeys(ut_Pattern pattern, int n)
 {
-    const bool isAdverse = pattern == std::size(thePatterns) - 1;
+    const bool isAdverse = pattern == UT_ADVERSE;
     const std::vector<int> adverseKeys = utMakeAdverseKeys(isAdverse ? n : 0);
     std::mt19937 generator(unsigned(n) + 1);
     std::vector<Key> keys;
     for (int i = 0; i < n; i++)
     {
         const int random = int(generator() / 2);
-        const int candidates[] = {
-            random - (1 << 30), i - 9,  9 - i,
-            std::min(i, n - i), -7,     random % 5 - 2,
-            i == n / 3 ? n : i, i % 37, isAdverse ? adverseKeys[size_t(i)] : 0};
-        keys.push_back(Key(candidates[pattern]));
+        keys.push_back(Key(
+            isAdverse ? adverseKeys[size_t(i)] : utKey(pattern, i, n, random)));
         if (keys.back() == Key(0) && i % 2)
             keys.back() = -keys.back();
     }
@@ -103,10 +153,10 @@ template <class Key, class Check>
 static void
 utForAllInputs(const Check &check)
 {
-    for (size_t pattern = 0; pattern < std::size(thePatterns); pattern++)
+    for (const auto &[pattern, name] : thePatterns)
         for (int n : theSizes)
         {
-            SCOPED_TRACE(thePatterns[pattern] + (' ' + std::to_string(n)));
+            SCOPED_TRACE(std::to_string(n) + " keys, " + name);
             check(utMakeKeys<Key>(pattern, n));
         }
 }
@@ -130,8 +180,8 @@ utCheckSources(
     EXPECT_EQ(expected, sources);
 }
 
-// Calls `move` for records at an odd address. After the key they carry their
-// number, its two bytes in turns. Returns the numbers of the records, which
+// Calls `move` for records at an odd address. After the key they carry the two
+// bytes of their number in turns. Returns the numbers of the records, which
 // must still be whole, as they lie then.
 template <class Key, class Move>
 static std::vector<int>
@@ -144,8 +194,9 @@ utMoveRecords(
         char key[sizeof(Key)];
         memcpy(key, &keys[i], sizeof(key));
         records.append(key, sizeof(key));
+        const char number[] = {char(i), char(i >> 8)};
         for (size_t at = sizeof(key); at < recordSize; at++)
-            records += char(i >> at % 2 * 8);
+            records += number[at % 2];
     }
     const std::string unmoved = records;
     move(&records[1], recordSize);
@@ -225,7 +276,7 @@ TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
     { return memcmp(&a, &b, sizeof(a)) < 0; };
     for (size_t oneIn : {1u, 2u, 9u})
     {
-        std::vector<float> keys = utMakeKeys<float>(/*pattern=*/0, 5000);
+        std::vector<float> keys = utMakeKeys<float>(UT_RANDOM, 5000);
         for (size_t i = 0; i < keys.size(); i += oneIn)
             keys[i] = std::numeric_limits<float>::quiet_NaN();
         std::vector<float> sorted = keys;
@@ -242,10 +293,11 @@ static void
 utCheckManyKeys(const char *description)
 {
     const int n = 1200000;
-    for (size_t pattern : {0u, 3u, 5u, 6u}) // all that is not in order
+    for (const ut_Pattern pattern :
+         {UT_RANDOM, UT_ORGAN_PIPE, UT_FEW, UT_ONE_OFF})
     {
-        SCOPED_TRACE(description);
-        SCOPED_TRACE(thePatterns[pattern]);
+        SCOPED_TRACE(
+            testing::Message() << description << ", pattern " << pattern);
         const std::vector<Key> keys = utMakeKeys<Key>(pattern, n);
         std::vector<Key> expected = keys;
         std::sort(expected.begin(), expected.end());
@@ -283,16 +335,16 @@ TEST(UT_QuickSort, LongInputsTakeLittleStackAndTime)
     const auto body = [](void *) -> void *
     {
         UT_QuickSort sorter;
-        for (size_t pattern = 0; pattern < std::size(thePatterns); pattern++)
+        for (const auto &[pattern, name] : thePatterns)
         {
             std::vector<int> keys = utMakeKeys<int>(pattern, 400000);
             std::vector<int> data = keys;
             theComparisons = 0;
             UTquickSelect(data.data(), 400000, 200000, utCompareValues);
             // Sorting would take 19 for each key.
-            EXPECT_LT(theComparisons, 1200000u) << thePatterns[pattern];
+            EXPECT_LT(theComparisons, 1200000u) << name;
             utSortKeys(sorter, keys, /*makeIndex=*/1);
-            EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+            EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end())) << name;
         }
         return nullptr;
     };

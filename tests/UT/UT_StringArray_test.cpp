@@ -66,6 +66,7 @@ TEST(UT_StringArray, InsertingPastTheEndLeavesNullPointers)
 {
     UT_StringArray array;
     EXPECT_EQ(2, array.insert("c", 2));
+    EXPECT_EQ(-1, array.insert("d", -1));
     EXPECT_EQ(2, array.find("c"));
     EXPECT_EQ(-1, array.find(nullptr));
     EXPECT_FALSE(array == array);

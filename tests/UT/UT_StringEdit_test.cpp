@@ -12,6 +12,17 @@ TEST(UT_StringEdit, SearchesReturnPositions)
     EXPECT_EQ(3, string.findAny("xb", 2));
 }
 
+// They are searched for in one window of the string after the other.
+TEST(UT_StringEdit, LongTextsAreFoundAnywhere)
+{
+    const std::string wanted = std::string(39, 'a') + "b";
+    for (size_t before = 0; before < 1000; ++before)
+    {
+        const std::string text = std::string(before, '-') + wanted + "-";
+        EXPECT_EQ(int(before), UT_String(text.c_str()).find(wanted.c_str()));
+    }
+}
+
 // Each edit returns how much it did: bytes changed or taken away, or true.
 TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
 {
@@ -25,6 +36,8 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
     } theEdits[] = {
         {"change",                             "ab",        "a\xE9",     1,
          [](UT_String &s) { return s.change('b', '\xE9'); }  },
+        {"change from the start",              "bb",        "cc",        2,
+         [](UT_String &s) { return s.change('b', 'c'); }     },
         {"change to NUL",                      "ab",        "ab",        0,
          [](UT_String &s) { return s.change('b', '\0'); }    },
         {"toUpper leaves all but a to z",      "`azA{\xE9", "`AZA{\xE9", 2,
@@ -37,6 +50,8 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
          [](UT_String &s) { return s.stripStart(); }         },
         {"stripEnd, to nothing",               "///",       "",          3,
          [](UT_String &s) { return s.stripEnd("/"); }        },
+        {"substitute",                         "aba",       "xbx",       2,
+         [](UT_String &s) { return s.substitute("a", "x"); } },
         {"insert into null",                   nullptr,     nullptr,     0,
          [](UT_String &s) { return int(s.insert(1, "x")); }  },
         {"erase to the end",                   "ab",        "a",         1,
@@ -49,10 +64,14 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
             const char *const before = string.buffer();
             EXPECT_EQ(row.result, row.edit(string)) << row.what;
             EXPECT_STREQ(row.edited, string) << row.what;
+            const char *const after = string.buffer();
             if (row.result == 0)
             {
-                EXPECT_EQ(before, string.buffer()) << row.what;
+                EXPECT_EQ(before, after) << row.what;
+                continue;
             }
+            string.harden();
+            EXPECT_EQ(after, string.buffer()) << row.what << ": not its own";
         }
 }
 

@@ -58,31 +58,6 @@ TEST(UT_StringPath, PathsAreSeenFromADirectory)
     }
 }
 
-TEST(UT_StringPath, AbsolutePathsCollapse)
-{
-    static const struct
-    {
-        const char *path, *collapsed;
-    } theCases[] = {
-        {"/",            "/"     },
-        {"//",           "/"     },
-        {"/a/b.c",       "/a/b.c"},
-        {"/a/./b//",     "/a/b"  },
-        {"/a/..",        "/"     },
-        {"/a/b/../../c", "/c"    },
-        {"/...",         "/..."  },
-        {"/.a",          "/.a"   },
-        {"/a/..b",       "/a/..b"},
-    };
-    for (const auto &row : theCases)
-    {
-        UT_String path(row.path);
-        EXPECT_TRUE(path.collapseAbsolutePath()) << row.path;
-        EXPECT_STREQ(row.collapsed, path) << row.path;
-    }
-    EXPECT_FALSE(UT_String("/a/../..").collapseAbsolutePath());
-}
-
 TEST(UT_StringPath, OtherPathsDoNotCollapse)
 {
     for (const char *other : {"a/../b", "./a", "", "."})

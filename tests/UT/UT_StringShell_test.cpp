@@ -61,42 +61,6 @@ struct ut_Parsed
 
 } // namespace
 
-TEST(UT_StringShell, TheStringOwnsWhatItWasParsedInto)
-{
-    for (const auto &shell : theShells)
-    {
-        const char lent[] = ">c a\xE9 b";
-        const ut_Parsed line(shell, lent);
-        EXPECT_EQ(2, line.count) << shell.name;
-        EXPECT_EQ(ut_Words({"a\xE9", "b"}), line.words) << shell.name;
-        EXPECT_STREQ(">c a\xE9 b", lent) << shell.name;
-        EXPECT_STREQ("a\xE9", line.text) << shell.name;
-        EXPECT_EQ(line.text.buffer(), line.args[0]) << shell.name;
-        EXPECT_EQ(line.args[0] + 3, line.args[1]) << shell.name;
-        EXPECT_EQ(line.args[1] + 2, line.result.output) << shell.name;
-    }
-}
-
-TEST(UT_StringShell, ARefusedLineStaysAndGivesNothing)
-{
-    for (const auto &shell : theShells)
-    {
-        ut_Parsed line(shell, "earlier words < b | d");
-        const char lent[] = "a <b >>c 'd \"e";
-        line.text = lent;
-        line.parse(shell);
-        EXPECT_EQ(-1, line.count) << shell.name;
-        EXPECT_EQ(UT_SHELL_OPEN_QUOTE, line.result.error) << shell.name;
-        EXPECT_EQ(lent, line.text.buffer()) << shell.name;
-        EXPECT_EQ(ut_Words(), line.words) << shell.name;
-        EXPECT_EQ(nullptr, line.result.input) << shell.name;
-        EXPECT_EQ(nullptr, line.result.output) << shell.name;
-        EXPECT_FALSE(line.result.appendsOutput) << shell.name;
-        EXPECT_EQ(nullptr, line.result.pipe) << shell.name;
-        EXPECT_EQ(-1, line.result.pipeOffset) << shell.name;
-    }
-}
-
 TEST(UT_StringShell, SomeLinesHaveNoWords)
 {
     for (const auto &shell : theShells)
@@ -129,23 +93,6 @@ TEST(UT_StringShell, NewlinesAreWhiteSpaceEscapedToo)
     }
 }
 
-TEST(UT_StringShell, WhatAPipeLeadsToIsALineOfItsOwn)
-{
-    for (const auto &shell : theShells)
-    {
-        char value[] = "1 2 3";
-        const std::string text = "a " + shell.variable + "|  b|c \"d";
-        const ut_Parsed first(shell, text.c_str(), value);
-        EXPECT_EQ(ut_Words({"a", "1", "2", "3"}), first.words) << shell.name;
-        EXPECT_EQ(int(text.find('b')), first.result.pipeOffset) << shell.name;
-        const ut_Parsed second(shell, first.result.pipe);
-        EXPECT_EQ(ut_Words({"b"}), second.words) << shell.name;
-        const ut_Parsed third(shell, second.result.pipe);
-        EXPECT_EQ(UT_SHELL_OPEN_QUOTE, third.result.error) << shell.name;
-        EXPECT_EQ(2, third.result.errorOffset) << shell.name;
-    }
-}
-
 TEST(UT_StringShell, BackquotesAreOrdinaryWithoutALookUp)
 {
     for (const auto &shell : theShells)
@@ -153,13 +100,6 @@ TEST(UT_StringShell, BackquotesAreOrdinaryWithoutALookUp)
         const ut_Parsed line(shell, "`a b\" ` \"");
         EXPECT_EQ(ut_Words({"`a", "b ` "}), line.words) << shell.name;
     }
-}
-
-TEST(UT_StringShell, AHomeDirectoryIsOneWord)
-{
-    ValdrinSetenv("HOME", "/my home");
-    const ut_Parsed line(theShells[0], "~/a ~");
-    EXPECT_EQ(ut_Words({"/my home/a", "/my home"}), line.words);
 }
 
 TEST(UT_StringShell, AnEmptyHomeDirectoryIsAWord)

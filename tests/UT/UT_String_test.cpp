@@ -108,14 +108,30 @@ TEST(UT_String, MovesAndSwapsTakeTheOwnershipAlong)
     EXPECT_STREQ("a", strings.front());
 
     UT_String plain("text");
+    UT_String other("other");
+    const char *const text = plain.buffer();
+    plain.swap(other);
+    EXPECT_EQ(text, other.buffer());
+    other.swap(plain);
+    EXPECT_EQ(text, plain.buffer());
+
     UT_String deep(UT_ALWAYS_DEEP, "deep");
     swap(plain, deep);
     EXPECT_TRUE(utOwns(plain));
     EXPECT_STREQ("text", deep);
     EXPECT_TRUE(utOwns(deep));
     // Deliberate: no null comes in by an exchange.
-    UT_String null;
-    deep.swap(null);
+    for (const int isOwned : {0, 1})
+    {
+        UT_String null(nullptr, isOwned);
+        UT_String second(nullptr, isOwned);
+        deep.swap(null);
+        EXPECT_STREQ("", deep) << isOwned;
+        second.swap(deep);
+        EXPECT_STREQ("", deep) << isOwned;
+    }
+    const UT_String taken(std::move(deep));
+    deep.swap(deep); // with itself it leaves none, either
     EXPECT_STREQ("", deep);
 }
 

@@ -126,8 +126,8 @@ private:
     const float myMaxLoad;
 };
 
-// One call, the same of both, with a name of up to three of a few letters:
-// "Az" and "BU" have one hash.
+// One call, the same of both, with a name of up to three of a few letters, or
+// a long one: "Az" and "BU" have one hash.
 static void
 utDoTheSame(
     UT_SymbolTable &table, ut_TableModel &model, std::mt19937 &random,
@@ -137,6 +137,9 @@ utDoTheSame(
     std::string name(random() % 4, ' ');
     for (char &letter : name)
         letter = theLetters[random() % 8];
+    // Some are too long to be stored with their value.
+    if (random() % 4 == 0)
+        name.append(18 + random() % 10, '-');
     const bool wasThere = model.has(name);
     const int value = int(random());
     // Mostly insertions, or mostly deletions.
@@ -334,6 +337,23 @@ TEST(UT_SymbolTable, PrintsNamesAndStatistics)
         "Table size: 5\n   Entries: 3\n  Coverage: 0.4\nCollisions: 1\n"
         "   Lengths: [1-2] avg: 1.5\n Deviation: 1\n",
         testing::internal::GetCapturedStdout());
+}
+
+TEST(UT_SymbolTable, MemoryIsThatOfNodesAndNames)
+{
+    UT_SymbolTable table;
+    EXPECT_EQ(int64(sizeof(table)), table.getMemUsage(/*tableOnly=*/true));
+    int64 bytes[3];
+    const char *const names[] = {"a", "abc", "abcdef"};
+    for (int i = 0; i < 3; ++i)
+    {
+        table.addSymbol(names[i], UT_Thing());
+        bytes[i] = table.getMemUsage(/*tableOnly=*/false);
+    }
+    EXPECT_GT(bytes[0], int64(sizeof(table)));
+    const int64 node = sizeof(UT_SymList::UT_Sym) + 1; // with the name's NUL
+    EXPECT_EQ(node + 3, bytes[1] - bytes[0]);
+    EXPECT_EQ(node + 6, bytes[2] - bytes[1]);
 }
 
 TEST(UT_SymList, SortsByUnsignedBytesAndMayRepeatNames)

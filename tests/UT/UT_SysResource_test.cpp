@@ -39,37 +39,42 @@ utExpectShares(const ut_ShareCase<Counter> (&cases)[count])
 
 TEST(UT_SysResource, SharesAreThousandthsOfTheSum)
 {
+    // Deliberate: only the last 21st of a thousandth is rounded up.
     static const ut_ShareCase<uint32> theCases[] = {
-        {"one wraps",                     {4294967290u, 7, 0}, {4, 17, 80},      {100, 100, 800} },
-        {"nothing changed",               {7, 8, 9},           {7, 8, 9},        {0, 0, 0}       },
-        {"the thousandfold does not fit",
-         {0, 10, 0},
-         {4000000, 0, 0},
-         {1000, 0, 0}                                                                            },
- // Deliberate: only the last 21st of a thousandth is rounded up.
-        {"0.951 thousandths",             {0, 0, 0},           {951, 999049, 0}, {0, 999, 0}     },
-        {"20/21 thousandths",             {0, 0, 0},           {20, 20980, 0},   {1, 999, 0}     },
-        {"one went back",                 {0, 20, 0},          {30, 0, 90},      {300, -199, 900}},
-        {"all went back",                 {10, 30, 0},         {0, 0, 0},        {250, 750, 0}   },
+        {"one wraps",         {4294967290u, 7, 0}, {4, 17, 80},      {100, 100, 800} },
+        {"nothing changed",   {7, 8, 9},           {7, 8, 9},        {0, 0, 0}       },
+        {"times a thousand",  {0, 10, 0},          {4000000, 0, 0},  {1000, 0, 0}    },
+        {"0.951 thousandths", {0, 0, 0},           {951, 999049, 0}, {0, 999, 0}     },
+        {"20/21 thousandths", {0, 0, 0},           {20, 20980, 0},   {1, 999, 0}     },
+        {"one went back",     {0, 20, 0},          {30, 0, 90},      {300, -199, 900}},
+        {"all went back",     {10, 30, 0},         {0, 0, 0},        {250, 750, 0}   },
     };
     utExpectShares(theCases);
 }
 
 TEST(UT_SysResource, WideCountersShareAtMostTheWhole)
 {
-    static const ut_ShareCase<uint64> theCases[] = {
-        {"since the start of a large machine",
-         {0, 0, 0},
-         {3000000000, 1000000000, 20000000000},
-         {125, 41, 833}                                                                 },
-        {"nothing changed",                    {7, 8, 9},     {7, 8, 9},    {0, 0, 0}   },
-        {"one went back",                      {10, 1000, 0}, {4, 500, 60}, {0, 0, 1000}},
-        {"all that there is room for",
-         {0, 0, 0},
-         {UINT64_MAX, UINT64_MAX, 1},
-         {500, 500, 0}                                                                  },
+    const uint64 all = UINT64_MAX;
+    const uint64 giga = 1000000000;
+    const ut_ShareCase<uint64> cases[] = {
+        {"a large machine",            {},            {3 * giga, giga, 20 * giga}, {125, 41, 833}},
+        {"nothing changed",            {7, 8, 9},     {7, 8, 9},                   {0, 0, 0}     },
+        {"one went back",              {10, 1000, 0}, {4, 500, 60},                {0, 0, 1000}  },
+        {"all that there is room for", {0, 0, 0},     {all, all, 1},               {500, 500, 0} },
     };
-    utExpectShares(theCases);
+    utExpectShares(cases);
+}
+
+TEST(UT_SysResource, FirstReportsTheIdleTimeSinceTheStart)
+{
+    std::ifstream file("/proc/stat");
+    std::string label;
+    double user, nice, system, idle;
+    file >> label >> user >> nice >> system >> idle;
+    UT_SysResource resource;
+    resource.update(false);
+    EXPECT_NEAR(
+        idle / (user + nice + system + idle), resource.idleFraction(), 0.01);
 }
 
 TEST(UT_SysResource, DescribesThisMachine)
@@ -103,8 +108,9 @@ TEST(UT_ArenaInfo, WritesOneLine)
     EXPECT_EQ(0u, line.find("Memory:  "));
     EXPECT_GE(strtod(&line[9], &end), 0);
     EXPECT_EQ('B', end[2]);
-    const size_t last = line.find(". VM Size: ");
+    const std::string middle = " arena size. VM Size: ";
+    const size_t last = line.find(middle);
     ASSERT_NE(std::string::npos, last);
-    EXPECT_GT(strtod(&line[last + 11], &end), 0);
+    EXPECT_GT(strtod(&line[last + middle.size()], &end), 0);
     EXPECT_STREQ("B\n", end + 2);
 }

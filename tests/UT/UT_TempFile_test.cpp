@@ -21,13 +21,3 @@ TEST(UT_TempFile, APrefixHoldsNoSlash)
 {
     EXPECT_FALSE(UT_TempFile("a/b").isValid());
 }
-
-TEST(UT_TempFile, AFileWithoutANameKeepsWhatIsWritten)
-{
-    FILE *const file = UTtmpFile();
-    ASSERT_NE(nullptr, file);
-    EXPECT_GE(fputs("1", file), 0);
-    EXPECT_EQ(0, fseek(file, 0, SEEK_SET));
-    EXPECT_EQ('1', fgetc(file));
-    EXPECT_EQ(0, fclose(file));
-}

@@ -284,6 +284,13 @@ struct ut_Family
     ut_Work work;
 };
 
+// As gtest shows it.
+static void
+PrintTo(const ut_Family &family, std::ostream *out)
+{
+    *out << family.name;
+}
+
 // The thread checker gives up where a killed thread was waiting for another
 // one, and waits for itself where the C library looks up users.
 static const ut_Family theFamilies[] = {

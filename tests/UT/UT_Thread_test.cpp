@@ -304,10 +304,13 @@ TEST(UT_ThreadSet, TheLastWorkerGetsTheFirstDatum)
     EXPECT_EQ(0, set.wait(1));
     EXPECT_EQ(1, set.wait(0)); // they stay
     set.reuse(UT_Thread::SPIN_NEVER);
-    UT_Thread *const last = set.getThread(2);
-    last->startThread(set.myFunction, &ids[1]);
-    last->waitThread(1);
-    EXPECT_TRUE(pthread_equal(ids[0], ids[1]));
+    for (const int i : {0, 2})
+    {
+        UT_Thread *const worker = set.getThread(i);
+        worker->startThread(set.myFunction, &ids[1]);
+        worker->waitThread(1);
+        EXPECT_TRUE(pthread_equal(ids[2 - i], ids[1])) << i;
+    }
     EXPECT_EQ(nullptr, set.getThread(3));
     EXPECT_EQ(nullptr, set.getThread(-1));
 }

@@ -28,6 +28,7 @@ static const struct
     {"7",    "${A'}'B}${A`A`}",          "xB}${A`A`}",             1},
     {"7",    "\\$A\\q\\\\$A'a\\'$A'\\",  "$A\\q\\xa\\'$A\\",       1},
     {"7",    "`a\\`$A`$A`=`\\``\\~",     "a\\`$Ax`\\~",            3},
+    {"7",    "`\\``b",                   "\\`b",                   1},
     {"7",    "/*/$A'*/$A// $A'\\\\\n$A", "/*/$A'*/x// $A'\\\\\nx", 2},
     {"7",    "~/a~ ~\t$A~'b'~\\\\~`=`~", "/h/a~ /h\tx/hb/h\\/h/h", 7},
     {"7",    "~nosuchuser/ ~no-~\\~",    "~nosuchuser/ ~no-~~",    0},
@@ -158,9 +159,9 @@ TEST(UT_VariableScan, LongRunsAreCopiedUpToWhatStopsThem)
         {"{}",     "{}"    },
         {"",       ""      },
     };
-    static const unsigned theLengths[] = {0,  1,    15,   16,   17,  31, 32,
-                                          33, 34,   40,   47,   48,  63, 64,
-                                          90, 4095, 4112, 4113, 4130};
+    static const unsigned theLengths[] = {
+        0,  1,  15, 16, 17, 31,  32,  33,   34,   40,   47,
+        48, 63, 79, 80, 81, 143, 144, 4095, 4112, 4113, 4130};
     const std::string pattern = "%y&a^|~_/#}{-.";
     std::string filler;
     while (filler.size() < 5000)

@@ -2,19 +2,6 @@
 
 #include <gtest/gtest.h>
 
-// Setting an argument past the end makes a gap.
-TEST(UT_WorkArgs, GapsAreNull)
-{
-    char text[] = "";
-    UT_WorkArgs args;
-    args.setArg(3, text);
-    ASSERT_EQ(4, args.getArgc());
-    EXPECT_EQ(nullptr, args[0]);
-    EXPECT_EQ(nullptr, args[1]);
-    EXPECT_EQ(nullptr, args[2]);
-    EXPECT_EQ(text, args[3]);
-}
-
 TEST(UT_WorkArgs, ANullEndsTheList)
 {
     char text[] = "";

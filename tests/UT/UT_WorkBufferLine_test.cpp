@@ -196,4 +196,5 @@ TEST(UT_WorkBufferWord, WordsMayBeTheBuffersOwn)
     for (int doubling = 0; doubling < 12; ++doubling)
         buffer.strcatFirstWord(buffer.buffer() + 1);
     EXPECT_EQ("a" + std::string(4096, 'b'), buffer.buffer());
+    EXPECT_EQ(1 + 4096, buffer.length());
 }

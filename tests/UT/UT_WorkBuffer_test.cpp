@@ -186,36 +186,59 @@ TEST(UT_WorkBuffer, FormatsAsTheLibraryDoes)
     const char *const theTexts[] = {
         "", "a", "geo1", "a text\xe4\xb8", nullptr, theLongText.c_str()};
     std::mt19937 random(1);
-    for (int i = 0; i < 20000; ++i)
+    for (int round = 0; round < 20000; ++round)
     {
         const std::string format = utRandomFormat(random);
         const int64 number = theNumbers[random() % std::size(theNumbers)];
         const char *const first = theTexts[random() % std::size(theTexts)];
         const char *const second = theTexts[random() % std::size(theTexts)];
-        const auto result = [&](auto function, auto &&...target)
-        {
-            return function(
-                target..., format.c_str(), int(number), first, long(number),
-                second, double(number) / 8, static_cast<long long>(number));
-        };
-        const std::string expected = result(utExpectedFormat);
+        SCOPED_TRACE(testing::Message() << format << " of " << number);
+        const char *const f = format.c_str();
+        const int i32 = int(number);
+        const long word = long(number);
+        const double real = double(number) / 8;
+        const long long i64 = number;
+        const std::string expected =
+            utExpectedFormat(f, i32, first, word, second, real, i64);
+        const int length = int(expected.size());
         const std::string shown(expected.c_str()); // %c may have written a NUL
-        SCOPED_TRACE(format);
 
         UT_WorkBuffer replaced;
-        EXPECT_EQ(int(expected.size()), result(utReplace, replaced));
-        EXPECT_EQ(shown, utText(replaced));
-        EXPECT_EQ(int(expected.size()), result(utReplace, replaced));
-        EXPECT_EQ(shown, utText(replaced));
-
+        for (int time = 0; time < 2; ++time) // the second replaces the first
+        {
+            EXPECT_EQ(
+                length,
+                utReplace(replaced, f, i32, first, word, second, real, i64));
+            EXPECT_EQ(shown, utText(replaced));
+        }
         UT_WorkBuffer appended;
         appended.append("ab");
-        const auto append = [&](auto... args)
-        { return (appended.*theAppender)(args...); };
-        EXPECT_EQ(int(expected.size()), result(append));
+        EXPECT_EQ(
+            length,
+            (appended.*theAppender)(f, i32, first, word, second, real, i64));
         EXPECT_EQ("ab" + shown, utText(appended));
         ASSERT_FALSE(HasFailure());
     }
+}
+
+TEST(UT_WorkBuffer, EachOfManyLongTextsKeepsItsLength)
+{
+    std::string texts[6];
+    std::string expected;
+    for (std::string &text : texts)
+    {
+        text.assign(expected.size() + 700, char('a' + expected.size() % 26));
+        expected += text;
+    }
+    UT_WorkBuffer buffer;
+    EXPECT_EQ(
+        int(expected.size()),
+        buffer.sprintf(
+            "%s%s%.9999s%s%s%s%c", texts[0].c_str(), texts[1].c_str(),
+            texts[2].c_str(), texts[3].c_str(), texts[4].c_str(),
+            texts[5].c_str(), '!') -
+            1);
+    EXPECT_EQ(expected + "!", utText(buffer));
 }
 
 TEST(UT_WorkBuffer, ConversionsThatOnlyTheLibraryKnowsCountAllThatIsWritten)
@@ -260,7 +283,7 @@ TEST(UT_WorkBuffer, ProtectedTextsReadBackAsOneWord)
     EXPECT_EQ("abc\"abc\"", utText(buffer));
 }
 
-TEST(UT_WorkBuffer, DropsNullsWhatIsTooLongAndAppendsUnderALock)
+TEST(UT_WorkBuffer, NullsAndWhatIsTooLongAreDropped)
 {
     UT_WorkBuffer buffer;
     buffer.append(nullptr);
@@ -270,6 +293,13 @@ TEST(UT_WorkBuffer, DropsNullsWhatIsTooLongAndAppendsUnderALock)
     buffer.append("x", tooLong);
     buffer.write(INT_MAX, 'x');
     buffer.write(-1, 'x');
+    EXPECT_EQ("text", utText(buffer));
+}
+
+TEST(UT_WorkBuffer, ALockedBufferTakesNothingMore)
+{
+    UT_WorkBuffer buffer;
+    buffer.append("text");
     buffer.lock(0, 0);
     buffer.append("x");
     buffer.append('x');

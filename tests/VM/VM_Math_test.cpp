@@ -115,6 +115,10 @@ TEST(VM_Math, BothWaysGiveTheSame)
     utCheck("clamp", VM_Math::clamp, clamped, -5.0f, 7.0f);
     const auto root = [](float x) { return std::sqrt(x); };
     utCheck("squareRoot", VM_Math::squareRoot, root);
+    const auto set = [](float *result, const float *, float x, unsigned count)
+    { VM_Math::set(result, x, count); };
+    const auto second = [](float, float x) { return x; };
+    utCheck("set", set, second, -0.25f);
 }
 
 TEST(VM_Math, DotIsTheSameBothWays)

@@ -204,12 +204,14 @@ class Test(unittest.TestCase):
     def test_the_packed_extension_is_whole(self):
         pack = SOURCE / "extension" / "pack.py"
         archives = []
+        with open(SOURCE / "extension" / "manifest.json") as file:
+            version = json.load(file)["version"]
         for name in ("a", "b"):
             folder = self.home / name
             shutil.copytree(SOURCE / "extension", folder / "source",
                             copy_function=shutil.copyfile)  # fmt: skip
             archive = folder / "packed.xpi"
-            result = run(sys.executable, folder / "source" / pack.name, "1.2.3",
+            result = run(sys.executable, folder / "source" / pack.name, version,
                          archive, folder / "unpacked")  # fmt: skip
             self.assertEqual(result.returncode, 0, result.stderr)
             archives.append(archive.read_bytes())
@@ -217,16 +219,16 @@ class Test(unittest.TestCase):
         self.assertTrue(archives[0] == archives[1])
         with zipfile.ZipFile(archive) as packed:
             names = packed.namelist()
-            manifests = [packed.read("manifest.json")]
         unpacked = folder / "unpacked"
         files = [file for file in unpacked.rglob("*") if file.is_file()]
         found = [str(file.relative_to(unpacked)) for file in files]
         self.assertEqual(sorted(names), sorted(found))
         self.assertIn("manifest.json", names)
         self.assertNotIn("chromium-id.txt", names)
-        manifests.append((unpacked / "manifest.json").read_bytes())
-        for manifest in manifests:
-            self.assertEqual("1.2.3", json.loads(manifest)["version"])
+
+        result = run(sys.executable, pack, "9.9", archive, unpacked)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(f"version {version}, not 9.9".encode(), result.stderr)
 
 
 if __name__ == "__main__":

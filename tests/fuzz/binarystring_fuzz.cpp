@@ -1,18 +1,12 @@
+#include "ut_FuzzCheck.h"
+
 #include "UT/UT_IStream.h"
 #include "UT/UT_String.h"
 #include "UT/UT_WorkBuffer.h"
 #include "UT/UT_Write.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <sstream>
-
-static void
-utRequire(bool isTrue)
-{
-    if (!isTrue)
-        abort();
-}
 
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)

@@ -1,10 +1,11 @@
 // The frames of the browser's extension: a request is what a plain JSON parser
 // finds in the same bytes, and a reply comes out of its parts as it went in.
 
+#include "ut_FuzzCheck.h"
+
 #include "bridge/ut_BridgeReply.h"
 #include "bridge/ut_BridgeRequest.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -25,13 +26,6 @@ static const struct
     {ut_BridgeMethod::GET_STASHED_STRING,    "GetStashedString"   },
     {ut_BridgeMethod::CHECK,                 "Check"              },
 };
-
-static void
-utRequire(bool holds)
-{
-    if (!holds)
-        abort();
-}
 
 // The JSON that asks for what `request` has.
 static ut_Json

@@ -2,19 +2,13 @@
 // lists of modifiers do what their modifiers do; quotes come off again. The
 // input is an argument, a NUL and a text.
 
+#include "ut_FuzzCheck.h"
+
 #include "UT/UT_String.h"
 #include "UT/UT_WorkBuffer.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
-
-static void
-utRequire(bool isTrue)
-{
-    if (!isTrue)
-        abort();
-}
 
 // A list of modifiers does what its modifiers do one after the other. `list`
 // may be the tail of the text at `offset`.

@@ -1,6 +1,5 @@
+#include "ut_FuzzCheck.h"
 #include "ut_ScanModel.h"
-
-#include <cstdlib>
 
 // The bytes that a buffer gives, taken `pieceSize` at a time, and whether it
 // then has an error.
@@ -35,12 +34,11 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         const auto inLargePieces = utReadAll(*buffer, 5000);
         buffer->release();
         source->release();
-        if (inSmallPieces != inLargePieces)
-            abort();
+        utRequire(inSmallPieces == inLargePieces);
         // What zlib makes of the bytes.
         const bool isKnown = isZlib && layer == UT_IStreamBuf::zlibBuf;
-        if (isKnown && inSmallPieces != std::pair(expected, false))
-            abort();
+        if (isKnown)
+            utRequire(inSmallPieces == std::pair(expected, false));
     }
     return 0;
 }

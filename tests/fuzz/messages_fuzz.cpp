@@ -1,6 +1,7 @@
 // Message files of any bytes have the texts that a second, plain reader finds,
 // and no text reads memory as a format.
 
+#include "ut_FuzzCheck.h"
 #include "ut_TempDir.h"
 
 #include "UT/UT_Error.h"
@@ -74,12 +75,10 @@ LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
             plain, file.c_str(), int(code), UT_ERROR_ERROR, UT_ERROR_NONE, 0);
         UT_Error(file.c_str(), int(code), "%n", UT_ERROR_ERROR)
             .getErrorMessage(message, UT_ERROR_NONE, 0);
-        if (plain != text.c_str())
-            abort();
-        if (message.length() > plain.length() + 1000)
-            abort();
-        if (text.find('%') == text.npos && message != plain)
-            abort();
+        utRequire(plain == text.c_str());
+        utRequire(message.length() <= plain.length() + 1000);
+        if (text.find('%') == text.npos)
+            utRequire(message == plain);
     }
     return std::remove(file.c_str());
 }

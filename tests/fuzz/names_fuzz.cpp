@@ -1,10 +1,11 @@
 // The lines of the input as names: how they compare, sort, split and step to
 // the next, and which are numbers.
 
+#include "ut_FuzzCheck.h"
+
 #include "UT/UT_StringArray.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <sstream>
 
 #include <regex.h>
@@ -15,13 +16,6 @@ using ut_Compare = int (*)(const char *, const char *);
 static const char theDigits[] = "0123456789";
 static const char theNumbers[] =
     "^[ \t-\r]*[+-]*[0-9]*(\\.[0-9]*)?([eE][+-]*[0-9]*)?[ \t-\r]*$";
-
-static void
-utCheck(bool holds)
-{
-    if (!holds)
-        abort();
-}
 
 // A list of integers that has the order of the name: a number becomes a '0',
 // the count of its digits and these, so that no value is too large; any other
@@ -55,8 +49,8 @@ utCheckOrder(const ut_Names &names, int dot, ut_Compare compare)
         for (const auto &[b, y] : all)
         {
             const int sense = compare(a.c_str(), b.c_str());
-            utCheck((sense < 0) == (x < y));
-            utCheck((sense > 0) == (x > y));
+            utRequire((sense < 0) == (x < y));
+            utRequire((sense > 0) == (x > y));
         }
 }
 
@@ -70,7 +64,7 @@ utCheckSorting(const ut_Names &names, bool up, bool numbered)
     for (int i = 1; i < array.entries(); ++i)
     {
         const int sense = compare(array(i - 1), array(i));
-        utCheck(up ? sense <= 0 : sense >= 0);
+        utRequire(up ? sense <= 0 : sense >= 0);
     }
 }
 
@@ -116,7 +110,7 @@ utCheckNext(const std::string &name)
     }
     UT_String next(name.c_str());
     next.incrementNumberedName();
-    utCheck(next == (name.substr(0, start) + sum).c_str());
+    utRequire(next == (name.substr(0, start) + sum).c_str());
 }
 
 static void
@@ -130,10 +124,10 @@ utCheckNumber(const std::string &text)
     const bool isPlain = text.find_first_of(" \t\n\v\f\r") > text.size();
     const bool hasDigits = text.find_first_of(theDigits) < text.size();
     const UT_String string(text.c_str());
-    utCheck(string.isInteger(1) == (isNumber && isWhole));
-    utCheck(string.isInteger() == (isNumber && isWhole && isPlain));
-    utCheck(string.isFloat(1, 2) == (isNumber && !text.empty()));
-    utCheck(string.isFloat() == (isNumber && isPlain && hasDigits));
+    utRequire(string.isInteger(1) == (isNumber && isWhole));
+    utRequire(string.isInteger() == (isNumber && isWhole && isPlain));
+    utRequire(string.isFloat(1, 2) == (isNumber && !text.empty()));
+    utRequire(string.isFloat() == (isNumber && isPlain && hasDigits));
 }
 
 extern "C" int
@@ -152,8 +146,9 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
         UT_String rest;
         const int found = text.parseNumberedFilename(
             text, number, rest, line.size() & 1, line.size() & 2);
-        utCheck(found == (number != ""));
-        utCheck(line == text.buffer() + (number.buffer() + std::string(rest)));
+        utRequire(found == (number != ""));
+        utRequire(
+            line == text.buffer() + (number.buffer() + std::string(rest)));
     }
     utCheckOrder(names, '.', UT_String::compareNumberedString);
     utCheckOrder(names, -1000, UT_String::compareNumberedFilename);

@@ -2,19 +2,14 @@
 // range and its negation select nothing twice, a text that is not a range
 // selects nothing, and a short expansion is the front of a longer one.
 
+#include "ut_FuzzCheck.h"
+
 #include "UT/UT_Pattern.h"
 #include "UT/UT_String.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <string>
-
-static void
-utCheck(bool holds)
-{
-    if (!holds)
-        abort();
-}
 
 static void
 utMatch(const UT_String &text, const char *pattern)
@@ -29,7 +24,7 @@ utMatch(const UT_String &text, const char *pattern)
             pattern, 30, singles, singleCount, words, wordCount, caseSensitive,
             " ");
         std::for_each(words, words + wordCount, free);
-        utCheck(recorded == text.multiMatch(pattern, caseSensitive));
+        utRequire(recorded == text.multiMatch(pattern, caseSensitive));
     }
     UT_String(text).patternRename("?*?*", pattern);
 }
@@ -46,7 +41,7 @@ static int
 utSeeOnce(int major, int minor, void *data)
 {
     bool &isSeen = static_cast<bool(*)[4]>(data)[major][minor + 1];
-    utCheck(!isSeen);
+    utRequire(!isSeen);
     isSeen = true;
     return 1;
 }
@@ -65,7 +60,7 @@ utTraverse(const char *range)
         const int isDone =
             UT_String(text.c_str())
                 .traversePattern(theMaximum, seen, utSeeOnce, utMinorCount, 1);
-        utCheck(isRange || !isDone);
+        utRequire(isRange || !isDone);
     }
 }
 
@@ -76,9 +71,9 @@ utExpand(const UT_String &text)
     char *few[10];
     const int manyCount = UT_String(text, 1).expandArrays(many, 20);
     const int fewCount = UT_String(text, 1).expandArrays(few, 10);
-    utCheck(fewCount <= manyCount);
+    utRequire(fewCount <= manyCount);
     for (int i = 0; i < fewCount; ++i)
-        utCheck(strcmp(many[i], few[i]) == 0);
+        utRequire(strcmp(many[i], few[i]) == 0);
     std::for_each(many, many + manyCount, free);
     std::for_each(few, few + fewCount, free);
 }

@@ -2,12 +2,14 @@
 // cut short, and with bytes changed at random. The same bytes each time.
 
 #include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <string>
 #include <vector>
 
 extern "C" int
@@ -17,6 +19,14 @@ namespace
 {
 
 using ut_Bytes = std::vector<std::uint8_t>;
+
+std::string theFile; // whose input is tried
+
+void
+utSayFile(int)
+{
+    std::fprintf(stderr, "on %s, or a damaged copy\n", theFile.c_str());
+}
 
 // Each input lies in a block of just its size, for the sanitizers to guard.
 void
@@ -60,9 +70,11 @@ main(int argc, char **argv)
     for (const auto &entry : std::filesystem::directory_iterator(argv[1]))
         files.push_back(entry.path());
     std::sort(files.begin(), files.end());
+    std::signal(SIGABRT, utSayFile);
     std::mt19937 random(1);
     for (const auto &file : files)
     {
+        theFile = file;
         std::ifstream in(file, std::ios::binary);
         const ut_Bytes input(std::istreambuf_iterator<char>(in), {});
         utRun(input);

@@ -1,3 +1,4 @@
+#include "ut_FuzzCheck.h"
 #include "ut_ScanModel.h"
 
 #include "UT/UT_IStream.h"
@@ -19,8 +20,7 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return unsigned(step / text.size() + uint8(text[step % text.size()]));
     };
     UT_IStreamBuf *const buffer = new ut_ChunkStreamBuf(text, data[0] + 1u);
-    if (!utScanMismatch(*buffer, text, next).empty())
-        abort();
+    utRequire(utScanMismatch(*buffer, text, next) == "");
     // As numbers, beside the C library.
     buffer->seekg(0, 0);
     UT_IStream numbers(buffer, UT_ISTREAM_ASCII);
@@ -29,10 +29,8 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     {
         const double expected = strtod(number.c_str(), nullptr);
         double value = 0;
-        if (numbers.aread(&value, 1) != 1)
-            abort();
-        if (memcmp(&value, &expected, sizeof(value)) != 0)
-            abort();
+        utRequire(numbers.aread(&value, 1) == 1);
+        utRequire(memcmp(&value, &expected, sizeof(value)) == 0);
     }
     return 0;
 }

@@ -2,6 +2,8 @@
 // with the words of both, quoted words are themselves, and in double quotes a
 // reference becomes what it becomes in any text.
 
+#include "ut_FuzzCheck.h"
+
 #include "UT/UT_ShellLine.h"
 #include "UT/UT_String.h"
 #include "UT/UT_VariableScan.h"
@@ -10,7 +12,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -27,13 +28,6 @@ utLookup(const char *name, void *)
     return strchr(name, 'A') ? theValue.c_str() : nullptr;
 }
 
-static void
-utRequire(bool isTrue)
-{
-    if (!isTrue)
-        abort();
-}
-
 namespace
 {
 
@@ -43,11 +37,17 @@ class ut_Parsed
 public:
     ut_Parsed(const std::string &line, bool isDos) : myText(line.c_str())
     {
+        // As an earlier line may have left them.
+        result.input = "old";
+        result.output = "old";
+        result.pipe = "old";
+        const std::string lent = line;
         const auto parse = isDos ? &UT_String::parseDos : &UT_String::parseCsh;
         const int count =
             (myText.*parse)(myArgs, result, utLookup, utLookup, nullptr);
         words.assign(myArgs.getArgv(), myArgs.getArgv() + myArgs.getArgc());
         isAccepted = count >= 0;
+        utRequire(line == lent);
         if (isAccepted)
             requireOrder();
         else
@@ -78,6 +78,9 @@ private:
         utRequire(result.errorOffset < int(line.size()));
         utRequire(line == myText.buffer());
         utRequire(words.empty());
+        utRequire(!result.input);
+        utRequire(!result.output);
+        utRequire(!result.pipe);
     }
 
     UT_String myText;

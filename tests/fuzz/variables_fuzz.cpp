@@ -1,11 +1,12 @@
 // What is true of every text: with backslashes it is itself again, and between
 // braces it is the name of a variable.
 
+#include "ut_FuzzCheck.h"
+
 #include "UT/UT_VariableScan.h"
 #include "UT/UT_WorkBuffer.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -79,10 +80,8 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     const auto unescaped =
         utScan(utEscaped(text), flags | UT_SCAN_COMMENTS_TOO);
-    if (unescaped.first != text)
-        abort();
-    if (unescaped.second != 0)
-        abort();
+    utRequire(unescaped.first == text);
+    utRequire(unescaped.second == 0);
     if (!utHasPairedBraces(text))
         return 0;
     // In braces all is replaced except expressions, and comments are text.
@@ -93,9 +92,7 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (value)
         ++count;
     const auto named = utScan("${" + text + "}", flags | UT_SCAN_VARIABLES);
-    if (named.first != expected)
-        abort();
-    if (named.second != count)
-        abort();
+    utRequire(named.first == expected);
+    utRequire(named.second == count);
     return 0;
 }

@@ -132,6 +132,26 @@ run(${COMPILER} ${flags} -std=c++17 -Wall -Wextra -Werror
     -Wl,-rpath,${prefix}/${LIBDIR})
 run(${work}/uses_toolkit)
 
+# The programs for users are built in each of the two ways. Their page has what
+# they print.
+function(expect_programs folder)
+    run(${PYTHON} ${SOURCES}/tests/examples/check_sessions.py
+        ${SOURCES}/docs/programs.md ${folder} ${prefix}/bin)
+endfunction()
+run(${CMAKE_COMMAND} -S ${SOURCES}/examples -B ${work}/examples -D
+    CMAKE_PREFIX_PATH=${prefix} -D CMAKE_CXX_COMPILER=${COMPILER} -D
+    CMAKE_CXX_FLAGS=${FLAGS})
+run(${CMAKE_COMMAND} --build ${work}/examples)
+expect_programs(${work}/examples)
+file(MAKE_DIRECTORY ${work}/alone)
+file(GLOB programs ${SOURCES}/examples/*.cpp)
+foreach(program IN LISTS programs)
+    get_filename_component(name ${program} NAME_WE)
+    run(${COMPILER} ${flags} -std=c++17 ${program} -o ${work}/alone/${name}
+        ${options} -Wl,-rpath,${prefix}/${LIBDIR})
+endforeach()
+expect_programs(${work}/alone)
+
 # ---- The sources in another project, and without one
 
 run(${project} -B ${work}/sub -D SOURCES=${SOURCES} -D CMAKE_CXX_FLAGS=${FLAGS})
@@ -156,6 +176,8 @@ endif()
 # ---- Its end
 
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${installed})
+# Python compiles what it runs.
+run(${installed}/bin/valdrin-standin --version)
 run(${CMAKE_COMMAND} --build ${BUILD} --target uninstall)
 file(GLOB_RECURSE left LIST_DIRECTORIES TRUE ${installed}/*)
 expect_none("left after uninstalling" ${left})

@@ -1,3 +1,14 @@
+#include "UT/UT_MachineInfo.h"
+
+// A machine that reports nothing.
+void
+UTdescribeMachine(UT_MachineInfo &info)
+{
+    info = UT_MachineInfo();
+    info.system = "Linux";
+    info.operatingSystem = "linux";
+}
+
 #ifdef WITH_ENTRY_POINT
 #include "component/nsXPCOM.h"
 

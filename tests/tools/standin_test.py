@@ -24,7 +24,7 @@ class Test(unittest.TestCase):
             ):
                 self.assertEqual(app.ask("vscript", script), reply)
 
-    def test_python_lasts_and_its_failures_come_back(self):
+    def test_python_runs_as_in_a_module_that_lasts(self):
         with Standin() as app:
             app.ask(
                 STATEMENTS,
@@ -32,22 +32,12 @@ class Test(unittest.TestCase):
                 "@dataclass\n"
                 "class P:\n"
                 "    x: 'int'\n"
-                "def f(p):\n"
-                "    return P(2 / p.x)\n"
                 "print('to the log \u20ac')",
             )
-            for tag, text, last in (
-                (EXPRESSION, " f(P(4))\n", "P(x=0.5)"),
-                (EXPRESSION, "'\u20ac\\0\\ud800'", "\u20ac\\x00\\ud800"),
-                (EXPRESSION, "f(P(0))", "ZeroDivisionError: division by zero"),
-                (EXPRESSION, "1 +", "SyntaxError: invalid syntax"),
-                (STATEMENTS, "raise KeyboardInterrupt", "KeyboardInterrupt"),
-            ):  # fmt: skip
-                reply = app.ask(tag, text)
-                self.assertEqual(reply.splitlines()[-1], last)
-                self.assertNotIn("valdrin-standin", reply)
-            reply = app.ask(EXPRESSION, "f(P(0))")
-            self.assertIn("    return P(2 / p.x)\n", reply)
+            self.assertEqual(app.ask(EXPRESSION, " P(4)\n"), "P(x=4)")
+            reply = app.ask(EXPRESSION, "P(4) / 0")
+            self.assertIn("TypeError: unsupported operand", reply)
+            self.assertNotIn("valdrin-standin", reply)
         self.assertIn("to the log \u20ac\n", app.log)
 
     def test_every_request_is_answered(self):
@@ -84,22 +74,6 @@ class Test(unittest.TestCase):
             rival = run(sys.executable, STANDIN, "--port", str(app.port))
             self.assertEqual(rival.returncode, 1)
             self.assertEqual(app.ask("vscript", "echo alive"), "alive\n")
-
-    def test_many_clients_at_once(self):
-        # All send before any is answered, more than are served at once. What
-        # they run is not interleaved.
-        statements = (
-            b"m = globals().get('n', 0)\n"
-            b"for _ in range(1000): n = m + 1"
-        )
-        with Standin("--client-timeout", "100") as app:
-            clients = [app.connect() for _ in range(100)]
-            for client in clients:
-                client.sendall(envelope(b"python_statements", statements))
-            for client in clients:
-                with client:
-                    self.assertEqual(client.recv(1000), b"\0")
-            self.assertEqual(app.ask(EXPRESSION, "n"), "100")
 
     def test_endless_loop_holds_up_python_only(self):
         # No request is refused for waiting long, however slow the machine is.

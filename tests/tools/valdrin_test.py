@@ -213,6 +213,15 @@ class Test(unittest.TestCase):
             (incomplete, b"utPlatformFunction"),
         ):
             self.expect("-l", path, "run", "x", status=5, error=error)
+        with open(LIBRARY, "rb") as file:
+            library = bytearray(file.read())
+        bits = 32 * library[4]  # its class: 1 or 2
+        library[4] = 3 - library[4]
+        with tempfile.NamedTemporaryFile() as file:
+            file.write(library)
+            file.flush()
+            error = f"(this program has {bits} bits)".encode()
+            self.expect("-l", file.name, "run", "x", status=5, error=error)
 
     def test_library_is_found_beside_the_program(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -341,11 +350,33 @@ class Test(unittest.TestCase):
                          os.sysconf("SC_NPROCESSORS_CONF"))
         self.assertEqual(info["processors"]["used"], 1)
         self.assertNotIn("SSE2", info["processors"]["features"])
+        with open("/proc/cpuinfo") as file:
+            flags = re.search(r"^flags\s*: (.*)", file.read(), re.MULTILINE)
+        known = set(flags[1].split()) if flags else set()
+        for feature, flag in (
+            ("SSE3", "pni"), ("SSE4.2", "sse4_2"), ("AVX", "avx"),
+            ("F16C", "f16c"), ("FMA", "fma"), ("LZCNT", "abm"),
+            ("BMI2", "bmi2"), ("AVX2", "avx2"), ("SHA", "sha_ni"),
+            ("AVX-512F", "avx512f"), ("AVX-512VL", "avx512vl"),
+            ("AVX-512FP16", "avx512_fp16"), ("AVX-VNNI", "avx_vnni"),
+        ):  # fmt: skip
+            listed = feature in info["processors"]["newer_features"]
+            self.assertEqual(listed, flag in known, feature)
         self.assertTrue(0 <= info["processors"]["busy"] <= 1)
         self.assertGreater(info["process"]["data"], 0)
         text = run(VALDRIN, "info", env=environment).stdout.decode()
         self.assertIn("System        Linux (little endian), linux_intel\n", text)
         self.assertIn(", 1 to use\n", text)
+
+    def test_info_admits_what_it_does_not_know(self):
+        silent = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")[0]
+        text = run(VALDRIN, "info", "-l", silent).stdout.decode()
+        for name in ("Load", "Memory", "Swap"):
+            self.assertRegex(text, rf"(?m)^{name} +unknown$")
+        info = json.loads(run(VALDRIN, "info", "-l", silent, "--json").stdout)
+        self.assertIsNone(info["processors"]["busy"])
+        self.assertIsNone(info["memory"])
+        self.assertIsNone(info["swap"])
 
     def test_page_of_settings_is_up_to_date(self):
         source = os.environ["VALDRIN_SOURCE"]

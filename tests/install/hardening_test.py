@@ -1,0 +1,45 @@
+"""What is shipped gives an attacker nothing to begin with."""
+
+import re
+import subprocess
+import sys
+import unittest
+
+READELF, *FILES = sys.argv[1:]
+
+
+def read(file, *options):
+    return subprocess.run([READELF, "--wide", *options, file], check=True,
+                          text=True, stdout=subprocess.PIPE).stdout
+
+
+class Hardening(unittest.TestCase):
+    def test_functions_of_others_are_bound_at_once_and_then_read_only(self):
+        for file in FILES:
+            self.assertRegex(read(file, "--segments"), "GNU_RELRO", file)
+            self.assertRegex(read(file, "--dynamic"), r"FLAGS.*\bNOW\b", file)
+
+    def test_it_is_position_independent(self):
+        for file in FILES:
+            self.assertRegex(read(file, "--file-header"), r"Type:\s+DYN", file)
+            self.assertNotIn("TEXTREL", read(file, "--dynamic"), file)
+
+    def test_no_memory_is_both_written_and_run(self):
+        for file in FILES:
+            segments = read(file, "--segments")
+            self.assertRegex(segments, r"GNU_STACK.* RW +0x", file)
+            self.assertNotIn("RWE", segments, file)
+
+    def test_no_folder_is_searched_for_libraries(self):
+        for file in FILES:
+            self.assertNotRegex(read(file, "--dynamic"), "R(UN)?PATH", file)
+
+    def test_the_stack_and_buffers_are_checked(self):
+        for file in FILES:
+            symbols = read(file, "--dyn-syms")
+            self.assertIn("__stack_chk_fail", symbols, file)
+            self.assertTrue(re.search(r"__\w+_chk@", symbols), file)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
