@@ -73,8 +73,12 @@ utLockDeeply(benchmark::State &state)
     }
 }
 
-BENCHMARK_TEMPLATE(utLockDeeply, ut_Recursive)->UseRealTime();
-BENCHMARK_TEMPLATE(utLockDeeply, std::recursive_mutex)->UseRealTime();
+BENCHMARK_TEMPLATE(utLockDeeply, ut_Recursive)
+    ->Name("lock three times/ours recursive")
+    ->UseRealTime();
+BENCHMARK_TEMPLATE(utLockDeeply, std::recursive_mutex)
+    ->Name("lock three times/std::recursive_mutex")
+    ->UseRealTime();
 BENCHMARK_TEMPLATE(utLockAndUnlock, UT_Lock)
     ->Name("lock and unlock/ours")
     ->ThreadRange(1, 2)

@@ -105,9 +105,11 @@ utHard(benchmark::State &state)
 }
 BENCHMARK_TEMPLATE(utHard, ut_Ours)
     ->Name("match a hard pattern/ours")
+    ->ArgName("pattern")
     ->DenseRange(0, 6);
 BENCHMARK_TEMPLATE(utHard, ut_Fnmatch)
     ->Name("match a hard pattern/fnmatch")
+    ->ArgName("pattern")
     ->DenseRange(0, 6);
 
 // Each name against all of a list of 24 patterns. The peers have them one by

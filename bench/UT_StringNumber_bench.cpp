@@ -246,15 +246,19 @@ BENCHMARK(utWrite<ut_Peer, int>)
     ->DenseRange(0, 10, 5);
 BENCHMARK(utCompare<ut_Ours>)
     ->Name("compare names/ours")
+    ->ArgName("kind")
     ->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE);
 BENCHMARK(utCompare<ut_Peer>)
     ->Name("compare names/strverscmp")
+    ->ArgName("kind")
     ->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE);
 BENCHMARK(utSortArray)
     ->Name("sort names/ours")
+    ->ArgName("kind")
     ->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(utSortPointers)
     ->Name("sort names/std::sort")
+    ->ArgName("kind")
     ->DenseRange(UT_PADDED_FRAMES, UT_MIXTURE)
     ->Unit(benchmark::kMillisecond);

@@ -34,6 +34,12 @@ class Test(unittest.TestCase):
         self.assertEqual(row["time"], 0.5)
         self.assertEqual(row["instructions"], 2.5)
 
+    def test_times_are_for_each_item(self):
+        [row] = rows(run("sort/ours/4", 2, items_per_second=2e6),
+                     run("sort/peer/4", 4, items_per_second=1e6))
+        self.assertEqual(row["ours_ns"], 500)
+        self.assertEqual(row["peers"], {"peer": 1000})
+
     def test_statistics_and_failed_rows_are_left_out(self):
         self.assertEqual(rows(run("sort/ours", 1, error_occurred=True),
                               run("sort/ours", 1, run_type="aggregate")), [])
