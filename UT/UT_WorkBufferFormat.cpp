@@ -48,7 +48,7 @@ public:
     ut_CommonFormat &operator=(const ut_CommonFormat &) = delete;
 
     // Returns what vsnprintf() returns, and -1 when it has to do all of it.
-    int write(const char *format);
+    UT_PRINTF(2, 0) int write(const char *format);
 
 private:
     enum ut_Length
@@ -86,7 +86,7 @@ private:
         const char *digits, const char *end, const ut_Directive &directive);
     void
     writePadded(const char *bytes, size_t count, const ut_Directive &directive);
-    int writeRest(const char *format);
+    UT_PRINTF(2, 0) int writeRest(const char *format);
 
     size_t room() const { return size_t(myEnd - myAt); }
     void put(const char *bytes, size_t count);
@@ -396,6 +396,7 @@ UT_WorkBuffer::growToFormatted(int formatted)
 }
 
 // vsnprintf(), by the short way where there is one.
+UT_PRINTF(3, 0)
 static int
 utFormat(
     char *out, size_t size, const char *format, va_list args,
