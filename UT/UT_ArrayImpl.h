@@ -24,33 +24,37 @@ using utElement =
 
 // ---- Storage
 
-// Bytes up to which a block is small.
+// Bytes up to which a block is small: the allocator keeps some ready, though
+// not for calloc() and realloc().
 static constexpr unsigned theSmallBlock = 1024;
 
+// Bytes up to which blocks double.
+static constexpr unsigned theDoublingBlock = 8192;
+
 // Slots in the block of an array, so that steps of a few slots seldom cost an
-// allocation: a power of two for a small array, a multiple of an eighth of one
-// for others. The address checker has to see accesses beyond the capacity.
+// allocation: a power of two for most arrays, a multiple of an eighth of one
+// for long ones. The address checker has to see accesses beyond the capacity.
 template <class T>
 unsigned
 utBlockSlots(unsigned capacity)
 {
 #if !defined(__SANITIZE_ADDRESS__)
-    if (capacity > 1)
+    constexpr unsigned least = UTgrownCapacity(0);
+    if (capacity > 0)
     {
-        const unsigned last = capacity - 1;
+        const unsigned last = (capacity - 1) | (least - 1);
         const unsigned power = 1u << (31 - __builtin_clz(last));
-        const bool isSmall = last < theSmallBlock / sizeof(T);
-        const unsigned slots = (last | ((isSmall ? power : power / 8) - 1)) + 1;
+        const bool doubles = last < theDoublingBlock / sizeof(T);
+        const unsigned slots = (last | ((doubles ? power : power / 8) - 1)) + 1;
         return slots > 0 ? slots : capacity;
     }
 #endif
     return capacity;
 }
 
-// A block of another size with as much of the old one as fits. The allocator
-// keeps small blocks ready, but not for realloc().
+// A block of another size with as much of the old one as fits.
 template <class T>
-T *
+__attribute__((noinline)) T *
 utReallocate(T *data, unsigned capacity, unsigned slots)
 {
     if (capacity > theSmallBlock / sizeof(T) ||
@@ -89,38 +93,33 @@ utCopyElements(T *to, const T *from, unsigned count)
 {
     constexpr unsigned step = 16 / sizeof(T);
     if (count > theFewBytes / sizeof(T))
-    {
         memcpy(to, from, count * sizeof(T));
-        return;
+    else if (count >= step)
+    {
+        // The last step may copy some elements again.
+        for (unsigned i = 0; i < count - step; i += step)
+            memcpy(to + i, from + i, 16);
+        memcpy(to + count - step, from + count - step, 16);
     }
-    for (; count >= step; count -= step, to += step, from += step)
-        memcpy(to, from, 16);
-    for (; count > 0; --count)
-        *to++ = *from++;
+    else
+        for (unsigned i = 0; i < count; ++i)
+            to[i] = from[i];
 }
 
 // Sets the capacity exactly; 0 frees the block.
 template <class T>
-void
+__attribute__((noinline)) void
 utResize(
     T *&data, unsigned &capacity, unsigned &entries, unsigned newCapacity,
     bool clearsNewSlots)
 {
     const unsigned slots = utBlockSlots<T>(newCapacity);
-    if (newCapacity > capacity && slots == utBlockSlots<T>(capacity))
-    {
-        // The usual step of a growing array: the block has the room.
-        if (clearsNewSlots)
-            utClearSlots(data + capacity, newCapacity - capacity);
-        capacity = newCapacity;
-        return;
-    }
     if (newCapacity == 0)
     {
         free(data);
         data = nullptr;
     }
-    else if (!data && clearsNewSlots)
+    else if (!data && clearsNewSlots && newCapacity > theSmallBlock / sizeof(T))
         data = static_cast<T *>(utAllocateZeros(slots, sizeof(T)));
     else
     {
@@ -131,6 +130,26 @@ utResize(
     }
     capacity = newCapacity;
     entries = std::min(entries, newCapacity);
+}
+
+// The same for a step of a growing array, for which its block usually has the
+// room. Few elements are the usual step.
+template <class T>
+void
+utGrow(
+    T *&data, unsigned &capacity, unsigned &entries, unsigned newCapacity,
+    bool clearsNewSlots)
+{
+    constexpr unsigned usual = UTgrownCapacity(0);
+    if (newCapacity > utBlockSlots<T>(capacity) ||
+        newCapacity - capacity != usual)
+    {
+        utResize(data, capacity, entries, newCapacity, clearsNewSlots);
+        return;
+    }
+    if (clearsNewSlots)
+        memset(data + capacity, 0, usual * sizeof(T));
+    capacity = newCapacity;
 }
 
 // Copies exactly the elements in use, for the copy constructors.
@@ -222,17 +241,41 @@ utMultipleInsert(Array &array, unsigned index, unsigned count)
     return index;
 }
 
-template <class Array>
-void
-utConcat(Array &array, const Array &other)
+// Makes room for `count` elements at the end, which the caller then copies: the
+// slots after these alone are cleared.
+template <class T>
+__attribute__((noinline)) void
+utReserveEnd(
+    T *&data, unsigned &capacity, unsigned entries, unsigned count,
+    bool clearsNewSlots)
 {
-    const unsigned entries = array.entries();
+    const unsigned slots = utBlockSlots<T>(capacity + count);
+    if (slots != utBlockSlots<T>(capacity))
+        data = utReallocate(data, capacity, slots);
+    if (clearsNewSlots)
+        utClearSlots(data + entries + count, capacity - entries);
+    capacity += count;
+}
+
+template <class T, class Array>
+void
+utConcat(
+    T *&data, unsigned &capacity, unsigned &entries, const Array &other,
+    bool clearsNewSlots)
+{
     const unsigned count = other.entries();
-    if (array.capacity() - entries <= count)
-        array.resize(array.capacity() + count);
+    if (capacity - entries <= count && count > 0)
+    {
+        // The usual case is a full array whose block has the room.
+        if (capacity == entries &&
+            capacity + count <= utBlockSlots<T>(capacity))
+            capacity += count;
+        else
+            utReserveEnd(data, capacity, entries, count, clearsNewSlots);
+    }
     // Only here are the other's data fetched: it may be the same array.
-    utCopyElements(array.data() + entries, other.data(), count);
-    array.setEntries(entries + count);
+    utCopyElements(data + entries, other.data(), count);
+    entries += count;
 }
 
 // Inserts into an array sorted by `order(element, value)`, before an equal

@@ -25,12 +25,6 @@ utOrderBits(unsigned key)
 }
 
 inline uint32
-utOrderBits(int key)
-{
-    return uint32(key) ^ 0x80000000u;
-}
-
-inline uint32
 utOrderBits(float key)
 {
     uint32 bits;
@@ -53,7 +47,37 @@ utOrderBits(const ut_NumberedKey<Key> &item)
     return utOrderBits(item.key);
 }
 
-// Items in an array. Small handles, as what follows.
+// How keys are stored. Signed ones order like unsigned ones when the highest
+// bit is flipped, so that one set of instructions sorts both. Flipping twice
+// gives the stored key again.
+template <class Key>
+struct ut_KeyForm
+{
+    [[nodiscard]] Key flipped(Key key) const { return key; }
+};
+
+template <>
+struct ut_KeyForm<unsigned>
+{
+    [[nodiscard]] unsigned flipped(unsigned key) const { return key ^ flip; }
+    unsigned flip; // the highest bit for signed keys, otherwise 0
+};
+
+// Keys in an array. Small handles, as what follows.
+template <class Key>
+class ut_KeyArray
+{
+public:
+    ut_KeyArray(Key *keys, ut_KeyForm<Key> form) : myKeys(keys), myForm(form) {}
+    [[nodiscard]] Key get(size_t i) const { return myForm.flipped(myKeys[i]); }
+    void set(size_t i, const Key &key) { myKeys[i] = myForm.flipped(key); }
+
+private:
+    Key *myKeys;
+    ut_KeyForm<Key> myForm;
+};
+
+// Items in an array.
 template <class Item>
 class ut_ItemArray
 {
@@ -71,23 +95,24 @@ template <class Key>
 class ut_NumberedKeyArrays
 {
 public:
-    ut_NumberedKeyArrays(Key *keys, int *numbers)
-        : myKeys(keys), myNumbers(numbers)
+    ut_NumberedKeyArrays(Key *keys, int *numbers, ut_KeyForm<Key> form)
+        : myKeys(keys), myNumbers(numbers), myForm(form)
     {
     }
     [[nodiscard]] ut_NumberedKey<Key> get(size_t i) const
     {
-        return {myKeys[i], myNumbers[i]};
+        return {myForm.flipped(myKeys[i]), myNumbers[i]};
     }
     void set(size_t i, const ut_NumberedKey<Key> &item)
     {
-        myKeys[i] = item.key;
+        myKeys[i] = myForm.flipped(item.key);
         myNumbers[i] = item.number;
     }
 
 private:
     Key *myKeys;
     int *myNumbers;
+    ut_KeyForm<Key> myForm;
 };
 
 // How often each digit occurs at each of its places, for digits of a number of

@@ -99,7 +99,7 @@ UT_FloatArray::resize(unsigned newCapacity, unsigned short)
 void
 UT_FloatArray::growFull()
 {
-    utResize(
+    utGrow(
         myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
         /*clearsNewSlots=*/false);
 }
@@ -141,7 +141,7 @@ UT_FloatArray::multipleInsert(unsigned index, unsigned count)
 void
 UT_FloatArray::concat(const UT_FloatArray &other)
 {
-    utConcat(*this, other);
+    utConcat(myData, myCapacity, myEntries, other, /*clearsNewSlots=*/false);
 }
 
 unsigned

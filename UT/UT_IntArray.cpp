@@ -96,7 +96,7 @@ UT_IntArray::resize(unsigned newCapacity, unsigned short)
 void
 UT_IntArray::growFull()
 {
-    utResize(
+    utGrow(
         myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
         /*clearsNewSlots=*/true);
 }
@@ -138,7 +138,7 @@ UT_IntArray::multipleInsert(unsigned index, unsigned count)
 void
 UT_IntArray::concat(const UT_IntArray &other)
 {
-    utConcat(*this, other);
+    utConcat(myData, myCapacity, myEntries, other, /*clearsNewSlots=*/true);
 }
 
 void

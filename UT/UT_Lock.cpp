@@ -119,7 +119,7 @@ UT_Lock::lock()
 
 // Failed attempts that only look, which leaves the word to the holder: an
 // exchange takes it away even where it fails. The longer the lock is held, the
-// seldomer it looks, and the fewer threads meet when it is free.
+// less often it looks, and the fewer threads meet when it is free.
 void
 UT_Lock::spinWhileHeld()
 {

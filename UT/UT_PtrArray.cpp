@@ -138,7 +138,7 @@ UT_PtrArrayRaw::resize(unsigned newCapacity, unsigned short)
 void
 UT_PtrArrayRaw::growFull()
 {
-    utResize(
+    utGrow(
         myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
         /*clearsNewSlots=*/true);
 }
@@ -187,7 +187,7 @@ UT_PtrArrayRaw::multipleInsert(unsigned index, unsigned count)
 void
 UT_PtrArrayRaw::concat(const UT_PtrArrayRaw &other)
 {
-    utConcat(*this, other);
+    utConcat(myData, myCapacity, myEntries, other, /*clearsNewSlots=*/true);
 }
 
 void

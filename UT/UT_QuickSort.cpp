@@ -40,10 +40,16 @@ class ut_KeyItems
 public:
     using Item = Key;
 
-    explicit ut_KeyItems(Key *keys) : myKeys(keys), myHeld() {}
+    ut_KeyItems(Key *keys, ut_KeyForm<Key> form)
+        : myKeys(keys), myForm(form), myHeld()
+    {
+    }
 
-    [[nodiscard]] Key keyAt(size_t i) const { return myKeys[i]; }
-    [[nodiscard]] Key heldKey() const { return myHeld; }
+    [[nodiscard]] Key keyAt(size_t i) const
+    {
+        return myForm.flipped(myKeys[i]);
+    }
+    [[nodiscard]] Key heldKey() const { return myForm.flipped(myHeld); }
     static bool isLess(Key a, Key b) { return a < b; }
 
     void hold(size_t i) { myHeld = myKeys[i]; }
@@ -59,13 +65,14 @@ public:
             myKeys[begin + places[i]] = keys[i];
     }
 
-    [[nodiscard]] ut_ItemArray<Key> view(size_t begin) const
+    [[nodiscard]] ut_KeyArray<Key> view(size_t begin) const
     {
-        return ut_ItemArray<Key>(myKeys + begin);
+        return {myKeys + begin, myForm};
     }
 
 private:
     Key *myKeys;
+    ut_KeyForm<Key> myForm;
     Key myHeld;
 };
 
@@ -76,13 +83,16 @@ class ut_IndexedItems
 public:
     using Item = ut_NumberedKey<Key>;
 
-    ut_IndexedItems(Key *keys, int *index)
-        : myKeys(keys), myIndex(index), myHeldKey(), myHeldIndex()
+    ut_IndexedItems(Key *keys, int *index, ut_KeyForm<Key> form)
+        : myKeys(keys), myIndex(index), myForm(form), myHeldKey(), myHeldIndex()
     {
     }
 
-    [[nodiscard]] Key keyAt(size_t i) const { return myKeys[i]; }
-    [[nodiscard]] Key heldKey() const { return myHeldKey; }
+    [[nodiscard]] Key keyAt(size_t i) const
+    {
+        return myForm.flipped(myKeys[i]);
+    }
+    [[nodiscard]] Key heldKey() const { return myForm.flipped(myHeldKey); }
     static bool isLess(Key a, Key b) { return a < b; }
 
     void hold(size_t i)
@@ -119,12 +129,13 @@ public:
 
     [[nodiscard]] ut_NumberedKeyArrays<Key> view(size_t begin) const
     {
-        return {myKeys + begin, myIndex + begin};
+        return {myKeys + begin, myIndex + begin, myForm};
     }
 
 private:
     Key *myKeys;
     int *myIndex;
+    ut_KeyForm<Key> myForm;
     Key myHeldKey;
     int myHeldIndex;
 };
@@ -136,9 +147,10 @@ template <class Key, size_t knownSize>
 class ut_RecordItems
 {
 public:
-    ut_RecordItems(void *records, size_t size, void *scratch)
+    ut_RecordItems(
+        void *records, size_t size, void *scratch, ut_KeyForm<Key> form)
         : myRecords(static_cast<char *>(records)), mySize(size),
-          myScratch(static_cast<char *>(scratch))
+          myScratch(static_cast<char *>(scratch)), myForm(form)
     {
     }
 
@@ -182,11 +194,11 @@ public:
     }
 
 private:
-    static Key keyOf(const char *record)
+    Key keyOf(const char *record) const
     {
         Key key;
         memcpy(&key, record, sizeof(key));
-        return key;
+        return myForm.flipped(key);
     }
 
     [[nodiscard]] char *record(size_t i) const
@@ -205,6 +217,7 @@ private:
     char *myRecords;
     size_t mySize;
     char *myScratch;
+    ut_KeyForm<Key> myForm;
 };
 
 // The keys of a group of records, numbered by their position in it. Setting an
@@ -458,31 +471,46 @@ utSortKeys(Items items, size_t n)
 
 template <class Key, size_t knownSize>
 static void
-utSortRecordsOf(void *records, size_t size, size_t count, void *scratch)
+utSortRecordsOf(
+    void *records, size_t size, size_t count, void *scratch,
+    ut_KeyForm<Key> form)
 {
-    const ut_RecordItems<Key, knownSize> items(records, size, scratch);
+    const ut_RecordItems<Key, knownSize> items(records, size, scratch, form);
     if (!utSettleRun(items, count))
         utSortRange(items, 0, count, utLog2(count), ut_GroupPieces<Key>());
 }
 
 template <class Key>
 static void
-utSortRecords(void *records, size_t size, size_t count, void *scratch)
+utSortRecords(
+    void *records, size_t size, size_t count, void *scratch,
+    ut_KeyForm<Key> form)
 {
     switch (size)
     {
     case 16:
-        utSortRecordsOf<Key, 16>(records, size, count, scratch);
+        utSortRecordsOf<Key, 16>(records, size, count, scratch, form);
         break;
     case 32:
-        utSortRecordsOf<Key, 32>(records, size, count, scratch);
+        utSortRecordsOf<Key, 32>(records, size, count, scratch, form);
         break;
     case 64:
-        utSortRecordsOf<Key, 64>(records, size, count, scratch);
+        utSortRecordsOf<Key, 64>(records, size, count, scratch, form);
         break;
     default:
-        utSortRecordsOf<Key, 0>(records, size, count, scratch);
+        utSortRecordsOf<Key, 0>(records, size, count, scratch, form);
     }
+}
+
+static constexpr ut_KeyForm<unsigned> theUnsignedForm = {0};
+static constexpr ut_KeyForm<unsigned> theSignedForm = {0x80000000};
+static constexpr ut_KeyForm<float> theFloatForm = {};
+
+// The same keys as unsigned numbers: the two types may look at one object.
+static unsigned *
+utUnsigned(int *keys)
+{
+    return static_cast<unsigned *>(static_cast<void *>(keys));
 }
 
 UT_QuickSort::~UT_QuickSort() = default;
@@ -550,37 +578,38 @@ UT_QuickSort::sort(
 void
 UT_QuickSort::uisort(unsigned *data, unsigned n)
 {
-    utInsertionSort(ut_KeyItems(data), 0, n);
+    utInsertionSort(ut_KeyItems(data, theUnsignedForm), 0, n);
 }
 
 void
 UT_QuickSort::sisort(int *data, unsigned n)
 {
-    utInsertionSort(ut_KeyItems(data), 0, n);
+    utInsertionSort(ut_KeyItems(utUnsigned(data), theSignedForm), 0, n);
 }
 
 void
 UT_QuickSort::fisort(float *data, unsigned n)
 {
-    utInsertionSort(ut_KeyItems(data), 0, n);
+    utInsertionSort(ut_KeyItems(data, theFloatForm), 0, n);
 }
 
 void
 UT_QuickSort::uisort(unsigned *data, unsigned n, int *index)
 {
-    utInsertionSort(ut_IndexedItems(data, index), 0, n);
+    utInsertionSort(ut_IndexedItems(data, index, theUnsignedForm), 0, n);
 }
 
 void
 UT_QuickSort::sisort(int *data, unsigned n, int *index)
 {
-    utInsertionSort(ut_IndexedItems(data, index), 0, n);
+    utInsertionSort(
+        ut_IndexedItems(utUnsigned(data), index, theSignedForm), 0, n);
 }
 
 void
 UT_QuickSort::fisort(float *data, unsigned n, int *index)
 {
-    utInsertionSort(ut_IndexedItems(data, index), 0, n);
+    utInsertionSort(ut_IndexedItems(data, index, theFloatForm), 0, n);
 }
 
 void
@@ -588,7 +617,9 @@ UT_QuickSort::uisort(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
     utInsertionSort(
-        ut_RecordItems<unsigned, 0>(records, recordSize, scratch), 0, count);
+        ut_RecordItems<unsigned, 0>(
+            records, recordSize, scratch, theUnsignedForm),
+        0, count);
 }
 
 void
@@ -596,7 +627,9 @@ UT_QuickSort::sisort(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
     utInsertionSort(
-        ut_RecordItems<int, 0>(records, recordSize, scratch), 0, count);
+        ut_RecordItems<unsigned, 0>(
+            records, recordSize, scratch, theSignedForm),
+        0, count);
 }
 
 void
@@ -604,62 +637,63 @@ UT_QuickSort::fisort(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
     utInsertionSort(
-        ut_RecordItems<float, 0>(records, recordSize, scratch), 0, count);
+        ut_RecordItems<float, 0>(records, recordSize, scratch, theFloatForm), 0,
+        count);
 }
 
 void
 UT_QuickSort::urecurse(unsigned *data, unsigned n)
 {
-    utSortKeys(ut_KeyItems(data), n);
+    utSortKeys(ut_KeyItems(data, theUnsignedForm), n);
 }
 
 void
 UT_QuickSort::srecurse(int *data, unsigned n)
 {
-    utSortKeys(ut_KeyItems(data), n);
+    utSortKeys(ut_KeyItems(utUnsigned(data), theSignedForm), n);
 }
 
 void
 UT_QuickSort::frecurse(float *data, unsigned n)
 {
-    utSortKeys(ut_KeyItems(data), n);
+    utSortKeys(ut_KeyItems(data, theFloatForm), n);
 }
 
 void
 UT_QuickSort::urecurse(unsigned *data, unsigned n, int *index)
 {
-    utSortKeys(ut_IndexedItems(data, index), n);
+    utSortKeys(ut_IndexedItems(data, index, theUnsignedForm), n);
 }
 
 void
 UT_QuickSort::srecurse(int *data, unsigned n, int *index)
 {
-    utSortKeys(ut_IndexedItems(data, index), n);
+    utSortKeys(ut_IndexedItems(utUnsigned(data), index, theSignedForm), n);
 }
 
 void
 UT_QuickSort::frecurse(float *data, unsigned n, int *index)
 {
-    utSortKeys(ut_IndexedItems(data, index), n);
+    utSortKeys(ut_IndexedItems(data, index, theFloatForm), n);
 }
 
 void
 UT_QuickSort::urecurse(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
-    utSortRecords<unsigned>(records, recordSize, count, scratch);
+    utSortRecords(records, recordSize, count, scratch, theUnsignedForm);
 }
 
 void
 UT_QuickSort::srecurse(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
-    utSortRecords<int>(records, recordSize, count, scratch);
+    utSortRecords(records, recordSize, count, scratch, theSignedForm);
 }
 
 void
 UT_QuickSort::frecurse(
     void *records, unsigned recordSize, unsigned count, void *scratch)
 {
-    utSortRecords<float>(records, recordSize, count, scratch);
+    utSortRecords(records, recordSize, count, scratch, theFloatForm);
 }

@@ -88,6 +88,7 @@ install(
     DESTINATION ${CMAKE_INSTALL_DOCDIR}
     FILES_MATCHING
     PATTERN "*.md"
+    PATTERN page.png
     PATTERN examples EXCLUDE)
 install(
     DIRECTORY examples

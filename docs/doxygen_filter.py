@@ -21,7 +21,9 @@ def code(match):
         text = text[1:-1]
     text = text.replace("\\|", "|")  # in a table
     text = "".join(SPECIAL.get(character, character) for character in text)
-    return f"<code>{text.replace('--', chr(92) + '--')}</code>"
+    for pair in ("--", "::"):
+        text = text.replace(pair, f"\\{pair}")
+    return f"<code>{text}</code>"
 
 
 def page(text):
@@ -31,7 +33,8 @@ def page(text):
                       flags=re.S)
         # A link to what is not a page of the reference is text; a section of a
         # page is found on the page.
-        part = re.sub(r"\[([^]\[]+)\]\((?![^)]*\.md|http)[^)]*\)", r"\1", part)
+        part = re.sub(r"(?<!!)\[([^]\[]+)\]\((?![^)]*\.md|http)[^)]*\)", r"\1",
+                      part)
         part = re.sub(r"\]\(([^)]*\.md)#[^)]*\)", r"](\1)", part)
         parts[i] = part
     for i in range(1, len(parts), 2):

@@ -610,6 +610,21 @@ TEST(UT_Arrays, HeapsKeepTheirArrangementAlsoOfEqualElements)
 
 using ut_Ints = std::vector<int>;
 
+TEST(UT_IntArray, AppendsMoveEachElementAFewTimes)
+{
+    const size_t count = 1000000;
+    UT_IntArray array;
+    size_t moved = 0;
+    for (size_t i = 0; i < count; ++i)
+    {
+        const unsigned capacity = array.capacity();
+        array.append(int(i));
+        if (array.capacity() != capacity)
+            moved += capacity; // at most
+    }
+    EXPECT_LT(moved, 9 * count);
+}
+
 TEST(UT_IntArray, SortsAndConvertsSignedIntegers)
 {
     UT_IntArray array;

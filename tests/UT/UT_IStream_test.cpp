@@ -152,6 +152,11 @@ TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
     const ut_TempDir dir;
     const std::string path = dir.write("file", "one\n\"two\"\nthree\n");
     UT_IFStream stream(path.c_str(), UT_ISTREAM_BINARY);
+    int value = 0;
+    EXPECT_EQ(1, stream.bread(&value, 1));
+    EXPECT_EQ(('o' << 24) + ('n' << 16) + ('e' << 8) + '\n', value);
+    EXPECT_EQ(1, stream.bread(&value, 1)); // from what is read ahead
+    EXPECT_EQ(('"' << 24) + ('t' << 16) + ('w' << 8) + 'o', value);
     const std::unique_ptr<UT_IStream> part(stream.getSubStream(4, 11));
     UT_String text;
     EXPECT_TRUE(part->readString(text, /*binary=*/false));
@@ -187,6 +192,7 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
     UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);
     UT_WorkBuffer text;
     int value = 0;
+    EXPECT_EQ(0, UT_IStream().tellg()); // it has no bytes
     EXPECT_FALSE(stream.seekg(9));
     EXPECT_FALSE(stream.getLine(text));
     EXPECT_EQ(0, stream.getNonCommentLine(text));

@@ -43,11 +43,6 @@ struct ut_Parsed
     ut_Parsed(const ut_Shell &shell, const char *line, char *value = nullptr)
         : text(line)
     {
-        parse(shell, value);
-    }
-
-    void parse(const ut_Shell &shell, char *value = nullptr)
-    {
         count = (text.*shell.parse)(args, result, utLookup, nullptr, value);
         words.assign(args.getArgv(), args.getArgv() + args.getArgc());
     }

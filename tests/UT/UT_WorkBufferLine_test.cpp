@@ -73,6 +73,18 @@ TEST(UT_WorkBufferLine, OnlyStreamsKeepNuls)
         ut_Lines({"a\0b"s, "c", "\0d"s, "e"}), utLinesOfStream(line, text));
 }
 
+TEST(UT_WorkBufferLine, ALineThatMeetsTheEndStays)
+{
+    FILE *const file = tmpfile();
+    fputs("a", file);
+    rewind(file);
+    UT_WorkBuffer line;
+    EXPECT_TRUE(line.getline(file));
+    EXPECT_FALSE(line.getline(file));
+    EXPECT_STREQ("a", line.buffer());
+    fclose(file);
+}
+
 // One call of cmdGetLine().
 struct ut_Command
 {

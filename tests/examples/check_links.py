@@ -25,7 +25,8 @@ def is_good(page, link):
 broken = 0
 for argument in sys.argv[1:]:
     page = pathlib.Path(argument)
-    text = re.sub(r"^```.*?^```$|`[^`]*`", "", page.read_text(), flags=re.M | re.S)
+    text = page.read_text()
+    text = re.sub(r"^```.*?^```$|`[^`]*`", "", text, flags=re.M | re.S)
     for link in re.findall(r"\]\(([^)\s]*)\)", text):
         if not re.match(r"https?:", link) and not is_good(page, link):
             print(f"{page}: nothing at {link}")

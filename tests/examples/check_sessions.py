@@ -58,7 +58,7 @@ def main():
     sessions = re.findall(r"^```console\n(.*?)^```$", text, re.M | re.S)
     if not sessions:
         sys.exit(f"{page} shows no session")
-    variables = environment(folders)
+    variables = environment([os.path.abspath(folder) for folder in folders])
     failures = 0
     for session in sessions:
         lines = session.splitlines()

@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 """Describes the binary interface: what programs that are already built rely on.
 
-    interface.py [--write] DESCRIPTION LIBRARY SOURCES NM READELF COMPILER FLAGS...
+    interface.py [--write] FILE LIBRARY SOURCES NM READELF COMPILER FLAGS...
 
 These are the exported symbols of LIBRARY with their versions, and of each type
 in the public headers below SOURCES the size, the bases and members with their
 offsets, the virtual functions with their slots and the enumerators with their
-values. The compiler's debug information has all that. Compares with the file
-DESCRIPTION, or writes it.
+values. The compiler's debug information has all that. Compares with the
+description in FILE, or writes it.
 """
 
 import collections
@@ -60,7 +60,7 @@ class Entry:
         return self.attributes.get(name)
 
     def number(self, name):
-        """The number that a text like "16" or "2 byte block: 10 3" ends with."""
+        """The number in a text like "16" or "2 byte block: 10 3"."""
         text = self.attributes.get(name, "")
         operand = re.search(r"DW_OP_\w+: (\w+)", text)
         return int(operand[1] if operand else text.split()[0], 0)
