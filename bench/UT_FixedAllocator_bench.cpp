@@ -171,9 +171,9 @@ utReplace(benchmark::State &state)
         ->Arg(100000)
 
 UT_POOL_BENCHMARKS(ut_Malloc, "malloc");
-UT_POOL_BENCHMARKS(ut_TCMalloc);
+UT_POOL_BENCHMARKS(ut_TCMalloc, "tcmalloc");
 #ifdef VALDRIN_HAVE_BOOST
-UT_POOL_BENCHMARKS(ut_BoostPool);
+UT_POOL_BENCHMARKS(ut_BoostPool, "Boost pool");
 #endif
 UT_POOL_BENCHMARKS(ut_StandardPool, "std::pmr");
 UT_POOL_BENCHMARKS(ut_Fixed<false>, "ours");

@@ -106,7 +106,7 @@ BM_ToFloatByF16CVectors(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_ToFloatByF16CVectors);
+BENCHMARK(BM_ToFloatByF16CVectors)->Name("halves to floats/F16C by vectors");
 
 static void
 BM_ToHalf(benchmark::State &state, std::vector<float> (*makeFloats)())
@@ -119,8 +119,9 @@ BM_ToHalf(benchmark::State &state, std::vector<float> (*makeFloats)())
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK_CAPTURE(BM_ToHalf, usual, utFloats);
-BENCHMARK_CAPTURE(BM_ToHalf, mixed, utMixedFloats)->Name("floats to halves/ours");
+BENCHMARK_CAPTURE(BM_ToHalf, usual, utFloats)->Name("floats to halves/ours");
+BENCHMARK_CAPTURE(BM_ToHalf, mixed, utMixedFloats)
+    ->Name("floats to halves/ours of mixed values");
 
 static void
 BM_ToHalfByTable(benchmark::State &state)
@@ -166,4 +167,4 @@ BM_ToHalfByF16CVectors(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_ToHalfByF16CVectors);
+BENCHMARK(BM_ToHalfByF16CVectors)->Name("floats to halves/F16C by vectors");
