@@ -45,8 +45,8 @@ class Test(unittest.TestCase):
                               run("sort/ours", 1, run_type="aggregate")), [])
 
     def test_waiting_counts_where_the_row_says_so(self):
-        [row] = rows(run("ask/ours/3/real_time", 2))
-        self.assertEqual(row["arguments"], "3")
+        [row] = rows(run("ask/ours/3/real_time/threads:2", 2))
+        self.assertEqual(row["arguments"], "3/threads:2")
         self.assertEqual(row["ours_ns"], 2e6)
 
     def test_a_row_may_measure_both(self):
