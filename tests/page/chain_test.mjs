@@ -157,6 +157,16 @@ function disconnect(origin) {
     });
 }
 
+// Waits until the row is gone, which moves those after it.
+function takeBack(origin) {
+    const remove = button(origin, "remove");
+    return onSettings(async () => {
+        await browser.click(remove);
+        await waitFor(`${origin} to leave the list`, () => browser.look(
+            "return !document.querySelector(args[0]);", remove));
+    });
+}
+
 function waitForHosts(count) {
     return waitFor(`${count} hosts`, async () => {
         const pids = await hostPids(session.home);
@@ -487,16 +497,14 @@ test("taking a site back ends its calls, and its class", async () => {
         await valdrin.SetSocketPortNum(args[0]);
         window.pending = valdrin.Run("silence").catch((error) => error.code);`,
     application.port);
-    await onSettings(() => browser.click(button(site.origin, "remove")));
+    await takeBack(site.origin);
     assert.deepEqual(
         await browser.run("return window.pending;"), { value: "origin" });
     const { error } = await tryCall("");
     assert.equal(error.code, "origin");
-    await onSettings(async () => {
-        await browser.click(button(other.origin, "remove"));
-        await waitFor("the list to be empty", () => browser.look(
-            "return !document.querySelector('#no-sites').hidden;"));
-    });
+    await takeBack(other.origin);
+    assert.ok(await onSettings(() => browser.look(
+        "return !document.querySelector('#no-sites').hidden;")));
     await open();
     assert.equal(await typeOfClass(), "undefined");
 });
