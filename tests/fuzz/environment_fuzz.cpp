@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <list>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -84,12 +85,14 @@ utSet(ut_Texts &entries, const std::string &name, const std::string &value)
     std::sort(entries.begin(), entries.end());
 }
 
-// What other code left in the array, which is sorted once it has changed.
+// What other code left in the array, which is sorted once it has changed. The C
+// library may use one block for two entries; it counts once.
 static void
 utAdopt(ut_Texts &entries)
 {
+    const ut_Slots slots = utSlots();
     entries.clear();
-    for (const char *entry : utSlots())
+    for (char *entry : std::set<char *>(slots.begin(), slots.end()))
     {
         if (strchr(entry, '='))
             entries.push_back(entry);
@@ -97,7 +100,7 @@ utAdopt(ut_Texts &entries)
     std::sort(entries.begin(), entries.end());
 }
 
-// The array is one of the texts in the list, with a comma after each.
+// The array becomes one of the texts in the list, with commas between them.
 static void
 utReplaceArray(
     const std::string &list, std::list<ut_Texts> &texts, ut_Slots &out)
