@@ -11,7 +11,7 @@
 #include <atomic>
 #include <cstdint>
 
-static const std::string theTraceback = "Traceback (most recent call last):";
+static const std::string theTraceback = "Traceback (most recent call last):\n";
 static const std::string theError = "ERROR: ";
 
 static std::atomic<const std::string *> theReply; // to the next request
