@@ -116,6 +116,17 @@ utReplaceArray(
     environ = out.data();
 }
 
+// The search finds the last entry whatever its name is.
+static void
+utRemoveAll()
+{
+    for (ut_Slots slots = utSlots(); !slots.empty(); slots = utSlots())
+    {
+        const std::string entry = slots.back();
+        ValdrinUnsetenv(entry.substr(0, entry.find('=')).c_str());
+    }
+}
+
 static void
 utCheck(const ut_Texts &entries, const std::string &name)
 {
@@ -135,8 +146,7 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
 {
     if (size > 1000)
         return 0;
-    // The array that was there may be the C library's, and is left alone.
-    environ = nullptr;
+    utRemoveAll();
     ut_Texts entries;
     std::list<ut_Texts> texts; // the array may hold them until the end
     ut_Slots array;
@@ -183,7 +193,5 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
             utAdopt(entries);
         utCheck(entries, name);
     }
-    environ = nullptr;
-    ValdrinGetenvlist();
     return 0;
 }
