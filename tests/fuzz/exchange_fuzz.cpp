@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 static const std::string theTraceback = "Traceback (most recent call last):\n";
 static const std::string theError = "ERROR: ";
@@ -123,20 +124,29 @@ utCheckResult(
         utRequire(connection.message() == message);
 }
 
+// A reply without a NUL ends with the connection.
+static bool
+utReply(int fd, const std::string &)
+{
+    const std::string &reply = *theReply;
+    ::send(fd, reply.data(), reply.size(), MSG_NOSIGNAL);
+    return reply.find('\0') != reply.npos;
+}
+
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size == 0 || size > 4096)
         return 0;
-    // A reply without a NUL ends with the connection.
-    static ut_LoopbackServer theServer(
-        {[](int fd, const std::string &)
-         {
-             const std::string &reply = *theReply;
-             ::send(fd, reply.data(), reply.size(), MSG_NOSIGNAL);
-             return reply.find('\0') != reply.npos;
-         }});
-    static size_t theRequests = 0;
+    static constexpr size_t theMostRequests = 10000; // a server keeps them all
+    static std::unique_ptr<ut_LoopbackServer> theServer;
+    static size_t theRequests = theMostRequests;
+    if (theRequests == theMostRequests)
+    {
+        theServer = std::make_unique<ut_LoopbackServer>(
+            ut_LoopbackServer::Script{utReply});
+        theRequests = 0;
+    }
 
     const auto &kind = theKinds[data[0] % 4];
     const std::string input(data + 1, data + size);
@@ -145,12 +155,12 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string expected = reply.c_str();
     theReply = &reply;
 
-    UT_Connection connection(theServer.port());
+    UT_Connection connection(theServer->port());
     if (data[0] >= 128)
         connection.setMaxReply(data[0] / 4);
     UT_WorkBuffer got;
     const bool isDone = kind.send(connection, text.c_str(), got);
-    utRequire(utDecode(theServer.request(theRequests++), kind.tag) == text);
+    utRequire(utDecode(theServer->request(theRequests++), kind.tag) == text);
     utRequire(isDone == (connection.result() == UT_CONNECTION_OK));
     utCheckResult(connection, expected, kind.checksReply);
     const bool hasReply = isDone && kind.keepsReply;
