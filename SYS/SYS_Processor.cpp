@@ -2,7 +2,9 @@
 
 #include "UT/UT_CancelImpl.h"
 
+#include <algorithm>
 #include <atomic>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -217,7 +219,8 @@ parse_cpuinfo_for_nprocs(const char *path)
     {
         if (utStartsWith(line, "CPUs probed"))
         {
-            count = int(strtol(strchr(line, 'd') + 1, nullptr, 10));
+            const long number = strtol(strchr(line, 'd') + 1, nullptr, 10);
+            count = int(std::clamp<long>(number, INT_MIN, INT_MAX));
             break;
         }
         if (utStartsWith(line, "processor"))

@@ -126,8 +126,8 @@ public:
     /// also when it fails.
     ///
     /// Only its text shows that a request failed: a value whose text begins
-    /// with "Traceback (most recent call last):" or "ERROR: " is taken for a
-    /// failure. With `check` false any reply is a success.
+    /// with the line "Traceback (most recent call last):" or with "ERROR: " is
+    /// taken for a failure. With `check` false any reply is a success.
     bool
     evaluate(const char *expression, UT_WorkBuffer &reply, bool check = true)
     {

@@ -178,8 +178,10 @@ ut_ShellParser::store(UT_String &string, UT_WorkArgs &args)
     myWords.append(myNames);
     const int pipe = myWords.length();
     if (myPipe)
+    {
         myWords.append(myPipe);
-    const int pipeOffset = int(myPipe - myText);
+        myLine.pipeOffset = int(myPipe - myText);
+    }
 
     string.harden("", myWords.length());
     char *const text = string.buffer();
@@ -196,10 +198,8 @@ ut_ShellParser::store(UT_String &string, UT_WorkArgs &args)
         myLine.output = text + names + myOutput;
     if (myErrors != theNoName)
         myLine.errors = text + names + myErrors;
-    if (!myPipe)
-        return;
-    myLine.pipe = text + pipe;
-    myLine.pipeOffset = pipeOffset;
+    if (myLine.pipeOffset >= 0)
+        myLine.pipe = text + pipe;
 }
 
 bool

@@ -101,9 +101,9 @@ class Connection:
         """Evaluates a Python expression and returns str() of its value.
 
         Raises RemoteError when it fails. A reply says by its text alone
-        whether the request failed: a value whose text begins with "Traceback
-        (most recent call last):" or "ERROR: " is taken for a failure. With
-        `check` false the reply is returned whatever it says.
+        whether the request failed: a value whose text begins with the line
+        "Traceback (most recent call last):" or with "ERROR: " is taken for a
+        failure. With `check` false the reply is returned whatever it says.
         """
         reply = self._request(_wire.EXPRESSION, expression)
         if check:
