@@ -88,7 +88,7 @@ private:
     writePadded(const char *bytes, size_t count, const ut_Directive &directive);
     UT_PRINTF(2, 0) int writeRest(const char *format);
 
-    size_t room() const { return size_t(myEnd - myAt); }
+    [[nodiscard]] size_t room() const { return size_t(myEnd - myAt); }
     void put(const char *bytes, size_t count);
     void fill(char byte, size_t count);
 
@@ -163,7 +163,7 @@ ut_CommonFormat::writeSigned(const ut_Directive &directive)
 {
     char digits[24];
     char *const limit = digits + sizeof(digits);
-    char *end = digits;
+    char *end = nullptr;
     switch (directive.length)
     {
     case UT_INT:
@@ -185,7 +185,7 @@ ut_CommonFormat::writeUnsigned(char letter, const ut_Directive &directive)
     const int base = letter == 'u' ? 10 : 16;
     char digits[24];
     char *const limit = digits + sizeof(digits);
-    char *end = digits;
+    char *end = nullptr;
     switch (directive.length)
     {
     case UT_INT:

@@ -291,8 +291,14 @@ utNotes(
         {
             const std::string oddity = utOddity(*setting, value);
             if (!oddity.empty())
-                notes.push_back(
-                    name + ": " + utQuoted(value.c_str()) + " is " + oddity);
+            {
+                std::string note = name;
+                note += ": ";
+                note += utQuoted(value.c_str());
+                note += " is ";
+                note += oddity;
+                notes.push_back(note);
+            }
             continue;
         }
         if (!utIsStray(name, all))
