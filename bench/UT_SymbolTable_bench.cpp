@@ -1,12 +1,9 @@
-// A table of short names takes less time than the standard hash table for
-// everything: 0.8 of it to insert and half of it to find at most. Beside
-// Abseil's
-// flat table, insertion and deletion together take 1.3 at most. A name
-// that is
-// there takes 1.0 in small tables and 1.7 from 10000 names on, for
-// which memory is the limit: Abseil has the name in the table. A name that is
-// not there takes up
-// to 4.5 then, and the deletions alone up to 2.
+// A table of short names finds in half of the time of the standard hash table,
+// and empties in no more. It grows by a fifth at a time and keeps its lists
+// sorted, so filling it takes up to 1.8 of that time, and less from a million
+// names on. Abseil's flat table, which has the names in the table itself, is
+// filled in a third of the time, finds as fast up to 1000 names and 1.7 times as
+// fast from 10000 on, and up to 4.6 times what is not there.
 
 #include "UT/UT_SymbolTable.h"
 
