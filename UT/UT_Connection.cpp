@@ -47,7 +47,7 @@ public:
 
     // As poll() takes it: -1 for no limit. Rounded up, so that the time is not
     // up before its end.
-    int remainingMs() const
+    [[nodiscard]] int remainingMs() const
     {
         if (!myHasEnd)
             return -1;
@@ -80,7 +80,7 @@ public:
     ut_ClientDescriptor(const ut_ClientDescriptor &) = delete;
     ut_ClientDescriptor &operator=(const ut_ClientDescriptor &) = delete;
 
-    int get() const { return myFd; }
+    [[nodiscard]] int get() const { return myFd; }
 
 private:
     const int myFd;
@@ -192,8 +192,8 @@ public:
         return myResult;
     }
 
-    bool endedByClose() const { return myEndedByClose; }
-    int error() const { return myError; }
+    [[nodiscard]] bool endedByClose() const { return myEndedByClose; }
+    [[nodiscard]] int error() const { return myError; }
 
 private:
     void send()
