@@ -17,6 +17,17 @@ static const char *const theOtherNames[] = {
 
 // ---- Values
 
+std::string
+utNumber(const UT_ControlInfo &setting, double number)
+{
+    char text[32]; // the numbers are of 32 bits
+    if (setting.kind == UT_CONTROL_FLOAT)
+        snprintf(text, sizeof(text), "%g", number);
+    else
+        snprintf(text, sizeof(text), "%d", int(number));
+    return text;
+}
+
 // The number at the start of a text, as the settings read it; `end` is set to
 // what follows it.
 static double
@@ -25,7 +36,7 @@ utNumberAt(const UT_ControlInfo &setting, const char *given, const char *&end)
     char *next = nullptr;
     const double number = setting.kind == UT_CONTROL_FLOAT
                               ? strtod(given, &next)
-                              : double(strtol(given, &next, 10));
+                              : double(strtoll(given, &next, 10));
     end = next;
     return number;
 }
@@ -44,9 +55,8 @@ utNumberOddity(const UT_ControlInfo &setting, const char *given)
         oddity = "out of range";
     else
         return "";
-    char value[32];
-    snprintf(value, sizeof(value), "%g", setting.value);
-    return std::string(oddity) + ", and counts as " + value;
+    return std::string(oddity) + ", and counts as " +
+           utNumber(setting, setting.value);
 }
 
 static std::string

@@ -1,4 +1,5 @@
-// Variables that may not do what their user wants.
+// Values of settings as text, and variables that may not do what their user
+// wants.
 
 #pragma once
 
@@ -6,6 +7,9 @@
 
 #include <string>
 #include <vector>
+
+/// A value, default or bound of a setting that is not a text.
+std::string utNumber(const UT_ControlInfo &setting, double number);
 
 /// What is odd about the text `given` for a setting: "neither 0 nor 1, and
 /// turns it on". "" when nothing is.

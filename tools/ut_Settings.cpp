@@ -20,17 +20,6 @@ using ut_Environment = std::map<std::string, std::string>;
 
 // ---- Their values
 
-static std::string
-utNumber(const UT_ControlInfo &setting, double number)
-{
-    char text[32]; // the numbers are of 32 bits
-    if (setting.kind == UT_CONTROL_FLOAT)
-        snprintf(text, sizeof(text), "%g", number);
-    else
-        snprintf(text, sizeof(text), "%d", int(number));
-    return text;
-}
-
 // On one line: a newline and a tab are spelled out too.
 static std::string
 utQuoted(const char *text)

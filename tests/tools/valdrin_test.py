@@ -289,6 +289,7 @@ class Test(unittest.TestCase):
             "VALDRIN_MAX_THREADS": ("1", not_one + "; did you mean VALDRIN_MAXTHREADS?"),
             "VALDRIN_PATH": ("/a", None),
             "VALDRIN_PORT": ("10000", None),
+            "VALDRIN_RENDER_RANDOM_SEED": ("3000000000", '"3000000000" is out of range, and counts as 2147483647'),
             "VALDRIN_UI_FONT": ("", None),
             "VALDRIN_VIEW_AXES": ("off", '"off" is neither 0 nor 1, and turns it off'),
             "VALDRIN_VIEW_GAMMA": ("99", '"99" is out of range, and counts as 10'),
