@@ -322,7 +322,7 @@ UT_Connection::send(
     const size_t lengthBytes = length < 0 ? strlen(text) : size_t(length);
     if (lengthBytes > theLongestRequestText)
         return fail(UT_CONNECTION_TOO_LONG, "the text is too long to be sent");
-    if (memchr(text, '\0', lengthBytes))
+    if (strnlen(text, lengthBytes) < lengthBytes)
         return fail(
             UT_CONNECTION_HAS_NUL, "a request cannot contain a NUL byte");
 

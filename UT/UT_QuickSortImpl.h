@@ -224,7 +224,6 @@ utPartition(Items items, size_t pivot, size_t first, size_t last)
             // NOLINTBEGIN(clang-analyzer-core.UndefinedBinaryOperatorResult)
             size_t left = leftBase + leftOffsets[leftStart];
             size_t right = rightBase - rightOffsets[rightStart];
-            // NOLINTEND(clang-analyzer-core.UndefinedBinaryOperatorResult)
             items.hold(left);
             items.move(left, right);
             for (size_t i = 1; i < pairs; i++)
@@ -234,6 +233,7 @@ utPartition(Items items, size_t pivot, size_t first, size_t last)
                 right = rightBase - rightOffsets[rightStart + i];
                 items.move(left, right);
             }
+            // NOLINTEND(clang-analyzer-core.UndefinedBinaryOperatorResult)
             items.release(right);
         }
         leftCount -= pairs;
