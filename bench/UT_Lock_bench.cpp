@@ -42,59 +42,45 @@ public:
     ut_Recursive() : UT_Lock(/*initiallyLocked=*/0, /*recursive=*/true) {}
 };
 
-template <class Lock>
+// Taken `depth` times by its owner.
+template <class Lock, int depth>
 static void
-utLockAndUnlock(benchmark::State &state)
+utLock(benchmark::State &state)
 {
     static Lock theLock;
     static long theCounter;
     for (auto _ : state)
     {
-        theLock.lock();
-        benchmark::DoNotOptimize(++theCounter);
-        theLock.unlock();
-    }
-}
-
-// Taken three times by its owner.
-template <class Lock>
-static void
-utLockDeeply(benchmark::State &state)
-{
-    static Lock theLock;
-    static long theCounter;
-    for (auto _ : state)
-    {
-        for (int depth = 0; depth < 3; ++depth)
+        for (int taken = 0; taken < depth; ++taken)
             theLock.lock();
         benchmark::DoNotOptimize(++theCounter);
-        for (int depth = 0; depth < 3; ++depth)
+        for (int taken = 0; taken < depth; ++taken)
             theLock.unlock();
     }
 }
 
-BENCHMARK_TEMPLATE(utLockDeeply, ut_Recursive)
+BENCHMARK_TEMPLATE(utLock, ut_Recursive, 3)
     ->Name("lock three times/ours recursive")
     ->UseRealTime();
-BENCHMARK_TEMPLATE(utLockDeeply, std::recursive_mutex)
+BENCHMARK_TEMPLATE(utLock, std::recursive_mutex, 3)
     ->Name("lock three times/std::recursive_mutex")
     ->UseRealTime();
-BENCHMARK_TEMPLATE(utLockAndUnlock, UT_Lock)
+BENCHMARK_TEMPLATE(utLock, UT_Lock, 1)
     ->Name("lock and unlock/ours")
     ->ThreadRange(1, 2)
     ->UseRealTime();
-BENCHMARK_TEMPLATE(utLockAndUnlock, ut_LightWeight)
+BENCHMARK_TEMPLATE(utLock, ut_LightWeight, 1)
     ->Name("lock and unlock/ours by lockLW")
     ->ThreadRange(1, 2)
     ->UseRealTime();
-BENCHMARK_TEMPLATE(utLockAndUnlock, ut_Recursive)
+BENCHMARK_TEMPLATE(utLock, ut_Recursive, 1)
     ->Name("lock and unlock/ours recursive")
     ->UseRealTime();
-BENCHMARK_TEMPLATE(utLockAndUnlock, ut_PThreadMutex)
+BENCHMARK_TEMPLATE(utLock, ut_PThreadMutex, 1)
     ->Name("lock and unlock/pthread_mutex")
     ->ThreadRange(1, 2)
     ->UseRealTime();
-BENCHMARK_TEMPLATE(utLockAndUnlock, std::mutex)
+BENCHMARK_TEMPLATE(utLock, std::mutex, 1)
     ->Name("lock and unlock/std::mutex")
     ->ThreadRange(1, 2)
     ->UseRealTime();

@@ -109,138 +109,106 @@ utLongArguments(benchmark::internal::Benchmark *benchmark)
     benchmark->Args({10000000, 0});
 }
 
-// Unsigned keys.
-
-static std::vector<unsigned>
-utUnsignedInputs(const benchmark::State &state)
+template <class Key>
+static std::vector<Key>
+utKeys(const benchmark::State &state)
 {
-    const std::vector<int> keys = utInputs(state);
-    return std::vector<unsigned>(keys.begin(), keys.end());
+    std::vector<Key> keys;
+    for (int key : utInputs(state))
+        keys.push_back(Key(key));
+    return keys;
 }
 
+// Unsigned keys and floats.
+
+static void
+utSort(UT_QuickSort &sorter, unsigned *keys, size_t n)
+{
+    sorter.sort(keys, unsigned(n), /*makeIndex=*/0, /*isSigned=*/false);
+}
+
+static void
+utSort(UT_QuickSort &sorter, float *keys, size_t n)
+{
+    sorter.sort(keys, unsigned(n), /*makeIndex=*/0);
+}
+
+template <class Key>
 static void
 BM_KeysOurs(benchmark::State &state)
 {
     UT_QuickSort sorter;
     utMeasure(
-        state, utUnsignedInputs(state),
-        [&](unsigned *keys, size_t n) {
-            sorter.sort(keys, unsigned(n), /*makeIndex=*/0, /*isSigned=*/false);
-        });
+        state, utKeys<Key>(state),
+        [&](Key *keys, size_t n) { utSort(sorter, keys, n); });
 }
-BENCHMARK(BM_KeysOurs)->Name("sort keys/ours")->Apply(utLongArguments);
+BENCHMARK(BM_KeysOurs<unsigned>)
+    ->Name("sort keys/ours")
+    ->Apply(utLongArguments);
+BENCHMARK(BM_KeysOurs<float>)->Name("sort floats/ours")->Apply(utLongArguments);
 
+template <class Key>
 static void
 BM_KeysStd(benchmark::State &state)
 {
     utMeasure(
-        state, utUnsignedInputs(state),
-        [](unsigned *keys, size_t n) { std::sort(keys, keys + n); });
+        state, utKeys<Key>(state),
+        [](Key *keys, size_t n) { std::sort(keys, keys + n); });
 }
-BENCHMARK(BM_KeysStd)->Name("sort keys/std::sort")->Apply(utArguments);
+BENCHMARK(BM_KeysStd<unsigned>)
+    ->Name("sort keys/std::sort")
+    ->Apply(utArguments);
+BENCHMARK(BM_KeysStd<float>)->Name("sort floats/std::sort")->Apply(utArguments);
 
 #ifdef VALDRIN_HAVE_BOOST
+template <class Key>
 static void
 BM_KeysPdqsort(benchmark::State &state)
 {
     utMeasure(
-        state, utUnsignedInputs(state),
-        [](unsigned *keys, size_t n) { boost::sort::pdqsort(keys, keys + n); });
+        state, utKeys<Key>(state),
+        [](Key *keys, size_t n) { boost::sort::pdqsort(keys, keys + n); });
 }
-BENCHMARK(BM_KeysPdqsort)->Name("sort keys/pdqsort")->Apply(utLongArguments);
+BENCHMARK(BM_KeysPdqsort<unsigned>)
+    ->Name("sort keys/pdqsort")
+    ->Apply(utLongArguments);
+BENCHMARK(BM_KeysPdqsort<float>)
+    ->Name("sort floats/pdqsort")
+    ->Apply(utLongArguments);
 
+template <class Key>
 static void
 BM_KeysSpreadsort(benchmark::State &state)
 {
     utMeasure(
-        state, utUnsignedInputs(state),
-        [](unsigned *keys, size_t n)
-        { boost::sort::spreadsort::integer_sort(keys, keys + n); });
+        state, utKeys<Key>(state),
+        [](Key *keys, size_t n)
+        { boost::sort::spreadsort::spreadsort(keys, keys + n); });
 }
-BENCHMARK(BM_KeysSpreadsort)
+BENCHMARK(BM_KeysSpreadsort<unsigned>)
     ->Name("sort keys/spreadsort")
     ->Apply(utLongArguments);
-#endif
-
-#ifdef VALDRIN_HAVE_VQSORT
-static void
-BM_KeysVector(benchmark::State &state)
-{
-    hwy::Sorter sorter;
-    utMeasure(
-        state, utUnsignedInputs(state),
-        [&](unsigned *keys, size_t n)
-        { sorter(keys, n, hwy::SortAscending()); });
-}
-BENCHMARK(BM_KeysVector)->Name("sort keys/Highway")->Apply(utLongArguments);
-#endif
-
-// Float keys.
-
-static std::vector<float>
-utFloatInputs(const benchmark::State &state)
-{
-    std::vector<float> keys;
-    for (int key : utInputs(state))
-        keys.push_back(float(key));
-    return keys;
-}
-
-static void
-BM_FloatsOurs(benchmark::State &state)
-{
-    UT_QuickSort sorter;
-    utMeasure(
-        state, utFloatInputs(state),
-        [&](float *keys, size_t n)
-        { sorter.sort(keys, unsigned(n), /*makeIndex=*/0); });
-}
-BENCHMARK(BM_FloatsOurs)->Name("sort floats/ours")->Apply(utLongArguments);
-
-static void
-BM_FloatsStd(benchmark::State &state)
-{
-    utMeasure(
-        state, utFloatInputs(state),
-        [](float *keys, size_t n) { std::sort(keys, keys + n); });
-}
-BENCHMARK(BM_FloatsStd)->Name("sort floats/std::sort")->Apply(utArguments);
-
-#ifdef VALDRIN_HAVE_BOOST
-static void
-BM_FloatsPdqsort(benchmark::State &state)
-{
-    utMeasure(
-        state, utFloatInputs(state),
-        [](float *keys, size_t n) { boost::sort::pdqsort(keys, keys + n); });
-}
-BENCHMARK(BM_FloatsPdqsort)
-    ->Name("sort floats/pdqsort")
-    ->Apply(utLongArguments);
-
-static void
-BM_FloatsSpreadsort(benchmark::State &state)
-{
-    utMeasure(
-        state, utFloatInputs(state),
-        [](float *keys, size_t n)
-        { boost::sort::spreadsort::float_sort(keys, keys + n); });
-}
-BENCHMARK(BM_FloatsSpreadsort)
+BENCHMARK(BM_KeysSpreadsort<float>)
     ->Name("sort floats/spreadsort")
     ->Apply(utLongArguments);
 #endif
 
 #ifdef VALDRIN_HAVE_VQSORT
+template <class Key>
 static void
-BM_FloatsVector(benchmark::State &state)
+BM_KeysVector(benchmark::State &state)
 {
     hwy::Sorter sorter;
     utMeasure(
-        state, utFloatInputs(state),
-        [&](float *keys, size_t n) { sorter(keys, n, hwy::SortAscending()); });
+        state, utKeys<Key>(state),
+        [&](Key *keys, size_t n) { sorter(keys, n, hwy::SortAscending()); });
 }
-BENCHMARK(BM_FloatsVector)->Name("sort floats/Highway")->Apply(utLongArguments);
+BENCHMARK(BM_KeysVector<unsigned>)
+    ->Name("sort keys/Highway")
+    ->Apply(utLongArguments);
+BENCHMARK(BM_KeysVector<float>)
+    ->Name("sort floats/Highway")
+    ->Apply(utLongArguments);
 #endif
 
 // Keys with an index. std::sort leaves the keys where they are; Boost's sorts
@@ -251,7 +219,7 @@ BM_IndexedOurs(benchmark::State &state)
 {
     UT_QuickSort sorter;
     utMeasure(
-        state, utUnsignedInputs(state),
+        state, utKeys<unsigned>(state),
         [&](unsigned *keys, size_t n) {
             sorter.sort(keys, unsigned(n), /*makeIndex=*/1, /*isSigned=*/false);
         });
@@ -265,7 +233,7 @@ BM_IndexedStd(benchmark::State &state)
 {
     std::vector<int> index(size_t(state.range(0)));
     utMeasure(
-        state, utUnsignedInputs(state),
+        state, utKeys<unsigned>(state),
         [&](unsigned *keys, size_t)
         {
             std::iota(index.begin(), index.end(), 0);
@@ -295,7 +263,7 @@ utMeasurePairs(benchmark::State &state, const Sort &sort)
     std::vector<ut_Pair> pairs(size_t(state.range(0)));
     std::vector<int> index(pairs.size());
     utMeasure(
-        state, utUnsignedInputs(state),
+        state, utKeys<unsigned>(state),
         [&](unsigned *keys, size_t n)
         {
             for (size_t i = 0; i < n; i++)

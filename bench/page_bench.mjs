@@ -14,12 +14,12 @@ import os from "node:os";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
 
-import { scriptedApplication } from "../tests/page/support/application.mjs";
-import { wrapScript } from "../tests/page/support/host.mjs";
+import { scriptedApplication } from "../browsers/application.mjs";
+import { wrapScript } from "../browsers/host.mjs";
 import {
     EXTENSION, findBrowser, Session,
-} from "../tests/page/support/session.mjs";
-import { serve } from "../tests/page/support/web.mjs";
+} from "../browsers/session.mjs";
+import { serve } from "../browsers/web.mjs";
 
 const BIN = path.resolve(process.argv[2]);
 const BRIDGE = path.join(BIN, "valdrin-bridge");

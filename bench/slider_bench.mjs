@@ -13,10 +13,10 @@
 import { spawn } from "node:child_process";
 import path from "node:path";
 
-import { blender } from "../tests/page/support/application.mjs";
-import { findBrowser, ROOT, Session } from "../tests/page/support/session.mjs";
-import { waitFor } from "../tests/page/support/wait.mjs";
-import { serveFolder } from "../tests/page/support/web.mjs";
+import { blender } from "../browsers/application.mjs";
+import { findBrowser, ROOT, Session } from "../browsers/session.mjs";
+import { waitFor } from "../browsers/wait.mjs";
+import { serveFolder } from "../browsers/web.mjs";
 
 const BIN = path.resolve(process.argv[2]);
 const BRIDGE = path.join(BIN, "valdrin-bridge");

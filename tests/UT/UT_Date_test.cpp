@@ -19,10 +19,13 @@ static const struct
     const char *format;
     const char *countAndText;
 } theFormats[] = {
-    {"%Y-%m-%d %T: ", "7 2006-03-14 17:05:09: "   }, // T holds three
-    {"%c",            "9 Tue Mar 14 17:05:09 2006"},
-    {"%C %j %I %p",   "4 20 73 05 PM"             }, // j has two digits
-    {"%q%U%%\xe9%",   "1 %q%U%\xe9%"              },
+    {"%Y-%m-%d %T: ",                  "7 2006-03-14 17:05:09: "                    }, // T holds three
+    {"%c",                             "9 Tue Mar 14 17:05:09 2006"                 },
+    {"%C %j %I %p",                    "4 20 73 05 PM"                              }, // j has two digits
+    {"%q%U%%\xe9%",                    "1 %q%U%\xe9%"                               },
+    {"%D%r%R%x%X",                     "20 03/14/0605:05:09 PM17:0503/14/0617:05:09"},
+    {"%a%A%b%B%d%e%h%H%M%n%S%t%u%w%y",
+     "15 TueTuesdayMarMarch1414Mar1705\n09\t2206"                                   },
 };
 
 TEST(UT_Date, FormatsCountTheirConversions)

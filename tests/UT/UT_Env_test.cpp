@@ -1,17 +1,15 @@
+// What the fuzz entry, which compares the table with a plain list, does not
+// show.
+
 #include "UT/UT_Env.h"
 
 #include "ut_TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <map>
-#include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <sys/stat.h>
@@ -26,172 +24,6 @@ utTexts(char **entries)
     for (; entries && *entries; ++entries)
         texts.push_back(*entries);
     return texts;
-}
-
-// The environment under a random script of the toolkit's calls, the C
-// library's and writes to the array, beside a map from names to values.
-class ut_Script
-{
-public:
-    explicit ut_Script(unsigned seed) : myRandom(seed) { clearenv(); }
-    ~ut_Script()
-    {
-        clearenv();
-        freeBuffers();
-    }
-
-    void step()
-    {
-        const std::string name = pickName();
-        const std::string value(pick(9) * pick(9), char('a' + pick(26)));
-        switch (pick(6))
-        {
-        case 0:
-            ValdrinSetenv(name.c_str(), value.c_str());
-            myValues[name] = value;
-            break;
-        case 1:
-            ValdrinPutenv((name + "=" + value).c_str());
-            myValues[name] = value;
-            break;
-        case 2:
-            ValdrinUnsetenv(name.c_str());
-            myValues.erase(name);
-            break;
-        case 3: // the value of a variable, perhaps its own
-            if (const char *other = ValdrinGetenv(pickName().c_str()))
-            {
-                myValues[name] = other;
-                ValdrinSetenv(name.c_str(), other);
-            }
-            break;
-        default:
-            meddle(name, value);
-            freeBuffers();
-            readValues();
-        }
-    }
-
-    void check()
-    {
-        for (const std::string &name : names())
-        {
-            const auto found = myValues.find(name);
-            const char *value =
-                found == myValues.end() ? nullptr : found->second.c_str();
-            EXPECT_STREQ(value, ValdrinGetenv(name.c_str())) << name;
-            EXPECT_STREQ(value, getenv(name.c_str())) << name;
-        }
-        ut_Strings texts;
-        for (const auto &variable : myValues)
-            texts.push_back(variable.first + "=" + variable.second);
-        std::sort(texts.begin(), texts.end());
-        EXPECT_EQ(texts, utTexts(ValdrinGetenvlist()));
-        EXPECT_EQ(ValdrinGetenvlist(), environ);
-    }
-
-    size_t pick(size_t count) { return myRandom() % count; }
-
-private:
-    // Neighbours in the order, or such as look it.
-    static const ut_Strings &names()
-    {
-        static const ut_Strings theNames = {
-            "A", "A-",      "A1",       "AB",        "A_",         "B",
-            "a", "VALDRIN", "VALDRIN_", "VALDRIN_A", "VALDRIN_AB", "VALDRIN_B"};
-        return theNames;
-    }
-    const std::string &pickName() { return names()[pick(names().size())]; }
-
-    // What others do.
-    void meddle(const std::string &name, const std::string &value)
-    {
-        const size_t size = utTexts(environ).size();
-        switch (pick(8))
-        {
-        case 0:
-        case 1:
-            setenv(name.c_str(), value.c_str(), /*overwrite=*/1);
-            break;
-        case 2:
-        case 3:
-            unsetenv(name.c_str());
-            break;
-        case 4: // the buffer becomes the entry
-            myBuffers.push_back(strdup((name + "=" + value).c_str()));
-            putenv(myBuffers.back());
-            break;
-        case 5:
-            if (size > 0)
-                exchangeEntries(size);
-            break;
-        case 6: // overwrites a value in its place
-            if (char *old = getenv(name.c_str()))
-                std::fill(old, old + strlen(old), '=');
-            break;
-        default: // cuts the array short, seldom
-            if (pick(8) == 0)
-                clearenv();
-            else if (size > 0 && pick(4) == 0)
-                environ[pick(size)] = nullptr;
-        }
-    }
-
-    // Replaces an entry of the table, puts it back, and swaps two others.
-    void exchangeEntries(size_t size)
-    {
-        static char theOther[] = "B0=x";
-        char **const table = ValdrinGetenvlist();
-        char *const entry = std::exchange(table[pick(size)], theOther);
-        ValdrinGetenvlist();
-        *std::find(table, table + size, theOther) = entry;
-        std::swap(table[pick(size)], table[pick(size)]);
-    }
-
-    // The values are what the array says.
-    void readValues()
-    {
-        myValues.clear();
-        for (const std::string &entry : utTexts(environ))
-        {
-            const size_t equals = entry.find('=');
-            myValues.emplace(entry.substr(0, equals), entry.substr(equals + 1));
-        }
-    }
-
-    // A buffer may be freed as soon as it is no longer in the array.
-    void freeBuffers()
-    {
-        char **const end = environ + utTexts(environ).size();
-        const auto unused = std::partition(
-            myBuffers.begin(), myBuffers.end(),
-            [&](char *buffer)
-            { return std::find(environ, end, buffer) != end; });
-        std::for_each(unused, myBuffers.end(), free);
-        myBuffers.erase(unused, myBuffers.end());
-    }
-
-    std::mt19937 myRandom;
-    std::map<std::string, std::string> myValues;
-    std::vector<char *> myBuffers; // given to putenv()
-};
-
-TEST(UT_Env, TheTableIsTheEnvironmentWhateverOthersDo)
-{
-    for (unsigned seed = 0; seed < 40; ++seed)
-    {
-        ut_Script script(seed);
-        for (int step = 0; step < 500; ++step)
-        {
-            SCOPED_TRACE(
-                testing::Message() << "seed " << seed << ", step " << step);
-            script.step();
-            if (script.pick(3) == 0)
-                script.check();
-            if (testing::Test::HasFailure())
-                return;
-        }
-    }
 }
 
 TEST(UT_Env, ForeignArraysAreSortedAndLoseWhatHasNoValue)

@@ -14,6 +14,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -127,6 +128,39 @@ utRemoveAll()
     }
 }
 
+// Makes a buffer of the caller's an entry. It may be freed as soon as it is no
+// longer in the array.
+static void
+utPutBuffer(const std::string &entry)
+{
+    static std::list<std::vector<char>> theBuffers;
+    const ut_Slots slots = utSlots();
+    theBuffers.remove_if(
+        [&](const std::vector<char> &buffer)
+        {
+            return std::find(slots.begin(), slots.end(), buffer.data()) ==
+                   slots.end();
+        });
+    theBuffers.emplace_back(entry.c_str(), entry.c_str() + entry.size() + 1);
+    putenv(theBuffers.back().data());
+}
+
+// Replaces an entry of the table, puts it back, and swaps the first and the
+// last.
+static void
+utExchangeEntries()
+{
+    static char theOther[] = "B0=x";
+    char **const table = ValdrinGetenvlist();
+    if (!*table)
+        return;
+    const size_t size = utSlots().size();
+    char *const entry = std::exchange(table[size / 2], theOther);
+    char **const changed = ValdrinGetenvlist();
+    *std::find(changed, changed + size, theOther) = entry;
+    std::swap(changed[0], changed[size - 1]);
+}
+
 static void
 utCheck(const ut_Texts &entries, const std::string &name)
 {
@@ -153,7 +187,8 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
     std::istringstream in(std::string(data, data + size));
     for (std::string line; std::getline(in, line);)
     {
-        const unsigned change = uint8(line[0]) % 8;
+        const unsigned choice = uint8(line[0]) % 16;
+        const unsigned change = choice < 11 ? choice : choice - 8;
         const std::string rest = std::string(line, !line.empty()).c_str();
         const size_t equals = change % 2 ? rest.find('=') : rest.rfind('=');
         const std::string name = rest.substr(0, equals);
@@ -186,10 +221,24 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
         case 6:
             unsetenv(name.c_str());
             break;
-        default:
+        case 7:
             utReplaceArray(rest, texts, array);
+            break;
+        case 8:
+            if (equals != rest.npos)
+                utPutBuffer(rest);
+            break;
+        case 9: // the value of a variable, perhaps its own
+            if (const char *const other = ValdrinGetenv(value.c_str()))
+            {
+                utSet(entries, name, other);
+                ValdrinSetenv(name.c_str(), other);
+            }
+            break;
+        default:
+            utExchangeEntries();
         }
-        if (change > 4 && utSlots() != before)
+        if (change > 4 && change != 9 && utSlots() != before)
             utAdopt(entries);
         utCheck(entries, name);
     }

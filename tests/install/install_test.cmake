@@ -135,7 +135,7 @@ run(${work}/uses_toolkit)
 # The programs for users are built in each of the two ways. Their page has what
 # they print.
 function(expect_programs folder)
-    run(${PYTHON} ${SOURCES}/tests/examples/check_sessions.py
+    run(${PYTHON} -B ${SOURCES}/tests/examples/check_sessions.py
         ${SOURCES}/docs/programs.md ${folder} ${prefix}/bin)
 endfunction()
 run(${CMAKE_COMMAND} -S ${SOURCES}/examples -B ${work}/examples -D

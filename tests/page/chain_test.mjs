@@ -12,11 +12,11 @@ import { fileURLToPath } from "node:url";
 
 import {
     closedPort, scriptedApplication, standin,
-} from "./support/application.mjs";
-import { hostPids, wrapScript } from "./support/host.mjs";
-import { findBrowser, ROOT, Session } from "./support/session.mjs";
-import { waitFor } from "./support/wait.mjs";
-import { serve } from "./support/web.mjs";
+} from "../../browsers/application.mjs";
+import { hostPids, wrapScript } from "../../browsers/host.mjs";
+import { findBrowser, ROOT, Session } from "../../browsers/session.mjs";
+import { waitFor } from "../../browsers/wait.mjs";
+import { serve } from "../../browsers/web.mjs";
 
 const BIN = process.env.VALDRIN_BIN;
 const BRIDGE = path.join(BIN, "valdrin-bridge");

@@ -14,47 +14,49 @@ const SENDER = {
 };
 const SITES = new Map([[SITE, [32153, 40000]]]);
 
+// Each row's `given` gives what is `expected`.
+function checkRows(rows, decide) {
+    for (const { given, expected } of rows)
+        assert.deepEqual(decide(given), expected, JSON.stringify(given));
+}
+
 test("a site is an exact https origin, or one of this machine", () => {
-    const rows = [
-        { typed: " https://a.example ", site: "https://a.example" },
-        { typed: "https://a.example:8443/x?y",
-            site: "https://a.example:8443" },
-        { typed: "https://a.example:443", site: "https://a.example" },
-        { typed: "HTTPS://A.Example/", site: "https://a.example" },
-        { typed: "a.example", site: "https://a.example" },
-        { typed: "a.example:8443", site: "https://a.example:8443" },
-        { typed: "https://ü.example", site: "https://xn--tda.example" },
-        { typed: "http://localhost:8000", site: "http://localhost:8000" },
-        { typed: "localhost:8000", site: "http://localhost:8000" },
-        { typed: "127.0.0.1", site: "http://127.0.0.1" },
-        { typed: "https://localhost", site: "https://localhost" },
-        { typed: "http://a.example", site: null },
-        { typed: "http://localhost.a.example", site: null },
-        { typed: "http://127.0.0.2", site: null },
-        { typed: "https://*.example", site: null },
-        { typed: "https://[::1]:8000", site: null },
-        { typed: "*", site: null },
-        { typed: "<all_urls>", site: null },
-        { typed: "file:///etc/passwd", site: null },
-        { typed: "about:blank", site: null },
-        { typed: "data:text/html,x", site: null },
-        { typed: "null", site: "https://null" },
-        { typed: "", site: null },
-    ];
-    for (const { typed, site } of rows)
-        assert.equal(siteOf(typed), site, typed);
+    checkRows([
+        { given: " https://a.example ", expected: "https://a.example" },
+        { given: "https://a.example:8443/x?y",
+            expected: "https://a.example:8443" },
+        { given: "https://a.example:443", expected: "https://a.example" },
+        { given: "HTTPS://A.Example/", expected: "https://a.example" },
+        { given: "a.example", expected: "https://a.example" },
+        { given: "a.example:8443", expected: "https://a.example:8443" },
+        { given: "https://ü.example", expected: "https://xn--tda.example" },
+        { given: "http://localhost:8000", expected: "http://localhost:8000" },
+        { given: "localhost:8000", expected: "http://localhost:8000" },
+        { given: "127.0.0.1", expected: "http://127.0.0.1" },
+        { given: "https://localhost", expected: "https://localhost" },
+        { given: "http://a.example", expected: null },
+        { given: "http://localhost.a.example", expected: null },
+        { given: "http://127.0.0.2", expected: null },
+        { given: "https://*.example", expected: null },
+        { given: "https://[::1]:8000", expected: null },
+        { given: "*", expected: null },
+        { given: "<all_urls>", expected: null },
+        { given: "file:///etc/passwd", expected: null },
+        { given: "about:blank", expected: null },
+        { given: "data:text/html,x", expected: null },
+        { given: "null", expected: "https://null" },
+        { given: "", expected: null },
+    ], siteOf);
 });
 
 test("a page's address has an origin only where it can be allowed", () => {
-    const rows = [
-        { address: `${SITE}/x`, origin: SITE },
-        { address: `blob:${SITE}/0e5`, origin: null },
-        { address: "about:blank", origin: null },
-        { address: "data:text/html,://", origin: null },
-        { address: "moz-extension://0e5/popup.html", origin: null },
-    ];
-    for (const { address, origin } of rows)
-        assert.equal(originOf(address), origin, address);
+    checkRows([
+        { given: `${SITE}/x`, expected: SITE },
+        { given: `blob:${SITE}/0e5`, expected: null },
+        { given: "about:blank", expected: null },
+        { given: "data:text/html,://", expected: null },
+        { given: "moz-extension://0e5/popup.html", expected: null },
+    ], originOf);
 });
 
 test("the browser is asked for one host and no other", () => {
@@ -63,21 +65,19 @@ test("the browser is asked for one host and no other", () => {
 });
 
 test("ports are a list of numbers from 1 to 65535", () => {
-    const rows = [
-        { typed: "32153", ports: [32153] },
-        { typed: " 40000, 32153;32153\t1", ports: [1, 32153, 40000] },
-        { typed: "65535", ports: [65535] },
-        { typed: "", ports: null },
-        { typed: " , ", ports: null },
-        { typed: "0", ports: null },
-        { typed: "65536", ports: null },
-        { typed: "32153 x", ports: null },
-        { typed: "1e4", ports: null },
-        { typed: "-1", ports: null },
-        { typed: "0x7d99", ports: null },
-    ];
-    for (const { typed, ports } of rows)
-        assert.deepEqual(portsOf(typed), ports, JSON.stringify(typed));
+    checkRows([
+        { given: "32153", expected: [32153] },
+        { given: " 40000, 32153;32153\t1", expected: [1, 32153, 40000] },
+        { given: "65535", expected: [65535] },
+        { given: "", expected: null },
+        { given: " , ", expected: null },
+        { given: "0", expected: null },
+        { given: "65536", expected: null },
+        { given: "32153 x", expected: null },
+        { given: "1e4", expected: null },
+        { given: "-1", expected: null },
+        { given: "0x7d99", expected: null },
+    ], portsOf);
 });
 
 test("a host uses another port where its default is not listed", () => {
@@ -86,21 +86,19 @@ test("a host uses another port where its default is not listed", () => {
 });
 
 test("what was stored by somebody else allows nobody", () => {
-    const rows = [
-        { stored: undefined, allowed: [] },
-        { stored: { origin: SITE, ports: [1] }, allowed: [] },
-        { stored: [null, 7, "x", [SITE]], allowed: [] },
-        { stored: [{ origin: `${SITE}/x`, ports: [1] }], allowed: [] },
-        { stored: [{ origin: "http://a.example", ports: [1] }], allowed: [] },
-        { stored: [{ origin: SITE }], allowed: [] },
-        { stored: [{ origin: SITE, ports: [0] }], allowed: [] },
+    checkRows([
+        { given: undefined, expected: [] },
+        { given: { origin: SITE, ports: [1] }, expected: [] },
+        { given: [null, 7, "x", [SITE]], expected: [] },
+        { given: [{ origin: `${SITE}/x`, ports: [1] }], expected: [] },
+        { given: [{ origin: "http://a.example", ports: [1] }], expected: [] },
+        { given: [{ origin: SITE }], expected: [] },
+        { given: [{ origin: SITE, ports: [0] }], expected: [] },
         {
-            stored: [{ origin: SITE, ports: [0, "1", 1.5, 40000] }],
-            allowed: [[SITE, [40000]]],
+            given: [{ origin: SITE, ports: [0, "1", 1.5, 40000] }],
+            expected: [[SITE, [40000]]],
         },
-    ];
-    for (const { stored, allowed } of rows)
-        assert.deepEqual([...sitesOf(stored)], allowed, JSON.stringify(stored));
+    ], (stored) => [...sitesOf(stored)]);
 });
 
 test("only the document of a tab calls, by the browser's word for it", () => {

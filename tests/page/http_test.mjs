@@ -11,10 +11,10 @@ import path from "node:path";
 import { after, before, test } from "node:test";
 import { promisify } from "node:util";
 
-import { standin } from "./support/application.mjs";
-import { findBrowser, Session } from "./support/session.mjs";
-import { waitFor } from "./support/wait.mjs";
-import { serve } from "./support/web.mjs";
+import { standin } from "../../browsers/application.mjs";
+import { findBrowser, Session } from "../../browsers/session.mjs";
+import { waitFor } from "../../browsers/wait.mjs";
+import { serve } from "../../browsers/web.mjs";
 
 const BIN = process.env.VALDRIN_BIN;
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Follows the README line by line, in a home of its own.
 
-    readme_test.py SOURCE BUILD
+    check_readme.py SOURCE BUILD
 
 Its blocks are followed in their order, in one shell: of "sh" and "console"
 blocks the lines are typed, and what a "console" block shows must appear; a
@@ -14,17 +14,13 @@ one.
 import difflib
 import os
 import pathlib
-import pty
 import re
 import shutil
-import signal
 import socket
-import subprocess
 import sys
-import tempfile
-import tty
 
-DEADLINE = 120  # seconds; only ever reached by a failure
+from terminal import type_lines
+
 DEFAULT_PORT = "32153"
 
 # What the shell has in place of what takes too long.
@@ -131,48 +127,6 @@ class Session:
         else:
             sys.exit(f"README.md: nobody tries blocks of the kind {kind!r}")
 
-    def run(self, source, build, port):
-        """What appears on a terminal."""
-        with tempfile.TemporaryDirectory() as home:
-            output = pathlib.Path(home, "output")
-            script = pathlib.Path(home, "script")
-            script.write_text("\n".join(self.script))
-            variables = {
-                "PATH": os.environ["PATH"], "HOME": home, "URL": "x",
-                "SOURCE": source, "BUILD": build, "OUTPUT": str(output),
-                "VALDRIN_PORT": port,
-            }  # fmt: skip
-            terminal, end = pty.openpty()
-            tty.setraw(end)  # lines end in a newline alone
-            shell = subprocess.Popen(
-                ["bash", script], cwd=home, env=variables, stdout=end,
-                stderr=end, stdin=subprocess.DEVNULL, start_new_session=True,
-            )  # fmt: skip
-            os.close(end)
-            signal.signal(signal.SIGALRM, lambda *_: end_all(shell))
-            signal.alarm(DEADLINE)
-            with output.open("wb", buffering=0) as file:
-                while chunk := read_terminal(terminal):
-                    file.write(chunk)
-            end_all(shell)
-            shell.wait()
-            return output.read_text().splitlines()
-
-
-def read_terminal(terminal):
-    """The next bytes, none when the last program has closed it."""
-    try:
-        return os.read(terminal, 65536)
-    except OSError:
-        return b""
-
-
-def end_all(shell):
-    try:
-        os.killpg(shell.pid, signal.SIGKILL)
-    except ProcessLookupError:
-        pass  # nothing was left running
-
 
 def main():
     source, build = sys.argv[1:]
@@ -189,7 +143,10 @@ def main():
         r"(?:`([\w.]+)`:\n\n)?^```(\w*)\n(.*?)^```$", text, re.M | re.S
     ):
         session.add(kind, block, name)
-    printed = session.run(source, build, port)
+    printed = type_lines(session.script, {
+        "PATH": os.environ["PATH"], "URL": "x", "SOURCE": source,
+        "BUILD": build, "VALDRIN_PORT": port,
+    })  # fmt: skip
     if printed != session.shown:
         print(*difflib.unified_diff(session.shown, printed, "README.md",
                                     "printed", lineterm=""), sep="\n")

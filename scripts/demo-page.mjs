@@ -2,7 +2,7 @@
 // what a person would do, checks what the page then shows, prints the
 // conversation and keeps pictures of it.
 //
-//   demo.mjs BIN PICTURES [APPLICATION]
+//   demo-page.mjs BIN PICTURES [APPLICATION]
 //
 // BIN is the folder of the built programs, APPLICATION one of those below.
 
@@ -10,10 +10,10 @@ import assert from "node:assert/strict";
 import { mkdir } from "node:fs/promises";
 import path from "node:path";
 
-import { blender, standin } from "./support/application.mjs";
-import { findBrowser, ROOT, Session } from "./support/session.mjs";
-import { waitFor } from "./support/wait.mjs";
-import { serveFolder } from "./support/web.mjs";
+import { blender, standin } from "../browsers/application.mjs";
+import { findBrowser, ROOT, Session } from "../browsers/session.mjs";
+import { waitFor } from "../browsers/wait.mjs";
+import { serveFolder } from "../browsers/web.mjs";
 
 const [bin, pictures, applicationName = "standin"] = process.argv.slice(2);
 const isDark = process.env.COLOURS === "dark";

@@ -1,4 +1,4 @@
-// A web server for tests: pages by path, each with its headers.
+// A web server: pages by path, each with its headers.
 
 import { readFile } from "node:fs/promises";
 import http from "node:http";

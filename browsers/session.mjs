@@ -11,7 +11,7 @@ import { Firefox } from "./firefox.mjs";
 import { installHost } from "./host.mjs";
 import { waitFor } from "./wait.mjs";
 
-export const ROOT = fileURLToPath(new URL("../../../", import.meta.url));
+export const ROOT = fileURLToPath(new URL("../", import.meta.url));
 export const EXTENSION = path.join(ROOT, "extension");
 
 const BROWSERS = { firefox: Firefox, chromium: Chromium };

@@ -11,7 +11,7 @@ import { ended } from "./wait.mjs";
 export const BLENDER = "/usr/bin/blender";
 
 const PORT_SCRIPT = fileURLToPath(
-    new URL("../../../examples/blender/valdrin_port.py", import.meta.url));
+    new URL("../examples/blender/valdrin_port.py", import.meta.url));
 
 // Answers every request by `answer(request)`: a Buffer without the NUL, which
 // also gets one, or null for silence. Keeps the requests, without their NUL.
