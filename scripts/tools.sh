@@ -17,3 +17,13 @@ clang_tool() {
     fi
     compgen -c "$1-" | grep -xE "${1//+/\\+}-[0-9]+" | sort -V | tail -n 1 | grep .
 }
+
+# can_make FOLDER: whether the folder can be made and written to, or else prints
+# the one that prevents it.
+can_make() {
+    local parent=$1
+    while [ ! -e "$parent" ]; do parent=$(dirname -- "$parent"); done
+    [ -d "$parent" ] && [ -w "$parent" ] && return
+    echo "$parent"
+    return 1
+}

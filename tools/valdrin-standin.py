@@ -24,6 +24,7 @@ start it only where that does no harm.
 
 import argparse
 import contextlib
+import errno
 import io
 import logging
 import os
@@ -252,10 +253,13 @@ def main():
         print(f"valdrin-standin: {error}", file=sys.stderr)
         return 2
     except OSError as error:
-        print(
-            f"valdrin-standin: port {options.port}: {error.strerror}",
-            file=sys.stderr,
-        )
+        message = f"valdrin-standin: port {options.port}: {error.strerror}"
+        if error.errno == errno.EADDRINUSE:
+            message += (
+                "\nIs the application running, or another stand-in? "
+                '"--port 0" takes any free port.'
+            )
+        print(message, file=sys.stderr)
         return 1
     print(
         f"listening on 127.0.0.1:{port.port}", file=announcements, flush=True

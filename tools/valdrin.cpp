@@ -92,22 +92,35 @@ enum class ut_Command
     INFO
 };
 
+static const option theOptions[] = {
+    {"port",    required_argument, nullptr, 'p'},
+    {"library", required_argument, nullptr, 'l'},
+    {"timeout", required_argument, nullptr, 't'},
+    {"page",    no_argument,       nullptr, 'P'},
+    {"json",    no_argument,       nullptr, 'J'},
+    {"check",   no_argument,       nullptr, 'c'},
+    {"help",    no_argument,       nullptr, 'h'},
+    {"version", no_argument,       nullptr, 'V'},
+    {nullptr,   0,                 nullptr, 0  },
+};
+
 static const struct
 {
     const char *name;
     ut_Command command;
+    const char *options; // their letters
     const char *takes;
     const char *input; // what standard input is read for
 } theCommands[] = {
-    {"run",  ut_Command::RUN,
+    {"run",  ut_Command::RUN,  "plt",
      "run takes one TEXT, the command; put quotes around blanks",     "command"   },
-    {"exec", ut_Command::EXEC,
+    {"exec", ut_Command::EXEC, "pltc",
      "exec takes one TEXT, the statements; put quotes around blanks", "statements"},
-    {"eval", ut_Command::EVAL,
+    {"eval", ut_Command::EVAL, "pltc",
      "eval takes one TEXT, the expression; put quotes around blanks", "expression"},
-    {"env",  ut_Command::ENV,
+    {"env",  ut_Command::ENV,  "lPJ",
      "env takes one GLOB; put quotes around its wildcards",           nullptr     },
-    {"info", ut_Command::INFO, "info takes no arguments",             nullptr     },
+    {"info", ut_Command::INFO, "lJ",   "info takes no arguments",     nullptr     },
 };
 
 struct ut_Options
@@ -261,8 +274,40 @@ utExitPrinting(const std::string &text)
     exit(utWriteAll(STDOUT_FILENO, text) ? EXIT_SUCCESS : EXIT_INPUT_OUTPUT);
 }
 
+// Whether an option is among those of these letters.
+static bool
+utHas(const char *letters, int letter)
+{
+    return strchr(letters, letter) != nullptr;
+}
+
+// "--port is for run, exec and eval only"
+static std::string
+utWhoTakes(int letter)
+{
+    std::vector<std::string> names;
+    for (const auto &row : theCommands)
+        if (utHas(row.options, letter))
+            names.push_back(row.name);
+    std::string text = "--";
+    for (const option &each : theOptions)
+        if (each.val == letter)
+            text += each.name;
+    text += " is for ";
+    for (size_t i = 0; i < names.size(); i++)
+    {
+        if (i > 0)
+            text += i + 1 == names.size() ? " and " : ", ";
+        text += names[i];
+    }
+    return text + " only";
+}
+
+// The words of the command line, and the letters of the options in it.
 static void
-utParseArguments(const std::vector<const char *> &words, ut_Options &options)
+utParseArguments(
+    const std::vector<const char *> &words, const std::string &given,
+    ut_Options &options)
 {
     static const char theNames[] = "run, exec, eval, env or info";
     if (words.empty())
@@ -281,15 +326,11 @@ utParseArguments(const std::vector<const char *> &words, ut_Options &options)
         utExitUsage(known->takes);
     if (words.size() == 2 && strcmp(words[1], "-") != 0)
         options.text = words[1];
-    if (options.layout == ut_SettingsLayout::PAGE &&
-        options.command != ut_Command::ENV)
-        utExitUsage("--page is for env only");
-    if (options.asJson && options.command != ut_Command::INFO &&
-        options.command != ut_Command::ENV)
-        utExitUsage("--json is for env and info only");
-    if (options.check && options.command != ut_Command::EXEC &&
-        options.command != ut_Command::EVAL)
-        utExitUsage("--check is for exec and eval only");
+    for (const char letter : given)
+        if (!utHas(known->options, letter))
+            utExitUsage(utWhoTakes(letter));
+    if (utHas(given.c_str(), 'P') && utHas(given.c_str(), 'J'))
+        utExitUsage("--page and --json exclude each other");
 }
 
 // The port of the commands that connect, unless an option has set it.
@@ -304,19 +345,8 @@ utReadPortVariable(ut_Options &options)
 static ut_Options
 utParseCommandLine(int argc, char **argv)
 {
-    static const option theOptions[] = {
-        {"port",    required_argument, nullptr, 'p'},
-        {"library", required_argument, nullptr, 'l'},
-        {"timeout", required_argument, nullptr, 't'},
-        {"page",    no_argument,       nullptr, 'P'},
-        {"json",    no_argument,       nullptr, 'J'},
-        {"check",   no_argument,       nullptr, 'c'},
-        {"help",    no_argument,       nullptr, 'h'},
-        {"version", no_argument,       nullptr, 'V'},
-        {nullptr,   0,                 nullptr, 0  },
-    };
     ut_Options options;
-    bool hasPort = false;
+    std::string given;
     std::vector<const char *> words;
     int letter;
     // The leading dash returns other words in their place, so that options
@@ -330,8 +360,7 @@ utParseCommandLine(int argc, char **argv)
             words.push_back(optarg);
             break;
         case 'p':
-            hasPort = utParsePort(optarg, options.port);
-            if (!hasPort)
+            if (!utParsePort(optarg, options.port))
                 utExitUsage(std::string("not a port: \"") + optarg + "\"");
             break;
         case 'l':
@@ -359,10 +388,12 @@ utParseCommandLine(int argc, char **argv)
         default:
             utExitUsage(""); // getopt_long has reported the fault
         }
+        if (letter != 1)
+            given += char(letter);
     }
     words.insert(words.end(), argv + optind, argv + argc);
-    utParseArguments(words, options);
-    if (!hasPort && options.input)
+    utParseArguments(words, given, options);
+    if (options.input && given.find('p') == std::string::npos)
         utReadPortVariable(options);
     return options;
 }

@@ -73,6 +73,7 @@ class Test(unittest.TestCase):
                 self.assertIn(b"took too long", slow.recv(1000))
             rival = run(sys.executable, STANDIN, "--port", str(app.port))
             self.assertEqual(rival.returncode, 1)
+            self.assertIn(b'another stand-in? "--port 0"', rival.stderr)
             self.assertEqual(app.ask("vscript", "echo alive"), "alive\n")
 
     def test_endless_loop_holds_up_python_only(self):

@@ -75,6 +75,9 @@ class Test(unittest.TestCase):
             (["run", "x", "--check"], b"--check is for exec and eval only"),
             (["run", "x", "--port"], b"port"),
             (["run", "x", "--page"], b"--page is for env only"),
+            (["env", "-p", "1"], b"--port is for run, exec and eval only"),
+            (["info", "-t", "1"], b"--timeout is for run, exec and eval only"),
+            (["env", "--page", "--json"], b"--page and --json exclude each other"),
             (["run", "x", "--json"], b"--json is for env and info only"),
             (["info", "x"], b"info takes no arguments"),
             *((["run", "x", "--port", port], b"not a port")

@@ -6,6 +6,12 @@ _valdrin() {
     local previous=${COMP_WORDS[COMP_CWORD - 1]}
     local command='' word
     COMPREPLY=()
+    # "--library=PATH" is three words to the shell.
+    if [[ $previous == "=" ]]; then
+        previous=${COMP_WORDS[COMP_CWORD - 2]}
+    elif [[ $current == "=" ]]; then
+        current=''
+    fi
     case $previous in
     -l | --library)
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
@@ -36,8 +42,9 @@ _valdrin() {
     elif [[ -z $command ]]; then
         mapfile -t COMPREPLY < <(compgen -W 'run exec eval env info' -- "$current")
     elif [[ $command == env ]]; then
+        # The ~ of the program's path is not expanded yet.
         mapfile -t COMPREPLY < <(
-            compgen -W "$("${COMP_WORDS[0]}" env 2>/dev/null |
+            compgen -W "$("${COMP_WORDS[0]/#"~/"/"$HOME/"}" env 2>/dev/null |
                 sed '1d;s/ .*//')" -- "$current")
     fi
 }
