@@ -29,6 +29,13 @@ class RequestTimeout(Error, TimeoutError):
     """
 
 
+class ReplyTooLong(Error):
+    """The reply has more bytes than the connection takes.
+
+    The application may have carried out the request.
+    """
+
+
 class RequestRefused(Error):
     """The application did not carry out the request and said why."""
 
@@ -59,7 +66,8 @@ class Connection:
 
     `port` is mapped into the range 10000 to 65534 as the component does it.
     `timeout` is the time for one request and its reply in seconds; None waits
-    as long as it takes.
+    as long as it takes. A reply has at most `max_reply` bytes, so that no
+    peer takes all of the memory.
 
     Text is sent as UTF-8, bytes as they are. A reply that is not valid UTF-8
     is taken as Latin-1.
@@ -70,12 +78,14 @@ class Connection:
         port: int = _wire.DEFAULT_PORT,
         host: str = _wire.HOST,
         timeout: Optional[float] = None,
+        max_reply: int = 64 << 20,
     ) -> None:
         if timeout is not None and timeout <= 0:
             raise ValueError("timeout must be None or more than 0")
         self.port = _wire.map_port(port)
         self.host = host
         self.timeout = timeout
+        self.max_reply = max_reply
 
     def __enter__(self: _Self) -> _Self:
         return self
@@ -117,7 +127,7 @@ class Connection:
             with self._connect(deadline) as peer:
                 deadline.apply(peer)
                 _send(peer, request, deadline)
-                return _wire.decode_reply(_receive(peer, deadline))
+                reply = _receive(peer, deadline, self.max_reply)
         except socket.timeout:
             raise RequestTimeout(
                 f"no reply from port {self.port} in {self.timeout} s"
@@ -127,6 +137,7 @@ class Connection:
             raise ConnectError(
                 f"{self.host} port {self.port}: {reason}"
             ) from error
+        return _wire.decode_reply(reply)
 
     def _connect(self, deadline: _Deadline) -> socket.socket:
         peer = socket.create_connection(
@@ -170,14 +181,18 @@ def _send(peer: socket.socket, data: bytes, deadline: _Deadline) -> None:
         rest = rest[peer.send(rest) :]
 
 
-def _receive(peer: socket.socket, deadline: _Deadline) -> bytes:
-    """The reply, up to its NUL or to the end of the connection."""
+def _receive(peer: socket.socket, deadline: _Deadline, limit: int) -> bytes:
+    """The reply, without its NUL or up to the end of the connection."""
     chunks = []
+    size = 0
     while True:
         deadline.apply(peer)
-        chunk = peer.recv(_CHUNK)
+        chunk, nul, _ = peer.recv(_CHUNK).partition(b"\0")
         chunks.append(chunk)
-        if not chunk or b"\0" in chunk:
+        size += len(chunk)
+        if size > limit:
+            raise ReplyTooLong(f"the reply is longer than {limit} bytes")
+        if nul or not chunk:
             return b"".join(chunks)
 
 
