@@ -3,9 +3,10 @@
 from __future__ import annotations
 
 import errno
+import selectors
 import socket
 import time
-from typing import Optional, Tuple, TypeVar
+from typing import List, Optional, Tuple, TypeVar
 
 from . import _wire
 from ._wire import Text
@@ -125,9 +126,11 @@ class Connection:
         deadline = _Deadline(self.timeout)
         try:
             with self._connect(deadline) as peer:
-                deadline.apply(peer)
-                _send(peer, request, deadline)
-                reply = _receive(peer, deadline, self.max_reply)
+                reply = _Reply(peer, self.max_reply)
+                _send(peer, request, deadline, reply)
+                while not reply.is_complete:
+                    deadline.apply(peer)
+                    reply.read()
         except socket.timeout:
             raise RequestTimeout(
                 f"no reply from port {self.port} in {self.timeout} s"
@@ -137,7 +140,7 @@ class Connection:
             raise ConnectError(
                 f"{self.host} port {self.port}: {reason}"
             ) from error
-        return _wire.decode_reply(reply)
+        return _wire.decode_reply(reply.data())
 
     def _connect(self, deadline: _Deadline) -> socket.socket:
         peer = socket.create_connection(
@@ -174,26 +177,65 @@ class _Deadline:
         peer.settimeout(self.remaining())
 
 
-def _send(peer: socket.socket, data: bytes, deadline: _Deadline) -> None:
-    rest = memoryview(data)
-    while rest:
-        deadline.apply(peer)
-        rest = rest[peer.send(rest) :]
+class _Reply:
+    """What a peer sends, up to a NUL or to the end of the connection."""
+
+    def __init__(self, peer: socket.socket, limit: int) -> None:
+        self._peer = peer
+        self._limit = limit
+        self._chunks: List[bytes] = []
+        self._size = 0
+        self.is_complete = False
+        self.is_request_sent = False
+
+    def read(self) -> None:
+        received = self._peer.recv(_CHUNK)
+        if not received and not self.is_request_sent:
+            raise ConnectionResetError(
+                errno.ECONNRESET, "closed before it had the request"
+            )
+        chunk, nul, _ = received.partition(b"\0")
+        self._chunks.append(chunk)
+        self._size += len(chunk)
+        if self._size > self._limit:
+            raise ReplyTooLong(f"the reply is longer than {self._limit} bytes")
+        self.is_complete = bool(nul) or not received
+
+    def data(self) -> bytes:
+        return b"".join(self._chunks)
 
 
-def _receive(peer: socket.socket, deadline: _Deadline, limit: int) -> bytes:
-    """The reply, without its NUL or up to the end of the connection."""
-    chunks = []
-    size = 0
-    while True:
-        deadline.apply(peer)
-        chunk, nul, _ = peer.recv(_CHUNK).partition(b"\0")
-        chunks.append(chunk)
-        size += len(chunk)
-        if size > limit:
-            raise ReplyTooLong(f"the reply is longer than {limit} bytes")
-        if nul or not chunk:
-            return b"".join(chunks)
+def _send_part(peer: socket.socket, data: memoryview) -> memoryview:
+    """What the peer has no room for."""
+    try:
+        return data[peer.send(data) :]
+    except BlockingIOError:
+        return data
+
+
+def _send(
+    peer: socket.socket, data: bytes, deadline: _Deadline, reply: _Reply
+) -> None:
+    """Sends a request, and reads the reply of a peer that does not wait for
+    its end.
+    """
+    peer.setblocking(False)
+    rest = _send_part(peer, memoryview(data))
+    if rest:
+        with selectors.DefaultSelector() as selector:
+            selector.register(
+                peer, selectors.EVENT_READ | selectors.EVENT_WRITE
+            )
+            while rest and not reply.is_complete:
+                for _, events in selector.select(deadline.remaining()):
+                    if events & selectors.EVENT_READ:
+                        reply.read()
+                    if events & selectors.EVENT_WRITE:
+                        try:
+                            rest = _send_part(peer, rest)
+                        except OSError:
+                            return  # the reply may be there
+    reply.is_request_sent = not rest
 
 
 def _check(reply: str) -> None:
