@@ -16,6 +16,7 @@ from .connection import (
     Connection,
     Error,
     RemoteError,
+    ReplyTooLong,
     RequestRefused,
     RequestTimeout,
 )
@@ -27,6 +28,7 @@ __all__ = [
     "DEFAULT_PORT",
     "Error",
     "RemoteError",
+    "ReplyTooLong",
     "RequestRefused",
     "RequestTimeout",
 ]

@@ -3,9 +3,10 @@
 from __future__ import annotations
 
 import errno
+import selectors
 import socket
 import time
-from typing import Optional, Tuple, TypeVar
+from typing import List, Optional, Tuple, TypeVar
 
 from . import _wire
 from ._wire import Text
@@ -26,6 +27,13 @@ class RequestTimeout(Error, TimeoutError):
     """The reply was not complete when the time was up.
 
     The application may still carry out the request.
+    """
+
+
+class ReplyTooLong(Error):
+    """The reply has more bytes than the connection takes.
+
+    The application may have carried out the request.
     """
 
 
@@ -59,7 +67,8 @@ class Connection:
 
     `port` is mapped into the range 10000 to 65534 as the component does it.
     `timeout` is the time for one request and its reply in seconds; None waits
-    as long as it takes.
+    as long as it takes. A reply has at most `max_reply` bytes, so that no
+    peer takes all of the memory.
 
     Text is sent as UTF-8, bytes as they are. A reply that is not valid UTF-8
     is taken as Latin-1.
@@ -70,12 +79,14 @@ class Connection:
         port: int = _wire.DEFAULT_PORT,
         host: str = _wire.HOST,
         timeout: Optional[float] = None,
+        max_reply: int = 64 << 20,
     ) -> None:
         if timeout is not None and timeout <= 0:
             raise ValueError("timeout must be None or more than 0")
         self.port = _wire.map_port(port)
         self.host = host
         self.timeout = timeout
+        self.max_reply = max_reply
 
     def __enter__(self: _Self) -> _Self:
         return self
@@ -115,9 +126,11 @@ class Connection:
         deadline = _Deadline(self.timeout)
         try:
             with self._connect(deadline) as peer:
-                deadline.apply(peer)
-                _send(peer, request, deadline)
-                return _wire.decode_reply(_receive(peer, deadline))
+                reply = _Reply(peer, self.max_reply)
+                _send(peer, request, deadline, reply)
+                while not reply.is_complete:
+                    deadline.apply(peer)
+                    reply.read()
         except socket.timeout:
             raise RequestTimeout(
                 f"no reply from port {self.port} in {self.timeout} s"
@@ -127,6 +140,7 @@ class Connection:
             raise ConnectError(
                 f"{self.host} port {self.port}: {reason}"
             ) from error
+        return _wire.decode_reply(reply.data())
 
     def _connect(self, deadline: _Deadline) -> socket.socket:
         peer = socket.create_connection(
@@ -163,22 +177,65 @@ class _Deadline:
         peer.settimeout(self.remaining())
 
 
-def _send(peer: socket.socket, data: bytes, deadline: _Deadline) -> None:
-    rest = memoryview(data)
-    while rest:
-        deadline.apply(peer)
-        rest = rest[peer.send(rest) :]
+class _Reply:
+    """What a peer sends, up to a NUL or to the end of the connection."""
+
+    def __init__(self, peer: socket.socket, limit: int) -> None:
+        self._peer = peer
+        self._limit = limit
+        self._chunks: List[bytes] = []
+        self._size = 0
+        self.is_complete = False
+        self.is_request_sent = False
+
+    def read(self) -> None:
+        received = self._peer.recv(_CHUNK)
+        if not received and not self.is_request_sent:
+            raise ConnectionResetError(
+                errno.ECONNRESET, "closed before it had the request"
+            )
+        chunk, nul, _ = received.partition(b"\0")
+        self._chunks.append(chunk)
+        self._size += len(chunk)
+        if self._size > self._limit:
+            raise ReplyTooLong(f"the reply is longer than {self._limit} bytes")
+        self.is_complete = bool(nul) or not received
+
+    def data(self) -> bytes:
+        return b"".join(self._chunks)
 
 
-def _receive(peer: socket.socket, deadline: _Deadline) -> bytes:
-    """The reply, up to its NUL or to the end of the connection."""
-    chunks = []
-    while True:
-        deadline.apply(peer)
-        chunk = peer.recv(_CHUNK)
-        chunks.append(chunk)
-        if not chunk or b"\0" in chunk:
-            return b"".join(chunks)
+def _send_part(peer: socket.socket, data: memoryview) -> memoryview:
+    """What the peer has no room for."""
+    try:
+        return data[peer.send(data) :]
+    except BlockingIOError:
+        return data
+
+
+def _send(
+    peer: socket.socket, data: bytes, deadline: _Deadline, reply: _Reply
+) -> None:
+    """Sends a request, and reads the reply of a peer that does not wait for
+    its end.
+    """
+    peer.setblocking(False)
+    rest = _send_part(peer, memoryview(data))
+    if rest:
+        with selectors.DefaultSelector() as selector:
+            selector.register(
+                peer, selectors.EVENT_READ | selectors.EVENT_WRITE
+            )
+            while rest and not reply.is_complete:
+                for _, events in selector.select(deadline.remaining()):
+                    if events & selectors.EVENT_READ:
+                        reply.read()
+                    if events & selectors.EVENT_WRITE:
+                        try:
+                            rest = _send_part(peer, rest)
+                        except OSError:
+                            return  # the reply may be there
+    reply.is_request_sent = not rest
 
 
 def _check(reply: str) -> None:

@@ -1,12 +1,14 @@
 """Tests of valdrin.Connection, against scripted peers and the component."""
 
+import contextlib
 import pickle
 import random
 import socket
 import threading
+import time
 import unittest
 
-from support import BIN, Application, bound, envelope, run
+from support import BIN, Application, bound, envelope, reset, run
 
 import valdrin
 
@@ -108,28 +110,78 @@ class Test(unittest.TestCase):
         with self.assertRaises(ValueError):
             connection.run("a\0b")
 
-    def test_slow_bytes_do_not_stretch_the_timeout(self):
-        listener = bound()
-        listener.listen()
-        ended = threading.Event()
+    def test_peers_that_misbehave(self):
+        def repeat(part, pause):
+            def play(peer):
+                while True:
+                    peer.sendall(part)
+                    time.sleep(pause)
 
-        def trickle():
-            peer = listener.accept()[0]
-            with peer:
-                while not ended.wait(0.05):
-                    try:
-                        peer.sendall(b"x")
-                    except OSError:
-                        return
+            return play
 
-        thread = threading.Thread(target=trickle)
-        thread.start()
-        port = listener.getsockname()[1]
-        with self.assertRaises(valdrin.RequestTimeout):
-            valdrin.Connection(port, timeout=0.5).run("x")
-        ended.set()
-        thread.join()
-        listener.close()
+        def reset_after(part):
+            def play(peer):
+                peer.sendall(part)
+                reset(peer)
+
+            return play
+
+        cases = [
+            ("is slow", repeat(b"x", 0.05), valdrin.RequestTimeout),
+            ("is endless", repeat(b"x" * 70000, 0), valdrin.ReplyTooLong),
+        ] + [
+            (f"resets after {sent}", reset_after(b"xxxxx"[:sent]),
+             valdrin.ConnectError)
+            for sent in range(6)
+        ]  # fmt: skip
+        for what, play, expected in cases:
+            with self.subTest(what), bound() as listener:
+                listener.listen()
+
+                def serve(play=play, listener=listener):
+                    with listener.accept()[0] as peer:
+                        peer.recv(1000)
+                        with contextlib.suppress(OSError):
+                            play(peer)
+
+                thread = threading.Thread(target=serve)
+                thread.start()
+                hurries = expected is valdrin.RequestTimeout
+                connection = valdrin.Connection(
+                    listener.getsockname()[1],
+                    timeout=0.5 if hurries else DEADLINE,
+                    max_reply=70000,
+                )
+                with self.assertRaises(expected):
+                    connection.run("x")
+                thread.join()
+
+    def test_early_replies_count(self):
+        with bound() as listener:
+            listener.listen()
+            connection = valdrin.Connection(
+                listener.getsockname()[1], timeout=DEADLINE
+            )
+            for closes in (False, True):
+                with self.subTest(closes=closes):
+                    peers = []
+
+                    def serve(peers=peers, closes=closes):
+                        peers.append(listener.accept()[0])
+                        peers[0].sendall(b"early\0")
+                        if closes:
+                            peers[0].close()
+
+                    thread = threading.Thread(target=serve)
+                    thread.start()
+                    self.assertEqual(connection.run("x" * 30000000), "early")
+                    thread.join()
+                    peers[0].close()
+
+    def test_replies_may_be_as_long_as_the_limit(self):
+        app = Application(b"x" * 70000 + b"\0")
+        connection = valdrin.Connection(int(app.port), max_reply=70000)
+        self.assertEqual(connection.run(""), "x" * 70000)
 
     def test_a_connection_to_itself_is_refused(self):
         # A socket bound to the very port that it connects to meets itself.
