@@ -15,29 +15,100 @@
 #include <string>
 #include <string_view>
 
+#if defined(__i386__) && defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
 static const char *
 utText(const char *text)
 {
     return text ? text : "";
 }
 
-// The first `text` in `begin`, or null; "" is nowhere. Some strstr() are the
-// fastest by far and take time in proportion to both lengths' product: they get
-// short texts only. memmem() is linear, and must not scan what lies after
-// the match again and again, so it gets a piece of the string at a time.
+#if defined(__i386__) && defined(__SSE2__)
+// The C library's strstr() goes byte by byte in 32 bits.
+constexpr bool theStrstrIsSlow = true;
+
+// Finds a text of 2 to 32 bytes among the `used` bytes from `begin`.
+static const char *
+utFindByBytes(const char *begin, size_t used, const char *text, size_t length)
+{
+    for (; used >= length; ++begin, --used)
+        if (*begin == *text && memcmp(begin, text, length) == 0)
+            return begin;
+    return nullptr;
+}
+
+// Does the same, at sixteen places at a time. A candidate is a place that the
+// first and the last byte of the text would fit.
+static const char *
+utFindShort(const char *begin, size_t used, const char *text, size_t length)
+{
+    if (used < length + 15)
+        return utFindByBytes(begin, used, text, length);
+    const char *const lastBlock = begin + (used - length + 1) - 16;
+    const __m128i first = _mm_set1_epi8(text[0]);
+    const __m128i last = _mm_set1_epi8(text[length - 1]);
+    for (const char *block = begin;; block += 16)
+    {
+        block = std::min(block, lastBlock); // some places are looked at twice
+        __m128i firsts;
+        __m128i lasts;
+        memcpy(&firsts, block, sizeof(firsts));
+        memcpy(&lasts, block + length - 1, sizeof(lasts));
+        unsigned candidates = unsigned(_mm_movemask_epi8(_mm_and_si128(
+            _mm_cmpeq_epi8(firsts, first), _mm_cmpeq_epi8(lasts, last))));
+        for (; candidates; candidates &= candidates - 1)
+        {
+            const char *const place = block + __builtin_ctz(candidates);
+            if (memcmp(place, text, length) == 0)
+                return place;
+        }
+        if (block == lastBlock)
+            return nullptr;
+    }
+}
+#else
+constexpr bool theStrstrIsSlow = false;
+
+static const char *
+utFindShort(const char *begin, size_t, const char *text, size_t)
+{
+    return strstr(begin, text);
+}
+#endif
+
+// The first `text` among the `used` bytes from `begin`, or null; "" is nowhere.
+// A NUL comes at their end or later. A short text may take time in proportion
+// to the product of both lengths, a longer one only to their sum.
+static const char *
+utFind(const char *begin, size_t used, const char *text, size_t length)
+{
+    const void *found = nullptr;
+    if (length == 1)
+        found = memchr(begin, *text, used);
+    else if (length > 32)
+        found = memmem(begin, used, text, length);
+    else if (length > 0)
+        found = utFindShort(begin, used, text, length);
+    return static_cast<const char *>(found);
+}
+
+// The same in a text of unknown length. What lies after the match must not be
+// scanned again and again, so the text is searched piece by piece.
 static const char *
 utFind(const char *begin, const char *text, size_t length)
 {
-    if (length == 1)
-        return strchr(begin, *text);
-    if (length <= 32)
-        return length ? strstr(begin, text) : nullptr;
-    for (size_t window = std::max(length, 8 * length);; window *= 2)
+    if (length <= 1)
+        return length ? strchr(begin, *text) : nullptr;
+    if (length <= 32 && !theStrstrIsSlow)
+        return strstr(begin, text);
+    for (size_t window = std::max<size_t>(128, 8 * length);; window *= 2)
     {
         const size_t used = strnlen(begin, window);
-        const void *const found = memmem(begin, used, text, length);
+        const char *const found = utFind(begin, used, text, length);
         if (found || used < window)
-            return static_cast<const char *>(found);
+            return found;
         begin += used - (length - 1);
     }
 }
@@ -86,8 +157,9 @@ UT_String::findLast(const char *text) const
     const std::string_view wanted(utText(text));
     const std::string backward(forward.rbegin(), forward.rend());
     const std::string wantedBackward(wanted.rbegin(), wanted.rend());
-    const char *const found =
-        utFind(backward.c_str(), wantedBackward.c_str(), wanted.size());
+    const char *const found = utFind(
+        backward.data(), backward.size(), wantedBackward.c_str(),
+        wanted.size());
     if (!found)
         return -1;
     const size_t behind = size_t(found - backward.c_str()) + wanted.size();
@@ -107,7 +179,9 @@ UT_String::count(const char *text) const
     const size_t length = strlen(text);
     int found = 0;
     const char *next = utText(myData);
-    for (; (next = utFind(next, text, length)); next += length)
+    const char *const end = next + strlen(next);
+    for (; (next = utFind(next, size_t(end - next), text, length));
+         next += length)
         ++found;
     return found;
 }
@@ -124,7 +198,8 @@ UT_String::substitute(const char *text, const char *replacement, bool all)
     const char *places[limit];
     int found = 0;
     const char *next = utText(myData);
-    while ((next = utFind(next, text, oldLength)))
+    const char *const end = next + strlen(next);
+    while ((next = utFind(next, size_t(end - next), text, oldLength)))
     {
         if (found < limit)
             places[found] = next;
@@ -138,8 +213,8 @@ UT_String::substitute(const char *text, const char *replacement, bool all)
     if (oldLength == newLength && memcmp(text, replacement, oldLength) == 0)
         return found;
     // The old block stays until the end: the arguments may lie in it.
-    const uint64 wanted = uint64(strlen(myData)) + 1 +
-                          uint64(found) * newLength - uint64(found) * oldLength;
+    const uint64 wanted = uint64(end - myData) + 1 + uint64(found) * newLength -
+                          uint64(found) * oldLength;
     if (wanted > INT_MAX)
         return 0;
     const size_t size = size_t(wanted);
@@ -148,7 +223,8 @@ UT_String::substitute(const char *text, const char *replacement, bool all)
     const char *read = myData;
     for (int i = 0; i < found; ++i)
     {
-        next = i < limit ? places[i] : utFind(read, text, oldLength);
+        next = i < limit ? places[i]
+                         : utFind(read, size_t(end - read), text, oldLength);
         write = static_cast<char *>(mempcpy(write, read, size_t(next - read)));
         write = static_cast<char *>(mempcpy(write, replacement, newLength));
         read = next + oldLength;

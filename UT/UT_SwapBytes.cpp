@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-// The loops are inlined into a function for each kind of processor, and this
-// file is compiled so that they become vector code there.
+// The loops, with what they call, are inlined into a function for each kind of
+// processor, and this file is compiled so that they become vector code there.
 
 template <class Word>
 [[gnu::always_inline]] static inline void

@@ -20,7 +20,7 @@ UThostIsBigEndian()
 /// becomes 0x3412. Floats can be converted in arrays only: passing a float
 /// whose bytes are reversed may change its bits.
 template <class T>
-constexpr T
+[[gnu::always_inline]] constexpr T
 UTswapBytes(T value)
 {
     static_assert(std::is_integral_v<T>);

@@ -80,54 +80,48 @@ utSkipOrdinary(const char *text, const char *end, unsigned special)
     return text;
 }
 
-// The low halves of the bytes that are not copied, and the high ones: a byte is
-// one of them when its two rows have a bit in common. No row of the second
-// table is for bytes from 128 on.
+// For each set of what is special, the bytes in it by their low halves, which
+// all differ. NUL is left out, and stands where there is none.
 static constexpr struct ut_HalfTables
 {
-    constexpr ut_HalfTables() : low(), high()
+    constexpr ut_HalfTables() : bytes()
     {
-        for (const int half : {2, 5, 6, 7})
-            high[half] = char(1 << (half - 2));
         for (int byte = 1; byte < 128; ++byte)
             for (unsigned set = 0; set < 8; ++set)
                 if (theScanTable.kinds[byte] & set)
-                    low[set][byte % 16] =
-                        char(low[set][byte % 16] | high[byte / 16]);
+                    bytes[set][byte % 16] = char(byte);
     }
 
-    char low[8][16]; // for each set of what is special
-    char high[16];
+    char bytes[8][16];
 } theHalfTables;
 
-// Does the same with the vectors of AVX2, sixty-four bytes at a time, and may
-// stop that much before `end`.
+// Does the same with the vectors of AVX2. Returns what lies less than
+// thirty-two bytes before `end` if all up to there are simply copied.
 [[gnu::target("avx2")]] static const char *
 utSkipOrdinaryWide(const char *text, const char *end, unsigned special)
 {
-    __m128i low;
-    __m128i high;
-    memcpy(&low, theHalfTables.low[special], sizeof(low));
-    memcpy(&high, theHalfTables.high, sizeof(high));
-    const __m256i lowRows = _mm256_broadcastsi128_si256(low);
-    const __m256i highRows = _mm256_broadcastsi128_si256(high);
-    const __m256i halfMask = _mm256_set1_epi8(15);
+    __m128i bytes;
+    memcpy(&bytes, theHalfTables.bytes[special], sizeof(bytes));
+    const __m256i wanted = _mm256_broadcastsi128_si256(bytes);
+    __m256i block;
     for (; end - text >= 64; text += 64)
     {
-        __m256i found[2];
-        for (int i = 0; i < 2; ++i)
-        {
-            __m256i block;
-            memcpy(&block, text + 32 * i, sizeof(block));
-            const __m256i highs =
-                _mm256_and_si256(_mm256_srli_epi16(block, 4), halfMask);
-            found[i] = _mm256_and_si256(
-                _mm256_shuffle_epi8(lowRows, block),
-                _mm256_shuffle_epi8(highRows, highs));
-        }
-        const __m256i any = _mm256_or_si256(found[0], found[1]);
-        if (!_mm256_testz_si256(any, any))
+        memcpy(&block, text, sizeof(block));
+        const __m256i low =
+            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block);
+        memcpy(&block, text + 32, sizeof(block));
+        const __m256i high =
+            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block);
+        if (_mm256_movemask_epi8(_mm256_or_si256(low, high)))
             break;
+    }
+    for (; end - text >= 32; text += 32)
+    {
+        memcpy(&block, text, sizeof(block));
+        const int found = _mm256_movemask_epi8(
+            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block));
+        if (found)
+            return text + __builtin_ctz(unsigned(found));
     }
     return text;
 }
@@ -135,14 +129,11 @@ utSkipOrdinaryWide(const char *text, const char *end, unsigned special)
 static const char *
 utSkipOrdinaryLong(const char *text, const char *end, unsigned special)
 {
-    // The wide vectors pay where the run is long.
-    const int few = 64;
-    if (end - text > few && __builtin_cpu_supports("avx2"))
+    if (end - text >= 32 && __builtin_cpu_supports("avx2"))
     {
-        const char *const next = utSkipOrdinary(text, text + few, special);
-        if (next != text + few)
-            return next;
-        text = utSkipOrdinaryWide(next, end, special);
+        text = utSkipOrdinaryWide(text, end, special);
+        if (end - text >= 32)
+            return text;
     }
     return utSkipOrdinary(text, end, special);
 }
