@@ -163,54 +163,6 @@ TEST(UT_IStreamBuf, EverySourceScansAsModelledByByte)
     }
 }
 
-TEST(UT_IStreamBuf, RandomSeeksThroughStackedBuffersFindThePlainBytes)
-{
-    std::mt19937 random(7);
-    std::string text(3000000, '\0');
-    // Mostly few different bytes, so that they are worth compressing.
-    for (char &byte : text)
-    {
-        const bool isAny = random() % 1000 == 0;
-        byte = char(random() % (isAny ? 256u : 8u));
-    }
-    const std::string gzip = utGzipped(text);
-    const ut_Source whole(utOver(
-        UT_IStreamBuf::gzipBuf, utRange(utNamed("12" + gzip), 2, gzip.size())));
-    const ut_Source part(
-        UT_IStreamBuf::rangeBuf(whole.get(), 1234567, 1500000));
-    const ut_Source plain(utNamed(text));
-    const struct
-    {
-        const char *name;
-        UT_IStreamBuf &buffer;
-        size_t start; // in the text
-    } sources[] = {
-        {"gzip data in a file", *whole, 0      },
-        {"range of these",      *part,  1234567},
-        {"named file",          *plain, 0      },
-    };
-    for (int step = 0; step < 33; ++step)
-        for (const auto &row : sources)
-        {
-            SCOPED_TRACE(
-                row.name + std::string(", step ") + std::to_string(step));
-            UT_IStreamBuf &buffer = row.buffer;
-            const auto offset = int64(random() % 1500001);
-            ASSERT_TRUE(buffer.seekg(offset, 0));
-            // Less or more than a block.
-            const unsigned most = step % 2 == 0 ? 9000 : 200000;
-            std::string bytes(random() % most, '\0');
-            // Then once more, from where some bytes were taken.
-            for (auto left = random() % 30; left > 0; --left)
-                buffer.getc();
-            ASSERT_TRUE(buffer.seekg(offset, 0));
-            bytes.resize(size_t(buffer.bread(bytes.data(), int(bytes.size()))));
-            EXPECT_EQ(offset + int64(bytes.size()), buffer.tellg());
-            const size_t first = row.start + size_t(offset);
-            EXPECT_EQ(0, text.compare(first, bytes.size(), bytes));
-        }
-}
-
 struct ut_CallResult
 {
     const char *name;

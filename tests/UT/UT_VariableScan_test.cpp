@@ -141,8 +141,29 @@ utNameItself(const char *name, void *)
     return name;
 }
 
+// Runs of that many characters before and after what stops them.
+static void
+utExpectRuns(const std::string &filler, const char *stop, const char *expected)
+{
+    static const unsigned theLengths[] = {
+        0,  1,  15, 16, 17,  31,  32,  33,   34,   40,   47,  48,
+        63, 79, 80, 81, 100, 143, 144, 4095, 4112, 4113, 4130};
+    for (const unsigned before : theLengths)
+        for (const unsigned after : {0u, 1u, 15u, 16u, 17u, 50u, 120u})
+        {
+            const std::string start = filler.substr(0, before);
+            const std::string end = filler.substr(0, after);
+            const std::string text = start + stop + end;
+            UT_WorkBuffer out;
+            UTVariableScan(
+                out, text.c_str(), utNameItself, nullptr, /*expandTilde=*/true,
+                /*ignoreComments=*/false);
+            EXPECT_EQ(start + expected + end, out.buffer()) << text;
+        }
+}
+
 // Long runs are scanned in whole blocks. What is in these resembles what stops
-// them, except for one bit.
+// them, except for one bit; the first one also has what needs a closer look.
 TEST(UT_VariableScan, LongRunsAreCopiedUpToWhatStopsThem)
 {
     static const struct
@@ -159,26 +180,14 @@ TEST(UT_VariableScan, LongRunsAreCopiedUpToWhatStopsThem)
         {"{}",     "{}"    },
         {"",       ""      },
     };
-    static const unsigned theLengths[] = {
-        0,  1,  15, 16, 17, 31,  32,  33,   34,   40,   47,
-        48, 63, 79, 80, 81, 143, 144, 4095, 4112, 4113, 4130};
-    const std::string pattern = "%y&a^|~_/#}{-.";
-    std::string filler;
-    while (filler.size() < 5000)
-        filler += pattern;
-    for (const auto &stop : theStops)
-        for (const unsigned before : theLengths)
-            for (const unsigned after : {0u, 1u, 15u, 16u, 17u, 50u})
-            {
-                const std::string start = filler.substr(0, before);
-                const std::string end = filler.substr(0, after);
-                const std::string text = start + stop.written + end;
-                UT_WorkBuffer out;
-                UTVariableScan(
-                    out, text.c_str(), utNameItself, nullptr,
-                    /*expandTilde=*/true, /*ignoreComments=*/false);
-                EXPECT_EQ(start + stop.expected + end, out.buffer()) << text;
-            }
+    for (const char *const pattern : {"%y&a^|~_/#}{-.", "%y&a^|_#}{-."})
+    {
+        std::string filler;
+        while (filler.size() < 5000)
+            filler += pattern;
+        for (const auto &row : theStops)
+            utExpectRuns(filler, row.written, row.expected);
+    }
 }
 
 TEST(UT_VariableScan, LongNamesInBracesEndAtTheirBrace)
