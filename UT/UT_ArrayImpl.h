@@ -28,12 +28,15 @@ using utElement =
 // not for calloc() and realloc().
 static constexpr unsigned theSmallBlock = 1024;
 
-// Bytes up to which blocks double.
-static constexpr unsigned theDoublingBlock = 8192;
+// Bytes up to which blocks double. The C library always maps larger ones, which
+// then grow by moving pages instead of copying them.
+static constexpr unsigned theDoublingBlock =
+    sizeof(void *) == 8 ? 32u << 20 : 512u << 10;
 
 // Slots in the block of an array, so that steps of a few slots seldom cost an
 // allocation: a power of two for most arrays, a multiple of an eighth of one
-// for long ones. The address checker has to see accesses beyond the capacity.
+// for the longest. Memory that was never used stays so beyond the capacity. The
+// address checker has to see accesses there.
 template <class T>
 unsigned
 utBlockSlots(unsigned capacity)
@@ -52,19 +55,21 @@ utBlockSlots(unsigned capacity)
     return capacity;
 }
 
-// A block of another size with as much of the old one as fits.
+// Whether the block of an array that has one surely has the slots of a greater
+// capacity, for steps in which computing its size would be noticed: it has them
+// where the last slots' indices have their highest bit in common.
 template <class T>
-__attribute__((noinline)) T *
-utReallocate(T *data, unsigned capacity, unsigned slots)
+bool
+utIsInBlock(unsigned capacity, unsigned newCapacity)
 {
-    if (capacity > theSmallBlock / sizeof(T) ||
-        slots > theSmallBlock / sizeof(T))
-        return static_cast<T *>(
-            utChecked(reallocarray(data, slots, sizeof(T))));
-    T *const block = static_cast<T *>(utAllocate(slots * sizeof(T)));
-    std::copy(data, data + std::min(capacity, slots), block);
-    free(data);
-    return block;
+#if defined(__SANITIZE_ADDRESS__)
+    return newCapacity <= capacity;
+#else
+    const unsigned last = capacity - 1; // without a block, it has all bits
+    const unsigned newLast = newCapacity - 1;
+    return newLast < theDoublingBlock / sizeof(T) &&
+           (last ^ newLast) < (last & newLast);
+#endif
 }
 
 // Few elements, as a rule, for which a call to memset() or memcpy() costs more
@@ -88,13 +93,11 @@ utClearSlots(T *slots, unsigned count)
 }
 
 template <class T>
-void
-utCopyElements(T *to, const T *from, unsigned count)
+inline void
+utCopyFew(T *to, const T *from, unsigned count)
 {
     constexpr unsigned step = 16 / sizeof(T);
-    if (count > theFewBytes / sizeof(T))
-        memcpy(to, from, count * sizeof(T));
-    else if (count >= step)
+    if (count >= step)
     {
         // The last step may copy some elements again.
         for (unsigned i = 0; i < count - step; i += step)
@@ -102,8 +105,38 @@ utCopyElements(T *to, const T *from, unsigned count)
         memcpy(to + count - step, from + count - step, 16);
     }
     else
-        for (unsigned i = 0; i < count; ++i)
-            to[i] = from[i];
+    {
+        // No loop, of which the compiler would make a slow instruction.
+        if (count & 2)
+            memcpy(to, from, 2 * sizeof(T));
+        if (count & 1)
+            to[count - 1] = from[count - 1];
+    }
+}
+
+template <class T>
+void
+utCopyElements(T *to, const T *from, unsigned count)
+{
+    if (count > theFewBytes / sizeof(T))
+        memcpy(to, from, count * sizeof(T));
+    else
+        utCopyFew(to, from, count);
+}
+
+// A block of another size with as much of the old one as fits.
+template <class T>
+__attribute__((noinline)) T *
+utReallocate(T *data, unsigned capacity, unsigned slots)
+{
+    if (capacity > theSmallBlock / sizeof(T) ||
+        slots > theSmallBlock / sizeof(T))
+        return static_cast<T *>(
+            utChecked(reallocarray(data, slots, sizeof(T))));
+    T *const block = static_cast<T *>(utAllocate(slots * sizeof(T)));
+    utCopyFew(block, data, std::min(capacity, slots));
+    free(data);
+    return block;
 }
 
 // Sets the capacity exactly; 0 frees the block.
@@ -141,8 +174,8 @@ utGrow(
     bool clearsNewSlots)
 {
     constexpr unsigned usual = UTgrownCapacity(0);
-    if (newCapacity > utBlockSlots<T>(capacity) ||
-        newCapacity - capacity != usual)
+    if (newCapacity - capacity != usual ||
+        !utIsInBlock<T>(capacity, newCapacity))
     {
         utResize(data, capacity, entries, newCapacity, clearsNewSlots);
         return;
@@ -257,6 +290,23 @@ utReserveEnd(
     capacity += count;
 }
 
+// A concat() that needs another block, or copies many elements.
+template <class T, class Array>
+__attribute__((noinline)) void
+utConcatLong(
+    T *&data, unsigned &capacity, unsigned &entries, const Array &other,
+    bool clearsNewSlots)
+{
+    const unsigned count = other.entries();
+    if (capacity - entries <= count && count > 0)
+        utReserveEnd(data, capacity, entries, count, clearsNewSlots);
+    // Only here are the other's data fetched: it may be the same array.
+    utCopyElements(data + entries, other.data(), count);
+    entries += count;
+}
+
+// The usual case is short: a few elements for a full array whose block has the
+// room, or for one with free slots.
 template <class T, class Array>
 void
 utConcat(
@@ -264,18 +314,19 @@ utConcat(
     bool clearsNewSlots)
 {
     const unsigned count = other.entries();
-    if (capacity - entries <= count && count > 0)
+    const unsigned newEntries = entries + count;
+    const bool isFull = capacity == entries;
+    if (count > theFewBytes / sizeof(T) ||
+        (isFull ? !utIsInBlock<T>(capacity, newEntries)
+                : capacity - entries <= count))
     {
-        // The usual case is a full array whose block has the room.
-        if (capacity == entries &&
-            capacity + count <= utBlockSlots<T>(capacity))
-            capacity += count;
-        else
-            utReserveEnd(data, capacity, entries, count, clearsNewSlots);
+        utConcatLong(data, capacity, entries, other, clearsNewSlots);
+        return;
     }
-    // Only here are the other's data fetched: it may be the same array.
-    utCopyElements(data + entries, other.data(), count);
-    entries += count;
+    if (isFull)
+        capacity = newEntries;
+    utCopyFew(data + entries, other.data(), count);
+    entries = newEntries;
 }
 
 // Inserts into an array sorted by `order(element, value)`, before an equal
