@@ -23,6 +23,8 @@ utChecked(T *block)
 inline void *
 utAllocate(size_t bytes)
 {
+    // The analyzer does not follow that arrays without capacity have no block.
+    // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI)
     return utChecked(malloc(bytes));
 }
 

@@ -245,12 +245,8 @@ static uint64
 utPlainKey(const char *text)
 {
     uint64 key = 0;
-    int bits = 64;
-    while (text && *text && bits > 0)
-    {
-        bits -= 8;
+    for (int bits = 56; text && *text && bits >= 0; bits -= 8)
         key |= uint64(uint8(*text++)) << bits;
-    }
     return key;
 }
 

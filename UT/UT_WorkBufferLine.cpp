@@ -2,6 +2,8 @@
 
 #include "UT_WorkBuffer.h"
 
+#include "UT_CancelImpl.h"
+
 #include "SYS/SYS_Types.h"
 
 #include <cstring>
@@ -66,8 +68,9 @@ UT_WorkBuffer::getline(FILE *in)
     const char *piece = nullptr;
     try
     {
-        piece = isDropped ? fgets(block, thePieceSize, in)
-                          : fgets(myBuffer, myAllocatedSize, in);
+        const auto read = utMayUnwind(fgets);
+        piece = isDropped ? read(block, thePieceSize, in)
+                          : read(myBuffer, myAllocatedSize, in);
     }
     catch (...) // the end of the thread
     {
