@@ -43,10 +43,10 @@ utReadsVmData(const char *line, unsigned &bytes)
     static const char theLabel[] = "VmData:";
     if (strncmp(line, theLabel, sizeof(theLabel) - 1) != 0)
         return false;
+    const char *const number = line + sizeof(theLabel) - 1;
     char *end;
-    const unsigned long kilobytes =
-        strtoul(line + sizeof(theLabel) - 1, &end, 0);
-    if (strncmp(end, " kB", 3) != 0)
+    const unsigned long kilobytes = strtoul(number, &end, 0);
+    if (end == number || strncmp(end, " kB", 3) != 0)
         return false;
     bytes = static_cast<unsigned>(kilobytes * 1024);
     return true;
@@ -62,8 +62,13 @@ getProcMemUsage()
     const ut_CancelGuard guard;
     if (FILE *file = fopen(text, "re"))
     {
+        // A long line comes in several pieces.
+        bool isLineStart = true;
         while (!found && fgets(text, sizeof(text), file))
-            found = utReadsVmData(text, bytes);
+        {
+            found = isLineStart && utReadsVmData(text, bytes);
+            isLineStart = strchr(text, '\n');
+        }
         fclose(file);
     }
     if (found)

@@ -38,13 +38,17 @@ utPartsOf(const std::string &name, int dot)
     }
 }
 
-// All pairs, both ways: as such lists do, the names compare transitively.
+// All pairs of the first names, both ways: as such lists do, the names compare
+// transitively.
 static void
 utCheckOrder(const ut_Names &names, int dot, ut_Compare compare)
 {
     std::vector<std::pair<std::string, std::vector<int>>> all;
     for (const std::string &name : names)
-        all.emplace_back(name, utPartsOf(name, dot));
+    {
+        if (all.size() < 30)
+            all.emplace_back(name, utPartsOf(name, dot));
+    }
     for (const auto &[a, x] : all)
         for (const auto &[b, y] : all)
         {
