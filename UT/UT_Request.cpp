@@ -1,6 +1,7 @@
 // The envelope of requests.
 
 #include "UT_RequestImpl.h"
+#include "UT_StringImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"
@@ -59,7 +60,7 @@ utBuildXML(
 void
 encodeAsCData(const char *text, UT_WorkBuffer &out)
 {
-    const char *const bracket = strchrnul(text, ']');
+    const char *const bracket = utFindOrEnd(text, ']');
     out.clear();
     utAppendCData(text, bracket, bracket + strlen(bracket), out);
 }
@@ -67,7 +68,7 @@ encodeAsCData(const char *text, UT_WorkBuffer &out)
 void
 buildXML(const char *text, const char *tag, UT_WorkBuffer &out)
 {
-    const char *const bracket = strchrnul(text, ']');
+    const char *const bracket = utFindOrEnd(text, ']');
     utBuildXML(text, bracket, bracket + strlen(bracket), tag, out);
 }
 

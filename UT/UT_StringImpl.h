@@ -7,6 +7,7 @@
 #include "SYS/SYS_Types.h"
 
 #include <climits>
+#include <cstring>
 
 // The bytes for which a text is put in quotes; a carriage return is not one.
 constexpr char theSpaceChars[] = " \t\n\v\f";
@@ -23,6 +24,19 @@ utLeadingNumber(const char *text, const char *end)
     for (; text != end && utIsDigit(*text) && value < INT_MAX; ++text)
         value = value * 10 + (*text - '0');
     return value < INT_MAX ? int(value) : INT_MAX;
+}
+
+// The first such byte of a text that may be long, or its NUL. In 32 bits the C
+// library's strchrnul() goes byte by byte, while the others have vectors.
+inline const char *
+utFindOrEnd(const char *text, char byte)
+{
+#ifdef __i386__
+    const char *const found = strchr(text, byte);
+    return found ? found : text + strlen(text);
+#else
+    return strchrnul(text, byte);
+#endif
 }
 
 // A key for as much of `text`, which may be null, as 64 bits hold. Two

@@ -90,7 +90,7 @@ void
 UT_String::expandControlSequences()
 {
     harden();
-    const char *read = strchrnul(myData, '\\');
+    const char *read = utFindOrEnd(myData, '\\');
     char *write = myData + (read - myData);
     for (; *read; ++read)
     {

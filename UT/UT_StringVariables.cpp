@@ -3,11 +3,18 @@
 #include "UT_String.h"
 
 #include "UT_VariableScan.h"
+#include "UT_VariableScanImpl.h"
 #include "UT_WorkBuffer.h"
 
 void
 UT_String::expandVariables()
 {
+    // Most texts have nothing to replace.
+    if (!myData || utHasNothingToReplace(myData))
+    {
+        harden();
+        return;
+    }
     UT_WorkBuffer expanded;
     UTVariableScan(
         expanded, myData, nullptr, nullptr, /*expandTilde=*/true,

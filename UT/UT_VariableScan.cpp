@@ -89,14 +89,19 @@ static constexpr struct ut_HalfTables
         for (int byte = 1; byte < 128; ++byte)
             for (unsigned set = 0; set < 8; ++set)
                 if (theScanTable.kinds[byte] & set)
+                {
+                    areDistinct = areDistinct && !bytes[set][byte % 16];
                     bytes[set][byte % 16] = char(byte);
+                }
     }
 
     char bytes[8][16];
+    bool areDistinct = true;
 } theHalfTables;
+static_assert(theHalfTables.areDistinct);
 
-// Does the same with the vectors of AVX2. Returns what lies less than
-// thirty-two bytes before `end` if all up to there are simply copied.
+// Does what utSkipOrdinary() does, with the vectors of AVX2. Returns what lies
+// less than thirty-two bytes before `end` if all up to there are simply copied.
 [[gnu::target("avx2")]] static const char *
 utSkipOrdinaryWide(const char *text, const char *end, unsigned special)
 {
@@ -144,6 +149,36 @@ utSkipOrdinaryLong(const char *text, const char *, unsigned)
     return text;
 }
 #endif
+
+// The first byte that is not simply copied. There is no NUL before `wholeEnd`,
+// which moves as more of the text is looked at.
+static const char *
+utEndOfOrdinary(const char *text, const char *&wholeEnd, unsigned special)
+{
+    const auto isSpecial = [special](char c)
+    { return (theScanTable.kinds[uint8(c)] & special) != 0; };
+    // Most runs are short; the first one that is not shows how long the text
+    // is, and then blocks are as quick.
+    int few = wholeEnd - text < 16 ? 16 : 0;
+    while (few > 0)
+    {
+        if (isSpecial(*text))
+            return text;
+        ++text;
+        --few;
+    }
+    for (;;)
+    {
+        if (wholeEnd - text < 16)
+            wholeEnd = text + strnlen(text, 4096);
+        text = utSkipOrdinaryLong(text, wholeEnd, special);
+        if (wholeEnd - text >= 16 || *wholeEnd == '\0')
+            break;
+    }
+    while (!isSpecial(*text))
+        ++text;
+    return text;
+}
 
 // Characters that a name between percent signs cannot have. Parentheses are not
 // among them: PROGRAMFILES(X86) is a name.
@@ -527,30 +562,7 @@ ut_VariableScanner::copyOrdinary()
                              : myIgnoreComments
                                  ? UT_SCAN_ALWAYS
                                  : UT_SCAN_ALWAYS | UT_SCAN_COMMENTS;
-    const auto isSpecial = [special](char c)
-    { return (theScanTable.kinds[uint8(c)] & special) != 0; };
-    // Most runs are short; the first one that is not shows how long the text
-    // is, and then blocks are as quick.
-    const char *end = myNext;
-    int few = myWholeEnd - end < 16 ? 16 : 0;
-    while (few > 0 && !isSpecial(*end))
-    {
-        ++end;
-        --few;
-    }
-    if (few == 0)
-    {
-        for (;;)
-        {
-            if (myWholeEnd - end < 16)
-                myWholeEnd = end + strnlen(end, 4096);
-            end = utSkipOrdinaryLong(end, myWholeEnd, special);
-            if (myWholeEnd - end >= 16 || *myWholeEnd == '\0')
-                break;
-        }
-        while (!isSpecial(*end))
-            ++end;
-    }
+    const char *const end = utEndOfOrdinary(myNext, myWholeEnd, special);
     if (end != myNext)
         copy(end);
 }
@@ -746,6 +758,13 @@ UTVariableScan(
     return UTExprVariableScan(
         out, text, varLookup, nullptr, data, /*expandVars=*/true, expandTilde,
         ignoreComments);
+}
+
+bool
+utHasNothingToReplace(const char *text)
+{
+    const char *wholeEnd = text;
+    return *utEndOfOrdinary(text, wholeEnd, UT_SCAN_ALWAYS) == '\0';
 }
 
 const char *

@@ -5,6 +5,10 @@
 
 class UT_WorkBuffer;
 
+// Whether the text has no byte that a scan, with comments as ordinary text,
+// would not simply copy.
+bool utHasNothingToReplace(const char *text);
+
 // The sources of the values.
 struct ut_Lookups
 {

@@ -349,7 +349,7 @@ ut_CommonFormat::copyText(const char *format)
     myLength += size_t(format - start);
     if (format != most)
         return format;
-    const char *const end = strchrnul(format, '%');
+    const char *const end = utFindOrEnd(format, '%');
     put(format, size_t(end - format));
     return end;
 }

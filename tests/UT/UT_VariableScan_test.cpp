@@ -133,6 +133,12 @@ TEST(UT_VariableScan, StringsExpandFromTheEnvironment)
     string.expandVariables();
     // Deliberate: as it was once, a colon ends the name and stays.
     EXPECT_STREQ("/p/q.r:t /p/q.r // /p/q.r", string);
+
+    char plain[] = "/a/{b}/*c*/";
+    string = plain;
+    string.expandVariables();
+    plain[0] = '-';
+    EXPECT_STREQ("/a/{b}/*c*/", string) << "still borrows";
 }
 
 static const char *
