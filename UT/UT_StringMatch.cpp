@@ -679,7 +679,7 @@ public:
     }
 
 private:
-    bool has(char c) const
+    [[nodiscard]] bool has(char c) const
     {
         return c && (c == myFirst || c == mySecond ||
                      (*myOthers && strchr(myOthers, c)));
