@@ -2,8 +2,8 @@
 // and empties in no more. It grows by a fifth at a time and keeps its lists
 // sorted, so filling it takes up to 1.8 of that time, and less from a million
 // names on. Abseil's flat table, which has the names in the table itself, is
-// filled in a third of the time, finds as fast up to 1000 names and 1.7 times as
-// fast from 10000 on, and up to 4.6 times what is not there.
+// filled in a third of the time, finds as fast up to 1000 names and 1.7 times
+// as fast from 10000 on, and up to 4.6 times what is not there.
 
 #include "UT/UT_SymbolTable.h"
 

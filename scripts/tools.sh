@@ -27,3 +27,10 @@ can_make() {
     echo "$parent"
     return 1
 }
+
+# need COMMAND PACKAGE: ends the script where the command is missing.
+need() {
+    command -v "$1" >/dev/null && return
+    echo "$1 is missing. Debian has it in the package $2." >&2
+    exit 1
+}
