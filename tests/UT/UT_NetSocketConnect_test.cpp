@@ -41,6 +41,8 @@ struct ut_System
     bool bindsToPeer = false;
     // connect(): says so often that it is under way, and then refuses.
     int connectsUnderWay = -1;
+    // connect(): a signal ends so many calls.
+    int connectsInterrupted = 0;
     std::string connectedTo; // the last address
 
     // read(): fails so often, for a reason that passes.
@@ -77,6 +79,12 @@ connect(int fd, const sockaddr *address, socklen_t length)
         theSystem.connectedTo = inet_ntoa(peer.sin_addr);
         if (theSystem.bindsToPeer)
             ::bind(fd, address, length); // no use if it is bound already
+        if (theSystem.connectsInterrupted > 0)
+        {
+            --theSystem.connectsInterrupted;
+            errno = EINTR;
+            return -1;
+        }
         if (theSystem.connectsUnderWay >= 0)
         {
             errno = theSystem.connectsUnderWay ? EINPROGRESS : ECONNREFUSED;
@@ -212,6 +220,22 @@ TEST_F(UT_NetSocketConnect, SignalsDoNotShortenTheWaitingBetweenAttempts)
     EXPECT_EQ(60 - 51, theSystem.connectsUnderWay);
     EXPECT_GE(steady_clock::now() - start, 51 * 100ms);
     EXPECT_GT(storm.signals(), 0);
+}
+
+TEST_F(UT_NetSocketConnect, SignalsDoNotEndAnExchangeThatConnects)
+{
+    ut_LoopbackServer server({ut_LoopbackServer::send("ok\0"s)});
+    const char *const hosts[] = {"localhost", nullptr};
+    for (const char *const host : hosts)
+    {
+        theSystem.connectsInterrupted = 3;
+        EXPECT_TRUE(utExchange(/*blocking=*/true, server.port(), "x", host));
+        EXPECT_EQ(0, theSystem.connectsInterrupted);
+    }
+    // A single attempt reports it.
+    theSystem.connectsInterrupted = 1;
+    UT_NetSocket socket("localhost", server.port(), true, -1);
+    EXPECT_EQ(-3, socket.connect(0));
 }
 
 // Deliberate: only silence uses up the budget of ten waits, other failures do
