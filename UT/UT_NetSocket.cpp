@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <typeinfo>
 
@@ -424,13 +425,23 @@ UT_NetSocket::read(UT_WorkBuffer &out, int timeoutMs, bool untilNul)
     return result;
 }
 
+// Appends all of `bytes`, unless the buffer is locked. There is no memory for
+// more than its longest text: that would be dropped, its NUL at the end, too.
+static void
+utAppendAll(UT_WorkBuffer &out, const char *bytes, int count)
+{
+    if (!out.isLocked() && count >= INT_MAX - out.length())
+        throw std::bad_alloc();
+    out.append(bytes, count);
+}
+
 int
 UT_NetSocket::readPart(UT_WorkBuffer &out, int &got)
 {
     char chunk[theChunkSize];
     const int result = read(chunk, theChunkSize, &got, -1);
     if (!result && got > 0)
-        out.append(chunk, got);
+        utAppendAll(out, chunk, got);
     return result;
 }
 
@@ -579,7 +590,7 @@ UT_NetSocket::nonBlockingSendCommandAndGetResult(
     {
         UT_WorkBuffer part;
         answer = socket->read(part, 200, /*untilNul=*/true);
-        result.append(part);
+        utAppendAll(result, part.buffer(), part.length());
         // Deliberate: only silence uses up the budget, other failures do not.
         if (answer == UT_NET_WOULD_BLOCK)
             --budget;

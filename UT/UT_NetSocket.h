@@ -147,7 +147,9 @@ public:
     /// NULs, including the last one, are part of the text. After a failure
     /// `out` holds the bytes received before it. A locked `out` is unchanged
     /// and the bytes are lost; with `untilNul` and an empty locked `out`, a
-    /// blocking socket then reads until the peer closes the connection.
+    /// blocking socket then reads until the peer closes the connection. Throws
+    /// std::bad_alloc, as for any lack of memory, when the message has INT_MAX
+    /// bytes or more.
     ///
     /// The message is collected by calls of read() for at most 8191 bytes each,
     /// and dataAvailable() is called only where its result decides whether the

@@ -8,8 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <climits>
 #include <cstring>
 #include <deque>
+#include <new>
 #include <random>
 #include <string>
 
@@ -210,6 +212,34 @@ TEST(UT_NetSocket, LongMessagesArriveAsInASubclass)
         }
         EXPECT_EQ(capacities[true], capacities[false]);
     }
+}
+
+// Has bytes for ten reads, for a buffer in which there is hardly room.
+class ut_LongMessage : public UT_NetSocket
+{
+public:
+    using UT_NetSocket::read;
+    using UT_NetSocket::UT_NetSocket;
+    int read(void *bytes, int size, int *got, int) override
+    {
+        if (myReads == 0)
+            out.write(INT_MAX - 100, 'x'); // touches no other memory
+        ++myReads;
+        memset(bytes, 'x', size_t(size));
+        *got = myReads <= 10 ? size : 0;
+        return 0;
+    }
+    UT_WorkBuffer out;
+
+private:
+    int myReads = 0;
+};
+
+TEST(UT_NetSocket, MessagesThatFitNoBufferRunOutOfMemory)
+{
+    ut_LongMessage socket(nullptr, ::dup(0), true);
+    EXPECT_THROW(
+        socket.read(socket.out, -1, /*untilNul=*/true), std::bad_alloc);
 }
 
 TEST(UT_NetSocket, ChecksComeInOrder)
