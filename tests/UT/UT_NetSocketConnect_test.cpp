@@ -18,7 +18,6 @@
 #include <cstring>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include <arpa/inet.h>
 #include <dlfcn.h>
@@ -255,34 +254,6 @@ TEST_F(UT_NetSocketConnect, SocketsAskTwiceForAnAddressInUse)
 {
     const UT_NetSocket socket("127.0.0.1", 10000, true, -1);
     EXPECT_EQ(2, theSystem.reuseRequests); // deliberate
-}
-
-TEST_F(UT_NetSocketConnect, HalfACommandGetsNoAnswer)
-{
-    // A peer that answers at once and reads nothing, so that the command never
-    // goes out whole; signals end the write that waits for it.
-    const std::string command(64 << 20, 'x');
-    for (const bool blocking : {false, true})
-    {
-        const ut_LoopbackPort port;
-        ::listen(port.fd(), 1);
-        int peer = -1;
-        std::thread thread(
-            [&]
-            {
-                sigset_t all;
-                ::sigfillset(&all);
-                ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
-                peer = ::accept(port.fd(), nullptr, nullptr);
-                ::send(peer, "early", sizeof("early"), MSG_NOSIGNAL);
-            });
-        const ut_SignalStorm storm;
-        EXPECT_FALSE(
-            utExchange(blocking, port.port(), command.c_str(), "127.0.0.1"))
-            << blocking;
-        thread.join();
-        ::close(peer);
-    }
 }
 
 // A connect to a listener that takes no more connections waits for its time.
