@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <typeinfo>
 
@@ -147,7 +148,8 @@ UT_NetSocket::connect(int timeoutMs)
     in_addr host = {};
     if (!utResolve(myHostName, host))
         return UT_NET_HOST_NOT_FOUND;
-    return connectTo(host, timeoutMs);
+    int error;
+    return connectTo(host, timeoutMs, error);
 }
 
 // Whether the address is one of 127.0.0.0/8, which never leaves this machine.
@@ -157,27 +159,36 @@ utIsLoopback(const in_addr &address)
     return ntohl(address.s_addr) >> 24 == IN_LOOPBACKNET;
 }
 
-// connect(0) for an exchange. Without a host the command is for this machine
-// and does not leave it, whatever the look-up of "localhost" returns.
+// connect(0) for an exchange, which no signal ends. Without a host the command
+// is for this machine and does not leave it, whatever the look-up of
+// "localhost" returns.
 int
 UT_NetSocket::connectExchange(const char *host)
 {
-    if (host)
-        return connect(0);
     in_addr address = {};
-    if (!utResolve(myHostName, address) || !utIsLoopback(address))
+    const bool isFound = utResolve(myHostName, address);
+    if (host && !isFound)
+        return UT_NET_HOST_NOT_FOUND;
+    if (!host && (!isFound || !utIsLoopback(address)))
         address.s_addr = htonl(INADDR_LOOPBACK);
-    return connectTo(address, 0);
+    int error;
+    int result;
+    do
+        result = connectTo(address, 0, error);
+    while (error == EINTR); // goes on in the next call
+    return result;
 }
 
+// `error` is set to that of the system's call.
 int
-UT_NetSocket::connectTo(const in_addr &host, int timeoutMs)
+UT_NetSocket::connectTo(const in_addr &host, int timeoutMs, int &error)
 {
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr = host;
     address.sin_port = htons(uint16(myPort));
-    switch (connectOrTimeout(&address, sizeof(address), timeoutMs))
+    error = connectOrTimeout(&address, sizeof(address), timeoutMs);
+    switch (error)
     {
     case 0:
     case EISCONN: // a connect that was under way has succeeded
@@ -414,13 +425,23 @@ UT_NetSocket::read(UT_WorkBuffer &out, int timeoutMs, bool untilNul)
     return result;
 }
 
+// Appends all of `bytes`, unless the buffer is locked. There is no memory for
+// more than its longest text: that would be dropped, its NUL at the end, too.
+static void
+utAppendAll(UT_WorkBuffer &out, const char *bytes, int count)
+{
+    if (!out.isLocked() && count >= INT_MAX - out.length())
+        throw std::bad_alloc();
+    out.append(bytes, count);
+}
+
 int
 UT_NetSocket::readPart(UT_WorkBuffer &out, int &got)
 {
     char chunk[theChunkSize];
     const int result = read(chunk, theChunkSize, &got, -1);
     if (!result && got > 0)
-        out.append(chunk, got);
+        utAppendAll(out, chunk, got);
     return result;
 }
 
@@ -569,7 +590,7 @@ UT_NetSocket::nonBlockingSendCommandAndGetResult(
     {
         UT_WorkBuffer part;
         answer = socket->read(part, 200, /*untilNul=*/true);
-        result.append(part);
+        utAppendAll(result, part.buffer(), part.length());
         // Deliberate: only silence uses up the budget, other failures do not.
         if (answer == UT_NET_WOULD_BLOCK)
             --budget;

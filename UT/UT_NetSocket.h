@@ -147,7 +147,9 @@ public:
     /// NULs, including the last one, are part of the text. After a failure
     /// `out` holds the bytes received before it. A locked `out` is unchanged
     /// and the bytes are lost; with `untilNul` and an empty locked `out`, a
-    /// blocking socket then reads until the peer closes the connection.
+    /// blocking socket then reads until the peer closes the connection. Throws
+    /// std::bad_alloc, as for any lack of memory, when the message has INT_MAX
+    /// bytes or more.
     ///
     /// The message is collected by calls of read() for at most 8191 bytes each,
     /// and dataAvailable() is called only where its result decides whether the
@@ -199,7 +201,8 @@ public:
     /// `mapToUnprivileged` applies mapToUnprivilegedPort() to the port. The
     /// command is sent in one write(); the result is false when that takes only
     /// a part of it, as may happen when a signal arrives while the peer does
-    /// not read. There is no time limit: a silent peer is waited for forever.
+    /// not read. Signals end no other step. There is no time limit: a silent
+    /// peer is waited for forever.
     ///
     /// Commands are code: without a host they never leave the machine. The name
     /// "localhost" is looked up, and if that fails or gives an address outside
@@ -349,7 +352,7 @@ public:
 private:
     UT_LOCAL void openSocket();
     UT_LOCAL bool bindToPort();
-    UT_LOCAL int connectTo(const in_addr &host, int timeoutMs);
+    UT_LOCAL int connectTo(const in_addr &host, int timeoutMs, int &error);
     UT_LOCAL int connectExchange(const char *host);
     UT_LOCAL bool connectPatiently(const char *host);
     UT_LOCAL int waitForConnect(int timeoutMs);

@@ -1,21 +1,16 @@
 #include "UT/UT_Connection.h"
 
 #include "ut_LoopbackServer.h"
-#include "ut_SignalStorm.h"
 
 #include "UT/UT_WorkBuffer.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <climits>
-#include <future>
 #include <random>
 #include <string>
 
-using namespace std::chrono_literals;
 using namespace std::string_literals;
-using std::chrono::steady_clock;
 using Server = ut_LoopbackServer;
 
 static const std::string theTraceback = "Traceback (most recent call last):\n";
@@ -26,49 +21,7 @@ utText(const UT_WorkBuffer &buffer)
     return std::string(buffer.buffer(), size_t(buffer.length()));
 }
 
-// More than the buffers of both ends hold, so that sending it waits for a peer
-// that reads.
-static std::string
-utHugeText()
-{
-    return std::string(32 << 20, 'x');
-}
-
 // ---- Replies
-
-TEST(UT_Connection, RepliesEndBeforeTheirNul)
-{
-    const std::string all = "\x80\xff\n\x01" + std::string(100000, '\xe9');
-    const struct
-    {
-        const char *what;
-        Server::Script script;
-        std::string reply;
-        bool endedByClose;
-    } cases[] = {
-        {"with a NUL",       {Server::send(all + '\0')},              all,   false},
-        {"more after a NUL", {Server::send("cut\0here\0"s)},          "cut", false},
-        {"a NUL alone",      {Server::send("\0"s)},                   "",    false},
-        {"in parts",
-         {Server::send("a"), Server::pause(5), Server::send("b\0"s)},
-         "ab",                                                               false},
-        {"without a NUL",    {Server::send("ok"), Server::close()},   "ok",  true },
-        {"nothing",          {Server::close()},                       "",    true },
-    };
-    for (const auto &row : cases)
-    {
-        SCOPED_TRACE(row.what);
-        Server server(row.script);
-        // The port is mapped.
-        UT_Connection connection(server.port() - 65535);
-        UT_WorkBuffer reply;
-        reply.append("left over");
-        EXPECT_TRUE(connection.run("hi", reply)) << connection.message();
-        EXPECT_EQ(row.reply, utText(reply));
-        EXPECT_EQ(row.endedByClose, connection.endedByClose());
-        EXPECT_STREQ("", connection.message());
-    }
-}
 
 TEST(UT_Connection, RepliesMayBeAsLongAsTheLimit)
 {
@@ -221,91 +174,4 @@ TEST(UT_Connection, FailuresHaveReasons)
             << connection.message();
         EXPECT_EQ(0, reply.length());
     }
-}
-
-// Sends bytes, as fast as the peer takes them or slowly, until it goes.
-static Server::Step
-utEndlessly(const std::string &bytes, std::chrono::milliseconds pause)
-{
-    return [bytes, pause](int fd, const std::string &)
-    {
-        while (::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0)
-            std::this_thread::sleep_for(pause);
-        return false;
-    };
-}
-
-TEST(UT_Connection, NoPeerHoldsARequestBeyondItsTime)
-{
-    const ut_LoopbackPort deaf; // the system accepts, nobody reads
-    ::listen(deaf.fd(), 16);
-    Server slow({utEndlessly("x", 1ms)});
-    Server fast({utEndlessly(std::string(1 << 16, 'x'), 0ms)});
-    const std::string huge = utHugeText();
-    const struct
-    {
-        const char *what;
-        int port;
-        const char *text;
-    } cases[] = {
-        {"reads nothing", deaf.port(), huge.c_str()},
-        {"is slow",       slow.port(), "x"         },
-        {"never ends",    fast.port(), "x"         },
-    };
-    const ut_SignalStorm storm;
-    for (const auto &row : cases)
-    {
-        SCOPED_TRACE(row.what);
-        UT_Connection connection(row.port, nullptr, /*timeoutMs=*/200);
-        connection.setMaxReply(INT_MAX);
-        UT_WorkBuffer reply;
-        const auto start = steady_clock::now();
-        EXPECT_FALSE(connection.run(row.text, reply));
-        EXPECT_EQ(UT_CONNECTION_TIMED_OUT, connection.result());
-        EXPECT_GE(steady_clock::now() - start, 200ms);
-    }
-}
-
-// Accepts one connection, sends `reply`, and leaves the request unread.
-static std::future<int>
-utReplyEarly(const ut_LoopbackPort &listener, const std::string &reply)
-{
-    ::listen(listener.fd(), 1);
-    return std::async(
-        std::launch::async,
-        [&listener, reply]
-        {
-            const int fd = ::accept(listener.fd(), nullptr, nullptr);
-            ::send(fd, reply.data(), reply.size(), MSG_NOSIGNAL);
-            return fd;
-        });
-}
-
-TEST(UT_Connection, EarlyRepliesCount)
-{
-    const ut_LoopbackPort port;
-    std::future<int> peer = utReplyEarly(port, "too much\0"s);
-    UT_Connection connection(port.port());
-    UT_WorkBuffer reply;
-    EXPECT_TRUE(connection.run(utHugeText().c_str(), reply))
-        << connection.message();
-    EXPECT_EQ("too much", utText(reply));
-    const ut_TestDescriptor fd(peer.get());
-}
-
-TEST(UT_Connection, LostConnectionsRaiseNoSignal)
-{
-    const ut_LoopbackPort port;
-    UT_Connection connection(port.port());
-    UT_WorkBuffer reply;
-    const std::string huge = utHugeText();
-    std::future<int> peer = utReplyEarly(port, "part");
-    std::future<bool> sent = std::async(
-        std::launch::async,
-        [&] { return connection.run(huge.c_str(), reply); });
-    {
-        const ut_TestDescriptor closed(peer.get());
-    }
-    EXPECT_FALSE(sent.get());
-    EXPECT_EQ(UT_CONNECTION_CLOSED, connection.result());
 }

@@ -18,7 +18,6 @@
 #include <cstring>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include <arpa/inet.h>
 #include <dlfcn.h>
@@ -41,6 +40,8 @@ struct ut_System
     bool bindsToPeer = false;
     // connect(): says so often that it is under way, and then refuses.
     int connectsUnderWay = -1;
+    // connect(): a signal ends so many calls.
+    int connectsInterrupted = 0;
     std::string connectedTo; // the last address
 
     // read(): fails so often, for a reason that passes.
@@ -77,6 +78,12 @@ connect(int fd, const sockaddr *address, socklen_t length)
         theSystem.connectedTo = inet_ntoa(peer.sin_addr);
         if (theSystem.bindsToPeer)
             ::bind(fd, address, length); // no use if it is bound already
+        if (theSystem.connectsInterrupted > 0)
+        {
+            --theSystem.connectsInterrupted;
+            errno = EINTR;
+            return -1;
+        }
         if (theSystem.connectsUnderWay >= 0)
         {
             errno = theSystem.connectsUnderWay ? EINPROGRESS : ECONNREFUSED;
@@ -214,6 +221,22 @@ TEST_F(UT_NetSocketConnect, SignalsDoNotShortenTheWaitingBetweenAttempts)
     EXPECT_GT(storm.signals(), 0);
 }
 
+TEST_F(UT_NetSocketConnect, SignalsDoNotEndAnExchangeThatConnects)
+{
+    ut_LoopbackServer server({ut_LoopbackServer::send("ok\0"s)});
+    const char *const hosts[] = {"localhost", nullptr};
+    for (const char *const host : hosts)
+    {
+        theSystem.connectsInterrupted = 3;
+        EXPECT_TRUE(utExchange(/*blocking=*/true, server.port(), "x", host));
+        EXPECT_EQ(0, theSystem.connectsInterrupted);
+    }
+    // A single attempt reports it.
+    theSystem.connectsInterrupted = 1;
+    UT_NetSocket socket("localhost", server.port(), true, -1);
+    EXPECT_EQ(-3, socket.connect(0));
+}
+
 // Deliberate: only silence uses up the budget of ten waits, other failures do
 // not.
 TEST_F(UT_NetSocketConnect, FailuresOfReadingDoNotEndAnExchange)
@@ -231,34 +254,6 @@ TEST_F(UT_NetSocketConnect, SocketsAskTwiceForAnAddressInUse)
 {
     const UT_NetSocket socket("127.0.0.1", 10000, true, -1);
     EXPECT_EQ(2, theSystem.reuseRequests); // deliberate
-}
-
-TEST_F(UT_NetSocketConnect, HalfACommandGetsNoAnswer)
-{
-    // A peer that answers at once and reads nothing, so that the command never
-    // goes out whole; signals end the write that waits for it.
-    const std::string command(64 << 20, 'x');
-    for (const bool blocking : {false, true})
-    {
-        const ut_LoopbackPort port;
-        ::listen(port.fd(), 1);
-        int peer = -1;
-        std::thread thread(
-            [&]
-            {
-                sigset_t all;
-                ::sigfillset(&all);
-                ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
-                peer = ::accept(port.fd(), nullptr, nullptr);
-                ::send(peer, "early", sizeof("early"), MSG_NOSIGNAL);
-            });
-        const ut_SignalStorm storm;
-        EXPECT_FALSE(
-            utExchange(blocking, port.port(), command.c_str(), "127.0.0.1"))
-            << blocking;
-        thread.join();
-        ::close(peer);
-    }
 }
 
 // A connect to a listener that takes no more connections waits for its time.

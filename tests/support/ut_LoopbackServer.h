@@ -21,6 +21,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -68,8 +69,9 @@ private:
 // One connection after the other is read until what came ends in a NUL, then
 // the script is played, then (unless the script ended the connection) what else
 // the peer sends is read until it ends the connection. So an empty script is a
-// peer that stays silent. The peers must end before the server is destroyed.
-// Its thread takes no signals.
+// peer that stays silent. With `isDeaf` nothing is read, except by the script.
+// The peers must end before the server is destroyed. Its thread takes no
+// signals.
 class ut_LoopbackServer
 {
 public:
@@ -109,7 +111,8 @@ public:
         };
     }
 
-    explicit ut_LoopbackServer(Script script) : myScript(std::move(script))
+    explicit ut_LoopbackServer(Script script, bool isDeaf = false)
+        : myScript(std::move(script)), myIsDeaf(isDeaf)
     {
         ::listen(myListener.fd(), 128);
         myThread = std::thread([this] { serve(); });
@@ -117,6 +120,12 @@ public:
     ~ut_LoopbackServer()
     {
         ::shutdown(myListener.fd(), SHUT_RDWR); // wakes the thread
+        {
+            // A peer that was not read may have left without a trace.
+            const std::lock_guard<std::mutex> guard(myMutex);
+            myIsEnding = true;
+            ::shutdown(myConnection, SHUT_RDWR);
+        }
         myThread.join();
     }
 
@@ -162,17 +171,32 @@ private:
         return false;
     }
 
-    std::string converse(const ut_TestDescriptor &connection) const
+    // Sets the connection that the destructor shuts down; false if it has
+    // begun.
+    bool setConnection(int fd)
+    {
+        const std::lock_guard<std::mutex> guard(myMutex);
+        myConnection = fd;
+        return !myIsEnding;
+    }
+
+    std::string converse(const ut_TestDescriptor &connection)
     {
         const int fd = connection.get();
         const int on = 1;
         ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
         std::string received;
-        bool goesOn = receive(fd, received, /*untilNul=*/true);
+        bool goesOn = setConnection(fd);
+        if (goesOn && !myIsDeaf)
+            goesOn = receive(fd, received, /*untilNul=*/true);
         for (size_t i = 0; goesOn && i < myScript.size(); ++i)
             goesOn = myScript[i](fd, received);
-        if (goesOn)
+        pollfd end = {fd, POLLRDHUP, 0};
+        if (goesOn && myIsDeaf)
+            ::poll(&end, 1, /*timeout=*/-1);
+        else if (goesOn)
             receive(fd, received, /*untilNul=*/false);
+        setConnection(-1);
         return received;
     }
 
@@ -193,10 +217,13 @@ private:
     }
 
     const Script myScript;
+    const bool myIsDeaf;
     const ut_LoopbackPort myListener;
     std::thread myThread;
 
     std::mutex myMutex; // guards what follows
     std::condition_variable myChanged;
     std::vector<std::string> myRequests;
+    int myConnection = -1;
+    bool myIsEnding = false;
 };

@@ -1,0 +1,262 @@
+// Peers of all kinds, and what each way to send a request gets from them, also
+// while signals interrupt it.
+
+#include "ut_LoopbackServer.h"
+#include "ut_SignalStorm.h"
+
+#include "UT/UT_Connection.h"
+#include "UT/UT_NetSocket.h"
+#include "UT/UT_WorkBuffer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <sys/socket.h>
+
+using namespace std::string_literals;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using Server = ut_LoopbackServer;
+
+namespace
+{
+
+// The peer's bytes and the outcomes are written with '|' for NUL.
+struct ut_Peer
+{
+    std::string what;
+    Server::Script script;
+    // What the callers get: a reply, or an outcome in parentheses. Empty where
+    // no call is made: it would wait forever, or depend on the moment.
+    std::string blocking;
+    std::string nonBlocking;
+    std::string connection;
+    // The time limit of a connection, 0 for none. No call ends before if the
+    // peer reads the request.
+    int limitMs;
+};
+
+} // namespace
+
+// ---- Steps of peers
+
+static Server::Step
+utSay(std::string bytes)
+{
+    std::replace(bytes.begin(), bytes.end(), '|', '\0');
+    return Server::send(bytes);
+}
+
+// Sends bytes again and again until the caller ends the connection.
+static Server::Step
+utRepeat(const std::string &bytes, int pauseMs)
+{
+    return [bytes, pauseMs](int fd, const std::string &)
+    {
+        while (::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0)
+            std::this_thread::sleep_for(milliseconds(pauseMs));
+        return false;
+    };
+}
+
+static bool
+utCloseHalf(int fd, const std::string &)
+{
+    return ::shutdown(fd, SHUT_WR) == 0;
+}
+
+static bool
+utReadOneByte(int fd, const std::string &)
+{
+    char byte;
+    return ::recv(fd, &byte, 1, 0) == 1;
+}
+
+// ---- The tables
+
+static std::vector<ut_Peer>
+utReaders()
+{
+    const Server::Step gap = Server::pause(5);
+    const Server::Step close = Server::close();
+    const Server::Step reset = Server::reset();
+    const std::string big(1 << 20, '\xfe');
+    const Server::Script inParts = {utSay("a"), gap, utSay("b|")};
+    const Server::Script atLength = {utSay(big), utSay("|")};
+    const Server::Script nul = {utSay("|")};
+    const Server::Script withoutNul = {utSay("a"), close};
+    const Server::Script nothing = {close};
+    const Server::Script silent = {};
+    const Server::Script half = {utSay("a"), utCloseHalf};
+    const Server::Script goesOn = {utSay("a|b"), gap, utSay("|")};
+    const Server::Script two = {utSay("a|b|")};
+    const Server::Script slow = {utRepeat("x", 20)};
+    const Server::Script tireless = {utRepeat("x", 0)};
+    const Server::Script endless = {utRepeat(big, 0)};
+    // The blocking exchange may meet the reset before it sees that the reply is
+    // complete.
+    const Server::Script late = {utSay("a|"), reset};
+    // Deliberate: the non-blocking exchange reads on after a reset, finds the
+    // end of the connection and counts that as success.
+    const Server::Script never = {reset};
+    std::vector<ut_Peer> peers = {
+        {"replies in parts",      inParts,    "ab|",     "ab|",     "ab",               0       },
+        {"sends a NUL alone",     nul,        "|",       "|",       "(empty)",          0       },
+        {"sends no NUL",          withoutNul, "a",       "a",       "a (closed)",       0       },
+        {"sends nothing",         nothing,    "(empty)", "(empty)", "(empty) (closed)", 0       },
+        {"closes its half",       half,       "a",       "a",       "a (closed)",       0       },
+        {"goes on after a NUL",   goesOn,     "a|b|",    "a|b|",    "a",                0       },
+        {"replies twice at once", two,        "a|b|",    "a|b|",    "a",                0       },
+        {"is silent",             silent,     "",        "(false)", "(timed out)",      11 * 200},
+        {"is slow",               slow,       "",        "(false)", "(timed out)",      100     },
+        {"is tireless",           tireless,   "",        "",        "(timed out)",      100     },
+        {"is endless",            endless,    "",        "",        "(too long)",       0       },
+        {"resets at once",        never,      "(false)", "(empty)", "(closed)",         0       },
+        {"resets after a reply",  late,       "",        "a|",      "a",                0       },
+    };
+    peers.push_back(
+        {"replies at length", atLength, big + "|", big + "|", big, 0});
+    const std::string reply = "reply";
+    for (size_t sent = 1; sent <= reply.size(); ++sent)
+    {
+        const std::string part = reply.substr(0, sent);
+        const Server::Script script = {utSay(part), reset};
+        peers.push_back(
+            {"resets after " + part, script, "(false)", part, "(closed)", 0});
+    }
+    return peers;
+}
+
+// They leave a request unread that is longer than the buffers of both ends.
+static std::vector<ut_Peer>
+utNonReaders(bool hasSignals)
+{
+    const Server::Script silent = {};
+    const Server::Script early = {utSay("early|")};
+    const Server::Script gone = {utSay("a"), utReadOneByte, Server::close()};
+    const Server::Script refuses = {Server::reset()};
+    // A signal ends the write of a blocking exchange.
+    const std::string onSignal = hasSignals ? "(false)" : "";
+    return {
+        {"is silent",        silent,  onSignal,  "(false)", "(timed out)", 100},
+        {"replies early",    early,   onSignal,  "(false)", "early",       0  },
+        {"closes meanwhile", gone,    "(false)", "(false)", "(closed)",    0  },
+        {"refuses",          refuses, "(false)", "(false)", "(closed)",    0  },
+    };
+}
+
+// ---- The callers
+
+static std::string
+utShown(const UT_WorkBuffer &reply)
+{
+    std::string text(reply.buffer(), size_t(reply.length()));
+    std::replace(text.begin(), text.end(), '\0', '|');
+    return text.empty() ? "(empty)" : text;
+}
+
+static std::string
+utBlocking(int port, const std::string &command, int /*limitMs*/)
+{
+    UT_WorkBuffer reply;
+    reply.append("left over");
+    const bool succeeds = UT_NetSocket::sendCommandAndGetResult(
+        port, command.c_str(), reply, /*host=*/nullptr, true);
+    return succeeds ? utShown(reply) : "(false)";
+}
+
+static std::string
+utNonBlocking(int port, const std::string &command, int /*limitMs*/)
+{
+    UT_WorkBuffer reply;
+    reply.append("left over");
+    const bool succeeds = UT_NetSocket::nonBlockingSendCommandAndGetResult(
+        port, command.c_str(), reply, /*host=*/nullptr, true);
+    return succeeds ? utShown(reply) : "(false)";
+}
+
+static std::string
+utConnection(int port, const std::string &command, int limitMs)
+{
+    UT_Connection connection(port, /*host=*/nullptr, limitMs);
+    UT_WorkBuffer reply;
+    reply.append("left over");
+    const bool succeeds = connection.run(command.c_str(), reply);
+    EXPECT_EQ(succeeds, connection.result() == UT_CONNECTION_OK);
+    EXPECT_EQ(succeeds, connection.message() == ""s) << connection.message();
+    if (succeeds)
+        return utShown(reply) + (connection.endedByClose() ? " (closed)" : "");
+    EXPECT_EQ(0, reply.length());
+    switch (connection.result())
+    {
+    case UT_CONNECTION_TIMED_OUT:
+        return "(timed out)";
+    case UT_CONNECTION_CLOSED:
+        return "(closed)";
+    case UT_CONNECTION_TOO_LONG:
+        return "(too long)";
+    default:
+        return connection.message();
+    }
+}
+
+static const struct
+{
+    const char *name;
+    std::string ut_Peer::*expected;
+    std::string (*call)(int port, const std::string &command, int limitMs);
+} theCallers[] = {
+    {"blocking exchange",     &ut_Peer::blocking,    utBlocking   },
+    {"non-blocking exchange", &ut_Peer::nonBlocking, utNonBlocking},
+    {"connection",            &ut_Peer::connection,  utConnection },
+};
+
+static void
+utMeet(
+    const std::vector<ut_Peer> &peers, const std::string &command, bool isRead)
+{
+    for (const ut_Peer &peer : peers)
+        for (const auto &caller : theCallers)
+        {
+            SCOPED_TRACE("a peer that " + peer.what + ": " + caller.name);
+            const std::string &expected = peer.*caller.expected;
+            if (expected.empty())
+                continue;
+            Server server(peer.script, /*isDeaf=*/!isRead);
+            const auto start = steady_clock::now();
+            // A port beyond 65535 shows that it is mapped.
+            EXPECT_EQ(
+                expected,
+                caller.call(server.port() + 65535, command, peer.limitMs));
+            const auto passed = steady_clock::now() - start;
+            if (isRead)
+            {
+                EXPECT_GE(passed, milliseconds(peer.limitMs));
+                EXPECT_NE(std::string::npos, server.request(0).find(command));
+            }
+        }
+}
+
+// The parameter: whether signals come all the time.
+class UT_Wire : public testing::TestWithParam<bool>
+{
+    const std::unique_ptr<ut_SignalStorm> myStorm{
+        GetParam() ? std::make_unique<ut_SignalStorm>() : nullptr};
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    , UT_Wire, testing::Bool(),
+    [](const auto &storm) { return storm.param ? "Signals" : "Calm"; });
+
+TEST_P(UT_Wire, PeersDecideWhatCallersGet)
+{
+    const int lowestFree = ut_TestDescriptor(::dup(0)).get();
+    utMeet(utReaders(), "do \xe9\n", /*isRead=*/true);
+    utMeet(utNonReaders(GetParam()), std::string(64 << 20, 'x'), false);
+    EXPECT_EQ(lowestFree, ut_TestDescriptor(::dup(0)).get()); // none is left
+}
