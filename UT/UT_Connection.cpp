@@ -179,6 +179,8 @@ public:
         send();
         while (!myIsDone)
         {
+            if (myError)
+                return UT_CONNECTION_SYSTEM_ERROR;
             const bool sends = myUnsent && !myIsBroken;
             const short events = sends ? POLLIN | POLLOUT : POLLIN;
             myError = utWait(myFd, events, myDeadline);
@@ -187,7 +189,8 @@ public:
                                             : UT_CONNECTION_SYSTEM_ERROR;
             if (sends)
                 send();
-            receive();
+            if (!myError)
+                receive();
         }
         return myResult;
     }
@@ -204,9 +207,12 @@ private:
             myRequest += sent;
             myUnsent -= size_t(sent);
         }
-        else if (errno != EAGAIN && errno != EINTR)
+        else if (errno == EPIPE || errno == ECONNRESET)
             // What the peer has replied before can still be read.
             myIsBroken = true;
+        else if (errno != EAGAIN && errno != EINTR)
+            // The peer would wait for the rest of the request, and we for it.
+            myError = errno;
     }
 
     void receive()

@@ -54,10 +54,11 @@ utInstall(char **slots)
         _environ = slots;
 }
 
-// Room for more entries in a block that holds those there are. The old block
-// may be in use in getenv() on another thread; doubling bounds what that costs.
+// Room for more entries in a block that holds the first `size` of those there
+// are. The old block may be in use in getenv() on another thread; doubling
+// bounds what that costs.
 static void
-utMoveToBlock(int32 capacity)
+utMoveToBlock(int32 capacity, int32 size)
 {
     const size_t stride = size_t(capacity) + 1;
     ut_BlockOwner<void> block(
@@ -65,12 +66,12 @@ utMoveToBlock(int32 capacity)
     uint64 *const keys = static_cast<uint64 *>(block.get());
     char **const slots =
         static_cast<char **>(static_cast<void *>(keys + stride));
-    if (theSize > 0)
+    if (size > 0)
     {
-        std::copy_n(theKeys, theSize, keys);
-        std::copy_n(theEnvironment, theSize, slots);
-        std::copy_n(theSeen, theSize, slots + stride);
-        std::copy_n(theOwned, theSize, slots + 2 * stride);
+        std::copy_n(theKeys, size, keys);
+        std::copy_n(theEnvironment, size, slots);
+        std::copy_n(theSeen, size, slots + stride);
+        std::copy_n(theOwned, size, slots + 2 * stride);
     }
     if (theKeys)
         utRetire(theKeys);
@@ -80,6 +81,7 @@ utMoveToBlock(int32 capacity)
     theSeen = slots + stride;
     theOwned = slots + 2 * stride;
     theCapacity = capacity;
+    theSize = size;
 }
 
 // The first bytes of a name, with an "=" at its end: names compare as their
@@ -183,14 +185,15 @@ static void
 initializeEnvironment()
 {
     char **const source = environ;
-    int32 count = 0;
-    while (source && source[count])
-        ++count;
-    theSize = 0;
-    utMoveToBlock(count + count / 2);
-    for (int32 i = 0; i < count; ++i)
-        if (strchr(source[i], '='))
-            theEnvironment[theSize++] = utDuplicate(source[i]);
+    std::vector<ut_BlockOwner<char>> copies;
+    for (char **slot = source; slot && *slot; ++slot)
+        if (strchr(*slot, '='))
+            copies.push_back(ut_BlockOwner<char>(utDuplicate(*slot)));
+    // What follows does not fail after the table has changed.
+    const int32 count = int32(copies.size());
+    utMoveToBlock(count + count / 2, /*size=*/0);
+    for (ut_BlockOwner<char> &copy : copies)
+        theEnvironment[theSize++] = copy.release();
     sortEnvironment(theEnvironment, theSize);
     std::copy_n(theEnvironment, theSize, theSeen);
     std::copy_n(theEnvironment, theSize, theOwned);
@@ -361,7 +364,7 @@ utInsert(ut_BlockOwner<char> owner)
         theEnvironment);
     if (theSize == theCapacity)
     {
-        utMoveToBlock(2 * theCapacity + 4);
+        utMoveToBlock(2 * theCapacity + 4, theSize);
         utInstall(theEnvironment);
     }
     std::copy_backward(

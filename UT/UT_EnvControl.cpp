@@ -18,6 +18,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
+#include <utility>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -34,14 +36,6 @@ std::atomic<UT_EnvControl *> UT_EnvControl::theControl(nullptr);
 // computed once: a later change of the environment does not affect them.
 static const char *theStringDefaults[UT_STR_CONTROL_COUNT];
 
-// The names of all variables that are settings.
-static UT_SymbolTable &
-theVariableNames()
-{
-    static auto *theNames = new UT_SymbolTable; // never destroyed
-    return *theNames;
-}
-
 // ---- The tables
 
 template <class Row, class Id>
@@ -55,10 +49,31 @@ utFindRow(const Row *rows, Id id)
 
 template <class Row>
 static void
-utAddNames(const Row *rows)
+utAddNames(UT_SymbolTable &names, const Row *rows)
 {
     for (; rows->name; ++rows)
-        theVariableNames().addSymbol(rows->name, UT_Thing());
+        names.addSymbol(rows->name, UT_Thing());
+}
+
+static const UT_SymbolTable *
+utListVariableNames()
+{
+    auto names = std::make_unique<UT_SymbolTable>();
+    utAddNames(*names, theExistLookups);
+    utAddNames(*names, theIntLookups);
+    utAddNames(*names, theFltLookups);
+    utAddNames(*names, theStringLookups);
+    return names.release();
+}
+
+// The names of all variables that are settings. Call when there are settings:
+// the list has a lock, and the first lock reads one.
+static const UT_SymbolTable &
+theVariableNames()
+{
+    static const UT_SymbolTable *theNames =
+        utListVariableNames(); // never destroyed
+    return *theNames;
 }
 
 // ---- The one table
@@ -72,23 +87,26 @@ UT_EnvControl::createControl()
     // The light-weight way to wait reads a setting.
     const ut_LockGuard guard(&theCreation, utLockNap);
     const ut_CancelGuard cancelGuard; // they are read as a whole
-    if (!theControl.load(std::memory_order_relaxed))
-        new UT_EnvControl;
-    return *theControl.load(std::memory_order_relaxed);
+    UT_EnvControl *control = theControl.load(std::memory_order_relaxed);
+    if (!control)
+    {
+        control = new UT_EnvControl;
+        theControl.store(control, std::memory_order_release);
+    }
+    return *control;
 }
 
-UT_EnvControl::UT_EnvControl()
+UT_EnvControl::UT_EnvControl() : myInts(), myFloats(), myStrings()
 {
-    doInit();
-    // Not later: the names go into a table with a lock, and the first lock
-    // reads a setting.
-    theControl.store(this, std::memory_order_release);
-
-    theVariableNames().clear();
-    utAddNames(theExistLookups);
-    utAddNames(theIntLookups);
-    utAddNames(theFltLookups);
-    utAddNames(theStringLookups);
+    try
+    {
+        doInit();
+    }
+    catch (...)
+    {
+        freeStrings();
+        throw;
+    }
 }
 
 UT_EnvControl::~UT_EnvControl()
@@ -99,7 +117,9 @@ UT_EnvControl::~UT_EnvControl()
 void
 UT_EnvControl::freeStrings()
 {
-    std::for_each(std::begin(myStrings), std::end(myStrings), free);
+    for (char *text : myStrings)
+        if (text != theMissingString)
+            free(text);
 }
 
 // The login name without blanks.
@@ -118,13 +138,17 @@ utComputeDefaults()
     static bool theIsDone = false;
     if (theIsDone)
         return;
-    theIsDone = true;
+    ut_BlockOwner<char> user(utDefaultUser());
+    ut_BlockOwner<char> desktop(UTgetDesktopDir());
+    const char *const home = UTgetTmpDir();
+    ut_BlockOwner<char> temporary(UTgetDefaultTmpDir());
+    theIsDone = true; // nothing fails after this
     for (const ut_StringRow *row = theStringLookups; row->name; ++row)
         theStringDefaults[row->id] = row->defaultText;
-    theStringDefaults[UT_USER] = utDefaultUser();
-    theStringDefaults[UT_HOME] = UTgetTmpDir();
-    theStringDefaults[UT_VALDRIN_TEMP_DIR] = UTgetDefaultTmpDir();
-    theStringDefaults[UT_VALDRIN_DESKTOP_DIR] = UTgetDesktopDir();
+    theStringDefaults[UT_USER] = user.release();
+    theStringDefaults[UT_HOME] = home;
+    theStringDefaults[UT_VALDRIN_TEMP_DIR] = temporary.release();
+    theStringDefaults[UT_VALDRIN_DESKTOP_DIR] = desktop.release();
     theStringDefaults[UT_VALDRIN_OS] = "Linux";
 }
 
@@ -133,7 +157,6 @@ void
 UT_EnvControl::doInit()
 {
     utComputeDefaults();
-    std::fill(std::begin(myStrings), std::end(myStrings), nullptr);
     setDefaults();
     loadEnvironment();
     for (const UT_StrControl id :
@@ -278,25 +301,27 @@ UT_EnvControl::setStringVar(UT_StrControl id, const char *value)
     if (!name)
         return;
     // Copied first: it may be the present value, or lie in the environment.
-    char *const text = utDuplicate(value);
+    ut_BlockOwner<char> text(utDuplicate(value));
     char *&slot = getControl().myStrings[id];
-    free(slot);
-    slot = text;
     if (text)
-        ValdrinSetenv(name, text);
+        ValdrinSetenv(name, text.get());
     else
         ValdrinUnsetenv(name);
+    free(slot);
+    slot = text.release();
 }
 
 void
 UT_EnvControl::varChanged(const char *name)
 {
-    if (!theVariableNames().findSymbol(name, nullptr))
+    UT_EnvControl *const control = theControl.load(std::memory_order_acquire);
+    if (!control || !theVariableNames().findSymbol(name, nullptr))
         return;
-    UT_EnvControl &control = getControl();
     const ut_CancelGuard guard; // they are read as a whole
-    control.freeStrings();
-    control.doInit();
+    UT_EnvControl values;
+    std::swap(control->myInts, values.myInts);
+    std::swap(control->myFloats, values.myFloats);
+    std::swap(control->myStrings, values.myStrings);
 }
 
 // ---- Descriptions

@@ -13,6 +13,7 @@
 
 #include <cstring>
 #include <map>
+#include <memory>
 #include <string>
 
 // The start of a line, with prefixes. All have the same width.
@@ -88,8 +89,9 @@ utReadLine(const char *line, ut_Messages &messages)
     return true;
 }
 
-// All texts of a file; a code without a text has a null pointer.
-static UT_StringArray *
+// All texts of a file; a code without a text has a null pointer. Null when the
+// file cannot be read to its end.
+static std::unique_ptr<UT_StringArray>
 utReadMessages(UT_IStream &file)
 {
     ut_Messages messages;
@@ -97,7 +99,9 @@ utReadMessages(UT_IStream &file)
     while (file.getNonCommentLine(line, '#', /*strip=*/false) &&
            utReadLine(line.buffer(), messages))
         ;
-    UT_StringArray *texts = new UT_StringArray;
+    if (file.getStreamBuf()->hasError())
+        return nullptr;
+    auto texts = std::make_unique<UT_StringArray>();
     for (const auto &message : messages)
         texts->insert(message.second.c_str(), message.first);
     return texts;
@@ -139,8 +143,11 @@ utFindMessages(const char *type)
         UT_IFStream file;
         if (!utOpenMessages(file, type))
             return nullptr;
-        found = UT_Thing(utReadMessages(file));
-        theCache->files.addSymbol(type, found);
+        std::unique_ptr<UT_StringArray> texts = utReadMessages(file);
+        if (!texts)
+            return nullptr;
+        theCache->files.addSymbol(type, UT_Thing(texts.get()));
+        found = UT_Thing(texts.release());
     }
     return static_cast<const UT_StringArray *>(found.pointer);
 }

@@ -116,7 +116,7 @@ public:
 
     /// Writes the text for a code to `out`, which then owns it, and returns 1.
     /// Returns 0, and leaves `out` alone, when `type` is null or has no message
-    /// file, or when `code` is negative or above the file's last one. The text
+    /// file that can be read, or when `code` is negative or above the file's last one. The text
     /// of a code that the file leaves out is "".
     ///
     /// With `prefixes` the first line begins with the label of `severity`
@@ -126,7 +126,7 @@ public:
     ///
     /// The message file is `type` when that is a full path, and otherwise
     /// error/TYPE on the main search path. It is read once, and kept as long as
-    /// the process lives; a missing one is looked for each time. error/README
+    /// the process lives; a missing or unreadable one is tried each time. error/README
     /// describes the format. Thread-safe, except for the search path.
     static int getFileString(
         UT_String &out, const char *type, int code, UT_ErrorSeverity severity,

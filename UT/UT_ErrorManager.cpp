@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 static void
 utTellMonitor(const UT_Error &error)
@@ -82,10 +83,10 @@ UT_ErrorManager::add(
     const char *type, int code, const char *string, UT_ErrorSeverity severity)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // the error has no owner yet
-    UT_Error *error = new UT_Error(type, code, string, severity);
-    UTgetErrorLog()->logError(error);
-    return append(error);
+    const ut_CancelGuard guard;
+    auto error = std::make_unique<UT_Error>(type, code, string, severity);
+    UTgetErrorLog()->logError(error.get());
+    return append(error.release());
 }
 
 UT_ErrorSeverity
@@ -110,11 +111,11 @@ UT_ErrorSeverity
 UT_ErrorManager::addError(const char *type, int code, const char *string)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // the error has no owner yet
-    UT_Error *error = new UT_Error(type, code, string, UT_ERROR_ERROR);
+    const ut_CancelGuard guard;
+    auto error = std::make_unique<UT_Error>(type, code, string, UT_ERROR_ERROR);
     utTellMonitor(*error);
-    UTgetErrorLog()->logError(error);
-    return append(error);
+    UTgetErrorLog()->logError(error.get());
+    return append(error.release());
 }
 
 UT_ErrorSeverity
@@ -144,19 +145,20 @@ UT_ErrorManager::commonError(int code, const char *string)
 UT_ErrorSeverity
 UT_ErrorManager::append(UT_Error *error)
 {
+    std::unique_ptr<UT_Error> owner(error);
     if (error && error->getSeverity() > mySeverity)
     {
-        mySeverity = error->getSeverity();
         myErrors.append(error);
+        mySeverity = error->getSeverity();
         myFlags = 0;
+        (void)owner.release();
     }
     else if (error && entries() < theUsualLimit)
     {
         myErrors.append(error);
         setReadFlag(0);
+        (void)owner.release();
     }
-    else
-        delete error;
     return getSeverity();
 }
 
@@ -213,6 +215,11 @@ UT_ErrorManager::stealErrors(
     if (last < 0 || last >= entries || first >= entries)
         last = entries - 1;
 
+    // Room for all, so that no error that has left the source is lost.
+    const unsigned most =
+        myErrors.entries() + unsigned(std::max(0, last - first + 1));
+    if (!copy && myErrors.capacity() < most)
+        myErrors.resize(most);
     int count = 0;
     for (int i = first; i <= last; ++i)
     {
@@ -342,9 +349,11 @@ UT_ErrorSeverity
 UTaddError(UT_Error *error)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard; // the error has no owner yet
+    const ut_CancelGuard guard;
+    std::unique_ptr<UT_Error> owner(error);
     UTgetErrorLog()->logError(error);
-    return UTgetErrorManager()->append(error);
+    UT_ErrorManager *const manager = UTgetErrorManager();
+    return manager->append(owner.release());
 }
 
 UT_ErrorSeverity

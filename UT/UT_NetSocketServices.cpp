@@ -47,7 +47,7 @@ UT_NetSocket::UT_NetSocket(int port, bool blocking) : UT_NetSocket()
     openSocket();
     myHostName = utDuplicate(ut_LocalHostName());
     myPort = port;
-    if (!bindToPort())
+    if (!bindToPort() || ::listen(mySocket, 128))
     {
         if (isValid())
         {
@@ -60,7 +60,6 @@ UT_NetSocket::UT_NetSocket(int port, bool blocking) : UT_NetSocket()
     }
     setBlocking(blocking);
     myServerFlag = 1;
-    ::listen(mySocket, 128);
 }
 
 // Binds to the port on all addresses; 0 becomes the port that this gave.
@@ -75,8 +74,11 @@ UT_NetSocket::bindToPort()
     socklen_t length = sizeof(address);
     if (::bind(mySocket, any, length))
         return false;
-    if (!myPort && !getsockname(mySocket, any, &length))
-        myPort = ntohs(address.sin_port);
+    if (myPort)
+        return true;
+    if (getsockname(mySocket, any, &length))
+        return false;
+    myPort = ntohs(address.sin_port);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "UT_PathSearch.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_CancelImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
 
 #include <dlfcn.h>
 #include <sys/stat.h>
@@ -34,6 +36,16 @@ static const struct
 };
 static_assert(std::size(thePaths) == UT_PATH_COUNT);
 
+namespace
+{
+
+struct ut_CloseFile
+{
+    void operator()(FILE *file) const { fclose(file); }
+};
+
+} // namespace
+
 // The file that this library was loaded from, malloc'ed; null when it is
 // unknown. The system has its full path; what the loader was given may be
 // relative to a directory that the program has left.
@@ -43,10 +55,12 @@ utFindLibraryFile()
     const uintptr_t here = uintptr_t(&thePaths);
     const ut_CancelGuard guard;
     char *path = nullptr;
-    if (FILE *const maps = fopen("/proc/self/maps", "re"))
+    const std::unique_ptr<FILE, ut_CloseFile> maps(
+        fopen("/proc/self/maps", "re"));
+    if (maps)
     {
         UT_WorkBuffer line;
-        while (!path && line.getline(maps))
+        while (!path && line.getline(maps.get()))
         {
             unsigned long begin = 0;
             unsigned long end = 0;
@@ -58,7 +72,6 @@ utFindLibraryFile()
                 path = realpath(file, nullptr);
             break;
         }
-        fclose(maps);
     }
     Dl_info library;
     if (!path && dladdr(static_cast<const void *>(&thePaths), &library))
@@ -72,7 +85,8 @@ utFindLibraryFile()
 static UT_String
 utFindDataDirectory()
 {
-    char *const path = utFindLibraryFile();
+    const ut_BlockOwner<char> owner(utFindLibraryFile());
+    char *const path = owner.get();
     if (!path)
         return UT_String("");
     UT_WorkBuffer directory;
@@ -87,7 +101,6 @@ utFindDataDirectory()
             break;
         directory.clear();
     }
-    free(path);
     return UT_String(directory.buffer(), /*deep=*/1);
 }
 

@@ -56,7 +56,6 @@ UTgetTmpDir()
 void
 UTgetTmpName(UT_String &result, const char *prefix)
 {
-    char *const name = tempnam(UTgetTmpDir(), prefix);
-    result.harden(name);
-    free(name);
+    const ut_BlockOwner<char> name(tempnam(UTgetTmpDir(), prefix));
+    result.harden(name.get());
 }

@@ -7,24 +7,23 @@
 #include <cerrno>
 #include <cstring>
 #include <istream>
+#include <utility>
 
 #include <ext/stdio_filebuf.h>
 #include <fcntl.h>
 #include <unistd.h>
 
-// A fresh file that only its owner may open, and its name; -1 with errno set.
-static int
-utOpenNamed(UT_WorkBuffer &path, const char *prefix)
+// The name of a file to be, for mkostemp(); false with errno set.
+static bool
+utMakeTemplate(UT_WorkBuffer &path, const char *prefix)
 {
     if (strchr(prefix, '/'))
     {
         errno = EINVAL;
-        return -1;
+        return false;
     }
     path.sprintf("%s/%sXXXXXX", UTgetTmpDir(), prefix);
-    const int file = mkostemp(path.lock(0, 0), O_CLOEXEC);
-    path.release();
-    return file;
+    return true;
 }
 
 // Opens a temporary file without a name.
@@ -37,7 +36,9 @@ utOpenUnnamed()
         return file;
     // Not all file systems have such files.
     UT_WorkBuffer path;
-    const int named = utOpenNamed(path, "");
+    utMakeTemplate(path, "");
+    const int named = mkostemp(path.lock(0, 0), O_CLOEXEC);
+    path.release();
     if (named >= 0)
         unlink(path.buffer());
     return named;
@@ -69,28 +70,38 @@ UTtmpFile()
 namespace
 {
 
+struct ut_CloseFile
+{
+    void operator()(FILE *file) const { fclose(file); }
+};
+using ut_FileOwner = std::unique_ptr<FILE, ut_CloseFile>;
+
 class ut_TmpStream : public std::iostream
 {
 public:
-    // Takes over `descriptor`; -1 makes a failed stream.
-    explicit ut_TmpStream(int descriptor)
-        : std::iostream(nullptr),
-          myBuffer(descriptor, std::ios::in | std::ios::out | std::ios::binary)
+    // Null makes a failed stream.
+    explicit ut_TmpStream(ut_FileOwner file)
+        : std::iostream(nullptr), myFile(std::move(file)),
+          myBuffer(
+              myFile.get(), std::ios::in | std::ios::out | std::ios::binary)
     {
-        if (descriptor >= 0)
+        if (myBuffer.is_open())
             rdbuf(&myBuffer);
     }
-    // Closed here: the buffer's own destructor would let itself be cancelled.
+    // Closed here: the members' own destructors would let themselves be
+    // cancelled.
     ~ut_TmpStream() override
     {
         const ut_CancelGuard guard;
         myBuffer.close();
+        myFile.reset();
     }
 
     ut_TmpStream(const ut_TmpStream &) = delete;
     ut_TmpStream &operator=(const ut_TmpStream &) = delete;
 
 private:
+    ut_FileOwner myFile; // or null
     __gnu_cxx::stdio_filebuf<char> myBuffer;
 };
 
@@ -100,23 +111,27 @@ std::unique_ptr<std::iostream>
 UTtmpStream()
 {
     const ut_CancelGuard guard;
-    return std::make_unique<ut_TmpStream>(utOpenUnnamed());
+    ut_FileOwner file(utOpenStream(utOpenUnnamed()));
+    return std::make_unique<ut_TmpStream>(std::move(file));
 }
 
 UT_TempFile::UT_TempFile(const char *prefix)
 {
     const ut_CancelGuard guard;
     UT_WorkBuffer path;
-    const int descriptor = utOpenNamed(path, prefix ? prefix : "");
+    if (!utMakeTemplate(path, prefix ? prefix : ""))
+        return;
+    // All memory is there before there is a file.
+    path.copyIntoString(myPath);
+    const int descriptor = mkostemp(myPath.buffer(), O_CLOEXEC);
     myFile = utOpenStream(descriptor);
     if (myFile)
-        path.copyIntoString(myPath);
-    else if (descriptor >= 0)
-    {
-        const int error = errno;
-        unlink(path.buffer());
-        errno = error;
-    }
+        return;
+    const int error = errno;
+    if (descriptor >= 0)
+        unlink(myPath);
+    myPath = nullptr;
+    errno = error;
 }
 
 UT_TempFile::~UT_TempFile()

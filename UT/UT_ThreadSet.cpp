@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <vector>
 
 // Deletes workers, the last first, and their array.
 static void
@@ -77,10 +78,18 @@ UT_ThreadSet::go()
     if (!myFunction)
         return;
     // As a number, which may be what the function wants.
-    uintptr_t datum = reinterpret_cast<uintptr_t>(myJobData);
-    for (int i = myCount; i-- > 0; datum += uintptr_t(intptr_t(myStride)))
+    uintptr_t number = reinterpret_cast<uintptr_t>(myJobData);
+    std::vector<void *> withoutThread;
+    for (int i = myCount; i-- > 0; number += uintptr_t(intptr_t(myStride)))
+    {
         // NOLINTNEXTLINE(performance-no-int-to-ptr): see above
-        myThreads[i]->startThread(myFunction, reinterpret_cast<void *>(datum));
+        void *const datum = reinterpret_cast<void *>(number);
+        if (!myThreads[i]->startThread(myFunction, datum))
+            withoutThread.push_back(datum);
+    }
+    // After the others have begun, which they may wait for.
+    for (void *const datum : withoutThread)
+        myFunction(datum);
 }
 
 int

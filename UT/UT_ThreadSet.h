@@ -34,7 +34,8 @@ public:
     [[nodiscard]] int entries() const { return myCount; }
 
     /// Starts myFunction on every worker, as soon as the worker's previous job
-    /// is done; does nothing without a function.
+    /// is done; does nothing without a function. Runs the jobs of workers for
+    /// which no thread can be created itself, after it has started the others.
     ///
     /// Deliberate: the last worker gets the first datum, at myJobData, and each
     /// one before it the datum `myStride` bytes further on. With two workers

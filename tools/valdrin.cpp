@@ -20,6 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -72,7 +73,7 @@ Options, which may precede or follow the command:
 Exit status:
   0  done
   1  the input could not be read or sent, the reply could not be written, no
-     setting matches, or --check found a failure
+     setting matches, --check found a failure, or there is no memory
   2  wrong usage
   3  Valdrin could not be reached, or the connection failed
   4  timed out
@@ -672,8 +673,8 @@ utPrintMachine(const ut_Options &options)
     return utWriteAll(STDOUT_FILENO, output) ? EXIT_SUCCESS : EXIT_INPUT_OUTPUT;
 }
 
-int
-main(int argc, char **argv)
+static int
+utMain(int argc, char **argv)
 {
     utFillStandardDescriptors();
     const ut_Options options = utParseCommandLine(argc, argv);
@@ -699,4 +700,18 @@ main(int argc, char **argv)
     return utWriteAll(STDOUT_FILENO, utShown(STDOUT_FILENO, reply))
                ? EXIT_SUCCESS
                : EXIT_INPUT_OUTPUT;
+}
+
+int
+main(int argc, char **argv)
+{
+    try
+    {
+        return utMain(argc, argv);
+    }
+    catch (const std::bad_alloc &)
+    {
+        fputs("valdrin: out of memory\n", stderr);
+        return EXIT_INPUT_OUTPUT;
+    }
 }

@@ -120,45 +120,6 @@ TEST_F(ComponentWithoutMemory, MethodsReportIt)
     free(reply);
 }
 
-// The call gets one block, two blocks and so on until there are enough. Not all
-// failures are the component's: without the resolver's memory there is no
-// connection, and without the platform's the text handed out is null.
-TEST_F(ComponentWithoutMemory, EveryAllocationOfACallMayFail)
-{
-    const std::string command(5000, 'x');
-    const std::string reply(5000, 'y');
-    Server server({Server::send(reply + '\0')});
-    utCall(object, UT_SET_PORT, server.port());
-    // The resolver is set up with memory: it hangs without.
-    EXPECT_EQ(UT_OK, utCall(object, UT_RUN_STATEMENTS, ""));
-    bool isEnough = false;
-    size_t refused = 0;
-    for (size_t blocks = 0; !isEnough; ++blocks)
-    {
-        SCOPED_TRACE(testing::Message() << blocks << " blocks");
-        char *result = nullptr;
-        uint32_t code;
-        {
-            const ut_MemoryLimit limit(blocks);
-            code = utCall(object, UT_RUN, command.c_str(), &result);
-            isEnough = !limit.hasRefused();
-        }
-        if (code == UT_OUT_OF_MEMORY)
-        {
-            EXPECT_EQ(nullptr, result);
-            ++refused;
-        }
-        else
-            EXPECT_EQ(UT_OK, code);
-        if (isEnough)
-        {
-            EXPECT_STREQ(reply.c_str(), result);
-        }
-        free(result);
-    }
-    EXPECT_GT(refused, 3U);
-}
-
 // Bytes of address space that this process has in use.
 static size_t
 utAddressSpace()

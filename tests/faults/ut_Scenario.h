@@ -1,0 +1,47 @@
+// What faults are injected into: a scenario works like a program that checks
+// the results of what it calls.
+
+#pragma once
+
+struct ut_Scenario
+{
+    const char *name;
+
+    // Returns whether all went well; false when a call has reported that it
+    // failed. Throws std::bad_alloc, or calls utWrong().
+    bool (*run)();
+
+    // Whether it runs another program, into which the fault is injected.
+    bool isProgram;
+
+    // Whether an interrupted or short transfer may be reported as a failure,
+    // rather than be continued.
+    bool mayGiveUp;
+
+    // Whether each run leaves memory, because the library does when it is
+    // unloaded: what is made on first use is never destroyed.
+    bool leavesMemory;
+};
+
+// The scenarios of this program, up to the one without a name.
+extern const ut_Scenario theScenarios[];
+
+// Ends the process: the result is neither right nor a reported failure.
+[[noreturn]] void utWrong(const char *what);
+
+inline void
+utExpect(bool isRight, const char *what)
+{
+    if (!isRight)
+        utWrong(what);
+}
+
+// The port of a server that sends utReply() to each request.
+int utPort();
+
+// That text, of so many bytes without the NUL.
+const char *utReply();
+constexpr int theReplyLength = 100000;
+
+// A folder for files, with a slash at its end.
+const char *utFolder();
