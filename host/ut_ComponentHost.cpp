@@ -196,7 +196,9 @@ utOpenLibrary(const std::vector<std::string> &libraries, std::string &error)
             return library;
         }
         error += error.empty() ? "" : "\n";
-        const char *reason = dlerror();
+        const char *const loaderReason = dlerror(); // null without memory
+        const char *const reason =
+            loaderReason ? loaderReason : "out of memory";
         // The loader names the file in most of its messages, but not in all.
         if (!strstr(reason, path.c_str()))
             error += path + ": ";
