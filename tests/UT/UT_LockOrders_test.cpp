@@ -175,7 +175,7 @@ ut_Search::decide()
     {
         myIsKnown |= !myStates.insert(state()).second;
         if (myIsKnown)
-            ready = {ready.back()};
+            ready.erase(ready.begin(), ready.end() - 1);
         myDecisions.push_back(ready);
     }
     return myDecisions[myTurn++].back();
