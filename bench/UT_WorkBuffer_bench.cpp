@@ -207,7 +207,7 @@ utReplaceByLongTextPeer(benchmark::State &state)
     const std::string source(size_t(state.range(0)), 'x');
     for (auto _ : state)
     {
-        char *const text = strdup(source.c_str());
+        char *text = strdup(source.c_str());
         benchmark::DoNotOptimize(text);
         benchmark::ClobberMemory();
         free(text);
