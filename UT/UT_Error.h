@@ -116,8 +116,8 @@ public:
 
     /// Writes the text for a code to `out`, which then owns it, and returns 1.
     /// Returns 0, and leaves `out` alone, when `type` is null or has no message
-    /// file that can be read, or when `code` is negative or above the file's last one. The text
-    /// of a code that the file leaves out is "".
+    /// file that can be read, or when `code` is negative or above the file's
+    /// last one. The text of a code that the file leaves out is "".
     ///
     /// With `prefixes` the first line begins with the label of `severity`
     /// ("Warning:     ", "Error:       " or "Fatal error: "; none for a lower
@@ -126,8 +126,9 @@ public:
     ///
     /// The message file is `type` when that is a full path, and otherwise
     /// error/TYPE on the main search path. It is read once, and kept as long as
-    /// the process lives; a missing or unreadable one is tried each time. error/README
-    /// describes the format. Thread-safe, except for the search path.
+    /// the process lives; a missing or unreadable one is tried each time.
+    /// error/README describes the format. Thread-safe, except for the search
+    /// path.
     static int getFileString(
         UT_String &out, const char *type, int code, UT_ErrorSeverity severity,
         UT_ErrorSeverity lastSeverity, int prefixes);

@@ -74,8 +74,8 @@ utToHalf8(__m256i bits, __m256i &large)
     // The sum of floats is exact wherever its bits are not cut off.
     const __m256 small =
         _mm256_castsi256_ps(_mm256_and_si256(magnitude, isDenormal));
-    const __m256i denormal = _mm256_castps_si256(
-        _mm256_add_ps(small, _mm256_set1_ps(0x1p-25f)));
+    const __m256i denormal =
+        _mm256_castps_si256(_mm256_add_ps(small, _mm256_set1_ps(0x1p-25f)));
     const __m256i normal =
         _mm256_add_epi32(magnitude, _mm256_set1_epi32(0x1000));
     const __m256i rounded = _mm256_or_si256(

@@ -24,6 +24,14 @@ operator new(size_t size)
     throw std::bad_alloc();
 }
 
+// For temporary memory of the standard algorithms; the address checker wants
+// all that delete is given to come from here.
+__attribute__((noinline)) void *
+operator new(size_t size, const std::nothrow_t &) noexcept
+{
+    return malloc(size);
+}
+
 __attribute__((noinline)) void
 operator delete(void *block) noexcept
 {
