@@ -1,6 +1,9 @@
 // The functions of the C library that can be made to fail. Each one passes its
 // call on, unless it is the one that the fault is for.
 
+// The checked headers define some of them.
+#undef _FORTIFY_SOURCE
+
 #include "ut_Faults.h"
 
 #include <atomic>
