@@ -4,6 +4,7 @@
 #include "UT_CancelImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
+#include "UT_FileImpl.h"
 #include "UT_Path.h"
 #include "UT_VariableScan.h"
 #include "UT_WorkBuffer.h"
@@ -13,7 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <memory>
 
 #include <dlfcn.h>
 #include <sys/stat.h>
@@ -36,16 +36,6 @@ static const struct
 };
 static_assert(std::size(thePaths) == UT_PATH_COUNT);
 
-namespace
-{
-
-struct ut_CloseFile
-{
-    void operator()(FILE *file) const { fclose(file); }
-};
-
-} // namespace
-
 // The file that this library was loaded from, malloc'ed; null when it is
 // unknown. The system has its full path; what the loader was given may be
 // relative to a directory that the program has left.
@@ -55,8 +45,7 @@ utFindLibraryFile()
     const uintptr_t here = uintptr_t(&thePaths);
     const ut_CancelGuard guard;
     char *path = nullptr;
-    const std::unique_ptr<FILE, ut_CloseFile> maps(
-        fopen("/proc/self/maps", "re"));
+    const ut_FileOwner maps(fopen("/proc/self/maps", "re"));
     if (maps)
     {
         UT_WorkBuffer line;

@@ -1,6 +1,7 @@
 #include "UT_TempFile.h"
 
 #include "UT_CancelImpl.h"
+#include "UT_FileImpl.h"
 #include "UT_SpecialDir.h"
 #include "UT_WorkBuffer.h"
 
@@ -69,12 +70,6 @@ UTtmpFile()
 
 namespace
 {
-
-struct ut_CloseFile
-{
-    void operator()(FILE *file) const { fclose(file); }
-};
-using ut_FileOwner = std::unique_ptr<FILE, ut_CloseFile>;
 
 class ut_TmpStream : public std::iostream
 {
