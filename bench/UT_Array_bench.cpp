@@ -17,6 +17,8 @@
 #include "UT/UT_PtrArray.h"
 #include "VM/VM_Math.h"
 
+#include "ut_Curve.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -435,12 +437,7 @@ ConstantStandard(benchmark::State &state)
     utFinish(state);
 }
 
-static void
-utSizes(benchmark::internal::Benchmark *bench)
-{
-    for (int size : {10, 100, 1000, 10000, 100000, 1000000})
-        bench->Arg(size);
-}
+static const auto utSizes = utCurve<10, 1000000, 10000000>;
 
 using It = Ints::const_iterator;
 
@@ -484,20 +481,16 @@ BENCHMARK_TEMPLATE(SetStandard, std::set_difference<It, It, Out>)
     ->Apply(utSizes);
 BENCHMARK_TEMPLATE(SkewedSetArray, &UT_IntArray::sortedUnion)
     ->Name("union with 1000/ours")
-    ->Arg(100000)
-    ->Arg(1000000);
+    ->Apply(utCurve<100000, 1000000, 10000000>);
 BENCHMARK_TEMPLATE(SkewedSetStandard, std::set_union<It, It, Out>)
     ->Name("union with 1000/std::set_union")
-    ->Arg(100000)
-    ->Arg(1000000);
+    ->Apply(utCurve<100000, 1000000, 10000000>);
 BENCHMARK_TEMPLATE(SkewedSetArray, &UT_IntArray::sortedIntersection)
     ->Name("intersection with 1000/ours")
-    ->Arg(100000)
-    ->Arg(1000000);
+    ->Apply(utCurve<100000, 1000000, 10000000>);
 BENCHMARK_TEMPLATE(SkewedSetStandard, std::set_intersection<It, It, Out>)
     ->Name("intersection with 1000/std::set_intersection")
-    ->Arg(100000)
-    ->Arg(1000000);
+    ->Apply(utCurve<100000, 1000000, 10000000>);
 BENCHMARK(ConcatArray)->Name("concatenate arrays of 8/ours")->Apply(utSizes);
 BENCHMARK(ConcatStandard)
     ->Name("concatenate arrays of 8/std::vector")

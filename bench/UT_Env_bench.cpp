@@ -4,6 +4,8 @@
 
 #include "UT/UT_Env.h"
 
+#include "ut_Curve.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -139,14 +141,10 @@ utRemove(benchmark::State &state)
 #define UT_ENV_BENCHMARK(name, operation, arguments) \
     BENCHMARK_TEMPLATE(operation, ut_Ours)           \
         ->Name(name "/ours")                         \
-        ->Arg(30)                                    \
-        ->Arg(300)                                   \
-        ->Arg(3000) arguments;                       \
+        ->Apply(utCurve<30, 3000, 30000>) arguments; \
     BENCHMARK_TEMPLATE(operation, ut_Library)        \
         ->Name(name "/C library")                    \
-        ->Arg(30)                                    \
-        ->Arg(300)                                   \
-        ->Arg(3000) arguments
+        ->Apply(utCurve<30, 3000, 30000>) arguments
 
 UT_ENV_BENCHMARK("find a variable", utHit, );
 UT_ENV_BENCHMARK("miss a variable", utMiss, );

@@ -9,6 +9,8 @@
 // All three look the variables up in the same environment, of 40 variables;
 // the peers with getenv().
 
+#include "ut_Curve.h"
+
 #include "SYS/SYS_Types.h"
 #include "UT/UT_Env.h"
 #include "UT/UT_String.h"
@@ -148,12 +150,12 @@ utReplaceAll(benchmark::State &state)
 }
 BENCHMARK(utReplaceAll)->Name("expand a path/known names replaced");
 
-// 64 kilobytes of words, with a variable after each 48 bytes or without.
+// At least so many bytes of words, with a variable after each 48 or without.
 static std::string
-utLongText(bool hasVariables)
+utLongText(size_t size, bool hasVariables)
 {
     std::string text;
-    while (text.size() < 65536)
+    while (text.size() < size)
     {
         text += "some words of a text of no great interest and ";
         if (hasVariables)
@@ -162,11 +164,14 @@ utLongText(bool hasVariables)
     return text;
 }
 
+static const auto utLongSizes = utCurve<64, 1 << 16, 1 << 26, 32>;
+
+template <bool hasVariables>
 static void
 utLongScan(benchmark::State &state)
 {
     utSetUp();
-    const std::string text = utLongText(state.range(0) != 0);
+    const std::string text = utLongText(size_t(state.range(0)), hasVariables);
     UT_WorkBuffer out;
     for (auto _ : state)
     {
@@ -175,18 +180,20 @@ utLongScan(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(utLongScan)
+BENCHMARK_TEMPLATE(utLongScan, false)
     ->Name("expand a long text/ours")
-    ->ArgName("variables")
-    ->Arg(0)
-    ->Arg(1);
+    ->Apply(utLongSizes);
+BENCHMARK_TEMPLATE(utLongScan, true)
+    ->Name("expand a long text with variables/ours")
+    ->Apply(utLongSizes);
 
 // Knows names in the text and nothing else: no quotes, backslashes or homes.
+template <bool hasVariables>
 static void
 utLongFind(benchmark::State &state)
 {
     utSetUp();
-    const std::string text = utLongText(state.range(0) != 0);
+    const std::string text = utLongText(size_t(state.range(0)), hasVariables);
     std::string out;
     for (auto _ : state)
     {
@@ -209,8 +216,9 @@ utLongFind(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(utLongFind)
+BENCHMARK_TEMPLATE(utLongFind, false)
     ->Name("expand a long text/find and copy")
-    ->ArgName("variables")
-    ->Arg(0)
-    ->Arg(1);
+    ->Apply(utLongSizes);
+BENCHMARK_TEMPLATE(utLongFind, true)
+    ->Name("expand a long text with variables/find and copy")
+    ->Apply(utLongSizes);

@@ -7,6 +7,8 @@
 
 #include "UT/UT_FixedAllocator.h"
 
+#include "ut_Curve.h"
+
 #include "UT/UT_SmallObjectAllocator.h"
 
 #include <benchmark/benchmark.h>
@@ -163,12 +165,10 @@ utReplace(benchmark::State &state)
         ->Name("allocate and release a block/" contender); \
     BENCHMARK_TEMPLATE(utFillAndEmpty, Pool)               \
         ->Name("allocate all, release all/" contender)     \
-        ->Arg(1000)                                        \
-        ->Arg(100000);                                     \
+        ->Apply(utCurve<1000, 100000, 10000000, 100>);     \
     BENCHMARK_TEMPLATE(utReplace, Pool)                    \
         ->Name("replace a block/" contender)               \
-        ->Arg(1000)                                        \
-        ->Arg(100000)
+        ->Apply(utCurve<1000, 100000, 10000000, 100>)
 
 UT_POOL_BENCHMARKS(ut_Malloc, "malloc");
 UT_POOL_BENCHMARKS(ut_TCMalloc, "tcmalloc");

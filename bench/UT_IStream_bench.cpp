@@ -4,10 +4,13 @@
 // data at most as long as gzread(), arrays of big-endian values at most 0.8 of
 // fread() and a loop that swaps each, and one value at a time 0.45.
 //
-// Each benchmark opens the file and reads it to its end. The argument of lines
-// is their length, that of arrays and of gzip the entries or bytes of a read.
+// Each benchmark opens a file and reads it to its end. The argument is the size
+// of the file, that of lines their length, that of arrays and of gzip the
+// entries or bytes of a read.
 
 #include "UT/UT_IStream.h"
+
+#include "ut_Curve.h"
 
 #include "UT/UT_WorkBuffer.h"
 
@@ -17,13 +20,27 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
 #include <zlib.h>
 
+// Of a file that is read in pieces of several sizes, unless those are longer.
 static const size_t theSize = 4 << 20;
+
+// The files of several sizes that `make` makes, each made once.
+template <class Make>
+static const std::string &
+utFileOfSize(size_t size, Make make)
+{
+    static std::map<size_t, std::string> thePaths;
+    std::string &path = thePaths[size];
+    if (path.empty())
+        path = make(size);
+    return path;
+}
 
 // A file that is removed when the process ends.
 static std::string
@@ -35,12 +52,12 @@ utFile(const std::string &bytes)
     return "/proc/self/fd/" + std::to_string(fileno(file));
 }
 
-// The words of `word`, ten to a line.
+// So many bytes of the words of `word`, ten to a line.
 static std::string
-utWordFile(const std::function<std::string()> &word)
+utWordFile(size_t size, const std::function<std::string()> &word)
 {
     std::string text;
-    for (int i = 1; text.size() < theSize; ++i)
+    for (int i = 1; text.size() < size; ++i)
         text += word() + (i % 10 ? ' ' : '\n');
     return utFile(text);
 }
@@ -50,78 +67,93 @@ utLineFile(size_t length)
 {
     std::string text;
     std::mt19937 random(1);
-    while (text.size() < theSize)
+    while (text.size() < std::max(theSize, 4 * length))
         text += std::string(length / 2 + random() % (length + 1), 'x') + '\n';
     return utFile(text);
 }
 
 static const std::string &
-utWords()
+utWords(size_t size)
 {
     static std::mt19937 random(1);
-    static const std::string thePath =
-        utWordFile([] { return std::string(1 + random() % 12, 'w'); });
-    return thePath;
-}
-
-static const std::string &
-utIntegers()
-{
-    static std::mt19937 random(1);
-    static const std::string thePath = utWordFile(
-        [] { return std::to_string(int(random()) >> random() % 32); });
-    return thePath;
-}
-
-static const std::string &
-utFloats()
-{
-    static std::mt19937 random(1);
-    static const std::string thePath = utWordFile(
-        []
+    return utFileOfSize(
+        size,
+        [](size_t bytes)
         {
-            char text[40];
-            const int thousandths = int(random() % 2000000) - 1000000;
-            const int divisor = int(random() % 100) + 1;
-            snprintf(text, sizeof(text), "%.6g", thousandths * 1e-3 / divisor);
-            return std::string(text);
+            return utWordFile(
+                bytes, [] { return std::string(1 + random() % 12, 'w'); });
         });
-    return thePath;
-}
-
-// Geometry, say: neighbours are close to each other.
-static const std::string &
-utValues()
-{
-    static const std::string thePath = []
-    {
-        std::string bytes;
-        std::mt19937 random(1);
-        while (bytes.size() < theSize)
-            bytes +=
-                {'\x42', char(random() % 4), char(random() % 64),
-                 char(random())};
-        return utFile(bytes);
-    }();
-    return thePath;
 }
 
 static const std::string &
-utGzip()
+utIntegers(size_t size)
 {
-    static const std::string thePath = []
-    {
-        const std::string path = utFile("");
-        const gzFile out = gzopen(path.c_str(), "wb");
-        std::string plain(theSize, '\0');
-        FILE *const in = fopen(utFloats().c_str(), "rb");
-        plain.resize(fread(plain.data(), 1, theSize, in));
-        fclose(in);
-        gzwrite(out, plain.data(), unsigned(plain.size()));
-        gzclose(out);
-        return path;
-    }();
-    return thePath;
+    static std::mt19937 random(1);
+    return utFileOfSize(
+        size,
+        [](size_t bytes)
+        {
+            return utWordFile(
+                bytes,
+                [] { return std::to_string(int(random()) >> random() % 32); });
+        });
+}
+
+static std::string
+utFloat(std::mt19937 &random)
+{
+    char text[40];
+    const int thousandths = int(random() % 2000000) - 1000000;
+    const int divisor = int(random() % 100) + 1;
+    snprintf(text, sizeof(text), "%.6g", thousandths * 1e-3 / divisor);
+    return text;
+}
+
+static const std::string &
+utFloats(size_t size)
+{
+    static std::mt19937 random(1);
+    return utFileOfSize(
+        size, [](size_t bytes)
+        { return utWordFile(bytes, [] { return utFloat(random); }); });
+}
+
+// Geometry, say: neighbours are close to each other. Read in pieces of at most
+// so many bytes.
+static const std::string &
+utValues(size_t longest)
+{
+    return utFileOfSize(
+        std::max(theSize, longest),
+        [](size_t size)
+        {
+            std::string bytes;
+            std::mt19937 random(1);
+            while (bytes.size() < size)
+                bytes +=
+                    {'\x42', char(random() % 4), char(random() % 64),
+                     char(random())};
+            return utFile(bytes);
+        });
+}
+
+static const std::string &
+utGzip(size_t longest)
+{
+    return utFileOfSize(
+        std::max(theSize, longest),
+        [](size_t size)
+        {
+            const std::string path = utFile("");
+            const gzFile out = gzopen(path.c_str(), "wb");
+            std::string plain(size, '\0');
+            FILE *const in = fopen(utFloats(size).c_str(), "rb");
+            plain.resize(fread(plain.data(), 1, size, in));
+            fclose(in);
+            gzwrite(out, plain.data(), unsigned(plain.size()));
+            gzclose(out);
+            return path;
+        });
 }
 
 static void
@@ -174,7 +206,7 @@ utLinesGetline(benchmark::State &state)
 static void
 utWordsStream(benchmark::State &state)
 {
-    const std::string &path = utWords();
+    const std::string &path = utWords(size_t(state.range(0)));
     for (auto _ : state)
     {
         UT_IFStream in(path.c_str(), UT_ISTREAM_ASCII);
@@ -189,7 +221,7 @@ utWordsStream(benchmark::State &state)
 static void
 utWordsStrtok(benchmark::State &state)
 {
-    const std::string &path = utWords();
+    const std::string &path = utWords(size_t(state.range(0)));
     for (auto _ : state)
     {
         int total = 0;
@@ -253,33 +285,33 @@ utNumbersLibrary(
 static void
 utIntegersStream(benchmark::State &state)
 {
-    utNumbersStream<int>(state, utIntegers());
+    utNumbersStream<int>(state, utIntegers(size_t(state.range(0))));
 }
 
 static void
 utIntegersStrtol(benchmark::State &state)
 {
     utNumbersLibrary<int>(
-        state, utIntegers(),
+        state, utIntegers(size_t(state.range(0))),
         [](const char *text, char **end) { return strtol(text, end, 10); });
 }
 
 static void
 utFloatsStream(benchmark::State &state)
 {
-    utNumbersStream<float>(state, utFloats());
+    utNumbersStream<float>(state, utFloats(size_t(state.range(0))));
 }
 
 static void
 utFloatsStrtod(benchmark::State &state)
 {
-    utNumbersLibrary<float>(state, utFloats(), strtod);
+    utNumbersLibrary<float>(state, utFloats(size_t(state.range(0))), strtod);
 }
 
 static void
 utGzipStream(benchmark::State &state)
 {
-    const std::string &path = utGzip();
+    const std::string &path = utGzip(size_t(state.range(0)));
     std::vector<char> bytes(size_t(state.range(0)));
     for (auto _ : state)
     {
@@ -295,7 +327,7 @@ utGzipStream(benchmark::State &state)
 static void
 utGzipGzread(benchmark::State &state)
 {
-    const std::string &path = utGzip();
+    const std::string &path = utGzip(size_t(state.range(0)));
     std::vector<char> bytes(size_t(state.range(0)));
     for (auto _ : state)
     {
@@ -313,7 +345,7 @@ template <class T>
 static void
 utValuesStream(benchmark::State &state)
 {
-    const std::string &path = utValues();
+    const std::string &path = utValues(sizeof(T) * size_t(state.range(0)));
     std::vector<T> values(size_t(state.range(0)));
     for (auto _ : state)
     {
@@ -341,7 +373,7 @@ template <class T, class Bits>
 static void
 utValuesFread(benchmark::State &state)
 {
-    const std::string &path = utValues();
+    const std::string &path = utValues(sizeof(T) * size_t(state.range(0)));
     std::vector<T> values(size_t(state.range(0)));
     for (auto _ : state)
     {
@@ -364,55 +396,34 @@ utValuesFread(benchmark::State &state)
     }
 }
 
-BENCHMARK(utLines)
-    ->Name("read lines/ours")
-    ->Arg(10)
-    ->Arg(40)
-    ->Arg(100)
-    ->Arg(1000);
+// Bytes of a file.
+static const auto utSizes = utCurve<1 << 12, 1 << 22, 1 << 27, 32>;
+
+BENCHMARK(utLines)->Name("read lines/ours")->Apply(utCurve<10, 1000, 10000000>);
 BENCHMARK(utLinesGetline)
     ->Name("read lines/getline")
-    ->Arg(10)
-    ->Arg(40)
-    ->Arg(100)
-    ->Arg(1000);
-BENCHMARK(utWordsStream)->Name("read words/ours");
-BENCHMARK(utWordsStrtok)->Name("read words/strtok_r");
-BENCHMARK(utIntegersStream)->Name("read integers/ours");
-BENCHMARK(utIntegersStrtol)->Name("read integers/strtol");
-BENCHMARK(utFloatsStream)->Name("read floats/ours");
-BENCHMARK(utFloatsStrtod)->Name("read floats/strtod");
+    ->Apply(utCurve<10, 1000, 10000000>);
+BENCHMARK(utWordsStream)->Name("read words/ours")->Apply(utSizes);
+BENCHMARK(utWordsStrtok)->Name("read words/strtok_r")->Apply(utSizes);
+BENCHMARK(utIntegersStream)->Name("read integers/ours")->Apply(utSizes);
+BENCHMARK(utIntegersStrtol)->Name("read integers/strtol")->Apply(utSizes);
+BENCHMARK(utFloatsStream)->Name("read floats/ours")->Apply(utSizes);
+BENCHMARK(utFloatsStrtod)->Name("read floats/strtod")->Apply(utSizes);
 BENCHMARK(utGzipStream)
     ->Name("read gzip data/ours")
-    ->Arg(100)
-    ->Arg(4096)
-    ->Arg(1 << 20);
+    ->Apply(utCurve<64, 1 << 20, 1 << 27, 128>);
 BENCHMARK(utGzipGzread)
     ->Name("read gzip data/gzread")
-    ->Arg(100)
-    ->Arg(4096)
-    ->Arg(1 << 20);
+    ->Apply(utCurve<64, 1 << 20, 1 << 27, 128>);
 BENCHMARK(utValuesStream<int>)
     ->Name("read big-endian integers/ours")
-    ->Arg(1)
-    ->Arg(16)
-    ->Arg(1000)
-    ->Arg(1 << 20);
+    ->Apply(utCurve<1, 1 << 20, 1 << 25, 32>);
 BENCHMARK(utValuesFread<int, uint32>)
     ->Name("read big-endian integers/fread")
-    ->Arg(1)
-    ->Arg(16)
-    ->Arg(1000)
-    ->Arg(1 << 20);
+    ->Apply(utCurve<1, 1 << 20, 1 << 25, 32>);
 BENCHMARK(utValuesStream<double>)
     ->Name("read big-endian doubles/ours")
-    ->Arg(1)
-    ->Arg(16)
-    ->Arg(1000)
-    ->Arg(1 << 19);
+    ->Apply(utCurve<1, 1 << 20, 1 << 25, 32>);
 BENCHMARK(utValuesFread<double, uint64>)
     ->Name("read big-endian doubles/fread")
-    ->Arg(1)
-    ->Arg(16)
-    ->Arg(1000)
-    ->Arg(1 << 19);
+    ->Apply(utCurve<1, 1 << 20, 1 << 25, 32>);

@@ -10,6 +10,8 @@
 
 #include "UT/UT_String.h"
 
+#include "ut_Curve.h"
+
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -112,8 +114,8 @@ static void
 utSizes(benchmark::internal::Benchmark *benchmark)
 {
     for (int distance : {16, 100, 5000})
-        for (int length : {60, 4000, 1 << 18})
-            if (distance < length)
+        for (int length : {60, 4000, 1 << 18, 1 << 24, 1 << 30})
+            if (distance < length && (length <= 1 << 18 || utIsLongCurve()))
                 benchmark->Args({length, distance});
 }
 
@@ -121,12 +123,10 @@ BENCHMARK(find_UT_String)->Name("find a text/ours")->Apply(utSizes);
 BENCHMARK(find_string)->Name("find a text/std::string")->Apply(utSizes);
 BENCHMARK(findNearly_UT_String)
     ->Name("find what nearly occurs/ours")
-    ->Arg(4096)
-    ->Arg(1 << 16);
+    ->Apply(utCurve<4096, 1 << 16, 1 << 24, 16>);
 BENCHMARK(findNearly_string)
     ->Name("find what nearly occurs/std::string")
-    ->Arg(4096)
-    ->Arg(1 << 16);
+    ->Apply(utCurve<4096, 1 << 16, 1 << 24, 16>);
 BENCHMARK(substitute_UT_String)->Name("replace a text/ours")->Apply(utSizes);
 BENCHMARK(substitute_stringInPlace)
     ->Name("replace a text/std::string in place")

@@ -5,6 +5,8 @@
 
 #include "UT/UT_String.h"
 
+#include "ut_Curve.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -181,42 +183,47 @@ BENCHMARK(utListGlib)->Name("match a list of 24/GLib");
 
 // Words, and one that comes at the end alone.
 static std::string
-utLongText()
+utLongText(const benchmark::State &state)
 {
     std::string text;
-    while (text.size() < 65536)
+    while (text.size() < size_t(state.range(0)))
         text.append(theNames[text.size() % std::size(theNames)]).append(" ");
     return text + "needle";
 }
 
+static const auto utLongSizes = utCurve<64, 1 << 16, 1 << 26, 32>;
+
+template <bool folds>
 static void
 utContains(benchmark::State &state)
 {
-    const std::string text = utLongText();
+    const std::string text = utLongText(state);
     const UT_String string(text.c_str());
-    const int caseSensitive = state.range(0) == 0;
     for (auto _ : state)
-        benchmark::DoNotOptimize(string.contains("needle", caseSensitive));
+        benchmark::DoNotOptimize(string.contains("needle", !folds));
 }
-BENCHMARK(utContains)
+BENCHMARK_TEMPLATE(utContains, false)
     ->Name("match *needle*/ours")
-    ->ArgName("folds")
-    ->Arg(0)
-    ->Arg(1);
+    ->Apply(utLongSizes);
+BENCHMARK_TEMPLATE(utContains, true)
+    ->Name("match *NEEDLE*/ours")
+    ->Apply(utLongSizes);
 
+template <bool folds>
 static void
 utContainsFnmatch(benchmark::State &state)
 {
-    const std::string text = utLongText();
-    const int flags = state.range(0) ? FNM_CASEFOLD : 0;
+    const std::string text = utLongText(state);
+    const int flags = folds ? FNM_CASEFOLD : 0;
     for (auto _ : state)
         benchmark::DoNotOptimize(fnmatch("*needle*", text.c_str(), flags));
 }
-BENCHMARK(utContainsFnmatch)
+BENCHMARK_TEMPLATE(utContainsFnmatch, false)
     ->Name("match *needle*/fnmatch")
-    ->ArgName("folds")
-    ->Arg(0)
-    ->Arg(1);
+    ->Apply(utLongSizes);
+BENCHMARK_TEMPLATE(utContainsFnmatch, true)
+    ->Name("match *NEEDLE*/fnmatch")
+    ->Apply(utLongSizes);
 
 // The first of many groups varies slowest.
 static void

@@ -7,6 +7,8 @@
 
 #include "UT/UT_SymbolTable.h"
 
+#include "ut_Curve.h"
+
 #include <benchmark/benchmark.h>
 
 #ifdef VALDRIN_HAVE_ABSL
@@ -208,8 +210,7 @@ utVisit(benchmark::State &state)
 }
 BENCHMARK(utVisit)
     ->Name("visit symbols/ours")
-    ->RangeMultiplier(10)
-    ->Range(1000, 1000000);
+    ->Apply(utCurve<1000, 1000000, 10000000>);
 
 // From a full table to an empty one, name by name.
 template <class Table>
@@ -232,7 +233,7 @@ utErase(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-#define UT_SIZES ->RangeMultiplier(10)->Range(100, 1000000)
+#define UT_SIZES ->Apply(utCurve<100, 1000000, 10000000>)
 #ifdef VALDRIN_HAVE_ABSL
 #define UT_ABSEIL_BENCHMARK(name, operation) \
     BENCHMARK_TEMPLATE(operation, ut_Abseil)->Name(name "/Abseil") UT_SIZES

@@ -9,6 +9,8 @@
 
 #include "UT/UT_WorkArgs.h"
 
+#include "ut_Curve.h"
+
 #include "UT/UT_String.h"
 #include "UT/UT_SwapBytes.h"
 
@@ -128,36 +130,22 @@ utSwap(benchmark::State &state)
 
 BENCHMARK(utTokenizeSet)
     ->Name("split a line at a set/ours")
-    ->Arg(3)
-    ->Arg(30)
-    ->Arg(3000);
+    ->Apply(utCurve<3, 3000, 30000000>);
 BENCHMARK(utParse)
     ->Name("split a line at a set/ours with quotes")
-    ->Arg(3)
-    ->Arg(30)
-    ->Arg(3000);
+    ->Apply(utCurve<3, 3000, 30000000>);
 BENCHMARK(utStrtok)
     ->Name("split a line at a set/strtok_r")
-    ->Arg(3)
-    ->Arg(30)
-    ->Arg(3000);
+    ->Apply(utCurve<3, 3000, 30000000>);
 BENCHMARK(utTokenizeOne)
     ->Name("split a line at one separator/ours")
-    ->Arg(3)
-    ->Arg(30)
-    ->Arg(3000);
+    ->Apply(utCurve<3, 3000, 30000000>);
 BENCHMARK(utStrsep)
     ->Name("split a line at one separator/strsep")
-    ->Arg(3)
-    ->Arg(30)
-    ->Arg(3000);
+    ->Apply(utCurve<3, 3000, 30000000>);
 BENCHMARK_TEMPLATE(utSwap, true)
     ->Name("swap bytes/ours")
-    ->Arg(4)
-    ->Arg(1024)
-    ->Arg(1 << 20);
+    ->Apply(utCurve<4, 1 << 20, 1 << 26, 256>);
 BENCHMARK_TEMPLATE(utSwap, false)
     ->Name("swap bytes/a loop")
-    ->Arg(4)
-    ->Arg(1024)
-    ->Arg(1 << 20);
+    ->Apply(utCurve<4, 1 << 20, 1 << 26, 256>);

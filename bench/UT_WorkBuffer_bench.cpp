@@ -9,6 +9,8 @@
 
 #include "UT/UT_WorkBuffer.h"
 
+#include "ut_Curve.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -216,62 +218,60 @@ utReplaceByLongTextPeer(benchmark::State &state)
 
 BENCHMARK(utReplaceByLongText)
     ->Name("sprintf of a long text/ours")
-    ->RangeMultiplier(32)
-    ->Range(32, 1 << 25);
+    ->Apply(utCurve<32, 1 << 25, 1 << 30, 32>);
 BENCHMARK(utReplaceByLongTextPeer)
     ->Name("sprintf of a long text/strdup")
-    ->RangeMultiplier(32)
-    ->Range(32, 1 << 25);
+    ->Apply(utCurve<32, 1 << 25, 1 << 30, 32>);
 BENCHMARK(utAppendFormatted<ut_Frame, UT_WorkBuffer>)
     ->Name("format a path and numbers/ours")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 BENCHMARK(utAppendFormatted<ut_Frame, std::string>)
     ->Name("format a path and numbers/snprintf")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 #ifdef VALDRIN_HAVE_FMT
 BENCHMARK(utAppendFormatted<ut_Frame, fmt::memory_buffer>)
     ->Name("format a path and numbers/fmt")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 #endif
 BENCHMARK(utAppendBytes<UT_WorkBuffer>)
     ->Name("append bytes/ours")
-    ->Range(8, 1 << 18);
+    ->Apply(utCurve<8, 1 << 18, 1 << 27, 8>);
 BENCHMARK(utAppendBytes<std::string>)
     ->Name("append bytes/std::string")
-    ->Range(8, 1 << 18);
+    ->Apply(utCurve<8, 1 << 18, 1 << 27, 8>);
 BENCHMARK(utAppendLiterals<UT_WorkBuffer>)
     ->Name("append literals/ours")
-    ->Range(8, 1 << 15);
+    ->Apply(utCurve<8, 1 << 15, 1 << 24, 8>);
 BENCHMARK(utAppendLiterals<std::string>)
     ->Name("append literals/std::string")
-    ->Range(8, 1 << 15);
+    ->Apply(utCurve<8, 1 << 15, 1 << 24, 8>);
 BENCHMARK(utAppendWords<UT_WorkBuffer>)
     ->Name("append words/ours")
-    ->Range(8, 1 << 15);
+    ->Apply(utCurve<8, 1 << 15, 1 << 24, 8>);
 BENCHMARK(utAppendWords<std::string>)
     ->Name("append words/std::string")
-    ->Range(8, 1 << 15);
+    ->Apply(utCurve<8, 1 << 15, 1 << 24, 8>);
 BENCHMARK(utAppendBlocks<UT_WorkBuffer>)
     ->Name("append blocks/ours")
-    ->Range(1, 1 << 10);
+    ->Apply(utCurve<1, 1 << 10, 1 << 19, 8>);
 BENCHMARK(utAppendBlocks<std::string>)
     ->Name("append blocks/std::string")
-    ->Range(1, 1 << 10);
+    ->Apply(utCurve<1, 1 << 10, 1 << 19, 8>);
 BENCHMARK(utAppendFormatted<ut_Number, UT_WorkBuffer>)
     ->Name("format a number/ours")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 BENCHMARK(utAppendFormatted<ut_Number, std::string>)
     ->Name("format a number/snprintf")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 BENCHMARK(utAppendFormatted<ut_Element, UT_WorkBuffer>)
     ->Name("format an element/ours")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 BENCHMARK(utAppendFormatted<ut_Element, std::string>)
     ->Name("format an element/snprintf")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 BENCHMARK(utAppendFormatted<ut_LongText, UT_WorkBuffer>)
     ->Name("format a long text/ours")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 BENCHMARK(utAppendFormatted<ut_LongText, std::string>)
     ->Name("format a long text/snprintf")
-    ->Range(1, 1 << 12);
+    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);

@@ -74,6 +74,12 @@ class Test(unittest.TestCase):
             for who, time in (("ours", ours), ("peer", peer)))))
         self.assertEqual(found, ["sort: 0.50 at 100, 2.00 at 1000"])
 
+    def test_curves_have_more_than_two_sizes(self):
+        curve = [f"sort/ours/{n}/0" for n in (10, 100, 1000)]
+        self.assertEqual(
+            bench.with_sizes(["match/ours/10", "match/ours/100", *curve,
+                              "expand/ours"]), curve)
+
     def test_a_quick_run_keeps_all_sizes_in_one_order(self):
         self.assertEqual(
             bench.first_orders(["sort/ours/10/0", "sort/ours/10/1",
