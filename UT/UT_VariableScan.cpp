@@ -42,13 +42,15 @@ static constexpr struct ut_ScanTable
 } theScanTable;
 
 #ifdef __SSE2__
-// Skips bytes that are simply copied, sixteen at a time. Returns the first that
-// is not, or what lies less than sixteen bytes before `end`.
+// Skips bytes that are simply copied, sixteen at a time; those from `start` to
+// `text` are. Returns the first that is not, or `end`, or what lies less than
+// sixteen bytes after `start` when `end` does, too.
 //
 // A bit that two bytes differ in does not count, so that one comparison finds
 // both; the table separates the others that it finds from them.
 static const char *
-utSkipOrdinary(const char *text, const char *end, unsigned special)
+utSkipOrdinary(
+    const char *start, const char *text, const char *end, unsigned special)
 {
     const auto bits = [](__m128i block, char ignoredBits, char byte)
     {
@@ -59,10 +61,10 @@ utSkipOrdinary(const char *text, const char *end, unsigned special)
     const char slash = special & UT_SCAN_COMMENTS ? '/' : '`';
     const char brace = special & UT_SCAN_BRACES ? '\x7f' : '`';
     const char braceBits = special & UT_SCAN_BRACES ? 6 : 0;
-    for (; end - text >= 16; text += 16)
+    const auto findIn = [&](const char *first) -> const char *
     {
         __m128i block;
-        memcpy(&block, text, sizeof(block));
+        memcpy(&block, first, sizeof(block));
         const __m128i found = _mm_or_si128(
             _mm_or_si128(
                 _mm_or_si128(
@@ -72,12 +74,20 @@ utSkipOrdinary(const char *text, const char *end, unsigned special)
             _mm_or_si128(bits(block, 0, slash), bits(block, braceBits, brace)));
         for (int left = _mm_movemask_epi8(found); left; left &= left - 1)
         {
-            const char *const candidate = text + __builtin_ctz(unsigned(left));
+            const char *const candidate = first + __builtin_ctz(unsigned(left));
             if (theScanTable.kinds[uint8(*candidate)] & special)
                 return candidate;
         }
-    }
-    return text;
+        return nullptr;
+    };
+    for (; end - text >= 16; text += 16)
+        if (const char *const found = findIn(text))
+            return found;
+    // The last bytes make a block with some that are known.
+    if (text == end || end - start < 16)
+        return text;
+    const char *const found = findIn(end - 16);
+    return found ? found : end;
 }
 
 // For each set of what is special, the bytes in it by their low halves, which
@@ -132,15 +142,16 @@ utSkipOrdinaryWide(const char *text, const char *end, unsigned special)
 }
 
 static const char *
-utSkipOrdinaryLong(const char *text, const char *end, unsigned special)
+utSkipOrdinaryLong(const char *start, const char *end, unsigned special)
 {
+    const char *text = start;
     if (end - text >= 32 && __builtin_cpu_supports("avx2"))
     {
         text = utSkipOrdinaryWide(text, end, special);
         if (end - text >= 32)
             return text;
     }
-    return utSkipOrdinary(text, end, special);
+    return utSkipOrdinary(start, text, end, special);
 }
 #else
 static const char *
@@ -150,6 +161,13 @@ utSkipOrdinaryLong(const char *text, const char *, unsigned)
 }
 #endif
 
+// How far the text is known to have no NUL: to its end, or some way.
+static const char *
+utLookAhead(const char *text)
+{
+    return text + strnlen(text, 4096);
+}
+
 // The first byte that is not simply copied. There is no NUL before `wholeEnd`,
 // which moves as more of the text is looked at.
 static const char *
@@ -157,8 +175,7 @@ utEndOfOrdinary(const char *text, const char *&wholeEnd, unsigned special)
 {
     const auto isSpecial = [special](char c)
     { return (theScanTable.kinds[uint8(c)] & special) != 0; };
-    // Most runs are short; the first one that is not shows how long the text
-    // is, and then blocks are as quick.
+    // Near the end of what is known most runs are short.
     int few = wholeEnd - text < 16 ? 16 : 0;
     while (few > 0)
     {
@@ -170,7 +187,7 @@ utEndOfOrdinary(const char *text, const char *&wholeEnd, unsigned special)
     for (;;)
     {
         if (wholeEnd - text < 16)
-            wholeEnd = text + strnlen(text, 4096);
+            wholeEnd = utLookAhead(text);
         text = utSkipOrdinaryLong(text, wholeEnd, special);
         if (wholeEnd - text >= 16 || *wholeEnd == '\0')
             break;
@@ -393,9 +410,9 @@ public:
     ut_VariableScanner(
         UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups,
         bool expandVars, bool expandTilde, bool ignoreComments)
-        : myOut(out), myNext(text), myLookups(lookups), myWholeEnd(text),
-          myExpandVars(expandVars), myExpandTilde(expandTilde),
-          myIgnoreComments(ignoreComments)
+        : myOut(out), myNext(text), myLookups(lookups),
+          myWholeEnd(utLookAhead(text)), myExpandVars(expandVars),
+          myExpandTilde(expandTilde), myIgnoreComments(ignoreComments)
     {
     }
 

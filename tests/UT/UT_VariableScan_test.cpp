@@ -161,8 +161,9 @@ utExpectRuns(const std::string &filler, const char *stop, const char *expected)
             const std::string end = filler.substr(0, after);
             const std::string text = start + stop + end;
             UT_WorkBuffer out;
-            UTVariableScan(
-                out, text.c_str(), utNameItself, nullptr, /*expandTilde=*/true,
+            UTExprVariableScan(
+                out, text.c_str(), utNameItself, utNameItself, nullptr,
+                /*expandVars=*/true, /*expandTilde=*/true,
                 /*ignoreComments=*/false);
             EXPECT_EQ(start + expected + end, out.buffer()) << text;
         }
@@ -182,6 +183,7 @@ TEST(UT_VariableScan, LongRunsAreCopiedUpToWhatStopsThem)
         {"'$A'",   "$A"    },
         {"\\\\",   "\\"    },
         {"\\`",    "`"     },
+        {"`x`",    "x"     },
         {"/*$A*/", "/*$A*/"},
         {"{}",     "{}"    },
         {"",       ""      },
