@@ -9,6 +9,7 @@
 #include "UT_VariableScan.h"
 #include "UT_WorkBuffer.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -36,16 +37,48 @@ static const struct
 };
 static_assert(std::size(thePaths) == UT_PATH_COUNT);
 
+// Whether an error of a call for a path means that there is nothing for us.
+// Others, such as a lack of memory or descriptors, may be over the next time.
+static bool
+utIsLasting(int error)
+{
+    switch (error)
+    {
+    case ENOENT:
+    case ENOTDIR:
+    case EACCES:
+    case EPERM:
+    case ELOOP:
+    case ENAMETOOLONG:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// As realpath(). Clears `isSure` after an error that may pass.
+static char *
+utRealPath(const char *path, bool &isSure)
+{
+    char *const real = realpath(path, nullptr);
+    if (!real && !utIsLasting(errno))
+        isSure = false;
+    return real;
+}
+
 // The file that this library was loaded from, malloc'ed; null when it is
 // unknown. The system has its full path; what the loader was given may be
-// relative to a directory that the program has left.
+// relative to a directory that the program has left. Clears `isSure` after an
+// error that may pass.
 static char *
-utFindLibraryFile()
+utFindLibraryFile(bool &isSure)
 {
     const uintptr_t here = uintptr_t(&thePaths);
     const ut_CancelGuard guard;
     char *path = nullptr;
     const ut_FileOwner maps(fopen("/proc/self/maps", "re"));
+    if (!maps && !utIsLasting(errno))
+        isSure = false;
     if (maps)
     {
         UT_WorkBuffer line;
@@ -58,47 +91,62 @@ utFindLibraryFile()
                 continue;
             // A mapping without a file, or of a deleted one, has no path.
             if (const char *const file = strchr(line.buffer(), '/'))
-                path = realpath(file, nullptr);
+                path = utRealPath(file, isSure);
             break;
         }
+        if (ferror(maps.get()))
+            isSure = false;
     }
     Dl_info library;
     if (!path && dladdr(static_cast<const void *>(&thePaths), &library))
-        path = realpath(library.dli_fname, nullptr);
+        path = utRealPath(library.dli_fname, isSure);
     return path;
 }
 
-// The folder of the toolkit's own data, "" if there is none. A build tree and
-// an installation have it at the same place: some folders above the library
-// (how many depends on what the system calls its library folder).
-static UT_String
-utFindDataDirectory()
+// Sets `directory` to the folder of the toolkit's own data, or to "" if none
+// is found. A build tree and an installation have it at the same place: some
+// folders above the library (how many depends on what the system calls its
+// library folder). Returns false when errors that may pass leave that open.
+static bool
+utFindDataDirectory(UT_String &directory)
 {
-    const ut_BlockOwner<char> owner(utFindLibraryFile());
+    bool isSure = true;
+    directory.harden("");
+    const ut_BlockOwner<char> owner(utFindLibraryFile(isSure));
     char *const path = owner.get();
-    if (!path)
-        return UT_String("");
-    UT_WorkBuffer directory;
-    for (int level = 0; level < 4; ++level)
+    for (int level = 0; path && level < 4; ++level)
     {
         char *const slash = strrchr(path, '/');
         if (!slash)
             break;
         *slash = '\0';
-        directory.sprintf("%s/" VALDRIN_DATA_FOLDER, path);
-        if (UTisValidDirectory(directory.buffer()))
+        UT_WorkBuffer candidate;
+        candidate.sprintf("%s/" VALDRIN_DATA_FOLDER, path);
+        errno = 0; // as it stays for what is there and is no directory
+        if (UTisValidDirectory(candidate.buffer()))
+        {
+            candidate.copyIntoString(directory);
             break;
-        directory.clear();
+        }
+        if (errno && !utIsLasting(errno))
+            isSure = false;
     }
-    return UT_String(directory.buffer(), /*deep=*/1);
+    return isSure;
 }
 
-static const char *
-utGetDataDirectory()
+// As utFindDataDirectory(), which is asked until it is sure.
+static bool
+utGetDataDirectory(UT_String &directory)
 {
-    static UT_String *theDirectory =
-        new UT_String(utFindDataDirectory()); // never destroyed
-    return *theDirectory;
+    static const UT_String *theDirectory; // never destroyed
+    if (!theDirectory)
+    {
+        if (!utFindDataDirectory(directory))
+            return false;
+        theDirectory = new UT_String(directory, /*deep=*/1);
+    }
+    directory = theDirectory->buffer();
+    return true;
 }
 
 UT_PathSearch *
@@ -201,12 +249,18 @@ UT_PathSearch::addDefault()
     {
         add(UT_EnvControl::getString(UT_HOME), nullptr);
         add(UT_EnvControl::getString(UT_VRS), nullptr);
-        add(utGetDataDirectory(), nullptr);
+        UT_String data;
+        const bool isSure = utGetDataDirectory(data);
+        add(data, nullptr);
+        // Otherwise the next look-up tries again.
+        myIsCurrent = myIsCurrent && isSure;
         return;
     }
-    const UT_StringArray &main = getInstance(UT_PATH_MAIN)->getDirectories();
-    for (int i = 0; i < main.entries(); ++i)
-        add(main(i), myFolder);
+    UT_PathSearch &main = *getInstance(UT_PATH_MAIN);
+    const UT_StringArray &directories = main.getDirectories();
+    for (int i = 0; i < directories.entries(); ++i)
+        add(directories(i), myFolder);
+    myIsCurrent = myIsCurrent && main.myIsCurrent;
 }
 
 static void

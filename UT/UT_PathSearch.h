@@ -61,7 +61,9 @@ public:
     [[nodiscard]] const char *getVariable() const { return myVariable; }
 
     /// The directories, in the order in which they are searched. Borrowed
-    /// until the next varChanged().
+    /// until the next varChanged(), or until the next look-up when the system
+    /// could not say where the toolkit's own data are: that is then tried
+    /// again.
     const UT_StringArray &getDirectories();
 
     /// Looks for a file with the relative name `name`, which may contain

@@ -77,6 +77,55 @@ utTrySubstitution(UT_String &string, const char *old, const char *by)
     utRequire(string == expected.c_str());
 }
 
+// What is done with the bytes of a set, beside std::string.
+static void
+utTryBytes(const std::string &text, const std::string &set)
+{
+    UT_String all(text.c_str());
+    utRequire(all.findAny(set.c_str()) == int(text.find_first_of(set)));
+    std::string others;
+    for (const char byte : text)
+        if (set.find(byte) == set.npos)
+            others += byte;
+    utRequire(all.strip(set.c_str()) == int(text.size() - others.size()));
+    utRequire(all == others.c_str());
+    const size_t first = std::min(text.find_first_not_of(set), text.size());
+    const size_t last = text.find_last_not_of(set) + 1;
+    UT_String start(text.c_str());
+    utRequire(start.stripStart(set.c_str()) == int(first));
+    utRequire(start == text.substr(first).c_str());
+    UT_String end(text.c_str());
+    utRequire(end.stripEnd(set.c_str()) == int(text.size() - last));
+    utRequire(end == text.substr(0, last).c_str());
+}
+
+// Parts of a path, and the path from one to another.
+static void
+utTryPaths(const std::string &text, const std::string &other)
+{
+    using std::filesystem::path;
+    UT_String file(text.c_str());
+    UT_String directory;
+    file.splitPath(directory, file);
+    const size_t slash = text.rfind('/');
+    const std::string name = text.substr(slash + 1);
+    utRequire(directory == (slash ? text.substr(0, slash) : "/").c_str());
+    utRequire(name.empty() ? file.isNull() : file == name.c_str());
+
+    UT_String relative(text.c_str());
+    UT_String to(text.c_str());
+    UT_String from(other.c_str());
+    if (to.collapseAbsolutePath() && from.collapseAbsolutePath())
+    {
+        utRequire(relative.makeRelativePath(other.c_str()));
+        utRequire(
+            relative ==
+            path(to.buffer()).lexically_relative(from.buffer()).c_str());
+    }
+    else
+        utRequire(!relative.makeRelativePath(other.c_str()));
+}
+
 static void
 utTryCollapsing(const std::string &text)
 {
@@ -108,6 +157,8 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     utTryModifiers(text, old, offset);
     utTryQuotes(string, *old);
     utTrySubstitution(string, old, tail);
+    utTryBytes(text, argument);
+    utTryPaths("/" + text, "/" + argument);
     utTryCollapsing("/" + text);
     utRequire(text == before); // what was lent stays
     return 0;
