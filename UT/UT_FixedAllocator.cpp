@@ -1,12 +1,20 @@
 #include "UT_FixedAllocator.h"
 
 #include "UT_AllocImpl.h"
-#include "UT_FixedAllocatorImpl.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <new>
+
+// A reclaiming allocator's block is followed by its page's slot, in a word of
+// this size: 32 bits are all that is used, but the next block must be aligned.
+static const unsigned theTrailerSize = sizeof(void *);
+
+// Inline, and here for programs that were compiled when they were not.
+[[gnu::used]] static void *(UT_FixedAllocator::*const theAllocate)() =
+    &UT_FixedAllocator::allocate;
+[[gnu::used]] static void (UT_FixedAllocator::*const theDeallocate)(void *) =
+    &UT_FixedAllocator::deallocate;
 
 // Blocks that fill lines of the processor's cache start with one: half as many
 // lines to wait for.
@@ -47,7 +55,8 @@ UT_FixedAllocator::ut_SmallObjectPage::buildFreeList(
     freeCount = owner.myObjectsPerPage;
     for (int32 i = 1; i <= freeCount; ++i, block += stride)
     {
-        utSetNext(block, i < freeCount ? block + stride : nullptr);
+        void *const following = i < freeCount ? block + stride : nullptr;
+        memcpy(block, &following, sizeof(following));
         if (owner.myReclaim)
             memcpy(block + owner.myObjectSize, &slot, sizeof(slot));
     }
@@ -136,16 +145,46 @@ UT_FixedAllocator::addPage()
 }
 
 void *
-UT_FixedAllocator::allocate()
+UT_FixedAllocator::allocateSlowly()
 {
-    return take();
+    // Nothing has changed if a page cannot be allocated.
+    if (!myReclaim)
+    {
+        myFreeList = allocPage()->freeList;
+        ++myAllocated;
+        return pop(myFreeList);
+    }
+    if (!myPartialPages)
+        addPage();
+    ++myAllocated;
+    ut_SmallObjectPage *page = myPartialPages;
+    void *block = pop(page->freeList);
+    if (--page->freeCount == 0)
+        unlinkPage(page);
+    else if (
+        page->freeCount == myObjectsPerPage - 1 && slotOf(block) == myEmptyPage)
+        myEmptyPage = -1;
+    return block;
 }
 
+// Only with reclaiming.
 void
-UT_FixedAllocator::deallocate(void *block)
+UT_FixedAllocator::deallocateSlowly(void *block)
 {
-    if (block)
-        give(block);
+    --myAllocated;
+    const int slot = slotOf(block);
+    ut_SmallObjectPage *page = myPages(unsigned(slot));
+    push(page->freeList, block);
+    if (++page->freeCount == myObjectsPerPage)
+    {
+        // Deliberate: with one object to a page, the page that is kept is
+        // never used again.
+        if (myEmptyPage >= 0)
+            releasePage(myEmptyPage);
+        myEmptyPage = slot;
+    }
+    else if (page->freeCount == 1)
+        linkPage(page);
 }
 
 void

@@ -8,6 +8,9 @@
 
 #include "SYS/SYS_Types.h"
 
+#include <cstdlib>
+#include <cstring>
+
 /// Hands out blocks of one fixed size.
 ///
 /// An allocator that reclaims records which page each block came from, and
@@ -74,10 +77,16 @@ public:
 
 private:
     friend class UT_SmallObjectAllocator;
-    class ut_SmallObjectPage;
+    struct ut_SmallObjectPage;
 
-    UT_LOCAL void *take();
-    UT_LOCAL void give(void *block);
+    static void *pop(void *&list);
+    static void push(void *&list, void *block);
+    [[nodiscard]] int slotOf(const void *block) const;
+
+    // Not UT_LOCAL: the inline functions call them.
+    void *allocateSlowly();
+    void deallocateSlowly(void *block);
+
     [[nodiscard]] UT_LOCAL unsigned int blockSize() const;
     UT_LOCAL ut_SmallObjectPage *allocPage();
     UT_LOCAL void addPage();
@@ -99,3 +108,93 @@ private:
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_FixedAllocator) == 52);
+
+// A page's blocks and its place in the list of pages with free blocks. Programs
+// take blocks from it and give them back: order and size stay.
+struct UT_FixedAllocator::ut_SmallObjectPage
+{
+    UT_LOCAL ut_SmallObjectPage(const UT_FixedAllocator &owner, int32 slot);
+    ~ut_SmallObjectPage() { free(memory); }
+
+    ut_SmallObjectPage(const ut_SmallObjectPage &) = delete;
+    ut_SmallObjectPage &operator=(const ut_SmallObjectPage &) = delete;
+
+    UT_LOCAL void buildFreeList(const UT_FixedAllocator &owner, int32 slot);
+
+    void *memory;
+    void *freeList; // without reclaiming, the list at the beginning
+    ut_SmallObjectPage *next;
+    ut_SmallObjectPage *prev;
+    int32 freeCount;
+};
+
+// ---- Inline functions
+
+// A free block begins with the link to the next one.
+inline void *
+UT_FixedAllocator::pop(void *&list)
+{
+    void *const block = list;
+    memcpy(&list, block, sizeof(list));
+    return block;
+}
+
+inline void
+UT_FixedAllocator::push(void *&list, void *block)
+{
+    memcpy(block, &list, sizeof(list));
+    list = block;
+}
+
+// The slot follows the block, in a word of which 32 bits are used.
+inline int
+UT_FixedAllocator::slotOf(const void *block) const
+{
+    int32 slot;
+    memcpy(
+        &slot, static_cast<const char *>(block) + myObjectSize, sizeof(slot));
+    return slot;
+}
+
+// Only an allocator that does not reclaim has a free list, and only one that
+// reclaims has partial pages. A page that is neither empty nor full, before and
+// after, keeps its place in their list.
+inline void *
+UT_FixedAllocator::allocate()
+{
+    if (myFreeList)
+    {
+        ++myAllocated;
+        return pop(myFreeList);
+    }
+    ut_SmallObjectPage *const page = myPartialPages;
+    if (page && page->freeCount > 1 && page->freeCount < myObjectsPerPage)
+    {
+        ++myAllocated;
+        --page->freeCount;
+        return pop(page->freeList);
+    }
+    return allocateSlowly();
+}
+
+inline void
+UT_FixedAllocator::deallocate(void *block)
+{
+    if (!block)
+        return;
+    if (!myReclaim)
+    {
+        --myAllocated;
+        push(myFreeList, block);
+        return;
+    }
+    ut_SmallObjectPage *const page = myPages(unsigned(slotOf(block)));
+    if (page->freeCount > 0 && page->freeCount < myObjectsPerPage - 1)
+    {
+        --myAllocated;
+        ++page->freeCount;
+        push(page->freeList, block);
+        return;
+    }
+    deallocateSlowly(block);
+}

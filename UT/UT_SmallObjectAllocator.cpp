@@ -1,28 +1,17 @@
 #include "UT_SmallObjectAllocator.h"
 
 #include "UT_CancelImpl.h"
-#include "UT_FixedAllocatorImpl.h"
 #include "UT_ForkImpl.h"
 #include "UT_LockImpl.h"
 
 #include <memory>
 #include <new>
 
-#if __has_include(<sys/single_threaded.h>)
-#include <sys/single_threaded.h>
-#endif
-
-// Whether no thread can come between, which saves two calls and an exchange for
-// each block. Without an answer of the C library there may be others.
-static inline bool
-utIsOnlyThread()
-{
-#if __has_include(<sys/single_threaded.h>)
-    return __libc_single_threaded;
-#else
-    return false;
-#endif
-}
+// Inline, and here for programs that were compiled when they were not.
+[[gnu::used]] static void *(UT_SmallObjectAllocator::*const theAllocate)(
+    unsigned int) = &UT_SmallObjectAllocator::allocate;
+[[gnu::used]] static void (UT_SmallObjectAllocator::*const theDeallocate)(
+    void *, unsigned int) = &UT_SmallObjectAllocator::deallocate;
 
 // Waiting is not cancelled: objects free their blocks in destructors.
 static inline void
@@ -107,7 +96,7 @@ UT_SmallObjectAllocator::take(unsigned int size)
 {
     if (!myLastAllocation || myLastAllocation->requestedSize() != size)
         myLastAllocation = poolFor(size);
-    return myLastAllocation->take();
+    return myLastAllocation->allocate();
 }
 
 inline void
@@ -120,41 +109,28 @@ UT_SmallObjectAllocator::give(void *block, unsigned int size)
             return; // no block of ours has this size
         myLastRelease = myAllocators(index);
     }
-    myLastRelease->give(block);
+    myLastRelease->deallocate(block);
 }
 
-// Apart, so that a call without the lock stays short.
 void *
-UT_SmallObjectAllocator::takeLocked(unsigned int size)
+UT_SmallObjectAllocator::allocateSlowly(unsigned int size)
 {
-    const ut_LockGuard guard(myLock, utLockPools);
+    if (size > myMaxObjectSize)
+        return ::operator new(size);
+    const ut_LockGuard guard(needsLock() ? myLock : nullptr, utLockPools);
     return take(size);
 }
 
 void
-UT_SmallObjectAllocator::giveLocked(void *block, unsigned int size)
-{
-    const ut_LockGuard guard(myLock, utLockPools);
-    give(block, size);
-}
-
-void *
-UT_SmallObjectAllocator::allocate(unsigned int size)
+UT_SmallObjectAllocator::deallocateSlowly(void *block, unsigned int size)
 {
     if (size > myMaxObjectSize)
-        return ::operator new(size);
-    return myLock && !utIsOnlyThread() ? takeLocked(size) : take(size);
-}
-
-void
-UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
-{
-    if (size > myMaxObjectSize)
+    {
         ::operator delete(block);
-    else if (!block)
         return;
-    else if (myLock && !utIsOnlyThread())
-        giveLocked(block, size);
-    else
-        give(block, size);
+    }
+    if (!block)
+        return;
+    const ut_LockGuard guard(needsLock() ? myLock : nullptr, utLockPools);
+    give(block, size);
 }

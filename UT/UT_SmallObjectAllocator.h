@@ -8,6 +8,10 @@
 
 #include "SYS/SYS_Types.h"
 
+#if __has_include(<sys/single_threaded.h>)
+#include <sys/single_threaded.h>
+#endif
+
 class UT_Lock;
 
 /// Hands out small blocks from a UT_FixedAllocator for each size asked for,
@@ -63,12 +67,16 @@ public:
     }
 
 private:
+    [[nodiscard]] bool needsLock() const;
+
+    // Not UT_LOCAL: the inline functions call them.
+    void *allocateSlowly(unsigned int size);
+    void deallocateSlowly(void *block, unsigned int size);
+
     [[nodiscard]] UT_LOCAL unsigned int findAtLeast(unsigned int size) const;
     UT_LOCAL UT_FixedAllocator *poolFor(unsigned int size);
     UT_LOCAL void *take(unsigned int size);
-    UT_LOCAL void *takeLocked(unsigned int size);
     UT_LOCAL void give(void *block, unsigned int size);
-    UT_LOCAL void giveLocked(void *block, unsigned int size);
 
     // Programs hold allocators by value: order and size stay.
     UT_PtrArray<UT_FixedAllocator *> myAllocators; // by size, ascending
@@ -81,3 +89,35 @@ private:
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_SmallObjectAllocator) == 40);
+
+// ---- Inline functions
+
+// Whether a thread could come between. Without an answer of the C library it
+// could.
+inline bool
+UT_SmallObjectAllocator::needsLock() const
+{
+#if __has_include(<sys/single_threaded.h>)
+    return myLock && !__libc_single_threaded;
+#else
+    return myLock;
+#endif
+}
+
+inline void *
+UT_SmallObjectAllocator::allocate(unsigned int size)
+{
+    if (!needsLock() && myLastAllocation &&
+        myLastAllocation->requestedSize() == size)
+        return myLastAllocation->allocate();
+    return allocateSlowly(size);
+}
+
+inline void
+UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
+{
+    if (!needsLock() && myLastRelease && myLastRelease->requestedSize() == size)
+        myLastRelease->deallocate(block);
+    else
+        deallocateSlowly(block, size);
+}
