@@ -48,73 +48,33 @@ utToFloat8(__m128i halves)
         _mm256_castps_si256(ordinary), _mm256_or_si256(special, upperBits));
 }
 
-// The least float patterns that become an infinity, a normal half, and any
-// other half except zero.
-static const int32 theLargeBits = 0x477FF000;
-static const int32 theNormalBits = 113 << 23;
-static const int32 theDenormalBits = 102 << 23;
-
-// Eight halves for the patterns of floats. The processor's own instruction cuts
-// off what does not fit, after half of the last unit is added. `large` gets the
-// lanes of infinities and NaNs, and of what becomes one: they are not right.
+// Eight halves for the patterns of floats of any kind, without a jump. The
+// processor's own instruction rounds ties to the even neighbour, so they get a
+// bit that makes them more than ties; it keeps the sign of zero; and it sets
+// the upper mantissa bit of every NaN, which an infinity with that bit is too.
 UT_F16C static inline __m128i
-utToHalf8(__m256i bits, __m256i &large)
+utToHalf8(__m256i bits)
 {
-    const __m256i sign =
-        _mm256_and_si256(bits, _mm256_set1_epi32(int32(0x80000000)));
-    const __m256i magnitude = _mm256_andnot_si256(sign, bits);
-    const __m256i isDenormal =
-        _mm256_cmpgt_epi32(_mm256_set1_epi32(theNormalBits), magnitude);
-    const __m256i isZero =
-        _mm256_cmpgt_epi32(_mm256_set1_epi32(theDenormalBits), magnitude);
-    large = _mm256_or_si256(
-        large,
-        _mm256_cmpgt_epi32(magnitude, _mm256_set1_epi32(theLargeBits - 1)));
+    const __m256i moreThanTies = _mm256_or_si256(bits, _mm256_set1_epi32(1));
+    const __m128i halves = _mm256_cvtps_ph(
+        _mm256_castsi256_ps(moreThanTies), _MM_FROUND_TO_NEAREST_INT);
 
-    // The sum of floats is exact wherever its bits are not cut off.
-    const __m256 small =
-        _mm256_castsi256_ps(_mm256_and_si256(magnitude, isDenormal));
-    const __m256i denormal =
-        _mm256_castps_si256(_mm256_add_ps(small, _mm256_set1_ps(0x1p-25f)));
-    const __m256i normal =
-        _mm256_add_epi32(magnitude, _mm256_set1_epi32(0x1000));
-    const __m256i rounded = _mm256_or_si256(
-        _mm256_and_si256(isDenormal, denormal),
-        _mm256_andnot_si256(isDenormal, normal));
-    return _mm256_cvtps_ph(
-        _mm256_castsi256_ps(
-            _mm256_andnot_si256(isZero, _mm256_or_si256(rounded, sign))),
-        _MM_FROUND_TO_ZERO);
-}
+    const __m128i isMinusZero =
+        _mm_cmpeq_epi16(halves, _mm_set1_epi16(int16(0x8000)));
 
-// The same for floats of any kind, without a jump. `overflowed` gets the lanes
-// where a finite value becomes an infinity.
-UT_F16C static inline __m128i
-utAnyToHalf8(__m256i bits, __m256i &large, __m256i &overflowed)
-{
-    const __m256i infinity = _mm256_set1_epi32(0x7F800000);
-    const __m256i magnitude =
-        _mm256_and_si256(bits, _mm256_set1_epi32(0x7FFFFFFF));
-    const __m256i isLarge =
-        _mm256_cmpgt_epi32(magnitude, _mm256_set1_epi32(theLargeBits - 1));
-    overflowed = _mm256_or_si256(
-        overflowed,
-        _mm256_and_si256(isLarge, _mm256_cmpgt_epi32(infinity, magnitude)));
-
-    // Infinity, or what a NaN keeps of its bits.
-    const __m256i rest = _mm256_and_si256(
-        _mm256_srli_epi32(_mm256_max_epi32(magnitude, infinity), 13),
-        _mm256_set1_epi32(0x7FFF));
-    const __m256i sign = _mm256_and_si256(
-        _mm256_srli_epi32(bits, 16), _mm256_set1_epi32(0x8000));
-    const __m256i special =
-        _mm256_and_si256(isLarge, _mm256_or_si256(rest, sign));
-    const __m128i halves = utToHalf8(_mm256_andnot_si256(isLarge, bits), large);
-    large = _mm256_or_si256(large, isLarge);
-    return _mm_or_si128(
-        halves, _mm_packus_epi32(
-                    _mm256_castsi256_si128(special),
-                    _mm256_extracti128_si256(special, 1)));
+    // What exceeds infinity: the mantissas of NaNs, and 0 of all others.
+    const __m128i excess = _mm_subs_epu16(
+        _mm_and_si128(halves, _mm_set1_epi16(0x7FFF)), _mm_set1_epi16(0x7C00));
+    // The upper mantissa bits of the floats, each in its place in a half.
+    const __m256i upperWords = _mm256_srli_epi32(bits, 16);
+    const __m128i upperBits = _mm_slli_epi16(
+        _mm_packus_epi32(
+            _mm256_castsi256_si128(upperWords),
+            _mm256_extracti128_si256(upperWords, 1)),
+        3);
+    const __m128i isAdded = _mm_and_si128(
+        _mm_andnot_si128(upperBits, excess), _mm_set1_epi16(0x200));
+    return _mm_andnot_si128(_mm_or_si128(isMinusZero, isAdded), halves);
 }
 
 UT_F16C static void
@@ -130,50 +90,37 @@ utToFloatF16C(float *to, const fpreal16 *from, size_t count)
     utToFloat(to, from, count);
 }
 
-UT_F16C static inline __m256i
-utLoad(const float *from)
+// `count` is a multiple of eight. A function of its own, so that no conversion
+// moves out of the place where the conditions are masked.
+UT_F16C __attribute__((noinline)) static void
+utToHalfBlocks(fpreal16 *to, const float *from, size_t count)
 {
-    __m256i floats;
-    memcpy(&floats, from, sizeof(floats));
-    return floats;
+    for (size_t i = 0; i < count; i += 8)
+    {
+        __m256i bits;
+        memcpy(&bits, from + i, sizeof(bits));
+        const __m128i halves = utToHalf8(bits);
+        memcpy(static_cast<void *>(to + i), &halves, sizeof(halves));
+    }
 }
 
-UT_F16C static inline void
-utStore(fpreal16 *to, __m128i halves)
-{
-    memcpy(static_cast<void *>(to), &halves, sizeof(halves));
-}
-
-// Floats that are converted before the large ones are looked for.
-static const size_t theBlock = 64;
-
-// Values that are not large are the usual ones. After a block with others, the
-// next one is taken to have them too.
+// The instruction raises conditions for NaNs, denormals and rounded values,
+// too. Only that a finite value becomes an infinity is passed on.
 UT_F16C static void
 utToHalfF16C(fpreal16 *to, const float *from, size_t count)
 {
-    __m256i overflowed = _mm256_setzero_si256();
-    bool expectsLarge = false;
-    for (; count >= theBlock; count -= theBlock)
+    const size_t inBlocks = count & ~size_t(7);
+    if (inBlocks)
     {
-        __m256i large = _mm256_setzero_si256();
-        if (!expectsLarge)
-            for (size_t i = 0; i < theBlock; i += 8)
-                utStore(to + i, utToHalf8(utLoad(from + i), large));
-        if (expectsLarge || !_mm256_testz_si256(large, large))
-        {
-            large = _mm256_setzero_si256();
-            for (size_t i = 0; i < theBlock; i += 8)
-                utStore(
-                    to + i, utAnyToHalf8(utLoad(from + i), large, overflowed));
-        }
-        expectsLarge = !_mm256_testz_si256(large, large);
-        to += theBlock;
-        from += theBlock;
+        const unsigned callers = _mm_getcsr();
+        _mm_setcsr(_MM_MASK_MASK);
+        utToHalfBlocks(to, from, inBlocks);
+        const bool isOverflow = _mm_getcsr() & _MM_EXCEPT_OVERFLOW;
+        _mm_setcsr(callers);
+        if (isOverflow)
+            fpreal16::overflow();
     }
-    if (!_mm256_testz_si256(overflowed, overflowed))
-        fpreal16::overflow();
-    utToHalf(to, from, count);
+    utToHalf(to + inBlocks, from + inBlocks, count - inBlocks);
 }
 
 static bool
