@@ -24,7 +24,7 @@ import { serve } from "../browsers/web.mjs";
 const BIN = path.resolve(process.argv[2]);
 const BRIDGE = path.join(BIN, "valdrin-bridge");
 const FAKE = fileURLToPath(
-    new URL("../tests/page/fake_host.mjs", import.meta.url));
+    new URL("../browsers/fake_host.mjs", import.meta.url));
 
 // Runs in the pages: the times of `count` rounds in milliseconds. A round is
 // `together` calls at once.

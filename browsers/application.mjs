@@ -14,10 +14,9 @@ const PORT_SCRIPT = fileURLToPath(
     new URL("../examples/blender/valdrin_port.py", import.meta.url));
 
 // Answers every request by `answer(request)`: a Buffer without the NUL, which
-// also gets one, or null for silence. Keeps the requests, without their NUL.
-// `port` is for one that takes up another one's place.
+// also gets one, or null for silence. `port` is for one that takes up another
+// one's place.
 export async function scriptedApplication(answer, port = 0) {
-    const requests = [];
     const sockets = new Set();
     const server = net.createServer((socket) => {
         const chunks = [];
@@ -29,7 +28,6 @@ export async function scriptedApplication(answer, port = 0) {
             if (chunk.at(-1) !== 0)
                 return;
             const request = Buffer.concat(chunks).subarray(0, -1);
-            requests.push(request);
             const reply = answer(request);
             if (reply !== null)
                 socket.end(Buffer.concat([reply, Buffer.of(0)]));
@@ -37,7 +35,6 @@ export async function scriptedApplication(answer, port = 0) {
     });
     await listen(server, port);
     return {
-        requests,
         port: server.address().port,
         close() {
             for (const socket of sockets)

@@ -25,26 +25,16 @@ using std::chrono::steady_clock;
 using Server = ut_LoopbackServer;
 
 static bool
-utExchange(bool blocking, int port, const char *host = nullptr)
+utExchange(bool blocking, int port)
 {
     UT_WorkBuffer reply;
     return blocking ? UT_NetSocket::sendCommandAndGetResult(
-                          port, "x", reply, host, true)
+                          port, "x", reply, /*host=*/nullptr, true)
                     : UT_NetSocket::nonBlockingSendCommandAndGetResult(
-                          port, "x", reply, host, true);
+                          port, "x", reply, /*host=*/nullptr, true);
 }
 
 // ---- Exchanges
-
-TEST(UT_NetSocket, ExchangesNeedAPeer)
-{
-    const ut_LoopbackPort refused;
-    for (const bool blocking : {false, true})
-    {
-        EXPECT_FALSE(utExchange(blocking, refused.port())) << blocking;
-        EXPECT_FALSE(utExchange(blocking, 10000, "300.1.1.1")) << blocking;
-    }
-}
 
 TEST(UT_NetSocket, HighDescriptorsAreNotWaitedFor)
 {
@@ -266,45 +256,3 @@ TEST(UT_NetSocket, LostConnectionsEndTheProcessIfAsked)
         },
         testing::ExitedWithCode(2), "");
 }
-
-#if defined(__i386__) || defined(__x86_64__)
-TEST(UT_NetSocket, SlotsKeepTheirPlaces)
-{
-    // A pointer to a virtual member holds its place in the table, plus one.
-    const auto slotOf = [](auto member)
-    {
-        size_t place;
-        memcpy(&place, &member, sizeof(place));
-        return place / sizeof(void *);
-    };
-    using S = UT_NetSocket;
-    int (S::*const read)(void *, int, int *, int) = &S::read;
-    int (S::*const readMessage)(UT_WorkBuffer &, int, bool) = &S::read;
-    const struct
-    {
-        const char *name;
-        size_t slot;
-    } members[] = {
-        {"accept",          slotOf(&S::accept)         },
-        {"connect",         slotOf(&S::connect)        },
-        {"close",           slotOf(&S::close)          },
-        {"shutdown",        slotOf(&S::shutdown)       },
-        {"write",           slotOf(&S::write)          },
-        {"dataAvailable",   slotOf(&S::dataAvailable)  },
-        {"read",            slotOf(read)               },
-        {"read a message",  slotOf(readMessage)        },
-        {"peek",            slotOf(&S::peek)           },
-        {"flushRead",       slotOf(&S::flushRead)      },
-        {"flushWrite",      slotOf(&S::flushWrite)     },
-        {"getRemoteSocket", slotOf(&S::getRemoteSocket)},
-        {"setBlocking",     slotOf(&S::setBlocking)    },
-        {"isValid",         slotOf(&S::isValid)        },
-    };
-    size_t next = 2; // the destructor has the first two
-    for (const auto &member : members)
-    {
-        EXPECT_EQ(next, member.slot) << member.name;
-        ++next;
-    }
-}
-#endif

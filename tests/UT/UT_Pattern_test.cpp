@@ -173,13 +173,10 @@ TEST(UT_Pattern, AnIndexHasTwoParts)
         int minorIsStar;
     } theCases[] = {
         {"12",    1, 12, 0, -1, 0},
-        {"1.2",   1, 1,  0, 2,  0},
         {"1.2.3", 1, 1,  0, 2,  0}, // the number ends at the second dot
         {"x*.0y", 1, 0,  1, 0,  0},
         {"a.*",   1, 0,  0, 0,  1},
-        {"",      0, -7, 7, -7, 7},
         {"1.",    0, -7, 7, -7, 7},
-        {".1",    0, -7, 7, -7, 7},
         {nullptr, 0, -7, 7, -7, 7},
     };
     for (const auto &row : theCases)
@@ -236,66 +233,6 @@ TEST(UT_Pattern, ANameIsPutTogetherFromItsParts)
     EXPECT_EQ(1, stAddName(0, 0, &more));
     EXPECT_EQ(1, stAddName(7, 0, &more)); // full: goes on all the same
     EXPECT_EQ((ut_Names{"a3_z", "b-1[", "c01", "c02", "c03"}), result.names());
-}
-
-TEST(UT_Pattern, LettersAloneMakeNames)
-{
-    ut_Result result(6);
-    stExpandData group{"<", ">", &result.data};
-    EXPECT_EQ(1, stExpandLetterPattern("", &group));
-    EXPECT_EQ(1, stExpandLetterPattern("a-C1", &group));
-    stExpandData more{"", "[12]", &result.data};
-    EXPECT_EQ(1, stExpandLetterPattern("xy", &more));
-    stExpandData two{"", "[ab]", &result.data};
-    EXPECT_EQ(1, stExpandLetterPattern("ij", &two));
-    EXPECT_EQ(
-        (ut_Names{"<a>", "<C>", "x12", "y12", "ia", "ib"}), result.names());
-}
-
-TEST(UT_Pattern, OnlyAWordWithAGroupExpands)
-{
-    static const struct
-    {
-        const char *word;
-        int result;
-        ut_Names names;
-    } theCases[] = {
-        {"geo",         0, {}                      },
-        {"geo[1",       0, {}                      },
-        {"geo]1[",      0, {}                      },
-        {nullptr,       0, {}                      },
-        {"[]",          1, {}                      },
-        {"c[1.2]",      1, {}                      }, // has two levels
-        {"c[1-2][x-",   1, {"c1[x-", "c2[x-"}      },
-        {"c]d[2-1]",    1, {"c]d2", "c]d1"}        },
-        {"a[1-2]b[xy]", 1, {"a1bx", "a1by", "a2bx"}}, // as many as fit
-        {"a[1-9]",      1, {"a1", "a2", "a3"}      },
-    };
-    for (const auto &row : theCases)
-    {
-        ut_Result result(3);
-        EXPECT_EQ(row.result, stExpandArray(row.word, &result.data))
-            << (row.word ? row.word : "null");
-        EXPECT_EQ(row.names, result.names()) << row.word;
-    }
-}
-
-// A word means what its first group means, with what follows expanded in turn.
-TEST(UT_Pattern, LaterGroupsAreExpandedForEachItemOfTheFirst)
-{
-    for (const char *const suffix :
-         {"_[a-b]", "[9-7:2][x][yz]", "[1-2][]", "[!0][1]"})
-    {
-        ut_Result stepwise(12);
-        stExpandData group{"p", suffix, &stepwise.data};
-        UT_String("1-3").traversePattern(
-            /*maximum=*/-1, &group, stAddName, nullptr, /*offset=*/0);
-
-        ut_Result whole(12);
-        const std::string word = std::string("p[1-3]") + suffix;
-        EXPECT_EQ(1, stExpandArray(word.c_str(), &whole.data)) << suffix;
-        EXPECT_EQ(stepwise.names(), whole.names()) << suffix;
-    }
 }
 
 // With room for one name, billions of others take no time.

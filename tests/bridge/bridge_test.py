@@ -73,14 +73,6 @@ class Test(unittest.TestCase):
             self.assertEqual(host.ask("Run", "x"), FAILURE)
             self.assertEqual(host.ask("RunPythonStatements", "x"), "")
 
-    def test_answers_repeat_the_id(self):
-        with Host() as host:
-            for number in (0, 2**31, 2**53 - 1):
-                host.write(frame(request("GetStashedString", id=number)))
-                self.assertEqual(host.answer(id=number), "")
-                host.write(frame(request("walk", id=number)))
-                self.assertEqual(host.answer(id=number)["error"], "argument")
-
     # ---- Texts
 
     def test_every_character_crosses_both_ways(self):
@@ -106,13 +98,6 @@ class Test(unittest.TestCase):
                 self.assertEqual(host.answer(), "", text)
                 self.assertEqual(host.ask("GetStashedString"), kept, text)
 
-    def test_other_replies_are_taken_byte_for_byte(self):
-        for reply in (bytes(range(1, 256)), "é".encode() * 1500000 + b"\xe9"):
-            with Host() as host:
-                self.converse(host, [reply + b"\0"])
-                answer = host.ask("Run", "x")
-                self.assertTrue(answer == reply.decode("latin-1"), reply[:9])
-
     def test_large_replies_come_in_parts(self):
         # host.read() holds each part to its limit.
         for text in (
@@ -125,13 +110,6 @@ class Test(unittest.TestCase):
             with Host() as host:
                 self.converse(host, [text.encode() + b"\0"])
                 self.assertTrue(host.ask("Run", "x") == text, text[:9])
-
-    def test_a_large_request_crosses(self):
-        text = "\1é" * 600000
-        with Host() as host:
-            host.write(frame(json.dumps(request("StashString", text)).encode()))
-            self.assertEqual(host.answer(), "")
-            self.assertTrue(host.ask("GetStashedString") == text)
 
     # ---- Refusals
 

@@ -26,6 +26,9 @@ struct ut_Scenario
 // The scenarios of this program, up to the one without a name.
 extern const ut_Scenario theScenarios[];
 
+// That of texts, arrays and tables, which has a source of its own.
+bool utObjects();
+
 // Ends the process: the result is neither right nor a reported failure.
 [[noreturn]] void utWrong(const char *what);
 

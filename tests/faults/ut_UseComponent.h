@@ -65,7 +65,7 @@ private:
     void *myObjects[3] = {};
 };
 
-// Makes a request, stashes a text and reads it again.
+// Makes a request of each kind, stashes a text and reads it again.
 inline bool
 utUseComponent(ut_EntryPoint *entryPoint)
 {
@@ -76,21 +76,33 @@ utUseComponent(ut_EntryPoint *entryPoint)
     utCall(connection, UT_SET_PORT, utPort());
     static char theCommand[20001];
     memset(theCommand, ']', 20000);
+    bool isRight = true;
+    for (const size_t slot : {UT_RUN, UT_RUN_EXPRESSION})
+    {
+        char *text = nullptr;
+        const bool isDone = ut_ComponentObjects::succeeds(
+            utCall(connection, slot, theCommand, &text));
+        utExpect(isDone || !text, "a text without success");
+        const bool isReply = text && strcmp(text, utReply()) == 0;
+        utExpect(
+            isReply || !text || !strncmp(text, "ERROR: ", 7), "another reply");
+        free(text);
+        isRight = isRight && isReply;
+    }
+    isRight = ut_ComponentObjects::succeeds(
+                  utCall(connection, UT_RUN_STATEMENTS, theCommand)) &&
+              isRight;
+    if (!ut_ComponentObjects::succeeds(utCall(connection, UT_STASH, "kept")))
+        return false;
+    const bool isStashed =
+        ut_ComponentObjects::succeeds(utCall(connection, UT_STASH, "stashed"));
     char *text = nullptr;
-    const bool isDone = ut_ComponentObjects::succeeds(
-        utCall(connection, UT_RUN, theCommand, &text));
-    utExpect(isDone || !text, "a text without success");
-    if (!text)
-        return false;
-    const bool isReply = strcmp(text, utReply()) == 0;
-    utExpect(isReply || !strncmp(text, "ERROR: ", 7), "another reply");
-    free(text);
-    if (!ut_ComponentObjects::succeeds(utCall(connection, UT_STASH, "stashed")))
-        return false;
     utCall(connection, UT_GET_STASHED, &text);
     if (!text)
         return false;
-    utExpect(strcmp(text, "stashed") == 0, "another stashed text");
+    utExpect(
+        strcmp(text, isStashed ? "stashed" : "kept") == 0,
+        "another stashed text");
     free(text);
-    return isReply;
+    return isRight && isStashed;
 }

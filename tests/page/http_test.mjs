@@ -39,25 +39,6 @@ const ATTEMPTS = [{
         document.body.append(form);
         form.submit();
         return "refused";`,
-}, {
-    name: "an image",
-    body: `return new Promise((resolve) => {
-        const image = new Image();
-        image.onload = () => resolve("loaded");
-        image.onerror = () => resolve("refused");
-        image.src = address;
-    });`,
-}, {
-    name: "a web socket",
-    body: `return new Promise((resolve) => {
-        const socket = new WebSocket(address.replace("http:", "ws:"));
-        socket.onopen = () => resolve("open");
-        socket.onerror = () => resolve("refused");
-    });`,
-}, {
-    name: "fetch by https",
-    body: `return fetch(address.replace("http:", "https:"),
-        { mode: "no-cors" }).then((reply) => reply.type, () => "refused");`,
 }];
 
 const log = [];

@@ -61,13 +61,6 @@ class Test(unittest.TestCase):
                 self.assertEqual(theirs, text.encode(), repr(text))
                 self.assertEqual(ours.run(text), text)
 
-    def test_requests_run_in_the_namespace(self):
-        namespace = {"x": 6}
-        with command_port(namespace) as (_, connection):
-            connection.execute("y = x + 1")
-            self.assertEqual(connection.evaluate(" x * y\n"), "42")
-        self.assertEqual(namespace["y"], 7)
-
     def test_failures_are_answered(self):
         def run_command(text):
             if text == "refuse":

@@ -6,9 +6,9 @@ import { writeSync } from "node:fs";
 const kind = process.argv[2];
 let kept = "";
 
-function frame(text, length = Buffer.byteLength(text)) {
+function frame(text) {
     const head = Buffer.alloc(4);
-    head.writeUInt32LE(length);
+    head.writeUInt32LE(Buffer.byteLength(text));
     return Buffer.concat([head, Buffer.from(text)]);
 }
 
@@ -21,14 +21,6 @@ const theKinds = {
     wrongId({ id }) {
         const part = "for somebody else";
         send(frame(JSON.stringify({ id: id + 1000, part, last: true })));
-    },
-    halfFrame({ id }) {
-        send(frame(JSON.stringify({ id, part: "half" }), 1000));
-        process.exit(0);
-    },
-    overLong({ id }) {
-        const part = "x".repeat(1024 * 1024);
-        send(frame(JSON.stringify({ id, part, last: true })));
     },
     // Keeps a text, gives it back, or gives as many digits as are asked for.
     stash({ id, method, args }) {

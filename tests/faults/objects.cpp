@@ -1,0 +1,330 @@
+// The scenario of texts, arrays and tables: what finds no memory says so by
+// std::bad_alloc, and changes nothing.
+
+#include "ut_Faults.h"
+#include "ut_Scenario.h"
+
+#include "UT/UT_FixedAllocator.h"
+#include "UT/UT_FloatArray.h"
+#include "UT/UT_IntArray.h"
+#include "UT/UT_NetSocket.h"
+#include "UT/UT_PtrArray.h"
+#include "UT/UT_QuickSort.h"
+#include "UT/UT_RefArray.h"
+#include "UT/UT_SpecialDir.h"
+#include "UT/UT_String.h"
+#include "UT/UT_StringArray.h"
+#include "UT/UT_SymbolTable.h"
+#include "UT/UT_WorkArgs.h"
+#include "UT/UT_WorkBuffer.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <sstream>
+#include <string>
+
+namespace
+{
+
+// One object of each kind, with something in it and no room for more.
+struct ut_Objects
+{
+    ut_Objects()
+    {
+        buffer.append(std::string(1999, 'b').c_str());
+        for (int i = 0; i < 9; ++i)
+            many.append(i);
+        for (int i = 0; i < 4; ++i)
+        {
+            ints.append(2 * i);
+            floats.append(float(i));
+            pointers.append(&theTexts[i]);
+            strings.append(theTexts[i]);
+        }
+        evens = ints;
+        odds.append(1);
+        odds.append(3);
+        others.append("x");
+        others.append("y");
+        for (unsigned i = 0; i < 4; ++i)
+            objects.insert(i);
+        for (int i = 0; i < 255; ++i)
+            arguments.setArg(i, writable);
+        table.addSymbol("known", UT_Thing(1));
+    }
+
+    // All that a caller can see of them.
+    std::string contents()
+    {
+        std::ostringstream out;
+        for (const UT_String *text : {&owned, &borrowed, &deep, &null})
+            out << (text->isNull() ? "(null)" : text->buffer()) << '\n';
+        out.write(buffer.buffer(), buffer.length());
+        out << buffer.isLocked() << buffer.isNullTerminated() << '\n';
+        for (const UT_IntArray *array : {&ints, &evens, &odds})
+        {
+            for (unsigned i = 0; i < array->entries(); ++i)
+                out << (*array)(i) << ' ';
+            out << '\n';
+        }
+        for (unsigned i = 0; i < floats.entries(); ++i)
+            out << floats(i) << ' ';
+        for (unsigned i = 0; i < pointers.entries(); ++i)
+            out << *static_cast<const char *const *>(pointers(i)) << ' ';
+        for (const UT_StringArray *array : {&strings, &others})
+        {
+            out << '\n';
+            for (int i = 0; i < array->entries(); ++i)
+                out << (*array)(i).buffer() << ' ';
+        }
+        out << objects.entries() << ' ' << arguments.getArgc() << ' '
+            << table.entries() << '\n';
+        return out.str();
+    }
+
+    static inline const char *theTexts[] = {"a", "b", "c", "d", "e"};
+    char writable[10] = "argument";
+
+    UT_String owned{"owned", 1};
+    UT_String borrowed{"borrowed"};
+    UT_String deep{UT_ALWAYS_DEEP, "deep"};
+    UT_String null{UT_ALWAYS_DEEP};
+    UT_WorkBuffer buffer;
+    UT_IntArray ints;
+    UT_IntArray evens;
+    UT_IntArray odds;
+    UT_IntArray many;
+    UT_FloatArray floats;
+    UT_PtrArrayRaw pointers;
+    UT_StringArray strings;
+    UT_StringArray others;
+    UT_RefArray<UT_String> objects;
+    UT_WorkArgs arguments;
+    UT_SymbolTable table;
+};
+
+} // namespace
+
+static const char theLongText[] =
+    "a text that is longer than what any small string has room for";
+
+// Texts for the caller to free, also when there was no memory for all of them.
+struct ut_Words
+{
+    ~ut_Words()
+    {
+        for (int i = 0; i < count; ++i)
+            free(each[i]);
+    }
+    char *each[8];
+    int count = 0;
+};
+
+static void
+utRecord(ut_Objects &)
+{
+    ut_Words words;
+    char singles[8];
+    int singleCount = 0;
+    UT_String("abcdefgh")
+        .multiMatchRecord(
+            "?*c*d*e*f*g*x", 8, singles, singleCount, words.each, words.count,
+            /*caseSensitive=*/1, " ");
+}
+
+static void
+utExpand(ut_Objects &)
+{
+    ut_Words names;
+    UT_String text("one a_prefix_that_needs_a_block_of_its_own[1-3]");
+    names.count = text.expandArrays(names.each, 8);
+}
+
+static void
+utReserveTwice(ut_Objects &o)
+{
+    o.buffer.reserve(2001);
+    o.buffer.reserve(2002);
+}
+
+static void
+utLock(ut_Objects &o)
+{
+    o.buffer.lock(0, 2001);
+    o.buffer.release();
+}
+
+static void
+utReadToken(ut_Objects &o)
+{
+    const std::string word(2500, 'w');
+    const char *cursor = word.c_str();
+    o.buffer.getNextToken(cursor, " ");
+}
+
+static void
+utUsePool(ut_Objects &)
+{
+    UT_FixedAllocator pool(16, /*reclaim=*/true, 4);
+    pool.deallocate(pool.allocate());
+}
+
+// One without its host would connect to this machine.
+static void
+utMakeSocket(ut_Objects &)
+{
+    const UT_NetSocket socket("host", 1, true, 0);
+    utExpect(strcmp(socket.getHost(), "host") == 0, "another host");
+}
+
+static void
+utFillTable(ut_Objects &)
+{
+    UT_SymbolTable table;
+    for (int i = 0; i < 200; ++i)
+    {
+        char name[40];
+        snprintf(name, sizeof(name), "a name of some length %d", i);
+        table.addSymbol(name, UT_Thing(i));
+    }
+}
+
+// Without memory for the fast way there is another one.
+static void
+utSort(ut_Objects &)
+{
+    static const unsigned theCount = 20000;
+    static unsigned theKeys[theCount];
+    for (unsigned i = 0; i < theCount; ++i)
+        theKeys[i] = i * 2654435761u;
+    UT_QuickSort().sort(theKeys, theCount, /*makeIndex=*/1, /*isSigned=*/false);
+    utExpect(std::is_sorted(theKeys, theKeys + theCount), "not sorted");
+}
+
+static const struct ut_Change
+{
+    const char *what;
+    void (*change)(ut_Objects &);
+} theChanges[] = {
+    {"harden",                  [](auto &o) { o.borrowed.harden(); }                  },
+    {"harden null",             [](auto &) { UT_String().harden(); }                  },
+    {"harden a text",           [](auto &o) { o.owned.harden(theLongText); }          },
+    {"harden a part",           [](auto &o) { o.owned.harden(theLongText, 9); }       },
+    {"assign a text",           [](auto &o) { o.deep = theLongText; }                 },
+    {"assign a string",         [](auto &o) { o.deep = o.owned; }                     },
+    {"construct a copy",        [](auto &) { UT_String(theLongText, 1); }             },
+    {"construct a part",        [](auto &) { UT_String(theLongText, 0, 5); }          },
+    {"copy an always deep one", [](auto &o) { UT_String copy(o.deep); }               },
+    {"swap",                    [](auto &o) { o.borrowed.swap(o.deep); }              },
+    {"swap with null",          [](auto &o) { o.null.swap(o.deep); }                  },
+    {"replace",                 [](auto &o) { o.owned.replace(0, 2, theLongText); }   },
+    {"substitute",              [](auto &o) { o.owned.substitute("o", "ooo"); }       },
+    {"copy into a string",      [](auto &o) { o.buffer.copyIntoString(o.owned); }     },
+    {"reserve",                 [](auto &o) { o.buffer.reserve(2001); }               },
+    {"reserve again",           utReserveTwice                                        },
+    {"append",                  [](auto &o) { o.buffer.append(theLongText); }         },
+    {"append a byte",           [](auto &o) { o.buffer.append('c'); }                 },
+    {"append a buffer",         [](auto &o) { o.buffer.append(o.buffer); }            },
+    {"protectedStrcat",         [](auto &o) { o.buffer.protectedStrcat("a \"b\" c"); }},
+    {"protect itself",
+     [](auto &o) { o.buffer.protectedStrcat(o.buffer.buffer()); }                     },
+    {"sprintf",                 [](auto &o) { o.buffer.sprintf("%2500d", 1); }        },
+    {"appendSprintf",           [](auto &o) { o.buffer.appendSprintf("%d", 1); }      },
+    {"sprintf at the end",
+     [](auto &o) { o.buffer.appendSprintf("%2500d", 1); }                             },
+    {"write",                   [](auto &o) { o.buffer.write(1999, 'w'); }            },
+    {"lock",                    utLock                                                },
+    {"getNextToken",            utReadToken                                           },
+    {"strcatFirstWord",         [](auto &o) { o.buffer.strcatFirstWord("word"); }     },
+    {"new UT_WorkArgs",         [](auto &) { delete new UT_WorkArgs; }                },
+    {"setArg",                  [](auto &o) { o.arguments.setArg(255, o.writable); }  },
+    {"reserve slots",           [](auto &o) { o.arguments.reserve(1000); }            },
+    {"resize",                  [](auto &o) { o.ints.resize(400); }                   },
+    {"resize an empty one",     [](auto &) { UT_IntArray(5); }                        },
+    {"append a number",         [](auto &o) { o.ints.append(1); }                     },
+    {"copy",                    [](auto &o) { UT_IntArray copy(o.ints); }             },
+    {"assign",                  [](auto &o) { o.odds = o.many; }                      },
+    {"insert",                  [](auto &o) { o.ints.insert(1, 1u); }                 },
+    {"insert beyond",           [](auto &o) { o.ints.insert(9u); }                    },
+    {"multipleInsert",          [](auto &o) { o.ints.multipleInsert(1, 7); }          },
+    {"concat itself",           [](auto &o) { o.ints.concat(o.ints); }                },
+    {"cycle",                   [](auto &o) { o.ints.cycle(1); }                      },
+    {"union",                   [](auto &o) { o.ints.sortedUnion(o.odds); }           },
+    {"into a union",            [](auto &o) { o.ints.sortedUnion(o.odds, o.evens); }  },
+    {"into an intersection",
+     [](auto &o) { o.ints.sortedIntersection(o.ints, o.evens); }                      },
+    {"heapPush",                [](auto &o) { o.ints.heapPush(9); }                   },
+    {"take a vector",
+     [](auto &o) {
+         o.ints.fromStdVectorOfInts({1, 2, 3, 4, 5});
+     }                                                                                },
+    {"append a float",          [](auto &o) { o.floats.append(1); }                   },
+    {"append a pointer",        [](auto &o) { o.pointers.append(&o.theTexts[4]); }    },
+    {"move pointers",           [](auto &o) { o.pointers.move(0, 2, 1); }             },
+    {"append a string",         [](auto &o) { o.strings.append("e"); }                },
+    {"insert a string",         [](auto &o) { o.strings.insert("e", 1); }             },
+    {"sortedInsert",
+     [](auto &o) { o.strings.sortedInsert("bb", true, false); }                       },
+    {"copy strings",            [](auto &o) { UT_StringArray copy(o.strings); }       },
+    {"assign strings",          [](auto &o) { o.others = o.strings; }                 },
+    {"merge strings",           [](auto &o) { o.strings.merge(o.others); }            },
+    {"add strings",             [](auto &o) { o.others.resize(9); }                   },
+    {"take strings",
+     [](auto &o) {
+         o.others.fromStdVectorOfStrings({"1", "2", "3"});
+     }                                                                                },
+    {"sort strings",            [](auto &o) { o.strings.sort(false, false); }         },
+    {"insert an object",        [](auto &o) { o.objects.insert(1); }                  },
+    {"insert objects beyond",   [](auto &o) { o.objects.insert(9); }                  },
+    {"add a long symbol",       [](auto &o) { o.table.addSymbol(theLongText, 2); }    },
+    {"make a table",            [](auto &) { UT_SymbolTable().addSymbol("first", 1); }},
+    {"make a name",             [](auto &o) { free(o.table.newName("known")); }       },
+    {"make a socket",           utMakeSocket                                          },
+    {"make a listener",         [](auto &) { UT_NetSocket(0, true); }                 },
+    {"name a directory",        [](auto &) { free(UTgetDefaultTmpDir()); }            },
+    {"allocate a page",         utUsePool                                             },
+    {"record a match",          utRecord                                              },
+    {"rename",                  [](auto &o) { o.owned.patternRename("?*n*e*d", "*"); }},
+    {"expand arrays",           utExpand                                              },
+    {"fill a table",            utFillTable                                           },
+    {"sort keys",               utSort                                                },
+};
+
+// Whether a change did not lack memory. Otherwise all is as it was.
+static bool
+utTryChange(const ut_Change &row)
+{
+    std::unique_ptr<ut_Objects> objects;
+    std::string before;
+    {
+        const ut_FaultPause pause;
+        objects = std::make_unique<ut_Objects>();
+        before = objects->contents();
+    }
+    bool hasThrown = false;
+    try
+    {
+        row.change(*objects);
+    }
+    catch (const std::bad_alloc &)
+    {
+        hasThrown = true;
+    }
+    const ut_FaultPause pause;
+    ut_Objects changed;
+    row.change(changed);
+    if (objects->contents() != (hasThrown ? before : changed.contents()))
+        utWrong((std::string(row.what) + ": another result").c_str());
+    return !hasThrown;
+}
+
+bool
+utObjects()
+{
+    bool isRight = true;
+    for (const ut_Change &row : theChanges)
+        isRight = utTryChange(row) && isRight;
+    return isRight;
+}
