@@ -12,12 +12,12 @@
 //
 // Each benchmark runs beside its peer; the argument is the number of elements.
 
+#include "ut_Curve.h"
+
 #include "UT/UT_FloatArray.h"
 #include "UT/UT_IntArray.h"
 #include "UT/UT_PtrArray.h"
 #include "VM/VM_Math.h"
-
-#include "ut_Curve.h"
 
 #include <benchmark/benchmark.h>
 
