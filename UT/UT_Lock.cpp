@@ -30,6 +30,13 @@ utLightWeightItrs()
     return tries;
 }
 
+// Inline, and here for programs that were compiled when they were not.
+[[gnu::used]] static bool (UT_Lock::*const theTryLock)() = &UT_Lock::tryLock;
+[[gnu::used]] static void (UT_Lock::*const theLock)() = &UT_Lock::lock;
+[[gnu::used]] static bool (UT_Lock::*const theLockTries)(int) = &UT_Lock::lock;
+[[gnu::used]] static void (UT_Lock::*const theLockLW)() = &UT_Lock::lockLW;
+[[gnu::used]] static void (UT_Lock::*const theUnlock)() = &UT_Lock::unlock;
+
 UT_Lock::UT_Lock(int initiallyLocked, bool recursive)
     : myLockWord(initiallyLocked ? 1 : 0), myOwner(0), myDepth(0),
       myCollisions(0), myDebugFlag(0), myRecursiveFlag(recursive)
@@ -69,7 +76,7 @@ utSelf()
 // An attempt at a recursive lock. Its owner need not touch the word: only a
 // thread that stores itself there can find itself there, so a stale answer does
 // no harm.
-inline bool
+bool
 UT_Lock::attemptRecursive()
 {
     const auto relaxed = std::memory_order_relaxed;
@@ -95,26 +102,12 @@ UT_Lock::countCollisions(int count)
     return false;
 }
 
-inline bool
-UT_Lock::attempt()
-{
-    if (myRecursiveFlag)
-        return attemptRecursive();
-    return myLockWord.exchange(1, std::memory_order_acquire) == 0 ||
-           countCollisions(1);
-}
-
-bool
-UT_Lock::tryLock()
-{
-    return attempt();
-}
-
 void
-UT_Lock::lock()
+UT_Lock::lockSlowly()
 {
-    while (!attempt())
+    do
         spinWhileHeld();
+    while (!tryLock());
 }
 
 // Failed attempts that only look, which leaves the word to the holder: an
@@ -142,10 +135,8 @@ UT_Lock::spinWhileHeld()
 }
 
 bool
-UT_Lock::lock(int tries)
+UT_Lock::lockSlowly(int tries)
 {
-    if (attempt())
-        return true;
     int looks = 0;
     bool isTaken = false;
     for (; tries > 0 && !isTaken; --tries)
@@ -154,16 +145,16 @@ UT_Lock::lock(int tries)
         if (myLockWord.load(std::memory_order_relaxed))
             ++looks;
         else
-            isTaken = attempt();
+            isTaken = tryLock();
     }
     countCollisions(looks);
     return isTaken;
 }
 
 void
-UT_Lock::lockLW()
+UT_Lock::lockLWSlowly()
 {
-    if (!lock(utLightWeightItrs()))
+    if (!lockSlowly(utLightWeightItrs()))
         lockNap();
 }
 
@@ -171,7 +162,7 @@ bool
 UT_Lock::lockLW(int tries)
 {
     const int spins = utLightWeightItrs();
-    for (int failures = 0; !attempt();)
+    for (int failures = 0; !tryLock();)
     {
         if (failures++ >= tries)
             return false;
@@ -184,32 +175,20 @@ UT_Lock::lockLW(int tries)
 void
 UT_Lock::lockNap()
 {
-    while (!attempt())
+    while (!tryLock())
         UTnap(theNapMs);
 }
 
 bool
 UT_Lock::lockNap(int tries)
 {
-    for (; !attempt(); --tries)
+    for (; !tryLock(); --tries)
     {
         if (tries <= 0)
             return false;
         UTnap(theNapMs);
     }
     return true;
-}
-
-void
-UT_Lock::unlock()
-{
-    if (myRecursiveFlag)
-    {
-        if (--myDepth > 0)
-            return;
-        myOwner.store(0, std::memory_order_relaxed);
-    }
-    myLockWord.store(0, std::memory_order_release);
 }
 
 void

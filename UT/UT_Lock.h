@@ -122,9 +122,13 @@ public:
     }
 
 private:
-    UT_LOCAL bool attempt();
-    UT_LOCAL bool attemptRecursive();
-    UT_LOCAL bool countCollisions(int count);
+    // Not UT_LOCAL: the inline functions call them.
+    bool attemptRecursive();
+    bool countCollisions(int count);
+    void lockSlowly();
+    bool lockSlowly(int tries);
+    void lockLWSlowly();
+
     UT_LOCAL void spinWhileHeld();
 
     // Programs hold locks by value: order and size stay.
@@ -137,6 +141,49 @@ private:
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_Lock) == 20);
+
+// ---- Inline functions: attempts, and what is left to do when one succeeds
+
+inline bool
+UT_Lock::tryLock()
+{
+    if (myRecursiveFlag)
+        return attemptRecursive();
+    return myLockWord.exchange(1, std::memory_order_acquire) == 0 ||
+           countCollisions(1);
+}
+
+inline void
+UT_Lock::lock()
+{
+    if (!tryLock())
+        lockSlowly();
+}
+
+inline bool
+UT_Lock::lock(int tries)
+{
+    return tryLock() || lockSlowly(tries);
+}
+
+inline void
+UT_Lock::lockLW()
+{
+    if (!tryLock())
+        lockLWSlowly();
+}
+
+inline void
+UT_Lock::unlock()
+{
+    if (myRecursiveFlag)
+    {
+        if (--myDepth > 0)
+            return;
+        myOwner.store(0, std::memory_order_relaxed);
+    }
+    myLockWord.store(0, std::memory_order_release);
+}
 
 /// A lock that prints its number of failed attempts on standard error when it
 /// is destroyed.

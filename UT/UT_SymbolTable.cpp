@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <endian.h>
+
 // ---- One bucket
 
 // Never destroyed: tables in static storage free their nodes at exit. Made
@@ -42,13 +44,20 @@ utSymPool()
 // A name and what one pass over it computes.
 struct UT_SymList::UT_Sym::ut_Key
 {
-    // Bytes count as signed ones wherever plain char is not, too.
-    explicit ut_Key(const char *text) : name(text), hash(0)
+    // Bytes count as signed ones wherever plain char is not, too. Four digits
+    // of the number at a time: one by one, each would wait for the one before.
+    explicit ut_Key(const char *text)
+        : name(text), length(strlen(text)), hash(0)
     {
-        const char *c = text;
-        for (; *c; ++c)
-            hash = hash * 37 + uint32(int8(*c));
-        length = size_t(c - text);
+        const auto digit = [text](size_t i) { return uint32(int8(text[i])); };
+        const auto pair = [digit](size_t i)
+        { return digit(i) * 37 + digit(i + 1); };
+        size_t i = 0;
+        for (; length - i >= 4; i += 4)
+            hash =
+                hash * (37 * 37 * 37 * 37) + pair(i) * (37 * 37) + pair(i + 2);
+        for (; i < length; ++i)
+            hash = hash * 37 + digit(i);
     }
 
     // Copies the name to `block`, to one of its own when that is null.
@@ -81,6 +90,21 @@ struct UT_SymList::UT_Sym::ut_Tail
     }
 
     static bool fits(const ut_Key &key) { return key.length < sizeof(text); }
+
+    // Copies a name that fits. What start() reads is always set.
+    char *hold(const ut_Key &key)
+    {
+        memset(text, 0, sizeof(uint64));
+        return key.copyTo(text);
+    }
+
+    // The first bytes of a short name, as a number that orders as they do.
+    [[nodiscard]] uint64 start() const
+    {
+        uint64 bytes;
+        memcpy(&bytes, text, sizeof(bytes));
+        return be64toh(bytes);
+    }
 };
 
 UT_SymList::UT_Sym::ut_Tail &
@@ -97,7 +121,7 @@ UT_SymList::UT_Sym::hash() const
 }
 
 UT_SymList::UT_Sym::UT_Sym(const ut_Key &key)
-    : name(key.copyTo(ut_Tail::fits(key) ? tail().text : nullptr)),
+    : name(ut_Tail::fits(key) ? tail().hold(key) : key.copyTo(nullptr)),
       next(nullptr)
 {
     tail().hash = key.hash;
@@ -170,10 +194,66 @@ UT_SymList::UT_Sym::has(const ut_Key &key) const
     return strcmp(name, key.name) == 0;
 }
 
+// Where a word has 64 bits, an address has this many of them.
+static const bool theHasSet = sizeof(uintptr_t) == 8;
+static const unsigned theAddressBits = 48;
+static const uintptr_t theAddressMask =
+    theHasSet ? uintptr_t(~(~uint64(0) << theAddressBits)) : UINTPTR_MAX;
+
+inline UT_SymList::UT_Sym *
+UT_SymList::ut_First::get() const
+{
+    const uintptr_t address = myWord & theAddressMask;
+    UT_Sym *first;
+    memcpy(&first, &address, sizeof(first));
+    return first;
+}
+
+// The bits stay, unless the list is empty then.
+inline void
+UT_SymList::ut_First::set(UT_Sym *first)
+{
+    assert((uintptr_t(first) & ~theAddressMask) == 0);
+    myWord = first ? (myWord & ~theAddressMask) | uintptr_t(first) : 0;
+}
+
+// The hashes in one bucket differ by multiples of an odd number, so that their
+// last bits are as good as any.
+static inline uintptr_t
+utBit(uint32 hash)
+{
+    return uintptr_t(uint64(1) << (theAddressBits + hash % 16));
+}
+
+inline void
+UT_SymList::ut_First::add(uint32 hash)
+{
+    if (theHasSet)
+        myWord |= utBit(hash);
+}
+
+// Without a jump, which could not be predicted.
+inline bool
+UT_SymList::ut_First::setIfNull(UT_Sym *first, uint32 hash)
+{
+    const uintptr_t word = uintptr_t(first) | (theHasSet ? utBit(hash) : 0);
+    const bool isNull = myWord == 0;
+    myWord = isNull ? word : myWord;
+    return isNull;
+}
+
+inline bool
+UT_SymList::ut_First::mayHave(uint32 hash) const
+{
+    return theHasSet ? (myWord & utBit(hash)) != 0 : myWord != 0;
+}
+
 UT_SymList::UT_Sym *
 UT_SymList::find(const ut_Key &key) const
 {
-    UT_Sym *sym = myFirst;
+    if (!myFirst.mayHave(key.hash))
+        return nullptr;
+    UT_Sym *sym = myFirst.get();
     while (sym && !sym->has(key))
         sym = sym->next;
     return sym;
@@ -250,7 +330,10 @@ UT_SymList::deleteEntry(const char *name)
 int
 UT_SymList::deleteEntry(const ut_Key &key)
 {
-    UT_Sym **link = &myFirst;
+    if (!myFirst.mayHave(key.hash))
+        return 0;
+    UT_Sym *first = myFirst.get();
+    UT_Sym **link = &first;
     while (*link && !(*link)->has(key))
         link = &(*link)->next;
     // The name may be that of one of the nodes: unlink them all before any
@@ -260,6 +343,7 @@ UT_SymList::deleteEntry(const ut_Key &key)
     while (end && end->has(key))
         end = end->next;
     *link = end;
+    myFirst.set(first);
     int deleted = 0;
     for (UT_Sym *next; sym != end; sym = next)
     {
@@ -275,7 +359,7 @@ UT_SymList::traverse(UT_SymFunction function, void *data) const
 {
     if (!function)
         return 1;
-    for (UT_Sym *sym = myFirst; sym;)
+    for (UT_Sym *sym = myFirst.get(); sym;)
     {
         UT_Sym *next = sym->next;
         if (!function(sym->value, sym->name, data))
@@ -289,7 +373,7 @@ int
 UT_SymList::count() const
 {
     int nodes = 0;
-    for (const UT_Sym *sym = myFirst; sym; sym = sym->next)
+    for (const UT_Sym *sym = myFirst.get(); sym; sym = sym->next)
         ++nodes;
     return nodes;
 }
@@ -306,7 +390,7 @@ UT_SymList::dump(FILE *stream, const char *format) const
 {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    for (const UT_Sym *sym = myFirst; sym; sym = sym->next)
+    for (const UT_Sym *sym = myFirst.get(); sym; sym = sym->next)
         fprintf(stream, format, sym->name, unsigned(sym->value.integer));
 #pragma GCC diagnostic pop
 }
@@ -314,10 +398,10 @@ UT_SymList::dump(FILE *stream, const char *format) const
 UT_SymList::UT_Sym *
 UT_SymList::removeFirstSym()
 {
-    UT_Sym *sym = myFirst;
+    UT_Sym *sym = myFirst.get();
     if (sym)
     {
-        myFirst = sym->next;
+        myFirst.set(sym->next);
         sym->next = nullptr;
     }
     return sym;
@@ -329,14 +413,32 @@ UT_SymList::insertSym(UT_Sym &sym)
     link(&sym);
 }
 
-void
+// In the order of strcmp(). The first bytes of short names nearly always
+// decide.
+inline bool
+UT_SymList::UT_Sym::isBefore(const UT_Sym &other) const
+{
+    if (tail().size > 0 && other.tail().size > 0)
+    {
+        const uint64 start = tail().start();
+        const uint64 otherStart = other.tail().start();
+        if (start != otherStart)
+            return start < otherStart;
+    }
+    return strcmp(name, other.name) < 0;
+}
+
+inline void
 UT_SymList::link(UT_Sym *sym)
 {
-    UT_Sym **link = &myFirst;
-    while (*link && strcmp((*link)->name, sym->name) < 0)
+    UT_Sym *first = myFirst.get();
+    UT_Sym **link = &first;
+    while (*link && (*link)->isBefore(*sym))
         link = &(*link)->next;
     sym->next = *link;
     *link = sym;
+    myFirst.set(first);
+    myFirst.add(sym->hash());
 }
 
 int64
@@ -344,7 +446,7 @@ UT_SymList::getMemUsage(bool headOnly) const
 {
     size_t bytes = sizeof(*this);
     if (!headOnly)
-        for (const UT_Sym *sym = myFirst; sym; sym = sym->next)
+        for (const UT_Sym *sym = myFirst.get(); sym; sym = sym->next)
             bytes += sizeof(*sym) + strlen(sym->name) + 1;
     return int64(bytes);
 }
@@ -645,47 +747,67 @@ UT_SymbolTable::adjust(UT_AdjustType type)
         rehash(newSize);
 }
 
-// Nodes are scattered in memory, and which buckets have any cannot be
-// predicted: one node after the other, a move would wait most of the time. So
-// the first nodes of a run of buckets move together, in steps of which each
-// prefetches the memory that the next one needs.
+// Nodes that move together.
+static const int theRunLength = 128;
+
+// Moves nodes to their new buckets and puts those that follow them in their
+// place, whose number it returns.
+int
+UT_SymList::move(
+    UT_Sym **syms, int count, UT_SymList *buckets, unsigned bucketCount)
+{
+    UT_SymList *targets[theRunLength];
+    for (int i = 0; i < count; ++i)
+    {
+        targets[i] = &buckets[syms[i]->hash() % bucketCount];
+        __builtin_prefetch(targets[i]);
+    }
+    UT_Sym *late[theRunLength]; // for buckets that have a node
+    int lateCount = 0;
+    int nextCount = 0;
+    for (int i = 0; i < count; ++i)
+    {
+        UT_Sym *const sym = syms[i];
+        UT_Sym *const next = sym->next;
+        UT_SymList *const target = targets[i];
+        sym->next = nullptr;
+        const bool isFirst = target->myFirst.setIfNull(sym, sym->hash());
+        late[lateCount] = sym;
+        targets[lateCount] = target;
+        lateCount += !isFirst;
+        __builtin_prefetch(next);
+        syms[nextCount] = next;
+        nextCount += next != nullptr;
+    }
+    for (int i = 0; i < lateCount; ++i)
+        targets[i]->link(late[i]);
+    return nextCount;
+}
+
+// Nodes are scattered in memory, and which buckets have any, or more than one,
+// cannot be predicted: one node after the other, a move would wait most of the
+// time. So the first nodes of a run of buckets move together, then the second
+// ones and so on, in steps of which each prefetches the memory that the next
+// one needs.
 void
 UT_SymbolTable::rehash(int tableSize)
 {
-    const int32 runLength = 128;
-    UT_SymList::UT_Sym *syms[runLength];
-    UT_SymList *targets[runLength];
+    UT_SymList::UT_Sym *syms[theRunLength];
     UT_SymList *buckets = new UT_SymList[unsigned(tableSize)];
-    const auto target = [&](const UT_SymList::UT_Sym *sym)
-    { return &buckets[sym->hash() % unsigned(tableSize)]; };
-    for (int32 start = 0; start < myTableSize; start += runLength)
+    for (int32 start = 0; start < myTableSize; start += theRunLength)
     {
-        const int32 end = std::min(start + runLength, myTableSize);
+        const int32 end = std::min(start + theRunLength, myTableSize);
         int count = 0;
         for (int32 i = start; i < end; ++i)
         {
-            UT_SymList::UT_Sym *sym = myBuckets[i].myFirst;
-            myBuckets[i].myFirst = nullptr;
+            UT_SymList::UT_Sym *const sym = myBuckets[i].myFirst.get();
+            myBuckets[i].myFirst = UT_SymList::ut_First();
+            __builtin_prefetch(sym);
             syms[count] = sym;
             count += sym != nullptr;
         }
-        for (int i = 0; i < count; ++i)
-            __builtin_prefetch(syms[i]);
-        for (int i = 0; i < count; ++i)
-        {
-            targets[i] = target(syms[i]);
-            __builtin_prefetch(targets[i]);
-            // Few nodes follow another one: they move at once.
-            UT_SymList::UT_Sym *sym = syms[i]->next;
-            while (sym)
-            {
-                UT_SymList::UT_Sym *next = sym->next;
-                target(sym)->link(sym);
-                sym = next;
-            }
-        }
-        for (int i = 0; i < count; ++i)
-            targets[i]->link(syms[i]);
+        while (count > 0)
+            count = UT_SymList::move(syms, count, buckets, unsigned(tableSize));
     }
     delete[] myBuckets;
     myBuckets = buckets;

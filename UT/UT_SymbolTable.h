@@ -8,6 +8,7 @@
 #include "SYS/SYS_Types.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 /// One machine word that holds an integer or a pointer. A value made from an
@@ -73,15 +74,16 @@ public:
         [[nodiscard]] UT_LOCAL ut_Tail &tail() const;
         [[nodiscard]] UT_LOCAL uint32 hash() const;
         [[nodiscard]] UT_LOCAL bool has(const ut_Key &key) const;
+        [[nodiscard]] UT_LOCAL bool isBefore(const UT_Sym &other) const;
     };
 
     /// An empty list.
-    constexpr UT_SymList() : myFirst(nullptr) {}
+    constexpr UT_SymList() = default;
 
     /// Deletes all nodes.
     ~UT_SymList()
     {
-        if (myFirst)
+        if (!empty())
             clear();
     }
 
@@ -128,7 +130,7 @@ public:
     [[nodiscard]] int entries() const { return count(); }
 
     /// Whether there are no nodes. O(1).
-    [[nodiscard]] bool empty() const { return !myFirst; }
+    [[nodiscard]] bool empty() const { return myFirst.isNull(); }
 
     /// Deletes all nodes.
     void clear();
@@ -158,9 +160,33 @@ private:
     UT_LOCAL UT_Sym *findOrCreate(const ut_Key &key, int &created);
     UT_LOCAL int deleteEntry(const ut_Key &key);
     UT_LOCAL void link(UT_Sym *sym);
+    UT_LOCAL static int
+    move(UT_Sym **syms, int count, UT_SymList *buckets, unsigned bucketCount);
 
-    UT_Sym *myFirst;
+    // The pointer to the first node. On 64-bit systems its upper 16 bits, which
+    // the system leaves 0 in addresses unless a program asks for others, are a
+    // set: each name adds the bit that its hash selects. A name whose bit is
+    // not there is not in the list, and no node has to be read for that. Bits
+    // of deleted names may stay, but an empty list has none.
+    class ut_First
+    {
+    public:
+        constexpr ut_First() : myWord(0) {}
+        [[nodiscard]] constexpr bool isNull() const { return myWord == 0; }
+        [[nodiscard]] UT_LOCAL UT_Sym *get() const;
+        [[nodiscard]] UT_LOCAL bool mayHave(uint32 hash) const;
+        UT_LOCAL void set(UT_Sym *first);
+        UT_LOCAL void add(uint32 hash);
+        UT_LOCAL bool setIfNull(UT_Sym *first, uint32 hash);
+
+    private:
+        uintptr_t myWord;
+    };
+
+    ut_First myFirst;
 };
+
+static_assert(sizeof(UT_SymList) == sizeof(void *));
 
 // ---- The table
 

@@ -33,6 +33,7 @@ TEST(UT_SymbolTable, HashTakesBytesAsSignedDigits)
     EXPECT_EQ(3687u, UT_SymbolTable::hash("ab"));
     EXPECT_EQ(4294967295u, UT_SymbolTable::hash("\xff"));
     EXPECT_EQ(2386727841u, UT_SymbolTable::hash("a\x80zzzzzz"));
+    EXPECT_EQ(2034557707u, UT_SymbolTable::hash("ab\x80zzzz"));
 }
 
 static bool
