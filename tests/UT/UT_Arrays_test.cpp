@@ -401,7 +401,7 @@ TYPED_TEST(UT_Arrays, FindLooksAtEveryElementFromTheStart)
 {
     using E = ut_Element<TypeParam>;
     const E wanted = utElement<E>(900);
-    for (unsigned entries : {1u, 15u, 16u, 17u, 40u, 65u})
+    for (unsigned entries : {1u, 7u, 8u, 15u, 16u, 17u, 40u, 65u, 100u})
     {
         TypeParam array = utFilled<TypeParam>(entries + 1, entries + 1);
         array[entries] = wanted; // beyond the entries
