@@ -14,9 +14,8 @@ const PORT_SCRIPT = fileURLToPath(
     new URL("../examples/blender/valdrin_port.py", import.meta.url));
 
 // Answers every request by `answer(request)`: a Buffer without the NUL, which
-// also gets one, or null for silence. `port` is for one that takes up another
-// one's place.
-export async function scriptedApplication(answer, port = 0) {
+// also gets one, or null for silence.
+export async function scriptedApplication(answer) {
     const sockets = new Set();
     const server = net.createServer((socket) => {
         const chunks = [];
@@ -33,7 +32,7 @@ export async function scriptedApplication(answer, port = 0) {
                 socket.end(Buffer.concat([reply, Buffer.of(0)]));
         });
     });
-    await listen(server, port);
+    await listen(server);
     return {
         port: server.address().port,
         close() {
@@ -45,11 +44,11 @@ export async function scriptedApplication(answer, port = 0) {
 }
 
 // The connection maps ports below 10000 elsewhere, and 65535 too.
-async function listen(server, wanted = 0) {
+async function listen(server) {
     for (;;) {
         await new Promise((resolve, reject) => {
             server.once("error", reject);
-            server.listen(wanted, "127.0.0.1", resolve);
+            server.listen(0, "127.0.0.1", resolve);
         });
         const { port } = server.address();
         if (port >= 10000 && port <= 65534)

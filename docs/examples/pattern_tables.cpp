@@ -75,6 +75,16 @@ match(const Row &row)
 }
 
 static std::string
+findParts(const Row &row)
+{
+    const UT_String text(row[0].c_str());
+    const char *const part = row[1].c_str();
+    return std::to_string(text.startsWith(part)) + ' ' +
+           std::to_string(text.endsWith(part)) + ' ' +
+           std::to_string(text.contains(part));
+}
+
+static std::string
 multiMatch(const Row &row)
 {
     bool excluded;
@@ -93,10 +103,11 @@ main(int argc, char **argv)
     return checkTables(
         argc, argv,
         {
-            {"match",                       match     },
-            {"multiMatch, excluded, index", multiMatch},
-            {"becomes",                     rename    },
-            {"selects",                     traverse  },
-            {"expand to",                   expand    },
+            {"match",                          match     },
+            {"startsWith, endsWith, contains", findParts },
+            {"multiMatch, excluded, index",    multiMatch},
+            {"becomes",                        rename    },
+            {"selects",                        traverse  },
+            {"expand to",                      expand    },
     });
 }

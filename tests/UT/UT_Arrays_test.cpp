@@ -554,16 +554,6 @@ utPop(std::vector<E> &heap)
     utSink(heap, 0);
 }
 
-TEST(UT_Arrays, HeapsEndWithTheirEntries)
-{
-    UT_IntArray heap;
-    heap.append(1);
-    heap.append(9);
-    heap.setEntries(1);
-    heap.heapify(0);
-    EXPECT_EQ(1, heap(0));
-}
-
 // Pushes and pops, first of all on arrays that are no heaps: a pop lets the
 // last element sink wherever it comes.
 template <class Array, class... Compare>
@@ -609,21 +599,6 @@ TEST(UT_Arrays, HeapsKeepTheirArrangementAlsoOfEqualElements)
 // ---- Each on its own
 
 using ut_Ints = std::vector<int>;
-
-TEST(UT_IntArray, AppendsMoveEachElementAFewTimes)
-{
-    const size_t count = 1000000;
-    UT_IntArray array;
-    size_t moved = 0;
-    for (size_t i = 0; i < count; ++i)
-    {
-        const unsigned capacity = array.capacity();
-        array.append(int(i));
-        if (array.capacity() != capacity)
-            moved += capacity; // at most
-    }
-    EXPECT_LT(moved, 9 * count);
-}
 
 TEST(UT_IntArray, SortsAndConvertsSignedIntegers)
 {
@@ -677,17 +652,6 @@ TEST(UT_FloatArray, ComparisonWithoutAComparatorIsExact)
     EXPECT_EQ(-1, array.find(NAN));
     EXPECT_TRUE(array == array);
     EXPECT_FALSE(array == UT_FloatArray(array));
-}
-
-TEST(UT_FloatArray, TheToleranceWidensEquality)
-{
-    const auto compare = [](float x, float y)
-    { return UTcompareFloats(&x, &y); };
-    EXPECT_EQ(-1, compare(1.0f, 1.05f));
-    UTsetCompareFloatsTolerance(0.1f);
-    EXPECT_EQ(0, compare(1.0f, 1.05f));
-    EXPECT_EQ(-1, compare(1.0f, 1.2f));
-    EXPECT_EQ(1, compare(1.2f, 1.0f));
 }
 
 TEST(UT_FloatArray, AComparatorFindsWhatIsNearlyEqual)

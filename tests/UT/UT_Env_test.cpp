@@ -26,41 +26,6 @@ utTexts(char **entries)
     return texts;
 }
 
-TEST(UT_Env, ForeignArraysAreSortedAndLoseWhatHasNoValue)
-{
-    environ = nullptr;
-    ValdrinSetenv("A", "/");
-    EXPECT_STREQ("/", getenv("A"));
-
-    char second[] = "A=2";
-    char noValue[] = "B";
-    char first[] = "A=1";
-    char *foreign[] = {second, noValue, first, nullptr};
-    environ = foreign;
-    EXPECT_EQ((ut_Strings{"A=1", "A=2"}), utTexts(ValdrinGetenvlist()));
-    // Deliberate: the search looks at the ends first.
-    EXPECT_STREQ("1", ValdrinGetenv("A"));
-}
-
-TEST(UT_Env, EnvironmentsThatOthersCutShortStayShort)
-{
-    ValdrinSetenv("A", "");
-    clearenv();
-    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
-    EXPECT_EQ(nullptr, *ValdrinGetenvlist());
-    ValdrinUnsetenv("A");
-
-    ValdrinSetenv("A", "");
-    environ[1] = environ[0]; // the same entry twice
-    ValdrinUnsetenv("A");
-    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
-
-    ValdrinSetenv("A", "");
-    ValdrinSetenv("B", "");
-    environ[0] = nullptr;
-    EXPECT_EQ(nullptr, ValdrinGetenv("B"));
-}
-
 TEST(UT_Env, NullsAndTextsWithoutAValueAreLeftOut)
 {
     clearenv();
@@ -73,26 +38,6 @@ TEST(UT_Env, NullsAndTextsWithoutAValueAreLeftOut)
     EXPECT_EQ(nullptr, ValdrinGetenv(nullptr));
     EXPECT_EQ((ut_Strings{"A=b=c", "B="}), utTexts(ValdrinGetenvlist()));
     EXPECT_STREQ("c", ValdrinGetenv("A=b"));
-}
-
-TEST(UT_Env, HighBytesHideNamesFromTheSearch)
-{
-    clearenv();
-    for (const char *name : {"A", "B", "\xc3", "\xc4"})
-        ValdrinSetenv(name, "1");
-    // The last entry is always looked at.
-    EXPECT_STREQ("1", ValdrinGetenv("\xc4"));
-    EXPECT_EQ(nullptr, ValdrinGetenv("\xc3"));
-    EXPECT_STREQ("1", getenv("\xc3"));
-    ValdrinSetenv("\xc3", "2");
-    EXPECT_EQ(
-        (ut_Strings{"A=1", "B=1", "\xc3=1", "\xc3=2", "\xc4=1"}),
-        utTexts(ValdrinGetenvlist()));
-    // Names that others continue with such a byte are hidden, too.
-    clearenv();
-    for (const char *name : {"0", "A", "A\xc3", "A\xc4", "B"})
-        ValdrinSetenv(name, "1");
-    EXPECT_EQ(nullptr, ValdrinGetenv("A"));
 }
 
 TEST(UT_Env, ChildrenInheritTheTable)

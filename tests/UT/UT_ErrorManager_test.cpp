@@ -117,11 +117,12 @@ TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
         const char *list;
     } theLists[] = {
         {"one label for errors of one severity in a row",
-         {{theWarning, "a"}, {theError, "b"}, {theError, "c"}},
-         UT_ERROR_NONE, 3,
+         {{theWarning, "a"}, {theError, "b"}, {theError, "c"}, {theFatal, "d"}},
+         UT_ERROR_NONE, 4,
          "Warning:     a\n"
          "Error:       b\n"
-         "             c"  },
+         "             c\n"
+         "Fatal error: d"  },
         {"a filter leaves empty lines",
          {{theError, "a"}, {theWarning, "b"}, {theError, "c"}},
          theError,      2,

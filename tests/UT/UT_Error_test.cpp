@@ -66,36 +66,15 @@ TEST(UT_Error, MessageFilesAreReadOnceTheyAreThere)
     EXPECT_EQ("first", utMessage(file, 1, ""));
 }
 
-static const struct
-{
-    UT_ErrorSeverity severity;
-    const char *prefix;
-} thePrefixes[] = {
-    {UT_ERROR_NONE,    ""             },
-    {UT_ERROR_MESSAGE, ""             },
-    {UT_ERROR_PROMPT,  ""             },
-    {UT_ERROR_WARNING, "Warning:     "},
-    {UT_ERROR_ERROR,   "Error:       "},
-    {UT_ERROR_FATAL,   "Fatal error: "},
-};
-
-TEST(UT_Error, ThePrefixOfTheLastSeverityIsBlank)
+TEST(UT_Error, BlanksFollowTheNewlinesOfTheFileOnly)
 {
     const ut_TempDir dir;
     const std::string file = dir.write("file", "1 \\n%s\\n");
-    const std::string blanks(13, ' ');
-    for (const auto &row : thePrefixes)
-        for (const auto &last : thePrefixes)
-        {
-            const bool isSame = row.severity == last.severity;
-            // Blanks follow the newlines of the file, not those of the text.
-            EXPECT_EQ(
-                (isSame ? blanks : row.prefix) + "\n" + blanks + "c\nd\n",
-                utMessage(
-                    file, 1, "c\nd", row.severity, last.severity,
-                    /*prefixes=*/1))
-                << row.severity << " after " << last.severity;
-        }
+    EXPECT_EQ(
+        "Error:       \n             c\nd\n",
+        utMessage(
+            file, 1, "c\nd", UT_ERROR_ERROR, UT_ERROR_WARNING,
+            /*prefixes=*/1));
 }
 
 TEST(UT_Error, SystemErrorsAreBuiltInAndHaveNoPrefix)

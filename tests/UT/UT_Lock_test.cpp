@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <future>
@@ -46,53 +45,6 @@ TEST(UT_Lock, BoundedWaysMakeOneAttemptMore)
         lock.unlock();
         EXPECT_TRUE((lock.*row.way)(4));
         EXPECT_EQ(5, lock.collisions());
-    }
-}
-
-TEST(UT_Lock, EveryWayExcludes)
-{
-    static const struct
-    {
-        const char *name;
-        void (UT_Lock::*way)();
-    } theWays[] = {
-        {"lock",    &UT_Lock::lock   },
-        {"lockLW",  &UT_Lock::lockLW },
-        {"lockNap", &UT_Lock::lockNap},
-    };
-    static UT_Lock theLock(UT_STATIC_LOCK);
-    for (const auto &row : theWays)
-    {
-        SCOPED_TRACE(row.name);
-        // It tries until the lock is free.
-        UT_Lock held(/*initiallyLocked=*/1);
-        std::atomic<bool> isIn(false);
-        std::thread waiting(
-            [&]
-            {
-                (held.*row.way)();
-                isIn = true;
-            });
-        while (held.collisions() < 2 && !isIn)
-            std::this_thread::yield();
-        EXPECT_FALSE(isIn);
-        held.unlock();
-        waiting.join();
-
-        int counter = 0;
-        const auto count = [&]
-        {
-            for (int round = 0; round < 2500; ++round)
-            {
-                (theLock.*row.way)();
-                ++counter;
-                theLock.unlock();
-            }
-        };
-        std::thread other(count);
-        count();
-        other.join();
-        EXPECT_EQ(2 * 2500, counter);
     }
 }
 

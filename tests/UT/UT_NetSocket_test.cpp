@@ -12,7 +12,6 @@
 #include <cstring>
 #include <deque>
 #include <new>
-#include <random>
 #include <string>
 
 #include <sys/resource.h>
@@ -102,54 +101,6 @@ TEST(UT_NetSocket, MessagesEndWhereTheyShould)
         UT_WorkBuffer out;
         EXPECT_EQ(row.result, socket.read(out, -1, row.untilNul));
         EXPECT_EQ(row.bytes, std::string(out.buffer(), size_t(out.length())));
-    }
-}
-
-// Sees its reads, which are therefore of one size.
-class ut_WatchedSocket : public UT_NetSocket
-{
-public:
-    using UT_NetSocket::read;
-    using UT_NetSocket::UT_NetSocket;
-    int read(void *bytes, int size, int *got, int timeoutMs) override
-    {
-        EXPECT_EQ(8191, size);
-        return UT_NetSocket::read(bytes, size, got, timeoutMs);
-    }
-};
-
-// All bytes wait when the first read is made, with NULs anywhere: the message
-// ends with the last one.
-TEST(UT_NetSocket, LongMessagesArriveAsInASubclass)
-{
-    for (unsigned seed = 0; seed < 50; ++seed)
-    {
-        SCOPED_TRACE(testing::Message() << "seed " << seed);
-        std::mt19937 random(seed);
-        std::string bytes(random() % 150000, 'b');
-        for (size_t at = 8190; at < bytes.size(); at += 8191)
-            bytes[at - random() % 2] = '\0';
-        bytes += '\0';
-        int capacities[2];
-        for (const bool isWatched : {false, true})
-        {
-            int ends[2];
-            ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
-            UT_NetSocket plain(nullptr, ends[0], true);
-            ut_WatchedSocket watched(nullptr, ::dup(ends[0]), true);
-            UT_NetSocket peer(nullptr, ends[1], false);
-            int written = 0;
-            peer.write(bytes.data(), int(bytes.size()), &written);
-            ASSERT_EQ(int(bytes.size()), written);
-            UT_NetSocket &socket = isWatched ? watched : plain;
-            UT_WorkBuffer out;
-            EXPECT_EQ(0, socket.read(out, -1, /*untilNul=*/true));
-            EXPECT_TRUE(
-                bytes == std::string(out.buffer(), size_t(out.length())));
-            EXPECT_TRUE(out.isNullTerminated());
-            capacities[isWatched] = out.capacity();
-        }
-        EXPECT_EQ(capacities[true], capacities[false]);
     }
 }
 

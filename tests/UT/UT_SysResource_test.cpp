@@ -1,3 +1,5 @@
+// The figures of /proc are tested by the fuzz entry.
+
 #include "UT/UT_SysResource.h"
 
 #include "UT/UT_ArenaInfo.h"
@@ -5,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <sstream>
 
 // Counters of either width: what they were, what they are, their shares.
@@ -63,38 +64,6 @@ TEST(UT_SysResource, WideCountersShareAtMostTheWhole)
         {"all that there is room for", {0, 0, 0},     {all, all, 1},               {500, 500, 0} },
     };
     utExpectShares(cases);
-}
-
-TEST(UT_SysResource, FirstReportsTheIdleTimeSinceTheStart)
-{
-    std::ifstream file("/proc/stat");
-    std::string label;
-    double user, nice, system, idle;
-    file >> label >> user >> nice >> system >> idle;
-    UT_SysResource resource;
-    resource.update(false);
-    EXPECT_NEAR(
-        idle / (user + nice + system + idle), resource.idleFraction(), 0.01);
-}
-
-TEST(UT_SysResource, DescribesThisMachine)
-{
-    UT_SysResource resource;
-    EXPECT_STREQ("", resource.systemDescription());
-    EXPECT_EQ(1.0f, resource.idleFraction());
-    resource.update(true);
-    EXPECT_EQ(1.0f, resource.idleFraction());
-    resource.update(false);
-    EXPECT_GE(resource.idleFraction(), 0.0f);
-    EXPECT_LE(resource.idleFraction(), 1.0f);
-    EXPECT_STREQ("Linux (little endian)", resource.systemDescription());
-    std::ifstream file("/proc/meminfo");
-    std::string label;
-    uint32 total = 0;
-    file >> label >> total;
-    EXPECT_EQ(total, resource.memoryTotal());
-    EXPECT_GT(resource.memoryFree(), 0u);
-    EXPECT_GE(resource.swapTotal(), resource.swapFree());
 }
 
 TEST(UT_ArenaInfo, WritesOneLine)

@@ -167,20 +167,16 @@ addErrors(ut_World &)
 }
 
 static void
-readLines(ut_World &world)
-{
-    UT_IFStream in(world.text.c_str(), UT_ISTREAM_ASCII);
-    UT_WorkBuffer line;
-    while (in.getLine(line))
-        ;
-}
-
-static void
 reopenAFile(ut_World &world)
 {
     UT_IFStream in;
+    UT_WorkBuffer line;
     for (int i = 0; i < 3; ++i)
+    {
         in.open(world.text.c_str(), UT_ISTREAM_ASCII);
+        while (in.getLine(line))
+            ;
+    }
     in.close();
 }
 
@@ -298,7 +294,6 @@ static const ut_Family theFamilies[] = {
     {"ExchangeWithoutBlocking", exchangeWithoutBlocking},
     {"LogAnError",              logAnError             },
     {"AddErrors",               addErrors              },
-    {"ReadLines",               readLines              },
     {"ReopenAFile",             reopenAFile            },
     {"ReadGzip",                readGzip               },
     {"ReadAStandardStream",     readAStandardStream    },

@@ -40,21 +40,6 @@ class Test(unittest.TestCase):
         self.assertEqual(row["ours_ns"], 500)
         self.assertEqual(row["peers"], {"peer": 1000})
 
-    def test_statistics_and_failed_rows_are_left_out(self):
-        self.assertEqual(rows(run("sort/ours", 1, error_occurred=True),
-                              run("sort/ours", 1, run_type="aggregate")), [])
-
-    def test_waiting_counts_where_the_row_says_so(self):
-        [row] = rows(run("ask/ours/3/real_time/threads:2", 2))
-        self.assertEqual(row["arguments"], "3/threads:2")
-        self.assertEqual(row["ours_ns"], 2e6)
-
-    def test_a_row_may_measure_both(self):
-        [row] = rows(run("ask/ours and system calls/3", 9, ours_us=2,
-                         peer_us=1))
-        self.assertEqual(row["peer"], "system calls")
-        self.assertEqual(row["time"], 2)
-
     def test_each_kind_of_ours_has_a_row_and_the_worst_is_first(self):
         table = bench.table({"native": rows(
             run("lock/ours", 1), run("lock/ours recursive", 3),
@@ -63,28 +48,12 @@ class Test(unittest.TestCase):
             [line.split(" | ")[0] for line in table.splitlines()[2:]],
             ["| lock, recursive", "| lock"])
 
-    def test_rows_without_ours_are_named(self):
-        measured = bench.medians({"benchmarks": run("utSort<Ours>/10", 1)})
-        self.assertEqual(bench.without_ours(measured), ["utSort<Ours>"])
-
     def test_steps_of_ours_alone_are_found(self):
         sizes = ((10, 1, 2), (100, 10, 20), (1000, 400, 200))
         found = bench.knees(rows(*(
             run(f"sort/{who}/{n}", time) for n, ours, peer in sizes
             for who, time in (("ours", ours), ("peer", peer)))))
         self.assertEqual(found, ["sort: 0.50 at 100, 2.00 at 1000"])
-
-    def test_curves_have_more_than_two_sizes(self):
-        curve = [f"sort/ours/{n}/0" for n in (10, 100, 1000)]
-        self.assertEqual(
-            bench.with_sizes(["match/ours/10", "match/ours/100", *curve,
-                              "expand/ours"]), curve)
-
-    def test_a_quick_run_keeps_all_sizes_in_one_order(self):
-        self.assertEqual(
-            bench.first_orders(["sort/ours/10/0", "sort/ours/10/1",
-                                "sort/ours/100/0", "match/ours/folds:1"]),
-            ["sort/ours/10/0", "sort/ours/100/0", "match/ours/folds:1"])
 
     def test_instructions_are_those_of_the_last_run_while_the_clock_runs(self):
         events = (("StartKeepRunning", 1), ("ResumeTiming", 1),

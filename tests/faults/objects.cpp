@@ -19,7 +19,9 @@
 #include "UT/UT_WorkBuffer.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <sstream>

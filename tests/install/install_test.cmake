@@ -114,23 +114,10 @@ set(other ${prefix}/lib/cmake/ValdrinConnection-16)
 file(WRITE ${other}/ValdrinConnectionConfigVersion.cmake "${text}")
 file(WRITE ${other}/ValdrinConnectionConfig.cmake
      "message(FATAL_ERROR \"the package of another word size\")")
-set(consumer ${CMAKE_CURRENT_LIST_DIR}/consumer)
-set(project
-    ${CMAKE_COMMAND} -S ${consumer} -D CMAKE_CXX_COMPILER=${COMPILER} -D
-    CMAKE_EXPORT_COMPILE_COMMANDS=ON)
-run(${project} -B ${work}/package -D CMAKE_PREFIX_PATH=${prefix} -D
-    "CMAKE_CXX_FLAGS=${FLAGS} -Wall -Wextra -Werror")
-run(${CMAKE_COMMAND} --build ${work}/package)
-run(${work}/package/uses_toolkit)
-
 run(${CMAKE_COMMAND} -E env
     PKG_CONFIG_LIBDIR=${prefix}/${LIBDIR}/pkgconfig
     pkg-config --cflags --libs valdrinconnection)
 separate_arguments(options UNIX_COMMAND "${output}")
-run(${COMPILER} ${flags} -std=c++17 -Wall -Wextra -Werror
-    ${consumer}/uses_toolkit.cpp -o ${work}/uses_toolkit ${options}
-    -Wl,-rpath,${prefix}/${LIBDIR})
-run(${work}/uses_toolkit)
 
 # The programs for users are built in each of the two ways. Their page has what
 # they print.
@@ -154,7 +141,9 @@ expect_programs(${work}/alone)
 
 # ---- The sources in another project, and without one
 
-run(${project} -B ${work}/sub -D SOURCES=${SOURCES} -D CMAKE_CXX_FLAGS=${FLAGS})
+run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR}/consumer -B ${work}/sub -D
+    CMAKE_CXX_COMPILER=${COMPILER} -D CMAKE_EXPORT_COMPILE_COMMANDS=ON -D
+    SOURCES=${SOURCES} -D CMAKE_CXX_FLAGS=${FLAGS})
 file(READ ${work}/sub/compile_commands.json commands)
 string(REGEX MATCHALL "-Werror" strict "${commands}")
 expect_none("warnings are errors in others' projects" ${strict})

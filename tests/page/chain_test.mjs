@@ -23,8 +23,6 @@ const BRIDGE = path.join(BIN, "valdrin-bridge");
 const FAKE = fileURLToPath(
     new URL("../../browsers/fake_host.mjs", import.meta.url));
 
-const NO_APPLICATION = "ERROR: Could not connect to Valdrin to run command";
-
 // Says whether a document has the class, to the page that it is in or alone.
 const REPORT = `<script>
     const answer = typeof ValdrinConnection;
@@ -264,13 +262,6 @@ test("every plane of Unicode goes both ways", async () => {
     assert.equal(
         await call(`return valdrin.Run("half \\ud83d a pair");`),
         "half \ufffd a pair");
-});
-
-test("an application that is not there is not an error", async () => {
-    const { port } = application;
-    application.close();
-    assert.equal(await call(`return valdrin.Run("x");`), NO_APPLICATION);
-    application = await scriptedApplication(answer, port);
 });
 
 test("the class is there before the page's first script, frozen", async () => {

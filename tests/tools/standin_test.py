@@ -1,11 +1,10 @@
 """Tests of the stand-in application, on its socket."""
 
 import signal
-import socket
 import sys
 import unittest
 
-from support import STANDIN, Standin, envelope, reset, run
+from support import STANDIN, Standin, run
 
 STATEMENTS = "python_statements"
 EXPRESSION = "python_expression"
@@ -60,14 +59,8 @@ class Test(unittest.TestCase):
                 self.assertTrue(answer.startswith(reply), answer)
                 self.assertEqual(answer.find(b"\0"), len(answer) - 1)
 
-    def test_bad_clients_and_a_rival_do_no_harm(self):
-        request = envelope(b"python_expression", b"'x' * 10000000")
+    def test_a_slow_client_and_a_rival_do_no_harm(self):
         with Standin("--client-timeout", "1") as app:
-            for sent in (b"", b"<vscr", request):
-                for leave in (socket.socket.close, reset):
-                    client = app.connect()
-                    client.sendall(sent)
-                    leave(client)
             with app.connect() as slow:
                 slow.sendall(b"<vscript>")
                 self.assertIn(b"took too long", slow.recv(1000))
@@ -75,19 +68,6 @@ class Test(unittest.TestCase):
             self.assertEqual(rival.returncode, 1)
             self.assertIn(b'another stand-in? "--port 0"', rival.stderr)
             self.assertEqual(app.ask("vscript", "echo alive"), "alive\n")
-
-    def test_endless_loop_holds_up_python_only(self):
-        # No request is refused for waiting long, however slow the machine is.
-        patient = Standin("--busy-timeout", "1000")
-        with patient as app, app.connect() as stuck:
-            endless = b"print('stuck')\nwhile 1: pass"
-            stuck.sendall(envelope(b"python_statements", endless))
-            app.wait_for_log("stuck\n")
-            with app.connect() as waiting:
-                waiting.sendall(envelope(b"python_expression", b"1"))
-                self.assertEqual(app.ask("vscript", "echo me"), "me\n")
-            app.wait_for_log("hung up while the interpreter")
-            self.assertEqual(app.stop(), 0)
 
     def test_interrupt_stops_it_cleanly(self):
         with Standin() as app:

@@ -98,12 +98,6 @@ class Standin:
         with self.process:
             self.stop()
 
-    def wait_for_log(self, text):
-        while text not in self.log:
-            line = self.process.stderr.readline()
-            assert line, f"not in the log: {text}"
-            self.log += line
-
     def stop(self, number=signal.SIGTERM):
         """Returns the exit status."""
         self.process.send_signal(number)
