@@ -163,7 +163,11 @@ UT_ErrorLog::write(const UT_Error *error)
 UT_ErrorLog *
 UTgetErrorLog()
 {
-    static UT_ErrorLog *theLog = new UT_ErrorLog; // never destroyed
+    static UT_ErrorLog *theLog = []
+    {
+        const ut_CancelGuard guard; // settings are read
+        return new UT_ErrorLog;     // never destroyed
+    }();
     static ut_ForkLock theForkLock(theLog->myLock, UT_FORK_LOG);
     theForkLock.join();
     return theLog;

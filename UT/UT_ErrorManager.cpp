@@ -21,9 +21,22 @@ utTellMonitor(const UT_Error &error)
     UT_Performance *monitor = UT_Performance::getMonitor();
     if (!monitor || !monitor->isRecordingErrors())
         return;
+    const ut_CancelGuard guard;
     UT_String text;
     error.getErrorMessage(text, UT_ERROR_NONE, /*prefixes=*/1);
     monitor->logMessage(text, 1, -1.0, 0);
+}
+
+// Most processes have no log, and switching cancellation costs as much as the
+// memory of an error.
+static void
+utLog(UT_Error *error)
+{
+    UT_ErrorLog *const log = UTgetErrorLog();
+    if (!log->isEnabled())
+        return;
+    const ut_CancelGuard guard;
+    log->logError(error);
 }
 
 UT_ErrorManager::UT_ErrorManager()
@@ -83,9 +96,8 @@ UT_ErrorManager::add(
     const char *type, int code, const char *string, UT_ErrorSeverity severity)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard;
     auto error = std::make_unique<UT_Error>(type, code, string, severity);
-    UTgetErrorLog()->logError(error.get());
+    utLog(error.get());
     return append(error.release());
 }
 
@@ -111,10 +123,9 @@ UT_ErrorSeverity
 UT_ErrorManager::addError(const char *type, int code, const char *string)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard;
     auto error = std::make_unique<UT_Error>(type, code, string, UT_ERROR_ERROR);
     utTellMonitor(*error);
-    UTgetErrorLog()->logError(error.get());
+    utLog(error.get());
     return append(error.release());
 }
 
@@ -349,9 +360,8 @@ UT_ErrorSeverity
 UTaddError(UT_Error *error)
 {
     const ut_ErrnoKeeper keeper;
-    const ut_CancelGuard guard;
     std::unique_ptr<UT_Error> owner(error);
-    UTgetErrorLog()->logError(error);
+    utLog(error);
     UT_ErrorManager *const manager = UTgetErrorManager();
     return manager->append(owner.release());
 }
