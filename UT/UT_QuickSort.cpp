@@ -559,17 +559,17 @@ UT_QuickSort &
 UT_QuickSort::sort(
     void *records, unsigned recordSize, unsigned count, compareType type)
 {
-    const std::unique_ptr<char[]> scratch(new char[recordSize]);
+    ut_ElementScratch scratch(recordSize);
     switch (type)
     {
     case UT_SORT_SIGNED:
-        srecurse(records, recordSize, count, scratch.get());
+        srecurse(records, recordSize, count, scratch.data());
         break;
     case UT_SORT_UNSIGNED:
-        urecurse(records, recordSize, count, scratch.get());
+        urecurse(records, recordSize, count, scratch.data());
         break;
     case UT_SORT_FLOAT:
-        frecurse(records, recordSize, count, scratch.get());
+        frecurse(records, recordSize, count, scratch.data());
         break;
     }
     return *this;

@@ -59,8 +59,8 @@ public:
 
     /// Sorts `count` records of `recordSize` bytes, at least 4, by the key in
     /// the first four bytes of each. Records are moved whole and need no
-    /// alignment. Allocates memory for one record during the call. Leaves the
-    /// index alone. Returns this object.
+    /// alignment. Allocates memory for one record of more than 1024 bytes
+    /// during the call. Leaves the index alone. Returns this object.
     UT_QuickSort &
     sort(void *records, unsigned recordSize, unsigned count, compareType type);
 

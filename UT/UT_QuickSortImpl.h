@@ -21,6 +21,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 
 using std::size_t;
 
@@ -60,6 +61,23 @@ utCopyElement(char *to, const char *from, size_t size)
         memcpy(to + size - theQuarter, from + size - theQuarter, theQuarter);
     }
 }
+
+// Room for one element. Most are small enough even for threads with small
+// stacks.
+class ut_ElementScratch
+{
+public:
+    explicit ut_ElementScratch(size_t size)
+    {
+        if (size > sizeof(mySmall))
+            myLarge.reset(new char[size]);
+    }
+    char *data() { return myLarge ? myLarge.get() : mySmall; }
+
+private:
+    std::unique_ptr<char[]> myLarge;
+    alignas(std::max_align_t) char mySmall[1024];
+};
 
 template <class Items>
 inline void
