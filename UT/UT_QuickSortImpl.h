@@ -185,6 +185,11 @@ utChoosePivot(Items items, size_t begin, size_t end)
         items, medianAt(3, step), medianAt(6, step), medianAt(9, step));
 }
 
+// Whether the items have a partition(pivot, first, last, equalsStay) of their
+// own.
+template <class Items>
+inline constexpr bool utHasOwnPartition = false;
+
 // Moves the items of [first, last) that belong after the one at `pivot`, which
 // lies outside the range, after the others, and returns where they begin. Items
 // equal to the pivot stay before them if `equalsStay` is set.
@@ -196,6 +201,9 @@ template <bool equalsStay, class Items>
 size_t
 utPartition(Items items, size_t pivot, size_t first, size_t last)
 {
+    if constexpr (utHasOwnPartition<Items>)
+        return items.partition(pivot, first, last, equalsStay);
+
     constexpr size_t theBlockSize = 64;
     uint8 leftOffsets[theBlockSize];  // from leftBase upwards
     uint8 rightOffsets[theBlockSize]; // from rightBase downwards

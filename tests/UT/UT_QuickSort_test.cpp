@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <numeric>
@@ -125,8 +126,9 @@ utKey(ut_Pattern pattern, int i, int n, int random)
     }
 }
 
-static const int theSizes[] = {0,  1,  2,   3,   7,   19,  20,  21,  49,  50,
-                               95, 96, 128, 500, 512, 513, 767, 768, 5000};
+static const int theSizes[] = {0,   1,   2,   3,   7,   12,  13,
+                               19,  20,  21,  49,  50,  95,  96,
+                               112, 113, 128, 299, 300, 513, 5000};
 
 // The seeds are fixed. Zeros in odd places are negative where Key has such.
 template <class Key>
@@ -270,6 +272,13 @@ TEST(UT_QuickSort, AgreesWithTheStandardSortAndMovesWholeRecords)
     utCheckSorts<float>(UT_QuickSort::fisort);
 }
 
+TEST(UT_QuickSort, AgreesWithTheStandardSortWithoutVectors)
+{
+    setenv("VALDRIN_DISABLE_SSE", "1", 1);
+    utCheckSorts<int>(UT_QuickSort::sisort);
+    utCheckSorts<float>(UT_QuickSort::fisort);
+}
+
 TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
 {
     const auto hasLessBits = [](const float &a, const float &b)
@@ -290,14 +299,14 @@ TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
 // So many keys that they are divided before their digits are looked at.
 template <class Key>
 static void
-utCheckManyKeys(const char *description)
+utCheckManyKeys(const char *description, int n)
 {
-    const int n = 1200000;
     for (const ut_Pattern pattern :
          {UT_RANDOM, UT_ORGAN_PIPE, UT_FEW, UT_ONE_OFF})
     {
         SCOPED_TRACE(
-            testing::Message() << description << ", pattern " << pattern);
+            testing::Message()
+            << n << ' ' << description << ", pattern " << pattern);
         const std::vector<Key> keys = utMakeKeys<Key>(pattern, n);
         std::vector<Key> expected = keys;
         std::sort(expected.begin(), expected.end());
@@ -322,9 +331,19 @@ utCheckManyKeys(const char *description)
 
 TEST(UT_QuickSort, ManyKeysAgreeWithTheStandardSort)
 {
-    utCheckManyKeys<int>("int");
-    utCheckManyKeys<unsigned>("unsigned");
-    utCheckManyKeys<float>("float");
+    // The first two fit 16 bits, and do not.
+    for (const int n : {65535, 65536, 1200000})
+    {
+        utCheckManyKeys<int>("int", n);
+        utCheckManyKeys<unsigned>("unsigned", n);
+        utCheckManyKeys<float>("float", n);
+    }
+}
+
+TEST(UT_QuickSort, ManyKeysAgreeWithTheStandardSortWithoutVectors)
+{
+    setenv("VALDRIN_DISABLE_SSE", "1", 1);
+    utCheckManyKeys<float>("float", 1200000);
 }
 
 // A recursion that follows the larger side overflows this stack, and a sort
