@@ -162,30 +162,30 @@ public:
     // either end, and twice as many in all.
     UT_VECTORS_INLINE void put(ut_Lanes keys)
     {
-        const unsigned behind = behindOf(keys);
+        const unsigned after = lanesAfter(keys);
         const __m128i order =
-            _mm_set1_epi64x(int64(theLaneTable.orders[behind]));
+            _mm_set1_epi64x(int64(theLaneTable.orders[after]));
         const ut_Lanes sorted =
             _mm256_permutevar8x32_epi32(keys, _mm256_cvtepu8_epi32(order));
         utStoreLanes(myLeft, sorted);
         utStoreLanes(myRight - theLanes, sorted);
-        const size_t count = size_t(__builtin_popcount(behind));
+        const size_t count = size_t(__builtin_popcount(after));
         myLeft += theLanes - count;
         myRight -= count;
     }
 
     UT_VECTORS_INLINE void putOne(Key key)
     {
-        const unsigned behind = behindOf(utAllLanes(key)) & 1;
+        const unsigned after = lanesAfter(utAllLanes(key)) & 1;
         *myLeft = key;
         myRight[-1] = key;
-        myLeft += 1 - behind;
-        myRight -= behind;
+        myLeft += 1 - after;
+        myRight -= after;
     }
 
 private:
     // A bit for each key that belongs after the pivot.
-    UT_VECTORS_INLINE [[nodiscard]] unsigned behindOf(ut_Lanes keys) const
+    UT_VECTORS_INLINE [[nodiscard]] unsigned lanesAfter(ut_Lanes keys) const
     {
         if (equalsStay)
             return unsigned(_mm256_movemask_ps(myOrder.isAfter(keys, myPivot)));
@@ -256,12 +256,57 @@ utPartitionOf(Key *keys, size_t n, Key pivot, ut_KeyForm<Key> form)
     return size_t(partition.left() - keys);
 }
 
+// Keys whose places are determined together.
+static constexpr size_t theBlock = 2 * theLanes;
+
+// Determines the places of the block of keys at `block`, of `n` in all, with
+// keys that come last beyond the end of the last block.
+UT_VECTORS_INLINE static inline void
+utFindPlaces(const int32 *ranked, size_t n, size_t block, uint32 *places)
+{
+    const __m256i numbers = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    const __m256i a = utLoadLanes(ranked + block);
+    const __m256i b = utLoadLanes(ranked + block + theLanes);
+    // Of the keys before the block those that are not greater...
+    __m256i placeA = _mm256_set1_epi32(int32(block));
+    __m256i placeB = placeA;
+    for (size_t i = 0; i < block; i++)
+    {
+        const __m256i key = _mm256_set1_epi32(ranked[i]);
+        placeA = _mm256_add_epi32(placeA, _mm256_cmpgt_epi32(key, a));
+        placeB = _mm256_add_epi32(placeB, _mm256_cmpgt_epi32(key, b));
+    }
+    // ... of those in it the less, and equal ones that are before...
+    for (int i = 0; i < int(theBlock); i++)
+    {
+        const __m256i key = _mm256_set1_epi32(ranked[block + size_t(i)]);
+        const __m256i isEqualA = _mm256_and_si256(
+            _mm256_cmpeq_epi32(key, a),
+            _mm256_cmpgt_epi32(numbers, _mm256_set1_epi32(i)));
+        const __m256i isEqualB = _mm256_and_si256(
+            _mm256_cmpeq_epi32(key, b),
+            _mm256_cmpgt_epi32(numbers, _mm256_set1_epi32(i - int(theLanes))));
+        placeA = _mm256_sub_epi32(
+            placeA, _mm256_or_si256(_mm256_cmpgt_epi32(a, key), isEqualA));
+        placeB = _mm256_sub_epi32(
+            placeB, _mm256_or_si256(_mm256_cmpgt_epi32(b, key), isEqualB));
+    }
+    // ... and of those after it the less.
+    for (size_t i = block + theBlock; i < n; i++)
+    {
+        const __m256i key = _mm256_set1_epi32(ranked[i]);
+        placeA = _mm256_sub_epi32(placeA, _mm256_cmpgt_epi32(a, key));
+        placeB = _mm256_sub_epi32(placeB, _mm256_cmpgt_epi32(b, key));
+    }
+    utStoreLanes(places + block, placeA);
+    utStoreLanes(places + block + theLanes, placeB);
+}
+
 template <class Key>
 UT_VECTORS static void
 utRank(Key *keys, size_t n, ut_KeyForm<Key> form)
 {
-    // Filled up with keys that come last.
-    constexpr size_t theRoom = theRanksSize + 2 * theLanes;
+    constexpr size_t theRoom = theRanksSize + theBlock;
     alignas(32) Key copies[theRoom];
     alignas(32) int32 ranked[theRoom];
     alignas(32) uint32 places[theRoom];
@@ -274,48 +319,8 @@ utRank(Key *keys, size_t n, ut_KeyForm<Key> form)
     utStoreLanes(ranked + n, highest);
     utStoreLanes(ranked + n + theLanes, highest);
 
-    const __m256i numbers = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
-    constexpr size_t theBlock = 2 * theLanes;
     for (size_t block = 0; block < n; block += theBlock)
-    {
-        const __m256i a = utLoadLanes(ranked + block);
-        const __m256i b = utLoadLanes(ranked + block + theLanes);
-        // Of the keys before the block those that are not greater...
-        __m256i placeA = _mm256_set1_epi32(int32(block));
-        __m256i placeB = placeA;
-        for (size_t i = 0; i < block; i++)
-        {
-            const __m256i key = _mm256_set1_epi32(ranked[i]);
-            placeA = _mm256_add_epi32(placeA, _mm256_cmpgt_epi32(key, a));
-            placeB = _mm256_add_epi32(placeB, _mm256_cmpgt_epi32(key, b));
-        }
-        // ... of those in it, by their positions, too...
-        for (int i = 0; i < int(theBlock); i++)
-        {
-            const __m256i key = _mm256_set1_epi32(ranked[block + size_t(i)]);
-            const __m256i number = _mm256_set1_epi32(i);
-            const __m256i isEqualA = _mm256_and_si256(
-                _mm256_cmpeq_epi32(key, a),
-                _mm256_cmpgt_epi32(numbers, number));
-            const __m256i isEqualB = _mm256_and_si256(
-                _mm256_cmpeq_epi32(key, b),
-                _mm256_cmpgt_epi32(
-                    numbers, _mm256_set1_epi32(i - int(theLanes))));
-            placeA = _mm256_sub_epi32(
-                placeA, _mm256_or_si256(_mm256_cmpgt_epi32(a, key), isEqualA));
-            placeB = _mm256_sub_epi32(
-                placeB, _mm256_or_si256(_mm256_cmpgt_epi32(b, key), isEqualB));
-        }
-        // ... and of those after it the less.
-        for (size_t i = block + theBlock; i < n; i++)
-        {
-            const __m256i key = _mm256_set1_epi32(ranked[i]);
-            placeA = _mm256_sub_epi32(placeA, _mm256_cmpgt_epi32(a, key));
-            placeB = _mm256_sub_epi32(placeB, _mm256_cmpgt_epi32(b, key));
-        }
-        utStoreLanes(places + block, placeA);
-        utStoreLanes(places + block + theLanes, placeB);
-    }
+        utFindPlaces(ranked, n, block, places);
     for (size_t i = 0; i < n; i++)
         keys[places[i]] = copies[i];
 }
