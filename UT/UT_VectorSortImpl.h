@@ -20,9 +20,9 @@ bool utHasSortVectors();
 void utSortByRanks(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);
 void utSortByRanks(float *keys, size_t n, ut_KeyForm<float> form);
 
-// Moves the keys that belong after `pivot` after the others, in a quarter of the
-// time that single keys take, and returns how many the others are. Keys equal
-// to the pivot are among these if `equalsStay` is set. `pivot` is in the
+// Moves the keys that belong after `pivot` after the others, in a quarter of
+// the time that single keys take, and returns how many the others are. Keys
+// equal to the pivot are among these if `equalsStay` is set. `pivot` is in the
 // flipped form.
 size_t utPartitionByVectors(
     unsigned *keys, size_t n, unsigned pivot, bool equalsStay,
