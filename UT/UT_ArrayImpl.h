@@ -96,6 +96,26 @@ utClearSlots(T *slots, unsigned count)
         *slots++ = T();
 }
 
+// Sets `count` slots to `value`, 16 bytes at a time.
+template <class T>
+void
+utFillSlots(T *slots, unsigned count, T value)
+{
+    constexpr unsigned step = 16 / sizeof(T);
+    T values[step];
+    std::fill(values, values + step, value);
+    if (count < step)
+    {
+        for (unsigned i = 0; i < count; ++i)
+            slots[i] = value;
+        return;
+    }
+    // The last step may set some slots again.
+    for (unsigned i = 0; i < count - step; i += step)
+        memcpy(slots + i, values, 16);
+    memcpy(slots + count - step, values, 16);
+}
+
 template <class T>
 inline void
 utCopyFew(T *to, const T *from, unsigned count)

@@ -172,6 +172,9 @@ UT_FloatArray::findAndRemove(float value)
 
 // ---- Rearranging
 
+// So many pay for the call.
+static constexpr unsigned theManyFloats = 64;
+
 void
 UT_FloatArray::constant(float value)
 {
@@ -181,10 +184,10 @@ UT_FloatArray::constant(float value)
         if (myEntries)
             memset(myData, 0, myEntries * sizeof(float));
     }
-    else if (VM_Math::theSIMD)
+    else if (VM_Math::theSIMD && myEntries >= theManyFloats)
         VM_Math::set(myData, value, myEntries);
     else
-        std::fill(myData, myData + myEntries, value);
+        utFillSlots(myData, myEntries, value);
 }
 
 void

@@ -181,7 +181,7 @@ UT_IntArray::constant(int32 value)
             memset(myData, value, myEntries * sizeof(int32));
         return;
     }
-    std::fill(myData, myData + myEntries, value);
+    utFillSlots(myData, myEntries, value);
 }
 
 void

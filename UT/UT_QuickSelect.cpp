@@ -4,7 +4,6 @@
 #include "UT_QuickSortImpl.h"
 
 #include <cmath>
-#include <memory>
 
 namespace
 {
@@ -167,13 +166,8 @@ UTquickSelect(
 {
     if (k >= n || size == 0)
         return;
-    // Small enough for threads with small stacks.
-    alignas(std::max_align_t) char smallScratch[1024];
-    std::unique_ptr<char[]> largeScratch;
-    if (size > sizeof(smallScratch))
-        largeScratch.reset(new char[size]);
-    char *const scratch = largeScratch ? largeScratch.get() : smallScratch;
-    utSelectFromAll(ut_ElementItems(base, size, scratch, compare), n, k);
+    ut_ElementScratch scratch(size);
+    utSelectFromAll(ut_ElementItems(base, size, scratch.data(), compare), n, k);
 }
 
 int

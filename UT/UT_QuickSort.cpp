@@ -4,23 +4,34 @@
 
 #include "UT_DigitSortImpl.h"
 #include "UT_QuickSortImpl.h"
+#include "UT_VectorSortImpl.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <numeric>
+#include <type_traits>
 
 // Ranges below this size are sorted by utSortSmall.
 static constexpr size_t theSmallSize = 20;
 
+// Ranges below this size are sorted by utSortSmall where vectors could, too.
+static constexpr size_t theFewSize = 13;
+
 // From this number on, items are sorted by digits: of eight bits, or of eleven
 // when there are so many that clearing the longer tables no longer matters.
+// Fewer keys than the latter are divided where vectors do that.
 static constexpr size_t theDigitsSize = 96;
-static constexpr size_t theLongDigitsSize = 768;
+static constexpr size_t theLongDigitsSize = 300;
+
+// Up to this number, counts of items are of 16 bits.
+static constexpr size_t theMostShortCount = 65535;
 
 // Keys that would need more scratch than this are divided first, which keeps
-// each piece and its scratch within the cache.
+// each piece and its scratch within the cache. Each page of the scratch costs
+// as much as dividing some hundred keys, or a thousand by vectors.
 static constexpr size_t theScratchBytes = 8 << 20;
+static constexpr size_t theVectorScratchBytes = 1 << 20;
 
 // Records are sorted by digits in groups of up to this number, for which the
 // scratch fits the stack.
@@ -75,6 +86,35 @@ private:
     ut_KeyForm<Key> myForm;
     Key myHeld;
 };
+
+#ifdef UT_HAS_SORT_VECTORS
+// Keys alone, divided by vectors, and in small numbers sorted by them.
+template <class Key>
+class ut_VectorKeyItems : public ut_KeyItems<Key>
+{
+public:
+    ut_VectorKeyItems(Key *keys, ut_KeyForm<Key> form)
+        : ut_KeyItems<Key>(keys, form), myKeys(keys), myForm(form)
+    {
+    }
+
+    [[nodiscard]] size_t
+    partition(size_t pivot, size_t first, size_t last, bool equalsStay) const
+    {
+        return first + utPartitionByVectors(
+                           myKeys + first, last - first, this->keyAt(pivot),
+                           equalsStay, myForm);
+    }
+    void sortByRanks(size_t begin, size_t end) const
+    {
+        utSortByRanks(myKeys + begin, end - begin, myForm);
+    }
+
+private:
+    Key *myKeys;
+    ut_KeyForm<Key> myForm;
+};
+#endif
 
 // Keys with an index that follows them.
 template <class Key>
@@ -247,6 +287,16 @@ private:
 
 } // namespace
 
+#ifdef UT_HAS_SORT_VECTORS
+template <class Key>
+inline constexpr bool utHasOwnPartition<ut_VectorKeyItems<Key>> = true;
+#endif
+
+// From this number on, items of this kind are sorted by digits.
+template <class Items>
+static constexpr size_t utDigitsSize =
+    utHasOwnPartition<Items> ? theLongDigitsSize : theDigitsSize;
+
 // What stands for a key where the order must be total.
 template <class Key>
 static Key
@@ -347,6 +397,21 @@ struct ut_SmallPieces
     }
 };
 
+// The way to end for keys that have vectors.
+struct ut_RankPieces
+{
+    static constexpr size_t limit = theRanksSize;
+
+    template <class Items>
+    void sort(Items items, size_t begin, size_t end) const
+    {
+        if (end - begin < theFewSize)
+            utSortSmall(items, begin, end);
+        else
+            items.sortByRanks(begin, end);
+    }
+};
+
 } // namespace
 
 // The plain sort, which compares keys and needs no memory.
@@ -354,7 +419,9 @@ template <class Items>
 static void
 utSortInPlace(Items items, size_t begin, size_t end)
 {
-    utSortRange(items, begin, end, utLog2(end - begin), ut_SmallPieces());
+    using Pieces = std::conditional_t<
+        utHasOwnPartition<Items>, ut_RankPieces, ut_SmallPieces>;
+    utSortRange(items, begin, end, utLog2(end - begin), Pieces());
 }
 
 namespace
@@ -362,11 +429,15 @@ namespace
 
 // For keys, alone or with an index: sorts by their digits, in a quarter of the
 // time, with scratch for twice the items of the longest piece.
-template <class Item>
+template <class Items>
 class ut_DigitPieces
 {
+    using Item = typename Items::Item;
+
 public:
-    static constexpr size_t limit = theScratchBytes / (2 * sizeof(Item));
+    static constexpr size_t limit =
+        (utHasOwnPartition<Items> ? theVectorScratchBytes : theScratchBytes) /
+        (2 * sizeof(Item));
 
     // For a sort of `n` items.
     explicit ut_DigitPieces(size_t n)
@@ -379,32 +450,32 @@ public:
     // Whether there was memory for the scratch.
     [[nodiscard]] bool areReady() const { return bool(myScratch); }
 
-    template <class Items>
     void sort(Items items, size_t begin, size_t end) const
     {
         const size_t n = end - begin;
-        if (n < theDigitsSize)
+        if (n < utDigitsSize<Items>)
         {
             utSortInPlace(items, begin, end);
             return;
         }
         void *const room = myScratch.get() + 1;
-        Item *const a = static_cast<Item *>(room);
+        const auto keys = items.view(begin);
+        const ut_ItemArray<Item> a(static_cast<Item *>(room));
+        const ut_ItemArray<Item> b(static_cast<Item *>(room) + myRoom);
         if (n < theLongDigitsSize)
-            utSortByDigits(
-                items.view(begin), ut_ItemArray(a), ut_ItemArray(a + myRoom), n,
-                myScratch->shortCounts);
+            utSortByDigits(keys, a, b, n, myScratch->shortCounts);
+        else if (n <= theMostShortCount)
+            utSortByDigits(keys, a, b, n, myScratch->mediumCounts);
         else
-            utSortByDigits(
-                items.view(begin), ut_ItemArray(a), ut_ItemArray(a + myRoom), n,
-                myScratch->longCounts);
+            utSortByDigits(keys, a, b, n, myScratch->longCounts);
     }
 
 private:
     // The items follow it.
     union ut_Scratch
     {
-        ut_DigitCounts<8, unsigned> shortCounts;
+        ut_DigitCounts<8, uint16> shortCounts;
+        ut_DigitCounts<11, uint16> mediumCounts;
         ut_DigitCounts<11, unsigned> longCounts;
     };
 
@@ -457,9 +528,9 @@ utSortKeys(Items items, size_t n)
 {
     if (utSettleRun(items, n))
         return;
-    if (n >= theDigitsSize)
+    if (n >= utDigitsSize<Items>)
     {
-        const ut_DigitPieces<typename Items::Item> pieces(n);
+        const ut_DigitPieces<Items> pieces(n);
         if (pieces.areReady())
         {
             utSortRange(items, 0, n, utLog2(n), pieces);
@@ -467,6 +538,20 @@ utSortKeys(Items items, size_t n)
         }
     }
     utSortInPlace(items, 0, n);
+}
+
+template <class Key>
+static void
+utSortPlainKeys(Key *keys, ut_KeyForm<Key> form, size_t n)
+{
+#ifdef UT_HAS_SORT_VECTORS
+    if (utHasSortVectors())
+    {
+        utSortKeys(ut_VectorKeyItems(keys, form), n);
+        return;
+    }
+#endif
+    utSortKeys(ut_KeyItems(keys, form), n);
 }
 
 template <class Key, size_t knownSize>
@@ -559,17 +644,17 @@ UT_QuickSort &
 UT_QuickSort::sort(
     void *records, unsigned recordSize, unsigned count, compareType type)
 {
-    const std::unique_ptr<char[]> scratch(new char[recordSize]);
+    ut_ElementScratch scratch(recordSize);
     switch (type)
     {
     case UT_SORT_SIGNED:
-        srecurse(records, recordSize, count, scratch.get());
+        srecurse(records, recordSize, count, scratch.data());
         break;
     case UT_SORT_UNSIGNED:
-        urecurse(records, recordSize, count, scratch.get());
+        urecurse(records, recordSize, count, scratch.data());
         break;
     case UT_SORT_FLOAT:
-        frecurse(records, recordSize, count, scratch.get());
+        frecurse(records, recordSize, count, scratch.data());
         break;
     }
     return *this;
@@ -644,19 +729,19 @@ UT_QuickSort::fisort(
 void
 UT_QuickSort::urecurse(unsigned *data, unsigned n)
 {
-    utSortKeys(ut_KeyItems(data, theUnsignedForm), n);
+    utSortPlainKeys(data, theUnsignedForm, n);
 }
 
 void
 UT_QuickSort::srecurse(int *data, unsigned n)
 {
-    utSortKeys(ut_KeyItems(utUnsigned(data), theSignedForm), n);
+    utSortPlainKeys(utUnsigned(data), theSignedForm, n);
 }
 
 void
 UT_QuickSort::frecurse(float *data, unsigned n)
 {
-    utSortKeys(ut_KeyItems(data, theFloatForm), n);
+    utSortPlainKeys(data, theFloatForm, n);
 }
 
 void

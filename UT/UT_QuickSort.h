@@ -9,12 +9,13 @@
 /// Sorts 32-bit keys ascending, in place.
 ///
 /// Every input of n keys costs O(n log n), the sorted, reversed and repetitive
-/// ones less, and 16 kilobytes of stack at most. Longer sorts of
-/// keys, alone or with an index, use scratch of their own, up to 8 megabytes;
-/// where there is no memory for it they take four times as long. Sorts of fewer
-/// than 20 keys or records keep the order of equal ones; longer sorts do not
-/// promise it. NaN keys have no order: if there are any, all keys are kept, but
-/// in no particular order.
+/// ones less, and 16 kilobytes of stack at most. Longer sorts of keys, alone or
+/// with an index, use scratch of their own, up to 8 megabytes; where there is
+/// no memory for it they take up to four times as long. Keys alone are sorted
+/// with AVX2 instructions where the processor has them and VALDRIN_DISABLE_SSE
+/// and related settings allow them. Sorts of fewer than 20 keys or records keep
+/// the order of equal ones; longer sorts do not promise it. NaN keys have no
+/// order: if there are any, all keys are kept, but in no particular order.
 ///
 /// The static members after the three sorts work on the caller's arrays without
 /// an object. The `isort` members are plain insertion sorts, stable for every
@@ -59,8 +60,8 @@ public:
 
     /// Sorts `count` records of `recordSize` bytes, at least 4, by the key in
     /// the first four bytes of each. Records are moved whole and need no
-    /// alignment. Allocates memory for one record during the call. Leaves the
-    /// index alone. Returns this object.
+    /// alignment. Allocates memory for one record of more than 1024 bytes
+    /// during the call. Leaves the index alone. Returns this object.
     UT_QuickSort &
     sort(void *records, unsigned recordSize, unsigned count, compareType type);
 

@@ -21,6 +21,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 
 using std::size_t;
 
@@ -60,6 +61,23 @@ utCopyElement(char *to, const char *from, size_t size)
         memcpy(to + size - theQuarter, from + size - theQuarter, theQuarter);
     }
 }
+
+// Room for one element. Most are small enough even for threads with small
+// stacks.
+class ut_ElementScratch
+{
+public:
+    explicit ut_ElementScratch(size_t size)
+    {
+        if (size > sizeof(mySmall))
+            myLarge.reset(new char[size]);
+    }
+    char *data() { return myLarge ? myLarge.get() : mySmall; }
+
+private:
+    std::unique_ptr<char[]> myLarge;
+    alignas(std::max_align_t) char mySmall[1024];
+};
 
 template <class Items>
 inline void
@@ -167,6 +185,11 @@ utChoosePivot(Items items, size_t begin, size_t end)
         items, medianAt(3, step), medianAt(6, step), medianAt(9, step));
 }
 
+// Whether the items have a partition(pivot, first, last, equalsStay) of their
+// own.
+template <class Items>
+inline constexpr bool utHasOwnPartition = false;
+
 // Moves the items of [first, last) that belong after the one at `pivot`, which
 // lies outside the range, after the others, and returns where they begin. Items
 // equal to the pivot stay before them if `equalsStay` is set.
@@ -178,6 +201,9 @@ template <bool equalsStay, class Items>
 size_t
 utPartition(Items items, size_t pivot, size_t first, size_t last)
 {
+    if constexpr (utHasOwnPartition<Items>)
+        return items.partition(pivot, first, last, equalsStay);
+
     constexpr size_t theBlockSize = 64;
     uint8 leftOffsets[theBlockSize];  // from leftBase upwards
     uint8 rightOffsets[theBlockSize]; // from rightBase downwards

@@ -206,20 +206,26 @@ utWriteGroup(char *end, unsigned group)
 void
 UT_String::itoa_pretty(int64 value)
 {
-    // From the right, group by group, each with the comma before it. Most
-    // numbers, or what is left of others, fit a word of 32 bits.
+    // From the right, group by group, each with the comma before it. Three
+    // groups at a time leave what fits a word of 32 bits.
     uint64 rest = value < 0 ? 0 - uint64(value) : uint64(value);
     char text[32];
     char *const end = text + sizeof(text);
     char *at = end;
-    for (; rest > UINT_MAX; rest /= 1000)
-        at = utWriteGroup(at, unsigned(rest % 1000));
+    for (; rest > UINT_MAX; rest /= 1000000000)
+    {
+        const unsigned groups = unsigned(rest % 1000000000);
+        at = utWriteGroup(at, groups % 1000);
+        at = utWriteGroup(at, groups / 1000 % 1000);
+        at = utWriteGroup(at, groups / 1000000);
+    }
     unsigned left = unsigned(rest);
     for (; left >= 1000; left /= 1000)
         at = utWriteGroup(at, left % 1000);
-    for (; left >= 10; left /= 10)
-        *--at = char('0' + left % 10);
-    *--at = char('0' + left);
+    // A group without its comma and its leading zeros. A jump for these would
+    // be unpredictable.
+    at = utWriteGroup(at, left) + 1;
+    at += (left < 10) + (left < 100);
     if (value < 0)
         *--at = '-';
     harden(at, int(end - at));

@@ -62,6 +62,9 @@ utSwap(char *to, const char *from, size_t count, size_t width)
 }
 
 #if defined(__x86_64__) || defined(__i386__)
+// Bytes from which on the longest vectors pay for the call.
+static constexpr size_t theLongBytes = 64;
+
 [[gnu::target("avx2")]] static void
 utSwapAvx2(char *to, const char *from, size_t count, size_t width)
 {
@@ -75,7 +78,7 @@ UTswapBytes(void *to, const void *from, size_t count, size_t width)
     char *const target = static_cast<char *>(to);
     const char *const source = static_cast<const char *>(from);
 #if defined(__x86_64__) || defined(__i386__)
-    if (__builtin_cpu_supports("avx2"))
+    if (count * width >= theLongBytes && __builtin_cpu_supports("avx2"))
     {
         utSwapAvx2(target, source, count, width);
         return;

@@ -634,22 +634,34 @@ TYPED_TEST(UT_Arrays, ConstantFillsExactlyWhatIsInUse)
     using E = ut_Element<TypeParam>;
     if constexpr (!std::is_pointer_v<E>)
         for (const int value : {0, -1, 0x01020304})
-        {
-            auto array = utFilled<TypeParam>(23, 30);
-            array.setEntries(22);
-            array.constant(-E(value));
-            SCOPED_TRACE(value);
-            EXPECT_EQ(22, std::count(&array[0], &array[23], -E(value)));
-            EXPECT_EQ(std::signbit(-E(value)), std::signbit(array[0]));
-            EXPECT_EQ(utElement<E>(22), array[22]);
-        }
+            for (const unsigned count : {1u, 3u, 4u, 22u})
+            {
+                auto array = utFilled<TypeParam>(count + 1, 30);
+                array.setEntries(count);
+                array.constant(-E(value));
+                SCOPED_TRACE(testing::Message() << count << " of " << value);
+                EXPECT_EQ(
+                    ptrdiff_t(count),
+                    std::count(&array[0], &array[count + 1], -E(value)));
+                EXPECT_EQ(std::signbit(-E(value)), std::signbit(array[0]));
+                EXPECT_EQ(utElement<E>(count), array[count]);
+            }
 }
 
 TEST(UT_FloatArray, ComparisonWithoutAComparatorIsExact)
 {
+    // Short and long arrays are searched in different ways.
+    for (const unsigned count : {3u, 10u, 70u})
+    {
+        UT_FloatArray many;
+        many.setEntries(count);
+        many.constant(1.0f);
+        many[1] = NAN;
+        many[2] = -0.0f;
+        EXPECT_EQ(2, many.find(0.0f)) << count;
+        EXPECT_EQ(-1, many.find(NAN)) << count;
+    }
     const auto array = utArray<UT_FloatArray>({1.0f, NAN, -0.0f});
-    EXPECT_EQ(2, array.find(0.0f));
-    EXPECT_EQ(-1, array.find(NAN));
     EXPECT_TRUE(array == array);
     EXPECT_FALSE(array == UT_FloatArray(array));
 }

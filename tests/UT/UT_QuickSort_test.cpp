@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <numeric>
 #include <random>
 #include <string>
 #include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 #include <pthread.h>
@@ -125,8 +127,9 @@ utKey(ut_Pattern pattern, int i, int n, int random)
     }
 }
 
-static const int theSizes[] = {0,  1,  2,   3,   7,   19,  20,  21,  49,  50,
-                               95, 96, 128, 500, 512, 513, 767, 768, 5000};
+static const int theSizes[] = {0,   1,   2,   3,   7,   12,  13,
+                               19,  20,  21,  49,  50,  95,  96,
+                               112, 113, 128, 299, 300, 513, 5000};
 
 // The seeds are fixed. Zeros in odd places are negative where Key has such.
 template <class Key>
@@ -270,6 +273,13 @@ TEST(UT_QuickSort, AgreesWithTheStandardSortAndMovesWholeRecords)
     utCheckSorts<float>(UT_QuickSort::fisort);
 }
 
+TEST(UT_QuickSort, AgreesWithTheStandardSortWithoutVectors)
+{
+    setenv("VALDRIN_DISABLE_SSE", "1", 1);
+    utCheckSorts<int>(UT_QuickSort::sisort);
+    utCheckSorts<float>(UT_QuickSort::fisort);
+}
+
 TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
 {
     const auto hasLessBits = [](const float &a, const float &b)
@@ -285,6 +295,36 @@ TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
             std::sort(side->begin(), side->end(), hasLessBits);
         EXPECT_EQ(0, memcmp(&keys[0], &sorted[0], 5000 * sizeof(float)));
     }
+}
+
+template <class Key>
+static void
+utCheckManyKeys(int n)
+{
+    const std::vector<Key> keys = utMakeKeys<Key>(UT_RANDOM, n);
+    std::vector<Key> expected = keys;
+    std::sort(expected.begin(), expected.end());
+    std::vector<Key> sorted = keys;
+    UT_QuickSort sorter;
+    utSortKeys(sorter, sorted, /*makeIndex=*/0);
+    EXPECT_TRUE(expected == sorted)
+        << n << " keys of type " << typeid(Key).name();
+}
+
+TEST(UT_QuickSort, ManyKeysAgreeWithTheStandardSort)
+{
+    // Their counts fit 16 bits, do not, and are of parts.
+    for (const int n : {65535, 65536, 1200000})
+    {
+        utCheckManyKeys<unsigned>(n);
+        utCheckManyKeys<float>(n);
+    }
+}
+
+TEST(UT_QuickSort, ManyKeysAgreeWithTheStandardSortWithoutVectors)
+{
+    setenv("VALDRIN_DISABLE_SSE", "1", 1);
+    utCheckManyKeys<float>(1200000);
 }
 
 // So many keys that they are divided before their digits are looked at. A
