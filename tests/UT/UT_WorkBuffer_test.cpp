@@ -16,31 +16,6 @@ utText(const UT_WorkBuffer &buffer)
     return std::string(buffer.buffer(), size_t(buffer.length()));
 }
 
-TEST(UT_WorkBuffer, EveryFormattedLengthHasItsCapacity)
-{
-    static const struct
-    {
-        unsigned reserved;
-        int length;
-        int capacity;
-    } theCases[] = {
-        {0,    1983, 2000},
-        {0,    1984, 4000},
-        {0,    3968, 8000},
-        {2001, 1985, 4002},
-    };
-    for (const auto &row : theCases)
-    {
-        SCOPED_TRACE(row.length);
-        const std::string text(size_t(row.length), 'x');
-        UT_WorkBuffer buffer;
-        buffer.reserve(row.reserved);
-        EXPECT_EQ(row.length, buffer.sprintf("%s", text.c_str()));
-        EXPECT_EQ(text, utText(buffer));
-        EXPECT_EQ(row.capacity, buffer.capacity());
-    }
-}
-
 // A script of random changes, beside a std::string that undergoes the same.
 TEST(UT_WorkBuffer, FollowsAStandardStringThroughRandomChanges)
 {
@@ -219,26 +194,6 @@ TEST(UT_WorkBuffer, FormatsAsTheLibraryDoes)
         EXPECT_EQ("ab" + shown, utText(appended));
         ASSERT_FALSE(HasFailure());
     }
-}
-
-TEST(UT_WorkBuffer, EachOfManyLongTextsKeepsItsLength)
-{
-    std::string texts[6];
-    std::string expected;
-    for (std::string &text : texts)
-    {
-        text.assign(expected.size() + 700, char('a' + expected.size() % 26));
-        expected += text;
-    }
-    UT_WorkBuffer buffer;
-    EXPECT_EQ(
-        int(expected.size()),
-        buffer.sprintf(
-            "%s%s%.9999s%s%s%s%c", texts[0].c_str(), texts[1].c_str(),
-            texts[2].c_str(), texts[3].c_str(), texts[4].c_str(),
-            texts[5].c_str(), '!') -
-            1);
-    EXPECT_EQ(expected + "!", utText(buffer));
 }
 
 TEST(UT_WorkBuffer, ConversionsThatOnlyTheLibraryKnowsCountAllThatIsWritten)
