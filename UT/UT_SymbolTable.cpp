@@ -205,7 +205,7 @@ UT_SymList::ut_First::get() const
 {
     const uintptr_t address = myWord & theAddressMask;
     UT_Sym *first;
-    memcpy(&first, &address, sizeof(first));
+    memcpy(&first, &address, sizeof(address));
     return first;
 }
 
