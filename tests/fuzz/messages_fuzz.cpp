@@ -64,7 +64,7 @@ LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     const std::string bytes(data, data + std::min<size_t>(size, 4096));
     const auto texts = utRead(bytes);
     // What was read stays in memory.
-    if (!texts.empty() && texts.rbegin()->first > 5000 && theFiles > 9)
+    if (!texts.empty() && texts.rbegin()->first > 500 && theFiles > 9)
         return 0;
     const std::string file = theDir.write(std::to_string(theFiles++), bytes);
     for (const auto &[code, text] : texts)
