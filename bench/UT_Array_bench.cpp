@@ -289,7 +289,7 @@ utWindow(Ints &values, size_t &start, size_t count)
 static void
 HeapArray(benchmark::State &state)
 {
-    Ints values = utShuffled(1000000);
+    Ints values = utShuffled(std::max<size_t>(1000000, utCount(state)));
     size_t start = 0;
     UT_IntArray heap(unsigned(utCount(state)));
     for (auto _ : state)
@@ -306,7 +306,7 @@ HeapArray(benchmark::State &state)
 static void
 HeapStandard(benchmark::State &state)
 {
-    Ints values = utShuffled(1000000);
+    Ints values = utShuffled(std::max<size_t>(1000000, utCount(state)));
     size_t start = 0;
     Ints heap;
     heap.reserve(utCount(state));
@@ -343,7 +343,7 @@ utIsLess(int *a, int *b)
 static void
 HeapPointerArray(benchmark::State &state)
 {
-    Ints values = utShuffled(1000000);
+    Ints values = utShuffled(std::max<size_t>(1000000, utCount(state)));
     size_t start = 0;
     UT_PtrArray<int *> heap(unsigned(utCount(state)));
     for (auto _ : state)
@@ -360,7 +360,7 @@ HeapPointerArray(benchmark::State &state)
 static void
 HeapPointerStandard(benchmark::State &state)
 {
-    Ints values = utShuffled(1000000);
+    Ints values = utShuffled(std::max<size_t>(1000000, utCount(state)));
     size_t start = 0;
     bool (*isLess)(int *, int *) = utIsLess;
     benchmark::DoNotOptimize(isLess);
