@@ -1,3 +1,5 @@
+// The vectors of the sorts: each step looks at eight keys.
+
 #include "UT_VectorSortImpl.h"
 
 #ifdef UT_HAS_SORT_VECTORS
