@@ -297,6 +297,11 @@ template <class Items>
 static constexpr size_t utDigitsSize =
     utHasOwnPartition<Items> ? theLongDigitsSize : theDigitsSize;
 
+// What the scratch of a sort of such items takes at most.
+template <class Items>
+static constexpr size_t utScratchBytes =
+    utHasOwnPartition<Items> ? theVectorScratchBytes : theScratchBytes;
+
 // What stands for a key where the order must be total.
 template <class Key>
 static Key
@@ -435,9 +440,7 @@ class ut_DigitPieces
     using Item = typename Items::Item;
 
 public:
-    static constexpr size_t limit =
-        (utHasOwnPartition<Items> ? theVectorScratchBytes : theScratchBytes) /
-        (2 * sizeof(Item));
+    static constexpr size_t limit = utScratchBytes<Items> / (2 * sizeof(Item));
 
     // For a sort of `n` items.
     explicit ut_DigitPieces(size_t n)
