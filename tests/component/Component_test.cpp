@@ -66,13 +66,14 @@ struct ut_StandInManager final
 };
 
 // The module, its factory and two instances, of which one is asked and the
-// other one changes what both share.
-class Component : public ::testing::Test
+// other one changes what both share. The parameter is `theStackOff`.
+class Component : public ::testing::TestWithParam<uint32_t>
 {
 protected:
     Component()
     {
-        EXPECT_EQ(UT_OK, NSGetModule(nullptr, nullptr, &module));
+        theStackOff = GetParam();
+        EXPECT_EQ(UT_OK, utCallOff(NSGetModule, nullptr, nullptr, &module));
         EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &factory));
         EXPECT_EQ(UT_OK, create(nullptr, theConnectionID, &object));
         EXPECT_EQ(UT_OK, create(nullptr, theSupportsID, &other));
@@ -124,7 +125,7 @@ protected:
 
 } // namespace
 
-TEST_F(Component, RequestsAreEnvelopesThatEndInANul)
+TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
 {
     const struct
     {
@@ -162,7 +163,7 @@ TEST_F(Component, RequestsAreEnvelopesThatEndInANul)
         server.request(connection + 1));
 }
 
-TEST_F(Component, TheStashIsOnePrivateCopy)
+TEST_P(Component, TheStashIsOnePrivateCopy)
 {
     EXPECT_EQ("", get(object, UT_GET_STASHED));
     char text[] = "first\xff";
@@ -183,7 +184,7 @@ TEST_F(Component, TheStashIsOnePrivateCopy)
     EXPECT_DEATH(utCall(object, UT_GET_STASHED, nullptr), "");
 }
 
-TEST_F(Component, ObjectsAnswerForTheirInterfacesOnly)
+TEST_P(Component, ObjectsAnswerForTheirInterfacesOnly)
 {
     void *const info = query(factory, theClassInfoID);
     const struct
@@ -208,7 +209,7 @@ TEST_F(Component, ObjectsAnswerForTheirInterfacesOnly)
         EXPECT_EQ(row.face, query(row.asked, row.iid)) << row.what;
 }
 
-TEST_F(Component, RefusalsLeaveANullResult)
+TEST_P(Component, RefusalsLeaveANullResult)
 {
     void *face = object;
     EXPECT_EQ(UT_NO_AGGREGATION, create(module, theConnectionID, &face));
@@ -228,7 +229,7 @@ TEST_F(Component, RefusalsLeaveANullResult)
     EXPECT_EQ(0, answer);
 }
 
-TEST_F(Component, ClassInfoReportsTheRecord)
+TEST_P(Component, ClassInfoReportsTheRecord)
 {
     void *const info = query(factory, theClassInfoID);
     uint32_t number = 77;
@@ -266,7 +267,7 @@ TEST_F(Component, ClassInfoReportsTheRecord)
 }
 
 // Deliberate: each request makes a factory, and the class info ends with any.
-TEST_F(Component, AnyFactorysDeathTakesTheClassInfo)
+TEST_P(Component, AnyFactorysDeathTakesTheClassInfo)
 {
     void *younger = nullptr;
     EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &younger));
@@ -275,7 +276,7 @@ TEST_F(Component, AnyFactorysDeathTakesTheClassInfo)
     EXPECT_EQ(nullptr, query(object, theClassInfoID));
 }
 
-TEST_F(Component, TheRegistrarHasTheLastWordOnRegistration)
+TEST_P(Component, TheRegistrarHasTheLastWordOnRegistration)
 {
     // Slot 4 is RegisterSelf(), 5 is UnregisterSelf().
     const std::string cid = theClassID;
@@ -408,3 +409,11 @@ TEST(GenericModule, AClassWithoutAConstructorHasItsInfoUntilTheEnd)
     EXPECT_EQ(0U, utCall(module, UT_RELEASE));
     EXPECT_EQ(nullptr, classInfo);
 }
+
+#ifdef __i386__
+static const auto theStacks = ::testing::Values(0, 4, 8, 12);
+#else
+static const auto theStacks = ::testing::Values(0);
+#endif
+INSTANTIATE_TEST_SUITE_P(
+    StackOff, Component, theStacks, ::testing::PrintToStringParamName());

@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include "ut_StackOff.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -61,5 +63,6 @@ uint32_t
 utCall(void *object, size_t slot, Arguments... arguments)
 {
     using Function = uint32_t (*)(void *, Arguments...);
-    return (*static_cast<Function **>(object))[slot](object, arguments...);
+    return utCallOff(
+        (*static_cast<Function **>(object))[slot], object, arguments...);
 }
