@@ -370,6 +370,17 @@ UT_CALL(
     UT_FAULT_WAIT, int, poll, (pollfd * each, nfds_t count, int timeoutMs),
     (each, count, timeoutMs), -1, ENOMEM)
 
+// One that fails ends early.
+extern "C" UT_SHOWN int
+pthread_cond_timedwait(
+    pthread_cond_t *condition, pthread_mutex_t *mutex, const timespec *end)
+{
+    if (utFails(UT_FAULT_WAIT, ETIMEDOUT))
+        return ETIMEDOUT;
+    return utReal<decltype(pthread_cond_timedwait)>("pthread_cond_timedwait")(
+        condition, mutex, end);
+}
+
 UT_CALL(
     UT_FAULT_OPTIONS, int, getsockopt,
     (int fd, int level, int name, void *value, socklen_t *length) noexcept,

@@ -19,7 +19,7 @@ enum ut_FaultCall
     UT_FAULT_FILE,    // other calls for files: stat, lseek, unlink, mkdir
     UT_FAULT_SOCKET,  // socket, bind, listen
     UT_FAULT_CONNECT, // connect, accept
-    UT_FAULT_WAIT,    // select, poll
+    UT_FAULT_WAIT,    // select, poll, pthread_cond_timedwait
     UT_FAULT_OPTIONS, // fcntl, getsockopt and the like
     UT_FAULT_PAGES,   // mmap, madvise
     UT_FAULT_THREAD,
