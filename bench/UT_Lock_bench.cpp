@@ -2,7 +2,8 @@
 // pthread mutex costs to take and give back, and 0.7 of a std::recursive_mutex
 // that its owner takes three times. With two threads that want it all the time
 // it costs at most 1.1 of a mutex, which puts the loser to sleep and lets the
-// winner run alone, where ours keeps both awake.
+// winner run alone, where ours keeps both awake. Shorter runs than these
+// measure when the second thread starts, and a nap of 10 ms where there is one.
 
 #include "UT/UT_Lock.h"
 
@@ -42,6 +43,16 @@ public:
     ut_Recursive() : UT_Lock(/*initiallyLocked=*/0, /*recursive=*/true) {}
 };
 
+// How long two threads run at least.
+static const double theContendedSeconds = 0.05;
+
+// One thread, or two for long enough.
+static void
+utContended(benchmark::internal::Benchmark *rows)
+{
+    rows->ThreadRange(1, 2)->UseRealTime()->MinTime(theContendedSeconds);
+}
+
 // Taken `depth` times by its owner.
 template <class Lock, int depth>
 static void
@@ -67,20 +78,16 @@ BENCHMARK_TEMPLATE(utLock, std::recursive_mutex, 3)
     ->UseRealTime();
 BENCHMARK_TEMPLATE(utLock, UT_Lock, 1)
     ->Name("lock and unlock/ours")
-    ->ThreadRange(1, 2)
-    ->UseRealTime();
+    ->Apply(utContended);
 BENCHMARK_TEMPLATE(utLock, ut_LightWeight, 1)
     ->Name("lock and unlock/ours by lockLW")
-    ->ThreadRange(1, 2)
-    ->UseRealTime();
+    ->Apply(utContended);
 BENCHMARK_TEMPLATE(utLock, ut_Recursive, 1)
     ->Name("lock and unlock/ours recursive")
     ->UseRealTime();
 BENCHMARK_TEMPLATE(utLock, ut_PThreadMutex, 1)
     ->Name("lock and unlock/pthread_mutex")
-    ->ThreadRange(1, 2)
-    ->UseRealTime();
+    ->Apply(utContended);
 BENCHMARK_TEMPLATE(utLock, std::mutex, 1)
     ->Name("lock and unlock/std::mutex")
-    ->ThreadRange(1, 2)
-    ->UseRealTime();
+    ->Apply(utContended);
