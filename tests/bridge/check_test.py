@@ -1,7 +1,5 @@
 """Tests of what a user asks the native host for by hand."""
 
-import base64
-import hashlib
 import json
 import os
 import pathlib
@@ -193,13 +191,6 @@ class Test(unittest.TestCase):
             self.assertEqual(result.returncode, 2, arguments)
             self.assertEqual(result.stdout, b"", arguments)
             self.assertIn(b'try "valdrin-bridge --help"', result.stderr)
-
-    def test_the_key_gives_the_id_in_chromium(self):
-        with open(SOURCE / "extension" / "manifest.json") as file:
-            key = base64.b64decode(json.load(file)["key"])
-        digits = hashlib.sha256(key).hexdigest()[:32]
-        id = "".join(chr(ord("a") + int(digit, 16)) for digit in digits)
-        self.assertEqual(CALLER["Chromium"], f"chrome-extension://{id}/")
 
     def test_the_packed_extension_is_whole(self):
         pack = SOURCE / "extension" / "pack.py"
