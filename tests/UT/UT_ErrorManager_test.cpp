@@ -94,17 +94,6 @@ TEST_F(UT_ErrorManagerTest, AFullOneTakesOnlyWorseErrors)
     EXPECT_EQ(theError, manager.getSeverity());
 }
 
-TEST_F(UT_ErrorManagerTest, AddingClearsTheReadFlag)
-{
-    UT_ErrorManager manager;
-    EXPECT_TRUE(manager.getReadFlag());
-    add(manager, {theMessage, "news"});
-    EXPECT_FALSE(manager.getReadFlag());
-    UT_String out;
-    manager.getErrorMessages(out, UT_ERROR_NONE, /*prefixes=*/0);
-    EXPECT_TRUE(manager.getReadFlag());
-}
-
 // Deliberate: a skipped error leaves its line, and counts as the one before.
 TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
 {

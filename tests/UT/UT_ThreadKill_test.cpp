@@ -29,7 +29,6 @@
 #include <random>
 #include <string>
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -344,39 +343,4 @@ TEST_P(UT_ThreadKill, LeavesNothing)
     EXPECT_EQ(0, world.temporaryFiles());
     EXPECT_TRUE(world.lock.tryLock());
     world.lock.unlock();
-}
-
-// A work buffer that a killed worker was reading into is still a text.
-TEST(UT_Thread, ALineThatIsHalfReadIsEmpty)
-{
-    int ends[2];
-    ASSERT_EQ(0, pipe(ends));
-    struct
-    {
-        FILE *file;
-        UT_WorkBuffer line;
-    } reader;
-    reader.file = fdopen(ends[0], "r");
-    reader.line.append("an older text");
-    ASSERT_EQ(4, write(ends[1], "half", 4));
-    {
-        UT_PThread worker(UT_Thread::SPIN_NEVER);
-        const auto readLine = [](void *data) -> void *
-        {
-            auto &job = *static_cast<decltype(reader) *>(data);
-            job.line.getline(job.file);
-            return nullptr;
-        };
-        worker.startThread(readLine, &reader);
-        int unread = 4;
-        while (unread != 0) // until it waits for the rest
-        {
-            sched_yield();
-            ioctl(ends[0], FIONREAD, &unread);
-        }
-    }
-    EXPECT_EQ(0, reader.line.length());
-    EXPECT_STREQ("", reader.line.buffer());
-    fclose(reader.file);
-    close(ends[1]);
 }
