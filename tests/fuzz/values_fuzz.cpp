@@ -10,25 +10,21 @@
 
 #include <iterator>
 
-template <class T>
+template <class T, bool isText>
 static void
-utTryBinary(UT_IStream &in, UT_IStream &memory, int count)
+utTryNumbers(UT_IStream &in, UT_IStream &memory, int count)
 {
+    const auto read = [count](UT_IStream &from, T *values)
+    {
+        if constexpr (isText)
+            return from.aread(values, count);
+        else
+            return from.bread(values, count);
+    };
     T values[4];
     T expected[4];
-    const int got = in.bread(values, count);
-    utRequire(got == memory.bread(expected, count));
-    utRequire(memcmp(values, expected, size_t(got) * sizeof(T)) == 0);
-}
-
-template <class T>
-static void
-utTryText(UT_IStream &in, UT_IStream &memory, int count)
-{
-    T values[4];
-    T expected[4];
-    const int got = in.aread(values, count);
-    utRequire(got == memory.aread(expected, count));
+    const int got = read(in, values);
+    utRequire(got == read(memory, expected));
     utRequire(memcmp(values, expected, size_t(got) * sizeof(T)) == 0);
 }
 
@@ -67,14 +63,22 @@ utTryLine(UT_IStream &in, UT_IStream &memory, int)
 
 // What is tried, with a choice from 1 to 4: mostly of how many values.
 static void (*const theTries[])(UT_IStream &, UT_IStream &, int) = {
-    utTryBinary<char>,  utTryBinary<short>,
-    utTryBinary<int>,   utTryBinary<int64>,
-    utTryBinary<float>, utTryBinary<double>,
-    utTryText<short>,   utTryText<unsigned short>,
-    utTryText<int>,     utTryText<unsigned>,
-    utTryText<int64>,   utTryText<uint64>,
-    utTryText<float>,   utTryText<double>,
-    utTryString,        utTryWord,
+    utTryNumbers<char, false>,
+    utTryNumbers<short, false>,
+    utTryNumbers<int, false>,
+    utTryNumbers<int64, false>,
+    utTryNumbers<float, false>,
+    utTryNumbers<double, false>,
+    utTryNumbers<short, true>,
+    utTryNumbers<unsigned short, true>,
+    utTryNumbers<int, true>,
+    utTryNumbers<unsigned, true>,
+    utTryNumbers<int64, true>,
+    utTryNumbers<uint64, true>,
+    utTryNumbers<float, true>,
+    utTryNumbers<double, true>,
+    utTryString,
+    utTryWord,
     utTryLine,
 };
 
