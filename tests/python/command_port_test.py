@@ -44,9 +44,13 @@ class Hanging:
 
     def __init__(self, connection):
         self.namespace = {"began": threading.Event(), "go": threading.Event()}
-        self._thread = threading.Thread(
-            target=lambda: connection.execute("began.set(); go.wait()")
-        )
+
+        def hang():
+            # A port that is closed meanwhile hangs up without an answer.
+            with contextlib.suppress(valdrin.Error):
+                connection.execute("began.set(); go.wait()")
+
+        self._thread = threading.Thread(target=hang)
 
     def __enter__(self):
         self._thread.start()
@@ -244,23 +248,12 @@ class Test(unittest.TestCase):
     def test_close_does_not_wait_forever(self):
         namespace = {}
         port = valdrin.CommandPort(namespace, 0)
-        connection = valdrin.Connection(port.port, timeout=DEADLINE)
-        go = namespace["go"] = threading.Event()
-        began = namespace["began"] = threading.Event()
-
-        def hang():
-            # The port hangs up without an answer.
-            with contextlib.suppress(valdrin.Error):
-                connection.execute("began.set(); go.wait()")
-
-        thread = threading.Thread(target=hang)
-        thread.start()
-        began.wait(DEADLINE)
-        start = time.monotonic()
-        self.assertFalse(port.close(grace=0.1))
-        self.assertLess(time.monotonic() - start, DEADLINE)
-        go.set()
-        thread.join()
+        hanging = Hanging(valdrin.Connection(port.port, timeout=DEADLINE))
+        namespace.update(hanging.namespace)
+        with hanging:
+            start = time.monotonic()
+            self.assertFalse(port.close(grace=0.1))
+            self.assertLess(time.monotonic() - start, DEADLINE)
 
     def test_ports_that_no_client_reaches_are_refused(self):
         for port in (-1, 1, 9999, 65535, 100000):
