@@ -69,13 +69,3 @@ TEST(SYS_Processor, SwitchesTakeFeaturesAway)
             testing::ExitedWithCode(row.left), "")
             << row.variable << '=' << row.value;
 }
-
-TEST(SYS_Processor, WarnsOnce)
-{
-    testing::internal::CaptureStderr();
-    SYS_Processor::obsoleteWarning();
-    SYS_Processor::obsoleteWarning();
-    const std::string text = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(0u, text.find("A Pentium III or better processor is required"));
-    EXPECT_EQ(text.find("future.\n") + 8, text.size());
-}

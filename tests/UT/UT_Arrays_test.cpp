@@ -146,25 +146,6 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
     }
 }
 
-TYPED_TEST(UT_Arrays, ResizingGivesExactlyTheSlotsAskedFor)
-{
-    using E = ut_Element<TypeParam>;
-    TypeParam array = utFilled<TypeParam>(3, 3);
-    array.resize(2);
-    array.resize(6, 1);
-    EXPECT_EQ(2u, array.entries());
-    EXPECT_EQ(6u, array.capacity());
-    // Floats do not clear what is new.
-    if (!std::is_same_v<E, float>)
-    {
-        EXPECT_EQ(4, std::count(array.data() + 2, array.data() + 6, E()));
-    }
-    array.resize(0);
-    EXPECT_EQ(nullptr, array.data());
-    EXPECT_EQ(0u, array.entries());
-    EXPECT_EQ(0u, array.capacity());
-}
-
 TYPED_TEST(UT_Arrays, CopiesHaveNoRoomAndAssignmentNeverShrinks)
 {
     TypeParam array = utFilled<TypeParam>(2, 6);

@@ -136,15 +136,3 @@ TEST(UT_EnvControl, ATextIsChangedAlongWithItsVariable)
     EXPECT_EQ(nullptr, getenv("VRS"));
     UT_EnvControl::setStringVar(UT_STR_CONTROL_COUNT, "x");
 }
-
-// What the settings are called is tested by docs/settings.md, which valdrin
-// writes.
-TEST(UT_EnvControl, FormerNamesAreKnown)
-{
-    EXPECT_STREQ(
-        "VALDRIN_NO_CONSOLE",
-        UT_EnvControl::getOldIntVar(UT_VALDRIN_DISABLE_CONSOLE));
-    EXPECT_EQ(nullptr, UT_EnvControl::getOldIntVar(UT_INT_CONTROL_COUNT));
-    UT_ControlInfo info;
-    EXPECT_EQ(0, UTdescribeControl(-1, info));
-}

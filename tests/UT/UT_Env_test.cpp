@@ -40,6 +40,39 @@ TEST(UT_Env, NullsAndTextsWithoutAValueAreLeftOut)
     EXPECT_STREQ("c", ValdrinGetenv("A=b"));
 }
 
+TEST(UT_Env, OfTwoEntriesWithANameBothStay)
+{
+    char first[] = "A=1";
+    char second[] = "A=2";
+    char other[] = "B=3";
+    char *array[] = {other, second, first, nullptr};
+    environ = array;
+    EXPECT_STREQ("1", ValdrinGetenv("A"));
+    ValdrinSetenv("A", "4");
+    EXPECT_EQ((ut_Strings{"A=4", "A=2", "B=3"}), utTexts(ValdrinGetenvlist()));
+    ValdrinUnsetenv("A");
+    EXPECT_STREQ("2", ValdrinGetenv("A"));
+    EXPECT_STREQ("1", &first[2]) << "is not the table's";
+}
+
+// Deliberate: the table is sorted by unsigned bytes, and searched by signed
+// ones.
+TEST(UT_Env, NamesWithBytesFrom128OnMayNotBeFound)
+{
+    clearenv();
+    for (const char *const name : {"A", "B", "\xe9", "C", "\xe9"})
+        ValdrinSetenv(name, "x");
+    EXPECT_EQ(
+        (ut_Strings{"A=x", "B=x", "C=x", "\xe9=x"}),
+        utTexts(ValdrinGetenvlist()));
+    ValdrinSetenv("\xe8", "x");
+    ValdrinSetenv("\xe8", "x");
+    EXPECT_EQ(nullptr, ValdrinGetenv("\xe8"));
+    EXPECT_EQ(
+        (ut_Strings{"A=x", "B=x", "C=x", "\xe8=x", "\xe8=x", "\xe9=x"}),
+        utTexts(ValdrinGetenvlist()));
+}
+
 TEST(UT_Env, ChildrenInheritTheTable)
 {
     for (int i = 0; i < 3000; ++i)

@@ -8,28 +8,12 @@
 #include <cerrno>
 #include <iostream>
 #include <memory>
-#include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 // An error as these tests write it down: its severity and its text.
-struct ut_Entry
-{
-    UT_ErrorSeverity severity;
-    std::string text;
-
-    bool operator==(const ut_Entry &other) const
-    {
-        return severity == other.severity && text == other.text;
-    }
-};
-
-static std::ostream &
-operator<<(std::ostream &out, const ut_Entry &entry)
-{
-    return out << "{" << entry.severity << ", " << entry.text << "}";
-}
-
+using ut_Entry = std::pair<UT_ErrorSeverity, std::string>;
 using ut_Entries = std::vector<ut_Entry>;
 
 static const auto theMessage = UT_ERROR_MESSAGE;
@@ -42,8 +26,8 @@ class UT_ErrorManagerTest : public testing::Test
 protected:
     void add(UT_ErrorManager &manager, const ut_Entry &entry) const
     {
-        manager.append(new UT_Error(
-            myType.c_str(), 0, entry.text.c_str(), entry.severity));
+        manager.append(
+            new UT_Error(myType.c_str(), 0, entry.second.c_str(), entry.first));
     }
     void fill(UT_ErrorManager &manager, const ut_Entries &entries) const
     {
@@ -92,17 +76,6 @@ TEST_F(UT_ErrorManagerTest, AFullOneTakesOnlyWorseErrors)
     add(manager, {theFatal, "no worse than the removed one"});
     EXPECT_EQ(expected, entriesOf(manager));
     EXPECT_EQ(theError, manager.getSeverity());
-}
-
-TEST_F(UT_ErrorManagerTest, AddingClearsTheReadFlag)
-{
-    UT_ErrorManager manager;
-    EXPECT_TRUE(manager.getReadFlag());
-    add(manager, {theMessage, "news"});
-    EXPECT_FALSE(manager.getReadFlag());
-    UT_String out;
-    manager.getErrorMessages(out, UT_ERROR_NONE, /*prefixes=*/0);
-    EXPECT_TRUE(manager.getReadFlag());
 }
 
 // Deliberate: a skipped error leaves its line, and counts as the one before.
@@ -178,7 +151,7 @@ utOfStock(const std::string &texts)
         entries.push_back(*std::find_if(
             theStock.begin(), theStock.end(),
             [&](const ut_Entry &entry)
-            { return entry.text == std::string(1, text); }));
+            { return entry.second == std::string(1, text); }));
     return entries;
 }
 

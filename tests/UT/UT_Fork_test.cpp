@@ -273,21 +273,6 @@ TEST(UT_Fork, PoolsAndTablesAreFreeInTheChild)
     EXPECT_EQ(0, status) << "child " << children;
 }
 
-// Allocators are created and destroyed while others fork.
-TEST(UT_Fork, AnAllocatorThatIsDestroyedIsNotAsked)
-{
-    auto first = std::make_unique<UT_SmallObjectAllocator>(true, 4, 64, true);
-    auto second = std::make_unique<UT_SmallObjectAllocator>(true, 4, 64, true);
-    auto third = std::make_unique<UT_SmallObjectAllocator>(true, 4, 64, true);
-    const auto useThird = [&] { third->deallocate(third->allocate(8), 8); };
-    second.reset();
-    EXPECT_EQ(0, utInChild(useThird));
-    first.reset();
-    EXPECT_EQ(0, utInChild(useThird));
-    third.reset();
-    EXPECT_EQ(0, utInChild([] {}));
-}
-
 TEST(UT_Fork, NoFileIsOpenInAProgramThatIsStarted)
 {
     const ut_TempDir dir;

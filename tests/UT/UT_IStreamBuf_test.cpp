@@ -1,6 +1,6 @@
 #include "UT/UT_IStreamBuf.h"
 
-#include "ut_ScanModel.h"
+#include "ut_StreamSources.h"
 #include "ut_TempDir.h"
 
 #include <gtest/gtest.h>
@@ -119,7 +119,62 @@ utScannable(std::mt19937 &random, size_t length)
     return text;
 }
 
-TEST(UT_IStreamBuf, EverySourceScansAsModelledByByte)
+// What a scanner takes of a text in memory, and how far it goes.
+static const struct
+{
+    const char *what;
+    std::string text;
+    ut_Scanner *scan;
+    ut_Scan expected;
+} theScans[] = {
+    {"a line",                       "ab\ncd",          utGetLine,   {1, "ab", false, 3}     },
+    {"a line that ends in a return",
+     "a\rb\r\ncd",                                      utGetLine,
+     {1, "a\rb", false, 5}                                                                   },
+    {"an empty line",                "\r\n",            utGetLine,   {1, "", false, 2}       },
+    {"the last line",                "ab",              utGetLine,   {1, "ab", false, 2}     },
+    {"no line",                      "",                utGetLine,   {0, "", false, 0}       },
+    {"another delimiter",            "a\r\x80\n",       utGetTo128,  {1, "a\r", false, 3}    },
+    {"a skipped line",               "ab\r\ncd",        utSkipLine,  {1, "old", false, 4}    },
+    {"space",                        " \t\n\v\f\r\xa0", utSkipSpace, {1, "old", false, 6}    },
+    {"nothing but space",            "  ",              utSkipSpace, {0, "old", false, 2}    },
+    {"a word",                       " \na\xe9,\tb",    utGetWord,   {1, "a\xe9,", false, 5} },
+    {"no word",                      " ",               utGetWord,   {0, "", false, 1}       },
+    {"an integer",                   " -12a",           utGetNumber, {1, "-12", false, 4}    },
+    {"a sign alone",                 "+-",              utGetNumber, {1, "+", false, 1}      },
+    {"a fraction",                   "1.5.2",           utGetNumber, {1, "1.5", true, 3}     },
+    {"an exponent",                  "12e-5e",          utGetNumber, {1, "12e-5", true, 5}   },
+    {"an exponent without digits",   "1Ex",             utGetNumber, {1, "1E", true, 2}      },
+ // Deliberate: the first byte is not looked at.
+    {"a point in front",             ".5 ",             utGetNumber, {1, ".5", false, 2}     },
+    {"a word that is no number",     " e5 x",           utGetNumber, {1, "e5", false, 3}     },
+    {"quotes",                       " \"a b\"c",       utGetString, {1, "a b", false, 6}    },
+    {"empty quotes",                 "\"\"",            utGetString, {1, "", false, 2}       },
+    {"escapes",                      "\"\\\"\\\\\\n\"", utGetString, {1, "\"\\\\n", false, 8}},
+    {"escapes in a word",            "a\\\"\\n b",      utGetString, {1, "a\"\\n", false, 5} },
+    {"a word in escaped quotes",     "\\\"a b",         utGetString, {1, "\"a", false, 3}    },
+    {"an open quote",                "\"a b",           utGetString, {0, "a b", false, 4}    },
+    {"a first byte of 128",          "\x80x",           utGetString, {0, "", false, 1}       },
+    {"no string",                    " ",               utGetString, {0, "", false, 1}       },
+};
+
+TEST(UT_IStreamBuf, ScannersTakeWhatTheyAreFor)
+{
+    for (const auto &row : theScans)
+        for (const bool isLocked : {false, true})
+        {
+            const ut_Source source(utMemory(row.text));
+            const ut_Scan scan = utScan(*source, row.scan, isLocked);
+            // A locked work buffer takes nothing.
+            ut_Scan expected = row.expected;
+            if (isLocked)
+                expected.text = "old";
+            EXPECT_EQ("", utDifference(expected, scan))
+                << row.what << ", locked: " << isLocked;
+        }
+}
+
+TEST(UT_IStreamBuf, EverySourceScansAsMemoryDoes)
 {
     for (unsigned seed = 0; seed < 40; ++seed)
     {
@@ -145,7 +200,6 @@ TEST(UT_IStreamBuf, EverySourceScansAsModelledByByte)
             const char *name;
             UT_IStreamBuf *source;
         } sources[] = {
-            {"memory",             utMemory(text)                      },
             {"blocks of any size", new ut_ChunkStreamBuf(text)         },
             {"FILE",               UT_IStreamBuf::fileBuf(utFile(text))},
             {"named file",         utNamed(text)                       },

@@ -7,8 +7,6 @@
 #include "ut_LoopbackServer.h"
 #include "ut_SignalStorm.h"
 
-#include "UT/UT_Nap.h"
-#include "UT/UT_Thread.h"
 #include "UT/UT_WorkBuffer.h"
 
 #include <gtest/gtest.h>
@@ -16,12 +14,10 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include <arpa/inet.h>
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <netdb.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -254,37 +250,4 @@ TEST_F(UT_NetSocketConnect, SocketsAskTwiceForAnAddressInUse)
 {
     const UT_NetSocket socket("127.0.0.1", 10000, true, -1);
     EXPECT_EQ(2, theSystem.reuseRequests); // deliberate
-}
-
-// A connect to a listener that takes no more connections waits for its time.
-TEST_F(UT_NetSocketConnect, AKilledConnectLeavesTheSocketBlocking)
-{
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "this checker ends itself with a thread that is killed";
-#endif
-    const ut_LoopbackPort port;
-    ::listen(port.fd(), 0);
-    UT_NetSocket first("127.0.0.1", port.port(), false, -1);
-    UT_NetSocket second("127.0.0.1", port.port(), false, -1);
-    first.connect(0);
-    second.connect(0);
-
-    UT_NetSocket socket("127.0.0.1", port.port(), true, -1);
-    // Asks the system: the object belongs to the worker meanwhile.
-    const auto isBlocking = [fd = socket.getSocket()]
-    { return (::fcntl(fd, F_GETFL) & O_NONBLOCK) == 0; };
-    const auto job = [](void *data) -> void *
-    {
-        static_cast<UT_NetSocket *>(data)->connect(/*timeoutMs=*/60000);
-        return nullptr;
-    };
-    const std::unique_ptr<UT_Thread> worker(
-        UT_Thread::allocThread(UT_Thread::SPIN_SLEEP));
-    ASSERT_TRUE(worker->startThread(job, &socket));
-    while (isBlocking())
-        UTnap(1);
-    worker->killThread();
-    worker->waitThread(1);
-    EXPECT_TRUE(isBlocking());
-    EXPECT_TRUE(socket.isBlocking());
 }

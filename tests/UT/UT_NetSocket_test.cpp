@@ -1,13 +1,11 @@
 #include "UT/UT_NetSocket.h"
 
 #include "ut_LoopbackServer.h"
-#include "ut_SignalStorm.h"
 
 #include "UT/UT_WorkBuffer.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <climits>
 #include <cstring>
 #include <deque>
@@ -18,9 +16,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-using namespace std::chrono_literals;
 using namespace std::string_literals;
-using std::chrono::steady_clock;
 using Server = ut_LoopbackServer;
 
 static bool
@@ -167,30 +163,6 @@ TEST(UT_NetSocket, ConnectsWithinATimeLimit)
     EXPECT_TRUE(late.isBlocking());
     late.setBlocking(false);
     EXPECT_EQ(-1, late.connect(0)); // still under way
-}
-
-TEST(UT_NetSocket, SignalsInterruptNothing)
-{
-    const Server::Step gap = Server::pause(50);
-    Server server({gap, Server::send("re"), gap, Server::send("ply")});
-    UT_NetSocket socket("localhost", server.port(), true, -1);
-    ASSERT_EQ(0, socket.connect(0));
-    const ut_SignalStorm storm;
-    const auto start = steady_clock::now();
-    EXPECT_EQ(0, socket.dataAvailable(200));
-    EXPECT_GE(steady_clock::now() - start, 199ms);
-    const std::string data = std::string(16 << 20, 'x') + '\0';
-    int got = 0;
-    for (size_t sent = 0; sent < data.size(); sent += size_t(got))
-        ASSERT_EQ(0, socket.write(&data[sent], int(data.size() - sent), &got));
-    char bytes[8] = "";
-    EXPECT_EQ(0, socket.peek(bytes, 1, -1));
-    EXPECT_EQ(0, socket.read(bytes, 2, &got, -1));
-    EXPECT_EQ(0, socket.read(bytes + 2, 5, &got, -1));
-    EXPECT_STREQ("reply", bytes);
-    socket.close();
-    EXPECT_TRUE(server.request(0) == data);
-    EXPECT_GT(storm.signals(), 0);
 }
 
 TEST(UT_NetSocket, LostConnectionsEndTheProcessIfAsked)

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// The orders as such, and the next names, are what the fuzz entry looks at.
+// The orders as such are what the fuzz entry looks at.
 TEST(UT_StringNames, ComparisonsReturnDifferences)
 {
     static const struct
@@ -50,6 +50,36 @@ TEST(UT_StringNames, FileNamesSplitAtTheirNumber)
         EXPECT_STREQ(row.prefix, prefix) << row.name;
         EXPECT_STREQ(row.number, number.buffer()) << row.name;
         EXPECT_STREQ(row.rest, rest.buffer()) << row.name;
+    }
+}
+
+TEST(UT_StringNames, TheNextNameHasTheNextNumber)
+{
+    static const struct
+    {
+        const char *name;
+        const char *next;
+    } theCases[] = {
+        {"",                      "2"                    },
+        {"a",                     "a2"                   },
+        {"7",                     "8"                    },
+        {"a1b",                   "a1b2"                 },
+        {"a-9",                   "a-10"                 },
+        {"a199",                  "a200"                 },
+ // The leading zeros go when there is a digit more.
+        {"a00",                   "a01"                  },
+        {"a09",                   "a10"                  },
+        {"a099",                  "a100"                 },
+        {"a0099",                 "a100"                 },
+        {"a0019",                 "a0020"                },
+        {"a29999999999999999999", "a30000000000000000000"},
+        {"\xe9\xb2",              "\xe9\xb2\x32"         },
+    };
+    for (const auto &row : theCases)
+    {
+        UT_String name(row.name);
+        name.incrementNumberedName();
+        EXPECT_STREQ(row.next, name) << "after " << row.name;
     }
 }
 

@@ -340,23 +340,6 @@ TEST(UT_SymbolTable, PrintsNamesAndStatistics)
         testing::internal::GetCapturedStdout());
 }
 
-TEST(UT_SymbolTable, MemoryIsThatOfNodesAndNames)
-{
-    UT_SymbolTable table;
-    EXPECT_EQ(int64(sizeof(table)), table.getMemUsage(/*tableOnly=*/true));
-    int64 bytes[3];
-    const char *const names[] = {"a", "abc", "abcdef"};
-    for (int i = 0; i < 3; ++i)
-    {
-        table.addSymbol(names[i], UT_Thing());
-        bytes[i] = table.getMemUsage(/*tableOnly=*/false);
-    }
-    EXPECT_GT(bytes[0], int64(sizeof(table)));
-    const int64 node = sizeof(UT_SymList::UT_Sym) + 1; // with the name's NUL
-    EXPECT_EQ(node + 3, bytes[1] - bytes[0]);
-    EXPECT_EQ(node + 6, bytes[2] - bytes[1]);
-}
-
 TEST(UT_SymList, SortsByUnsignedBytesAndMayRepeatNames)
 {
     UT_SymList list;

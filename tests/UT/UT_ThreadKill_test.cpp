@@ -29,7 +29,6 @@
 #include <random>
 #include <string>
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -91,43 +90,33 @@ struct ut_World
 
 using ut_Work = void (*)(ut_World &);
 
-// A worker that does the same again and again until it is killed.
-class ut_Victim
+// A worker that does the same again and again until it is destroyed, which
+// kills it.
+struct ut_Victim
 {
-public:
-    ut_Victim(ut_World &world, ut_Work work)
-        : myWorld(world), myWork(work), myWorker(UT_Thread::SPIN_SLEEP)
+    ut_Victim(ut_World &sharedWorld, ut_Work work)
+        : world(sharedWorld), doWork(work)
     {
-        myWorker.startThread(run, this);
-    }
-    // Kills the worker.
-    ~ut_Victim() = default;
-    ut_Victim(const ut_Victim &) = delete;
-    ut_Victim &operator=(const ut_Victim &) = delete;
-
-    // Waits until the work has begun.
-    void waitForStart() const
-    {
-        while (!myIsStarted)
+        worker.startThread(run, this);
+        while (!isStarted)
             sched_yield();
     }
 
-private:
     static void *run(void *data)
     {
         auto &victim = *static_cast<ut_Victim *>(data);
-        victim.myIsStarted = true;
+        victim.isStarted = true;
         for (;;)
         {
-            victim.myWork(victim.myWorld);
+            victim.doWork(victim.world);
             pthread_testcancel();
         }
     }
 
-    ut_World &myWorld;
-    const ut_Work myWork;
-    std::atomic<bool> myIsStarted{false};
-    UT_PThread myWorker;
+    ut_World &world;
+    const ut_Work doWork;
+    std::atomic<bool> isStarted{false};
+    UT_PThread worker{UT_Thread::SPIN_SLEEP};
 };
 
 } // namespace
@@ -280,13 +269,6 @@ struct ut_Family
     ut_Work work;
 };
 
-// As gtest shows it.
-static void
-PrintTo(const ut_Family &family, std::ostream *out)
-{
-    *out << family.name;
-}
-
 // The thread checker gives up where a killed thread was waiting for another
 // one, and waits for itself where the C library looks up users.
 static const ut_Family theFamilies[] = {
@@ -331,8 +313,6 @@ TEST_P(UT_ThreadKill, LeavesNothing)
     {
         const ut_Victim first(world, work);
         const ut_Victim second(world, work);
-        first.waitForStart();
-        second.waitForStart();
         const auto moment = steady_clock::now() + microseconds(random() % 1000);
         while (steady_clock::now() < moment)
             sched_yield();
@@ -344,39 +324,4 @@ TEST_P(UT_ThreadKill, LeavesNothing)
     EXPECT_EQ(0, world.temporaryFiles());
     EXPECT_TRUE(world.lock.tryLock());
     world.lock.unlock();
-}
-
-// A work buffer that a killed worker was reading into is still a text.
-TEST(UT_Thread, ALineThatIsHalfReadIsEmpty)
-{
-    int ends[2];
-    ASSERT_EQ(0, pipe(ends));
-    struct
-    {
-        FILE *file;
-        UT_WorkBuffer line;
-    } reader;
-    reader.file = fdopen(ends[0], "r");
-    reader.line.append("an older text");
-    ASSERT_EQ(4, write(ends[1], "half", 4));
-    {
-        UT_PThread worker(UT_Thread::SPIN_NEVER);
-        const auto readLine = [](void *data) -> void *
-        {
-            auto &job = *static_cast<decltype(reader) *>(data);
-            job.line.getline(job.file);
-            return nullptr;
-        };
-        worker.startThread(readLine, &reader);
-        int unread = 4;
-        while (unread != 0) // until it waits for the rest
-        {
-            sched_yield();
-            ioctl(ends[0], FIONREAD, &unread);
-        }
-    }
-    EXPECT_EQ(0, reader.line.length());
-    EXPECT_STREQ("", reader.line.buffer());
-    fclose(reader.file);
-    close(ends[1]);
 }

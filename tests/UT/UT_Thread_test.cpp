@@ -189,48 +189,6 @@ TEST(UT_Thread, AJobRunsOnceHoweverItsWorkerGoes)
     }
 }
 
-// Notes what its thread makes of its state.
-class ut_ObservedWorker : public UT_PThread
-{
-public:
-    using UT_PThread::UT_PThread;
-    ~ut_ObservedWorker() override
-    {
-        killThread();
-        waitThread(1);
-    }
-
-    void setState(int state) override
-    {
-        if (!pthread_equal(pthread_self(), myController))
-            ownStates.push_back(state);
-        UT_PThread::setState(state);
-    }
-
-    std::vector<int> ownStates; // to be looked at when the thread has ended
-
-private:
-    const pthread_t myController = pthread_self();
-};
-
-TEST(UT_Thread, ADerivedWorkerSeesItsStateAtTheEnd)
-{
-    ut_ObservedWorker worker(UT_Thread::SPIN_NEVER);
-    worker.startThread([](void *) -> void * { return nullptr; }, nullptr);
-    worker.waitForState(UT_Thread::IDLE);
-    EXPECT_EQ(UT_Thread::IDLE, worker.getState());
-    worker.waitThread(1);
-    EXPECT_EQ(std::vector<int>{UT_Thread::IDLE}, worker.ownStates);
-
-    ut_Gate gate;
-    worker.startThread(ut_Gate::sleepForever, &gate);
-    gate.wait(gate.isIn);
-    worker.killThread();
-    worker.waitThread(1);
-    EXPECT_EQ(
-        (std::vector<int>{UT_Thread::IDLE, UT_Thread::IDLE}), worker.ownStates);
-}
-
 TEST(UT_Thread, AJobThatThrowsLeavesANullThreadIdle)
 {
     UT_NullThread thread;

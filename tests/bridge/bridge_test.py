@@ -114,26 +114,17 @@ class Test(unittest.TestCase):
     # ---- Refusals
 
     def test_wrong_requests_are_refused(self):
-        run_request = request("Run", "x")
-        too_many = {**run_request, "more": 1}
-        without_args = {"id": 7, "method": "Run"}
-        wrong = [{**run_request, "args": args} for args in ({}, "x", None)]
-        wrong += [{**run_request, "method": method} for method in (1, None, [])]
-        wrong += [too_many, without_args, {**without_args, "arg": ["x"]}]
-        wrong += [request(method, "x") for method in (
-            "__proto__", "constructor", "toString", "QueryInterface", "run",
-            "Run\0", "Run ", "",
-        )]  # fmt: skip
-        wrong += [request("Run", *args) for args in (
-            (), ("x", "y"), (1,), (None,), (True,), (["x"],), ({},),
-            ("x\0",), ("\0",), ([[[[[["8 deep"]]]]]],),
-        )]  # fmt: skip
-        wrong += [request("SetSocketPortNum", *args) for args in (
-            (), (1, 2), ("1",), (1.5,), (1e30,), (True,), (None,),
-            (2**31,), (-(2**31) - 1,), (2**63,), (2**64,), (-(2**63) - 1,),
-        )]  # fmt: skip
-        wrong += [request("GetStashedString", "x"), request("Check"),
-                  request("Check", "x")]  # fmt: skip
+        # What else is wrong is tested by the fuzz entry.
+        wrong = [
+            {**request("Run", "x"), "more": 1},
+            {"id": 7, "method": "Run"},
+            request("toString"),
+            request("Run", 1),
+            request("Run", "\0"),
+            request("SetSocketPortNum", 2**31),
+            request("GetStashedString", "x"),
+            request("Check"),
+        ]
         with Host() as host:
             for refused in wrong:
                 host.write(frame(refused))
@@ -152,33 +143,22 @@ class Test(unittest.TestCase):
     def test_frames_that_cannot_be_trusted_end_the_host(self):
         good = b'{"id":7,"method":"Run","args":["x"]}'
         deep = b'{"id":7,"method":"Run","args":' + b"[" * 8 + b"]" * 8 + b"}"
+        # What else cannot be read is tested by the fuzz entry.
         for name, data in (
             ("no bytes", frame(b"")),
             ("one byte too many", struct.pack("=I", (8 << 20) + 1)),
             ("far too many bytes", b"\xff\xff\xff\xff"),
             ("no JSON", frame(b"x")),
             ("half an object", frame(good[:-1])),
-            ("two objects", frame(good + good)),
             ("a NUL after the object", frame(good + b"\0")),
-            ("a NUL in a text", frame(good.replace(b"x", b"\0"))),
             ("a byte order mark", frame(b"\xef\xbb\xbf" + good)),
-            ("UTF-16", frame(good.decode().encode("utf-16-le"))),
             ("a stray byte", frame(good.replace(b"x", b"\xe9"))),
-            ("a raw surrogate", frame(good.replace(b"x", b"\xed\xa0\x80"))),
             ("an escape of its own", frame(good.replace(b"x", b"\\ud80"))),
-            ("a comment", frame(b"/**/" + good)),
-            ("an array", frame(b"[" + good + b"]")),
-            ("a number", frame(b"7")),
             ("nested 9 deep", frame(deep)),
             ("nested as deep as can be", frame(b"[" * (8 << 20))),
             ("the id twice", frame(good.replace(b"{", b'{"id":7,'))),
             ("args twice", frame(good.replace(b"{", b'{"args":[],'))),
             ("no id", frame(good.replace(b'"id"', b'"di"'))),
-            ("id -1", frame(good.replace(b"7", b"-1"))),
-            ("id 2^53", frame(good.replace(b"7", b"9007199254740992"))),
-            ("id 2^64", frame(good.replace(b"7", b"18446744073709551616"))),
-            ("id 7.5", frame(good.replace(b"7", b"7.5"))),
-            ("id in quotes", frame(good.replace(b"7", b'"7"'))),
         ):
             with self.subTest(name), Host() as host:
                 host.write(data)
@@ -302,27 +282,15 @@ class Test(unittest.TestCase):
                     self.assertIs(state["application"], False)
                     self.assertIsNotNone(state["applicationProblem"])
 
-    def test_a_library_that_prints_and_fails(self):
-        odd = os.environ["VALDRIN_ODD_LIBRARY"]
-        with installed(("lib", odd)) as program, Host(program) as host:
-            self.assertEqual(host.ask("Run", "x"), "x")
-            for method, argument, message in (
-                ("SetSocketPortNum", 1, "0x8000ffff"),
-                ("Run", "fail", "0x80004005"),
-                ("Run", "null", "no memory"),
-                ("RunPythonStatements", "x", "0x8007000e"),
-            ):
-                answer = host.ask(method, argument)
-                self.assertEqual(answer["error"], "component", method)
-                self.assertIn(message, answer["message"], method)
-            state = json.loads(host.ask("Check", 1))
-            self.assertEqual(state["applicationProblem"], "The component failed.")
-            self.assertEqual(host.ask("Run", "x"), "x")
-            output, words, status = host.end()
-            self.assertEqual(output, b"")
-            self.assertEqual(words.count(b"noise of a call\n"), 4)
-            self.assertEqual(words.count(b"noise of loading\n"), 1)
-            self.assertEqual(status, 0)
+    def test_what_a_library_prints_is_no_frame(self):
+        failing = os.environ["VALDRIN_FAILING_LIBRARY"]
+        noise = {**os.environ, "VALDRIN_TEST_NOISE": "noise"}
+        with installed(("lib", failing)) as program:
+            with Host(program, env=noise) as host:
+                answer = host.ask("Run", "x")
+                self.assertEqual(answer["error"], "component")
+                self.assertIn("0x8007000e", answer["message"])
+                self.expect_end(host, status=0, words=b"noise\n")
 
     # ---- The state
 

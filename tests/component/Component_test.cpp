@@ -393,23 +393,6 @@ TEST(GenericModule, ItsDestructorFollowsAConstructorThatWorked)
     }
 }
 
-TEST(GenericModule, AClassWithoutAConstructorHasItsInfoUntilTheEnd)
-{
-    ut_StandInManager manager;
-    nsIClassInfo *classInfo = nullptr;
-    nsModuleComponentInfo component = {};
-    component.classInfoGlobal = &classInfo;
-    const nsModuleInfo info = {NS_MODULEINFO_VERSION, "Module", &component,
-                               /*count=*/1,           nullptr,  nullptr};
-    nsIModule *module = nullptr;
-    ASSERT_EQ(UT_OK, NS_NewGenericModule2(&info, &module));
-    void *factory = nullptr;
-    utCall(module, 3, &manager, theClassID, theFactoryID, &factory);
-    EXPECT_NE(nullptr, classInfo);
-    EXPECT_EQ(0U, utCall(module, UT_RELEASE));
-    EXPECT_EQ(nullptr, classInfo);
-}
-
 #ifdef __i386__
 static const auto theStacks = ::testing::Values(0, 4, 8, 12);
 #else

@@ -54,12 +54,6 @@ class Extension(unittest.TestCase):
         platforms = re.findall("<em:targetPlatform>(.*)</", manifest)
         self.assertEqual(["Linux_x86-gcc3", "Linux_x86_64-gcc3"], platforms)
 
-    def test_the_same_files_give_the_same_bytes(self):
-        with open(self.pack("a.xpi", NARROW)[0], "rb") as file:
-            first = file.read()
-        with open(self.pack("b.xpi", NARROW)[0], "rb") as file:
-            self.assertEqual(first, file.read())
-
     def test_libraries_of_other_processors_are_refused(self):
         archive, done = self.pack("a.xpi", OTHER)
         self.assertIn("platform without such browsers", done.stderr)

@@ -1,6 +1,6 @@
-// The environment table beside a plain list of texts, under changes by the
-// toolkit, by the C library and of the array itself. Each line of the input is
-// a byte that chooses the change, and what it is about.
+// The environment table beside a plain map, under changes by the toolkit, by
+// the C library and of the array itself. Each line of the input is a byte that
+// chooses the change, and what it is about.
 
 #include "ut_FuzzCheck.h"
 
@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <list>
-#include <set>
+#include <map>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -19,113 +19,45 @@
 
 #include <unistd.h>
 
+using ut_Variables = std::map<std::string, std::string>;
 using ut_Texts = std::vector<std::string>;
-using ut_Slots = std::vector<char *>;
 
-static ut_Slots
-utSlots()
+// A text without "=" is a name alone.
+static ut_Variables::value_type
+utVariableOf(const std::string &text)
 {
-    ut_Slots slots;
-    for (char **slot = environ; slot && *slot; ++slot)
-        slots.push_back(*slot);
-    return slots;
+    const size_t equals = std::min(text.find('='), text.size());
+    return {
+        text.substr(0, equals), text.substr(std::min(equals + 1, text.size()))};
 }
 
-// Compares as signed numbers, as the table's search does.
-static int
-utOrder(const std::string &name, const std::string &entry)
+static ut_Texts
+utTextsOf(char **slots)
 {
-    const std::string start = name + '=';
-    for (size_t i = 0; i < start.size(); ++i)
-    {
-        const int difference = int8(start[i]) - int8(entry.c_str()[i]);
-        if (difference != 0)
-            return difference;
-    }
-    return 0;
+    ut_Texts texts;
+    for (; slots && *slots; ++slots)
+        texts.push_back(*slots);
+    return texts;
 }
 
-// Index of the entry that the search finds, which is not every entry where
-// names have bytes from 128 on; -1 for none.
-static int
-utFind(const ut_Texts &entries, const std::string &name)
-{
-    if (entries.empty())
-        return -1;
-    size_t low = 0;
-    size_t high = entries.size() - 1;
-    if (utOrder(name, entries[low]) == 0)
-        return int(low);
-    if (utOrder(name, entries[high]) == 0)
-        return int(high);
-    while (high - low > 1)
-    {
-        const size_t middle = (low + high) / 2;
-        const int order = utOrder(name, entries[middle]);
-        if (order == 0)
-            return int(middle);
-        if (order > 0)
-            low = middle;
-        else
-            high = middle;
-    }
-    return -1;
-}
-
-static void
-utSet(ut_Texts &entries, const std::string &name, const std::string &value)
-{
-    const int index = utFind(entries, name);
-    const std::string entry = name + '=' + value;
-    if (index >= 0)
-    {
-        entries[size_t(index)] = entry;
-        return;
-    }
-    entries.push_back(entry);
-    std::sort(entries.begin(), entries.end());
-}
-
-// What other code left in the array, which is sorted once it has changed. The C
-// library may use one block for two entries; it counts once.
-static void
-utAdopt(ut_Texts &entries)
-{
-    const ut_Slots slots = utSlots();
-    entries.clear();
-    for (char *entry : std::set<char *>(slots.begin(), slots.end()))
-    {
-        if (strchr(entry, '='))
-            entries.push_back(entry);
-    }
-    std::sort(entries.begin(), entries.end());
-}
-
-// The array becomes one of the texts in the list, with commas between them.
+// The array becomes one of the texts in the list, with commas between them,
+// except names that are there. The array and the texts must stay.
 static void
 utReplaceArray(
-    const std::string &list, std::list<ut_Texts> &texts, ut_Slots &out)
+    const std::string &list, std::list<ut_Texts> &texts,
+    std::vector<char *> &array)
 {
     std::istringstream in(list);
+    ut_Variables seen;
     texts.emplace_back();
     for (std::string text; std::getline(in, text, ',');)
-        texts.back().push_back(text);
-    out.clear();
+        if (seen.insert(utVariableOf(text)).second)
+            texts.back().push_back(text);
+    array.clear();
     for (std::string &text : texts.back())
-        out.push_back(text.data());
-    out.push_back(nullptr);
-    environ = out.data();
-}
-
-// The search finds the last entry whatever its name is.
-static void
-utRemoveAll()
-{
-    for (ut_Slots slots = utSlots(); !slots.empty(); slots = utSlots())
-    {
-        const std::string entry = slots.back();
-        ValdrinUnsetenv(entry.substr(0, entry.find('=')).c_str());
-    }
+        array.push_back(text.data());
+    array.push_back(nullptr);
+    environ = array.data();
 }
 
 // Makes a buffer of the caller's an entry. It may be freed as soon as it is no
@@ -134,12 +66,13 @@ static void
 utPutBuffer(const std::string &entry)
 {
     static std::list<std::vector<char>> theBuffers;
-    const ut_Slots slots = utSlots();
     theBuffers.remove_if(
-        [&](const std::vector<char> &buffer)
+        [](const std::vector<char> &buffer)
         {
-            return std::find(slots.begin(), slots.end(), buffer.data()) ==
-                   slots.end();
+            char **slot = environ;
+            while (slot && *slot && *slot != buffer.data())
+                ++slot;
+            return !slot || !*slot;
         });
     theBuffers.emplace_back(entry.c_str(), entry.c_str() + entry.size() + 1);
     putenv(theBuffers.back().data());
@@ -152,9 +85,9 @@ utExchangeEntries()
 {
     static char theOther[] = "B0=x";
     char **const table = ValdrinGetenvlist();
-    if (!*table)
+    const size_t size = utTextsOf(table).size();
+    if (size == 0)
         return;
-    const size_t size = utSlots().size();
     char *const entry = std::exchange(table[size / 2], theOther);
     char **const changed = ValdrinGetenvlist();
     *std::find(changed, changed + size, theOther) = entry;
@@ -162,17 +95,19 @@ utExchangeEntries()
 }
 
 static void
-utCheck(const ut_Texts &entries, const std::string &name)
+utCheck(const ut_Variables &variables, const std::string &name)
 {
-    const int index = utFind(entries, name);
+    const auto found = variables.find(name);
     const char *const value = ValdrinGetenv(name.c_str());
-    utRequire((value != nullptr) == (index >= 0));
+    utRequire((value != nullptr) == (found != variables.end()));
     if (value)
-        utRequire(name + '=' + value == entries[size_t(index)]);
-    char **const table = ValdrinGetenvlist();
-    utRequire(table == environ);
-    const ut_Slots slots = utSlots();
-    utRequire(ut_Texts(slots.begin(), slots.end()) == entries);
+        utRequire(value == found->second);
+    ut_Texts texts;
+    for (const auto &variable : variables)
+        texts.push_back(variable.first + '=' + variable.second);
+    std::sort(texts.begin(), texts.end());
+    utRequire(utTextsOf(ValdrinGetenvlist()) == texts);
+    utRequire(ValdrinGetenvlist() == environ);
 }
 
 extern "C" int
@@ -180,40 +115,42 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
 {
     if (size > 1000)
         return 0;
-    utRemoveAll();
-    ut_Texts entries;
+    static const int theClearing = clearenv(); // once
+    utRequire(theClearing == 0);
+    for (const std::string &text : utTextsOf(ValdrinGetenvlist()))
+        ValdrinUnsetenv(utVariableOf(text).first.c_str());
+    ut_Variables variables;
     std::list<ut_Texts> texts; // the array may hold them until the end
-    ut_Slots array;
-    std::istringstream in(std::string(data, data + size));
+    std::vector<char *> array;
+    // What names with bytes from 128 on do is not for a map.
+    std::string input(data, data + size);
+    for (char &byte : input)
+        byte = char(byte & 127);
+    std::istringstream in(input);
     for (std::string line; std::getline(in, line);)
     {
         const unsigned choice = uint8(line[0]) % 16;
         const unsigned change = choice < 11 ? choice : choice - 8;
         const std::string rest = std::string(line, !line.empty()).c_str();
-        const size_t equals = change % 2 ? rest.find('=') : rest.rfind('=');
-        const std::string name = rest.substr(0, equals);
-        const std::string value =
-            equals == rest.npos ? "" : rest.substr(equals + 1);
-        const ut_Slots before = utSlots();
+        const bool isAssignment = rest.find('=') != rest.npos;
+        const auto [name, value] = utVariableOf(rest);
+        const ut_Texts before = utTextsOf(environ);
         switch (change)
         {
         case 0:
         case 1:
             ValdrinSetenv(name.c_str(), value.c_str());
-            utSet(entries, name, value);
+            variables[name] = value;
             break;
         case 2:
             ValdrinPutenv(rest.c_str());
-            if (equals != rest.npos)
-                utSet(
-                    entries, rest.substr(0, rest.find('=')),
-                    rest.substr(rest.find('=') + 1));
+            if (isAssignment)
+                variables[name] = value;
             break;
         case 3:
         case 4:
             ValdrinUnsetenv(name.c_str());
-            if (const int index = utFind(entries, name); index >= 0)
-                entries.erase(entries.begin() + index);
+            variables.erase(name);
             break;
         case 5:
             setenv(name.c_str(), value.c_str(), /*overwrite=*/1);
@@ -225,22 +162,28 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
             utReplaceArray(rest, texts, array);
             break;
         case 8:
-            if (equals != rest.npos)
+            if (isAssignment)
                 utPutBuffer(rest);
             break;
         case 9: // the value of a variable, perhaps its own
             if (const char *const other = ValdrinGetenv(value.c_str()))
             {
-                utSet(entries, name, other);
+                variables[name] = other;
                 ValdrinSetenv(name.c_str(), other);
             }
             break;
         default:
             utExchangeEntries();
         }
-        if (change > 4 && change != 9 && utSlots() != before)
-            utAdopt(entries);
-        utCheck(entries, name);
+        // What other code has left in the array is what there is.
+        if (change > 4 && change != 9 && utTextsOf(environ) != before)
+        {
+            variables.clear();
+            for (const std::string &text : utTextsOf(environ))
+                if (text.find('=') != text.npos)
+                    variables.insert(utVariableOf(text));
+        }
+        utCheck(variables, name);
     }
     return 0;
 }

@@ -17,43 +17,25 @@ static const std::string theError = "ERROR: ";
 
 static std::atomic<const std::string *> theReply; // to the next request
 
-using ut_Send = bool (*)(UT_Connection &, const char *text, UT_WorkBuffer &);
-
-static bool
-utRun(UT_Connection &connection, const char *text, UT_WorkBuffer &reply)
-{
-    return connection.run(text, reply);
-}
-
-static bool
-utExecute(UT_Connection &connection, const char *text, UT_WorkBuffer &)
-{
-    return connection.execute(text);
-}
-
-static bool
-utEvaluate(UT_Connection &connection, const char *text, UT_WorkBuffer &reply)
-{
-    return connection.evaluate(text, reply);
-}
-
-static bool
-utEvaluateAny(UT_Connection &connection, const char *text, UT_WorkBuffer &reply)
-{
-    return connection.evaluate(text, reply, /*check=*/false);
-}
-
 static const struct
 {
-    ut_Send send;
+    bool (*send)(UT_Connection &, const char *text, UT_WorkBuffer &reply);
     const char *tag;
     bool checksReply;
     bool keepsReply;
 } theKinds[] = {
-    {utRun,         "vscript",           false, true },
-    {utExecute,     "python_statements", true,  false},
-    {utEvaluate,    "python_expression", true,  true },
-    {utEvaluateAny, "python_expression", false, true },
+    {[](auto &connection, auto text, auto &reply)
+     { return connection.run(text, reply); },
+     "vscript",           false, true },
+    {[](auto &connection, auto text, auto &)
+     { return connection.execute(text); },
+     "python_statements", true,  false},
+    {[](auto &connection, auto text, auto &reply)
+     { return connection.evaluate(text, reply); },
+     "python_expression", true,  true },
+    {[](auto &connection, auto text, auto &reply)
+     { return connection.evaluate(text, reply, /*check=*/false); },
+     "python_expression", false, true },
 };
 
 static bool

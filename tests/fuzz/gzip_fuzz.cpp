@@ -1,5 +1,5 @@
 #include "ut_FuzzCheck.h"
-#include "ut_ScanModel.h"
+#include "ut_StreamSources.h"
 
 #include <vector>
 

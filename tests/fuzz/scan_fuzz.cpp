@@ -1,5 +1,5 @@
 #include "ut_FuzzCheck.h"
-#include "ut_ScanModel.h"
+#include "ut_StreamSources.h"
 
 #include "UT/UT_IStream.h"
 
@@ -24,10 +24,12 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // As numbers, beside the C library.
     buffer->seekg(0, 0);
     UT_IStream numbers(buffer, UT_ISTREAM_ASCII);
-    ut_ScanModel model{text};
-    for (std::string number; model.number(number); number.clear())
+    UT_IStream words(text.data(), int(text.size()), UT_ISTREAM_ASCII);
+    UT_WorkBuffer number;
+    bool isFloat = false;
+    while (words.getStreamBuf()->getNumber(number, isFloat))
     {
-        const double expected = strtod(number.c_str(), nullptr);
+        const double expected = strtod(number.buffer(), nullptr);
         double value = 0;
         utRequire(numbers.aread(&value, 1) == 1);
         utRequire(memcmp(&value, &expected, sizeof(value)) == 0);

@@ -1,12 +1,10 @@
 // What is true of every command line: two with a blank between them are one
-// with the words of both, quoted words are themselves, and in double quotes a
-// reference becomes what it becomes in any text.
+// with the words of both, and quoted words are themselves.
 
 #include "ut_FuzzCheck.h"
 
 #include "UT/UT_ShellLine.h"
 #include "UT/UT_String.h"
-#include "UT/UT_VariableScan.h"
 #include "UT/UT_WorkArgs.h"
 #include "UT/UT_WorkBuffer.h"
 
@@ -156,22 +154,6 @@ utTryQuoted(const ut_Words &words)
     utRequire(ut_Parsed(dos, true).words == words);
 }
 
-static void
-utTryReferences(std::string text)
-{
-    const auto isSpecial = [](char c) { return strchr("\"\\'", c); };
-    text.erase(std::remove_if(text.begin(), text.end(), isSpecial), text.end());
-    UT_WorkBuffer out;
-    UTExprVariableScan(
-        out, text.c_str(), utLookup, utLookup, nullptr, /*expandVars=*/true,
-        /*expandTilde=*/false, /*ignoreComments=*/true);
-    const ut_Parsed word("\"" + text + "\"", false);
-    if (word.isAccepted)
-        utRequire(word.words == ut_Words({out.buffer()}));
-    else
-        utRequire(text.find_first_of("`{") != text.npos);
-}
-
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -187,6 +169,5 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     words.resize(std::max<size_t>(words.size(), 2));
     for (const bool isDos : {false, true})
         utTryTwo(words[0], words[1], isDos);
-    utTryReferences(words[0]);
     return 0;
 }

@@ -1,14 +1,12 @@
 // What is true of every text: with backslashes it is itself again, and between
-// braces it is the name of a variable. Frame numbers have any width.
+// braces it is the name of a variable.
 
 #include "ut_FuzzCheck.h"
 
-#include "SYS/SYS_Types.h"
 #include "UT/UT_VariableScan.h"
 #include "UT/UT_WorkBuffer.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -73,32 +71,11 @@ utHasPairedBraces(const std::string &text)
     return depth == 0;
 }
 
-static const char *
-utFrame(const char *name, void *value)
-{
-    return strcmp(name, "F") ? nullptr : static_cast<const char *>(value);
-}
-
-static void
-utTryFrame(int width, int number)
-{
-    std::string value = std::to_string(number);
-    const std::string name = "$F" + std::to_string(width);
-    char expected[300];
-    snprintf(expected, sizeof(expected), "%0*d", width, number);
-    UT_WorkBuffer out;
-    UTExprVariableScan(
-        out, name.c_str(), utFrame, nullptr, value.data(), /*expandVars=*/true,
-        /*expandTilde=*/false, /*ignoreComments=*/true);
-    utRequire(strcmp(out.buffer(), expected) == 0);
-}
-
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size == 0)
         return 0;
-    utTryFrame(/*width=*/data[size / 2], int8(data[size - 1]));
     const int flags = data[0];
     const std::string text = std::string(data, data + size).c_str();
     utScan(text, flags);

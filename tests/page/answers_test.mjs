@@ -1,11 +1,10 @@
-// What the background makes of a host's frames, and of the words it says.
+// What the background makes of a host's frames.
 
 import assert from "node:assert/strict";
 import { test } from "node:test";
 
 import { Answers } from "../../extension/answers.mjs";
 import { MAX_REPLY } from "../../extension/decide.mjs";
-import { describeCheck, describeSite } from "../../extension/words.mjs";
 
 test("parts go to the one who waits, until the last", () => {
     const answers = new Answers();
@@ -81,41 +80,4 @@ test("nobody is bothered with the answers of those who have gone", () => {
     assert.equal(answers.size, 2);
     assert.equal(answers.take({ id: gone, part: "x" }).caller, null);
     assert.deepEqual(answers.end(), ["here"]);
-});
-
-test("the state of a site is a sentence", () => {
-    const rows = [
-        { site: { isConnected: false }, text: "Not connected." },
-        { site: { isConnected: true, calls: 0 },
-            text: "Connected; no call is under way." },
-        { site: { isConnected: true, calls: 1, since: 9000 },
-            text: "Connected; 1 call under way for 1 second." },
-        { site: { isConnected: true, calls: 2, since: 10001 },
-            text: "Connected; 2 calls under way for 0 seconds." },
-    ];
-    for (const { site, text } of rows)
-        assert.equal(describeSite(site, 10000), text);
-});
-
-test("a test of the connection names what is missing", () => {
-    const complete = {
-        bridge: "1.2", library: "/lib/x.so", libraryProblem: null,
-        port: 32153, application: true, applicationProblem: null,
-    };
-    const rows = [
-        { found: complete, marks: [true, true, true], last: /listens on/ },
-        { found: { ...complete, application: false },
-            marks: [true, true, false], last: /^No application listens/ },
-        { found: { ...complete, library: null, libraryProblem: "lost" },
-            marks: [true, false], last: /cannot be used: lost/ },
-    ];
-    for (const { found, marks, last } of rows) {
-        const lines = describeCheck({ text: JSON.stringify(found) }, 32153);
-        assert.deepEqual(lines.map((line) => line.isGood), marks);
-        assert.match(lines.at(-1).text, last);
-    }
-    const [line, ...more] =
-        describeCheck({ error: { code: "host", message: "gone" } }, 32153);
-    assert.equal(more.length, 0);
-    assert.match(line.text, /host program .* does not answer.*gone/);
 });

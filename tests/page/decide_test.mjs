@@ -4,7 +4,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 
 import {
-    MAX_CALLS, MAX_TEXT, callerOf, decide, firstPort, hostKeyOf, originOf, patternOf,
+    MAX_CALLS, MAX_TEXT, callerOf, decide, hostKeyOf, originOf, patternOf,
     portsOf, siteOf, sitesOf,
 } from "../../extension/decide.mjs";
 
@@ -78,11 +78,6 @@ test("ports are a list of numbers from 1 to 65535", () => {
         { given: "-1", expected: null },
         { given: "0x7d99", expected: null },
     ], portsOf);
-});
-
-test("a host uses another port where its default is not listed", () => {
-    assert.equal(firstPort([1, 32153]), null);
-    assert.equal(firstPort([32154, 40000]), 32154);
 });
 
 test("what was stored by somebody else allows nobody", () => {
@@ -188,13 +183,6 @@ test("a text has 1,048,576 units at most", () => {
         const args = ["y".repeat(units)];
         assert.equal(codeOf({ id: 1, method: "Run", args }), code, `${units}`);
     }
-});
-
-test("half a surrogate pair becomes a replacement character", () => {
-    const args = ["\ud83d\ude00 \ud83d x \ude00"];
-    const decision =
-        decide(SITES, SENDER, { id: 1, method: "Run", args }, 0);
-    assert.deepEqual(decision.args, ["\ud83d\ude00 \ufffd x \ufffd"]);
 });
 
 test("sites that are not listed are refused before all else", () => {

@@ -8,10 +8,19 @@ import threading
 import time
 import unittest
 
-from connection_test import DEADLINE, random_text
+from connection_test import DEADLINE
 from support import BIN, envelope, run
 
 import valdrin
+
+
+def random_text(rng):
+    """A text whose pieces meet the corner cases of the envelope."""
+    pieces = [
+        "]]>", "]]", "]", ">", "<![CDATA[", "<", "&amp;", "&", "'", '"', "\n",
+        "\t", "é", "€", "\U0001f600", "\x7f", "\x80", "abc", " ", "\\",
+    ]  # fmt: skip
+    return "".join(rng.choices(pieces, k=rng.randrange(30)))
 
 
 def send(port, data):
@@ -35,9 +44,13 @@ class Hanging:
 
     def __init__(self, connection):
         self.namespace = {"began": threading.Event(), "go": threading.Event()}
-        self._thread = threading.Thread(
-            target=lambda: connection.execute("began.set(); go.wait()")
-        )
+
+        def hang():
+            # A port that is closed meanwhile hangs up without an answer.
+            with contextlib.suppress(valdrin.Error):
+                connection.execute("began.set(); go.wait()")
+
+        self._thread = threading.Thread(target=hang)
 
     def __enter__(self):
         self._thread.start()
@@ -235,23 +248,12 @@ class Test(unittest.TestCase):
     def test_close_does_not_wait_forever(self):
         namespace = {}
         port = valdrin.CommandPort(namespace, 0)
-        connection = valdrin.Connection(port.port, timeout=DEADLINE)
-        go = namespace["go"] = threading.Event()
-        began = namespace["began"] = threading.Event()
-
-        def hang():
-            # The port hangs up without an answer.
-            with contextlib.suppress(valdrin.Error):
-                connection.execute("began.set(); go.wait()")
-
-        thread = threading.Thread(target=hang)
-        thread.start()
-        began.wait(DEADLINE)
-        start = time.monotonic()
-        self.assertFalse(port.close(grace=0.1))
-        self.assertLess(time.monotonic() - start, DEADLINE)
-        go.set()
-        thread.join()
+        hanging = Hanging(valdrin.Connection(port.port, timeout=DEADLINE))
+        namespace.update(hanging.namespace)
+        with hanging:
+            start = time.monotonic()
+            self.assertFalse(port.close(grace=0.1))
+            self.assertLess(time.monotonic() - start, DEADLINE)
 
     def test_ports_that_no_client_reaches_are_refused(self):
         for port in (-1, 1, 9999, 65535, 100000):

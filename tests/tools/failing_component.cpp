@@ -1,16 +1,8 @@
-#include "UT/UT_MachineInfo.h"
-
-// A machine that reports nothing.
-void
-UTdescribeMachine(UT_MachineInfo &info)
-{
-    info = UT_MachineInfo();
-    info.system = "Linux";
-    info.operatingSystem = "linux";
-}
-
 #ifdef WITH_ENTRY_POINT
 #include "component/nsXPCOM.h"
+
+#include <cstdio>
+#include <cstdlib>
 
 #ifdef WITHOUT_PLATFORM
 // What a browser has and a plain program has not.
@@ -26,6 +18,11 @@ utPlatformFunction()
 extern "C" __attribute__((visibility("default"))) nsresult
 NSGetModule(nsIComponentManager *, nsIFile *, nsIModule **)
 {
+    if (const char *const noise = getenv("VALDRIN_TEST_NOISE"))
+    {
+        puts(noise);
+        fflush(stdout);
+    }
     return utPlatformFunction();
 }
 #endif

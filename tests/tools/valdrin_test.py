@@ -9,7 +9,7 @@ import tempfile
 import tty
 import unittest
 
-from support import BIN, STANDIN, Application, bound, envelope, run
+from support import BIN, Application, bound, envelope, run
 
 VALDRIN = os.path.join(BIN, "valdrin")
 LIBRARY = os.environ["VALDRIN_LIBRARY"]
@@ -174,13 +174,6 @@ class Test(unittest.TestCase):
             tty.setcbreak(slave)
             self.converse([reply + b"\0"], "run", "x", stdout=slave)
             self.assertEqual(os.read(master, 100), shown)
-
-    def test_input_from_a_terminal_is_announced(self):
-        master, slave = pty.openpty()
-        os.write(master, b"6 * 7\n\x04")
-        sent = self.converse([b"42\0"], "eval", stdin=slave, output=b"42",
-                             error=b"reading the expression from the terminal")
-        self.assertEqual(sent, [envelope(b"python_expression", b"6 * 7\n")])
 
     def test_completion_offers_what_the_help_lists(self):
         source = os.environ["VALDRIN_SOURCE"]
@@ -372,32 +365,12 @@ class Test(unittest.TestCase):
         self.assertIn("System        Linux (little endian), linux_intel\n", text)
         self.assertIn(", 1 to use\n", text)
 
-    def test_info_admits_what_it_does_not_know(self):
-        silent = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")[0]
-        text = run(VALDRIN, "info", "-l", silent).stdout.decode()
-        for name in ("Load", "Memory", "Swap"):
-            self.assertRegex(text, rf"(?m)^{name} +unknown$")
-        info = json.loads(run(VALDRIN, "info", "-l", silent, "--json").stdout)
-        self.assertIsNone(info["processors"]["busy"])
-        self.assertIsNone(info["memory"])
-        self.assertIsNone(info["swap"])
-
     def test_page_of_settings_is_up_to_date(self):
         source = os.environ["VALDRIN_SOURCE"]
         with open(f"{source}/docs/settings.md", "rb") as page:
             committed = page.read()
         environment = {"VALDRIN_VIEW_GAMMA": "9", "HOME": "/a"}
         self.expect("env", "--page", output=committed, env=environment)
-
-    def test_demo_ends_at_a_wrong_answer(self):
-        demo = os.path.join(os.environ["VALDRIN_SOURCE"], "scripts", "demo")
-        with tempfile.TemporaryDirectory() as build:
-            os.mkdir(f"{build}/bin")
-            os.symlink(STANDIN, f"{build}/bin/valdrin-standin")
-            os.symlink("/bin/echo", f"{build}/bin/valdrin")
-            result = run(demo, build)
-        self.assertEqual(result.returncode, 1)
-        self.assertIn(b"been: Hello from the page\n", result.stderr)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,234 @@
+// A source that hands its bytes out in blocks of any sizes, and whether a
+// source scans as the same bytes in memory do.
+
+#pragma once
+
+#include "UT/UT_IStreamBuf.h"
+#include "UT/UT_WorkBuffer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <zlib.h>
+
+// Blocks of 1 to `most` bytes; fails with EIO instead of going past `failAt`.
+class ut_ChunkStreamBuf : public UT_IStreamBuf
+{
+public:
+    explicit ut_ChunkStreamBuf(
+        std::string text, unsigned most = 3, size_t failAt = std::string::npos)
+        : myText(std::move(text)), myMost(most), myFailAt(failAt)
+    {
+    }
+
+    int read(char *buf, int n) override
+    {
+        const size_t from = myAt;
+        const int count = advance(size_t(n));
+        myText.copy(buf, size_t(count), from);
+        return count;
+    }
+    int streamPeek() override
+    {
+        return myAt < myText.size() ? int8(myText[myAt]) : -1;
+    }
+    const char *loadBuffer(int &start, int &end) override
+    {
+        // A multiplicative hash: the same sizes in each run.
+        ++myBlocks;
+        const unsigned size = 1 + myBlocks * 2654435761u % myMost;
+        const char *const block = myText.data() + myAt;
+        start = 0;
+        end = advance(size);
+        return end > 0 ? block : nullptr;
+    }
+    int64 tellPos() const override { return int64(myAt); }
+    bool seekPos(int64 offset, int) override
+    {
+        myAt = size_t(offset);
+        return myAt <= myText.size();
+    }
+    bool endOfBuffer() const override { return myAt == myText.size(); }
+
+private:
+    // Steps over up to `n` bytes and returns how many there were.
+    int advance(size_t n)
+    {
+        const size_t end = std::min(myText.size(), myFailAt);
+        const size_t count = std::min(n, end - myAt);
+        myAt += count;
+        errno = EIO;
+        if (count == 0 && myAt == myFailAt)
+            setError(nullptr);
+        return int(count);
+    }
+
+    std::string myText;
+    unsigned myMost;
+    size_t myFailAt;
+    size_t myAt = 0;
+    unsigned myBlocks = 0;
+};
+
+// `text` as a zlib stream.
+inline std::string
+utDeflated(const std::string &text)
+{
+    uLongf size = compressBound(uLong(text.size()));
+    std::string out(size, '\0');
+    compress(
+        reinterpret_cast<Bytef *>(out.data()), &size,
+        reinterpret_cast<const Bytef *>(text.data()), uLong(text.size()));
+    return out.substr(0, size);
+}
+
+inline std::string
+utTextOf(const UT_WorkBuffer &buffer)
+{
+    return std::string(buffer.buffer(), size_t(buffer.length()));
+}
+
+// What a scanner returned and took, and where it left the buffer.
+struct ut_Scan
+{
+    int result;
+    std::string text;
+    bool isFloat;
+    int64 place;
+};
+
+using ut_Scanner =
+    int(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &isFloat);
+
+inline int
+utGetLine(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
+{
+    return buffer.getLine(out);
+}
+
+inline int
+utGetTo128(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
+{
+    return buffer.getLine(out, '\x80');
+}
+
+inline int
+utSkipLine(UT_IStreamBuf &buffer, UT_WorkBuffer &, bool &)
+{
+    return buffer.skipLine();
+}
+
+inline int
+utSkipSpace(UT_IStreamBuf &buffer, UT_WorkBuffer &, bool &)
+{
+    return buffer.skipLeadingWhitespace();
+}
+
+inline int
+utGetWord(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
+{
+    return buffer.getWord(out);
+}
+
+inline int
+utGetNumber(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &isFloat)
+{
+    return buffer.getNumber(out, isFloat);
+}
+
+inline int
+utGetString(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
+{
+    return buffer.getString(out);
+}
+
+// A byte, seen before it is taken.
+inline int
+utPeekAndGet(UT_IStreamBuf &buffer, UT_WorkBuffer &, bool &)
+{
+    const int seen = buffer.peekc();
+    return 1000 * seen + buffer.getc();
+}
+
+// Up to 40 bytes.
+inline int
+utReadBytes(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
+{
+    const int64 start = buffer.tellg();
+    char bytes[40];
+    const int found = buffer.bread(bytes, 40);
+    out.append(bytes, found);
+    // Finding less may be an error, which only a seek takes back.
+    if (buffer.hasError())
+        buffer.seekg(start + found, 0);
+    return found;
+}
+
+static constexpr ut_Scanner *theScanners[] = {
+    utGetLine,   utGetTo128,  utSkipLine,   utSkipSpace, utGetWord,
+    utGetNumber, utGetString, utPeekAndGet, utReadBytes,
+};
+
+inline ut_Scan
+utScan(UT_IStreamBuf &buffer, ut_Scanner *scanner, bool isLocked)
+{
+    ut_Scan scan = {};
+    UT_WorkBuffer out;
+    out.append("old");
+    if (isLocked)
+        out.lock(0, 0);
+    scan.result = scanner(buffer, out, scan.isFloat);
+    scan.text = utTextOf(out);
+    scan.place = buffer.tellg();
+    return scan;
+}
+
+// What differs, or nothing.
+inline std::string
+utDifference(const ut_Scan &expected, const ut_Scan &actual)
+{
+    if (actual.result != expected.result)
+        return "the result is " + std::to_string(actual.result);
+    if (actual.place != expected.place)
+        return "the place is " + std::to_string(actual.place);
+    if (actual.text != expected.text)
+        return "the text is " + actual.text;
+    return actual.isFloat == expected.isFloat ? "" : "another kind of number";
+}
+
+// Has `buffer`, which is at the front of `text`, scanned as `next` chooses, and
+// returns what was not as from memory: nothing.
+inline std::string
+utScanMismatch(
+    UT_IStreamBuf &buffer, const std::string &text,
+    const std::function<unsigned()> &next)
+{
+    const std::unique_ptr<UT_IStreamBuf, void (*)(UT_IStreamBuf *)> memory(
+        UT_IStreamBuf::memoryBuf(text.data(), int(text.size())),
+        [](UT_IStreamBuf *released) { released->release(); });
+    for (int64 place = 0; place < int64(text.size()); place = memory->tellg())
+    {
+        const unsigned choice = next() % 256;
+        const bool isLocked = choice >= 240;
+        const unsigned number = choice % std::size(theScanners);
+        const std::string difference = utDifference(
+            utScan(*memory, theScanners[number], isLocked),
+            utScan(buffer, theScanners[number], isLocked));
+        if (!difference.empty())
+            return "scanner " + std::to_string(number) + " at " +
+                   std::to_string(place) + ": " + difference;
+    }
+    // All is read; what can seek back shows it whole.
+    UT_WorkBuffer all;
+    if (!buffer.seekg(0, 0))
+        return "seekg to the front";
+    if (!buffer.getAll(all))
+        return "getAll";
+    return utTextOf(all) == text ? "" : "the text of getAll";
+}
