@@ -25,15 +25,17 @@ enum : unsigned char
 {
     UT_SCAN_ALWAYS = 1,
     UT_SCAN_COMMENTS = 2, // where comments count
-    UT_SCAN_BRACES = 4    // between the braces of a reference
+    UT_SCAN_BRACES = 4,   // between the braces of a reference
+    UT_SCAN_EXPRESSIONS = 8
 };
 
 static constexpr struct ut_ScanTable
 {
     constexpr ut_ScanTable() : kinds()
     {
-        for (const char c : {'\0', '\\', '$', '~', '`', '\''})
+        for (const char c : {'\0', '\\', '$', '~', '\''})
             kinds[uint8(c)] = UT_SCAN_ALWAYS;
+        kinds[uint8('`')] = UT_SCAN_EXPRESSIONS;
         kinds[uint8('/')] = UT_SCAN_COMMENTS;
         kinds[uint8('{')] = kinds[uint8('}')] = UT_SCAN_BRACES;
     }
@@ -43,23 +45,24 @@ static constexpr struct ut_ScanTable
 
 #ifdef __SSE2__
 // Skips bytes that are simply copied, sixteen at a time; those from `start` to
-// `text` are. Returns the first that is not, or `end`, or what lies less than
-// sixteen bytes after `start` when `end` does, too.
+// `text` are. Returns the first that is not, or `end`, or `text` when that is
+// less than sixteen bytes before it.
 //
 // A bit that two bytes differ in does not count, so that one comparison finds
 // both; the table separates the others that it finds from them.
 static const char *
-utSkipOrdinary(
-    const char *start, const char *text, const char *end, unsigned special)
+utSkipOrdinary(const char *text, const char *end, unsigned special)
 {
+    const char *const start = text;
     const auto bits = [](__m128i block, char ignoredBits, char byte)
     {
         return _mm_cmpeq_epi8(
             _mm_or_si128(block, _mm_set1_epi8(ignoredBits)),
             _mm_set1_epi8(byte));
     };
-    const char slash = special & UT_SCAN_COMMENTS ? '/' : '`';
-    const char brace = special & UT_SCAN_BRACES ? '\x7f' : '`';
+    const char backquote = special & UT_SCAN_EXPRESSIONS ? '`' : '~';
+    const char slash = special & UT_SCAN_COMMENTS ? '/' : '~';
+    const char brace = special & UT_SCAN_BRACES ? '\x7f' : '~';
     const char braceBits = special & UT_SCAN_BRACES ? 6 : 0;
     const auto findIn = [&](const char *first) -> const char *
     {
@@ -70,7 +73,7 @@ utSkipOrdinary(
                 _mm_or_si128(
                     bits(block, 0x22, '~'), // and a backslash
                     bits(block, 3, '\'')),  // and a dollar sign
-                bits(block, 0, '`')),
+                bits(block, 0, backquote)),
             _mm_or_si128(bits(block, 0, slash), bits(block, braceBits, brace)));
         for (int left = _mm_movemask_epi8(found); left; left &= left - 1)
         {
@@ -90,72 +93,9 @@ utSkipOrdinary(
     return found ? found : end;
 }
 
-// For each set of what is special, the bytes in it by their low halves, which
-// all differ. NUL is left out, and stands where there is none.
-static constexpr struct ut_HalfTables
-{
-    constexpr ut_HalfTables() : bytes()
-    {
-        for (int byte = 1; byte < 128; ++byte)
-            for (unsigned set = 0; set < 8; ++set)
-                if (theScanTable.kinds[byte] & set)
-                {
-                    areDistinct = areDistinct && !bytes[set][byte % 16];
-                    bytes[set][byte % 16] = char(byte);
-                }
-    }
-
-    char bytes[8][16];
-    bool areDistinct = true;
-} theHalfTables;
-static_assert(theHalfTables.areDistinct);
-
-// Does what utSkipOrdinary() does, with the vectors of AVX2. Returns what lies
-// less than thirty-two bytes before `end` if all up to there are simply copied.
-[[gnu::target("avx2")]] static const char *
-utSkipOrdinaryWide(const char *text, const char *end, unsigned special)
-{
-    __m128i bytes;
-    memcpy(&bytes, theHalfTables.bytes[special], sizeof(bytes));
-    const __m256i wanted = _mm256_broadcastsi128_si256(bytes);
-    __m256i block;
-    for (; end - text >= 64; text += 64)
-    {
-        memcpy(&block, text, sizeof(block));
-        const __m256i low =
-            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block);
-        memcpy(&block, text + 32, sizeof(block));
-        const __m256i high =
-            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block);
-        if (_mm256_movemask_epi8(_mm256_or_si256(low, high)))
-            break;
-    }
-    for (; end - text >= 32; text += 32)
-    {
-        memcpy(&block, text, sizeof(block));
-        const int found = _mm256_movemask_epi8(
-            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block));
-        if (found)
-            return text + __builtin_ctz(unsigned(found));
-    }
-    return text;
-}
-
-static const char *
-utSkipOrdinaryLong(const char *start, const char *end, unsigned special)
-{
-    const char *text = start;
-    if (end - text >= 32 && __builtin_cpu_supports("avx2"))
-    {
-        text = utSkipOrdinaryWide(text, end, special);
-        if (end - text >= 32)
-            return text;
-    }
-    return utSkipOrdinary(start, text, end, special);
-}
 #else
 static const char *
-utSkipOrdinaryLong(const char *text, const char *, unsigned)
+utSkipOrdinary(const char *text, const char *, unsigned)
 {
     return text;
 }
@@ -168,18 +108,29 @@ utLookAhead(const char *text)
     return text + strnlen(text, 4096);
 }
 
+static unsigned
+utSpecialOutsideBraces(bool hasExpressions, bool ignoreComments)
+{
+    return UT_SCAN_ALWAYS | (hasExpressions ? UT_SCAN_EXPRESSIONS : 0) |
+           (ignoreComments ? 0 : UT_SCAN_COMMENTS);
+}
+
+static bool
+utIsSpecial(char c, unsigned special)
+{
+    return (theScanTable.kinds[uint8(c)] & special) != 0;
+}
+
 // The first byte that is not simply copied. There is no NUL before `wholeEnd`,
 // which moves as more of the text is looked at.
 static const char *
 utEndOfOrdinary(const char *text, const char *&wholeEnd, unsigned special)
 {
-    const auto isSpecial = [special](char c)
-    { return (theScanTable.kinds[uint8(c)] & special) != 0; };
     // Near the end of what is known most runs are short.
     int few = wholeEnd - text < 16 ? 16 : 0;
     while (few > 0)
     {
-        if (isSpecial(*text))
+        if (utIsSpecial(*text, special))
             return text;
         ++text;
         --few;
@@ -188,13 +139,190 @@ utEndOfOrdinary(const char *text, const char *&wholeEnd, unsigned special)
     {
         if (wholeEnd - text < 16)
             wholeEnd = utLookAhead(text);
-        text = utSkipOrdinaryLong(text, wholeEnd, special);
+        text = utSkipOrdinary(text, wholeEnd, special);
         if (wholeEnd - text >= 16 || *wholeEnd == '\0')
             break;
     }
-    while (!isSpecial(*text))
+    while (!utIsSpecial(*text, special))
         ++text;
     return text;
+}
+
+// These look for the end of the text on the way, and read bytes after it: no
+// more than lie on the same page, but checkers of memory would object.
+#if defined(__SSE2__) && !defined(VALDRIN_SANITIZED)
+#define UT_VECTORS [[gnu::target("avx2")]]
+#define UT_VECTORS_INLINE [[gnu::target("avx2"), gnu::always_inline]] inline
+
+// For each set of what is special, the bytes in it by their low halves, which
+// all differ, except that the backquote, which is left out, has that of NUL.
+static constexpr struct ut_HalfTables
+{
+    constexpr ut_HalfTables() : bytes()
+    {
+        for (int byte = 1; byte < 128; ++byte)
+            for (unsigned set = 0; set < 8; ++set)
+                if (theScanTable.kinds[byte] & set)
+                {
+                    areDistinct =
+                        areDistinct && !bytes[set][byte % 16] && byte % 16 != 0;
+                    bytes[set][byte % 16] = char(byte);
+                }
+    }
+
+    char bytes[8][16];
+    bool areDistinct = true;
+} theHalfTables;
+static_assert(theHalfTables.areDistinct);
+
+UT_VECTORS_INLINE static __m256i
+utLoad(const char *text)
+{
+    __m256i block;
+    memcpy(&block, text, sizeof(block));
+    return block;
+}
+
+// All bits are set where a byte is special.
+template <bool hasExpressions>
+UT_VECTORS_INLINE static __m256i
+utFindSpecial(__m256i block, __m256i bytesByHalves)
+{
+    const __m256i found =
+        _mm256_cmpeq_epi8(_mm256_shuffle_epi8(bytesByHalves, block), block);
+    if (!hasExpressions)
+        return found;
+    return _mm256_or_si256(
+        found, _mm256_cmpeq_epi8(block, _mm256_set1_epi8('`')));
+}
+
+// Skips bytes that are simply copied, and copies them to `out` unless that is
+// null. Returns the first that is not, or, if that is farther, one for which
+// `out`, up to `outEnd`, has less room than two blocks.
+template <bool copies, bool hasExpressions>
+UT_VECTORS static const char *
+utSkipBlocks(const char *text, unsigned special, char *out, const char *outEnd)
+{
+    constexpr int theBlock = 32;
+    constexpr int thePage = 4096;
+    __m128i bytes;
+    memcpy(
+        &bytes, theHalfTables.bytes[special % UT_SCAN_EXPRESSIONS],
+        sizeof(bytes));
+    const __m256i byHalves = _mm256_broadcastsi128_si256(bytes);
+    if (copies && outEnd - out < 2 * theBlock)
+        return text;
+
+    // A block that crosses no page can be read, wherever the text ends in it.
+    if (uintptr_t(text) % thePage > thePage - theBlock)
+        for (; uintptr_t(text) % theBlock; ++text)
+        {
+            if (utIsSpecial(*text, special))
+                return text;
+            if (copies)
+                *out++ = *text;
+        }
+    if (copies)
+        outEnd -= 2 * theBlock;
+    do
+    {
+        const __m256i block = utLoad(text);
+        if (copies)
+            memcpy(out, &block, theBlock);
+        const int found = _mm256_movemask_epi8(
+            utFindSpecial<hasExpressions>(block, byHalves));
+        if (found)
+            return text + __builtin_ctz(unsigned(found));
+        const size_t step = theBlock - uintptr_t(text) % theBlock;
+        text += step;
+        out += copies ? step : 0;
+    } while (uintptr_t(text) % (2 * theBlock) && (!copies || out <= outEnd));
+
+    while (!copies || out <= outEnd)
+    {
+        const __m256i low = utLoad(text);
+        const __m256i high = utLoad(text + theBlock);
+        if (copies)
+        {
+            memcpy(out, &low, theBlock);
+            memcpy(out + theBlock, &high, theBlock);
+            out += 2 * theBlock;
+        }
+        const __m256i inLow = utFindSpecial<hasExpressions>(low, byHalves);
+        const __m256i inHigh = utFindSpecial<hasExpressions>(high, byHalves);
+        if (_mm256_movemask_epi8(_mm256_or_si256(inLow, inHigh)))
+        {
+            const unsigned found = unsigned(_mm256_movemask_epi8(inLow));
+            if (found)
+                return text + __builtin_ctz(found);
+            return text + theBlock +
+                   __builtin_ctz(unsigned(_mm256_movemask_epi8(inHigh)));
+        }
+        text += 2 * theBlock;
+    }
+    return text;
+}
+
+template <bool copies>
+static const char *
+utSkipBlocks(const char *text, unsigned special, char *out, const char *outEnd)
+{
+    if (special & UT_SCAN_EXPRESSIONS)
+        return utSkipBlocks<copies, true>(text, special, out, outEnd);
+    return utSkipBlocks<copies, false>(text, special, out, outEnd);
+}
+
+#undef UT_VECTORS
+#undef UT_VECTORS_INLINE
+
+static bool
+utHasBlocks()
+{
+    return __builtin_cpu_supports("avx2");
+}
+#else
+template <bool copies>
+static const char *
+utSkipBlocks(const char *text, unsigned, char *, const char *)
+{
+    return text;
+}
+
+static bool
+utHasBlocks()
+{
+    return false;
+}
+#endif
+
+// Appends the bytes that are simply copied, and returns the first that is not.
+static const char *
+utCopyOrdinary(
+    UT_WorkBuffer &out, const char *text, const char *&wholeEnd,
+    unsigned special)
+{
+    const char *end;
+    if (utHasBlocks())
+    {
+        const int length = out.length();
+        const int room = out.capacity() - 1 - length; // but for the NUL
+        if (!out.isLocked() && room > 0)
+        {
+            char *const start = &out[length];
+            end = utSkipBlocks</*copies=*/true>(
+                text, special, start, start + room);
+            out.write(length + int(end - text), '\0');
+            text = end;
+            if (utIsSpecial(*text, special))
+                return text;
+        }
+        end = utSkipBlocks</*copies=*/false>(text, special, nullptr, nullptr);
+    }
+    else
+        end = utEndOfOrdinary(text, wholeEnd, special);
+    if (end != text)
+        out.append(text, int(end - text));
+    return end;
 }
 
 // Characters that a name between percent signs cannot have. Parentheses are not
@@ -408,10 +536,11 @@ class ut_VariableScanner
 {
 public:
     ut_VariableScanner(
-        UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups,
-        bool expandVars, bool expandTilde, bool ignoreComments)
-        : myOut(out), myNext(text), myLookups(lookups),
-          myWholeEnd(utLookAhead(text)), myExpandVars(expandVars),
+        UT_WorkBuffer &out, const char *next, char previous,
+        const ut_Lookups &lookups, bool expandVars, bool expandTilde,
+        bool ignoreComments)
+        : myOut(out), myNext(next), myPrevious(previous), myLookups(lookups),
+          myWholeEnd(myNext), myExpandVars(expandVars),
           myExpandTilde(expandTilde), myIgnoreComments(ignoreComments)
     {
     }
@@ -450,9 +579,8 @@ private:
     void replaceExpression();
 
     UT_WorkBuffer &myOut;
-    const char *myNext;     // what is not scanned yet
-    char myPrevious = '\0'; // before it; NUL at the start and after what was
-                            // replaced
+    const char *myNext; // what is not scanned yet
+    char myPrevious; // before it; NUL at the start and after what was replaced
     int myCount = 0;
     unsigned myDepth = 0; // open braces since the outermost open name
     UT_RefArray<ut_OpenName> myOpenNames; // the innermost last
@@ -490,8 +618,6 @@ ut_VariableScanner::scan()
             copyComment();
             continue;
         case '`':
-            if (!myLookups.expression || isInBraces())
-                break;
             replaceExpression();
             continue;
         case '~':
@@ -574,14 +700,15 @@ ut_VariableScanner::copy(const char *end)
 void
 ut_VariableScanner::copyOrdinary()
 {
-    const bool inBraces = isInBraces();
-    const unsigned special = inBraces ? UT_SCAN_ALWAYS | UT_SCAN_BRACES
-                             : myIgnoreComments
-                                 ? UT_SCAN_ALWAYS
-                                 : UT_SCAN_ALWAYS | UT_SCAN_COMMENTS;
-    const char *const end = utEndOfOrdinary(myNext, myWholeEnd, special);
+    const unsigned special =
+        isInBraces()
+            ? UT_SCAN_ALWAYS | UT_SCAN_BRACES
+            : utSpecialOutsideBraces(myLookups.expression, myIgnoreComments);
+    const char *const end =
+        utCopyOrdinary(output(), myNext, myWholeEnd, special);
     if (end != myNext)
-        copy(end);
+        myPrevious = end[-1];
+    myNext = end;
 }
 
 void
@@ -758,10 +885,18 @@ UTExprVariableScan(
     out.clear();
     if (!text)
         return 0;
+    // Most texts have nothing to replace.
+    const char *wholeEnd = text;
+    const char *const next = utCopyOrdinary(
+        out, text, wholeEnd,
+        utSpecialOutsideBraces(exprLookup, ignoreComments));
+    if (!*next)
+        return 0;
+    const char previous = next == text ? '\0' : next[-1];
     const ut_Lookups lookups = {
         varLookup ? varLookup : wrapValdrinGetenv, exprLookup, data};
     ut_VariableScanner scanner(
-        out, text, lookups, expandVars, expandTilde, ignoreComments);
+        out, next, previous, lookups, expandVars, expandTilde, ignoreComments);
     scanner.scan();
     return scanner.count();
 }
@@ -781,7 +916,11 @@ bool
 utHasNothingToReplace(const char *text)
 {
     const char *wholeEnd = text;
-    return *utEndOfOrdinary(text, wholeEnd, UT_SCAN_ALWAYS) == '\0';
+    const char *const end =
+        utHasBlocks() ? utSkipBlocks</*copies=*/false>(
+                            text, UT_SCAN_ALWAYS, nullptr, nullptr)
+                      : utEndOfOrdinary(text, wholeEnd, UT_SCAN_ALWAYS);
+    return *end == '\0';
 }
 
 const char *
@@ -795,7 +934,8 @@ utReplaceVariable(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
 {
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/true, /*expandTilde=*/false,
+               out, text, /*previous=*/'\0', lookups, /*expandVars=*/true,
+               /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanReference();
 }
@@ -805,7 +945,8 @@ utReplacePercent(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
 {
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/true, /*expandTilde=*/false,
+               out, text, /*previous=*/'\0', lookups, /*expandVars=*/true,
+               /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanPercent();
 }
@@ -817,7 +958,8 @@ utReplaceExpression(
     if (!*utEndOfExpression(text + 1))
         return nullptr;
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/false, /*expandTilde=*/false,
+               out, text, /*previous=*/'\0', lookups, /*expandVars=*/false,
+               /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanReference();
 }
@@ -827,7 +969,7 @@ utReplaceHome(UT_WorkBuffer &out, const char *text)
 {
     static constexpr ut_Lookups theNoLookups = {nullptr, nullptr, nullptr};
     return ut_VariableScanner(
-               out, text, theNoLookups, /*expandVars=*/false,
+               out, text, /*previous=*/'\0', theNoLookups, /*expandVars=*/false,
                /*expandTilde=*/true, /*ignoreComments=*/true)
         .scanReference();
 }
