@@ -4,6 +4,7 @@
 #include "UT_CharImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
+#include "UT_EnvImpl.h"
 #include "UT_RefArray.h"
 #include "UT_String.h"
 #include "UT_VariableScanImpl.h"
@@ -25,17 +26,15 @@ enum : unsigned char
 {
     UT_SCAN_ALWAYS = 1,
     UT_SCAN_COMMENTS = 2, // where comments count
-    UT_SCAN_BRACES = 4,   // between the braces of a reference
-    UT_SCAN_EXPRESSIONS = 8
+    UT_SCAN_BRACES = 4    // between the braces of a reference
 };
 
 static constexpr struct ut_ScanTable
 {
     constexpr ut_ScanTable() : kinds()
     {
-        for (const char c : {'\0', '\\', '$', '~', '\''})
+        for (const char c : {'\0', '\\', '$', '~', '`', '\''})
             kinds[uint8(c)] = UT_SCAN_ALWAYS;
-        kinds[uint8('`')] = UT_SCAN_EXPRESSIONS;
         kinds[uint8('/')] = UT_SCAN_COMMENTS;
         kinds[uint8('{')] = kinds[uint8('}')] = UT_SCAN_BRACES;
     }
@@ -60,9 +59,8 @@ utSkipOrdinary(const char *text, const char *end, unsigned special)
             _mm_or_si128(block, _mm_set1_epi8(ignoredBits)),
             _mm_set1_epi8(byte));
     };
-    const char backquote = special & UT_SCAN_EXPRESSIONS ? '`' : '~';
-    const char slash = special & UT_SCAN_COMMENTS ? '/' : '~';
-    const char brace = special & UT_SCAN_BRACES ? '\x7f' : '~';
+    const char slash = special & UT_SCAN_COMMENTS ? '/' : '`';
+    const char brace = special & UT_SCAN_BRACES ? '\x7f' : '`';
     const char braceBits = special & UT_SCAN_BRACES ? 6 : 0;
     const auto findIn = [&](const char *first) -> const char *
     {
@@ -73,7 +71,7 @@ utSkipOrdinary(const char *text, const char *end, unsigned special)
                 _mm_or_si128(
                     bits(block, 0x22, '~'), // and a backslash
                     bits(block, 3, '\'')),  // and a dollar sign
-                bits(block, 0, backquote)),
+                bits(block, 0, '`')),
             _mm_or_si128(bits(block, 0, slash), bits(block, braceBits, brace)));
         for (int left = _mm_movemask_epi8(found); left; left &= left - 1)
         {
@@ -93,69 +91,8 @@ utSkipOrdinary(const char *text, const char *end, unsigned special)
     return found ? found : end;
 }
 
-#else
-static const char *
-utSkipOrdinary(const char *text, const char *, unsigned)
-{
-    return text;
-}
-#endif
-
-// How far the text is known to have no NUL: to its end, or some way.
-static const char *
-utLookAhead(const char *text)
-{
-    return text + strnlen(text, 4096);
-}
-
-static unsigned
-utSpecialOutsideBraces(bool hasExpressions, bool ignoreComments)
-{
-    return UT_SCAN_ALWAYS | (hasExpressions ? UT_SCAN_EXPRESSIONS : 0) |
-           (ignoreComments ? 0 : UT_SCAN_COMMENTS);
-}
-
-static bool
-utIsSpecial(char c, unsigned special)
-{
-    return (theScanTable.kinds[uint8(c)] & special) != 0;
-}
-
-// The first byte that is not simply copied. There is no NUL before `wholeEnd`,
-// which moves as more of the text is looked at.
-static const char *
-utEndOfOrdinary(const char *text, const char *&wholeEnd, unsigned special)
-{
-    // Near the end of what is known most runs are short.
-    int few = wholeEnd - text < 16 ? 16 : 0;
-    while (few > 0)
-    {
-        if (utIsSpecial(*text, special))
-            return text;
-        ++text;
-        --few;
-    }
-    for (;;)
-    {
-        if (wholeEnd - text < 16)
-            wholeEnd = utLookAhead(text);
-        text = utSkipOrdinary(text, wholeEnd, special);
-        if (wholeEnd - text >= 16 || *wholeEnd == '\0')
-            break;
-    }
-    while (!utIsSpecial(*text, special))
-        ++text;
-    return text;
-}
-
-// These look for the end of the text on the way, and read bytes after it: no
-// more than lie on the same page, but checkers of memory would object.
-#if defined(__SSE2__) && !defined(VALDRIN_SANITIZED)
-#define UT_VECTORS [[gnu::target("avx2")]]
-#define UT_VECTORS_INLINE [[gnu::target("avx2"), gnu::always_inline]] inline
-
 // For each set of what is special, the bytes in it by their low halves, which
-// all differ, except that the backquote, which is left out, has that of NUL.
+// all differ. NUL is left out, and stands where there is none.
 static constexpr struct ut_HalfTables
 {
     constexpr ut_HalfTables() : bytes()
@@ -164,8 +101,7 @@ static constexpr struct ut_HalfTables
             for (unsigned set = 0; set < 8; ++set)
                 if (theScanTable.kinds[byte] & set)
                 {
-                    areDistinct =
-                        areDistinct && !bytes[set][byte % 16] && byte % 16 != 0;
+                    areDistinct = areDistinct && !bytes[set][byte % 16];
                     bytes[set][byte % 16] = char(byte);
                 }
     }
@@ -175,125 +111,131 @@ static constexpr struct ut_HalfTables
 } theHalfTables;
 static_assert(theHalfTables.areDistinct);
 
-UT_VECTORS_INLINE static __m256i
-utLoad(const char *text)
-{
-    __m256i block;
-    memcpy(&block, text, sizeof(block));
-    return block;
-}
+static constexpr int theBlock = 32;
 
 // All bits are set where a byte is special.
-template <bool hasExpressions>
-UT_VECTORS_INLINE static __m256i
+[[gnu::target("avx2"), gnu::always_inline]] static inline __m256i
 utFindSpecial(__m256i block, __m256i bytesByHalves)
 {
-    const __m256i found =
-        _mm256_cmpeq_epi8(_mm256_shuffle_epi8(bytesByHalves, block), block);
-    if (!hasExpressions)
-        return found;
-    return _mm256_or_si256(
-        found, _mm256_cmpeq_epi8(block, _mm256_set1_epi8('`')));
+    return _mm256_cmpeq_epi8(_mm256_shuffle_epi8(bytesByHalves, block), block);
 }
 
-// Skips bytes that are simply copied, and copies them to `out` unless that is
-// null. Returns the first that is not, or, if that is farther, one for which
-// `out`, up to `outEnd`, has less room than two blocks.
-template <bool copies, bool hasExpressions>
-UT_VECTORS static const char *
-utSkipBlocks(const char *text, unsigned special, char *out, const char *outEnd)
+[[gnu::target("avx2"), gnu::always_inline]] static inline unsigned
+utMask(__m256i found)
 {
-    constexpr int theBlock = 32;
-    constexpr int thePage = 4096;
-    __m128i bytes;
-    memcpy(
-        &bytes, theHalfTables.bytes[special % UT_SCAN_EXPRESSIONS],
-        sizeof(bytes));
-    const __m256i byHalves = _mm256_broadcastsi128_si256(bytes);
-    if (copies && outEnd - out < 2 * theBlock)
-        return text;
-
-    // A block that crosses no page can be read, wherever the text ends in it.
-    if (uintptr_t(text) % thePage > thePage - theBlock)
-        for (; uintptr_t(text) % theBlock; ++text)
-        {
-            if (utIsSpecial(*text, special))
-                return text;
-            if (copies)
-                *out++ = *text;
-        }
-    if (copies)
-        outEnd -= 2 * theBlock;
-    do
-    {
-        const __m256i block = utLoad(text);
-        if (copies)
-            memcpy(out, &block, theBlock);
-        const int found = _mm256_movemask_epi8(
-            utFindSpecial<hasExpressions>(block, byHalves));
-        if (found)
-            return text + __builtin_ctz(unsigned(found));
-        const size_t step = theBlock - uintptr_t(text) % theBlock;
-        text += step;
-        out += copies ? step : 0;
-    } while (uintptr_t(text) % (2 * theBlock) && (!copies || out <= outEnd));
-
-    while (!copies || out <= outEnd)
-    {
-        const __m256i low = utLoad(text);
-        const __m256i high = utLoad(text + theBlock);
-        if (copies)
-        {
-            memcpy(out, &low, theBlock);
-            memcpy(out + theBlock, &high, theBlock);
-            out += 2 * theBlock;
-        }
-        const __m256i inLow = utFindSpecial<hasExpressions>(low, byHalves);
-        const __m256i inHigh = utFindSpecial<hasExpressions>(high, byHalves);
-        if (_mm256_movemask_epi8(_mm256_or_si256(inLow, inHigh)))
-        {
-            const unsigned found = unsigned(_mm256_movemask_epi8(inLow));
-            if (found)
-                return text + __builtin_ctz(found);
-            return text + theBlock +
-                   __builtin_ctz(unsigned(_mm256_movemask_epi8(inHigh)));
-        }
-        text += 2 * theBlock;
-    }
-    return text;
+    return unsigned(_mm256_movemask_epi8(found));
 }
 
+// Does what utSkipOrdinary() does, with the vectors of AVX2, for a text of at
+// least one block without a NUL, and may copy on the way: whole blocks, so that
+// `out` has room up to `end`. Returns the first byte that is not simply copied,
+// or `end`.
 template <bool copies>
-static const char *
-utSkipBlocks(const char *text, unsigned special, char *out, const char *outEnd)
+[[gnu::target("avx2")]] static const char *
+utSkipBlocks(
+    const char *text, const char *end, unsigned special, char *out = nullptr)
 {
-    if (special & UT_SCAN_EXPRESSIONS)
-        return utSkipBlocks<copies, true>(text, special, out, outEnd);
-    return utSkipBlocks<copies, false>(text, special, out, outEnd);
+    __m128i bytes;
+    memcpy(&bytes, theHalfTables.bytes[special], sizeof(bytes));
+    const __m256i byHalves = _mm256_broadcastsi128_si256(bytes);
+    const ptrdiff_t length = end - text;
+    __m256i block;
+    ptrdiff_t i = 0;
+    for (; length - i >= 2 * theBlock; i += 2 * theBlock)
+    {
+        __m256i next;
+        memcpy(&block, text + i, theBlock);
+        memcpy(&next, text + i + theBlock, theBlock);
+        if (copies)
+        {
+            memcpy(out + i, &block, theBlock);
+            memcpy(out + i + theBlock, &next, theBlock);
+        }
+        const __m256i found = utFindSpecial(block, byHalves);
+        const __m256i foundNext = utFindSpecial(next, byHalves);
+        if (!utMask(_mm256_or_si256(found, foundNext)))
+            continue;
+        if (const unsigned mask = utMask(found))
+            return text + i + __builtin_ctz(mask);
+        return text + i + theBlock + __builtin_ctz(utMask(foundNext));
+    }
+    // The last block begins with some that are known.
+    for (; i < length; i += theBlock)
+    {
+        i = std::min(i, length - theBlock);
+        memcpy(&block, text + i, theBlock);
+        if (copies)
+            memcpy(out + i, &block, theBlock);
+        if (const unsigned mask = utMask(utFindSpecial(block, byHalves)))
+            return text + i + __builtin_ctz(mask);
+    }
+    return end;
 }
-
-#undef UT_VECTORS
-#undef UT_VECTORS_INLINE
 
 static bool
-utHasBlocks()
+utHasBlocks(const char *text, const char *end)
 {
-    return __builtin_cpu_supports("avx2");
+    return end - text >= theBlock && __builtin_cpu_supports("avx2");
 }
 #else
+static const char *
+utSkipOrdinary(const char *text, const char *, unsigned)
+{
+    return text;
+}
+
 template <bool copies>
 static const char *
-utSkipBlocks(const char *text, unsigned, char *, const char *)
+utSkipBlocks(const char *text, const char *, unsigned, char * = nullptr)
 {
     return text;
 }
 
 static bool
-utHasBlocks()
+utHasBlocks(const char *, const char *)
 {
     return false;
 }
 #endif
+
+// `end` is as far as the text is known to have no NUL: at its end, or some way
+// on, which is close enough to stay in the cache.
+static void
+utLookAhead(const char *text, const char *&end)
+{
+    if (end - text < 32 && *end)
+        end = text + strnlen(text, 4096);
+}
+
+static bool
+utIsSpecial(char c, unsigned special)
+{
+    return (theScanTable.kinds[uint8(c)] & special) != 0;
+}
+
+static unsigned
+utSpecialOutsideBraces(bool ignoreComments)
+{
+    return ignoreComments ? UT_SCAN_ALWAYS : UT_SCAN_ALWAYS | UT_SCAN_COMMENTS;
+}
+
+// The first byte that is not simply copied. There is no NUL before `wholeEnd`,
+// which moves as more of the text is looked at.
+static const char *
+utEndOfOrdinary(const char *text, const char *&wholeEnd, unsigned special)
+{
+    for (;;)
+    {
+        utLookAhead(text, wholeEnd);
+        text = utHasBlocks(text, wholeEnd)
+                   ? utSkipBlocks</*copies=*/false>(text, wholeEnd, special)
+                   : utSkipOrdinary(text, wholeEnd, special);
+        while (text != wholeEnd && !utIsSpecial(*text, special))
+            ++text;
+        if (utIsSpecial(*text, special))
+            return text;
+    }
+}
 
 // Appends the bytes that are simply copied, and returns the first that is not.
 static const char *
@@ -301,25 +243,22 @@ utCopyOrdinary(
     UT_WorkBuffer &out, const char *text, const char *&wholeEnd,
     unsigned special)
 {
-    const char *end;
-    if (utHasBlocks())
+    for (;;)
     {
         const int length = out.length();
-        const int room = out.capacity() - 1 - length; // but for the NUL
-        if (!out.isLocked() && room > 0)
-        {
-            char *const start = &out[length];
-            end = utSkipBlocks</*copies=*/true>(
-                text, special, start, start + room);
-            out.write(length + int(end - text), '\0');
-            text = end;
-            if (utIsSpecial(*text, special))
-                return text;
-        }
-        end = utSkipBlocks</*copies=*/false>(text, special, nullptr, nullptr);
+        const int room = out.isLocked() ? 0 : out.capacity() - 1 - length;
+        utLookAhead(text, wholeEnd);
+        const char *const end =
+            text + std::min<ptrdiff_t>(wholeEnd - text, room);
+        if (!utHasBlocks(text, end))
+            break;
+        const char *const start = text;
+        text = utSkipBlocks</*copies=*/true>(text, end, special, &out[length]);
+        out.write(length + int(text - start), '\0');
+        if (utIsSpecial(*text, special))
+            return text;
     }
-    else
-        end = utEndOfOrdinary(text, wholeEnd, special);
+    const char *const end = utEndOfOrdinary(text, wholeEnd, special);
     if (end != text)
         out.append(text, int(end - text));
     return end;
@@ -366,18 +305,18 @@ utEndOfExpression(const char *text)
 // The least width in the name of a frame number: "F4" is F in 4 characters,
 // and "F" in 0. -1 for all other names.
 static int
-utFrameWidth(const char *name)
+utFrameWidth(const char *name, size_t length)
 {
-    if (name[0] != 'F')
+    if (length == 0 || name[0] != 'F')
         return -1;
     // No path has room for more, and a few digits must not claim gigabytes.
     constexpr int theWidestFrame = 4096;
     int width = 0;
-    for (const char *digit = name + 1; *digit; ++digit)
+    for (size_t i = 1; i < length; ++i)
     {
-        if (!utIsDigit(*digit))
+        if (!utIsDigit(name[i]))
             return -1;
-        width = std::min(width * 10 + (*digit - '0'), theWidestFrame);
+        width = std::min(width * 10 + (name[i] - '0'), theWidestFrame);
     }
     return width;
 }
@@ -536,13 +475,21 @@ class ut_VariableScanner
 {
 public:
     ut_VariableScanner(
-        UT_WorkBuffer &out, const char *next, char previous,
-        const ut_Lookups &lookups, bool expandVars, bool expandTilde,
-        bool ignoreComments)
-        : myOut(out), myNext(next), myPrevious(previous), myLookups(lookups),
-          myWholeEnd(myNext), myExpandVars(expandVars),
-          myExpandTilde(expandTilde), myIgnoreComments(ignoreComments)
+        UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups,
+        bool expandVars, bool expandTilde, bool ignoreComments)
+        : myOut(out), myNext(text), myLookups(lookups), myWholeEnd(text),
+          myExpandVars(expandVars), myExpandTilde(expandTilde),
+          myIgnoreComments(ignoreComments)
     {
+    }
+
+    // What comes before `next` has been copied.
+    void moveTo(const char *next, const char *wholeEnd)
+    {
+        if (next != myNext)
+            myPrevious = next[-1];
+        myNext = next;
+        myWholeEnd = wholeEnd;
     }
 
     // Returns false when a brace is never closed.
@@ -574,13 +521,15 @@ private:
     bool openName();
     void closeName();
     void replaceVariable();
-    void replaceValue(int modifiersLength);
+    const char *findValue(const char *name, size_t length);
+    void replaceValue(const char *name, size_t length, int modifiersLength);
     void replaceHome();
     void replaceExpression();
 
     UT_WorkBuffer &myOut;
-    const char *myNext; // what is not scanned yet
-    char myPrevious; // before it; NUL at the start and after what was replaced
+    const char *myNext;     // what is not scanned yet
+    char myPrevious = '\0'; // before it; NUL at the start and after what was
+                            // replaced
     int myCount = 0;
     unsigned myDepth = 0; // open braces since the outermost open name
     UT_RefArray<ut_OpenName> myOpenNames; // the innermost last
@@ -618,6 +567,8 @@ ut_VariableScanner::scan()
             copyComment();
             continue;
         case '`':
+            if (!myLookups.expression || isInBraces())
+                break;
             replaceExpression();
             continue;
         case '~':
@@ -675,9 +626,8 @@ ut_VariableScanner::scanPercent()
         copy(name);
         return *name == '%' ? name + 1 : name;
     }
-    myScratch.append(name, int(end - name));
     myNext = end;
-    replaceValue(modifiersLength);
+    replaceValue(name, size_t(end - name), modifiersLength);
     return myNext + 1;
 }
 
@@ -700,15 +650,12 @@ ut_VariableScanner::copy(const char *end)
 void
 ut_VariableScanner::copyOrdinary()
 {
-    const unsigned special =
-        isInBraces()
-            ? UT_SCAN_ALWAYS | UT_SCAN_BRACES
-            : utSpecialOutsideBraces(myLookups.expression, myIgnoreComments);
-    const char *const end =
-        utCopyOrdinary(output(), myNext, myWholeEnd, special);
-    if (end != myNext)
-        myPrevious = end[-1];
-    myNext = end;
+    const unsigned special = isInBraces()
+                                 ? UT_SCAN_ALWAYS | UT_SCAN_BRACES
+                                 : utSpecialOutsideBraces(myIgnoreComments);
+    const char *wholeEnd = myWholeEnd;
+    const char *const end = utCopyOrdinary(output(), myNext, wholeEnd, special);
+    moveTo(end, wholeEnd);
 }
 
 void
@@ -787,33 +734,45 @@ ut_VariableScanner::closeName()
     myOpenNames.removeAt(last);
     --myDepth;
     ++myNext;
-    replaceValue(/*modifiersLength=*/0);
+    replaceValue(
+        myScratch.buffer(), size_t(myScratch.length()), /*modifiersLength=*/0);
 }
 
 void
 ut_VariableScanner::replaceVariable()
 {
-    const char *end = myNext + 1;
+    const char *const name = myNext + 1;
+    const char *end = name;
     while (utIsNameCharacter(*end))
         ++end;
-    myScratch.clear();
-    myScratch.append(myNext + 1, int(end - myNext - 1));
     myNext = end;
-    replaceValue(utModifiersLength(end));
+    replaceValue(name, size_t(end - name), utModifiersLength(end));
 }
 
-// The value of the variable in myScratch, with the modifiers that come next.
+const char *
+ut_VariableScanner::findValue(const char *name, size_t length)
+{
+    if (!myLookups.variable)
+        return utGetenv(name, length);
+    if (name != myScratch.buffer())
+    {
+        myScratch.clear();
+        myScratch.append(name, int(length));
+    }
+    myScratch.write(int(length), '\0');
+    return myLookups.variable(myScratch.buffer(), myLookups.data);
+}
+
+// The value of the variable, with the modifiers that come next.
 void
-ut_VariableScanner::replaceValue(int modifiersLength)
+ut_VariableScanner::replaceValue(
+    const char *name, size_t length, int modifiersLength)
 {
     const char *const modifiers = myNext;
     myNext += modifiersLength;
     myPrevious = '\0';
-    char *const name = &myScratch[0];
-    const int width = utFrameWidth(name);
-    if (width >= 0)
-        name[1] = '\0'; // without the digits
-    const char *const value = myLookups.variable(name, myLookups.data);
+    const int width = utFrameWidth(name, length);
+    const char *const value = findValue(name, width >= 0 ? 1 : length);
     if (!value)
         return;
     ++myCount;
@@ -888,15 +847,13 @@ UTExprVariableScan(
     // Most texts have nothing to replace.
     const char *wholeEnd = text;
     const char *const next = utCopyOrdinary(
-        out, text, wholeEnd,
-        utSpecialOutsideBraces(exprLookup, ignoreComments));
+        out, text, wholeEnd, utSpecialOutsideBraces(ignoreComments));
     if (!*next)
         return 0;
-    const char previous = next == text ? '\0' : next[-1];
-    const ut_Lookups lookups = {
-        varLookup ? varLookup : wrapValdrinGetenv, exprLookup, data};
+    const ut_Lookups lookups = {varLookup, exprLookup, data};
     ut_VariableScanner scanner(
-        out, next, previous, lookups, expandVars, expandTilde, ignoreComments);
+        out, text, lookups, expandVars, expandTilde, ignoreComments);
+    scanner.moveTo(next, wholeEnd);
     scanner.scan();
     return scanner.count();
 }
@@ -916,11 +873,7 @@ bool
 utHasNothingToReplace(const char *text)
 {
     const char *wholeEnd = text;
-    const char *const end =
-        utHasBlocks() ? utSkipBlocks</*copies=*/false>(
-                            text, UT_SCAN_ALWAYS, nullptr, nullptr)
-                      : utEndOfOrdinary(text, wholeEnd, UT_SCAN_ALWAYS);
-    return *end == '\0';
+    return *utEndOfOrdinary(text, wholeEnd, UT_SCAN_ALWAYS) == '\0';
 }
 
 const char *
@@ -934,7 +887,7 @@ utReplaceVariable(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
 {
     return ut_VariableScanner(
-               out, text, /*previous=*/'\0', lookups, /*expandVars=*/true,
+               out, text, lookups, /*expandVars=*/true,
                /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanReference();
@@ -945,7 +898,7 @@ utReplacePercent(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
 {
     return ut_VariableScanner(
-               out, text, /*previous=*/'\0', lookups, /*expandVars=*/true,
+               out, text, lookups, /*expandVars=*/true,
                /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanPercent();
@@ -958,7 +911,7 @@ utReplaceExpression(
     if (!*utEndOfExpression(text + 1))
         return nullptr;
     return ut_VariableScanner(
-               out, text, /*previous=*/'\0', lookups, /*expandVars=*/false,
+               out, text, lookups, /*expandVars=*/false,
                /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanReference();
@@ -969,7 +922,7 @@ utReplaceHome(UT_WorkBuffer &out, const char *text)
 {
     static constexpr ut_Lookups theNoLookups = {nullptr, nullptr, nullptr};
     return ut_VariableScanner(
-               out, text, /*previous=*/'\0', theNoLookups, /*expandVars=*/false,
+               out, text, theNoLookups, /*expandVars=*/false,
                /*expandTilde=*/true, /*ignoreComments=*/true)
         .scanReference();
 }

@@ -111,8 +111,6 @@ target_compile_options(
 
 set(VALDRIN_NO_UNDEFINED -Wl,-z,defs)
 if(VALDRIN_SANITIZE)
-    # Clang says it in ways of its own.
-    add_compile_definitions(VALDRIN_SANITIZED)
     add_compile_options(-fsanitize=${VALDRIN_SANITIZE}
                         -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${VALDRIN_SANITIZE})
