@@ -1,6 +1,7 @@
 #include "UT_Env.h"
 
 #include "UT_AllocImpl.h"
+#include "UT_EnvImpl.h"
 
 #include "SYS/SYS_Types.h"
 
@@ -100,19 +101,30 @@ utKey(const char *text)
     return key;
 }
 
-// Key of a name of known length: one read where the name is long enough.
+// Key of a name of known length: one read of a long one, two of most others.
 static inline uint64
 utKey(const char *name, size_t length)
 {
-    if (length < sizeof(uint64))
-        return utKey(name);
-    uint64 key;
-    memcpy(&key, name, sizeof(key));
+    uint64 key = '=';
+    uint32 halves[2];
+    if (length >= sizeof(key))
+        memcpy(&key, name, sizeof(key));
+    else if (length >= sizeof(*halves))
+    {
+        memcpy(&halves[0], name, sizeof(*halves));
+        memcpy(&halves[1], name + length - sizeof(*halves), sizeof(*halves));
+        key = key << 8 * length | halves[0] |
+              uint64(halves[1]) << 8 * (length - sizeof(*halves));
+    }
+    else
+        for (size_t i = length; i-- > 0;)
+            key = key << 8 | uint8(name[i]);
+    // A key ends at the first "=", which may be one of the name.
     const uint64 ones = 0x0101010101010101u;
     const uint64 zeroIfEquals = key ^ ('=' * ones);
-    const bool hasEquals =
-        (zeroIfEquals - ones) & ~zeroIfEquals & (0x80 * ones);
-    return hasEquals ? utKey(name) : __builtin_bswap64(key);
+    const uint64 equals = (zeroIfEquals - ones) & ~zeroIfEquals & (0x80 * ones);
+    const int last = equals ? __builtin_ctzll(equals) / 8 : 7;
+    return __builtin_bswap64(key << 8 * (7 - last) >> 8 * (7 - last));
 }
 
 static void
@@ -275,13 +287,13 @@ utUpdate()
 // Negative, 0 or positive, as the variable belongs before, at or after the
 // entry.
 static int
-cmpVarName(const char *name, const char *entry)
+cmpVarName(const char *name, size_t length, const char *entry)
 {
-    for (; *name; ++name, ++entry)
-        if (*name != *entry)
+    for (size_t i = 0; i < length; ++i)
+        if (name[i] != entry[i])
             // Deliberate: signed, unlike the order of the table.
-            return int8(*name) - int8(*entry);
-    return '=' - int8(*entry);
+            return int8(name[i]) - int8(entry[i]);
+    return '=' - int8(entry[length]);
 }
 
 // An entry that has left its slot is not read, for it may be freed: the
@@ -310,7 +322,8 @@ utFindPlain(const char *name, size_t length)
             const char *const entry = theEnvironment[middle];
             if (entry != theSeen[middle])
                 return -1;
-            const int order = cmpVarName(name + done, entry + done);
+            const int order =
+                cmpVarName(name + done, length - done, entry + done);
             if (order == 0)
                 return middle;
             isBehind = order > 0;
@@ -326,20 +339,20 @@ utFindPlain(const char *name, size_t length)
 // The order of the search is not that of the table: what it finds depends on
 // each step here.
 static int32
-utFindBySteps(const char *name)
+utFindBySteps(const char *name, size_t length)
 {
     if (theSize == 0)
         return -1;
     int32 low = 0;
     int32 high = theSize - 1;
-    if (cmpVarName(name, theEnvironment[low]) == 0)
+    if (cmpVarName(name, length, theEnvironment[low]) == 0)
         return low;
-    if (cmpVarName(name, theEnvironment[high]) == 0)
+    if (cmpVarName(name, length, theEnvironment[high]) == 0)
         return high;
     while (high - low > 1)
     {
         const int32 middle = (low + high) >> 1;
-        const int order = cmpVarName(name, theEnvironment[middle]);
+        const int order = cmpVarName(name, length, theEnvironment[middle]);
         if (order == 0)
             return middle;
         (order > 0 ? low : high) = middle;
@@ -351,7 +364,7 @@ utFindBySteps(const char *name)
 static int32
 findVariable(const char *name, size_t length)
 {
-    return theIsPlain ? utFindPlain(name, length) : utFindBySteps(name);
+    return theIsPlain ? utFindPlain(name, length) : utFindBySteps(name, length);
 }
 
 static void
@@ -426,11 +439,14 @@ ValdrinPutenv(const char *assignment)
 char *
 ValdrinGetenv(const char *name)
 {
-    if (!name)
-        return nullptr;
+    return name ? utGetenv(name, strlen(name)) : nullptr;
+}
+
+char *
+utGetenv(const char *name, size_t length)
+{
     if (NEED_RESET() || !theIsPlain)
         utUpdate();
-    const size_t length = strlen(name);
     int32 index = findVariable(name, length);
     // The C library sees what comes first: the array may have been cut off
     // anywhere before the slot, or have another entry there. Only a variable

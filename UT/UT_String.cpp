@@ -19,7 +19,9 @@ utDuplicate(const char *text, int length)
     const size_t used = text ? strnlen(text, size) : 0;
     if (used)
         memcpy(block, text, used);
-    memset(block + used, 0, size + 1 - used);
+    if (used < size)
+        memset(block + used, 0, size - used);
+    block[size] = '\0';
     return block;
 }
 

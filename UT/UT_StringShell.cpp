@@ -555,8 +555,7 @@ UT_String::parseCsh(
 {
     static constexpr ut_ShellSyntax theSyntax(/*dos=*/false);
     return utParseShell(
-        *this, theSyntax, args, line,
-        {varLookup ? varLookup : wrapValdrinGetenv, exprLookup, data});
+        *this, theSyntax, args, line, {varLookup, exprLookup, data});
 }
 
 int
@@ -567,6 +566,5 @@ UT_String::parseDos(
 {
     static constexpr ut_ShellSyntax theSyntax(/*dos=*/true);
     return utParseShell(
-        *this, theSyntax, args, line,
-        {varLookup ? varLookup : wrapValdrinGetenv, exprLookup, data});
+        *this, theSyntax, args, line, {varLookup, exprLookup, data});
 }

@@ -4,6 +4,7 @@
 #include "UT_CharImpl.h"
 #include "UT_Env.h"
 #include "UT_EnvControl.h"
+#include "UT_EnvImpl.h"
 #include "UT_RefArray.h"
 #include "UT_String.h"
 #include "UT_VariableScanImpl.h"
@@ -43,15 +44,15 @@ static constexpr struct ut_ScanTable
 
 #ifdef __SSE2__
 // Skips bytes that are simply copied, sixteen at a time; those from `start` to
-// `text` are. Returns the first that is not, or `end`, or what lies less than
-// sixteen bytes after `start` when `end` does, too.
+// `text` are. Returns the first that is not, or `end`, or `text` when that is
+// less than sixteen bytes before it.
 //
 // A bit that two bytes differ in does not count, so that one comparison finds
 // both; the table separates the others that it finds from them.
 static const char *
-utSkipOrdinary(
-    const char *start, const char *text, const char *end, unsigned special)
+utSkipOrdinary(const char *text, const char *end, unsigned special)
 {
+    const char *const start = text;
     const auto bits = [](__m128i block, char ignoredBits, char byte)
     {
         return _mm_cmpeq_epi8(
@@ -110,62 +111,112 @@ static constexpr struct ut_HalfTables
 } theHalfTables;
 static_assert(theHalfTables.areDistinct);
 
-// Does what utSkipOrdinary() does, with the vectors of AVX2. Returns what lies
-// less than thirty-two bytes before `end` if all up to there are simply copied.
+static constexpr int theBlock = 32;
+
+// All bits are set where a byte is special.
+[[gnu::target("avx2"), gnu::always_inline]] static inline __m256i
+utFindSpecial(__m256i block, __m256i bytesByHalves)
+{
+    return _mm256_cmpeq_epi8(_mm256_shuffle_epi8(bytesByHalves, block), block);
+}
+
+[[gnu::target("avx2"), gnu::always_inline]] static inline unsigned
+utMask(__m256i found)
+{
+    return unsigned(_mm256_movemask_epi8(found));
+}
+
+// Does what utSkipOrdinary() does, with the vectors of AVX2, for a text of at
+// least one block without a NUL, and may copy on the way: whole blocks, so that
+// `out` has room up to `end`. Returns the first byte that is not simply copied,
+// or `end`.
+template <bool copies>
 [[gnu::target("avx2")]] static const char *
-utSkipOrdinaryWide(const char *text, const char *end, unsigned special)
+utSkipBlocks(
+    const char *text, const char *end, unsigned special, char *out = nullptr)
 {
     __m128i bytes;
     memcpy(&bytes, theHalfTables.bytes[special], sizeof(bytes));
-    const __m256i wanted = _mm256_broadcastsi128_si256(bytes);
+    const __m256i byHalves = _mm256_broadcastsi128_si256(bytes);
+    const ptrdiff_t length = end - text;
     __m256i block;
-    for (; end - text >= 64; text += 64)
+    ptrdiff_t i = 0;
+    for (; length - i >= 2 * theBlock; i += 2 * theBlock)
     {
-        memcpy(&block, text, sizeof(block));
-        const __m256i low =
-            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block);
-        memcpy(&block, text + 32, sizeof(block));
-        const __m256i high =
-            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block);
-        if (_mm256_movemask_epi8(_mm256_or_si256(low, high)))
-            break;
+        __m256i next;
+        memcpy(&block, text + i, theBlock);
+        memcpy(&next, text + i + theBlock, theBlock);
+        if (copies)
+        {
+            memcpy(out + i, &block, theBlock);
+            memcpy(out + i + theBlock, &next, theBlock);
+        }
+        const __m256i found = utFindSpecial(block, byHalves);
+        const __m256i foundNext = utFindSpecial(next, byHalves);
+        if (!utMask(_mm256_or_si256(found, foundNext)))
+            continue;
+        if (const unsigned mask = utMask(found))
+            return text + i + __builtin_ctz(mask);
+        return text + i + theBlock + __builtin_ctz(utMask(foundNext));
     }
-    for (; end - text >= 32; text += 32)
+    // The last block begins with some that are known.
+    for (; i < length; i += theBlock)
     {
-        memcpy(&block, text, sizeof(block));
-        const int found = _mm256_movemask_epi8(
-            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(wanted, block), block));
-        if (found)
-            return text + __builtin_ctz(unsigned(found));
+        i = std::min(i, length - theBlock);
+        memcpy(&block, text + i, theBlock);
+        if (copies)
+            memcpy(out + i, &block, theBlock);
+        if (const unsigned mask = utMask(utFindSpecial(block, byHalves)))
+            return text + i + __builtin_ctz(mask);
     }
-    return text;
+    return end;
 }
 
-static const char *
-utSkipOrdinaryLong(const char *start, const char *end, unsigned special)
+static bool
+utHasBlocks(const char *text, const char *end)
 {
-    const char *text = start;
-    if (end - text >= 32 && __builtin_cpu_supports("avx2"))
-    {
-        text = utSkipOrdinaryWide(text, end, special);
-        if (end - text >= 32)
-            return text;
-    }
-    return utSkipOrdinary(start, text, end, special);
+    return end - text >= theBlock && __builtin_cpu_supports("avx2");
 }
 #else
 static const char *
-utSkipOrdinaryLong(const char *text, const char *, unsigned)
+utSkipOrdinary(const char *text, const char *, unsigned)
 {
     return text;
 }
+
+template <bool copies>
+static const char *
+utSkipBlocks(const char *text, const char *, unsigned, char * = nullptr)
+{
+    return text;
+}
+
+static bool
+utHasBlocks(const char *, const char *)
+{
+    return false;
+}
 #endif
 
-// How far the text is known to have no NUL: to its end, or some way.
-static const char *
-utLookAhead(const char *text)
+// `end` is as far as the text is known to have no NUL: at its end, or some way
+// on, which is close enough to stay in the cache.
+static void
+utLookAhead(const char *text, const char *&end)
 {
-    return text + strnlen(text, 4096);
+    if (end - text < 32 && *end)
+        end = text + strnlen(text, 4096);
+}
+
+static bool
+utIsSpecial(char c, unsigned special)
+{
+    return (theScanTable.kinds[uint8(c)] & special) != 0;
+}
+
+static unsigned
+utSpecialOutsideBraces(bool ignoreComments)
+{
+    return ignoreComments ? UT_SCAN_ALWAYS : UT_SCAN_ALWAYS | UT_SCAN_COMMENTS;
 }
 
 // The first byte that is not simply copied. There is no NUL before `wholeEnd`,
@@ -173,28 +224,44 @@ utLookAhead(const char *text)
 static const char *
 utEndOfOrdinary(const char *text, const char *&wholeEnd, unsigned special)
 {
-    const auto isSpecial = [special](char c)
-    { return (theScanTable.kinds[uint8(c)] & special) != 0; };
-    // Near the end of what is known most runs are short.
-    int few = wholeEnd - text < 16 ? 16 : 0;
-    while (few > 0)
-    {
-        if (isSpecial(*text))
-            return text;
-        ++text;
-        --few;
-    }
     for (;;)
     {
-        if (wholeEnd - text < 16)
-            wholeEnd = utLookAhead(text);
-        text = utSkipOrdinaryLong(text, wholeEnd, special);
-        if (wholeEnd - text >= 16 || *wholeEnd == '\0')
-            break;
+        utLookAhead(text, wholeEnd);
+        text = utHasBlocks(text, wholeEnd)
+                   ? utSkipBlocks</*copies=*/false>(text, wholeEnd, special)
+                   : utSkipOrdinary(text, wholeEnd, special);
+        while (text != wholeEnd && !utIsSpecial(*text, special))
+            ++text;
+        if (utIsSpecial(*text, special))
+            return text;
     }
-    while (!isSpecial(*text))
-        ++text;
-    return text;
+}
+
+// Appends the bytes that are simply copied, and returns the first that is not.
+static const char *
+utCopyOrdinary(
+    UT_WorkBuffer &out, const char *text, const char *&wholeEnd,
+    unsigned special)
+{
+    for (;;)
+    {
+        const int length = out.length();
+        const int room = out.isLocked() ? 0 : out.capacity() - 1 - length;
+        utLookAhead(text, wholeEnd);
+        const char *const end =
+            text + std::min<ptrdiff_t>(wholeEnd - text, room);
+        if (!utHasBlocks(text, end))
+            break;
+        const char *const start = text;
+        text = utSkipBlocks</*copies=*/true>(text, end, special, &out[length]);
+        out.write(length + int(text - start), '\0');
+        if (utIsSpecial(*text, special))
+            return text;
+    }
+    const char *const end = utEndOfOrdinary(text, wholeEnd, special);
+    if (end != text)
+        out.append(text, int(end - text));
+    return end;
 }
 
 // Characters that a name between percent signs cannot have. Parentheses are not
@@ -238,18 +305,18 @@ utEndOfExpression(const char *text)
 // The least width in the name of a frame number: "F4" is F in 4 characters,
 // and "F" in 0. -1 for all other names.
 static int
-utFrameWidth(const char *name)
+utFrameWidth(const char *name, size_t length)
 {
-    if (name[0] != 'F')
+    if (length == 0 || name[0] != 'F')
         return -1;
     // No path has room for more, and a few digits must not claim gigabytes.
     constexpr int theWidestFrame = 4096;
     int width = 0;
-    for (const char *digit = name + 1; *digit; ++digit)
+    for (size_t i = 1; i < length; ++i)
     {
-        if (!utIsDigit(*digit))
+        if (!utIsDigit(name[i]))
             return -1;
-        width = std::min(width * 10 + (*digit - '0'), theWidestFrame);
+        width = std::min(width * 10 + (name[i] - '0'), theWidestFrame);
     }
     return width;
 }
@@ -410,10 +477,19 @@ public:
     ut_VariableScanner(
         UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups,
         bool expandVars, bool expandTilde, bool ignoreComments)
-        : myOut(out), myNext(text), myLookups(lookups),
-          myWholeEnd(utLookAhead(text)), myExpandVars(expandVars),
-          myExpandTilde(expandTilde), myIgnoreComments(ignoreComments)
+        : myOut(out), myNext(text), myLookups(lookups), myWholeEnd(text),
+          myExpandVars(expandVars), myExpandTilde(expandTilde),
+          myIgnoreComments(ignoreComments)
     {
+    }
+
+    // What comes before `next` has been copied.
+    void moveTo(const char *next, const char *wholeEnd)
+    {
+        if (next != myNext)
+            myPrevious = next[-1];
+        myNext = next;
+        myWholeEnd = wholeEnd;
     }
 
     // Returns false when a brace is never closed.
@@ -445,7 +521,8 @@ private:
     bool openName();
     void closeName();
     void replaceVariable();
-    void replaceValue(int modifiersLength);
+    const char *findValue(const char *name, size_t length);
+    void replaceValue(const char *name, size_t length, int modifiersLength);
     void replaceHome();
     void replaceExpression();
 
@@ -549,9 +626,8 @@ ut_VariableScanner::scanPercent()
         copy(name);
         return *name == '%' ? name + 1 : name;
     }
-    myScratch.append(name, int(end - name));
     myNext = end;
-    replaceValue(modifiersLength);
+    replaceValue(name, size_t(end - name), modifiersLength);
     return myNext + 1;
 }
 
@@ -574,14 +650,12 @@ ut_VariableScanner::copy(const char *end)
 void
 ut_VariableScanner::copyOrdinary()
 {
-    const bool inBraces = isInBraces();
-    const unsigned special = inBraces ? UT_SCAN_ALWAYS | UT_SCAN_BRACES
-                             : myIgnoreComments
-                                 ? UT_SCAN_ALWAYS
-                                 : UT_SCAN_ALWAYS | UT_SCAN_COMMENTS;
-    const char *const end = utEndOfOrdinary(myNext, myWholeEnd, special);
-    if (end != myNext)
-        copy(end);
+    const unsigned special = isInBraces()
+                                 ? UT_SCAN_ALWAYS | UT_SCAN_BRACES
+                                 : utSpecialOutsideBraces(myIgnoreComments);
+    const char *wholeEnd = myWholeEnd;
+    const char *const end = utCopyOrdinary(output(), myNext, wholeEnd, special);
+    moveTo(end, wholeEnd);
 }
 
 void
@@ -660,33 +734,45 @@ ut_VariableScanner::closeName()
     myOpenNames.removeAt(last);
     --myDepth;
     ++myNext;
-    replaceValue(/*modifiersLength=*/0);
+    replaceValue(
+        myScratch.buffer(), size_t(myScratch.length()), /*modifiersLength=*/0);
 }
 
 void
 ut_VariableScanner::replaceVariable()
 {
-    const char *end = myNext + 1;
+    const char *const name = myNext + 1;
+    const char *end = name;
     while (utIsNameCharacter(*end))
         ++end;
-    myScratch.clear();
-    myScratch.append(myNext + 1, int(end - myNext - 1));
     myNext = end;
-    replaceValue(utModifiersLength(end));
+    replaceValue(name, size_t(end - name), utModifiersLength(end));
 }
 
-// The value of the variable in myScratch, with the modifiers that come next.
+const char *
+ut_VariableScanner::findValue(const char *name, size_t length)
+{
+    if (!myLookups.variable)
+        return utGetenv(name, length);
+    if (name != myScratch.buffer())
+    {
+        myScratch.clear();
+        myScratch.append(name, int(length));
+    }
+    myScratch.write(int(length), '\0');
+    return myLookups.variable(myScratch.buffer(), myLookups.data);
+}
+
+// The value of the variable, with the modifiers that come next.
 void
-ut_VariableScanner::replaceValue(int modifiersLength)
+ut_VariableScanner::replaceValue(
+    const char *name, size_t length, int modifiersLength)
 {
     const char *const modifiers = myNext;
     myNext += modifiersLength;
     myPrevious = '\0';
-    char *const name = &myScratch[0];
-    const int width = utFrameWidth(name);
-    if (width >= 0)
-        name[1] = '\0'; // without the digits
-    const char *const value = myLookups.variable(name, myLookups.data);
+    const int width = utFrameWidth(name, length);
+    const char *const value = findValue(name, width >= 0 ? 1 : length);
     if (!value)
         return;
     ++myCount;
@@ -758,10 +844,16 @@ UTExprVariableScan(
     out.clear();
     if (!text)
         return 0;
-    const ut_Lookups lookups = {
-        varLookup ? varLookup : wrapValdrinGetenv, exprLookup, data};
+    // Most texts have nothing to replace.
+    const char *wholeEnd = text;
+    const char *const next = utCopyOrdinary(
+        out, text, wholeEnd, utSpecialOutsideBraces(ignoreComments));
+    if (!*next)
+        return 0;
+    const ut_Lookups lookups = {varLookup, exprLookup, data};
     ut_VariableScanner scanner(
         out, text, lookups, expandVars, expandTilde, ignoreComments);
+    scanner.moveTo(next, wholeEnd);
     scanner.scan();
     return scanner.count();
 }
@@ -795,7 +887,8 @@ utReplaceVariable(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
 {
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/true, /*expandTilde=*/false,
+               out, text, lookups, /*expandVars=*/true,
+               /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanReference();
 }
@@ -805,7 +898,8 @@ utReplacePercent(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
 {
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/true, /*expandTilde=*/false,
+               out, text, lookups, /*expandVars=*/true,
+               /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanPercent();
 }
@@ -817,7 +911,8 @@ utReplaceExpression(
     if (!*utEndOfExpression(text + 1))
         return nullptr;
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/false, /*expandTilde=*/false,
+               out, text, lookups, /*expandVars=*/false,
+               /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanReference();
 }

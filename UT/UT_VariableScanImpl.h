@@ -9,7 +9,7 @@ class UT_WorkBuffer;
 // would not simply copy.
 bool utHasNothingToReplace(const char *text);
 
-// The sources of the values.
+// The sources of the values: a null `variable` stands for the environment.
 struct ut_Lookups
 {
     const char *(*variable)(const char *name, void *data);

@@ -6,6 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <string>
+
+#include <sys/mman.h>
+
 // A first "=" gives nothing.
 static const char *
 utExpression(const char *expression, void *)
@@ -74,6 +79,34 @@ TEST(UT_VariableScan, HostileTextsNeedLittleSpace)
     EXPECT_EQ("F" + std::string(4095, ' ') + "F", out.buffer());
     UTVariableScan(out, doubled.c_str(), nullptr, nullptr, 1, 1);
     EXPECT_LE(out.length(), 1 << 20);
+}
+
+TEST(UT_VariableScan, TextsAtTheEndOfTheMemory)
+{
+    constexpr size_t thePage = 4096;
+    void *const pages = mmap(
+        nullptr, 2 * thePage, PROT_READ | PROT_WRITE,
+        MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, pages);
+    char *const end = static_cast<char *>(pages) + thePage;
+    ASSERT_EQ(0, mprotect(end, thePage, PROT_NONE));
+    ValdrinSetenv("A", "x");
+    // Beyond 2000 bytes the result needs a larger block.
+    for (size_t length = 100; length < 2300; ++length)
+    {
+        std::string text(length, '-');
+        const size_t position = length - 2 - length % 67;
+        text.replace(position, 2, "$A");
+        char *const start = end - length - 1;
+        memcpy(start, text.c_str(), length + 1);
+        UT_WorkBuffer out;
+        UTVariableScan(out, start, nullptr, nullptr, 1, 1);
+        ASSERT_EQ(text.replace(position, 2, "x"), out.buffer());
+        UT_String whole(end - 1 - length % 67);
+        whole.expandVariables();
+        ASSERT_STREQ(end - 1 - length % 67, whole);
+    }
+    munmap(pages, 2 * thePage);
 }
 
 // Each o of a value may become a thousand other characters, and the result is
