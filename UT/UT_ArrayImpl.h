@@ -653,12 +653,12 @@ utApply(Array &array, Function function, void *context)
 //
 // One walk along both arrays serves all of them. An order returns which of the
 // two current elements to advance from: the lesser one, or both when they are
-// equal.
+// equal. Each of them is 0 or 1, and of the width that it is added in.
 
 struct ut_Advance
 {
-    bool first;
-    bool second;
+    size_t first;
+    size_t second;
 };
 
 enum ut_SetOperation
@@ -728,11 +728,16 @@ utSetWalk(const Array &a, const Array &b, Array &result, Order order)
         auto *out = scratch;
         for (; steps > 0; --steps)
         {
-            const ut_Advance advance = order(*first, *second);
-            *out = !takesAll || advance.first ? *first : *second;
-            out += takesAll ||
-                   (advance.first &
-                    (advance.second == (operation == UT_SET_INTERSECTION)));
+            const auto left = *first;
+            const auto right = *second;
+            const ut_Advance advance = order(left, right);
+            *out = !takesAll || advance.first ? left : right;
+            if (takesAll)
+                ++out;
+            else if (operation == UT_SET_INTERSECTION)
+                out += advance.first & advance.second;
+            else
+                out += advance.first & ~advance.second;
             first += advance.first;
             second +=
                 operation == UT_SET_MERGE ? !advance.first : advance.second;

@@ -16,11 +16,11 @@ static constexpr auto theAscendingSense = [](int32 a, int32 b)
 { return int(a > b) - int(a < b); };
 
 static constexpr auto theAscending = [](int32 a, int32 b) {
-    return ut_Advance{a <= b, b <= a};
+    return ut_Advance{size_t(a <= b), size_t(b <= a)};
 };
 
 static constexpr auto theDescending = [](int32 a, int32 b) {
-    return ut_Advance{a >= b, b >= a};
+    return ut_Advance{size_t(a >= b), size_t(b >= a)};
 };
 
 UT_IntArray::UT_IntArray(const UT_IntArray &source)

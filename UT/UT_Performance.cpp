@@ -36,7 +36,15 @@ struct UT_Performance::ut_Event
     ut_Event(const ut_Event &) = delete;
     ut_Event &operator=(const ut_Event &) = delete;
 
+    // Most events are one after the other of the same name.
     ut_Event &getPart(const char *text)
+    {
+        if (!last || strcmp(last->name, text) != 0)
+            last = &findPart(text);
+        return *last;
+    }
+
+    ut_Event &findPart(const char *text)
     {
         UT_Thing &found = partsByName[text];
         if (!found.pointer)
@@ -62,6 +70,7 @@ struct UT_Performance::ut_Event
     ut_Event *const parent;        // null for the root
     UT_PtrArray<ut_Event *> parts; // owned, in the order of their coming
     UT_SymbolTable partsByName;    // the same
+    ut_Event *last = nullptr;      // the one that was asked for last
     int64 count = 0;
     double seconds = 0; // of all times together
     bool hasTime = false;

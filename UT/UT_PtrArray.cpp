@@ -28,7 +28,7 @@ utOrder(UT_PtrArrayRaw::Compare compare)
     return [compare](void *const &a, void *const &b)
     {
         const int sense = compare(&a, &b);
-        return ut_Advance{sense <= 0, sense >= 0};
+        return ut_Advance{size_t(sense <= 0), size_t(sense >= 0)};
     };
 }
 

@@ -2,6 +2,7 @@
 
 #include "UT_String.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_CharImpl.h"
 
 #include <algorithm>
@@ -228,5 +229,12 @@ UT_String::itoa_pretty(int64 value)
     at += (left < 10) + (left < 100);
     if (value < 0)
         *--at = '-';
-    harden(at, int(end - at));
+    // Not harden(), which would look for a NUL first.
+    const size_t length = size_t(end - at);
+    char *const block = static_cast<char *>(utAllocate(length + 1));
+    memcpy(block, at, length);
+    block[length] = '\0';
+    freeData();
+    myData = block;
+    myIsReference = 0;
 }

@@ -413,9 +413,34 @@ utFormat(
     return formatted;
 }
 
+// The text that the format asks for, if it is "%s". Null for all other formats.
+UT_PRINTF(1, 0)
+static const char *
+utOnlyText(const char *format, va_list args)
+{
+    if (format[0] != '%' || format[1] != 's' || format[2])
+        return nullptr;
+    va_list again;
+    va_copy(again, args);
+    const char *const text = va_arg(again, const char *);
+    va_end(again);
+    return text;
+}
+
 int
 UT_WorkBuffer::vsprintf(const char *format, va_list args)
 {
+    if (const char *const text = utOnlyText(format, args))
+    {
+        const size_t length = strlen(text);
+        if (length < theFormatLimit)
+        {
+            growToFormatted(int(length));
+            memcpy(myBuffer, text, length + 1);
+            myLength = int(length);
+            return myLength;
+        }
+    }
     unsigned usable = unsigned(myAllocatedSize) - theSpareSize;
     ut_Attempt attempt;
     if (myLength > 0)

@@ -3,9 +3,9 @@
 // after the other.
 //
 // A text without references takes at most 1.9 times as long as a search for
-// dollar signs in a text of known length and a copy, one of 64 kilobytes 1.1.
-// One with a variable after each 48 bytes takes at most 0.8 of a loop that
-// replaces names alone.
+// dollar signs in a text of known length and a copy, one of 64 kilobytes 1.3.
+// With a variable after each 48 bytes it takes at most 0.8 of a loop that
+// replaces names alone, from 2 kilobytes on.
 //
 // All three look the variables up in the same environment, of 40 variables;
 // the peers with getenv().

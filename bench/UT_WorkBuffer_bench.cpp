@@ -1,7 +1,7 @@
 // Appends cost at most what they cost std::string, and the usual formatted ones
 // at most 0.8 of snprintf() into a large enough array and an append, and of
 // fmt. Formats with floats take as long as the former, and sprintf() of a
-// text of a megabyte 1.1 of strdup().
+// text alone 1.1 of strdup().
 //
 // Every benchmark builds the same text in a work buffer and in the peer. The
 // argument is the number of appends: few show the construction, many the
