@@ -33,9 +33,11 @@ using utElement =
 static constexpr unsigned theSmallBlock = 1024;
 
 // Bytes up to which blocks double. The C library always maps larger ones, which
-// then grow by moving pages instead of copying them.
+// then grow by moving pages instead of copying them. In 32 bits it maps from
+// 512 kB on; there a move costs more than the few MB of addresses that it
+// spares.
 static constexpr unsigned theDoublingBlock =
-    sizeof(void *) == 8 ? 32u << 20 : 512u << 10;
+    sizeof(void *) == 8 ? 32u << 20 : 8u << 20;
 
 // Slots in the block of an array, so that steps of a few slots seldom cost an
 // allocation: a power of two for most arrays, a multiple of an eighth of one

@@ -272,9 +272,26 @@ UT_IntArray::merge(const UT_IntArray &other, int direction, bool keepDuplicates)
 
 // ---- Heap
 
-// The greater child is chosen without a jump, which would go either way.
+// Elements of a heap that the processor's nearer caches hold.
+static const size_t theNearHeap = 1 << 16;
+
+// Asks for all that can follow four levels below, which is a line or two.
+static inline void
+utPrefetchBelow(const int32 *heap, size_t entries, size_t index)
+{
+    const size_t below = 16 * index;
+    if (below + 15 < entries)
+    {
+        __builtin_prefetch(&heap[below]);
+        __builtin_prefetch(&heap[below + 15]);
+    }
+}
+
+// The greater child is chosen without a jump, which would go either way, so
+// that where its children are is known only when it has come.
+template <bool isNear>
 static void
-utSink(int32 *heap, size_t entries, size_t index)
+utSinkIn(int32 *heap, size_t entries, size_t index)
 {
     const int32 value = heap[index];
     size_t i = index;
@@ -288,6 +305,8 @@ utSink(int32 *heap, size_t entries, size_t index)
     {
         for (; child + 1 < entries; child = 2 * i)
         {
+            if (!isNear)
+                utPrefetchBelow(heap, entries, i);
             child += heap[child + 1] > heap[child];
             if (heap[child] <= value)
                 break;
@@ -301,6 +320,15 @@ utSink(int32 *heap, size_t entries, size_t index)
         }
     }
     heap[i] = value;
+}
+
+static void
+utSink(int32 *heap, size_t entries, size_t index)
+{
+    if (entries <= theNearHeap)
+        utSinkIn</*isNear=*/true>(heap, entries, index);
+    else
+        utSinkIn</*isNear=*/false>(heap, entries, index);
 }
 
 unsigned

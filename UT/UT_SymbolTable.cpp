@@ -41,23 +41,39 @@ utSymPool()
     return pool ? *pool : utMakeSymPool();
 }
 
+// The number whose digits in base 37 are eight bytes, the lowest first, as
+// signed ones. With 128 more each, which the end takes off again, none is
+// negative: neighbours are joined in 16 bits, and then in 32, side by side.
+static inline uint32
+utDigits(uint64 bytes)
+{
+    const uint64 pairs = 0x00FF00FF00FF00FF;
+    const uint64 fours = 0x0000FFFF0000FFFF;
+    const uint32 excess = 128 * 38 * 1370 * (37 * 37 * 37 * 37 + 1u);
+    bytes ^= 0x8080808080808080;
+    bytes = (bytes & pairs) * 37 + ((bytes >> 8) & pairs);
+    bytes = (bytes & fours) * (37 * 37) + ((bytes >> 16) & fours);
+    return uint32(bytes) * (37 * 37 * 37 * 37) + uint32(bytes >> 32) - excess;
+}
+
 // A name and what one pass over it computes.
 struct UT_SymList::UT_Sym::ut_Key
 {
-    // Bytes count as signed ones wherever plain char is not, too. Four digits
-    // of the number at a time: one by one, each would wait for the one before.
-    explicit ut_Key(const char *text)
+    [[gnu::always_inline]] explicit ut_Key(const char *text)
         : name(text), length(strlen(text)), hash(0)
     {
-        const auto digit = [text](size_t i) { return uint32(int8(text[i])); };
-        const auto pair = [digit](size_t i)
-        { return digit(i) * 37 + digit(i + 1); };
-        size_t i = 0;
-        for (; length - i >= 4; i += 4)
-            hash =
-                hash * (37 * 37 * 37 * 37) + pair(i) * (37 * 37) + pair(i + 2);
-        for (; i < length; ++i)
-            hash = hash * 37 + digit(i);
+        // Zeros in front change nothing, so that the first one to eight bytes
+        // are taken like the others. A loop over bytes would end where the
+        // processor cannot predict it.
+        if (length < 8)
+        {
+            hash = utDigits(shortName());
+            return;
+        }
+        size_t i = (length - 1) % 8 + 1;
+        hash = utDigits(bytesAt<uint64>(0) << (8 * (8 - i)));
+        for (; i < length; i += 8)
+            hash = hash * theSteps + utDigits(bytesAt<uint64>(i));
     }
 
     // Copies the name to `block`, to one of its own when that is null.
@@ -70,6 +86,29 @@ struct UT_SymList::UT_Sym::ut_Key
     const char *name;
     size_t length; // bytes, without the NUL
     uint32 hash;
+
+private:
+    static const uint32 theSteps = 37u * 37 * 37 * 37 * 37 * 37 * 37 * 37;
+
+    template <class Word>
+    [[nodiscard]] Word bytesAt(size_t offset) const
+    {
+        Word word;
+        memcpy(&word, name + offset, sizeof(word));
+        return sizeof(word) == 8 ? Word(le64toh(word)) : Word(le32toh(word));
+    }
+
+    // Less than eight bytes, after zeros.
+    [[nodiscard]] uint64 shortName() const
+    {
+        if (length >= 4)
+            return uint64(bytesAt<uint32>(length - 4)) << 32 |
+                   uint32(uint64(bytesAt<uint32>(0)) << (8 * (8 - length)));
+        uint64 bytes = 0;
+        for (size_t i = 0; i < length; ++i)
+            bytes = bytes >> 8 | uint64(uint8(name[i])) << 56;
+        return bytes;
+    }
 };
 
 // What the block of a node holds after it: the hash of the name, and the name
@@ -238,7 +277,7 @@ UT_SymList::ut_First::setIfNull(UT_Sym *first, uint32 hash)
 {
     const uintptr_t word = uintptr_t(first) | (theHasSet ? utBit(hash) : 0);
     const bool isNull = myWord == 0;
-    myWord = isNull ? word : myWord;
+    myWord |= word & (0 - uintptr_t(isNull));
     return isNull;
 }
 
@@ -248,12 +287,28 @@ UT_SymList::ut_First::mayHave(uint32 hash) const
     return theHasSet ? (myWord & utBit(hash)) != 0 : myWord != 0;
 }
 
-UT_SymList::UT_Sym *
+// One of two pointers, without a jump; compilers make one of a plain choice.
+template <class Object>
+static inline Object *
+utChoose(bool isFirst, Object *first, Object *second)
+{
+    const uintptr_t differing = uintptr_t(first) ^ uintptr_t(second);
+    const uintptr_t word =
+        uintptr_t(second) ^ (differing & (0 - uintptr_t(isFirst)));
+    Object *chosen;
+    memcpy(&chosen, &word, sizeof(chosen));
+    return chosen;
+}
+
+// Which of the first two nodes a look-up is for cannot be predicted, so their
+// hashes choose without a jump.
+[[gnu::always_inline]] inline UT_SymList::UT_Sym *
 UT_SymList::find(const ut_Key &key) const
 {
     if (!myFirst.mayHave(key.hash))
         return nullptr;
     UT_Sym *sym = myFirst.get();
+    sym = utChoose(sym->hash() == key.hash, sym, sym->next);
     while (sym && !sym->has(key))
         sym = sym->next;
     return sym;
@@ -775,7 +830,7 @@ UT_SymList::move(
         late[lateCount] = sym;
         targets[lateCount] = target;
         lateCount += !isFirst;
-        __builtin_prefetch(next);
+        __builtin_prefetch(next ? next : sym); // to ask for null is slow
         syms[nextCount] = next;
         nextCount += next != nullptr;
     }
@@ -802,10 +857,11 @@ UT_SymbolTable::rehash(int tableSize)
         {
             UT_SymList::UT_Sym *const sym = myBuckets[i].myFirst.get();
             myBuckets[i].myFirst = UT_SymList::ut_First();
-            __builtin_prefetch(sym);
             syms[count] = sym;
             count += sym != nullptr;
         }
+        for (int i = 0; i < count; ++i)
+            __builtin_prefetch(syms[i]);
         while (count > 0)
             count = UT_SymList::move(syms, count, buckets, unsigned(tableSize));
     }

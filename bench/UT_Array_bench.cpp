@@ -417,6 +417,7 @@ ConstantArray(benchmark::State &state)
     VM_Math::theSIMD = simd;
     UT_FloatArray array;
     array.setEntries(unsigned(utCount(state)));
+    array.constant(0); // as the vector does, which has its pages then
     for (auto _ : state)
     {
         array.constant(1.5f);

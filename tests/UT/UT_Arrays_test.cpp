@@ -595,6 +595,21 @@ TEST(UT_IntArray, SortsAndConvertsSignedIntegers)
     EXPECT_EQ(1, UTcompareInts(&values[0], &values[1])); // deliberate: wraps
 }
 
+// Long enough for the road that prefetches, and down to none.
+TEST(UT_IntArray, LongHeapsReturnTheGreatestFirst)
+{
+    std::mt19937 random(1);
+    UT_IntArray heap;
+    ut_Ints values;
+    for (int i = 0; i < 70000; ++i)
+        values.push_back(int(random() % 100000));
+    for (const int value : values)
+        heap.heapPush(value);
+    std::sort(values.rbegin(), values.rend());
+    for (size_t i = 0; i < values.size(); ++i)
+        ASSERT_EQ(values[i], heap.heapPop()) << "pop " << i;
+}
+
 TEST(UT_IntArray, MergingDropsOnlyPairsAcrossTheArrays)
 {
     const auto merge =

@@ -34,6 +34,17 @@ TEST(UT_SymbolTable, HashTakesBytesAsSignedDigits)
     EXPECT_EQ(4294967295u, UT_SymbolTable::hash("\xff"));
     EXPECT_EQ(2386727841u, UT_SymbolTable::hash("a\x80zzzzzz"));
     EXPECT_EQ(2034557707u, UT_SymbolTable::hash("ab\x80zzzz"));
+    const std::string text = "z\x80y\xff"
+                             "abcdefgh\x81jklmno\xfe"
+                             "rstu";
+    unsigned expected = 0;
+    for (size_t length = 0; length < text.size(); ++length)
+    {
+        EXPECT_EQ(
+            expected, UT_SymbolTable::hash(text.substr(0, length).c_str()))
+            << length << " bytes";
+        expected = expected * 37 + unsigned(int8(text[length]));
+    }
 }
 
 static bool
