@@ -124,8 +124,8 @@ public:
     /// count decompressed bytes; seeking back starts again at the beginning,
     /// and seeking from the end is not possible. Data that stop in the middle
     /// end there without an error; damaged ones set it, with zlib's text, once
-    /// all bytes before the damage are read. Bytes of `source` after the data
-    /// may have been read.
+    /// all bytes before the damage are read, and so does a source that fails,
+    /// with its text. Bytes of `source` after the data may have been read.
     [[nodiscard]] static UT_IStreamBuf *zlibBuf(UT_IStreamBuf *source);
 
     /// Decompresses the gzip data of `source` as zlibBuf() does: the first

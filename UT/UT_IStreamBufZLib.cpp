@@ -40,8 +40,10 @@ protected:
 
 private:
     [[nodiscard]] int ahead() const { return myAheadEnd - myAheadPos; }
+    [[nodiscard]] bool hasSourceFailed() const;
     int inflateInto(char *buf, int n, int &result);
     int fetch(char *buf, int n, int &result);
+    void setFailure(int result);
 
     int64 myStart;         // the source's position at the front
     int64 myDelivered = 0; // bytes, without those ahead
@@ -101,8 +103,19 @@ ut_ZLibStreamBuf::zstreamReset()
     return mySource->seekg(myStart, 0) && inflateReset(&myZStream) == Z_OK;
 }
 
+// A source that fails must not look like the end of the data, though files
+// report their end as an error, too: one without a reason.
+bool
+ut_ZLibStreamBuf::hasSourceFailed() const
+{
+    return mySource->hasError() &&
+           (!mySource->endOfBuffer() ||
+            strcmp(mySource->getErrorStr(), strerror(0)) != 0);
+}
+
 // Decompresses up to `n` bytes and returns how many it got; `result` is that of
-// the last inflate(), Z_OK at an end of the source too.
+// the last inflate(), Z_OK at an end of the source too, Z_ERRNO where it
+// failed.
 int
 ut_ZLibStreamBuf::inflateInto(char *buf, int n, int &result)
 {
@@ -124,6 +137,8 @@ ut_ZLibStreamBuf::inflateInto(char *buf, int n, int &result)
         // Without input too: it may hold output, and must refuse a stream that
         // was not initialised.
         result = inflate(&myZStream, Z_NO_FLUSH);
+        if (result == Z_BUF_ERROR && isSourceAtEnd && hasSourceFailed())
+            result = Z_ERRNO;
         myIsAtEnd =
             result == Z_STREAM_END || (result == Z_BUF_ERROR && isSourceAtEnd);
     }
@@ -133,7 +148,7 @@ ut_ZLibStreamBuf::inflateInto(char *buf, int n, int &result)
 }
 
 // Decompressed bytes, those ahead first. An error after bytes that are ahead
-// is reported when they are used up: inflate() returns it again.
+// is reported when they are used up: inflateInto() finds it again.
 int
 ut_ZLibStreamBuf::fetch(char *buf, int n, int &result)
 {
@@ -164,13 +179,19 @@ ut_ZLibStreamBuf::fetch(char *buf, int n, int &result)
     return count;
 }
 
+void
+ut_ZLibStreamBuf::setFailure(int result)
+{
+    setError(result == Z_ERRNO ? mySource->getErrorStr() : zError(result));
+}
+
 int
 ut_ZLibStreamBuf::read(char *buf, int n)
 {
     int result = Z_OK;
     const int count = fetch(buf, n, result);
     if (result != Z_OK)
-        setError(zError(result));
+        setFailure(result);
     myDelivered += count;
     return count;
 }
@@ -194,7 +215,7 @@ ut_ZLibStreamBuf::loadBuffer(int &start, int &end)
     start = 0;
     end = fetch(myBlock, sizeof(myBlock), result);
     if (result != Z_OK && end == 0)
-        setError(zError(result));
+        setFailure(result);
     myDelivered += end;
     return end > 0 ? myBlock : nullptr;
 }

@@ -12,6 +12,8 @@
 #include <ctime>
 #include <new>
 
+#include <execinfo.h>
+
 static std::atomic<int> thePThreadStackSize(0);
 
 int
@@ -212,6 +214,21 @@ UT_PThread::forgetParent()
     myForks = theForkCount.load();
 }
 
+// The first thread that is cancelled makes the C library load what it unwinds
+// with, which ends the process if there is no memory. So does a backtrace,
+// which is only shorter then; after one that is not, cancelling needs no
+// memory.
+static void
+utPrepareToCancel()
+{
+    static std::atomic<bool> theIsReady(false);
+    if (theIsReady.load(std::memory_order_relaxed))
+        return;
+    void *caller = nullptr;
+    if (backtrace(&caller, 1) == 1)
+        theIsReady.store(true, std::memory_order_relaxed);
+}
+
 bool
 UT_PThread::startThread(void *(*function)(void *), void *data)
 {
@@ -231,6 +248,7 @@ UT_PThread::startThread(void *(*function)(void *), void *data)
         return true;
     }
 
+    utPrepareToCancel();
     setState(RUNNING);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);

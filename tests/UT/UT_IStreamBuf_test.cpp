@@ -369,6 +369,17 @@ TEST(UT_IStreamBuf, TheEndIsSomethingElseThanAnError)
     for (const char *line : {"ne", "tw", "(none)"})
         EXPECT_EQ(line, utLine(*part));
     EXPECT_STREQ(strerror(EIO), part->getErrorStr());
+    const std::string deflated = utDeflated("one\ntwo\n");
+    const auto failing = [&]
+    { return new ut_ChunkStreamBuf(deflated, 3, deflated.size() - 5); };
+    UT_IStreamBuf *const sources[] = {failing(), utRange(failing(), 0, 99)};
+    for (UT_IStreamBuf *const source : sources)
+    {
+        const ut_Source inflated(utOver(UT_IStreamBuf::zlibBuf, source));
+        UT_WorkBuffer all;
+        inflated->getAll(all);
+        EXPECT_STREQ(strerror(EIO), inflated->getErrorStr());
+    }
     std::istringstream stream("one");
     stream.exceptions(std::ios::failbit | std::ios::eofbit);
     const ut_Source throwing(UT_IStreamBuf::istreamBuf(stream));

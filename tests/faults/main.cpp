@@ -20,7 +20,6 @@
 #include <string>
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -319,29 +318,10 @@ utFind(const char *name)
     exit(2);
 }
 
-// What the C library loads to cancel a thread lives as long as the process. It
-// comes before anything is counted: whether a worker has to be cancelled
-// depends on how soon it ends.
-static void
-utCancelOnce()
-{
-    pthread_t thread = {};
-    const auto wait = [](void *) -> void *
-    {
-        for (;;)
-            pause();
-    };
-    if (pthread_create(&thread, nullptr, wait, nullptr))
-        return;
-    pthread_cancel(thread);
-    pthread_join(thread, nullptr);
-}
-
 int
 main(int argc, char **argv)
 {
     setvbuf(stdout, nullptr, _IOLBF, 0);
-    utCancelOnce();
     theResult = static_cast<ut_Result *>(mmap(
         nullptr, sizeof(ut_Result), PROT_READ | PROT_WRITE,
         MAP_SHARED | MAP_ANONYMOUS, -1, 0));

@@ -423,9 +423,20 @@ utCount(void *counter)
     return nullptr;
 }
 
+static void *
+utStay(void *)
+{
+    for (;;)
+        pause();
+}
+
 static bool
 utWorkers()
 {
+    const std::unique_ptr<UT_Thread> killed(
+        UT_Thread::allocThread(UT_Thread::SPIN_SLEEP));
+    const bool isKilled =
+        killed->startThread(utStay, nullptr) && killed->killThread() == 0;
     std::atomic<int> counters[4] = {};
     {
         UT_ThreadSet set(4);
@@ -449,7 +460,7 @@ utWorkers()
         farm.wait();
     }
     utExpect(jobs == started, "a job that was started has not run");
-    return started == 20;
+    return isKilled && started == 20;
 }
 
 // ---- Settings, paths, the machine
