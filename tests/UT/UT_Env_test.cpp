@@ -52,7 +52,7 @@ TEST(UT_Env, OfTwoEntriesWithANameBothStay)
     EXPECT_EQ((ut_Strings{"A=4", "A=2", "B=3"}), utTexts(ValdrinGetenvlist()));
     ValdrinUnsetenv("A");
     EXPECT_STREQ("2", ValdrinGetenv("A"));
-    EXPECT_STREQ("1", &first[2]) << "is not the table's";
+    EXPECT_STREQ("1", &first[2]) << "the text of others is written to";
 }
 
 // Deliberate: the table is sorted by unsigned bytes, and searched by signed

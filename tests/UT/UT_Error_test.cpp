@@ -18,27 +18,29 @@ utMessage(
     return out.buffer();
 }
 
-// A message file, and what the messages of its codes are with "abcd". What a
-// line may look like is tested by the fuzz entry.
+// A message file, and what the messages of its codes are with "abcd".
 static const struct
 {
     const char *line;
     int code;
     const char *message;
 } theLines[] = {
-    {"1 %s",                  1,  "abcd"                        },
-    {"12\tCannot open %s\\n", 12, "Cannot open abcd\n(retrying)"},
-    {"012 (retrying)",        12, "Cannot open abcd\n(retrying)"},
-    {"word",                  6,  ""                            }, // 6 has no text
-    {"8 %d",                  8,  "%d"                          },
-    {"9 %s%n",                9,  "%s%n"                        },
-    {"10 %*s",                10, "%*s"                         },
-    {"11 %1$s",               11, "%1$s"                        },
-    {"13 %2147483647s",       13, "%2147483647s"                },
-    {"14 %s%s",               14, "%s%s"                        },
-    {"15 %",                  15, "%"                           },
-    {"16 100%%|%-5.3s|",      16, "100%|abc  |"                 },
-    {"17 |%5s%%",             17, "| abcd%"                     },
+    {"1 %s",                      1,  "abcd"                        },
+    {"12\tCannot open %s\\n",     12, "Cannot open abcd\n(retrying)"},
+    {"012 (retrying)",            12, "Cannot open abcd\n(retrying)"},
+    {"word",                      6,  ""                            }, // 6 has no text
+    {" \n\r2  \\t|\\\\|\\x \v\r", 2,  " \t|\\|\\x "                 },
+    {"18",                        18, ""                            },
+    {"19\xe9\xe8",                19, "\xe8"                        }, // any byte separates
+    {"8 %d",                      8,  "%d"                          },
+    {"9 %s%n",                    9,  "%s%n"                        },
+    {"10 %*s",                    10, "%*s"                         },
+    {"11 %1$s",                   11, "%1$s"                        },
+    {"13 %2147483647s",           13, "%2147483647s"                },
+    {"14 %s%s",                   14, "%s%s"                        },
+    {"15 %",                      15, "%"                           },
+    {"16 100%%|%-5.3s|",          16, "100%|abc  |"                 },
+    {"17 |%5s%%",                 17, "| abcd%"                     },
 };
 
 TEST(UT_Error, MessageFilesAreData)
@@ -51,6 +53,10 @@ TEST(UT_Error, MessageFilesAreData)
     for (const auto &row : theLines)
         EXPECT_EQ(row.message, utMessage(file, row.code, "abcd")) << row.line;
     EXPECT_EQ(file + ": unknown error: -1", utMessage(file, -1, ""));
+    // The first code that is too large ends the file.
+    const std::string cut = dir.write("cut", "1 one\n1000001 x\n2 two");
+    EXPECT_EQ("one", utMessage(cut, 1, ""));
+    EXPECT_EQ(cut + ": unknown error: 2", utMessage(cut, 2, ""));
     const std::string longText(100000, '%');
     EXPECT_EQ(longText, utMessage(file, 1, longText.c_str()));
 }

@@ -23,7 +23,6 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/wait.h>

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -124,38 +125,36 @@ static const struct
 {
     const char *what;
     std::string text;
-    ut_Scanner *scan;
+    ut_Scanner scanner;
     ut_Scan expected;
 } theScans[] = {
-    {"a line",                       "ab\ncd",          utGetLine,   {1, "ab", false, 3}     },
-    {"a line that ends in a return",
-     "a\rb\r\ncd",                                      utGetLine,
-     {1, "a\rb", false, 5}                                                                   },
-    {"an empty line",                "\r\n",            utGetLine,   {1, "", false, 2}       },
-    {"the last line",                "ab",              utGetLine,   {1, "ab", false, 2}     },
-    {"no line",                      "",                utGetLine,   {0, "", false, 0}       },
-    {"another delimiter",            "a\r\x80\n",       utGetTo128,  {1, "a\r", false, 3}    },
-    {"a skipped line",               "ab\r\ncd",        utSkipLine,  {1, "old", false, 4}    },
-    {"space",                        " \t\n\v\f\r\xa0", utSkipSpace, {1, "old", false, 6}    },
-    {"nothing but space",            "  ",              utSkipSpace, {0, "old", false, 2}    },
-    {"a word",                       " \na\xe9,\tb",    utGetWord,   {1, "a\xe9,", false, 5} },
-    {"no word",                      " ",               utGetWord,   {0, "", false, 1}       },
-    {"an integer",                   " -12a",           utGetNumber, {1, "-12", false, 4}    },
-    {"a sign alone",                 "+-",              utGetNumber, {1, "+", false, 1}      },
-    {"a fraction",                   "1.5.2",           utGetNumber, {1, "1.5", true, 3}     },
-    {"an exponent",                  "12e-5e",          utGetNumber, {1, "12e-5", true, 5}   },
-    {"an exponent without digits",   "1Ex",             utGetNumber, {1, "1E", true, 2}      },
+    {"a line",                   "ab\ncd",          UT_GET_LINE,   {1, "ab", false, 3}     },
+    {"a line with returns",      "a\rb\r\ncd",      UT_GET_LINE,   {1, "a\rb", false, 5}   },
+    {"an empty line",            "\r\n",            UT_GET_LINE,   {1, "", false, 2}       },
+    {"the last line",            "ab",              UT_GET_LINE,   {1, "ab", false, 2}     },
+    {"no line",                  "",                UT_GET_LINE,   {0, "", false, 0}       },
+    {"another delimiter",        "a\r\x80\n",       UT_GET_TO_128, {1, "a\r", false, 3}    },
+    {"a skipped line",           "ab\r\ncd",        UT_SKIP_LINE,  {1, "old", false, 4}    },
+    {"space",                    " \t\n\v\f\r\xa0", UT_SKIP_SPACE, {1, "old", false, 6}    },
+    {"nothing but space",        "  ",              UT_SKIP_SPACE, {0, "old", false, 2}    },
+    {"a word",                   " \na\xe9,\tb",    UT_GET_WORD,   {1, "a\xe9,", false, 5} },
+    {"no word",                  " ",               UT_GET_WORD,   {0, "", false, 1}       },
+    {"an integer",               " -12a",           UT_GET_NUMBER, {1, "-12", false, 4}    },
+    {"a sign alone",             "+-",              UT_GET_NUMBER, {1, "+", false, 1}      },
+    {"a fraction",               "1.5.2",           UT_GET_NUMBER, {1, "1.5", true, 3}     },
+    {"an exponent",              "12e-5e",          UT_GET_NUMBER, {1, "12e-5", true, 5}   },
+    {"an exponent of none",      "1Ex",             UT_GET_NUMBER, {1, "1E", true, 2}      },
  // Deliberate: the first byte is not looked at.
-    {"a point in front",             ".5 ",             utGetNumber, {1, ".5", false, 2}     },
-    {"a word that is no number",     " e5 x",           utGetNumber, {1, "e5", false, 3}     },
-    {"quotes",                       " \"a b\"c",       utGetString, {1, "a b", false, 6}    },
-    {"empty quotes",                 "\"\"",            utGetString, {1, "", false, 2}       },
-    {"escapes",                      "\"\\\"\\\\\\n\"", utGetString, {1, "\"\\\\n", false, 8}},
-    {"escapes in a word",            "a\\\"\\n b",      utGetString, {1, "a\"\\n", false, 5} },
-    {"a word in escaped quotes",     "\\\"a b",         utGetString, {1, "\"a", false, 3}    },
-    {"an open quote",                "\"a b",           utGetString, {0, "a b", false, 4}    },
-    {"a first byte of 128",          "\x80x",           utGetString, {0, "", false, 1}       },
-    {"no string",                    " ",               utGetString, {0, "", false, 1}       },
+    {"a point in front",         ".5 ",             UT_GET_NUMBER, {1, ".5", false, 2}     },
+    {"a word that is no number", " e5 x",           UT_GET_NUMBER, {1, "e5", false, 3}     },
+    {"quotes",                   " \"a b\"c",       UT_GET_STRING, {1, "a b", false, 6}    },
+    {"empty quotes",             "\"\"",            UT_GET_STRING, {1, "", false, 2}       },
+    {"escapes",                  "\"\\\"\\\\\\n\"", UT_GET_STRING, {1, "\"\\\\n", false, 8}},
+    {"escapes in a word",        "a\\\"\\n b",      UT_GET_STRING, {1, "a\"\\n", false, 5} },
+    {"an escaped first quote",   "\\\"a b",         UT_GET_STRING, {1, "\"a", false, 3}    },
+    {"an open quote",            "\"a b",           UT_GET_STRING, {0, "a b", false, 4}    },
+    {"a first byte of 128",      "\x80x",           UT_GET_STRING, {0, "", false, 1}       },
+    {"no string",                " ",               UT_GET_STRING, {0, "", false, 1}       },
 };
 
 TEST(UT_IStreamBuf, ScannersTakeWhatTheyAreFor)
@@ -164,7 +163,7 @@ TEST(UT_IStreamBuf, ScannersTakeWhatTheyAreFor)
         for (const bool isLocked : {false, true})
         {
             const ut_Source source(utMemory(row.text));
-            const ut_Scan scan = utScan(*source, row.scan, isLocked);
+            const ut_Scan scan = utScan(*source, row.scanner, isLocked);
             // A locked work buffer takes nothing.
             ut_Scan expected = row.expected;
             if (isLocked)

@@ -244,10 +244,6 @@ TEST(UT_WorkBuffer, ProtectedTextsReadBackAsOneWord)
         {nullptr,       "\"\""           },
         {"",            "\"\""           },
         {"a b\"c",      "\"a b\\\"c\""   },
-        {"\t",          "\"\t\""         },
-        {"\n",          "\"\n\""         },
-        {"\v",          "\"\v\""         },
-        {"a\f",         "\"a\f\""        },
         {"a\r\\\"\xA0", "a\r\\\\\\\"\xA0"},
     };
     UT_WorkBuffer buffer;

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <list>
 #include <map>
 #include <sstream>
@@ -122,7 +121,7 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
     ut_Variables variables;
     std::list<ut_Texts> texts; // the array may hold them until the end
     std::vector<char *> array;
-    // What names with bytes from 128 on do is not for a map.
+    // A map cannot show what names with bytes from 128 on do.
     std::string input(data, data + size);
     for (char &byte : input)
         byte = char(byte & 127);

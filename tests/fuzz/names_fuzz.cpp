@@ -106,6 +106,9 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
         line = line.substr(0, 100).c_str(); // up to a NUL
         names.push_back(line);
         utCheckNumber(line);
+        UT_String next(line.c_str());
+        next.incrementNumberedName();
+        utRequire(UT_String::compareNumberedString(line.c_str(), next) < 0);
         UT_String text(line.c_str());
         UT_String number;
         UT_String rest;

@@ -4,6 +4,7 @@
 #include "UT/UT_IStream.h"
 
 #include <cstdlib>
+#include <cstring>
 
 // The block size and the text, whose bytes also choose what is done with it.
 extern "C" int

@@ -8,6 +8,7 @@
 #include "UT/UT_IStream.h"
 #include "UT/UT_String.h"
 
+#include <cstring>
 #include <iterator>
 
 template <class T, bool isText>

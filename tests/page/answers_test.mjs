@@ -22,22 +22,19 @@ test("parts go to the one who waits, until the last", () => {
 });
 
 test("what is no answer is a fault", () => {
-    const rows = [
-        { name: "null", frame: null },
-        { name: "text", frame: "x" },
-        { name: "no id", frame: { part: "x", last: true } },
-        { name: "another id", frame: { id: 1, part: "x", last: true } },
-        { name: "an id as text", frame: { id: "0", part: "x", last: true } },
-        { name: "no part", frame: { id: 0 } },
-        { name: "a number as part", frame: { id: 0, part: 7 } },
-        { name: "last of another kind",
-            frame: { id: 0, part: "x", last: false } },
-        { name: "a code of our own",
-            frame: { id: 0, error: "origin", message: "x" } },
-        { name: "an error without words",
-            frame: { id: 0, error: "component" } },
-    ];
-    for (const { name, frame } of rows) {
+    const frames = {
+        "null": null,
+        "text": "x",
+        "no id": { part: "x", last: true },
+        "another id": { id: 1, part: "x", last: true },
+        "an id as text": { id: "0", part: "x", last: true },
+        "no part": { id: 0 },
+        "a number as part": { id: 0, part: 7 },
+        "last of another kind": { id: 0, part: "x", last: false },
+        "a code of our own": { id: 0, error: "origin", message: "x" },
+        "an error without words": { id: 0, error: "component" },
+    };
+    for (const [name, frame] of Object.entries(frames)) {
         const answers = new Answers();
         answers.expect("caller");
         assert.equal(typeof answers.take(frame).fault, "string", name);

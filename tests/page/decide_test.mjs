@@ -97,30 +97,23 @@ test("what was stored by somebody else allows nobody", () => {
 });
 
 test("only the document of a tab calls, by the browser's word for it", () => {
-    const rows = [
-        { name: "a page", sender: {}, origin: SITE },
-        { name: "its site itself", sender: { url: `${SITE}/` }, origin: SITE },
-        { name: "a frame", sender: { frameId: 1 }, origin: null },
-        { name: "no frame number",
-            sender: { frameId: undefined }, origin: null },
-        { name: "no tab", sender: { tab: undefined }, origin: null },
-        { name: "a sandboxed page", sender: { origin: "null" }, origin: null },
-        { name: "no origin", sender: { origin: undefined }, origin: null },
-        { name: "an address as origin",
-            sender: { origin: `${SITE}/` }, origin: null },
-        { name: "about:blank", sender: { url: "about:blank" }, origin: null },
-        { name: "a blob",
-            sender: { url: `blob:${SITE}/0e5` }, origin: null },
-        { name: "a longer host",
-            sender: { url: `${SITE}.evil.example/` }, origin: null },
-        { name: "another port",
-            sender: { url: `${SITE}:444/` }, origin: null },
-        { name: "plain http",
-            sender: { origin: "http://a.example", url: "http://a.example/" },
-            origin: null },
-    ];
-    for (const { name, sender, origin } of rows)
-        assert.equal(callerOf({ ...SENDER, ...sender }), origin, name);
+    const refused = {
+        "a frame": { frameId: 1 },
+        "no frame number": { frameId: undefined },
+        "no tab": { tab: undefined },
+        "a sandboxed page": { origin: "null" },
+        "no origin": { origin: undefined },
+        "an address as origin": { origin: `${SITE}/` },
+        "about:blank": { url: "about:blank" },
+        "a blob": { url: `blob:${SITE}/0e5` },
+        "a longer host": { url: `${SITE}.evil.example/` },
+        "another port": { url: `${SITE}:444/` },
+        "plain http": { origin: "http://a.example", url: "http://a.example/" },
+    };
+    assert.equal(callerOf(SENDER), SITE, "a page");
+    assert.equal(callerOf({ ...SENDER, url: `${SITE}/` }), SITE, "the site");
+    for (const [name, sender] of Object.entries(refused))
+        assert.equal(callerOf({ ...SENDER, ...sender }), null, name);
     assert.equal(callerOf(undefined), null);
 });
 

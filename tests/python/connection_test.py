@@ -137,6 +137,28 @@ class Test(unittest.TestCase):
                     connection.run("x")
                 thread.join()
 
+    def test_early_replies_count(self):
+        with bound() as listener:
+            listener.listen()
+            connection = valdrin.Connection(
+                listener.getsockname()[1], timeout=DEADLINE
+            )
+            for closes in (False, True):
+                with self.subTest(closes=closes):
+                    peers = []
+
+                    def serve(peers=peers, closes=closes):
+                        peers.append(listener.accept()[0])
+                        peers[0].sendall(b"early\0")
+                        if closes:
+                            peers[0].close()
+
+                    thread = threading.Thread(target=serve)
+                    thread.start()
+                    self.assertEqual(connection.run("x" * 30000000), "early")
+                    thread.join()
+                    peers[0].close()
+
     def test_replies_may_be_as_long_as_the_limit(self):
         app = Application(b"x" * 70000 + b"\0")
         connection = valdrin.Connection(int(app.port), max_reply=70000)

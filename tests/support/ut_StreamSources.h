@@ -8,9 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
@@ -103,62 +101,23 @@ struct ut_Scan
     int64 place;
 };
 
-using ut_Scanner =
-    int(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &isFloat);
-
-inline int
-utGetLine(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
+enum ut_Scanner
 {
-    return buffer.getLine(out);
-}
+    UT_GET_LINE,
+    UT_GET_TO_128, // up to a byte of that value
+    UT_SKIP_LINE,
+    UT_SKIP_SPACE,
+    UT_GET_WORD,
+    UT_GET_NUMBER,
+    UT_GET_STRING,
+    UT_PEEK_AND_GET,
+    UT_READ_BYTES,
+    UT_SCANNER_COUNT
+};
 
+// Reads up to 40 bytes into `out`.
 inline int
-utGetTo128(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
-{
-    return buffer.getLine(out, '\x80');
-}
-
-inline int
-utSkipLine(UT_IStreamBuf &buffer, UT_WorkBuffer &, bool &)
-{
-    return buffer.skipLine();
-}
-
-inline int
-utSkipSpace(UT_IStreamBuf &buffer, UT_WorkBuffer &, bool &)
-{
-    return buffer.skipLeadingWhitespace();
-}
-
-inline int
-utGetWord(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
-{
-    return buffer.getWord(out);
-}
-
-inline int
-utGetNumber(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &isFloat)
-{
-    return buffer.getNumber(out, isFloat);
-}
-
-inline int
-utGetString(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
-{
-    return buffer.getString(out);
-}
-
-// A byte, seen before it is taken.
-inline int
-utPeekAndGet(UT_IStreamBuf &buffer, UT_WorkBuffer &, bool &)
-{
-    const int seen = buffer.peekc();
-    return 1000 * seen + buffer.getc();
-}
-
-// Up to 40 bytes.
-inline int
-utReadBytes(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
+utReadBytes(UT_IStreamBuf &buffer, UT_WorkBuffer &out)
 {
     const int64 start = buffer.tellg();
     char bytes[40];
@@ -170,20 +129,46 @@ utReadBytes(UT_IStreamBuf &buffer, UT_WorkBuffer &out, bool &)
     return found;
 }
 
-static constexpr ut_Scanner *theScanners[] = {
-    utGetLine,   utGetTo128,  utSkipLine,   utSkipSpace, utGetWord,
-    utGetNumber, utGetString, utPeekAndGet, utReadBytes,
-};
+inline int
+utScanBy(
+    ut_Scanner scanner, UT_IStreamBuf &buffer, UT_WorkBuffer &out,
+    bool &isFloat)
+{
+    switch (scanner)
+    {
+    case UT_GET_LINE:
+        return buffer.getLine(out);
+    case UT_GET_TO_128:
+        return buffer.getLine(out, '\x80');
+    case UT_SKIP_LINE:
+        return buffer.skipLine();
+    case UT_SKIP_SPACE:
+        return buffer.skipLeadingWhitespace();
+    case UT_GET_WORD:
+        return buffer.getWord(out);
+    case UT_GET_NUMBER:
+        return buffer.getNumber(out, isFloat);
+    case UT_GET_STRING:
+        return buffer.getString(out);
+    case UT_PEEK_AND_GET:
+    {
+        const int seen = buffer.peekc();
+        return 1000 * seen + buffer.getc();
+    }
+    default:
+        return utReadBytes(buffer, out);
+    }
+}
 
 inline ut_Scan
-utScan(UT_IStreamBuf &buffer, ut_Scanner *scanner, bool isLocked)
+utScan(UT_IStreamBuf &buffer, ut_Scanner scanner, bool isLocked)
 {
     ut_Scan scan = {};
     UT_WorkBuffer out;
     out.append("old");
     if (isLocked)
         out.lock(0, 0);
-    scan.result = scanner(buffer, out, scan.isFloat);
+    scan.result = utScanBy(scanner, buffer, out, scan.isFloat);
     scan.text = utTextOf(out);
     scan.place = buffer.tellg();
     return scan;
@@ -216,12 +201,12 @@ utScanMismatch(
     {
         const unsigned choice = next() % 256;
         const bool isLocked = choice >= 240;
-        const unsigned number = choice % std::size(theScanners);
+        const auto scanner = ut_Scanner(choice % UT_SCANNER_COUNT);
         const std::string difference = utDifference(
-            utScan(*memory, theScanners[number], isLocked),
-            utScan(buffer, theScanners[number], isLocked));
+            utScan(*memory, scanner, isLocked),
+            utScan(buffer, scanner, isLocked));
         if (!difference.empty())
-            return "scanner " + std::to_string(number) + " at " +
+            return "scanner " + std::to_string(scanner) + " at " +
                    std::to_string(place) + ": " + difference;
     }
     // All is read; what can seek back shows it whole.
