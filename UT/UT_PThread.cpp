@@ -214,19 +214,21 @@ UT_PThread::forgetParent()
     myForks = theForkCount.load();
 }
 
-// The first thread that is cancelled makes the C library load what it unwinds
-// with, which ends the process if there is no memory. So does a backtrace,
-// which is only shorter then; after one that is not, cancelling needs no
-// memory.
-static void
-utPrepareToCancel()
+// Whether a thread can be cancelled. The first that is makes the C library load
+// what it unwinds with, which ends the process if there is no memory. So does a
+// backtrace, which is only empty then; after one that is not, cancelling needs
+// no memory.
+static bool
+utCanCancel()
 {
-    static std::atomic<bool> theIsReady(false);
-    if (theIsReady.load(std::memory_order_relaxed))
-        return;
+    static std::atomic<bool> theIsLoaded(false);
+    if (theIsLoaded.load(std::memory_order_relaxed))
+        return true;
     void *caller = nullptr;
-    if (backtrace(&caller, 1) == 1)
-        theIsReady.store(true, std::memory_order_relaxed);
+    const bool isLoaded = backtrace(&caller, 1) == 1;
+    if (isLoaded)
+        theIsLoaded.store(true, std::memory_order_relaxed);
+    return isLoaded;
 }
 
 bool
@@ -248,7 +250,8 @@ UT_PThread::startThread(void *(*function)(void *), void *data)
         return true;
     }
 
-    utPrepareToCancel();
+    if (!utCanCancel())
+        return false;
     setState(RUNNING);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
