@@ -57,7 +57,12 @@ static bool
 utIsStruck(ut_FaultCall call)
 {
     if (!theIsArmed.load(std::memory_order_relaxed) || thePauses ||
-        call != theFault.call || ++theCalls != theFault.number)
+        call != theFault.call)
+        return false;
+    const unsigned number = ++theCalls;
+    const bool isLater =
+        theFault.kind == UT_FAULT_LASTS && number > theFault.number;
+    if (number != theFault.number && !isLater)
         return false;
     ++thePauses;
     utFaultStrikes();

@@ -30,7 +30,7 @@ static const char *const theFaultCalls[] = {
 static_assert(std::size(theFaultCalls) == UT_FAULT_CALL_COUNT);
 
 static const char *const theFaultKinds[] = {
-    "fails", "is_cut", "is_interrupted"};
+    "fails", "is_cut", "is_interrupted", "lasts"};
 static_assert(std::size(theFaultKinds) == UT_FAULT_KIND_COUNT);
 
 // Seconds for a scenario and its repetitions; only a hang reaches it.
@@ -171,8 +171,9 @@ utTryHere(const ut_Scenario &scenario, const ut_Fault &fault, bool isWarm)
                             fault.call == UT_FAULT_WAIT;
     if (!isRight && !theResult->hasStruck)
         utWrong("fails without a fault");
-    if (!isRight && isTransfer && fault.kind != UT_FAULT_FAILS &&
-        !scenario.mayGiveUp)
+    const bool goesOn =
+        fault.kind == UT_FAULT_IS_CUT || fault.kind == UT_FAULT_IS_INTERRUPTED;
+    if (!isRight && isTransfer && goesOn && !scenario.mayGiveUp)
         utWrong("gave up after a short or interrupted call");
     if (!utRun(scenario))
         utWrong("does not work again");
@@ -253,14 +254,15 @@ utIsPossible(int call, int kind)
     {
     case UT_FAULT_READ:
     case UT_FAULT_WRITE:
-        return true;
+        return kind != UT_FAULT_LASTS;
     case UT_FAULT_OPEN:
     case UT_FAULT_CLOSE:
     case UT_FAULT_CONNECT:
-    case UT_FAULT_WAIT:
         return kind != UT_FAULT_IS_CUT;
+    case UT_FAULT_WAIT: // one that fails for good is tried again for good
+        return kind == UT_FAULT_FAILS || kind == UT_FAULT_IS_INTERRUPTED;
     default:
-        return kind == UT_FAULT_FAILS;
+        return kind == UT_FAULT_FAILS || kind == UT_FAULT_LASTS;
     }
 }
 

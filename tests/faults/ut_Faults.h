@@ -34,6 +34,7 @@ enum ut_FaultKind
     UT_FAULT_FAILS,
     UT_FAULT_IS_CUT,         // moves one byte of those that were asked for
     UT_FAULT_IS_INTERRUPTED, // fails with EINTR
+    UT_FAULT_LASTS,          // fails, and so do all that follow
     UT_FAULT_KIND_COUNT
 };
 
