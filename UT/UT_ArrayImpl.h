@@ -39,42 +39,51 @@ static constexpr unsigned theSmallBlock = 1024;
 static constexpr unsigned theDoublingBlock =
     sizeof(void *) == 8 ? 32u << 20 : 8u << 20;
 
+// Bytes of the least block, a cache line, and of the next one: what allocations
+// cost is felt where few elements are added one by one.
+static constexpr unsigned theLeastBlock = 64;
+static constexpr unsigned theSecondBlock = 256;
+
 // Slots in the block of an array, so that steps of a few slots seldom cost an
 // allocation: a power of two for most arrays, a multiple of an eighth of one
 // for the longest. Memory that was never used stays so beyond the capacity. The
 // address checker has to see accesses there.
 template <class T>
-unsigned
+[[gnu::always_inline]] inline unsigned
 utBlockSlots(unsigned capacity)
 {
 #if !defined(__SANITIZE_ADDRESS__)
-    constexpr unsigned least = UTgrownCapacity(0);
-    if (capacity > 0)
+    constexpr unsigned least = theLeastBlock / sizeof(T);
+    constexpr unsigned second = theSecondBlock / sizeof(T);
+    if (capacity > second)
     {
-        const unsigned last = (capacity - 1) | (least - 1);
+        const unsigned last = capacity - 1;
         const unsigned power = 1u << (31 - __builtin_clz(last));
         const bool doubles = last < theDoublingBlock / sizeof(T);
         const unsigned slots = (last | ((doubles ? power : power / 8) - 1)) + 1;
         return slots > 0 ? slots : capacity;
     }
+    if (capacity > 0)
+        return capacity > least ? second : least;
 #endif
     return capacity;
 }
 
-// Whether the block of an array that has one surely has the slots of a greater
-// capacity, for steps in which computing its size would be noticed: it has them
-// where the last slots' indices have their highest bit in common.
+// Whether an array has a block that surely has the slots of a greater capacity,
+// for steps in which computing its size would be noticed: it has them where the
+// last slots' indices have their highest bit in common, or are both in the
+// least block.
 template <class T>
 bool
 utIsInBlock(unsigned capacity, unsigned newCapacity)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    return newCapacity <= capacity;
+    return capacity > 0 && newCapacity <= capacity;
 #else
     const unsigned last = capacity - 1; // without a block, it has all bits
-    const unsigned newLast = newCapacity - 1;
-    return newLast < theDoublingBlock / sizeof(T) &&
-           (last ^ newLast) < (last & newLast);
+    return last < theDoublingBlock / sizeof(T) &&
+           (last ^ (newCapacity - 1)) <=
+               (last | (theLeastBlock / sizeof(T) - 1));
 #endif
 }
 
@@ -126,7 +135,8 @@ utCopyFew(T *to, const T *from, unsigned count)
     if (count >= step)
     {
         // The last step may copy some elements again.
-        for (unsigned i = 0; i < count - step; i += step)
+        memcpy(to, from, 16);
+        for (unsigned i = step; i < count - step; i += step)
             memcpy(to + i, from + i, 16);
         memcpy(to + count - step, from + count - step, 16);
     }
@@ -160,6 +170,8 @@ utReallocate(T *data, unsigned capacity, unsigned slots)
         return static_cast<T *>(
             utChecked(reallocarray(data, slots, sizeof(T))));
     T *const block = static_cast<T *>(utAllocate(slots * sizeof(T)));
+    if (!data)
+        return block;
     utCopyFew(block, data, std::min(capacity, slots));
     free(data);
     return block;

@@ -100,7 +100,7 @@ void
 UT_FloatArray::growFull()
 {
     utGrow(
-        myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
+        myData, myCapacity, myEntries, UTgrownCapacity(myCapacity),
         /*clearsNewSlots=*/false);
 }
 

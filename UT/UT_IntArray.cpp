@@ -97,7 +97,7 @@ void
 UT_IntArray::growFull()
 {
     utGrow(
-        myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
+        myData, myCapacity, myEntries, UTgrownCapacity(myCapacity),
         /*clearsNewSlots=*/true);
 }
 

@@ -139,7 +139,7 @@ void
 UT_PtrArrayRaw::growFull()
 {
     utGrow(
-        myData, myCapacity, myEntries, UTgrownCapacity(myEntries),
+        myData, myCapacity, myEntries, UTgrownCapacity(myCapacity),
         /*clearsNewSlots=*/true);
 }
 

@@ -17,6 +17,8 @@
 #include <utility>
 #include <vector>
 
+#include <malloc.h>
+
 // What the pointers point at: three neighbours have the same key.
 static int theThings[1000];
 
@@ -143,6 +145,29 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
         row.act(array, row.index, row.count);
         EXPECT_EQ(row.newEntries, array.entries());
         EXPECT_EQ(row.newCapacity, array.capacity());
+    }
+}
+
+// The size of a block follows no single formula.
+TYPED_TEST(UT_Arrays, BlocksHoldEveryCapacityThatAppendsAndConcatReach)
+{
+    for (unsigned entries = 1; entries <= 600; ++entries)
+    {
+        TypeParam one(entries);
+        one.setEntries(entries);
+        one.append({});
+        ASSERT_LE(
+            one.capacity() * sizeof(one(0)), malloc_usable_size(one.data()))
+            << "an append to " << entries;
+        for (const unsigned count : {1u, 8u, 17u, 33u, 64u})
+        {
+            TypeParam all(entries);
+            all.setEntries(entries);
+            all.concat(utFilled<TypeParam>(count, count));
+            ASSERT_LE(
+                all.capacity() * sizeof(all(0)), malloc_usable_size(all.data()))
+                << count << " elements after " << entries;
+        }
     }
 }
 
