@@ -296,7 +296,7 @@ utChoose(bool isFirst, Object *first, Object *second)
     const uintptr_t word =
         uintptr_t(second) ^ (differing & (0 - uintptr_t(isFirst)));
     Object *chosen;
-    memcpy(&chosen, &word, sizeof(chosen));
+    memcpy(&chosen, &word, sizeof(word));
     return chosen;
 }
 
