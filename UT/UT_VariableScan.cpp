@@ -887,8 +887,7 @@ utReplaceVariable(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
 {
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/true,
-               /*expandTilde=*/false,
+               out, text, lookups, /*expandVars=*/true, /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanReference();
 }
@@ -898,8 +897,7 @@ utReplacePercent(
     UT_WorkBuffer &out, const char *text, const ut_Lookups &lookups)
 {
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/true,
-               /*expandTilde=*/false,
+               out, text, lookups, /*expandVars=*/true, /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanPercent();
 }
@@ -911,8 +909,7 @@ utReplaceExpression(
     if (!*utEndOfExpression(text + 1))
         return nullptr;
     return ut_VariableScanner(
-               out, text, lookups, /*expandVars=*/false,
-               /*expandTilde=*/false,
+               out, text, lookups, /*expandVars=*/false, /*expandTilde=*/false,
                /*ignoreComments=*/true)
         .scanReference();
 }

@@ -120,7 +120,8 @@ utScannable(std::mt19937 &random, size_t length)
     return text;
 }
 
-// What a scanner takes of a text in memory, and how far it goes.
+// What a scanner takes of a text in memory, and how far it goes. Deliberate:
+// the first byte of a number is not looked at.
 static const struct
 {
     const char *what;
@@ -144,7 +145,6 @@ static const struct
     {"a fraction",               "1.5.2",           UT_GET_NUMBER, {1, "1.5", true, 3}     },
     {"an exponent",              "12e-5e",          UT_GET_NUMBER, {1, "12e-5", true, 5}   },
     {"an exponent of none",      "1Ex",             UT_GET_NUMBER, {1, "1E", true, 2}      },
- // Deliberate: the first byte is not looked at.
     {"a point in front",         ".5 ",             UT_GET_NUMBER, {1, ".5", false, 2}     },
     {"a word that is no number", " e5 x",           UT_GET_NUMBER, {1, "e5", false, 3}     },
     {"quotes",                   " \"a b\"c",       UT_GET_STRING, {1, "a b", false, 6}    },

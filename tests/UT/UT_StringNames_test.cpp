@@ -53,6 +53,7 @@ TEST(UT_StringNames, FileNamesSplitAtTheirNumber)
     }
 }
 
+// The leading zeros go when there is a digit more.
 TEST(UT_StringNames, TheNextNameHasTheNextNumber)
 {
     static const struct
@@ -66,7 +67,6 @@ TEST(UT_StringNames, TheNextNameHasTheNextNumber)
         {"a1b",                   "a1b2"                 },
         {"a-9",                   "a-10"                 },
         {"a199",                  "a200"                 },
- // The leading zeros go when there is a digit more.
         {"a00",                   "a01"                  },
         {"a09",                   "a10"                  },
         {"a099",                  "a100"                 },
