@@ -253,10 +253,10 @@ BENCHMARK(utAppendWords<std::string>)
     ->Apply(utCurve<8, 1 << 15, 1 << 24, 8>);
 BENCHMARK(utAppendBlocks<UT_WorkBuffer>)
     ->Name("append blocks/ours")
-    ->Apply(utCurve<1, 1 << 10, 1 << 19, 8>);
+    ->Apply(utCurve<1, 1 << 10, 1 << 16, 8>);
 BENCHMARK(utAppendBlocks<std::string>)
     ->Name("append blocks/std::string")
-    ->Apply(utCurve<1, 1 << 10, 1 << 19, 8>);
+    ->Apply(utCurve<1, 1 << 10, 1 << 16, 8>);
 BENCHMARK(utAppendFormatted<ut_Number, UT_WorkBuffer>)
     ->Name("format a number/ours")
     ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
@@ -271,7 +271,7 @@ BENCHMARK(utAppendFormatted<ut_Element, std::string>)
     ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 BENCHMARK(utAppendFormatted<ut_LongText, UT_WorkBuffer>)
     ->Name("format a long text/ours")
-    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
+    ->Apply(utCurve<1, 1 << 12, 1 << 18, 8>);
 BENCHMARK(utAppendFormatted<ut_LongText, std::string>)
     ->Name("format a long text/snprintf")
-    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
+    ->Apply(utCurve<1, 1 << 12, 1 << 18, 8>);
