@@ -216,12 +216,15 @@ utReplaceByLongTextPeer(benchmark::State &state)
     }
 }
 
+static const auto utLongSizes =
+    utCurve<32, 1 << 25, utMost(1 << 30, 1 << 25), 32>;
+
 BENCHMARK(utReplaceByLongText)
     ->Name("sprintf of a long text/ours")
-    ->Apply(utCurve<32, 1 << 25, 1 << 30, 32>);
+    ->Apply(utLongSizes);
 BENCHMARK(utReplaceByLongTextPeer)
     ->Name("sprintf of a long text/strdup")
-    ->Apply(utCurve<32, 1 << 25, 1 << 30, 32>);
+    ->Apply(utLongSizes);
 BENCHMARK(utAppendFormatted<ut_Frame, UT_WorkBuffer>)
     ->Name("format a path and numbers/ours")
     ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);

@@ -4,7 +4,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
@@ -15,15 +14,20 @@ utIsLongCurve()
     return getenv("VALDRIN_BENCH_CURVES") != nullptr;
 }
 
+// The greatest size of what does not fit into the memory of 32 bits.
+constexpr int64_t
+utMost(int64_t longest, int64_t longestIn32Bits)
+{
+    return sizeof(void *) == 8 ? longest : longestIn32Bits;
+}
+
 // For Apply(): `first` times each power of `factor`, up to `usual`, or for long
-// curves up to `longest`, in 32 bits to an eighth of that, where memory ends
-// sooner.
+// curves up to `longest`.
 template <int64_t first, int64_t usual, int64_t longest, int64_t factor = 10>
 void
 utCurve(benchmark::internal::Benchmark *rows)
 {
-    const int64_t most = sizeof(void *) == 8 ? longest : longest / 8;
-    const int64_t last = utIsLongCurve() ? std::max(most, usual) : usual;
+    const int64_t last = utIsLongCurve() ? longest : usual;
     for (int64_t size = first; size <= last; size *= factor)
         rows->Arg(size);
 }
