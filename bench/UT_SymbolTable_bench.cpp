@@ -210,7 +210,7 @@ utVisit(benchmark::State &state)
 }
 BENCHMARK(utVisit)
     ->Name("visit symbols/ours")
-    ->Apply(utCurve<1000, 1000000, 10000000>);
+    ->Apply(utCurve<1000, 1000000, utMost(10000000, 1000000)>);
 
 // From a full table to an empty one, name by name.
 template <class Table>
@@ -233,7 +233,7 @@ utErase(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-#define UT_SIZES ->Apply(utCurve<100, 1000000, 10000000>)
+#define UT_SIZES ->Apply(utCurve<100, 1000000, utMost(10000000, 1000000)>)
 #ifdef VALDRIN_HAVE_ABSL
 #define UT_ABSEIL_BENCHMARK(name, operation) \
     BENCHMARK_TEMPLATE(operation, ut_Abseil)->Name(name "/Abseil") UT_SIZES

@@ -216,12 +216,15 @@ utReplaceByLongTextPeer(benchmark::State &state)
     }
 }
 
+static const auto utLongSizes =
+    utCurve<32, 1 << 25, utMost(1 << 30, 1 << 25), 32>;
+
 BENCHMARK(utReplaceByLongText)
     ->Name("sprintf of a long text/ours")
-    ->Apply(utCurve<32, 1 << 25, 1 << 30, 32>);
+    ->Apply(utLongSizes);
 BENCHMARK(utReplaceByLongTextPeer)
     ->Name("sprintf of a long text/strdup")
-    ->Apply(utCurve<32, 1 << 25, 1 << 30, 32>);
+    ->Apply(utLongSizes);
 BENCHMARK(utAppendFormatted<ut_Frame, UT_WorkBuffer>)
     ->Name("format a path and numbers/ours")
     ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
@@ -253,10 +256,10 @@ BENCHMARK(utAppendWords<std::string>)
     ->Apply(utCurve<8, 1 << 15, 1 << 24, 8>);
 BENCHMARK(utAppendBlocks<UT_WorkBuffer>)
     ->Name("append blocks/ours")
-    ->Apply(utCurve<1, 1 << 10, 1 << 19, 8>);
+    ->Apply(utCurve<1, 1 << 10, 1 << 16, 8>);
 BENCHMARK(utAppendBlocks<std::string>)
     ->Name("append blocks/std::string")
-    ->Apply(utCurve<1, 1 << 10, 1 << 19, 8>);
+    ->Apply(utCurve<1, 1 << 10, 1 << 16, 8>);
 BENCHMARK(utAppendFormatted<ut_Number, UT_WorkBuffer>)
     ->Name("format a number/ours")
     ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
@@ -271,7 +274,7 @@ BENCHMARK(utAppendFormatted<ut_Element, std::string>)
     ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
 BENCHMARK(utAppendFormatted<ut_LongText, UT_WorkBuffer>)
     ->Name("format a long text/ours")
-    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
+    ->Apply(utCurve<1, 1 << 12, 1 << 18, 8>);
 BENCHMARK(utAppendFormatted<ut_LongText, std::string>)
     ->Name("format a long text/snprintf")
-    ->Apply(utCurve<1, 1 << 12, 1 << 21, 8>);
+    ->Apply(utCurve<1, 1 << 12, 1 << 18, 8>);
