@@ -10,6 +10,10 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <memory>
+#include <numeric>
+#include <vector>
 
 #include <endian.h>
 
@@ -271,16 +275,6 @@ UT_SymList::ut_First::add(uint32 hash)
         myWord |= utBit(hash);
 }
 
-// Without a jump, which could not be predicted.
-inline bool
-UT_SymList::ut_First::setIfNull(UT_Sym *first, uint32 hash)
-{
-    const uintptr_t word = uintptr_t(first) | (theHasSet ? utBit(hash) : 0);
-    const bool isNull = myWord == 0;
-    myWord |= word & (0 - uintptr_t(isNull));
-    return isNull;
-}
-
 inline bool
 UT_SymList::ut_First::mayHave(uint32 hash) const
 {
@@ -496,6 +490,15 @@ UT_SymList::link(UT_Sym *sym)
     myFirst.add(sym->hash());
 }
 
+// At the front, which reads no other node.
+inline void
+UT_SymList::push(UT_Sym *sym)
+{
+    sym->next = myFirst.get();
+    myFirst.set(sym);
+    myFirst.add(sym->hash());
+}
+
 int64
 UT_SymList::getMemUsage(bool headOnly) const
 {
@@ -508,9 +511,68 @@ UT_SymList::getMemUsage(bool headOnly) const
 
 // ---- The table
 
-UT_SymbolTable::~UT_SymbolTable()
+// Primes, each some 1.2 times the one before.
+static constexpr int utTableSizes[] = {
+    5,         11,        17,         23,        29,        37,
+    47,        59,        71,         89,        107,       131,
+    163,       197,       239,        293,       353,       431,
+    521,       631,       761,        919,       1103,      1327,
+    1597,      1931,      2333,       2801,      3371,      4049,
+    4861,      5839,      7013,       8419,      10103,     12143,
+    14591,     17519,     21023,      25229,     30293,     36353,
+    43627,     52361,     62851,      75431,     90523,     108631,
+    130363,    156437,    187751,     225307,    270371,    324449,
+    389357,    467237,    560689,     672827,    807403,    968897,
+    1162687,   1395263,   1674319,    2009191,   2411033,   2893249,
+    3471899,   4166287,   4999559,    5999471,   7199369,   8639249,
+    10367101,  12440537,  14928671,   17914409,  21497293,  25796759,
+    30956117,  37147349,  44576837,   53492207,  64190669,  77028803,
+    92434613,  110921543, 133105859,  159727031, 191672443, 230006941,
+    276008387, 331210079, 397452101,  476942527, 572331049, 686797261,
+    824156741, 988988087, 1186785703, -1};
+
+// Without the -1.
+static constexpr unsigned theSizeCount = std::size(utTableSizes) - 1;
+
+static unsigned
+utSizeIndex(int size)
 {
-    delete[] myBuckets;
+    return unsigned(
+        std::find(utTableSizes, utTableSizes + theSizeCount - 1, size) -
+        utTableSizes);
+}
+
+namespace
+{
+
+// What dividing by each size takes: 2^64 divided by it, rounded up.
+struct ut_Inverses
+{
+    constexpr ut_Inverses() : values()
+    {
+        for (unsigned i = 0; i < theSizeCount; ++i)
+            values[i] = UINT64_MAX / unsigned(utTableSizes[i]) + 1;
+    }
+    uint64 values[theSizeCount];
+};
+
+} // namespace
+
+// The hash modulo a size. The lower half of a product with the inverse is the
+// fraction that a division leaves: two multiplications take less time than
+// that, where the processor has them.
+static inline unsigned
+utBucketOf(uint32 hash, unsigned sizeIndex)
+{
+    const unsigned size = unsigned(utTableSizes[sizeIndex]);
+#ifdef __SIZEOF_INT128__
+    static constexpr ut_Inverses theInverses;
+    const uint64 fraction = theInverses.values[sizeIndex] * hash;
+    __extension__ typedef unsigned __int128 ut_Product;
+    return unsigned(ut_Product(fraction) * size >> 64);
+#else
+    return hash % size;
+#endif
 }
 
 unsigned int
@@ -519,10 +581,77 @@ UT_SymbolTable::hash(const char *name)
     return name ? ut_Key(name).hash : 0;
 }
 
-UT_SymList &
+static UT_SymList *
+utMakeBuckets(unsigned count)
+{
+    return new UT_SymList[count];
+}
+
+static void
+utFreeBuckets(UT_SymList *buckets, unsigned)
+{
+    delete[] buckets;
+}
+
+inline unsigned
+UT_SymbolTable::bucketCount() const
+{
+    return myBuckets ? unsigned(utTableSizes[mySizeIndex]) : 0;
+}
+
+UT_SymbolTable::~UT_SymbolTable()
+{
+    utFreeBuckets(myBuckets, bucketCount());
+}
+
+// Nodes that are visited together.
+static const int theRunLength = 128;
+
+// Calls `function` with all nodes, in runs, after reading the links of a run.
+//
+// Nodes are scattered in memory, and which buckets have any, or more than one,
+// cannot be predicted: one node after the other, this would wait most of the
+// time. So the first nodes of a run of buckets come together, then the second
+// ones and so on, in steps of which each prefetches what the next one needs.
+template <class Function>
+inline void
+UT_SymbolTable::forRuns(Function function) const
+{
+    UT_Sym *syms[theRunLength];
+    UT_Sym *nexts[theRunLength];
+    for (unsigned start = 0; start < bucketCount(); start += theRunLength)
+    {
+        const unsigned end = std::min(start + theRunLength, bucketCount());
+        int count = 0;
+        for (unsigned i = start; i < end; ++i)
+        {
+            UT_Sym *const sym = myBuckets[i].myFirst.get();
+            syms[count] = sym;
+            count += sym != nullptr;
+        }
+        for (int i = 0; i < count; ++i)
+            __builtin_prefetch(syms[i]);
+        while (count > 0)
+        {
+            int nextCount = 0;
+            for (int i = 0; i < count; ++i)
+            {
+                UT_Sym *const next = syms[i]->next;
+                __builtin_prefetch(next ? next : syms[i]); // null is slow
+                nexts[nextCount] = next;
+                nextCount += next != nullptr;
+            }
+            function(syms, count);
+            std::copy(nexts, nexts + nextCount, syms);
+            count = nextCount;
+        }
+    }
+}
+
+inline UT_SymList &
 UT_SymbolTable::bucketOf(const ut_Key &key) const
 {
-    return myBuckets[key.hash % unsigned(myTableSize)];
+    return myBuckets[utBucketOf(key.hash, mySizeIndex)];
 }
 
 // Every attempt to insert comes through here, so the check for growth does too.
@@ -532,8 +661,18 @@ UT_SymbolTable::findOrCreate(const char *name, int &created)
     assert(name);
     adjust(UT_ADJUST_GROW);
     const ut_Key key(name);
-    UT_SymList::UT_Sym *sym = bucketOf(key).findOrCreate(key, created);
-    myEntries += created;
+    UT_SymList &bucket = bucketOf(key);
+    UT_Sym *sym = bucket.find(key);
+    created = !sym;
+    if (created)
+    {
+        sym = new (key) UT_Sym(key);
+        if (myIsInOrder)
+            bucket.link(sym);
+        else
+            bucket.push(sym);
+        ++myEntries;
+    }
     return sym;
 }
 
@@ -549,7 +688,7 @@ const char *
 UT_SymbolTable::addSymbolAndGetReference(const char *name, UT_Thing value)
 {
     int created;
-    UT_SymList::UT_Sym *sym = findOrCreate(name, created);
+    UT_Sym *sym = findOrCreate(name, created);
     sym->value = value;
     return sym->name;
 }
@@ -574,7 +713,7 @@ UT_SymbolTable::findSymbol(const char *name, UT_Thing *value) const
     if (!myBuckets || !name)
         return 0;
     const ut_Key key(name);
-    const UT_SymList::UT_Sym *sym = bucketOf(key).find(key);
+    const UT_Sym *sym = bucketOf(key).find(key);
     if (sym && value)
         *value = sym->value;
     return sym != nullptr;
@@ -598,10 +737,12 @@ UT_SymbolTable::deleteSymbol(const char *name)
 void
 UT_SymbolTable::clear()
 {
-    delete[] myBuckets;
+    utFreeBuckets(myBuckets, bucketCount());
     myBuckets = nullptr;
     myTableSize = 0;
     myEntries = 0;
+    mySizeIndex = 0;
+    myIsInOrder = false;
 }
 
 namespace
@@ -628,10 +769,95 @@ private:
 
 } // namespace
 
+// The nodes of a table in the order that it shows.
+class UT_SymbolTable::ut_Order
+{
+public:
+    explicit ut_Order(const UT_SymbolTable &table)
+        : mySyms(new UT_Sym *[unsigned(table.myEntries)]),
+          myEnds(unsigned(table.myTableSize) + 1)
+    {
+        distribute(table);
+        for (unsigned bucket = 0; bucket + 1 < myEnds.size(); ++bucket)
+            sort(begin(bucket), end(bucket));
+    }
+
+    // Number of nodes.
+    [[nodiscard]] unsigned entries() const { return myEnds.back(); }
+
+    // The nodes of a bucket, by their indices.
+    [[nodiscard]] unsigned begin(unsigned bucket) const
+    {
+        return bucket > 0 ? myEnds[bucket - 1] : 0;
+    }
+    [[nodiscard]] unsigned end(unsigned bucket) const { return myEnds[bucket]; }
+
+    // Nodes are read one after the other: one that comes later is prefetched.
+    UT_Sym &operator()(unsigned index) const
+    {
+        __builtin_prefetch(mySyms[std::min(index + 16, entries() - 1)]);
+        return *mySyms[index];
+    }
+
+private:
+    // Counts the nodes of each bucket, and puts them there.
+    void distribute(const UT_SymbolTable &table)
+    {
+        const unsigned sizeIndex = utSizeIndex(table.myTableSize);
+        const unsigned count = unsigned(table.myEntries);
+        const std::unique_ptr<UT_Sym *[]> syms(new UT_Sym *[count]);
+        const std::unique_ptr<unsigned[]> buckets(new unsigned[count]);
+        table.forRuns(
+            [&, next = 0u](UT_Sym **run, int length) mutable
+            {
+                for (int i = 0; i < length; ++i, ++next)
+                {
+                    syms[next] = run[i];
+                    buckets[next] = utBucketOf(run[i]->hash(), sizeIndex);
+                    ++myEnds[buckets[next] + 1];
+                }
+            });
+        std::partial_sum(myEnds.begin(), myEnds.end(), myEnds.begin());
+        // What is a start before becomes the end.
+        for (unsigned i = 0; i < count; ++i)
+            mySyms[myEnds[buckets[i]]++] = syms[i];
+    }
+
+    void sort(unsigned first, unsigned last)
+    {
+        for (unsigned i = first; i < last; ++i)
+            (*this)(i);
+        if (last - first > 1)
+            std::sort(
+                mySyms.get() + first, mySyms.get() + last,
+                [](const UT_Sym *a, const UT_Sym *b)
+                { return a->isBefore(*b); });
+    }
+
+    const std::unique_ptr<UT_Sym *[]> mySyms;
+    std::vector<unsigned> myEnds; // by bucket, and the number of nodes
+};
+
+// Puts the nodes into the buckets that the table shows.
+void
+UT_SymbolTable::settle()
+{
+    if (myIsInOrder || !myBuckets)
+        return;
+    const ut_Order order(*this);
+    auto *const buckets = utMakeBuckets(unsigned(myTableSize));
+    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
+        for (unsigned i = order.end(bucket); i > order.begin(bucket);)
+            buckets[bucket].push(&order(--i));
+    replaceBuckets(buckets, utSizeIndex(myTableSize));
+    myIsInOrder = true;
+}
+
 int
 UT_SymbolTable::traverse(UT_SymFunction function, void *data)
 {
     int completed;
+    settle();
     {
         const ut_TraversalGuard guard(myTraversing);
         completed = traverseConst(function, data);
@@ -643,7 +869,22 @@ UT_SymbolTable::traverse(UT_SymFunction function, void *data)
 int
 UT_SymbolTable::traverseConst(UT_SymFunction function, void *data) const
 {
-    for (int32 i = 0; i < myTableSize; ++i)
+    if (myIsInOrder || !function)
+        return walkBuckets(function, data);
+    const ut_Order order(*this);
+    for (unsigned i = 0; i < order.entries(); ++i)
+    {
+        UT_Sym &sym = order(i);
+        if (!function(sym.value, sym.name, data))
+            return 0;
+    }
+    return 1;
+}
+
+int
+UT_SymbolTable::walkBuckets(UT_SymFunction function, void *data) const
+{
+    for (unsigned i = 0; i < bucketCount(); ++i)
         if (!myBuckets[i].traverse(function, data))
             return 0;
     return 1;
@@ -698,7 +939,7 @@ UT_SymbolTable::newName(const char *name) const
     ut_NumberedBase numbered = {name, strlen(name), 1};
     while (numbered.length > 0 && utIsDigit(name[numbered.length - 1]))
         --numbered.length;
-    traverseConst(utCountNumbered, &numbered);
+    walkBuckets(utCountNumbered, &numbered);
 
     const size_t size = numbered.length + sizeof("2147483647");
     char *result = static_cast<char *>(utAllocate(size));
@@ -728,10 +969,13 @@ int64
 UT_SymbolTable::getMemUsage(bool tableOnly) const
 {
     int64 bytes = sizeof(*this);
-    if (!tableOnly)
-        for (int32 i = 0; i < myTableSize; ++i)
-            bytes += myBuckets[i].getMemUsage(/*headOnly=*/false);
-    return bytes;
+    if (tableOnly)
+        return bytes;
+    for (unsigned i = 0; i < bucketCount(); ++i)
+        bytes += myBuckets[i].getMemUsage(/*headOnly=*/false);
+    // Deliberate: of the heads, those that tableSize() counts.
+    return bytes +
+           (myTableSize - int64(bucketCount())) * int64(sizeof(UT_SymList));
 }
 
 void
@@ -741,9 +985,10 @@ UT_SymbolTable::outputStats(FILE *stream) const
     int used = 0;
     int shortest = INT_MAX;
     int longest = 0;
-    for (int32 i = 0; i < myTableSize; ++i)
+    const ut_Order order(*this);
+    for (unsigned i = 0; i < unsigned(myTableSize); ++i)
     {
-        const int count = myBuckets[i].count();
+        const int count = int(order.end(i) - order.begin(i));
         if (count == 0)
             continue;
         total += count;
@@ -767,12 +1012,15 @@ UT_SymbolTable::outputStats(FILE *stream) const
 void
 UT_SymbolTable::dumpTable(FILE *stream) const
 {
-    for (int32 i = 0; i < myTableSize; ++i)
+    const ut_Order order(*this);
+    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
     {
-        if (myBuckets[i].empty())
-            continue;
-        fprintf(stream, "[%3d]: ", i);
-        myBuckets[i].dump(stream, " \"%s\" = 0x%08X\n");
+        if (order.begin(bucket) < order.end(bucket))
+            fprintf(stream, "[%3u]: ", bucket);
+        for (unsigned i = order.begin(bucket); i < order.end(bucket); ++i)
+            fprintf(
+                stream, " \"%s\" = 0x%08X\n", order(i).name,
+                unsigned(order(i).value.integer));
     }
 }
 
@@ -799,75 +1047,51 @@ UT_SymbolTable::adjust(UT_AdjustType type)
     else if (size * myMinLoadFactor > used)
         newSize = UTdecreaseAllocToPrime(myTableSize);
     if (newSize != myTableSize)
-        rehash(newSize);
+        resize(newSize);
 }
 
-// Nodes that move together.
-static const int theRunLength = 128;
+// How many sizes a table goes further than it shows when its buckets are too
+// few, which makes them twice as many.
+static const unsigned theLead = 4;
 
-// Moves nodes to their new buckets and puts those that follow them in their
-// place, whose number it returns.
-int
-UT_SymList::move(
-    UT_Sym **syms, int count, UT_SymList *buckets, unsigned bucketCount)
-{
-    UT_SymList *targets[theRunLength];
-    for (int i = 0; i < count; ++i)
-    {
-        targets[i] = &buckets[syms[i]->hash() % bucketCount];
-        __builtin_prefetch(targets[i]);
-    }
-    UT_Sym *late[theRunLength]; // for buckets that have a node
-    int lateCount = 0;
-    int nextCount = 0;
-    for (int i = 0; i < count; ++i)
-    {
-        UT_Sym *const sym = syms[i];
-        UT_Sym *const next = sym->next;
-        UT_SymList *const target = targets[i];
-        sym->next = nullptr;
-        const bool isFirst = target->myFirst.setIfNull(sym, sym->hash());
-        late[lateCount] = sym;
-        targets[lateCount] = target;
-        lateCount += !isFirst;
-        __builtin_prefetch(next ? next : sym); // to ask for null is slow
-        syms[nextCount] = next;
-        nextCount += next != nullptr;
-    }
-    for (int i = 0; i < lateCount; ++i)
-        targets[i]->link(late[i]);
-    return nextCount;
-}
-
-// Nodes are scattered in memory, and which buckets have any, or more than one,
-// cannot be predicted: one node after the other, a move would wait most of the
-// time. So the first nodes of a run of buckets move together, then the second
-// ones and so on, in steps of which each prefetches the memory that the next
-// one needs.
 void
-UT_SymbolTable::rehash(int tableSize)
+UT_SymbolTable::resize(int tableSize)
 {
-    UT_SymList::UT_Sym *syms[theRunLength];
-    UT_SymList *buckets = new UT_SymList[unsigned(tableSize)];
-    for (int32 start = 0; start < myTableSize; start += theRunLength)
-    {
-        const int32 end = std::min(start + theRunLength, myTableSize);
-        int count = 0;
-        for (int32 i = start; i < end; ++i)
-        {
-            UT_SymList::UT_Sym *const sym = myBuckets[i].myFirst.get();
-            myBuckets[i].myFirst = UT_SymList::ut_First();
-            syms[count] = sym;
-            count += sym != nullptr;
-        }
-        for (int i = 0; i < count; ++i)
-            __builtin_prefetch(syms[i]);
-        while (count > 0)
-            count = UT_SymList::move(syms, count, buckets, unsigned(tableSize));
-    }
-    delete[] myBuckets;
-    myBuckets = buckets;
+    const unsigned index = utSizeIndex(tableSize);
+    if (!myBuckets || index > mySizeIndex || index + 2 * theLead < mySizeIndex)
+        rehash(std::min(index + theLead, theSizeCount - 1));
     myTableSize = tableSize;
+    myIsInOrder = false;
+}
+
+void
+UT_SymbolTable::rehash(unsigned sizeIndex)
+{
+    auto *const buckets = utMakeBuckets(unsigned(utTableSizes[sizeIndex]));
+    forRuns(
+        [&](UT_Sym **syms, int count)
+        {
+            UT_SymList *targets[theRunLength];
+            for (int i = 0; i < count; ++i)
+            {
+                targets[i] = &buckets[utBucketOf(syms[i]->hash(), sizeIndex)];
+                __builtin_prefetch(targets[i]);
+            }
+            for (int i = 0; i < count; ++i)
+                targets[i]->push(syms[i]);
+        });
+    replaceBuckets(buckets, sizeIndex);
+}
+
+// The nodes are in other lists.
+void
+UT_SymbolTable::replaceBuckets(UT_SymList *buckets, unsigned sizeIndex)
+{
+    for (unsigned i = 0; i < bucketCount(); ++i)
+        myBuckets[i].myFirst = UT_SymList::ut_First();
+    utFreeBuckets(myBuckets, bucketCount());
+    myBuckets = buckets;
+    mySizeIndex = uint8(sizeIndex);
 }
 
 UT_SnapshotTable::UT_SnapshotTable() = default;
@@ -875,26 +1099,6 @@ UT_SnapshotTable::UT_SnapshotTable() = default;
 UT_SnapshotTable::~UT_SnapshotTable() = default;
 
 // ---- Sizes
-
-// Primes, each some 1.2 times the one before.
-static const int utTableSizes[] = {
-    5,         11,        17,         23,        29,        37,
-    47,        59,        71,         89,        107,       131,
-    163,       197,       239,        293,       353,       431,
-    521,       631,       761,        919,       1103,      1327,
-    1597,      1931,      2333,       2801,      3371,      4049,
-    4861,      5839,      7013,       8419,      10103,     12143,
-    14591,     17519,     21023,      25229,     30293,     36353,
-    43627,     52361,     62851,      75431,     90523,     108631,
-    130363,    156437,    187751,     225307,    270371,    324449,
-    389357,    467237,    560689,     672827,    807403,    968897,
-    1162687,   1395263,   1674319,    2009191,   2411033,   2893249,
-    3471899,   4166287,   4999559,    5999471,   7199369,   8639249,
-    10367101,  12440537,  14928671,   17914409,  21497293,  25796759,
-    30956117,  37147349,  44576837,   53492207,  64190669,  77028803,
-    92434613,  110921543, 133105859,  159727031, 191672443, 230006941,
-    276008387, 331210079, 397452101,  476942527, 572331049, 686797261,
-    824156741, 988988087, 1186785703, -1};
 
 int
 UTbumpAllocToPrime(int size)
