@@ -12,10 +12,12 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <numeric>
 #include <vector>
 
 #include <endian.h>
+#include <sys/mman.h>
 
 // ---- One bucket
 
@@ -581,16 +583,61 @@ UT_SymbolTable::hash(const char *name)
     return name ? ut_Key(name).hash : 0;
 }
 
+// Large arrays have pages of their own, which are larger than usual if the
+// system has such for those who ask: the processor has room for the addresses
+// of few others. Heap that was in use would keep its pages.
+static const size_t theLargePage = 0x200000;
+static const size_t theMappedSize = theLargePage / 2; // from there on
+
+static size_t
+utMappedSize(size_t bytes)
+{
+    return (bytes + theLargePage - 1) / theLargePage * theLargePage;
+}
+
+static void *
+utMap(size_t bytes)
+{
+    const size_t mapped = utMappedSize(bytes) + theLargePage;
+    void *const memory = mmap(
+        nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
+        -1, 0);
+    if (memory == MAP_FAILED)
+        throw std::bad_alloc();
+    // What is before and after the large pages goes back.
+    char *const start = static_cast<char *>(memory);
+    const size_t before = (0 - uintptr_t(start)) % theLargePage;
+    const size_t after = theLargePage - before;
+    if (before > 0)
+        munmap(start, before);
+    munmap(start + mapped - after, after);
+    (void)madvise(start + before, utMappedSize(bytes), MADV_HUGEPAGE);
+    return start + before;
+}
+
 static UT_SymList *
 utMakeBuckets(unsigned count)
 {
-    return new UT_SymList[count];
+    size_t bytes;
+    if (__builtin_mul_overflow(count, sizeof(UT_SymList), &bytes) ||
+        bytes > size_t(PTRDIFF_MAX))
+        throw std::bad_alloc();
+    void *const memory =
+        bytes < theMappedSize ? utAllocate(bytes) : utMap(bytes);
+    auto *const buckets = static_cast<UT_SymList *>(memory);
+    std::uninitialized_default_construct_n(buckets, count);
+    return buckets;
 }
 
 static void
-utFreeBuckets(UT_SymList *buckets, unsigned)
+utFreeBuckets(UT_SymList *buckets, unsigned count)
 {
-    delete[] buckets;
+    std::destroy_n(buckets, count);
+    const size_t bytes = count * sizeof(UT_SymList);
+    if (bytes < theMappedSize)
+        free(buckets);
+    else
+        munmap(buckets, utMappedSize(bytes));
 }
 
 inline unsigned
