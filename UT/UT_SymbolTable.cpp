@@ -19,6 +19,10 @@
 #include <endian.h>
 #include <sys/mman.h>
 
+#ifdef __x86_64__
+#include <emmintrin.h>
+#endif
+
 // ---- One bucket
 
 // Never destroyed: tables in static storage free their nodes at exit. Made
@@ -47,6 +51,9 @@ utSymPool()
     return pool ? *pool : utMakeSymPool();
 }
 
+// The base to the power of eight, with which the digits before eight count.
+static const uint32 theSteps = 37u * 37 * 37 * 37 * 37 * 37 * 37 * 37;
+
 // The number whose digits in base 37 are eight bytes, the lowest first, as
 // signed ones. With 128 more each, which the end takes off again, none is
 // negative: neighbours are joined in 16 bits, and then in 32, side by side.
@@ -62,6 +69,32 @@ utDigits(uint64 bytes)
     return uint32(bytes) * (37 * 37 * 37 * 37) + uint32(bytes >> 32) - excess;
 }
 
+#ifdef __x86_64__
+// The same of a name of 8 to 16 bytes, in one step without a jump. In 32 bits
+// it takes longer than two of the others.
+static inline uint32
+utDigits(const char *name, size_t length)
+{
+    const auto eightAt = [](const void *bytes)
+    { return _mm_loadl_epi64(static_cast<const __m128i *>(bytes)); };
+    // Of the first eight those that the last ones do not have, after zeros.
+    const __m128i zeroBits = _mm_cvtsi32_si128(int(8 * (16 - length)));
+    const __m128i bytes = _mm_unpacklo_epi64(
+        _mm_sll_epi64(eightAt(name), zeroBits), eightAt(name + length - 8));
+    const __m128i firsts = _mm_srai_epi16(_mm_slli_epi16(bytes, 8), 8);
+    const __m128i seconds = _mm_srai_epi16(bytes, 8);
+    const __m128i pairs =
+        _mm_add_epi16(_mm_mullo_epi16(firsts, _mm_set1_epi16(37)), seconds);
+    const __m128i fours =
+        _mm_madd_epi16(pairs, _mm_set1_epi32((1 << 16) + 37 * 37));
+    const __m128i eights = _mm_add_epi64(
+        _mm_mul_epu32(fours, _mm_set1_epi32(37 * 37 * 37 * 37)),
+        _mm_srli_epi64(fours, 32));
+    return uint32(_mm_cvtsi128_si32(eights)) * theSteps +
+           uint32(_mm_cvtsi128_si32(_mm_unpackhi_epi64(eights, eights)));
+}
+#endif
+
 // A name and what one pass over it computes.
 struct UT_SymList::UT_Sym::ut_Key
 {
@@ -76,6 +109,13 @@ struct UT_SymList::UT_Sym::ut_Key
             hash = utDigits(shortName());
             return;
         }
+#ifdef __x86_64__
+        if (length <= 16)
+        {
+            hash = utDigits(name, length);
+            return;
+        }
+#endif
         size_t i = (length - 1) % 8 + 1;
         hash = utDigits(bytesAt<uint64>(0) << (8 * (8 - i)));
         for (; i < length; i += 8)
@@ -94,8 +134,6 @@ struct UT_SymList::UT_Sym::ut_Key
     uint32 hash;
 
 private:
-    static const uint32 theSteps = 37u * 37 * 37 * 37 * 37 * 37 * 37 * 37;
-
     template <class Word>
     [[nodiscard]] Word bytesAt(size_t offset) const
     {

@@ -257,8 +257,9 @@ TEST(UT_SymbolTable, ReferencesOutliveRehashing)
     EXPECT_EQ(7013, table.tableSize());
     table.setMinLoadFactor(0);
     table.setMaxLoadFactor(0.01f); // from here on every attempt moves it
-    while (table.tableSize() < 526100)
-        EXPECT_EQ(name, table.getStringReference("first"));
+    for (int i = 0; i < 30; ++i)
+        EXPECT_EQ(name, table.getStringReference("first")) << i;
+    EXPECT_EQ(560689, table.tableSize());
     UT_SymbolTable other;
     other.addSymbol("first", &table);
     table.mergeTable(other); // the merged values win
