@@ -410,37 +410,37 @@ UT_SymList::findEntry(const char *name, UT_Thing *value) const
     return sym != nullptr;
 }
 
-int
-UT_SymList::deleteEntry(const char *name)
-{
-    return name ? deleteEntry(ut_Key(name)) : 0;
-}
-
-int
-UT_SymList::deleteEntry(const ut_Key &key)
+// Takes a node with the name out of the list; null when there is none.
+inline UT_SymList::UT_Sym *
+UT_SymList::remove(const ut_Key &key)
 {
     if (!myFirst.mayHave(key.hash))
-        return 0;
+        return nullptr;
     UT_Sym *first = myFirst.get();
     UT_Sym **link = &first;
     while (*link && !(*link)->has(key))
         link = &(*link)->next;
-    // The name may be that of one of the nodes: unlink them all before any
-    // of them is deleted.
-    UT_Sym *sym = *link;
-    UT_Sym *end = sym;
-    while (end && end->has(key))
-        end = end->next;
-    *link = end;
-    myFirst.set(first);
-    int deleted = 0;
-    for (UT_Sym *next; sym != end; sym = next)
+    UT_Sym *const sym = *link;
+    if (sym)
     {
-        next = sym->next;
-        delete sym;
-        ++deleted;
+        *link = sym->next;
+        myFirst.set(first);
     }
-    return deleted;
+    return sym;
+}
+
+int
+UT_SymList::deleteEntry(const char *name)
+{
+    if (!name)
+        return 0;
+    // The name may be that of one of the nodes: all are removed before any of
+    // them is deleted.
+    const ut_Key key(name);
+    UT_SymList deleted;
+    while (UT_Sym *const sym = remove(key))
+        deleted.push(sym);
+    return deleted.count();
 }
 
 int
@@ -553,32 +553,29 @@ UT_SymList::getMemUsage(bool headOnly) const
 
 // Primes, each some 1.2 times the one before.
 static constexpr int utTableSizes[] = {
-    5,         11,        17,         23,        29,        37,
-    47,        59,        71,         89,        107,       131,
-    163,       197,       239,        293,       353,       431,
-    521,       631,       761,        919,       1103,      1327,
-    1597,      1931,      2333,       2801,      3371,      4049,
-    4861,      5839,      7013,       8419,      10103,     12143,
-    14591,     17519,     21023,      25229,     30293,     36353,
-    43627,     52361,     62851,      75431,     90523,     108631,
-    130363,    156437,    187751,     225307,    270371,    324449,
-    389357,    467237,    560689,     672827,    807403,    968897,
-    1162687,   1395263,   1674319,    2009191,   2411033,   2893249,
-    3471899,   4166287,   4999559,    5999471,   7199369,   8639249,
-    10367101,  12440537,  14928671,   17914409,  21497293,  25796759,
-    30956117,  37147349,  44576837,   53492207,  64190669,  77028803,
-    92434613,  110921543, 133105859,  159727031, 191672443, 230006941,
-    276008387, 331210079, 397452101,  476942527, 572331049, 686797261,
-    824156741, 988988087, 1186785703, -1};
+    5,         11,        17,        23,        29,        37,        47,
+    59,        71,        89,        107,       131,       163,       197,
+    239,       293,       353,       431,       521,       631,       761,
+    919,       1103,      1327,      1597,      1931,      2333,      2801,
+    3371,      4049,      4861,      5839,      7013,      8419,      10103,
+    12143,     14591,     17519,     21023,     25229,     30293,     36353,
+    43627,     52361,     62851,     75431,     90523,     108631,    130363,
+    156437,    187751,    225307,    270371,    324449,    389357,    467237,
+    560689,    672827,    807403,    968897,    1162687,   1395263,   1674319,
+    2009191,   2411033,   2893249,   3471899,   4166287,   4999559,   5999471,
+    7199369,   8639249,   10367101,  12440537,  14928671,  17914409,  21497293,
+    25796759,  30956117,  37147349,  44576837,  53492207,  64190669,  77028803,
+    92434613,  110921543, 133105859, 159727031, 191672443, 230006941, 276008387,
+    331210079, 397452101, 476942527, 572331049, 686797261, 824156741, 988988087,
+    1186785703};
 
-// Without the -1.
-static constexpr unsigned theSizeCount = std::size(utTableSizes) - 1;
+static constexpr unsigned theSizeCount = std::size(utTableSizes);
 
 static unsigned
 utSizeIndex(int size)
 {
     return unsigned(
-        std::find(utTableSizes, utTableSizes + theSizeCount - 1, size) -
+        std::lower_bound(utTableSizes, utTableSizes + theSizeCount - 1, size) -
         utTableSizes);
 }
 
@@ -667,10 +664,10 @@ utMakeBuckets(unsigned count)
     return buckets;
 }
 
+// Does not destroy the lists.
 static void
 utFreeBuckets(UT_SymList *buckets, unsigned count)
 {
-    std::destroy_n(buckets, count);
     const size_t bytes = count * sizeof(UT_SymList);
     if (bytes < theMappedSize)
         free(buckets);
@@ -686,6 +683,7 @@ UT_SymbolTable::bucketCount() const
 
 UT_SymbolTable::~UT_SymbolTable()
 {
+    std::destroy_n(myBuckets, bucketCount());
     utFreeBuckets(myBuckets, bucketCount());
 }
 
@@ -810,18 +808,19 @@ UT_SymbolTable::deleteSymbol(const char *name)
     if (!myBuckets || !name)
         return 0;
     const ut_Key key(name);
-    const int deleted = bucketOf(key).deleteEntry(key);
-    if (deleted)
-    {
-        myEntries -= deleted;
-        adjust(UT_ADJUST_SHRINK);
-    }
-    return deleted;
+    UT_Sym *const sym = bucketOf(key).remove(key);
+    if (!sym)
+        return 0;
+    delete sym;
+    --myEntries;
+    adjust(UT_ADJUST_SHRINK);
+    return 1;
 }
 
 void
 UT_SymbolTable::clear()
 {
+    std::destroy_n(myBuckets, bucketCount());
     utFreeBuckets(myBuckets, bucketCount());
     myBuckets = nullptr;
     myTableSize = 0;
@@ -1168,12 +1167,11 @@ UT_SymbolTable::rehash(unsigned sizeIndex)
     replaceBuckets(buckets, sizeIndex);
 }
 
-// The nodes are in other lists.
+// The nodes are in the new lists; the old ones still point at some, so they are
+// not destroyed.
 void
 UT_SymbolTable::replaceBuckets(UT_SymList *buckets, unsigned sizeIndex)
 {
-    for (unsigned i = 0; i < bucketCount(); ++i)
-        myBuckets[i].myFirst = UT_SymList::ut_First();
     utFreeBuckets(myBuckets, bucketCount());
     myBuckets = buckets;
     mySizeIndex = uint8(sizeIndex);
@@ -1188,21 +1186,17 @@ UT_SnapshotTable::~UT_SnapshotTable() = default;
 int
 UTbumpAllocToPrime(int size)
 {
-    for (const int *next = utTableSizes; *next > 0; ++next)
-        if (*next > size)
-            return *next;
-    return size;
+    const int *const end = utTableSizes + theSizeCount;
+    const int *const above = std::upper_bound(utTableSizes, end, size);
+    return above < end ? *above : size;
 }
 
 int
 UTdecreaseAllocToPrime(int size)
 {
-    int below = utTableSizes[0];
-    for (const int *next = utTableSizes; *next > 0; ++next)
-    {
-        if (*next >= size)
-            return below;
-        below = *next;
-    }
-    return size;
+    const int *const end = utTableSizes + theSizeCount;
+    const int *const atLeast = std::lower_bound(utTableSizes, end, size);
+    if (atLeast == end)
+        return size;
+    return atLeast > utTableSizes ? atLeast[-1] : utTableSizes[0];
 }

@@ -158,7 +158,7 @@ private:
 
     [[nodiscard]] UT_LOCAL UT_Sym *find(const ut_Key &key) const;
     UT_LOCAL UT_Sym *findOrCreate(const ut_Key &key, int &created);
-    UT_LOCAL int deleteEntry(const ut_Key &key);
+    UT_LOCAL UT_Sym *remove(const ut_Key &key);
     UT_LOCAL void link(UT_Sym *sym);
     UT_LOCAL void push(UT_Sym *sym);
 
