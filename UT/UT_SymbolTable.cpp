@@ -10,8 +10,18 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <numeric>
+#include <vector>
 
 #include <endian.h>
+#include <sys/mman.h>
+
+#ifdef __x86_64__
+#include <emmintrin.h>
+#endif
 
 // ---- One bucket
 
@@ -41,6 +51,9 @@ utSymPool()
     return pool ? *pool : utMakeSymPool();
 }
 
+// The base to the power of eight, with which the digits before eight count.
+static const uint32 theSteps = 37u * 37 * 37 * 37 * 37 * 37 * 37 * 37;
+
 // The number whose digits in base 37 are eight bytes, the lowest first, as
 // signed ones. With 128 more each, which the end takes off again, none is
 // negative: neighbours are joined in 16 bits, and then in 32, side by side.
@@ -56,6 +69,32 @@ utDigits(uint64 bytes)
     return uint32(bytes) * (37 * 37 * 37 * 37) + uint32(bytes >> 32) - excess;
 }
 
+#ifdef __x86_64__
+// The same of a name of 8 to 16 bytes, in one step without a jump. In 32 bits
+// it takes longer than two of the others.
+static inline uint32
+utDigits(const char *name, size_t length)
+{
+    const auto eightAt = [](const void *bytes)
+    { return _mm_loadl_epi64(static_cast<const __m128i *>(bytes)); };
+    // Of the first eight those that the last ones do not have, after zeros.
+    const __m128i zeroBits = _mm_cvtsi32_si128(int(8 * (16 - length)));
+    const __m128i bytes = _mm_unpacklo_epi64(
+        _mm_sll_epi64(eightAt(name), zeroBits), eightAt(name + length - 8));
+    const __m128i firsts = _mm_srai_epi16(_mm_slli_epi16(bytes, 8), 8);
+    const __m128i seconds = _mm_srai_epi16(bytes, 8);
+    const __m128i pairs =
+        _mm_add_epi16(_mm_mullo_epi16(firsts, _mm_set1_epi16(37)), seconds);
+    const __m128i fours =
+        _mm_madd_epi16(pairs, _mm_set1_epi32((1 << 16) + 37 * 37));
+    const __m128i eights = _mm_add_epi64(
+        _mm_mul_epu32(fours, _mm_set1_epi32(37 * 37 * 37 * 37)),
+        _mm_srli_epi64(fours, 32));
+    return uint32(_mm_cvtsi128_si32(eights)) * theSteps +
+           uint32(_mm_cvtsi128_si32(_mm_unpackhi_epi64(eights, eights)));
+}
+#endif
+
 // A name and what one pass over it computes.
 struct UT_SymList::UT_Sym::ut_Key
 {
@@ -70,6 +109,13 @@ struct UT_SymList::UT_Sym::ut_Key
             hash = utDigits(shortName());
             return;
         }
+#ifdef __x86_64__
+        if (length <= 16)
+        {
+            hash = utDigits(name, length);
+            return;
+        }
+#endif
         size_t i = (length - 1) % 8 + 1;
         hash = utDigits(bytesAt<uint64>(0) << (8 * (8 - i)));
         for (; i < length; i += 8)
@@ -88,8 +134,6 @@ struct UT_SymList::UT_Sym::ut_Key
     uint32 hash;
 
 private:
-    static const uint32 theSteps = 37u * 37 * 37 * 37 * 37 * 37 * 37 * 37;
-
     template <class Word>
     [[nodiscard]] Word bytesAt(size_t offset) const
     {
@@ -271,16 +315,6 @@ UT_SymList::ut_First::add(uint32 hash)
         myWord |= utBit(hash);
 }
 
-// Without a jump, which could not be predicted.
-inline bool
-UT_SymList::ut_First::setIfNull(UT_Sym *first, uint32 hash)
-{
-    const uintptr_t word = uintptr_t(first) | (theHasSet ? utBit(hash) : 0);
-    const bool isNull = myWord == 0;
-    myWord |= word & (0 - uintptr_t(isNull));
-    return isNull;
-}
-
 inline bool
 UT_SymList::ut_First::mayHave(uint32 hash) const
 {
@@ -376,37 +410,37 @@ UT_SymList::findEntry(const char *name, UT_Thing *value) const
     return sym != nullptr;
 }
 
-int
-UT_SymList::deleteEntry(const char *name)
-{
-    return name ? deleteEntry(ut_Key(name)) : 0;
-}
-
-int
-UT_SymList::deleteEntry(const ut_Key &key)
+// Takes a node with the name out of the list; null when there is none.
+inline UT_SymList::UT_Sym *
+UT_SymList::remove(const ut_Key &key)
 {
     if (!myFirst.mayHave(key.hash))
-        return 0;
+        return nullptr;
     UT_Sym *first = myFirst.get();
     UT_Sym **link = &first;
     while (*link && !(*link)->has(key))
         link = &(*link)->next;
-    // The name may be that of one of the nodes: unlink them all before any
-    // of them is deleted.
-    UT_Sym *sym = *link;
-    UT_Sym *end = sym;
-    while (end && end->has(key))
-        end = end->next;
-    *link = end;
-    myFirst.set(first);
-    int deleted = 0;
-    for (UT_Sym *next; sym != end; sym = next)
+    UT_Sym *const sym = *link;
+    if (sym)
     {
-        next = sym->next;
-        delete sym;
-        ++deleted;
+        *link = sym->next;
+        myFirst.set(first);
     }
-    return deleted;
+    return sym;
+}
+
+int
+UT_SymList::deleteEntry(const char *name)
+{
+    if (!name)
+        return 0;
+    // The name may be that of one of the nodes: all are removed before any of
+    // them is deleted.
+    const ut_Key key(name);
+    UT_SymList deleted;
+    while (UT_Sym *const sym = remove(key))
+        deleted.push(sym);
+    return deleted.count();
 }
 
 int
@@ -496,6 +530,15 @@ UT_SymList::link(UT_Sym *sym)
     myFirst.add(sym->hash());
 }
 
+// At the front, which reads no other node.
+inline void
+UT_SymList::push(UT_Sym *sym)
+{
+    sym->next = myFirst.get();
+    myFirst.set(sym);
+    myFirst.add(sym->hash());
+}
+
 int64
 UT_SymList::getMemUsage(bool headOnly) const
 {
@@ -508,9 +551,65 @@ UT_SymList::getMemUsage(bool headOnly) const
 
 // ---- The table
 
-UT_SymbolTable::~UT_SymbolTable()
+// Primes, each some 1.2 times the one before.
+static constexpr int utTableSizes[] = {
+    5,         11,        17,        23,        29,        37,        47,
+    59,        71,        89,        107,       131,       163,       197,
+    239,       293,       353,       431,       521,       631,       761,
+    919,       1103,      1327,      1597,      1931,      2333,      2801,
+    3371,      4049,      4861,      5839,      7013,      8419,      10103,
+    12143,     14591,     17519,     21023,     25229,     30293,     36353,
+    43627,     52361,     62851,     75431,     90523,     108631,    130363,
+    156437,    187751,    225307,    270371,    324449,    389357,    467237,
+    560689,    672827,    807403,    968897,    1162687,   1395263,   1674319,
+    2009191,   2411033,   2893249,   3471899,   4166287,   4999559,   5999471,
+    7199369,   8639249,   10367101,  12440537,  14928671,  17914409,  21497293,
+    25796759,  30956117,  37147349,  44576837,  53492207,  64190669,  77028803,
+    92434613,  110921543, 133105859, 159727031, 191672443, 230006941, 276008387,
+    331210079, 397452101, 476942527, 572331049, 686797261, 824156741, 988988087,
+    1186785703};
+
+static constexpr unsigned theSizeCount = std::size(utTableSizes);
+
+static unsigned
+utSizeIndex(int size)
 {
-    delete[] myBuckets;
+    return unsigned(
+        std::lower_bound(utTableSizes, utTableSizes + theSizeCount - 1, size) -
+        utTableSizes);
+}
+
+namespace
+{
+
+// What dividing by each size takes: 2^64 divided by it, rounded up.
+struct ut_Inverses
+{
+    constexpr ut_Inverses() : values()
+    {
+        for (unsigned i = 0; i < theSizeCount; ++i)
+            values[i] = UINT64_MAX / unsigned(utTableSizes[i]) + 1;
+    }
+    uint64 values[theSizeCount];
+};
+
+} // namespace
+
+// The hash modulo a size. The lower half of a product with the inverse is the
+// fraction that a division leaves: two multiplications take less time than
+// that, where the processor has them.
+static inline unsigned
+utBucketOf(uint32 hash, unsigned sizeIndex)
+{
+    const unsigned size = unsigned(utTableSizes[sizeIndex]);
+#ifdef __SIZEOF_INT128__
+    static constexpr ut_Inverses theInverses;
+    const uint64 fraction = theInverses.values[sizeIndex] * hash;
+    __extension__ typedef unsigned __int128 ut_Product;
+    return unsigned(ut_Product(fraction) * size >> 64);
+#else
+    return hash % size;
+#endif
 }
 
 unsigned int
@@ -519,10 +618,123 @@ UT_SymbolTable::hash(const char *name)
     return name ? ut_Key(name).hash : 0;
 }
 
-UT_SymList &
+// Large arrays have pages of their own, which are larger than usual if the
+// system has such for those who ask: the processor has room for the addresses
+// of few others. Heap that was in use would keep its pages.
+static const size_t theLargePage = 0x200000;
+static const size_t theMappedSize = theLargePage / 2; // from there on
+
+static size_t
+utMappedSize(size_t bytes)
+{
+    return (bytes + theLargePage - 1) / theLargePage * theLargePage;
+}
+
+static void *
+utMap(size_t bytes)
+{
+    const size_t mapped = utMappedSize(bytes) + theLargePage;
+    void *const memory = mmap(
+        nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
+        -1, 0);
+    if (memory == MAP_FAILED)
+        throw std::bad_alloc();
+    // What is before and after the large pages goes back.
+    char *const start = static_cast<char *>(memory);
+    const size_t before = (0 - uintptr_t(start)) % theLargePage;
+    const size_t after = theLargePage - before;
+    if (before > 0)
+        munmap(start, before);
+    munmap(start + mapped - after, after);
+    (void)madvise(start + before, utMappedSize(bytes), MADV_HUGEPAGE);
+    return start + before;
+}
+
+static UT_SymList *
+utMakeBuckets(unsigned count)
+{
+    size_t bytes;
+    if (__builtin_mul_overflow(count, sizeof(UT_SymList), &bytes) ||
+        bytes > size_t(PTRDIFF_MAX))
+        throw std::bad_alloc();
+    void *const memory =
+        bytes < theMappedSize ? utAllocate(bytes) : utMap(bytes);
+    auto *const buckets = static_cast<UT_SymList *>(memory);
+    std::uninitialized_default_construct_n(buckets, count);
+    return buckets;
+}
+
+// Does not destroy the lists.
+static void
+utFreeBuckets(UT_SymList *buckets, unsigned count)
+{
+    const size_t bytes = count * sizeof(UT_SymList);
+    if (bytes < theMappedSize)
+        free(buckets);
+    else
+        munmap(buckets, utMappedSize(bytes));
+}
+
+inline unsigned
+UT_SymbolTable::bucketCount() const
+{
+    return myBuckets ? unsigned(utTableSizes[mySizeIndex]) : 0;
+}
+
+UT_SymbolTable::~UT_SymbolTable()
+{
+    std::destroy_n(myBuckets, bucketCount());
+    utFreeBuckets(myBuckets, bucketCount());
+}
+
+// Nodes that are visited together.
+static const int theRunLength = 128;
+
+// Calls `function` with all nodes, in runs, after reading the links of a run.
+//
+// Nodes are scattered in memory, and which buckets have any, or more than one,
+// cannot be predicted: one node after the other, this would wait most of the
+// time. So the first nodes of a run of buckets come together, then the second
+// ones and so on, in steps of which each prefetches what the next one needs.
+template <class Function>
+inline void
+UT_SymbolTable::forRuns(Function function) const
+{
+    UT_Sym *syms[theRunLength];
+    UT_Sym *nexts[theRunLength];
+    for (unsigned start = 0; start < bucketCount(); start += theRunLength)
+    {
+        const unsigned end = std::min(start + theRunLength, bucketCount());
+        int count = 0;
+        for (unsigned i = start; i < end; ++i)
+        {
+            UT_Sym *const sym = myBuckets[i].myFirst.get();
+            syms[count] = sym;
+            count += sym != nullptr;
+        }
+        for (int i = 0; i < count; ++i)
+            __builtin_prefetch(syms[i]);
+        while (count > 0)
+        {
+            int nextCount = 0;
+            for (int i = 0; i < count; ++i)
+            {
+                UT_Sym *const next = syms[i]->next;
+                __builtin_prefetch(next ? next : syms[i]); // null is slow
+                nexts[nextCount] = next;
+                nextCount += next != nullptr;
+            }
+            function(syms, count);
+            std::copy(nexts, nexts + nextCount, syms);
+            count = nextCount;
+        }
+    }
+}
+
+inline UT_SymList &
 UT_SymbolTable::bucketOf(const ut_Key &key) const
 {
-    return myBuckets[key.hash % unsigned(myTableSize)];
+    return myBuckets[utBucketOf(key.hash, mySizeIndex)];
 }
 
 // Every attempt to insert comes through here, so the check for growth does too.
@@ -532,8 +744,18 @@ UT_SymbolTable::findOrCreate(const char *name, int &created)
     assert(name);
     adjust(UT_ADJUST_GROW);
     const ut_Key key(name);
-    UT_SymList::UT_Sym *sym = bucketOf(key).findOrCreate(key, created);
-    myEntries += created;
+    UT_SymList &bucket = bucketOf(key);
+    UT_Sym *sym = bucket.find(key);
+    created = !sym;
+    if (created)
+    {
+        sym = new (key) UT_Sym(key);
+        if (myIsInOrder)
+            bucket.link(sym);
+        else
+            bucket.push(sym);
+        ++myEntries;
+    }
     return sym;
 }
 
@@ -549,7 +771,7 @@ const char *
 UT_SymbolTable::addSymbolAndGetReference(const char *name, UT_Thing value)
 {
     int created;
-    UT_SymList::UT_Sym *sym = findOrCreate(name, created);
+    UT_Sym *sym = findOrCreate(name, created);
     sym->value = value;
     return sym->name;
 }
@@ -574,7 +796,7 @@ UT_SymbolTable::findSymbol(const char *name, UT_Thing *value) const
     if (!myBuckets || !name)
         return 0;
     const ut_Key key(name);
-    const UT_SymList::UT_Sym *sym = bucketOf(key).find(key);
+    const UT_Sym *sym = bucketOf(key).find(key);
     if (sym && value)
         *value = sym->value;
     return sym != nullptr;
@@ -586,22 +808,25 @@ UT_SymbolTable::deleteSymbol(const char *name)
     if (!myBuckets || !name)
         return 0;
     const ut_Key key(name);
-    const int deleted = bucketOf(key).deleteEntry(key);
-    if (deleted)
-    {
-        myEntries -= deleted;
-        adjust(UT_ADJUST_SHRINK);
-    }
-    return deleted;
+    UT_Sym *const sym = bucketOf(key).remove(key);
+    if (!sym)
+        return 0;
+    delete sym;
+    --myEntries;
+    adjust(UT_ADJUST_SHRINK);
+    return 1;
 }
 
 void
 UT_SymbolTable::clear()
 {
-    delete[] myBuckets;
+    std::destroy_n(myBuckets, bucketCount());
+    utFreeBuckets(myBuckets, bucketCount());
     myBuckets = nullptr;
     myTableSize = 0;
     myEntries = 0;
+    mySizeIndex = 0;
+    myIsInOrder = false;
 }
 
 namespace
@@ -628,10 +853,95 @@ private:
 
 } // namespace
 
+// The nodes of a table in the order that it shows.
+class UT_SymbolTable::ut_Order
+{
+public:
+    explicit ut_Order(const UT_SymbolTable &table)
+        : mySyms(new UT_Sym *[unsigned(table.myEntries)]),
+          myEnds(unsigned(table.myTableSize) + 1)
+    {
+        distribute(table);
+        for (unsigned bucket = 0; bucket + 1 < myEnds.size(); ++bucket)
+            sort(begin(bucket), end(bucket));
+    }
+
+    // Number of nodes.
+    [[nodiscard]] unsigned entries() const { return myEnds.back(); }
+
+    // The nodes of a bucket, by their indices.
+    [[nodiscard]] unsigned begin(unsigned bucket) const
+    {
+        return bucket > 0 ? myEnds[bucket - 1] : 0;
+    }
+    [[nodiscard]] unsigned end(unsigned bucket) const { return myEnds[bucket]; }
+
+    // Nodes are read one after the other: one that comes later is prefetched.
+    UT_Sym &operator()(unsigned index) const
+    {
+        __builtin_prefetch(mySyms[std::min(index + 16, entries() - 1)]);
+        return *mySyms[index];
+    }
+
+private:
+    // Counts the nodes of each bucket, and puts them there.
+    void distribute(const UT_SymbolTable &table)
+    {
+        const unsigned sizeIndex = utSizeIndex(table.myTableSize);
+        const unsigned count = unsigned(table.myEntries);
+        const std::unique_ptr<UT_Sym *[]> syms(new UT_Sym *[count]);
+        const std::unique_ptr<unsigned[]> buckets(new unsigned[count]);
+        table.forRuns(
+            [&, next = 0u](UT_Sym **run, int length) mutable
+            {
+                for (int i = 0; i < length; ++i, ++next)
+                {
+                    syms[next] = run[i];
+                    buckets[next] = utBucketOf(run[i]->hash(), sizeIndex);
+                    ++myEnds[buckets[next] + 1];
+                }
+            });
+        std::partial_sum(myEnds.begin(), myEnds.end(), myEnds.begin());
+        // What is a start before becomes the end.
+        for (unsigned i = 0; i < count; ++i)
+            mySyms[myEnds[buckets[i]]++] = syms[i];
+    }
+
+    void sort(unsigned first, unsigned last)
+    {
+        for (unsigned i = first; i < last; ++i)
+            (*this)(i);
+        if (last - first > 1)
+            std::sort(
+                mySyms.get() + first, mySyms.get() + last,
+                [](const UT_Sym *a, const UT_Sym *b)
+                { return a->isBefore(*b); });
+    }
+
+    const std::unique_ptr<UT_Sym *[]> mySyms;
+    std::vector<unsigned> myEnds; // by bucket, and the number of nodes
+};
+
+// Puts the nodes into the buckets that the table shows.
+void
+UT_SymbolTable::settle()
+{
+    if (myIsInOrder || !myBuckets)
+        return;
+    const ut_Order order(*this);
+    auto *const buckets = utMakeBuckets(unsigned(myTableSize));
+    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
+        for (unsigned i = order.end(bucket); i > order.begin(bucket);)
+            buckets[bucket].push(&order(--i));
+    replaceBuckets(buckets, utSizeIndex(myTableSize));
+    myIsInOrder = true;
+}
+
 int
 UT_SymbolTable::traverse(UT_SymFunction function, void *data)
 {
     int completed;
+    settle();
     {
         const ut_TraversalGuard guard(myTraversing);
         completed = traverseConst(function, data);
@@ -643,7 +953,22 @@ UT_SymbolTable::traverse(UT_SymFunction function, void *data)
 int
 UT_SymbolTable::traverseConst(UT_SymFunction function, void *data) const
 {
-    for (int32 i = 0; i < myTableSize; ++i)
+    if (myIsInOrder || !function)
+        return walkBuckets(function, data);
+    const ut_Order order(*this);
+    for (unsigned i = 0; i < order.entries(); ++i)
+    {
+        UT_Sym &sym = order(i);
+        if (!function(sym.value, sym.name, data))
+            return 0;
+    }
+    return 1;
+}
+
+int
+UT_SymbolTable::walkBuckets(UT_SymFunction function, void *data) const
+{
+    for (unsigned i = 0; i < bucketCount(); ++i)
         if (!myBuckets[i].traverse(function, data))
             return 0;
     return 1;
@@ -698,7 +1023,7 @@ UT_SymbolTable::newName(const char *name) const
     ut_NumberedBase numbered = {name, strlen(name), 1};
     while (numbered.length > 0 && utIsDigit(name[numbered.length - 1]))
         --numbered.length;
-    traverseConst(utCountNumbered, &numbered);
+    walkBuckets(utCountNumbered, &numbered);
 
     const size_t size = numbered.length + sizeof("2147483647");
     char *result = static_cast<char *>(utAllocate(size));
@@ -728,10 +1053,13 @@ int64
 UT_SymbolTable::getMemUsage(bool tableOnly) const
 {
     int64 bytes = sizeof(*this);
-    if (!tableOnly)
-        for (int32 i = 0; i < myTableSize; ++i)
-            bytes += myBuckets[i].getMemUsage(/*headOnly=*/false);
-    return bytes;
+    if (tableOnly)
+        return bytes;
+    for (unsigned i = 0; i < bucketCount(); ++i)
+        bytes += myBuckets[i].getMemUsage(/*headOnly=*/false);
+    // Deliberate: of the heads, those that tableSize() counts.
+    return bytes +
+           (myTableSize - int64(bucketCount())) * int64(sizeof(UT_SymList));
 }
 
 void
@@ -741,9 +1069,10 @@ UT_SymbolTable::outputStats(FILE *stream) const
     int used = 0;
     int shortest = INT_MAX;
     int longest = 0;
-    for (int32 i = 0; i < myTableSize; ++i)
+    const ut_Order order(*this);
+    for (unsigned i = 0; i < unsigned(myTableSize); ++i)
     {
-        const int count = myBuckets[i].count();
+        const int count = int(order.end(i) - order.begin(i));
         if (count == 0)
             continue;
         total += count;
@@ -767,12 +1096,15 @@ UT_SymbolTable::outputStats(FILE *stream) const
 void
 UT_SymbolTable::dumpTable(FILE *stream) const
 {
-    for (int32 i = 0; i < myTableSize; ++i)
+    const ut_Order order(*this);
+    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
     {
-        if (myBuckets[i].empty())
-            continue;
-        fprintf(stream, "[%3d]: ", i);
-        myBuckets[i].dump(stream, " \"%s\" = 0x%08X\n");
+        if (order.begin(bucket) < order.end(bucket))
+            fprintf(stream, "[%3u]: ", bucket);
+        for (unsigned i = order.begin(bucket); i < order.end(bucket); ++i)
+            fprintf(
+                stream, " \"%s\" = 0x%08X\n", order(i).name,
+                unsigned(order(i).value.integer));
     }
 }
 
@@ -799,75 +1131,50 @@ UT_SymbolTable::adjust(UT_AdjustType type)
     else if (size * myMinLoadFactor > used)
         newSize = UTdecreaseAllocToPrime(myTableSize);
     if (newSize != myTableSize)
-        rehash(newSize);
+        resize(newSize);
 }
 
-// Nodes that move together.
-static const int theRunLength = 128;
+// How many sizes a table goes further than it shows when its buckets are too
+// few, which makes them twice as many.
+static const unsigned theLead = 4;
 
-// Moves nodes to their new buckets and puts those that follow them in their
-// place, whose number it returns.
-int
-UT_SymList::move(
-    UT_Sym **syms, int count, UT_SymList *buckets, unsigned bucketCount)
-{
-    UT_SymList *targets[theRunLength];
-    for (int i = 0; i < count; ++i)
-    {
-        targets[i] = &buckets[syms[i]->hash() % bucketCount];
-        __builtin_prefetch(targets[i]);
-    }
-    UT_Sym *late[theRunLength]; // for buckets that have a node
-    int lateCount = 0;
-    int nextCount = 0;
-    for (int i = 0; i < count; ++i)
-    {
-        UT_Sym *const sym = syms[i];
-        UT_Sym *const next = sym->next;
-        UT_SymList *const target = targets[i];
-        sym->next = nullptr;
-        const bool isFirst = target->myFirst.setIfNull(sym, sym->hash());
-        late[lateCount] = sym;
-        targets[lateCount] = target;
-        lateCount += !isFirst;
-        __builtin_prefetch(next ? next : sym); // to ask for null is slow
-        syms[nextCount] = next;
-        nextCount += next != nullptr;
-    }
-    for (int i = 0; i < lateCount; ++i)
-        targets[i]->link(late[i]);
-    return nextCount;
-}
-
-// Nodes are scattered in memory, and which buckets have any, or more than one,
-// cannot be predicted: one node after the other, a move would wait most of the
-// time. So the first nodes of a run of buckets move together, then the second
-// ones and so on, in steps of which each prefetches the memory that the next
-// one needs.
 void
-UT_SymbolTable::rehash(int tableSize)
+UT_SymbolTable::resize(int tableSize)
 {
-    UT_SymList::UT_Sym *syms[theRunLength];
-    UT_SymList *buckets = new UT_SymList[unsigned(tableSize)];
-    for (int32 start = 0; start < myTableSize; start += theRunLength)
-    {
-        const int32 end = std::min(start + theRunLength, myTableSize);
-        int count = 0;
-        for (int32 i = start; i < end; ++i)
-        {
-            UT_SymList::UT_Sym *const sym = myBuckets[i].myFirst.get();
-            myBuckets[i].myFirst = UT_SymList::ut_First();
-            syms[count] = sym;
-            count += sym != nullptr;
-        }
-        for (int i = 0; i < count; ++i)
-            __builtin_prefetch(syms[i]);
-        while (count > 0)
-            count = UT_SymList::move(syms, count, buckets, unsigned(tableSize));
-    }
-    delete[] myBuckets;
-    myBuckets = buckets;
+    const unsigned index = utSizeIndex(tableSize);
+    if (!myBuckets || index > mySizeIndex || index + 2 * theLead < mySizeIndex)
+        rehash(std::min(index + theLead, theSizeCount - 1));
     myTableSize = tableSize;
+    myIsInOrder = false;
+}
+
+void
+UT_SymbolTable::rehash(unsigned sizeIndex)
+{
+    auto *const buckets = utMakeBuckets(unsigned(utTableSizes[sizeIndex]));
+    forRuns(
+        [&](UT_Sym **syms, int count)
+        {
+            UT_SymList *targets[theRunLength];
+            for (int i = 0; i < count; ++i)
+            {
+                targets[i] = &buckets[utBucketOf(syms[i]->hash(), sizeIndex)];
+                __builtin_prefetch(targets[i]);
+            }
+            for (int i = 0; i < count; ++i)
+                targets[i]->push(syms[i]);
+        });
+    replaceBuckets(buckets, sizeIndex);
+}
+
+// The nodes are in the new lists; the old ones still point at some, so they are
+// not destroyed.
+void
+UT_SymbolTable::replaceBuckets(UT_SymList *buckets, unsigned sizeIndex)
+{
+    utFreeBuckets(myBuckets, bucketCount());
+    myBuckets = buckets;
+    mySizeIndex = uint8(sizeIndex);
 }
 
 UT_SnapshotTable::UT_SnapshotTable() = default;
@@ -876,44 +1183,20 @@ UT_SnapshotTable::~UT_SnapshotTable() = default;
 
 // ---- Sizes
 
-// Primes, each some 1.2 times the one before.
-static const int utTableSizes[] = {
-    5,         11,        17,         23,        29,        37,
-    47,        59,        71,         89,        107,       131,
-    163,       197,       239,        293,       353,       431,
-    521,       631,       761,        919,       1103,      1327,
-    1597,      1931,      2333,       2801,      3371,      4049,
-    4861,      5839,      7013,       8419,      10103,     12143,
-    14591,     17519,     21023,      25229,     30293,     36353,
-    43627,     52361,     62851,      75431,     90523,     108631,
-    130363,    156437,    187751,     225307,    270371,    324449,
-    389357,    467237,    560689,     672827,    807403,    968897,
-    1162687,   1395263,   1674319,    2009191,   2411033,   2893249,
-    3471899,   4166287,   4999559,    5999471,   7199369,   8639249,
-    10367101,  12440537,  14928671,   17914409,  21497293,  25796759,
-    30956117,  37147349,  44576837,   53492207,  64190669,  77028803,
-    92434613,  110921543, 133105859,  159727031, 191672443, 230006941,
-    276008387, 331210079, 397452101,  476942527, 572331049, 686797261,
-    824156741, 988988087, 1186785703, -1};
-
 int
 UTbumpAllocToPrime(int size)
 {
-    for (const int *next = utTableSizes; *next > 0; ++next)
-        if (*next > size)
-            return *next;
-    return size;
+    const int *const end = utTableSizes + theSizeCount;
+    const int *const above = std::upper_bound(utTableSizes, end, size);
+    return above < end ? *above : size;
 }
 
 int
 UTdecreaseAllocToPrime(int size)
 {
-    int below = utTableSizes[0];
-    for (const int *next = utTableSizes; *next > 0; ++next)
-    {
-        if (*next >= size)
-            return below;
-        below = *next;
-    }
-    return size;
+    const int *const end = utTableSizes + theSizeCount;
+    const int *const atLeast = std::lower_bound(utTableSizes, end, size);
+    if (atLeast == end)
+        return size;
+    return atLeast > utTableSizes ? atLeast[-1] : utTableSizes[0];
 }

@@ -158,10 +158,9 @@ private:
 
     [[nodiscard]] UT_LOCAL UT_Sym *find(const ut_Key &key) const;
     UT_LOCAL UT_Sym *findOrCreate(const ut_Key &key, int &created);
-    UT_LOCAL int deleteEntry(const ut_Key &key);
+    UT_LOCAL UT_Sym *remove(const ut_Key &key);
     UT_LOCAL void link(UT_Sym *sym);
-    UT_LOCAL static int
-    move(UT_Sym **syms, int count, UT_SymList *buckets, unsigned bucketCount);
+    UT_LOCAL void push(UT_Sym *sym);
 
     // The pointer to the first node. On 64-bit systems its upper 16 bits, which
     // the system leaves 0 in addresses unless a program asks for others, are a
@@ -177,7 +176,6 @@ private:
         [[nodiscard]] UT_LOCAL bool mayHave(uint32 hash) const;
         UT_LOCAL void set(UT_Sym *first);
         UT_LOCAL void add(uint32 hash);
-        UT_LOCAL bool setIfNull(UT_Sym *first, uint32 hash);
 
     private:
         uintptr_t myWord;
@@ -200,6 +198,14 @@ static_assert(sizeof(UT_SymList) == sizeof(void *));
 /// Values and names do not move: references to them are borrowed until the name
 /// is deleted.
 ///
+/// This number of buckets determines the order of traversals and is the one in
+/// all reports. In memory there may be more: up to some three times as many
+/// after growth, and six times before they become fewer. So a name changes its
+/// bucket only once in several steps, and nothing is sorted until traverse()
+/// needs it. From a change of the number of buckets to the next traverse() the
+/// table is not in order: whatever only reads it then sorts all names, each
+/// time.
+///
 /// Look-ups take a null name as one that is absent; insertions must not be
 /// given one. Insertions, look-ups and deletions are O(1) on average.
 ///
@@ -219,7 +225,8 @@ public:
     /// A table without names or buckets, with load factors 0.75 and 0.1.
     constexpr UT_SymbolTable()
         : myBuckets(nullptr), myTableSize(0), myEntries(0),
-          myMaxLoadFactor(0.75f), myMinLoadFactor(0.1f), myTraversing(false)
+          myMaxLoadFactor(0.75f), myMinLoadFactor(0.1f), myTraversing(false),
+          myIsInOrder(false), mySizeIndex(0)
     {
     }
 
@@ -232,7 +239,7 @@ public:
     /// Number of names.
     [[nodiscard]] int entries() const { return myEntries; }
 
-    /// Number of buckets.
+    /// Number of buckets, as the order of traversals and all reports have it.
     [[nodiscard]] int tableSize() const { return myTableSize; }
 
     /// Names per bucket at which the table grows, and below which it shrinks.
@@ -280,10 +287,19 @@ public:
     /// buckets does not change until the end, and is then checked once for
     /// shrinking. The function may traverse the same table in turn. If it
     /// throws, the traversal ends without that check.
+    ///
+    /// Puts the table in order first, and leaves it so until the number of
+    /// buckets changes. Throws std::bad_alloc, without a call, when there is no
+    /// memory for that.
     int traverse(UT_SymFunction function, void *data);
 
     /// Calls `function` for all names as traverse() does. The function must
     /// neither insert nor delete, because the number of buckets could change.
+    ///
+    /// Allocates some 24 bytes for each name, and takes two to three times as
+    /// long, unless the table is in order. Throws std::bad_alloc, without a
+    /// call, when there is no memory for that. So do mergeTable() with
+    /// `other`, outputStats() and dumpTable().
     int traverseConst(UT_SymFunction function, void *data) const;
 
     /// Adds all names of another table with their values, which replace the
@@ -322,20 +338,31 @@ public:
     void adjustTableSize(UT_AdjustType type);
 
 private:
+    using UT_Sym = UT_SymList::UT_Sym;
     using ut_Key = UT_SymList::ut_Key;
+    class ut_Order;
 
+    [[nodiscard]] UT_LOCAL unsigned bucketCount() const;
     [[nodiscard]] UT_LOCAL UT_SymList &bucketOf(const ut_Key &key) const;
-    UT_LOCAL UT_SymList::UT_Sym *findOrCreate(const char *name, int &created);
+    template <class Function>
+    UT_LOCAL void forRuns(Function function) const;
+    UT_LOCAL UT_Sym *findOrCreate(const char *name, int &created);
+    UT_LOCAL int walkBuckets(UT_SymFunction function, void *data) const;
+    UT_LOCAL void settle();
     UT_LOCAL void adjust(UT_AdjustType type);
-    UT_LOCAL void rehash(int tableSize);
+    UT_LOCAL void resize(int tableSize);
+    UT_LOCAL void rehash(unsigned sizeIndex);
+    UT_LOCAL void replaceBuckets(UT_SymList *buckets, unsigned sizeIndex);
 
     // Programs derive from tables: order and size stay.
-    UT_SymList *myBuckets; // myTableSize of them, or null
-    int32 myTableSize;
-    int32 myEntries; // names
+    UT_SymList *myBuckets; // null until the first insertion
+    int32 myTableSize;     // buckets that callers see
+    int32 myEntries;       // names
     float myMaxLoadFactor;
     float myMinLoadFactor;
     bool myTraversing; // the number of buckets must not change
+    bool myIsInOrder;  // the buckets are those that callers see, and sorted
+    uint8 mySizeIndex; // of the number of buckets, in the list of sizes
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_SymList::UT_Sym) == 12);

@@ -21,6 +21,14 @@ utCollect(UT_Thing &, const char *name, void *data)
     return 1;
 }
 
+static ut_Names
+utNames(const UT_SymbolTable &table)
+{
+    ut_Names names;
+    EXPECT_EQ(1, table.traverseConst(utCollect, &names));
+    return names;
+}
+
 static void
 utFill(UT_SymbolTable &table, int count)
 {
@@ -109,10 +117,24 @@ public:
 
     void erase(const std::string &name)
     {
-        if (!values.erase(name))
-            return;
+        if (values.erase(name))
+            shrink();
+    }
+
+    // Once after a deletion, and after a traversal that may delete.
+    void shrink()
+    {
         if (float(buckets) * myMinLoad > float(values.size()))
             buckets = UTdecreaseAllocToPrime(buckets);
+    }
+
+    int64 bytes() const
+    {
+        size_t sum = sizeof(UT_SymbolTable);
+        sum += unsigned(buckets) * sizeof(UT_SymList);
+        for (const auto &entry : values)
+            sum += sizeof(UT_SymList::UT_Sym) + entry.first.size() + 1;
+        return int64(sum);
     }
 
     // In the order of a traversal: by bucket, and by name in a bucket.
@@ -200,11 +222,18 @@ TEST(UT_SymbolTable, AgreesWithAMapAndKeepsItsOrder)
                 table, model, random, /*isGrowing=*/step / 3000 % 2 == 0);
             EXPECT_EQ(int(model.values.size()), table.entries());
             EXPECT_EQ(model.buckets, table.tableSize());
-            if (step % 500 == 0)
+            if (step % 200 == 0)
+            {
+                EXPECT_EQ(model.names(), utNames(table));
+                EXPECT_EQ(model.bytes(), table.getMemUsage(false));
+            }
+            // From here to the next change of its size the table is sorted.
+            if (step % 250 == 0)
             {
                 ut_Names names;
-                EXPECT_EQ(1, table.traverseConst(utCollect, &names));
+                EXPECT_EQ(1, table.traverse(utCollect, &names));
                 EXPECT_EQ(model.names(), names);
+                model.shrink();
             }
             if (testing::Test::HasFailure())
                 return;
@@ -226,7 +255,11 @@ TEST(UT_SymbolTable, ReferencesOutliveRehashing)
     utFill(table, 5259);
     table.mergeTable(table); // the next attempt to insert would move it
     EXPECT_EQ(7013, table.tableSize());
-    EXPECT_EQ(name, table.getStringReference("first"));
+    table.setMinLoadFactor(0);
+    table.setMaxLoadFactor(0.01f); // from here on every attempt moves it
+    for (int i = 0; i < 30; ++i)
+        EXPECT_EQ(name, table.getStringReference("first")) << i;
+    EXPECT_EQ(560689, table.tableSize());
     UT_SymbolTable other;
     other.addSymbol("first", &table);
     table.mergeTable(other); // the merged values win
