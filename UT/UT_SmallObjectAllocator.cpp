@@ -57,8 +57,8 @@ UT_SmallObjectAllocator::UT_SmallObjectAllocator(
 
 UT_SmallObjectAllocator::~UT_SmallObjectAllocator()
 {
-    if (myLastAllocation)
-        delete[] static_cast<ut_Pool *>(myLastAllocation)->bySize;
+    if (myAllocators.entries() > 0)
+        delete[] static_cast<ut_Pool *>(myAllocators(0))->bySize;
     for (unsigned i = myAllocators.entries(); i-- > 0;)
         delete static_cast<ut_Pool *>(myAllocators(i));
     delete static_cast<ut_PoolLock *>(myLock);
@@ -87,8 +87,8 @@ UT_SmallObjectAllocator::poolFor(unsigned int size)
 
     std::unique_ptr<UT_FixedAllocator *[]> table;
     auto pool = std::make_unique<ut_Pool>(size, myReclaim, myObjectsPerPage);
-    if (myLastAllocation)
-        pool->bySize = static_cast<ut_Pool *>(myLastAllocation)->bySize;
+    if (myAllocators.entries() > 0)
+        pool->bySize = static_cast<ut_Pool *>(myAllocators(0))->bySize;
     else
     {
         table = std::make_unique<UT_FixedAllocator *[]>(theQuickSizes);

@@ -84,9 +84,9 @@ private:
 
     // Programs hold allocators by value: order and size stay.
     UT_PtrArray<UT_FixedAllocator *> myAllocators; // ut_Pools, ascending
-    UT_FixedAllocator *myLastAllocation; // null while there are no pools
-    UT_FixedAllocator *myLastRelease;    // null while there are no pools
-    UT_Lock *myLock;                     // null unless thread-safe
+    UT_FixedAllocator *myLastAllocation;           // the one used last, or null
+    UT_FixedAllocator *myLastRelease;              // the one used last, or null
+    UT_Lock *myLock;                               // null unless thread-safe
     int myObjectsPerPage;
     unsigned int myMaxObjectSize; // bytes
     bool myReclaim;
@@ -120,28 +120,34 @@ UT_SmallObjectAllocator::needsLock() const
 }
 
 // The pool for a size; null when there is none, or no place for it in the
-// table.
+// table. Not from the pool used last, which would have to be known first.
 inline UT_FixedAllocator *
 UT_SmallObjectAllocator::quickPool(unsigned int size) const
 {
-    if (!myLastAllocation || size >= theQuickSizes)
+    if (myAllocators.entries() == 0 || size >= theQuickSizes)
         return nullptr;
-    return static_cast<const ut_Pool *>(myLastAllocation)->bySize[size];
+    return static_cast<const ut_Pool *>(myAllocators(0))->bySize[size];
 }
 
 inline void *
 UT_SmallObjectAllocator::allocate(unsigned int size)
 {
     UT_FixedAllocator *const pool = needsLock() ? nullptr : quickPool(size);
-    return pool ? pool->allocate() : allocateSlowly(size);
+    if (!pool)
+        return allocateSlowly(size);
+    myLastAllocation = pool;
+    return pool->allocate();
 }
 
 inline void
 UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
 {
     UT_FixedAllocator *const pool = needsLock() ? nullptr : quickPool(size);
-    if (pool)
-        pool->deallocate(block);
-    else
+    if (!pool)
+    {
         deallocateSlowly(block, size);
+        return;
+    }
+    myLastRelease = pool;
+    pool->deallocate(block);
 }
