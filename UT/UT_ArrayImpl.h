@@ -92,6 +92,17 @@ utIsInBlock(unsigned capacity, unsigned newCapacity)
 // than the rest of an append or a short concat().
 static constexpr size_t theFewBytes = 256;
 
+// 16 bytes as one value. Through memcpy() gcc keeps a place on the stack for
+// them, which functions of 32 bits then have to align.
+using ut_Bytes16 [[gnu::vector_size(16), gnu::aligned(1), gnu::may_alias]] =
+    int32;
+
+inline void
+utCopy16(void *to, const void *from)
+{
+    *static_cast<ut_Bytes16 *>(to) = *static_cast<const ut_Bytes16 *>(from);
+}
+
 template <class T>
 void
 utClearSlots(T *slots, unsigned count)
@@ -136,10 +147,10 @@ utCopyFew(T *to, const T *from, unsigned count)
     if (count >= step)
     {
         // The last step may copy some elements again.
-        memcpy(to, from, 16);
+        utCopy16(to, from);
         for (unsigned i = step; i < count - step; i += step)
-            memcpy(to + i, from + i, 16);
-        memcpy(to + count - step, from + count - step, 16);
+            utCopy16(to + i, from + i);
+        utCopy16(to + count - step, from + count - step);
     }
     else
     {
@@ -204,24 +215,22 @@ utResize(
     entries = std::min(entries, newCapacity);
 }
 
-// The same for a step of a growing array, for which its block usually has the
-// room. Few elements are the usual step.
+// A step of a growing array for which its block has the room, as it usually
+// has. Few elements are the usual step. Otherwise changes nothing and returns
+// false: the caller then makes its last call, which keeps this road short.
 template <class T>
-void
-utGrow(
-    T *&data, unsigned &capacity, unsigned &entries, unsigned newCapacity,
-    bool clearsNewSlots)
+[[gnu::always_inline]] inline bool
+utGrowInBlock(T *data, unsigned &capacity, bool clearsNewSlots)
 {
     constexpr unsigned usual = UTgrownCapacity(0);
-    if (newCapacity - capacity != usual ||
-        !utIsInBlock<T>(capacity, newCapacity))
-    {
-        utResize(data, capacity, entries, newCapacity, clearsNewSlots);
-        return;
-    }
+    const unsigned old = capacity;
+    if (UTgrownCapacity(old) - old != usual ||
+        !utIsInBlock<T>(old, old + usual))
+        return false;
     if (clearsNewSlots)
-        memset(data + capacity, 0, usual * sizeof(T));
-    capacity = newCapacity;
+        memset(data + old, 0, usual * sizeof(T));
+    capacity = old + usual;
+    return true;
 }
 
 // Copies exactly the elements in use, for the copy constructors.
@@ -331,8 +340,8 @@ utReserveEnd(
 
 // A concat() that needs another block, or copies many elements.
 template <class T, class Array>
-__attribute__((noinline)) void
-utConcatLong(
+void
+utConcat(
     T *&data, unsigned &capacity, unsigned &entries, const Array &other,
     bool clearsNewSlots)
 {
@@ -344,28 +353,24 @@ utConcatLong(
     entries += count;
 }
 
-// The usual case is short: a few elements for a full array whose block has the
-// room, or for one with free slots.
+// The usual concat(): a few elements for a full array whose block has the room,
+// or for one with free slots. Otherwise changes nothing and returns false.
 template <class T, class Array>
-void
-utConcat(
-    T *&data, unsigned &capacity, unsigned &entries, const Array &other,
-    bool clearsNewSlots)
+[[gnu::always_inline]] inline bool
+utConcatFew(T *data, unsigned &capacity, unsigned &entries, const Array &other)
 {
     const unsigned count = other.entries();
-    const unsigned newEntries = entries + count;
     const bool isFull = capacity == entries;
     if (count > theFewBytes / sizeof(T) ||
-        (isFull ? !utIsInBlock<T>(capacity, newEntries)
+        (isFull ? !utIsInBlock<T>(capacity, capacity + count)
                 : capacity - entries <= count))
-    {
-        utConcatLong(data, capacity, entries, other, clearsNewSlots);
-        return;
-    }
+        return false;
     if (isFull)
-        capacity = newEntries;
-    utCopyFew(data + entries, other.data(), count);
-    entries = newEntries;
+        capacity += count;
+    T *const end = data + entries;
+    entries += count;
+    utCopyFew(end, other.data(), count);
+    return true;
 }
 
 // Inserts into an array sorted by `order(element, value)`, before an equal
@@ -604,19 +609,16 @@ utSkipUnequal(const T *numbers, ptrdiff_t start, ptrdiff_t count, T value)
 // Enough numbers for the longer vectors.
 static constexpr ptrdiff_t theLongSearch = 64;
 
-// The first of the numbers from `start` to `count` that equals `value`, or -1:
-// sixteen at a time with one jump. The last eight may have been looked at
-// before.
-template <class T>
-int
-utFindNumber(const T *numbers, ptrdiff_t start, ptrdiff_t count, T value)
+// The first element from `start` on that equals `value`, or -1: sixteen numbers
+// at a time with one jump, of which there are as many at least. The last eight
+// may have been looked at before.
+template <class Array>
+__attribute__((noinline)) int
+utFindFar(const Array &array, utElement<const Array> value, unsigned startIndex)
 {
-    if (count - start < 8)
-    {
-        while (start < count && numbers[start] != value)
-            start++;
-        return start < count ? int(start) : -1;
-    }
+    const auto *const numbers = array.data();
+    const ptrdiff_t count = ptrdiff_t(array.entries());
+    ptrdiff_t start = ptrdiff_t(startIndex);
     if (count - start >= theLongSearch && __builtin_cpu_supports("avx2"))
         start = utSkipUnequal(numbers, start, count, value);
     const ptrdiff_t lastEight = count - 8;
@@ -637,18 +639,32 @@ utFindNumber(const T *numbers, ptrdiff_t start, ptrdiff_t count, T value)
 #endif
 
 template <class Array>
-int
+[[gnu::always_inline]] inline int
 utFind(const Array &array, utElement<const Array> value, unsigned start)
 {
     const unsigned entries = array.entries();
     if (start >= entries)
         return -1;
-    const auto *const data = array.data();
 #ifdef __SSE2__
     // Pairs of halves cost pointers of 64 bits what vectors save.
     if constexpr (!std::is_pointer_v<utElement<Array>>)
-        return utFindNumber(data, ptrdiff_t(start), ptrdiff_t(entries), value);
+    {
+        // Few numbers without a loop, which would need the stack.
+        if (entries - start > 16)
+            return utFindFar(array, value, start);
+        if (entries - start >= 8)
+        {
+            const auto *const lastEight = array.data() + entries - 8;
+            const unsigned bits =
+                utEqualBits(array.data() + start, lastEight, value);
+            if (bits == 0)
+                return -1;
+            const unsigned bit = unsigned(__builtin_ctz(bits));
+            return int(bit < 8 ? start + bit : entries - 16 + bit);
+        }
+    }
 #endif
+    const auto *const data = array.data();
     const auto *const end = data + entries;
     const auto *const found = std::find(data + start, end, value);
     return found == end ? -1 : int(found - data);

@@ -16,13 +16,13 @@ static const unsigned theTrailerSize = sizeof(void *);
 [[gnu::used]] static void (UT_FixedAllocator::*const theDeallocate)(void *) =
     &UT_FixedAllocator::deallocate;
 
-// Blocks that fill lines of the processor's cache start with one: half as many
-// lines to wait for.
+// Blocks that fill lines of the processor's cache, or of which some fill one,
+// start with a line: fewer lines to wait for.
 static void *
 utAllocateLines(size_t bytes, unsigned blockSize)
 {
     const size_t line = 64;
-    if (blockSize % line != 0)
+    if (blockSize % line != 0 && line % blockSize != 0)
         return utAllocate(bytes);
     return utChecked(aligned_alloc(line, bytes));
 }
@@ -113,29 +113,20 @@ UT_FixedAllocator::releasePage(int slot)
     ++myFreedSlots;
 }
 
-void
-UT_FixedAllocator::linkPage(ut_SmallObjectPage *page)
-{
-    page->prev = nullptr;
-    page->next = myPartialPages;
-    if (page->next)
-        page->next->prev = page;
-    myPartialPages = page;
-}
-
 // With one object to a page, a free page that is kept is not in the list: then
 // it is not the head either, and has no neighbours.
 void
 UT_FixedAllocator::unlinkPage(ut_SmallObjectPage *page)
 {
     if (myPartialPages == page)
+    {
         myPartialPages = page->next;
+        return;
+    }
     if (page->prev)
         page->prev->next = page->next;
     if (page->next)
         page->next->prev = page->prev;
-    page->next = nullptr;
-    page->prev = nullptr;
 }
 
 void
@@ -157,8 +148,8 @@ UT_FixedAllocator::allocateSlowly()
     if (!myPartialPages)
         addPage();
     ++myAllocated;
-    ut_SmallObjectPage *page = myPartialPages;
-    void *block = pop(page->freeList);
+    ut_SmallObjectPage *const page = myPartialPages;
+    void *const block = pop(page->freeList);
     if (--page->freeCount == 0)
         unlinkPage(page);
     else if (
@@ -167,13 +158,13 @@ UT_FixedAllocator::allocateSlowly()
     return block;
 }
 
-// Only with reclaiming.
+// Only with reclaiming. Complete, for programs whose inline part does less.
 void
 UT_FixedAllocator::deallocateSlowly(void *block)
 {
     --myAllocated;
     const int slot = slotOf(block);
-    ut_SmallObjectPage *page = myPages(unsigned(slot));
+    ut_SmallObjectPage *const page = myPages(unsigned(slot));
     push(page->freeList, block);
     if (++page->freeCount == myObjectsPerPage)
     {

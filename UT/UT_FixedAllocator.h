@@ -91,7 +91,7 @@ private:
     UT_LOCAL ut_SmallObjectPage *allocPage();
     UT_LOCAL void addPage();
     UT_LOCAL void releasePage(int slot);
-    UT_LOCAL void linkPage(ut_SmallObjectPage *page);
+    void linkPage(ut_SmallObjectPage *page);
     UT_LOCAL void unlinkPage(ut_SmallObjectPage *page);
 
     // Programs hold allocators by value: order and size stay.
@@ -124,7 +124,7 @@ struct UT_FixedAllocator::ut_SmallObjectPage
     void *memory;
     void *freeList; // without reclaiming, the list at the beginning
     ut_SmallObjectPage *next;
-    ut_SmallObjectPage *prev;
+    ut_SmallObjectPage *prev; // except that of the list's head
     int32 freeCount;
 };
 
@@ -156,9 +156,20 @@ UT_FixedAllocator::slotOf(const void *block) const
     return slot;
 }
 
+// The list is followed from its head, so a page needs to know the one before it
+// only when there is one: the head's is whatever it was.
+inline void
+UT_FixedAllocator::linkPage(ut_SmallObjectPage *page)
+{
+    page->next = myPartialPages;
+    if (page->next)
+        page->next->prev = page;
+    myPartialPages = page;
+}
+
 // Only an allocator that does not reclaim has a free list, and only one that
-// reclaims has partial pages. A page that is neither empty nor full, before and
-// after, keeps its place in their list.
+// reclaims has partial pages. Where all blocks of a page in their list are
+// free, it is the one that is kept.
 inline void *
 UT_FixedAllocator::allocate()
 {
@@ -168,13 +179,17 @@ UT_FixedAllocator::allocate()
         return pop(myFreeList);
     }
     ut_SmallObjectPage *const page = myPartialPages;
-    if (page && page->freeCount > 1 && page->freeCount < myObjectsPerPage)
-    {
-        ++myAllocated;
-        --page->freeCount;
+    if (!page)
+        return allocateSlowly();
+    ++myAllocated;
+    if (page->freeCount == myObjectsPerPage)
+        myEmptyPage = -1;
+    if (--page->freeCount > 0)
         return pop(page->freeList);
-    }
-    return allocateSlowly();
+    void *const last = page->freeList;
+    page->freeList = nullptr;
+    myPartialPages = page->next;
+    return last;
 }
 
 inline void
@@ -188,13 +203,26 @@ UT_FixedAllocator::deallocate(void *block)
         push(myFreeList, block);
         return;
     }
-    ut_SmallObjectPage *const page = myPages(unsigned(slotOf(block)));
-    if (page->freeCount > 0 && page->freeCount < myObjectsPerPage - 1)
+    const int slot = slotOf(block);
+    ut_SmallObjectPage *const page = myPages(unsigned(slot));
+    const int32 freeCount = page->freeCount + 1;
+    if (freeCount == myObjectsPerPage)
     {
-        --myAllocated;
-        ++page->freeCount;
+        if (myEmptyPage >= 0 || freeCount == 1)
+        {
+            deallocateSlowly(block);
+            return;
+        }
+        myEmptyPage = slot;
+    }
+    --myAllocated;
+    page->freeCount = freeCount;
+    if (freeCount > 1)
+    {
         push(page->freeList, block);
         return;
     }
-    deallocateSlowly(block);
+    page->freeList = nullptr;
+    push(page->freeList, block);
+    linkPage(page);
 }

@@ -99,7 +99,14 @@ UT_FloatArray::resize(unsigned newCapacity, unsigned short)
 void
 UT_FloatArray::growFull()
 {
-    utGrow(
+    if (!utGrowInBlock(myData, myCapacity, /*clearsNewSlots=*/false))
+        growSlowly();
+}
+
+__attribute__((noinline)) void
+UT_FloatArray::growSlowly()
+{
+    utResize(
         myData, myCapacity, myEntries, UTgrownCapacity(myCapacity),
         /*clearsNewSlots=*/false);
 }
@@ -140,6 +147,13 @@ UT_FloatArray::multipleInsert(unsigned index, unsigned count)
 
 void
 UT_FloatArray::concat(const UT_FloatArray &other)
+{
+    if (!utConcatFew(myData, myCapacity, myEntries, other))
+        concatSlowly(other);
+}
+
+__attribute__((noinline)) void
+UT_FloatArray::concatSlowly(const UT_FloatArray &other)
 {
     utConcat(myData, myCapacity, myEntries, other, /*clearsNewSlots=*/false);
 }

@@ -213,7 +213,9 @@ public:
     void heapify(unsigned index, Compare compare);
 
 private:
-    void growFull();
+    void growFull(); // not UT_LOCAL: append() calls it
+    UT_LOCAL void growSlowly();
+    UT_LOCAL void concatSlowly(const UT_FloatArray &other);
 
     // Programs hold arrays by value: order and size stay.
     float *myData = nullptr; // malloc'ed, null when the capacity is 0

@@ -96,7 +96,14 @@ UT_IntArray::resize(unsigned newCapacity, unsigned short)
 void
 UT_IntArray::growFull()
 {
-    utGrow(
+    if (!utGrowInBlock(myData, myCapacity, /*clearsNewSlots=*/true))
+        growSlowly();
+}
+
+__attribute__((noinline)) void
+UT_IntArray::growSlowly()
+{
+    utResize(
         myData, myCapacity, myEntries, UTgrownCapacity(myCapacity),
         /*clearsNewSlots=*/true);
 }
@@ -137,6 +144,13 @@ UT_IntArray::multipleInsert(unsigned index, unsigned count)
 
 void
 UT_IntArray::concat(const UT_IntArray &other)
+{
+    if (!utConcatFew(myData, myCapacity, myEntries, other))
+        concatSlowly(other);
+}
+
+__attribute__((noinline)) void
+UT_IntArray::concatSlowly(const UT_IntArray &other)
 {
     utConcat(myData, myCapacity, myEntries, other, /*clearsNewSlots=*/true);
 }

@@ -237,7 +237,9 @@ public:
     void heapify(unsigned index);
 
 private:
-    void growFull();
+    void growFull(); // not UT_LOCAL: append() calls it
+    UT_LOCAL void growSlowly();
+    UT_LOCAL void concatSlowly(const UT_IntArray &other);
 
     // Programs hold arrays by value: order and size stay.
     int32 *myData = nullptr; // calloc'ed, null when the capacity is 0

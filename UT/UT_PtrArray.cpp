@@ -138,7 +138,14 @@ UT_PtrArrayRaw::resize(unsigned newCapacity, unsigned short)
 void
 UT_PtrArrayRaw::growFull()
 {
-    utGrow(
+    if (!utGrowInBlock(myData, myCapacity, /*clearsNewSlots=*/true))
+        growSlowly();
+}
+
+__attribute__((noinline)) void
+UT_PtrArrayRaw::growSlowly()
+{
+    utResize(
         myData, myCapacity, myEntries, UTgrownCapacity(myCapacity),
         /*clearsNewSlots=*/true);
 }
@@ -186,6 +193,13 @@ UT_PtrArrayRaw::multipleInsert(unsigned index, unsigned count)
 
 void
 UT_PtrArrayRaw::concat(const UT_PtrArrayRaw &other)
+{
+    if (!utConcatFew(myData, myCapacity, myEntries, other))
+        concatSlowly(other);
+}
+
+__attribute__((noinline)) void
+UT_PtrArrayRaw::concatSlowly(const UT_PtrArrayRaw &other)
 {
     utConcat(myData, myCapacity, myEntries, other, /*clearsNewSlots=*/true);
 }

@@ -252,7 +252,9 @@ public:
     void heapify(unsigned index, Compare compare);
 
 private:
-    void growFull();
+    void growFull(); // not UT_LOCAL: append() calls it
+    UT_LOCAL void growSlowly();
+    UT_LOCAL void concatSlowly(const UT_PtrArrayRaw &other);
 
     // Programs hold arrays by value: order and size stay.
     void **myData = nullptr; // calloc'ed, null when the capacity is 0

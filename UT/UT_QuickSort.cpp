@@ -202,8 +202,18 @@ public:
     void move(size_t to, size_t from) { copy(record(to), record(from)); }
     void release(size_t to) { copy(record(to), myScratch); }
 
+    // Twice as many moves as along the cycles, none of which is guessed.
     void arrange(size_t begin, size_t size, const size_t *places)
     {
+        if constexpr (knownSize > 0)
+        {
+            char records[theSmallSize * knownSize];
+            for (size_t i = 0; i < size; i++)
+                copy(records + i * knownSize, record(begin + i));
+            for (size_t i = 0; i < size; i++)
+                copy(record(begin + places[i]), records + i * knownSize);
+            return;
+        }
         uint16 sources[theSmallSize];
         for (size_t i = 0; i < size; i++)
             sources[places[i]] = uint16(i);

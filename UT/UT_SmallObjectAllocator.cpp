@@ -57,8 +57,10 @@ UT_SmallObjectAllocator::UT_SmallObjectAllocator(
 
 UT_SmallObjectAllocator::~UT_SmallObjectAllocator()
 {
+    if (myAllocators.entries() > 0)
+        delete[] static_cast<ut_Pool *>(myAllocators(0))->bySize;
     for (unsigned i = myAllocators.entries(); i-- > 0;)
-        delete myAllocators(i);
+        delete static_cast<ut_Pool *>(myAllocators(i));
     delete static_cast<ut_PoolLock *>(myLock);
 }
 
@@ -79,15 +81,25 @@ __attribute__((noinline)) UT_FixedAllocator *
 UT_SmallObjectAllocator::poolFor(unsigned int size)
 {
     const unsigned index = findAtLeast(size);
-    if (index == myAllocators.entries() ||
-        myAllocators(index)->requestedSize() != size)
+    if (index < myAllocators.entries() &&
+        myAllocators(index)->requestedSize() == size)
+        return myAllocators(index);
+
+    std::unique_ptr<UT_FixedAllocator *[]> table;
+    auto pool = std::make_unique<ut_Pool>(size, myReclaim, myObjectsPerPage);
+    if (myAllocators.entries() > 0)
+        pool->bySize = static_cast<ut_Pool *>(myAllocators(0))->bySize;
+    else
     {
-        auto pool = std::make_unique<UT_FixedAllocator>(
-            size, myReclaim, myObjectsPerPage);
-        myAllocators.insertAt(pool.get(), index);
-        (void)pool.release();
-        myLastRelease = myAllocators(0);
+        table = std::make_unique<UT_FixedAllocator *[]>(theQuickSizes);
+        pool->bySize = table.get();
     }
+    myAllocators.insertAt(pool.get(), index);
+    if (size < theQuickSizes)
+        pool->bySize[size] = pool.get();
+    (void)pool.release();
+    (void)table.release();
+    myLastRelease = myAllocators(0);
     return myAllocators(index);
 }
 
@@ -95,7 +107,10 @@ inline void *
 UT_SmallObjectAllocator::take(unsigned int size)
 {
     if (!myLastAllocation || myLastAllocation->requestedSize() != size)
-        myLastAllocation = poolFor(size);
+    {
+        UT_FixedAllocator *const pool = quickPool(size);
+        myLastAllocation = pool ? pool : poolFor(size);
+    }
     return myLastAllocation->allocate();
 }
 
@@ -104,10 +119,15 @@ UT_SmallObjectAllocator::give(void *block, unsigned int size)
 {
     if (!myLastRelease || myLastRelease->requestedSize() != size)
     {
-        const unsigned index = findAtLeast(size);
-        if (index == myAllocators.entries())
-            return; // no block of ours has this size
-        myLastRelease = myAllocators(index);
+        UT_FixedAllocator *pool = quickPool(size);
+        if (!pool)
+        {
+            const unsigned index = findAtLeast(size);
+            if (index == myAllocators.entries())
+                return; // no block of ours has this size
+            pool = myAllocators(index);
+        }
+        myLastRelease = pool;
     }
     myLastRelease->deallocate(block);
 }

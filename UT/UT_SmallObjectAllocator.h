@@ -41,13 +41,13 @@ public:
     operator=(const UT_SmallObjectAllocator &) = delete;
 
     /// A block of at least `size` bytes, to be freed with deallocate(). O(1)
-    /// for the size of the last call, O(sizes) otherwise. Sizes above the
-    /// maximum come from operator new.
+    /// for sizes below 256 and for the size of the last call, O(sizes)
+    /// otherwise. Sizes above the maximum come from operator new.
     [[nodiscard]] void *allocate(unsigned int size);
 
     /// Frees a block; does nothing for null. `size` must be the one that it was
-    /// allocated with: any other one damages the pools. O(1) for the size of
-    /// the last call, O(sizes) otherwise.
+    /// allocated with: any other one damages the pools. As fast as
+    /// allocate().
     void deallocate(void *block, unsigned int size);
 
     /// The largest size that the pools serve, in bytes.
@@ -67,7 +67,11 @@ public:
     }
 
 private:
+    struct ut_Pool;
+    static constexpr unsigned theQuickSizes = 256;
+
     [[nodiscard]] bool needsLock() const;
+    [[nodiscard]] UT_FixedAllocator *quickPool(unsigned int size) const;
 
     // Not UT_LOCAL: the inline functions call them.
     void *allocateSlowly(unsigned int size);
@@ -79,9 +83,9 @@ private:
     UT_LOCAL void give(void *block, unsigned int size);
 
     // Programs hold allocators by value: order and size stay.
-    UT_PtrArray<UT_FixedAllocator *> myAllocators; // by size, ascending
-    UT_FixedAllocator *myLastAllocation;           // the one used last
-    UT_FixedAllocator *myLastRelease;              // the one used last
+    UT_PtrArray<UT_FixedAllocator *> myAllocators; // ut_Pools, ascending
+    UT_FixedAllocator *myLastAllocation;           // the one used last, or null
+    UT_FixedAllocator *myLastRelease;              // the one used last, or null
     UT_Lock *myLock;                               // null unless thread-safe
     int myObjectsPerPage;
     unsigned int myMaxObjectSize; // bytes
@@ -89,6 +93,17 @@ private:
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_SmallObjectAllocator) == 40);
+
+// A pool that knows the others. Programs read it: order and size stay.
+struct UT_SmallObjectAllocator::ut_Pool : public UT_FixedAllocator
+{
+    using UT_FixedAllocator::UT_FixedAllocator;
+
+    // The pool for each size below theQuickSizes, or null; one table for all
+    // pools. To look for the size in their list would cost more than the block:
+    // where that ends is hard to predict.
+    UT_FixedAllocator **bySize = nullptr;
+};
 
 // ---- Inline functions
 
@@ -104,20 +119,35 @@ UT_SmallObjectAllocator::needsLock() const
 #endif
 }
 
+// The pool for a size; null when there is none, or no place for it in the
+// table. Not from the pool used last, which would have to be known first.
+inline UT_FixedAllocator *
+UT_SmallObjectAllocator::quickPool(unsigned int size) const
+{
+    if (myAllocators.entries() == 0 || size >= theQuickSizes)
+        return nullptr;
+    return static_cast<const ut_Pool *>(myAllocators(0))->bySize[size];
+}
+
 inline void *
 UT_SmallObjectAllocator::allocate(unsigned int size)
 {
-    if (!needsLock() && myLastAllocation &&
-        myLastAllocation->requestedSize() == size)
-        return myLastAllocation->allocate();
-    return allocateSlowly(size);
+    UT_FixedAllocator *const pool = needsLock() ? nullptr : quickPool(size);
+    if (!pool)
+        return allocateSlowly(size);
+    myLastAllocation = pool;
+    return pool->allocate();
 }
 
 inline void
 UT_SmallObjectAllocator::deallocate(void *block, unsigned int size)
 {
-    if (!needsLock() && myLastRelease && myLastRelease->requestedSize() == size)
-        myLastRelease->deallocate(block);
-    else
+    UT_FixedAllocator *const pool = needsLock() ? nullptr : quickPool(size);
+    if (!pool)
+    {
         deallocateSlowly(block, size);
+        return;
+    }
+    myLastRelease = pool;
+    pool->deallocate(block);
 }

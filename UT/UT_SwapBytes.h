@@ -7,6 +7,7 @@
 #include "SYS/SYS_Types.h"
 
 #include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 /// Whether this machine stores the low byte of a value last, as in files.
@@ -38,19 +39,38 @@ UTswapBytes(T value)
 /// alignment. O(count), with the processor's widest vectors.
 UT_API void UTswapBytes(void *to, const void *from, size_t count, size_t width);
 
-/// Reverses the bytes of each element of an array, in place or from one array
-/// to another.
-template <class T>
-void
-UTswapBytes(T *values, size_t count)
-{
-    static_assert(std::is_arithmetic_v<T>);
-    UTswapBytes(values, values, count, sizeof(T));
-}
+/// Copies the elements of an array, reversing the bytes of each. `to` and
+/// `from` are the same or do not overlap.
 template <class T>
 void
 UTswapBytes(T *to, const T *from, size_t count)
 {
     static_assert(std::is_arithmetic_v<T>);
+    if constexpr (sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8)
+    {
+        // A few, for which a call would cost more.
+        if (count < 64 / sizeof(T))
+        {
+            using Word = std::conditional_t<
+                sizeof(T) == 2, uint16,
+                std::conditional_t<sizeof(T) == 4, uint32, uint64>>;
+            for (size_t i = 0; i < count; ++i)
+            {
+                Word word;
+                memcpy(&word, from + i, sizeof(word));
+                word = UTswapBytes(word);
+                memcpy(to + i, &word, sizeof(word));
+            }
+            return;
+        }
+    }
     UTswapBytes(to, from, count, sizeof(T));
+}
+
+/// Reverses the bytes of each element of an array.
+template <class T>
+void
+UTswapBytes(T *values, size_t count)
+{
+    UTswapBytes(values, values, count);
 }

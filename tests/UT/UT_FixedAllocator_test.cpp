@@ -114,12 +114,13 @@ TEST(UT_FixedAllocator, APageWithoutMemoryChangesNothing)
     }
 }
 
-// Blocks of one thread, each full of copies of one byte.
+// Blocks of one thread, each full of copies of one byte. Their sizes are
+// multiples of `unit`.
 class ut_Blocks
 {
 public:
-    ut_Blocks(UT_SmallObjectAllocator &pools, unsigned seed)
-        : myPools(pools), myRandom(seed)
+    ut_Blocks(UT_SmallObjectAllocator &pools, unsigned unit, unsigned seed)
+        : myPools(pools), myUnit(unit), myRandom(seed)
     {
     }
 
@@ -143,7 +144,7 @@ private:
 
     void take()
     {
-        const unsigned size = 1 + unsigned(myRandom()) % 40;
+        const unsigned size = myUnit * (1 + unsigned(myRandom()) % 40);
         char *const bytes = static_cast<char *>(myPools.allocate(size));
         EXPECT_EQ(0u, uintptr_t(bytes) % sizeof(void *)) << size;
         memset(bytes, int(myRandom()), size);
@@ -163,15 +164,16 @@ private:
     }
 
     UT_SmallObjectAllocator &myPools;
+    unsigned myUnit;
     std::mt19937 myRandom;
     std::vector<Block> myBlocks;
 };
 
 // Grows and shrinks by turns, and gives everything back.
 static void
-utChurn(UT_SmallObjectAllocator &pools, unsigned seed)
+utChurn(UT_SmallObjectAllocator &pools, unsigned unit, unsigned seed)
 {
-    ut_Blocks blocks(pools, seed);
+    ut_Blocks blocks(pools, unit, seed);
     for (int wave = 0; wave < 5; ++wave)
     {
         for (int step = 0; step < 4000; ++step)
@@ -185,21 +187,34 @@ utChurn(UT_SmallObjectAllocator &pools, unsigned seed)
 
 TEST(UT_SmallObjectAllocator, ThreadsShareOnePoolForEachSize)
 {
-    for (const int perPage : {1, 2, 7, 16})
+    static const struct
     {
-        UT_SmallObjectAllocator pools(true, perPage, 32, true);
-        std::thread other([&] { utChurn(pools, 1); });
-        utChurn(pools, 2);
+        int objectsPerPage;
+        unsigned unit; // of the sizes
+    } theRows[] = {
+        {1,  1 },
+        {2,  1 },
+        {7,  20}, // beyond the sizes whose pools are in a table
+        {16, 1 },
+    };
+    for (const auto &row : theRows)
+    {
+        SCOPED_TRACE(
+            testing::Message() << row.objectsPerPage << " blocks to a page");
+        UT_SmallObjectAllocator pools(
+            true, row.objectsPerPage, 32 * row.unit, true);
+        utChurn(pools, row.unit, 1); // without the lock
+        std::thread other([&] { utChurn(pools, row.unit, 2); });
+        utChurn(pools, row.unit, 3);
         other.join();
         // In order of size, up to the greatest that is pooled.
         ASSERT_EQ(32u, pools.entries());
         for (unsigned i = 0; i < 32; ++i)
         {
-            SCOPED_TRACE(
-                testing::Message()
-                << perPage << " blocks to a page, pool " << i);
-            EXPECT_EQ(i + 1, pools(i).requestedSize());
-            EXPECT_EQ(i / 8 * 8 + 8, pools(i).objectSize());
+            const unsigned size = (i + 1) * row.unit;
+            SCOPED_TRACE(testing::Message() << "pool " << i);
+            EXPECT_EQ(size, pools(i).requestedSize());
+            EXPECT_EQ((size + 7) / 8 * 8, pools(i).objectSize());
             EXPECT_EQ(0, pools(i).allocated());
             EXPECT_EQ(1, int(pools(i).pageSlots()) - pools(i).freedSlots());
         }
