@@ -1,8 +1,8 @@
 // The long vectors of the sorts: each step looks at sixteen keys.
 //
-// A network changes its keys, as it loads them, into their ranks, and back as
-// it stores them: unsigned numbers that order like them, as utOrderBits() gives
-// them. So one set of instructions sorts all.
+// A network changes keys into their ranks as it loads them, and back as it
+// stores them. The ranks are unsigned numbers that order like the keys, those
+// of utOrderBits(), so that one set of instructions sorts all.
 
 #include "UT_VectorSortImpl.h"
 
@@ -34,8 +34,8 @@ namespace
 
 constexpr size_t theLanes = 16;
 
-// For operations with a mask, where the compiler's own header makes it warn
-// about those without one.
+// For operations with a mask: the compiler warns about its own header where
+// they have none.
 constexpr __mmask16 theAllLanes = 0xFFFF;
 
 // Sixteen keys, or their ranks.
@@ -47,9 +47,9 @@ utAllLanes(unsigned value)
     return _mm512_set1_epi32(int32(value));
 }
 
-// The ranks of keys and the keys of ranks. Besides the bits that keys change in
-// to compare with a pivot, changed so too, as signed numbers: less than ranks
-// take.
+// The ranks of keys, and the keys of ranks. A partition, which looks at each
+// key only once, takes less than ranks: it flips some bits of the keys and of
+// the pivot, after which they compare as signed numbers.
 template <class Key>
 class ut_LaneRanks;
 
@@ -69,7 +69,7 @@ public:
     {
         return _mm512_xor_si512(ranks, myFlip);
     }
-    // The instructions compare signed numbers.
+    // The highest bit, too.
     UT_VECTORS_INLINE [[nodiscard]] ut_Lanes flip(ut_Lanes /*pivot*/) const
     {
         return _mm512_xor_si512(myFlip, utAllLanes(0x80000000));
@@ -102,8 +102,8 @@ public:
                        _mm512_xor_si512(isPositive, utAllLanes(0xFFFFFFFF)),
                        utAllLanes(0x80000000)));
     }
-    // Beside a positive pivot the bits of keys compare as signed numbers,
-    // beside a negative one in reverse as unsigned ones.
+    // The bits compare with those of a positive pivot as signed numbers, with
+    // those of a negative one as unsigned ones in reverse.
     UT_VECTORS_INLINE static ut_Lanes flip(ut_Lanes pivot)
     {
         return _mm512_maskz_srli_epi32(
@@ -187,8 +187,9 @@ private:
     Key *myRight;
 };
 
-// Sorts the ranks in each lane by themselves, or merges and sorts those of
-// neighbouring lanes: the rows of a sorting network.
+// The sorting network. Its keys are ranks, in rows of sixteen. Each lane is
+// sorted by itself; then neighbouring lanes are merged, as if all rows of the
+// one came before those of the other, two lanes at first and in the end all.
 
 UT_VECTORS_INLINE inline void
 utExchange(ut_Lanes &a, ut_Lanes &b)
@@ -198,32 +199,35 @@ utExchange(ut_Lanes &a, ut_Lanes &b)
     a = less;
 }
 
-// Batcher's merge of two sorted halves of every step-th row.
-template <size_t count, size_t step>
+// Batcher's merge of the two sorted halves of every step-th of `count` rows
+// from `start` on. Rows from `used` on are not there: keys that come last.
+template <size_t used, size_t start, size_t count, size_t step>
 UT_VECTORS_INLINE inline void
 utMergeRows(ut_Lanes *rows)
 {
     if constexpr (2 * step < count)
     {
-        utMergeRows<count, 2 * step>(rows);
-        utMergeRows<count, 2 * step>(rows + step);
+        utMergeRows<used, start, count, 2 * step>(rows);
+        utMergeRows<used, start + step, count, 2 * step>(rows);
 #pragma GCC unroll 16
-        for (size_t i = step; i + step < count; i += 2 * step)
-            utExchange(rows[i], rows[i + step]);
+        for (size_t i = start + step; i + step < start + count; i += 2 * step)
+            if (i + step < used)
+                utExchange(rows[i], rows[i + step]);
     }
-    else
-        utExchange(rows[0], rows[step]);
+    else if constexpr (start + step < used)
+        utExchange(rows[start], rows[start + step]);
 }
 
-template <size_t count>
+// Sorts `count` rows from `start` on, a power of 2.
+template <size_t used, size_t start, size_t count>
 UT_VECTORS_INLINE inline void
 utSortRows(ut_Lanes *rows)
 {
     if constexpr (count > 1)
     {
-        utSortRows<count / 2>(rows);
-        utSortRows<count / 2>(rows + count / 2);
-        utMergeRows<count, 1>(rows);
+        utSortRows<used, start, count / 2>(rows);
+        utSortRows<used, start + count / 2, count / 2>(rows);
+        utMergeRows<used, start, count, 1>(rows);
     }
 }
 
@@ -232,7 +236,13 @@ template <size_t count>
 UT_VECTORS_INLINE inline void
 utSortBitonicRows(ut_Lanes *rows)
 {
-    if constexpr (count > 1)
+    if constexpr (count == 3)
+    {
+        utExchange(rows[0], rows[2]);
+        utExchange(rows[0], rows[1]);
+        utExchange(rows[1], rows[2]);
+    }
+    else if constexpr (count > 1)
     {
 #pragma GCC unroll 16
         for (size_t i = 0; i < count / 2; i++)
@@ -317,9 +327,9 @@ utMergeLanes(ut_Lanes *rows)
         utMergeLanes<count, 2 * width>(rows);
 }
 
-// Turns lanes of `count` rows after one another into rows, for 16 of which this
-// exchanges rows and columns. Each step halves the number of rows that lie
-// between neighbours.
+// Turns the lanes of `count` rows, one after the other, into rows: of 16 rows
+// each lane becomes one. Each step halves the number of rows that lie between
+// neighbours.
 template <size_t count, size_t distance>
 UT_VECTORS_INLINE inline void
 utLanesToRows(ut_Lanes *rows)
@@ -345,13 +355,30 @@ utLanesToRows(ut_Lanes *rows)
     }
 }
 
+// Sorts `count` rows, a power of 2 or 12, into vectors of `width` keys each.
 template <size_t count>
-UT_VECTORS_INLINE inline void
-utSortNetwork(ut_Lanes *rows)
+struct ut_Network
 {
-    utSortRows<count>(rows);
-    utMergeLanes<count, 1>(rows);
-    utLanesToRows<count, count / 2>(rows);
+    static constexpr bool isWhole = (count & (count - 1)) == 0;
+    static constexpr size_t room = isWhole ? count : theLanes;
+    static constexpr size_t width = isWhole ? theLanes : count;
+
+    // Rows from `count` on are scratch.
+    UT_VECTORS_INLINE static void sort(ut_Lanes *rows)
+    {
+        utSortRows<count, 0, room>(rows);
+        utMergeLanes<count, 1>(rows);
+        utLanesToRows<room, room / 2>(rows);
+    }
+};
+
+// The lanes of vector `i`, of `width` keys, that have one of `n` keys.
+UT_VECTORS_INLINE inline __mmask16
+utUsedLanes(size_t n, size_t i, size_t width)
+{
+    const size_t first = i * width;
+    const size_t left = n > first ? n - first : 0;
+    return utFirstLanes(unsigned(left < width ? left : width));
 }
 
 // Sorts up to `count` vectors of keys. Lanes without a key take part as keys
@@ -360,24 +387,23 @@ template <size_t count, class Key>
 UT_VECTORS void
 utSortRowsOf(Key *keys, size_t n, ut_KeyForm<Key> form)
 {
+    using Network = ut_Network<count>;
     const ut_LaneRanks<Key> order(form);
-    ut_Lanes rows[count];
-    __mmask16 used[count];
+    ut_Lanes rows[Network::room];
 #pragma GCC unroll 16
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < Network::room; i++)
     {
-        const size_t first = i * theLanes;
-        const size_t left = n > first ? n - first : 0;
-        used[i] = utFirstLanes(left < theLanes ? unsigned(left) : theLanes);
+        const __mmask16 used = utUsedLanes(n, i, theLanes);
         rows[i] = _mm512_mask_mov_epi32(
-            utAllLanes(0xFFFFFFFF), used[i],
-            order.ranks(_mm512_maskz_loadu_epi32(used[i], keys + first)));
+            utAllLanes(0xFFFFFFFF), used,
+            order.ranks(_mm512_maskz_loadu_epi32(used, keys + i * theLanes)));
     }
-    utSortNetwork<count>(rows);
+    Network::sort(rows);
 #pragma GCC unroll 16
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < Network::room; i++)
         _mm512_mask_storeu_epi32(
-            keys + i * theLanes, used[i], order.keys(rows[i]));
+            keys + i * Network::width, utUsedLanes(n, i, Network::width),
+            order.keys(rows[i]));
 }
 
 template <class Key>
@@ -390,46 +416,123 @@ utSortFew(Key *keys, size_t n, ut_KeyForm<Key> form)
         utSortRowsOf<4>(keys, n, form);
     else if (n <= 8 * theLanes)
         utSortRowsOf<8>(keys, n, form);
+    else if (n <= 12 * theLanes)
+        utSortRowsOf<12>(keys, n, form);
     else
         utSortRowsOf<16>(keys, n, form);
 }
 
-// The key by which to divide, in all lanes: of some keys from all over the
-// range the middle one of middle ones.
+// The ranks of some keys from all over the range, each the middle one of three,
+// in order. In a short range they are neighbours, which takes half the time.
 template <class Key>
 UT_VECTORS_INLINE inline ut_Lanes
-utChoosePivot(const Key *keys, size_t n, const ut_LaneRanks<Key> &order)
+utSampleRanks(const Key *keys, size_t n, const ut_LaneRanks<Key> &order)
 {
+    constexpr size_t theShortSize = 1024;
     constexpr size_t theCount = 3 * theLanes;
     Key sample[theCount];
-    const size_t step = n / theCount;
-    for (size_t i = 0; i < theCount; i++)
-        sample[i] = keys[i * step];
-    ut_Lanes a = order.ranks(_mm512_loadu_si512(sample));
-    ut_Lanes b = order.ranks(_mm512_loadu_si512(sample + theLanes));
-    const ut_Lanes c = order.ranks(_mm512_loadu_si512(sample + 2 * theLanes));
+    const Key *from = keys + n / 4;
+    size_t step = n / 4;
+    if (n > theShortSize)
+    {
+        for (size_t i = 0; i < theCount; i++)
+            sample[i] = keys[i * (n / theCount)];
+        from = sample;
+        step = theLanes;
+    }
+    ut_Lanes a = order.ranks(_mm512_loadu_si512(from));
+    ut_Lanes b = order.ranks(_mm512_loadu_si512(from + step));
+    const ut_Lanes c = order.ranks(_mm512_loadu_si512(from + 2 * step));
     utExchange(a, b);
     ut_Lanes middle[1] = {_mm512_maskz_max_epu32(
         theAllLanes, a, _mm512_maskz_min_epu32(theAllLanes, b, c))};
-    utSortNetwork<1>(middle);
-    return order.keys(_mm512_maskz_permutexvar_epi32(
-        theAllLanes, utAllLanes(theLanes / 2), middle[0]));
+    ut_Network<1>::sort(middle);
+    return middle[0];
 }
 
+template <bool equalsStay, class Key>
+UT_VECTORS size_t
+utPartitionOf(
+    Key *keys, size_t n, const ut_Lanes &pivot, const ut_LaneRanks<Key> &order)
+{
+    return utPartitionAll(
+        ut_Partition<equalsStay, Key>(keys, n, pivot, order.flip(pivot)), keys,
+        n);
+}
+
+template <class Key>
+UT_VECTORS_INLINE inline void
+utFill(Key *keys, size_t n, ut_Lanes key)
+{
+    for (; n >= theLanes; n -= theLanes, keys += theLanes)
+        _mm512_storeu_si512(keys, key);
+    _mm512_mask_storeu_epi32(keys, utFirstLanes(unsigned(n)), key);
+}
+
+// Sorts keys that have the bits of `low` or `high`, by counting. For any others
+// it fails, usually early.
+template <class Key>
+UT_VECTORS bool
+utSortTwo(Key *keys, size_t n, const ut_Lanes &low, const ut_Lanes &high)
+{
+    size_t highs = 0;
+    for (size_t i = 0; i < n; i += theLanes)
+    {
+        const __mmask16 used =
+            n - i < theLanes ? utFirstLanes(unsigned(n - i)) : theAllLanes;
+        const ut_Lanes lanes = _mm512_maskz_loadu_epi32(used, keys + i);
+        const unsigned areHigh =
+            _mm512_mask_cmpeq_epi32_mask(used, lanes, high);
+        const unsigned areLow = _mm512_mask_cmpeq_epi32_mask(used, lanes, low);
+        if ((areHigh | areLow) != used)
+            return false;
+        highs += unsigned(__builtin_popcount(areHigh));
+    }
+    utFill(keys, n - highs, low);
+    utFill(keys + n - highs, highs, high);
+    return true;
+}
+
+template <unsigned lane>
+UT_VECTORS_INLINE inline ut_Lanes
+utCopyLane(ut_Lanes lanes)
+{
+    return _mm512_maskz_permutexvar_epi32(theAllLanes, utAllLanes(lane), lanes);
+}
+
+// Divides by the middle one of a sample. Keys equal to it go to the side with
+// less of the sample; if the other side is then empty they are divided off.
 template <class Key>
 UT_VECTORS ut_EqualRange
 utDivideOf(Key *keys, size_t n, ut_KeyForm<Key> form)
 {
     const ut_LaneRanks<Key> order(form);
-    const ut_Lanes pivot = utChoosePivot(keys, n, order);
-    const ut_Lanes flip = order.flip(pivot);
-    const size_t greater =
-        utPartitionAll(ut_Partition<true, Key>(keys, n, pivot, flip), keys, n);
+    const ut_Lanes sample = utSampleRanks(keys, n, order);
+    const ut_Lanes least = utCopyLane<0>(sample);
+    const ut_Lanes middle = utCopyLane<theLanes / 2>(sample);
+    const ut_Lanes greatest = utCopyLane<theLanes - 1>(sample);
+    const unsigned extremes = _mm512_cmpeq_epi32_mask(sample, least) |
+                              _mm512_cmpeq_epi32_mask(sample, greatest);
+    if (extremes == theAllLanes &&
+        utSortTwo(keys, n, order.keys(least), order.keys(greatest)))
+        return {0, n};
+
+    const ut_Lanes pivot = order.keys(middle);
+    const int lessCount =
+        __builtin_popcount(_mm512_cmplt_epu32_mask(sample, middle));
+    const int greaterCount =
+        __builtin_popcount(_mm512_cmpgt_epu32_mask(sample, middle));
+    if (lessCount > greaterCount)
+    {
+        const size_t less = utPartitionOf<false>(keys, n, pivot, order);
+        if (less > 0)
+            return {less, less};
+        return {0, utPartitionOf<true>(keys, n, pivot, order)};
+    }
+    const size_t greater = utPartitionOf<true>(keys, n, pivot, order);
     if (greater < n)
         return {greater, greater};
-    const size_t equal =
-        utPartitionAll(ut_Partition<false, Key>(keys, n, pivot, flip), keys, n);
-    return {equal, n};
+    return {utPartitionOf<false>(keys, n, pivot, order), n};
 }
 
 } // namespace
