@@ -8,6 +8,8 @@
 
 #ifdef UT_HAS_SORT_VECTORS
 
+#include <algorithm>
+
 #include <immintrin.h>
 
 #define UT_VECTORS [[gnu::target("avx512f,bmi2,popcnt")]]
@@ -469,35 +471,52 @@ utFill(Key *keys, size_t n, ut_Lanes key)
     _mm512_mask_storeu_epi32(keys, utFirstLanes(unsigned(n)), key);
 }
 
-// Sorts keys that have the bits of `low` or `high`, by counting. For any others
-// it fails, usually early.
-template <class Key>
-UT_VECTORS bool
-utSortTwo(Key *keys, size_t n, const ut_Lanes &low, const ut_Lanes &high)
-{
-    size_t highs = 0;
-    for (size_t i = 0; i < n; i += theLanes)
-    {
-        const __mmask16 used =
-            n - i < theLanes ? utFirstLanes(unsigned(n - i)) : theAllLanes;
-        const ut_Lanes lanes = _mm512_maskz_loadu_epi32(used, keys + i);
-        const unsigned areHigh =
-            _mm512_mask_cmpeq_epi32_mask(used, lanes, high);
-        const unsigned areLow = _mm512_mask_cmpeq_epi32_mask(used, lanes, low);
-        if ((areHigh | areLow) != used)
-            return false;
-        highs += unsigned(__builtin_popcount(areHigh));
-    }
-    utFill(keys, n - highs, low);
-    utFill(keys + n - highs, highs, high);
-    return true;
-}
-
-template <unsigned lane>
 UT_VECTORS_INLINE inline ut_Lanes
-utCopyLane(ut_Lanes lanes)
+utCopyLane(ut_Lanes lanes, unsigned lane)
 {
     return _mm512_maskz_permutexvar_epi32(theAllLanes, utAllLanes(lane), lanes);
+}
+
+// The most different keys that are counted.
+constexpr unsigned theFewValues = 4;
+
+// Sorts keys that all are among the first `count` of `values`, in order, by
+// counting. For any others it fails, usually early.
+template <class Key>
+UT_VECTORS bool
+utSortFewValues(Key *keys, size_t n, const ut_Lanes &values, unsigned count)
+{
+    ut_Lanes value[theFewValues];
+    size_t found[theFewValues] = {};
+#pragma GCC unroll 4
+    for (unsigned k = 0; k < theFewValues; k++)
+        value[k] = utCopyLane(values, k < count ? k : 0);
+
+    __mmask16 used = theAllLanes;
+    for (size_t i = 0; i < n; i += theLanes)
+    {
+        if (n - i < theLanes)
+            used = utFirstLanes(unsigned(n - i));
+        const ut_Lanes lanes = _mm512_maskz_loadu_epi32(used, keys + i);
+        unsigned known = 0;
+#pragma GCC unroll 4
+        for (unsigned k = 0; k < theFewValues; k++)
+        {
+            const unsigned are =
+                _mm512_mask_cmpeq_epi32_mask(used, lanes, value[k]);
+            found[k] += unsigned(__builtin_popcount(are));
+            known |= are;
+        }
+        if (known != used)
+            return false;
+    }
+
+    for (unsigned k = 0; k < count; k++)
+    {
+        utFill(keys, found[k], value[k]);
+        keys += found[k];
+    }
+    return true;
 }
 
 // Divides by the middle one of a sample. Keys equal to it go to the side with
@@ -508,15 +527,21 @@ utDivideOf(Key *keys, size_t n, ut_KeyForm<Key> form)
 {
     const ut_LaneRanks<Key> order(form);
     const ut_Lanes sample = utSampleRanks(keys, n, order);
-    const ut_Lanes least = utCopyLane<0>(sample);
-    const ut_Lanes middle = utCopyLane<theLanes / 2>(sample);
-    const ut_Lanes greatest = utCopyLane<theLanes - 1>(sample);
-    const unsigned extremes = _mm512_cmpeq_epi32_mask(sample, least) |
-                              _mm512_cmpeq_epi32_mask(sample, greatest);
-    if (extremes == theAllLanes &&
-        utSortTwo(keys, n, order.keys(least), order.keys(greatest)))
+    const ut_Lanes before =
+        _mm512_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14);
+    const unsigned isFirstOfEquals =
+        1 | _mm512_cmpneq_epi32_mask(
+                sample,
+                _mm512_maskz_permutexvar_epi32(theAllLanes, before, sample));
+    const unsigned values = unsigned(__builtin_popcount(isFirstOfEquals));
+    if (values <= theFewValues && utSortFewValues(
+                                      keys, n,
+                                      order.keys(_mm512_maskz_compress_epi32(
+                                          __mmask16(isFirstOfEquals), sample)),
+                                      values))
         return {0, n};
 
+    const ut_Lanes middle = utCopyLane(sample, theLanes / 2);
     const ut_Lanes pivot = order.keys(middle);
     const int lessCount =
         __builtin_popcount(_mm512_cmplt_epu32_mask(sample, middle));
@@ -535,7 +560,70 @@ utDivideOf(Key *keys, size_t n, ut_KeyForm<Key> form)
     return {utPartitionOf<false>(keys, n, pivot, order), n};
 }
 
+// Whether of each two neighbours the first key is greater, or in none. There
+// are more keys than lanes.
+template <bool isGreater, class Key>
+UT_VECTORS_INLINE inline bool
+utAreAllPairs(const Key *keys, size_t n, const ut_LaneRanks<Key> &order)
+{
+    const size_t last = n - 1 - theLanes;
+    for (size_t i = 0;; i += theLanes)
+    {
+        // The last ones may have been looked at before.
+        const Key *const from = keys + (i < last ? i : last);
+        const unsigned greater = _mm512_cmpgt_epu32_mask(
+            order.ranks(_mm512_loadu_si512(from)),
+            order.ranks(_mm512_loadu_si512(from + 1)));
+        if (greater != (isGreater ? theAllLanes : 0u))
+            return false;
+        if (i >= last)
+            return true;
+    }
+}
+
+template <class Key>
+UT_VECTORS_INLINE inline void
+utReverse(Key *keys, size_t n)
+{
+    Key *low = keys;
+    Key *high = keys + n;
+    for (; size_t(high - low) >= 2 * theLanes; low += theLanes)
+    {
+        high -= theLanes;
+        const ut_Lanes lanes = _mm512_loadu_si512(low);
+        _mm512_storeu_si512(
+            low, utSwapLanes<theLanes - 1>(_mm512_loadu_si512(high)));
+        _mm512_storeu_si512(high, utSwapLanes<theLanes - 1>(lanes));
+    }
+    std::reverse(low, high);
+}
+
+template <class Key>
+UT_VECTORS bool
+utSettleRunOf(Key *keys, size_t n, ut_KeyForm<Key> form)
+{
+    const ut_LaneRanks<Key> order(form);
+    if (utAreAllPairs<false>(keys, n, order))
+        return true;
+    if (!utAreAllPairs<true>(keys, n, order))
+        return false;
+    utReverse(keys, n);
+    return true;
+}
+
 } // namespace
+
+bool
+utSettleRunByLongVectors(unsigned *keys, size_t n, ut_KeyForm<unsigned> form)
+{
+    return utSettleRunOf(keys, n, form);
+}
+
+bool
+utSettleRunByLongVectors(float *keys, size_t n, ut_KeyForm<float> form)
+{
+    return utSettleRunOf(keys, n, form);
+}
 
 void
 utSortByNetwork(unsigned *keys, size_t n, ut_KeyForm<unsigned> form)

@@ -125,6 +125,10 @@ public:
     {
     }
 
+    [[nodiscard]] bool settleRun(size_t n) const
+    {
+        return utSettleRunByLongVectors(myKeys, n, myForm);
+    }
     [[nodiscard]] ut_EqualRange divide(size_t begin, size_t end) const
     {
         const ut_EqualRange equal =
@@ -609,7 +613,7 @@ utSortPlainKeys(Key *keys, ut_KeyForm<Key> form, size_t n)
     if (n >= theSmallSize && utHasLongSortVectors())
     {
         const ut_LongVectorKeyItems items(keys, form);
-        if (!utSettleRun(items, n))
+        if (!items.settleRun(n))
             utSortRange(items, 0, n, utLog2(n), ut_NetworkPieces());
         return;
     }

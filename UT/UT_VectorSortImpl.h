@@ -38,6 +38,11 @@ size_t utPartitionByVectors(
 // Whether this processor has the long vectors, too.
 bool utHasLongSortVectors();
 
+// What utSettleRun() does, for 17 keys or more.
+bool
+utSettleRunByLongVectors(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);
+bool utSettleRunByLongVectors(float *keys, size_t n, ut_KeyForm<float> form);
+
 // Sorts up to theNetworkSize keys by a network of exchanges: sixteen at a time
 // and without a branch. Of equal floats -0 comes first.
 void utSortByNetwork(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);

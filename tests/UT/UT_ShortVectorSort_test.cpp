@@ -13,6 +13,18 @@ utHasLongSortVectors()
     return false;
 }
 
+bool
+utSettleRunByLongVectors(unsigned *, size_t, ut_KeyForm<unsigned>)
+{
+    abort();
+}
+
+bool
+utSettleRunByLongVectors(float *, size_t, ut_KeyForm<float>)
+{
+    abort();
+}
+
 void
 utSortByNetwork(unsigned *, size_t, ut_KeyForm<unsigned>)
 {
