@@ -114,6 +114,36 @@ private:
     Key *myKeys;
     ut_KeyForm<Key> myForm;
 };
+
+// Keys alone, divided by long vectors, and in small numbers sorted by them.
+template <class Key>
+class ut_LongVectorKeyItems : public ut_KeyItems<Key>
+{
+public:
+    ut_LongVectorKeyItems(Key *keys, ut_KeyForm<Key> form)
+        : ut_KeyItems<Key>(keys, form), myKeys(keys), myForm(form)
+    {
+    }
+
+    [[nodiscard]] bool settleRun(size_t n) const
+    {
+        return utSettleRunByLongVectors(myKeys, n, myForm);
+    }
+    [[nodiscard]] ut_EqualRange divide(size_t begin, size_t end) const
+    {
+        const ut_EqualRange equal =
+            utDivideByLongVectors(myKeys + begin, end - begin, myForm);
+        return {begin + equal.begin, begin + equal.end};
+    }
+    void sortByNetwork(size_t begin, size_t end) const
+    {
+        utSortByNetwork(myKeys + begin, end - begin, myForm);
+    }
+
+private:
+    Key *myKeys;
+    ut_KeyForm<Key> myForm;
+};
 #endif
 
 // Keys with an index that follows them.
@@ -302,6 +332,16 @@ template <class Key>
 inline constexpr bool utHasOwnPartition<ut_VectorKeyItems<Key>> = true;
 #endif
 
+// Whether the items have a divide(begin, end) of their own, which chooses the
+// pivot, too.
+template <class Items>
+static constexpr bool utHasOwnDivision = false;
+
+#ifdef UT_HAS_SORT_VECTORS
+template <class Key>
+constexpr bool utHasOwnDivision<ut_LongVectorKeyItems<Key>> = true;
+#endif
+
 // From this number on, items of this kind are sorted by digits.
 template <class Items>
 static constexpr size_t utDigitsSize =
@@ -359,6 +399,16 @@ utSortSmall(Items items, size_t begin, size_t end)
     items.arrange(begin, size, places);
 }
 
+template <class Items>
+static ut_EqualRange
+utDivideSomewhere(Items items, size_t begin, size_t end)
+{
+    if constexpr (utHasOwnDivision<Items>)
+        return items.divide(begin, end);
+    else
+        return utDivide(items, begin, end, utChoosePivot(items, begin, end));
+}
+
 // Sorts a range whose items are all at least as great as those before it. What
 // its division leaves in `pieces.limit` items or fewer goes to
 // pieces.sort(items, begin, end). The sort gives up on pivots after `badPivots`
@@ -371,8 +421,7 @@ utSortRange(
 {
     while (end - begin > Pieces::limit)
     {
-        const ut_EqualRange equal =
-            utDivide(items, begin, end, utChoosePivot(items, begin, end));
+        const ut_EqualRange equal = utDivideSomewhere(items, begin, end);
 
         // The smaller side takes the call, which bounds their depth.
         const size_t before = equal.begin - begin;
@@ -424,6 +473,18 @@ struct ut_RankPieces
             utSortSmall(items, begin, end);
         else
             items.sortByRanks(begin, end);
+    }
+};
+
+// The way to end for keys that have long vectors.
+struct ut_NetworkPieces
+{
+    static constexpr size_t limit = theNetworkSize;
+
+    template <class Items>
+    void sort(Items items, size_t begin, size_t end) const
+    {
+        items.sortByNetwork(begin, end);
     }
 };
 
@@ -558,6 +619,14 @@ static void
 utSortPlainKeys(Key *keys, ut_KeyForm<Key> form, size_t n)
 {
 #ifdef UT_HAS_SORT_VECTORS
+    // The network does not keep the order of equal keys.
+    if (n >= theSmallSize && utHasLongSortVectors())
+    {
+        const ut_LongVectorKeyItems items(keys, form);
+        if (!items.settleRun(n))
+            utSortRange(items, 0, n, utLog2(n), ut_NetworkPieces());
+        return;
+    }
     if (utHasSortVectors())
     {
         utSortKeys(ut_VectorKeyItems(keys, form), n);

@@ -12,8 +12,9 @@
 /// ones less, and 16 kilobytes of stack at most. Longer sorts of keys, alone or
 /// with an index, use scratch of their own, up to 8 megabytes; where there is
 /// no memory for it they take up to four times as long. Keys alone are sorted
-/// with AVX2 instructions where the processor has them and VALDRIN_DISABLE_SSE
-/// and related settings allow them. Sorts of fewer than 20 keys or records keep
+/// with AVX2 instructions, or with those of AVX-512 and then without scratch,
+/// where the processor has them and VALDRIN_DISABLE_SSE and related settings
+/// allow them. Sorts of fewer than 20 keys or records keep
 /// the order of equal ones; longer sorts do not promise it. NaN keys have no
 /// order: if there are any, all keys are kept, but in no particular order.
 ///

@@ -12,6 +12,8 @@
 // In 32 bits the compiler inlines nothing here on its own.
 #define UT_VECTORS_INLINE [[gnu::target("avx2,popcnt"), gnu::always_inline]]
 
+#include "UT_VectorPartitionImpl.h"
+
 static constexpr size_t theLanes = 8;
 
 bool
@@ -144,12 +146,15 @@ struct ut_LaneTable
 
 constexpr ut_LaneTable theLaneTable;
 
-// A partition in place. Its room is where keys have been taken from and none
-// are yet.
+// A partition in place, as utPartitionAll() uses it.
 template <bool equalsStay, class Key>
 class ut_Partition
 {
 public:
+    static constexpr size_t lanes = theLanes;
+    static constexpr size_t leastRoom = 2 * theLanes;
+    using Lanes = ut_Lanes;
+
     UT_VECTORS_INLINE
     ut_Partition(Key *keys, size_t n, Key pivot, ut_KeyForm<Key> form)
         : myOrder(form), myPivot(myOrder.allLanes(pivot)), myLeft(keys),
@@ -160,8 +165,11 @@ public:
     [[nodiscard]] Key *left() const { return myLeft; }
     [[nodiscard]] Key *right() const { return myRight; }
 
-    // Moves eight keys to the ends of the room. It has eight places at least at
-    // either end, and twice as many in all.
+    UT_VECTORS_INLINE static ut_Lanes load(const Key *from)
+    {
+        return utLoadLanes(from);
+    }
+
     UT_VECTORS_INLINE void put(ut_Lanes keys)
     {
         const unsigned after = lanesAfter(keys);
@@ -176,13 +184,18 @@ public:
         myRight -= count;
     }
 
-    UT_VECTORS_INLINE void putOne(Key key)
+    // One by one.
+    UT_VECTORS_INLINE void putRest(const Key *from, size_t count)
     {
-        const unsigned after = lanesAfter(utAllLanes(key)) & 1;
-        *myLeft = key;
-        myRight[-1] = key;
-        myLeft += 1 - after;
-        myRight -= after;
+        for (; count > 0; count--)
+        {
+            const Key key = *from++;
+            const unsigned after = lanesAfter(utAllLanes(key)) & 1;
+            *myLeft = key;
+            myRight[-1] = key;
+            myLeft += 1 - after;
+            myRight -= after;
+        }
     }
 
 private:
@@ -202,61 +215,6 @@ private:
 };
 
 } // namespace
-
-// Keys that are taken at a time.
-static constexpr size_t theStep = 4 * theLanes;
-
-template <class Key, class Partition>
-UT_VECTORS_INLINE static inline void
-utPutStep(Partition &partition, const Key *from)
-{
-    ut_Lanes lanes[theStep / theLanes];
-    for (size_t i = 0; i < theStep / theLanes; i++)
-        lanes[i] = utLoadLanes(from + i * theLanes);
-    for (size_t i = 0; i < theStep / theLanes; i++)
-        partition.put(lanes[i]);
-}
-
-template <bool equalsStay, class Key>
-UT_VECTORS static size_t
-utPartitionOf(Key *keys, size_t n, Key pivot, ut_KeyForm<Key> form)
-{
-    ut_Partition<equalsStay, Key> partition(keys, n, pivot, form);
-
-    // A step of keys is taken out at either end to make room; the next ones
-    // come from the end with less room, so that both always have enough. What
-    // is less than a step comes last.
-    Key rest[3 * theStep];
-    size_t restCount = 0;
-    const Key *first = keys;
-    const Key *last = keys + n;
-    if (n >= 2 * theStep)
-    {
-        memcpy(rest, first, theStep * sizeof(Key));
-        first += theStep;
-        last -= theStep;
-        memcpy(rest + theStep, last, theStep * sizeof(Key));
-        restCount = 2 * theStep;
-        while (size_t(last - first) >= theStep)
-        {
-            const bool isLeft =
-                first - partition.left() <= partition.right() - last;
-            const Key *const from = isLeft ? first : last - theStep;
-            first += isLeft ? theStep : 0;
-            last -= isLeft ? 0 : theStep;
-            utPutStep(partition, from);
-        }
-    }
-    memcpy(rest + restCount, first, size_t(last - first) * sizeof(Key));
-    restCount += size_t(last - first);
-
-    const Key *from = rest;
-    for (; restCount >= 2 * theLanes; restCount -= theLanes, from += theLanes)
-        partition.put(utLoadLanes(from));
-    for (; restCount > 0; restCount--)
-        partition.putOne(*from++);
-    return size_t(partition.left() - keys);
-}
 
 // Keys whose places are determined together.
 static constexpr size_t theBlock = 2 * theLanes;
@@ -337,6 +295,14 @@ void
 utSortByRanks(float *keys, size_t n, ut_KeyForm<float> form)
 {
     utRank(keys, n, form);
+}
+
+template <bool equalsStay, class Key>
+UT_VECTORS static size_t
+utPartitionOf(Key *keys, size_t n, Key pivot, ut_KeyForm<Key> form)
+{
+    return utPartitionAll(
+        ut_Partition<equalsStay, Key>(keys, n, pivot, form), keys, n);
 }
 
 size_t

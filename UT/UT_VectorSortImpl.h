@@ -1,12 +1,16 @@
 // Steps of the sorts of plain keys that take eight keys at a time, by the
-// vectors of AVX2.
+// vectors of AVX2, or sixteen, by the long ones of AVX-512.
 
 #pragma once
 
 #include "UT_DigitSortImpl.h"
+#include "UT_QuickSortImpl.h"
 
 // The most keys that utSortByRanks() takes.
 constexpr size_t theRanksSize = 112;
+
+// The most keys that utSortByNetwork() takes.
+constexpr size_t theNetworkSize = 256;
 
 #if defined(__x86_64__) || defined(__i386__)
 #define UT_HAS_SORT_VECTORS 1
@@ -30,4 +34,23 @@ size_t utPartitionByVectors(
 size_t utPartitionByVectors(
     float *keys, size_t n, float pivot, bool equalsStay,
     ut_KeyForm<float> form);
+
+// Whether this processor has the long vectors, too.
+bool utHasLongSortVectors();
+
+// What utSettleRun() does, for 17 keys or more.
+bool
+utSettleRunByLongVectors(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);
+bool utSettleRunByLongVectors(float *keys, size_t n, ut_KeyForm<float> form);
+
+// Sorts up to theNetworkSize keys by a network of exchanges: sixteen at a time
+// and without a branch. Of equal floats -0 comes first.
+void utSortByNetwork(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);
+void utSortByNetwork(float *keys, size_t n, ut_KeyForm<float> form);
+
+// Divides theNetworkSize keys or more by a middle one of some of them.
+ut_EqualRange
+utDivideByLongVectors(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);
+ut_EqualRange
+utDivideByLongVectors(float *keys, size_t n, ut_KeyForm<float> form);
 #endif

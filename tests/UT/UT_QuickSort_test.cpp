@@ -100,9 +100,9 @@ static const struct ut_Pattern
 };
 static const ut_Pattern &theRandomOne = thePatterns[0];
 
-static const int theSizes[] = {0,   1,   2,   3,   7,   12,  13,
-                               19,  20,  21,  49,  50,  95,  96,
-                               112, 113, 128, 299, 300, 513, 5000};
+static const int theSizes[] = {0,   1,   2,   3,   7,   12,  13,  19,
+                               20,  21,  49,  50,  95,  96,  112, 113,
+                               128, 256, 257, 299, 300, 321, 513, 5000};
 
 // The seeds are fixed. Zeros in odd places are negative where Key has such.
 template <class Key>
@@ -213,12 +213,19 @@ utCheckSorts(void (*insertionSort)(Key *, unsigned, int *))
         {
             const bool isStable = keys.size() < 20;
             std::vector<Key> expected = keys, sorted;
-            std::sort(expected.begin(), expected.end());
+            std::stable_sort(expected.begin(), expected.end());
             for (int makeIndex : {1, 0}) // the index stays
             {
                 sorted = keys;
                 EXPECT_EQ(&sorter, &utSortKeys(sorter, sorted, makeIndex));
                 EXPECT_EQ(expected, sorted);
+                if (!isStable || keys.empty())
+                    continue;
+                EXPECT_EQ(
+                    0,
+                    memcmp(
+                        &expected[0], &sorted[0], sizeof(Key) * sorted.size()))
+                    << "the zeros, too";
             }
             const UT_IntArray &index = sorter.index();
             EXPECT_EQ(keys.size(), index.capacity());
