@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 
 static bool
@@ -208,31 +209,36 @@ void
 UT_String::itoa_pretty(int64 value)
 {
     // From the right, group by group, each with the comma before it. Three
-    // groups at a time leave what fits a word of 32 bits.
+    // groups at a time leave what fits a word, in 32 bits.
     uint64 rest = value < 0 ? 0 - uint64(value) : uint64(value);
-    char text[32];
-    char *const end = text + sizeof(text);
+    constexpr size_t theUsualSize = 24; // of a block, less is not smaller
+    char text[32 + theUsualSize] = {};  // what is copied may begin at its end
+    char *const end = text + 32;
     char *at = end;
-    for (; rest > UINT_MAX; rest /= 1000000000)
+    for (; rest > SIZE_MAX; rest /= 1000000000)
     {
         const unsigned groups = unsigned(rest % 1000000000);
         at = utWriteGroup(at, groups % 1000);
         at = utWriteGroup(at, groups / 1000 % 1000);
         at = utWriteGroup(at, groups / 1000000);
     }
-    unsigned left = unsigned(rest);
+    size_t left = size_t(rest);
     for (; left >= 1000; left /= 1000)
-        at = utWriteGroup(at, left % 1000);
+        at = utWriteGroup(at, unsigned(left % 1000));
     // A group without its comma and its leading zeros. A jump for these would
     // be unpredictable.
-    at = utWriteGroup(at, left) + 1;
+    at = utWriteGroup(at, unsigned(left)) + 1;
     at += (left < 10) + (left < 100);
     if (value < 0)
         *--at = '-';
     // Not harden(), which would look for a NUL first.
     const size_t length = size_t(end - at);
-    char *const block = static_cast<char *>(utAllocate(length + 1));
-    memcpy(block, at, length);
+    char *const block =
+        static_cast<char *>(utAllocate(std::max(length + 1, theUsualSize)));
+    if (length < theUsualSize) // a copy of known size needs no call
+        memcpy(block, at, theUsualSize);
+    else
+        memcpy(block, at, length);
     block[length] = '\0';
     freeData();
     myData = block;
