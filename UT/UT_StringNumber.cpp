@@ -205,6 +205,12 @@ utWriteGroup(char *end, unsigned group)
     return end - 4;
 }
 
+static char *
+utWriteTwoGroups(char *end, unsigned groups)
+{
+    return utWriteGroup(utWriteGroup(end, groups % 1000), groups / 1000);
+}
+
 void
 UT_String::itoa_pretty(int64 value)
 {
@@ -212,8 +218,8 @@ UT_String::itoa_pretty(int64 value)
     // groups at a time leave what fits a word, in 32 bits.
     uint64 rest = value < 0 ? 0 - uint64(value) : uint64(value);
     constexpr size_t theUsualSize = 24; // of a block, less is not smaller
-    char text[32 + theUsualSize] = {};  // what is copied may begin at its end
-    char *const end = text + 32;
+    char text[40 + theUsualSize] = {};  // what is copied may begin at its end
+    char *const end = text + 40;
     char *at = end;
     for (; rest > SIZE_MAX; rest /= 1000000000)
     {
@@ -222,13 +228,26 @@ UT_String::itoa_pretty(int64 value)
         at = utWriteGroup(at, groups / 1000 % 1000);
         at = utWriteGroup(at, groups / 1000000);
     }
-    size_t left = size_t(rest);
-    for (; left >= 1000; left /= 1000)
+    // As many groups as most numbers have at most, then without those that are
+    // zero: the end of a loop over the number's own would be unpredictable.
+    constexpr bool theWordIsLong = sizeof(size_t) > 4;
+    const size_t whole = size_t(rest);
+    size_t left = whole;
+    for (int i = 0; i < 2; ++i, left /= 1000000)
+        at = utWriteTwoGroups(at, unsigned(left % 1000000));
+    if (theWordIsLong)
+    {
         at = utWriteGroup(at, unsigned(left % 1000));
-    // A group without its comma and its leading zeros. A jump for these would
-    // be unpredictable.
-    at = utWriteGroup(at, unsigned(left)) + 1;
-    at += (left < 10) + (left < 100);
+        left /= 1000;
+    }
+    for (; left > 0; left /= 1000)
+        at = utWriteGroup(at, unsigned(left % 1000));
+    const int zeroGroups = (whole < 1000) + (whole < 1000000) +
+                           (whole < 1000000000) +
+                           (theWordIsLong && rest < 1000000000000);
+    at += 4 * zeroGroups + 1;
+    const int isBelow100 = at[0] == '0';
+    at += isBelow100 + (isBelow100 & (at[1] == '0'));
     if (value < 0)
         *--at = '-';
     // Not harden(), which would look for a NUL first.
