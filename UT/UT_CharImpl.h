@@ -6,43 +6,43 @@
 #include "SYS/SYS_Types.h"
 
 // Whether `c` separates words: a space character or the carriage return.
-inline bool
+constexpr bool
 utIsSpace(char c)
 {
     return c == ' ' || unsigned(uint8(c)) - '\t' <= '\r' - '\t';
 }
 
-inline bool
+constexpr bool
 utIsDigit(char c)
 {
     return unsigned(uint8(c)) - '0' <= 9;
 }
 
-inline bool
+constexpr bool
 utIsUpper(char c)
 {
     return unsigned(uint8(c)) - 'A' <= 'Z' - 'A';
 }
 
-inline bool
+constexpr bool
 utIsLower(char c)
 {
     return unsigned(uint8(c)) - 'a' <= 'z' - 'a';
 }
 
-inline bool
+constexpr bool
 utIsLetter(char c)
 {
     return utIsUpper(char(c & ~0x20));
 }
 
-inline char
+constexpr char
 utToUpper(char c)
 {
     return utIsLower(c) ? char(c - ('a' - 'A')) : c;
 }
 
-inline char
+constexpr char
 utToLower(char c)
 {
     return utIsUpper(c) ? char(c + ('a' - 'A')) : c;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 
 static bool
@@ -204,35 +205,59 @@ utWriteGroup(char *end, unsigned group)
     return end - 4;
 }
 
+static char *
+utWriteTwoGroups(char *end, unsigned groups)
+{
+    return utWriteGroup(utWriteGroup(end, groups % 1000), groups / 1000);
+}
+
 void
 UT_String::itoa_pretty(int64 value)
 {
     // From the right, group by group, each with the comma before it. Three
-    // groups at a time leave what fits a word of 32 bits.
+    // groups at a time leave what fits a word, in 32 bits.
     uint64 rest = value < 0 ? 0 - uint64(value) : uint64(value);
-    char text[32];
-    char *const end = text + sizeof(text);
+    constexpr size_t theUsualSize = 24; // of a block, less is not smaller
+    char text[40 + theUsualSize] = {};  // what is copied may begin at its end
+    char *const end = text + 40;
     char *at = end;
-    for (; rest > UINT_MAX; rest /= 1000000000)
+    for (; rest > SIZE_MAX; rest /= 1000000000)
     {
         const unsigned groups = unsigned(rest % 1000000000);
         at = utWriteGroup(at, groups % 1000);
         at = utWriteGroup(at, groups / 1000 % 1000);
         at = utWriteGroup(at, groups / 1000000);
     }
-    unsigned left = unsigned(rest);
-    for (; left >= 1000; left /= 1000)
-        at = utWriteGroup(at, left % 1000);
-    // A group without its comma and its leading zeros. A jump for these would
-    // be unpredictable.
-    at = utWriteGroup(at, left) + 1;
-    at += (left < 10) + (left < 100);
+    // As many groups as most numbers have at most, then without those that are
+    // zero: the end of a loop over the number's own would be unpredictable.
+    constexpr bool theWordIsLong = sizeof(size_t) > 4;
+    const size_t whole = size_t(rest);
+    size_t left = whole;
+    for (int i = 0; i < 2; ++i, left /= 1000000)
+        at = utWriteTwoGroups(at, unsigned(left % 1000000));
+    if (theWordIsLong)
+    {
+        at = utWriteGroup(at, unsigned(left % 1000));
+        left /= 1000;
+    }
+    for (; left > 0; left /= 1000)
+        at = utWriteGroup(at, unsigned(left % 1000));
+    const int zeroGroups = (whole < 1000) + (whole < 1000000) +
+                           (whole < 1000000000) +
+                           (theWordIsLong && rest < 1000000000000);
+    at += 4 * zeroGroups + 1;
+    const int isBelow100 = at[0] == '0';
+    at += isBelow100 + (isBelow100 & (at[1] == '0'));
     if (value < 0)
         *--at = '-';
     // Not harden(), which would look for a NUL first.
     const size_t length = size_t(end - at);
-    char *const block = static_cast<char *>(utAllocate(length + 1));
-    memcpy(block, at, length);
+    char *const block =
+        static_cast<char *>(utAllocate(std::max(length + 1, theUsualSize)));
+    if (length < theUsualSize) // a copy of known size needs no call
+        memcpy(block, at, theUsualSize);
+    else
+        memcpy(block, at, length);
     block[length] = '\0';
     freeData();
     myData = block;

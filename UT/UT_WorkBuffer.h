@@ -233,10 +233,11 @@ private:
     UT_LOCAL UT_PRINTF(3, 0) int appendLongFormatted(
         unsigned size, const char *format, va_list args);
 
-    // They write to the storage itself: short lines and words, and what a
-    // socket receives.
+    // They write to the storage itself: short lines and words, what a socket
+    // receives, and what a scan for variables copies.
     friend class UT_IStreamBuf;
     friend class UT_NetSocket;
+    friend struct ut_ScanOutput;
 
     // Programs hold work buffers by value: order and size stay.
     char *myBuffer;      // myStackBuffer, or a malloc'ed block

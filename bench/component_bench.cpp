@@ -1,9 +1,8 @@
 // One exchange through the component takes at most 1.10 times what a tight loop
 // of the same system calls takes on loopback, and one through UT_Connection,
 // which looks no host up, no more than one through the component. An envelope
-// of 4000 bytes of
-// plain text takes at most half of what std::string takes to build the same
-// bytes, any other 0.65.
+// of 4000 bytes of plain text takes at most half of what std::string takes to
+// build the same bytes, any other, and in 32 bits all, 0.7.
 //
 // Both sides of a pair take turns in one run, so that other load on the
 // machine affects them alike; the counters are medians in microseconds.
