@@ -8,10 +8,8 @@
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -39,19 +37,9 @@ static std::atomic<bool> theHasStruck(false);
 static std::atomic<unsigned> theCalls(0); // of the fault's group
 static std::atomic<long> theBlocks(0);
 static ut_Fault theFault;
-static int theReport = -1; // a byte is written to it when the fault strikes
 static __thread int thePauses __attribute__((tls_model("initial-exec"))) = 0;
 
 // ---- Whether the fault strikes
-
-// Stops in a debugger at the fault, if one is set here.
-extern "C" UT_SHOWN __attribute__((noinline)) void
-utFaultStrikes()
-{
-    theHasStruck = true;
-    if (theReport >= 0)
-        (void)!::write(theReport, "!", 1);
-}
 
 static bool
 utIsStruck(ut_FaultCall call)
@@ -60,44 +48,20 @@ utIsStruck(ut_FaultCall call)
         call != theFault.call)
         return false;
     const unsigned number = ++theCalls;
-    const bool isLater =
-        theFault.kind == UT_FAULT_LASTS && number > theFault.number;
-    if (number != theFault.number && !isLater)
+    if (number < theFault.number ||
+        (number > theFault.number && !theFault.lasts))
         return false;
-    ++thePauses;
-    utFaultStrikes();
-    --thePauses;
+    theHasStruck = true; // a place for a debugger to stop at
     return true;
 }
 
-// Whether a call fails that can only do so; errno is then set.
+// Whether a call fails; errno is then set.
 static bool
 utFails(ut_FaultCall call, int error)
 {
     if (!utIsStruck(call))
         return false;
-    errno = theFault.kind == UT_FAULT_IS_INTERRUPTED ? EINTR : error;
-    return true;
-}
-
-// The same for one that transfers `count` bytes, which may become fewer.
-static bool
-utTransferFails(
-    ut_FaultCall call, int descriptor, int error, int socketError,
-    size_t &count)
-{
-    if (!utIsStruck(call))
-        return false;
-    if (theFault.kind == UT_FAULT_IS_CUT)
-    {
-        count = count ? 1 : 0;
-        return false;
-    }
-    struct stat facts;
-    const bool isSocket = !fstat(descriptor, &facts) && S_ISSOCK(facts.st_mode);
-    errno = theFault.kind == UT_FAULT_IS_INTERRUPTED ? EINTR
-            : isSocket                               ? socketError
-                                                     : error;
+    errno = error;
     return true;
 }
 
@@ -127,18 +91,6 @@ long
 utLiveBlocks()
 {
     return theBlocks;
-}
-
-// In a program that has the layer preloaded: "CALL KIND NUMBER DESCRIPTOR".
-__attribute__((constructor)) static void
-utArmFromEnvironment()
-{
-    const char *const text = getenv("VALDRIN_FAULT");
-    ut_Fault fault = {};
-    if (text && sscanf(
-                    text, "%d %d %u %d", &fault.call, &fault.kind,
-                    &fault.number, &theReport) == 4)
-        utArmFault(fault);
 }
 
 // ---- Memory
@@ -201,22 +153,6 @@ aligned_alloc(size_t alignment, size_t size) noexcept
     return utCounted(__libc_memalign(alignment, size));
 }
 
-extern "C" UT_SHOWN void *
-memalign(size_t alignment, size_t size) noexcept
-{
-    return aligned_alloc(alignment, size);
-}
-
-extern "C" UT_SHOWN int
-posix_memalign(void **block, size_t alignment, size_t size) noexcept
-{
-    void *const found = aligned_alloc(alignment, size);
-    if (!found)
-        return ENOMEM;
-    *block = found;
-    return 0;
-}
-
 extern "C" UT_SHOWN void
 free(void *block) noexcept
 {
@@ -252,29 +188,20 @@ utReal(const char *name)
     return found.function;
 }
 
-#define UT_TRANSFER(                                               \
-    call, result, name, parameters, arguments, error, socketError) \
-    extern "C" UT_SHOWN result name parameters                     \
-    {                                                              \
-        if (utTransferFails(call, fd, error, socketError, count))  \
-            return -1;                                             \
-        return utReal<result parameters>(#name) arguments;         \
-    }
-
-UT_TRANSFER(
+UT_CALL(
     UT_FAULT_READ, ssize_t, read, (int fd, void *bytes, size_t count),
-    (fd, bytes, count), EIO, ECONNRESET)
-UT_TRANSFER(
+    (fd, bytes, count), -1, EIO)
+UT_CALL(
     UT_FAULT_READ, ssize_t, recv,
     (int fd, void *bytes, size_t count, int flags), (fd, bytes, count, flags),
-    EIO, ECONNRESET)
-UT_TRANSFER(
+    -1, ECONNRESET)
+UT_CALL(
     UT_FAULT_WRITE, ssize_t, write, (int fd, const void *bytes, size_t count),
-    (fd, bytes, count), ENOSPC, ENOBUFS)
-UT_TRANSFER(
+    (fd, bytes, count), -1, ENOSPC)
+UT_CALL(
     UT_FAULT_WRITE, ssize_t, send,
     (int fd, const void *bytes, size_t count, int flags),
-    (fd, bytes, count, flags), ENOSPC, ENOBUFS)
+    (fd, bytes, count, flags), -1, ENOBUFS)
 
 UT_CALL(
     UT_FAULT_OPEN, FILE *, fopen, (const char *path, const char *mode),
@@ -348,21 +275,10 @@ UT_CALL(
     UT_FAULT_SOCKET, int, listen, (int fd, int backlog) noexcept, (fd, backlog),
     -1, EADDRINUSE)
 
-// One that is interrupted goes on in the background.
-extern "C" UT_SHOWN int
-connect(int fd, const sockaddr *address, socklen_t length)
-{
-    const bool fails = utFails(UT_FAULT_CONNECT, ECONNREFUSED);
-    if (fails && errno != EINTR)
-        return -1;
-    const int result =
-        utReal<decltype(connect)>("connect")(fd, address, length);
-    if (!fails)
-        return result;
-    errno = EINTR;
-    return -1;
-}
-
+UT_CALL(
+    UT_FAULT_CONNECT, int, connect,
+    (int fd, const sockaddr *address, socklen_t length), (fd, address, length),
+    -1, ECONNREFUSED)
 UT_CALL(
     UT_FAULT_CONNECT, int, accept4,
     (int fd, sockaddr *address, socklen_t *length, int flags),
@@ -419,11 +335,6 @@ fcntl(int fd, int command, ...)
 }
 
 UT_CALL(
-    UT_FAULT_PAGES, void *, mmap,
-    (void *start, size_t size, int rights, int flags, int fd,
-     off_t offset) noexcept,
-    (start, size, rights, flags, fd, offset), MAP_FAILED, ENOMEM)
-UT_CALL(
     UT_FAULT_PAGES, int, madvise,
     (void *start, size_t size, int advice) noexcept, (start, size, advice), -1,
     ENOMEM)
@@ -457,8 +368,6 @@ UT_LOOK_UP(
     int, getpwnam_r,
     (const char *name, passwd *entry, char *bytes, size_t size, passwd **found),
     (name, entry, bytes, size, found), ENOMEM)
-
-UT_CALL(UT_FAULT_FORK, pid_t, fork, () noexcept, (), -1, EAGAIN)
 
 extern "C" UT_SHOWN int
 pthread_create(

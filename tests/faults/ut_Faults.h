@@ -1,8 +1,7 @@
-// A layer over the C library that lets one chosen call fail, or be cut short,
-// or be interrupted by a signal. A program is linked with it, or has it
-// preloaded and the variable VALDRIN_FAULT set.
+// A layer over the C library that lets one chosen call fail, alone or with all
+// that follow.
 //
-//     utArmFault({UT_FAULT_READ, UT_FAULT_FAILS, 3}); // the third read
+//     utArmFault({UT_FAULT_READ, 3, /*lasts=*/false}); // the third read
 //     ... work ...
 //     const bool hasStruck = utDisarmFault();
 
@@ -21,28 +20,17 @@ enum ut_FaultCall
     UT_FAULT_CONNECT, // connect, accept
     UT_FAULT_WAIT,    // select, poll, pthread_cond_timedwait
     UT_FAULT_OPTIONS, // fcntl, getsockopt and the like
-    UT_FAULT_PAGES,   // mmap, madvise
+    UT_FAULT_PAGES,   // madvise
     UT_FAULT_THREAD,
-    UT_FAULT_FORK,
     UT_FAULT_LOOK_UP, // of hosts, services and users
     UT_FAULT_CALL_COUNT
-};
-
-// What happens to the call.
-enum ut_FaultKind
-{
-    UT_FAULT_FAILS,
-    UT_FAULT_IS_CUT,         // moves one byte of those that were asked for
-    UT_FAULT_IS_INTERRUPTED, // fails with EINTR
-    UT_FAULT_LASTS,          // fails, and so do all that follow
-    UT_FAULT_KIND_COUNT
 };
 
 struct ut_Fault
 {
     int call;
-    int kind;
     unsigned number; // of the call in its group, from 1
+    bool lasts;      // all that follow fail, too
 };
 
 extern "C"
