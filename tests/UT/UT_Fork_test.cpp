@@ -125,29 +125,6 @@ TEST(UT_Fork, WorkersOfTheParentAreNotThere)
     EXPECT_TRUE(idle.isValid());
 }
 
-TEST(UT_Fork, GroupsOfTheParentHaveNothingToWaitFor)
-{
-    auto set = std::make_unique<UT_ThreadSet>(2);
-    auto farm = std::make_unique<UT_ThreadFarm>(2);
-    ut_Stay stay;
-    for (int i = 0; i < 2; ++i)
-    {
-        stay.startIn(*set->getThread(i));
-        stay.startIn(*farm->nextThread(nullptr, 1));
-    }
-    const auto useGroups = [&]
-    {
-        EXPECT_EQ(0, set->wait(1));
-        EXPECT_EQ(0, set->wait(0));
-        EXPECT_NE(nullptr, farm->nextThread(nullptr, 0));
-        EXPECT_EQ(1, farm->wait());
-        set.reset();
-        farm.reset();
-    };
-    EXPECT_EQ(0, utInChild(useGroups));
-    EXPECT_EQ(nullptr, farm->nextThread(nullptr, 0));
-}
-
 TEST(UT_Fork, AChildStartsWorkersOfItsOwn)
 {
 #ifdef __SANITIZE_THREAD__
@@ -181,29 +158,6 @@ TEST(UT_Fork, AChildExits)
     static ut_Stay theStay;
     theStay.startIn(*theFarm.nextThread(nullptr, 1));
     EXPECT_EQ(7, utInChild([] { UT_Exit::exit(7); }));
-}
-
-// A job that forks goes on in the child, whose end is its own.
-TEST(UT_Fork, AWorkerForks)
-{
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "this checker does not let such a child end quietly";
-#endif
-    int status = -1;
-    UT_PThread worker(UT_Thread::SPIN_SLEEP);
-    const auto forkAndReturn = [](void *data) -> void *
-    {
-        const pid_t child = fork();
-        if (child == 0)
-            alarm(30);
-        else
-            waitpid(child, static_cast<int *>(data), 0);
-        return nullptr;
-    };
-    worker.startThread(forkAndReturn, &status);
-    worker.waitForState(UT_Thread::IDLE);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
 // What the threads of a process share, and a child goes on with.

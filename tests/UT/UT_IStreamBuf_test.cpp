@@ -387,36 +387,6 @@ TEST(UT_IStreamBuf, TheEndIsSomethingElseThanAnError)
     EXPECT_EQ(3, throwing->tellg());
 }
 
-TEST(UT_IStreamBuf, WhatAStandardStreamThrowsStaysInside)
-{
-    // Throws what is not a std::exception, and the stream passes it on.
-    struct ut_ThrowingSource : std::streambuf
-    {
-        int_type underflow() override { throw 7; }
-        pos_type
-        seekoff(off_type, std::ios::seekdir, std::ios::openmode) override
-        {
-            throw 7;
-        }
-        pos_type seekpos(pos_type, std::ios::openmode) override { throw 7; }
-    };
-    const auto check = [](const char *name, int result, bool isError, auto call)
-    {
-        SCOPED_TRACE(name);
-        ut_ThrowingSource bytes;
-        std::istream stream(&bytes);
-        stream.exceptions(std::ios::badbit);
-        const ut_Source source(UT_IStreamBuf::istreamBuf(stream));
-        EXPECT_EQ(result, call(*source));
-        EXPECT_EQ(isError, source->hasError());
-        EXPECT_EQ(std::ios::badbit, stream.exceptions());
-    };
-    check("skipLine", 0, true, [](auto &source) { return source.skipLine(); });
-    check("peekc", -1, false, [](auto &source) { return source.peekc(); });
-    check("tellg", -1, false, [](auto &source) { return source.tellg(); });
-    check("seekg", 0, true, [](auto &source) { return source.seekg(0, 0); });
-}
-
 TEST(UT_IStreamBuf, StandardInputIsSharedAndReadByLinesIfWanted)
 {
     int ends[2];

@@ -90,30 +90,6 @@ TEST(UT_WorkBuffer, FormattedTextsEndAtANulOrAFailure)
     }
 }
 
-TEST(UT_WorkBuffer, ATextAloneLeavesSixteenBytesOfTheStorage)
-{
-    static const struct
-    {
-        size_t length;
-        int capacity;
-    } theCases[] = {
-        {0,    2000},
-        {1983, 2000},
-        {1984, 4000},
-        {3967, 4000},
-        {3968, 8000},
-    };
-    for (const auto &row : theCases)
-    {
-        UT_WorkBuffer buffer;
-        buffer.append("the old text");
-        const std::string text(row.length, 'x');
-        EXPECT_EQ(int(row.length), buffer.sprintf("%s", text.c_str()));
-        EXPECT_EQ(text, utText(buffer)) << row.length;
-        EXPECT_EQ(row.capacity, buffer.capacity()) << row.length;
-    }
-}
-
 // A format of random conversions of an int, a text, a long, a text, a double
 // and a long long, in this order, with random texts between them.
 static std::string
