@@ -125,6 +125,29 @@ TEST(UT_Fork, WorkersOfTheParentAreNotThere)
     EXPECT_TRUE(idle.isValid());
 }
 
+TEST(UT_Fork, GroupsOfTheParentHaveNothingToWaitFor)
+{
+    auto set = std::make_unique<UT_ThreadSet>(2);
+    auto farm = std::make_unique<UT_ThreadFarm>(2);
+    ut_Stay stay;
+    for (int i = 0; i < 2; ++i)
+    {
+        stay.startIn(*set->getThread(i));
+        stay.startIn(*farm->nextThread(nullptr, 1));
+    }
+    const auto useGroups = [&]
+    {
+        EXPECT_EQ(0, set->wait(1));
+        EXPECT_EQ(0, set->wait(0));
+        EXPECT_NE(nullptr, farm->nextThread(nullptr, 0));
+        EXPECT_EQ(1, farm->wait());
+        set.reset();
+        farm.reset();
+    };
+    EXPECT_EQ(0, utInChild(useGroups));
+    EXPECT_EQ(nullptr, farm->nextThread(nullptr, 0));
+}
+
 TEST(UT_Fork, AChildStartsWorkersOfItsOwn)
 {
 #ifdef __SANITIZE_THREAD__

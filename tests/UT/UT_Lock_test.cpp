@@ -8,34 +8,9 @@
 #include <cstdlib>
 #include <future>
 #include <thread>
-#include <vector>
 
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
-
-TEST(UT_Lock, OneThreadAtATimeHasTheLock)
-{
-    using ut_Way = void (UT_Lock::*)();
-    const ut_Way ways[] = {&UT_Lock::lock, &UT_Lock::lockLW, &UT_Lock::lockNap};
-    const int rounds = 2000;
-    UT_Lock lock;
-    int count = 0; // plain: the lock orders the accesses
-    std::vector<std::thread> threads;
-    for (const ut_Way way : ways)
-        threads.emplace_back(
-            [&, way]
-            {
-                for (int i = 0; i < rounds; ++i)
-                {
-                    (lock.*way)();
-                    ++count;
-                    lock.unlock();
-                }
-            });
-    for (std::thread &thread : threads)
-        thread.join();
-    EXPECT_EQ(3 * rounds, count);
-}
 
 // An attempt of another thread.
 static bool

@@ -11,7 +11,6 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 
 // Four octets, as the toolkit stores them.
@@ -71,19 +70,6 @@ TEST(UT_NetSocketServices, APortThatIsTakenLeavesNoListener)
     UT_NetSocket second(first.getPort(), true);
     EXPECT_FALSE(second.isValid());
     EXPECT_FALSE(second.isServer());
-}
-
-TEST(UT_NetSocketServices, PortsOfListenersAreTakenModulo65536)
-{
-    UT_NetSocket listener(65536, true);
-    // Deliberate: any port, and not the one that is reported.
-    EXPECT_TRUE(listener.isServer());
-    EXPECT_EQ(65536, listener.getPort());
-    sockaddr_in address = {};
-    socklen_t length = sizeof(address);
-    auto *const any = reinterpret_cast<sockaddr *>(&address);
-    ASSERT_EQ(0, getsockname(listener.getSocket(), any, &length));
-    EXPECT_NE(0, address.sin_port);
 }
 
 TEST(UT_NetSocketServices, ReportsTheStatesThatAreAskedFor)

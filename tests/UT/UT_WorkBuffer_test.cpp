@@ -210,30 +210,6 @@ TEST(UT_WorkBuffer, ConversionsThatOnlyTheLibraryKnowsCountAllThatIsWritten)
     EXPECT_EQ("abc42x", utText(buffer));
 }
 
-TEST(UT_WorkBuffer, ProtectedTextsReadBackAsOneWord)
-{
-    static const struct
-    {
-        const char *text;
-        const char *word;
-    } theCases[] = {
-        {nullptr,       "\"\""           },
-        {"",            "\"\""           },
-        {"a b\"c",      "\"a b\\\"c\""   },
-        {"a\r\\\"\xA0", "a\r\\\\\\\"\xA0"},
-    };
-    UT_WorkBuffer buffer;
-    for (const auto &row : theCases)
-    {
-        buffer.clear();
-        buffer.protectedStrcat(row.text);
-        EXPECT_EQ(row.word, utText(buffer)) << (row.text ? row.text : "null");
-    }
-    buffer.sprintf("abc");
-    buffer.protectedStrcat(buffer.buffer(), /*forceQuotes=*/true);
-    EXPECT_EQ("abc\"abc\"", utText(buffer));
-}
-
 TEST(UT_WorkBuffer, NullsAndWhatIsTooLongAreDropped)
 {
     UT_WorkBuffer buffer;
