@@ -6,6 +6,7 @@
 
 #include "ut_Faults.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -23,6 +24,7 @@
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #define UT_SHOWN __attribute__((visibility("default")))
@@ -39,6 +41,7 @@ static std::atomic<bool> theHasStruck(false);
 static std::atomic<unsigned> theCalls(0); // of the fault's group
 static std::atomic<long> theBlocks(0);
 static ut_Fault theFault;
+static int theReport = -1; // a byte is written to it when the fault strikes
 static __thread int thePauses __attribute__((tls_model("initial-exec"))) = 0;
 
 // ---- Whether the fault strikes
@@ -50,10 +53,13 @@ utIsStruck(ut_FaultCall call)
         call != theFault.call)
         return false;
     const unsigned number = ++theCalls;
+    const bool isLater = number > theFault.number;
     if (number < theFault.number ||
-        (number > theFault.number && !theFault.lasts))
+        (isLater && theFault.kind != UT_FAULT_LASTS))
         return false;
     theHasStruck = true; // a place for a debugger to stop at
+    if (theReport >= 0 && !isLater)
+        syscall(SYS_write, theReport, "!", 1);
     return true;
 }
 
@@ -63,7 +69,7 @@ utFails(ut_FaultCall call, int error)
 {
     if (!utIsStruck(call))
         return false;
-    errno = error;
+    errno = theFault.kind == UT_FAULT_IS_INTERRUPTED ? EINTR : error;
     return true;
 }
 
@@ -93,6 +99,18 @@ long
 utLiveBlocks()
 {
     return theBlocks;
+}
+
+// In a program that has the layer preloaded: "CALL KIND NUMBER DESCRIPTOR".
+__attribute__((constructor)) static void
+utArmFromEnvironment()
+{
+    const char *const text = getenv("VALDRIN_FAULT");
+    ut_Fault fault = {};
+    if (text && sscanf(
+                    text, "%d %d %u %d", &fault.call, &fault.kind,
+                    &fault.number, &theReport) == 4)
+        utArmFault(fault);
 }
 
 // ---- Memory
@@ -180,6 +198,18 @@ utReal(const char *name)
     return found.function;
 }
 
+// Leaves one byte of a transfer; others are not cut.
+[[maybe_unused]] static void
+utCut(int, const void *, size_t &count, int = 0)
+{
+    count = std::min<size_t>(count, 1);
+}
+
+[[maybe_unused]] static void
+utCut(...)
+{
+}
+
 // What a function of the C library takes and returns, without its attributes.
 #pragma GCC diagnostic ignored "-Wignored-attributes"
 template <class Function>
@@ -200,7 +230,11 @@ struct ut_Call<Value(Parameters...) noexcept(isQuiet)>
         Parameters... arguments)
     {
         if (utFails(group, error))
-            return failure;
+        {
+            if (theFault.kind != UT_FAULT_IS_CUT)
+                return failure;
+            utCut(arguments...);
+        }
         const ut_FaultPause pause;
         return utReal<Result(Parameters...)>(name)(arguments...);
     }
@@ -257,7 +291,6 @@ UT_CALL2(UT_FAULT_FILE, -1, ENOSPC, mkdir)
 UT_CALL3(UT_FAULT_SOCKET, -1, EMFILE, socket)
 UT_CALL3(UT_FAULT_SOCKET, -1, EADDRINUSE, bind)
 UT_CALL2(UT_FAULT_SOCKET, -1, EADDRINUSE, listen)
-UT_CALL3(UT_FAULT_CONNECT, -1, ECONNREFUSED, connect)
 UT_CALL4(UT_FAULT_CONNECT, -1, ECONNABORTED, accept4)
 UT_CALL5(UT_FAULT_WAIT, -1, ENOMEM, select)
 UT_CALL3(UT_FAULT_WAIT, -1, ENOMEM, poll)
@@ -306,6 +339,21 @@ fcntl(int fd, int command, ...)
     void *const argument = va_arg(more, void *);
     va_end(more);
     return utReal<int(int, int, ...)>("fcntl")(fd, command, argument);
+}
+
+// One that is interrupted goes on in the background.
+extern "C" UT_SHOWN int
+connect(int fd, const sockaddr *address, socklen_t length)
+{
+    const bool fails = utFails(UT_FAULT_CONNECT, ECONNREFUSED);
+    if (fails && errno != EINTR)
+        return -1;
+    const int result =
+        utReal<decltype(connect)>("connect")(fd, address, length);
+    if (!fails)
+        return result;
+    errno = EINTR;
+    return -1;
 }
 
 // A failed close has closed.

@@ -29,6 +29,11 @@ static const char *const theFaultCalls[] = {
     "connect", "wait", "options", "pages", "thread", "look-up"};
 static_assert(std::size(theFaultCalls) == UT_FAULT_CALL_COUNT);
 
+static const char *const theFaultKinds[] = {
+    "fails", "is cut short", "is interrupted",
+    "fails, and so do all that follow"};
+static_assert(std::size(theFaultKinds) == UT_FAULT_KIND_COUNT);
+
 // Seconds for a scenario and its repetitions; only a hang reaches it.
 static const unsigned theDeadline = 10;
 
@@ -40,6 +45,7 @@ struct ut_Result
 };
 
 static ut_Result *theResult;
+static int theReportEnd = -1; // where a program reports its fault
 static int theServerPort;
 static std::string theFolder;
 static std::string theReplyText;
@@ -64,10 +70,37 @@ utReply()
 
 // ---- In the process with the fault
 
+// Lets the fault strike here, or in the program that the scenario runs.
+static void
+utStartFault(const ut_Scenario &scenario, const ut_Fault &fault)
+{
+    int ends[2];
+    if (!scenario.isProgram)
+        utArmFault(fault);
+    else if (pipe2(ends, O_NONBLOCK) == 0)
+    {
+        theReportEnd = ends[0];
+        const std::string text =
+            std::to_string(fault.call) + ' ' + std::to_string(fault.kind) +
+            ' ' + std::to_string(fault.number) + ' ' + std::to_string(ends[1]);
+        setenv("VALDRIN_FAULT", text.c_str(), 1);
+    }
+}
+
+// Whether it has struck.
+static bool
+utEndFault()
+{
+    unsetenv("VALDRIN_FAULT");
+    char byte = 0;
+    return theReportEnd < 0 ? utDisarmFault()
+                            : ::read(theReportEnd, &byte, 1) == 1;
+}
+
 void
 utWrong(const char *what)
 {
-    theResult->hasStruck = theResult->hasStruck || utDisarmFault();
+    theResult->hasStruck = theResult->hasStruck || utEndFault();
     snprintf(theResult->wrong, sizeof(theResult->wrong), "%s", what);
     _exit(1);
 }
@@ -102,14 +135,22 @@ utTryHere(const ut_Scenario &scenario, const ut_Fault &fault, bool isLater)
         utExpect(utRun(scenario), "fails without a fault");
     const long blocks = utLiveBlocks();
     const int descriptors = utOpenDescriptors();
-    utArmFault(fault);
+    utStartFault(scenario, fault);
     const bool isRight = utRun(scenario);
-    theResult->hasStruck = utDisarmFault();
+    theResult->hasStruck = utEndFault();
     utExpect(isRight || theResult->hasStruck, "fails without a fault");
+    const bool isTransfer = fault.call == UT_FAULT_READ ||
+                            fault.call == UT_FAULT_WRITE ||
+                            fault.call == UT_FAULT_WAIT;
+    const bool mayGoOn =
+        fault.kind == UT_FAULT_IS_CUT || fault.kind == UT_FAULT_IS_INTERRUPTED;
+    if (isTransfer && mayGoOn && !scenario.mayGiveUp)
+        utExpect(isRight, "gave up after a short or interrupted call");
     utExpect(utRun(scenario), "does not work again");
     if (!isLater) // the first run makes what lives as long as the process
         return;
-    utExpect(utLiveBlocks() <= blocks, "leaks memory");
+    if (!scenario.leavesMemory)
+        utExpect(utLiveBlocks() <= blocks, "leaks memory");
     utExpect(utOpenDescriptors() == descriptors, "leaks descriptors");
 }
 
@@ -136,8 +177,8 @@ utTry(
     ++wrongCount;
     const bool isHang = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
     printf(
-        "  %s: %s %u fails%s%s: %s\n", scenario.name, theFaultCalls[fault.call],
-        fault.number, fault.lasts ? ", and so do all that follow" : "",
+        "  %s: %s %u %s%s: %s\n", scenario.name, theFaultCalls[fault.call],
+        fault.number, theFaultKinds[fault.kind],
         isLater ? " (in a later run)" : "",
         isHang                ? "hangs"
         : WIFSIGNALED(status) ? strsignal(WTERMSIG(status))
@@ -145,13 +186,24 @@ utTry(
     return WIFSIGNALED(status) || theResult->hasStruck;
 }
 
-// Whether all calls of a group may fail: what transfers or waits is then tried
-// forever.
+// Whether that can happen to calls of the group. What transfers or waits and
+// fails for good is tried again for good.
 static bool
-utCanLast(int call)
+utIsPossible(int call, int kind)
 {
-    return call != UT_FAULT_READ && call != UT_FAULT_WRITE &&
-           call != UT_FAULT_WAIT;
+    const bool isTransfer = call == UT_FAULT_READ || call == UT_FAULT_WRITE;
+    switch (kind)
+    {
+    case UT_FAULT_IS_CUT:
+        return isTransfer;
+    case UT_FAULT_IS_INTERRUPTED:
+        return isTransfer || call == UT_FAULT_OPEN || call == UT_FAULT_CLOSE ||
+               call == UT_FAULT_CONNECT || call == UT_FAULT_WAIT;
+    case UT_FAULT_LASTS:
+        return !isTransfer && call != UT_FAULT_WAIT;
+    default:
+        return true;
+    }
 }
 
 // Every fault of a scenario; whether all is well.
@@ -162,13 +214,14 @@ utTryAll(const ut_Scenario &scenario)
     int wrongCount = 0;
     for (const bool isLater : {false, true})
         for (int call = 0; call < UT_FAULT_CALL_COUNT; ++call)
-            for (const bool lasts : {false, true})
+            for (int kind = 0; kind < UT_FAULT_KIND_COUNT; ++kind)
             {
-                if (lasts && !utCanLast(call))
+                if (!utIsPossible(call, kind) ||
+                    (isLater && scenario.isProgram))
                     continue;
                 unsigned number = 1;
                 while (
-                    utTry(scenario, {call, number, lasts}, isLater, wrongCount))
+                    utTry(scenario, {call, kind, number}, isLater, wrongCount))
                     ++number;
                 count += int(number) - 1;
             }

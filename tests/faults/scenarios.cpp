@@ -1,6 +1,5 @@
 // The scenarios: what programs do with each family that calls the system.
 
-#include "ut_ComponentSlots.h"
 #include "ut_Faults.h"
 #include "ut_LoopbackServer.h"
 #include "ut_Scenario.h"
@@ -32,90 +31,12 @@
 #include <string>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
-
-extern "C" uint32_t NSGetModule(void *, void *, void **);
-
-// ---- The component, as a browser uses it
-
-// The platform's allocator, which always has memory for a text.
-extern "C" __attribute__((visibility("default"))) void *
-NS_Alloc(size_t size)
-{
-    const ut_FaultPause pause;
-    return malloc(size);
-}
-
-// A component manager that is its own registrar; no more of it is asked for.
-struct ut_Manager final
-{
-    virtual uint32_t query(const char *, void **result)
-    {
-        *result = this;
-        return UT_OK;
-    }
-    virtual uint32_t addRef() { return 2; }
-    virtual uint32_t release() { return 1; }
-};
-
-// Whether a call did not lack memory; it must not fail otherwise.
-static bool
-utSucceeds(uint32_t code)
-{
-    if (code == UT_OUT_OF_MEMORY)
-        return false;
-    utExpect(code == UT_OK, "another code than that for no memory");
-    return true;
-}
-
-// Makes a request, stashes a text and reads it again.
-static bool
-utUseConnection(void *connection)
-{
-    utCall(connection, UT_SET_PORT, utPort());
-    char *text = nullptr;
-    const bool isDone =
-        utSucceeds(utCall(connection, UT_RUN_EXPRESSION, "]]>", &text));
-    utExpect(isDone == (text != nullptr), "a code that the text denies");
-    const bool isReply = text && strcmp(text, utReply()) == 0;
-    utExpect(isReply || !text || !strncmp(text, "ERROR: ", 7), "another reply");
-    free(text);
-    if (!utSucceeds(utCall(connection, UT_STASH, "kept")))
-        return false;
-    const bool isStashed = utSucceeds(utCall(connection, UT_STASH, "stashed"));
-    utCall(connection, UT_GET_STASHED, &text);
-    utExpect(text, "no stashed text");
-    utExpect(
-        strcmp(text, isStashed ? "stashed" : "kept") == 0,
-        "another stashed text");
-    free(text);
-    return isReply && isStashed;
-}
-
-// The browser cannot catch what is thrown.
-static bool
-utComponent() noexcept
-{
-    ut_Manager manager;
-    void *module = nullptr;
-    void *factory = nullptr;
-    void *connection = nullptr;
-    const bool isRight = utSucceeds(NSGetModule(nullptr, nullptr, &module)) &&
-                         utSucceeds(utCall(
-                             module, /*GetClassObject*/ 3, &manager, theClassID,
-                             theFactoryID, &factory)) &&
-                         utSucceeds(utCall(
-                             factory, /*CreateInstance*/ 3, nullptr,
-                             theConnectionID, &connection)) &&
-                         utUseConnection(connection);
-    for (void *const each : {connection, factory, module})
-        if (each)
-            utCall(each, UT_RELEASE);
-    return isRight;
-}
 
 // ---- Exchanges
 
@@ -492,20 +413,51 @@ utPaths()
     return isFound && isMade;
 }
 
+// ---- The program
+
+static bool
+utValdrinEval()
+{
+    const std::string out = utFolder() + std::string("out");
+    const std::string port = std::to_string(utPort());
+    const pid_t process = fork();
+    if (process == 0)
+    {
+        dup2(creat(out.c_str(), 0600), STDOUT_FILENO);
+        dup2(STDOUT_FILENO, STDERR_FILENO);
+        if (getenv("VALDRIN_FAULT"))
+            setenv("LD_PRELOAD", VALDRIN_FAULT_LAYER, 1);
+        execl(
+            VALDRIN_PROGRAM, "valdrin", "eval", "1", "--port", port.c_str(),
+            nullptr);
+        _exit(126);
+    }
+    int status = -1;
+    waitpid(process, &status, 0);
+    if (WIFSIGNALED(status))
+        utWrong(strsignal(WTERMSIG(status)));
+    std::ifstream in(out, std::ios::binary);
+    const std::string written(std::istreambuf_iterator<char>(in), {});
+    utExpect(!written.empty(), "neither a reply nor a message");
+    utExpect(status || written == utReply(), "another output");
+    return status == 0;
+}
+
+// A request that was written in part is not continued.
 const ut_Scenario theScenarios[] = {
-    {"component",   utComponent  },
-    {"connection",  utConnection },
-    {"nonblocking", utNonBlocking},
-    {"serve",       utServe      },
-    {"look-up",     utLookUp     },
-    {"lines",       utReadFile   },
-    {"gzip",        utReadGzip   },
-    {"save",        utSave       },
-    {"temporary",   utTempFile   },
-    {"log",         utLog        },
-    {"workers",     utWorkers    },
-    {"settings",    utSettings   },
-    {"paths",       utPaths      },
-    {"objects",     utObjects    },
+    {"connection",   utConnection,  false, false, false},
+    {"nonblocking",  utNonBlocking, false, true,  false},
+    {"serve",        utServe,       false, true,  false},
+    {"look-up",      utLookUp,      false, false, false},
+    {"lines",        utReadFile,    false, false, false},
+    {"gzip",         utReadGzip,    false, false, false},
+    {"save",         utSave,        false, false, false},
+    {"temporary",    utTempFile,    false, false, false},
+    {"log",          utLog,         false, false, false},
+    {"workers",      utWorkers,     false, false, false},
+    {"settings",     utSettings,    false, false, false},
+    {"paths",        utPaths,       false, false, false},
+    {"objects",      utObjects,     false, false, false},
+    {"valdrin-eval", utValdrinEval, true,  true,  false},
 };
 const unsigned theScenarioCount = std::size(theScenarios);

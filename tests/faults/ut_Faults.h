@@ -1,7 +1,8 @@
-// A layer over the C library that lets one chosen call fail, alone or with all
-// that follow.
+// A layer over the C library that lets one chosen call fail, or be cut short,
+// or be interrupted by a signal. A program is linked with it, or has it
+// preloaded and the variable VALDRIN_FAULT set.
 //
-//     utArmFault({UT_FAULT_READ, 3, /*lasts=*/false}); // the third read
+//     utArmFault({UT_FAULT_READ, UT_FAULT_FAILS, 3}); // the third read
 //     ... work ...
 //     const bool hasStruck = utDisarmFault();
 
@@ -26,11 +27,21 @@ enum ut_FaultCall
     UT_FAULT_CALL_COUNT
 };
 
+// What happens to the call.
+enum ut_FaultKind
+{
+    UT_FAULT_FAILS,
+    UT_FAULT_IS_CUT,         // moves one byte of those that were asked for
+    UT_FAULT_IS_INTERRUPTED, // fails with EINTR
+    UT_FAULT_LASTS,          // fails, and so do all that follow
+    UT_FAULT_KIND_COUNT
+};
+
 struct ut_Fault
 {
     int call;
+    int kind;
     unsigned number; // of the call in its group, from 1
-    bool lasts;      // all that follow fail, too
 };
 
 extern "C"

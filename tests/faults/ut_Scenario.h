@@ -10,6 +10,17 @@ struct ut_Scenario
     // Returns whether all went well; false when a call has reported that it
     // failed. Throws std::bad_alloc, or calls utWrong().
     bool (*run)();
+
+    // Whether it runs another program, into which the fault is injected.
+    bool isProgram;
+
+    // Whether an interrupted or short transfer may be reported as a failure,
+    // rather than be continued.
+    bool mayGiveUp;
+
+    // Whether each run leaves memory, because the library does when it is
+    // unloaded: what is made on first use is never destroyed.
+    bool leavesMemory;
 };
 
 extern const ut_Scenario theScenarios[];
