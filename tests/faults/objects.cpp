@@ -4,7 +4,6 @@
 #include "ut_Faults.h"
 #include "ut_Scenario.h"
 
-#include "UT/UT_FixedAllocator.h"
 #include "UT/UT_IntArray.h"
 #include "UT/UT_NetSocket.h"
 #include "UT/UT_PtrArray.h"
@@ -18,7 +17,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -105,45 +103,6 @@ struct ut_Objects
 static const char theLongText[] =
     "a text that is longer than what any small string has room for";
 
-// Texts for the caller to free, also when there was no memory for all of them.
-struct ut_Words
-{
-    ~ut_Words()
-    {
-        for (int i = 0; i < count; ++i)
-            free(each[i]);
-    }
-    char *each[8];
-    int count = 0;
-};
-
-static void
-utRecord(ut_Objects &)
-{
-    ut_Words words;
-    char singles[8];
-    int singleCount = 0;
-    UT_String("abcdefgh")
-        .multiMatchRecord(
-            "?*c*d*e*f*g*x", 8, singles, singleCount, words.each, words.count,
-            /*caseSensitive=*/1, " ");
-}
-
-static void
-utExpand(ut_Objects &)
-{
-    ut_Words names;
-    UT_String text("one a_prefix_that_needs_a_block_of_its_own[1-3]");
-    names.count = text.expandArrays(names.each, 8);
-}
-
-static void
-utUsePool(ut_Objects &)
-{
-    UT_FixedAllocator pool(16, /*reclaim=*/true, 4);
-    pool.deallocate(pool.allocate());
-}
-
 // One without its host would connect to this machine.
 static void
 utMakeSocket(ut_Objects &)
@@ -215,10 +174,7 @@ static const struct ut_Change
     {"insert an object",   [](auto &o) { o.objects.insert(1); }                  },
     {"add a long symbol",  [](auto &o) { o.table.addSymbol(theLongText, 2); }    },
     {"make a socket",      utMakeSocket                                          },
-    {"allocate a page",    utUsePool                                             },
-    {"record a match",     utRecord                                              },
     {"rename",             [](auto &o) { o.owned.patternRename("?*n*e*d", "*"); }},
-    {"expand arrays",      utExpand                                              },
     {"fill a table",       utFillTable                                           },
     {"sort keys",          utSort                                                },
 };
