@@ -48,13 +48,6 @@ TEST(UT_Compat, CftimeIsAsctimeWhateverTheFormat)
         cftime(text, format, &never));
 }
 
-TEST(UT_Compat, WhatDoesNothingReturnsZero)
-{
-    EXPECT_EQ(0, sysmp(1));
-    EXPECT_EQ(0, sproc(nullptr, 0, nullptr));
-    EXPECT_EQ(0, usconfig(1, 2));
-}
-
 TEST(UT_Nap, SleepsAtLeastAsLongAsAskedWithoutSignals)
 {
     for (const int ms : {-1000, 10, 1010})

@@ -48,19 +48,6 @@ TEST(UT_Date, StreamsCountOnAndWriteNumbersInTheirOwnWay)
     EXPECT_EQ(5, UT_Date::conversions());
 }
 
-TEST(UT_Date, OnlyABufferEndsAfter511Bytes)
-{
-    tm t = {};
-    t.tm_sec = 9;
-    const std::string text(512, 'x');
-    const std::string format = text + "%S";
-    // The count goes on.
-    EXPECT_EQ("1 " + text.substr(1), utFormat(format.c_str(), t));
-    std::ostringstream out;
-    UT_Date::dprintf(out, format.c_str(), &t);
-    EXPECT_EQ(text + "09", out.str());
-}
-
 TEST(UT_Date, FieldsOutOfRangeStayText)
 {
     tm t = {};
@@ -95,29 +82,4 @@ TEST(UT_Date, AgreesWithStrftimeInAnyZone)
             theirs << std::put_time(localtime(&time), format);
             ASSERT_EQ(theirs.str(), ours) << zone << ' ' << time;
         }
-}
-
-TEST(UT_Date, ZonesAreThoseOfTheMoment)
-{
-    const long time = 1142355909;
-    const auto hour = [&]
-    {
-        char text[512];
-        UT_Date::dprintf(text, "%H", time);
-        return std::string(text);
-    };
-    unsetenv("TZ");
-    const std::string systemHour = hour();
-    setenv("TZ", "AAA-3", 1);
-    EXPECT_EQ("20", hour());
-    unsetenv("TZ");
-    EXPECT_EQ(systemHour, hour());
-    // Others have a zone applied, and take it back.
-    for (const char *zone : {"AAA-3", "BBB+4"})
-    {
-        setenv("TZ", zone, 1);
-        tzset();
-        unsetenv("TZ");
-        EXPECT_EQ(systemHour, hour()) << zone;
-    }
 }

@@ -241,17 +241,3 @@ TEST_F(UT_ErrorManagerTest, OutputFailsByErrno)
     UTpopErrorManager();
     EXPECT_EQ(0, UTgetErrorManager()->entries());
 }
-
-TEST_F(UT_ErrorManagerTest, OutputFailuresAreReportedOnRequest)
-{
-    setenv("VALDRIN_VERBOSE_ERROR", "1", 1);
-    testing::internal::CaptureStderr();
-    errno = 0;
-    EXPECT_EQ(1, UTcheckOutStream(std::cout, "write", "/a"));
-    errno = EPERM;
-    UTcheckOutStream(std::cout, "write", "/a");
-    EXPECT_EQ(
-        "Valdrin Save error detected:errno 1 (Operation not permitted) "
-        "path(/a) operation(write)\n\r",
-        testing::internal::GetCapturedStderr());
-}

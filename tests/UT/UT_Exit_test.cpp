@@ -87,22 +87,6 @@ TEST(UT_Exit, RemovedCallbacksDoNotRun)
     });
 }
 
-TEST(UT_Exit, CallbacksRunWhereTheListGotItsFirst)
-{
-    // Handlers run in the reverse order of their registration.
-    EXPECT_SAID("XAB", {
-        utAdd(theA);
-        atexit([] { std::cerr << 'X'; });
-        utAdd(theB);
-    });
-    EXPECT_SAID("BX", {
-        utAdd(theA);
-        utRemove(theA);
-        atexit([] { std::cerr << 'X'; });
-        utAdd(theB); // the list was empty
-    });
-}
-
 TEST(UT_Exit, CallbacksMayChangeTheList)
 {
     static const auto theAddD = [](void *) { utAdd(theD); };

@@ -183,29 +183,6 @@ TEST(UT_Fork, AChildExits)
     EXPECT_EQ(7, utInChild([] { UT_Exit::exit(7); }));
 }
 
-// A job that forks goes on in the child, whose end is its own.
-TEST(UT_Fork, AWorkerForks)
-{
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "this checker does not let such a child end quietly";
-#endif
-    int status = -1;
-    UT_PThread worker(UT_Thread::SPIN_SLEEP);
-    const auto forkAndReturn = [](void *data) -> void *
-    {
-        const pid_t child = fork();
-        if (child == 0)
-            alarm(30);
-        else
-            waitpid(child, static_cast<int *>(data), 0);
-        return nullptr;
-    };
-    worker.startThread(forkAndReturn, &status);
-    worker.waitForState(UT_Thread::IDLE);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(0, WEXITSTATUS(status));
-}
-
 // What the threads of a process share, and a child goes on with.
 class ut_SharedState
 {

@@ -62,38 +62,18 @@ utNamed(const std::string &bytes)
         ("/proc/self/fd/" + std::to_string(file)).c_str());
 }
 
-// The parts that a gzip header may have, by their flags.
-enum
-{
-    UT_GZIP_CHECKSUM = 2,
-    UT_GZIP_EXTRA = 4,
-    UT_GZIP_NAME = 8,
-    UT_GZIP_COMMENT = 16,
-    UT_GZIP_UNKNOWN = 32 // from here on
-};
-
-static std::string
-utGzipHeader(int flags)
-{
-    std::string header = "\x1f\x8b\x08";
-    header += char(flags);
-    header += "timeXO";
-    if (flags & UT_GZIP_EXTRA)
-        header += "\x04\x01" + std::string(260, 'x'); // its length first
-    if (flags & UT_GZIP_NAME)
-        header += "name"s + '\0';
-    if (flags & UT_GZIP_COMMENT)
-        header += "comment"s + '\0';
-    if (flags & UT_GZIP_CHECKSUM)
-        header += "CR";
-    return header;
-}
+// The smallest header, and one with all parts: checksum, extra bytes, name and
+// comment.
+static const std::string theGzipHeader = "\x1f\x8b\x08\x00timeXO"s;
+static const std::string theFullGzipHeader = "\x1f\x8b\x08\x1etimeXO\x04\x01" +
+                                             std::string(260, 'x') +
+                                             "name\0comment\0CR"s;
 
 // Without a trailer, which does not matter.
 static std::string
-utGzipped(const std::string &text, int flags = 0)
+utGzipped(const std::string &text, const std::string &header = theGzipHeader)
 {
-    return utGzipHeader(flags) + utDeflated(text).substr(2);
+    return header + utDeflated(text).substr(2);
 }
 
 static std::string
@@ -387,36 +367,6 @@ TEST(UT_IStreamBuf, TheEndIsSomethingElseThanAnError)
     EXPECT_EQ(3, throwing->tellg());
 }
 
-TEST(UT_IStreamBuf, WhatAStandardStreamThrowsStaysInside)
-{
-    // Throws what is not a std::exception, and the stream passes it on.
-    struct ut_ThrowingSource : std::streambuf
-    {
-        int_type underflow() override { throw 7; }
-        pos_type
-        seekoff(off_type, std::ios::seekdir, std::ios::openmode) override
-        {
-            throw 7;
-        }
-        pos_type seekpos(pos_type, std::ios::openmode) override { throw 7; }
-    };
-    const auto check = [](const char *name, int result, bool isError, auto call)
-    {
-        SCOPED_TRACE(name);
-        ut_ThrowingSource bytes;
-        std::istream stream(&bytes);
-        stream.exceptions(std::ios::badbit);
-        const ut_Source source(UT_IStreamBuf::istreamBuf(stream));
-        EXPECT_EQ(result, call(*source));
-        EXPECT_EQ(isError, source->hasError());
-        EXPECT_EQ(std::ios::badbit, stream.exceptions());
-    };
-    check("skipLine", 0, true, [](auto &source) { return source.skipLine(); });
-    check("peekc", -1, false, [](auto &source) { return source.peekc(); });
-    check("tellg", -1, false, [](auto &source) { return source.tellg(); });
-    check("seekg", 0, true, [](auto &source) { return source.seekg(0, 0); });
-}
-
 TEST(UT_IStreamBuf, StandardInputIsSharedAndReadByLinesIfWanted)
 {
     int ends[2];
@@ -455,29 +405,23 @@ utGunzipped(const std::string &data)
 TEST(UT_IStreamBuf, GzipHeadersHaveAnyPartsAndDataStopAnywhere)
 {
     const std::string text = theGzipText;
-    for (int flags = 0; flags < UT_GZIP_UNKNOWN; ++flags)
+    for (const std::string &header : {theGzipHeader, theFullGzipHeader})
     {
-        const std::string whole = utGzipped(text, flags);
-        const size_t header = utGzipHeader(flags).size();
+        const std::string whole = utGzipped(text, header);
         for (size_t cut = 0; cut <= whole.size(); ++cut)
         {
             SCOPED_TRACE(
-                "flags " + std::to_string(flags) + ", cut at " +
+                "header of " + std::to_string(header.size()) + ", cut at " +
                 std::to_string(cut));
             const auto &[out, error] = utGunzipped(whole.substr(0, cut));
             EXPECT_EQ(text.substr(0, out.size()), out);
-            EXPECT_EQ(cut < header ? zError(Z_STREAM_ERROR) : "Success", error);
+            EXPECT_EQ(
+                cut < header.size() ? zError(Z_STREAM_ERROR) : "Success",
+                error);
         }
-        EXPECT_EQ(text, utGunzipped(whole).first) << "flags " << flags;
+        EXPECT_EQ(text, utGunzipped(whole).first) << header.size();
     }
-}
-
-TEST(UT_IStreamBuf, GzipHeadersWithUnknownPartsAreRefused)
-{
-    for (int flags = UT_GZIP_UNKNOWN; flags < 256; ++flags)
-    {
-        const auto &[out, error] = utGunzipped(utGzipped(theGzipText, flags));
-        EXPECT_EQ("", out) << "flags " << flags;
-        EXPECT_EQ(zError(Z_STREAM_ERROR), error) << "flags " << flags;
-    }
+    std::string unknown = theGzipHeader;
+    unknown[3] = 32;
+    EXPECT_EQ(zError(Z_STREAM_ERROR), utGunzipped(unknown + "x").second);
 }

@@ -209,21 +209,6 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
     EXPECT_STREQ("bc", text.buffer());
 }
 
-TEST(UT_IStream, ReadTypesAreTakenBackInTurn)
-{
-    UT_IStream stream("abc", 3, UT_ISTREAM_READTYPE(2));
-    stream.popBinary(); // there is none
-    EXPECT_TRUE(stream.isBinary());
-    stream.pushBinary(UT_ISTREAM_ASCII);
-    EXPECT_FALSE(stream.isBinary());
-    stream.pushBinary(UT_ISTREAM_READTYPE(2));
-    EXPECT_TRUE(stream.isBinary());
-    stream.popBinary();
-    EXPECT_FALSE(stream.isBinary());
-    stream.popBinary();
-    EXPECT_TRUE(stream.isBinary());
-}
-
 TEST(UT_IStream, BinaryStringsHaveLengthsOfAnyWidth)
 {
     static const struct

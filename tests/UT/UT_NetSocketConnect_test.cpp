@@ -40,11 +40,6 @@ struct ut_System
     int connectsInterrupted = 0;
     std::string connectedTo; // the last address
 
-    // read(): fails so often, for a reason that passes.
-    int readsThatFail = 0;
-    // setsockopt(): how often an address in use was asked for.
-    int reuseRequests = 0;
-
     // gethostbyname(): finds this address, none for "".
     bool replacesLookUp = false;
     std::string foundAddress;
@@ -88,27 +83,6 @@ connect(int fd, const sockaddr *address, socklen_t length)
         }
     }
     return utNext(&connect, "connect")(fd, address, length);
-}
-
-extern "C" __attribute__((visibility("default"))) ssize_t
-read(int fd, void *bytes, size_t size)
-{
-    if (theSystem.readsThatFail > 0)
-    {
-        --theSystem.readsThatFail;
-        errno = EIO;
-        return -1;
-    }
-    return utNext(&read, "read")(fd, bytes, size);
-}
-
-extern "C" __attribute__((visibility("default"))) int
-setsockopt(
-    int fd, int level, int name, const void *value, socklen_t length) noexcept
-{
-    if (level == SOL_SOCKET && name == SO_REUSEADDR)
-        ++theSystem.reuseRequests;
-    return utNext(&setsockopt, "setsockopt")(fd, level, name, value, length);
 }
 
 extern "C" __attribute__((visibility("default"))) hostent *
@@ -231,23 +205,4 @@ TEST_F(UT_NetSocketConnect, SignalsDoNotEndAnExchangeThatConnects)
     theSystem.connectsInterrupted = 1;
     UT_NetSocket socket("localhost", server.port(), true, -1);
     EXPECT_EQ(-3, socket.connect(0));
-}
-
-// Deliberate: only silence uses up the budget of ten waits, other failures do
-// not.
-TEST_F(UT_NetSocketConnect, FailuresOfReadingDoNotEndAnExchange)
-{
-    ut_LoopbackServer server({ut_LoopbackServer::send("late\0"s)});
-    theSystem.readsThatFail = 30;
-    UT_WorkBuffer reply;
-    EXPECT_TRUE(UT_NetSocket::nonBlockingSendCommandAndGetResult(
-        server.port(), "x", reply, nullptr, false));
-    EXPECT_EQ(0, theSystem.readsThatFail);
-    EXPECT_STREQ("late", reply.buffer());
-}
-
-TEST_F(UT_NetSocketConnect, SocketsAskTwiceForAnAddressInUse)
-{
-    const UT_NetSocket socket("127.0.0.1", 10000, true, -1);
-    EXPECT_EQ(2, theSystem.reuseRequests); // deliberate
 }

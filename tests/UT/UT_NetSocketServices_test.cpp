@@ -1,6 +1,5 @@
 #include "UT/UT_NetSocket.h"
 
-#include "UT/UT_Lock.h"
 #include "UT/UT_String.h"
 
 #include <gtest/gtest.h>
@@ -8,10 +7,8 @@
 #include <array>
 #include <cstring>
 #include <memory>
-#include <thread>
 
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 
 // Four octets, as the toolkit stores them.
@@ -73,19 +70,6 @@ TEST(UT_NetSocketServices, APortThatIsTakenLeavesNoListener)
     EXPECT_FALSE(second.isServer());
 }
 
-TEST(UT_NetSocketServices, PortsOfListenersAreTakenModulo65536)
-{
-    UT_NetSocket listener(65536, true);
-    // Deliberate: any port, and not the one that is reported.
-    EXPECT_TRUE(listener.isServer());
-    EXPECT_EQ(65536, listener.getPort());
-    sockaddr_in address = {};
-    socklen_t length = sizeof(address);
-    auto *const any = reinterpret_cast<sockaddr *>(&address);
-    ASSERT_EQ(0, getsockname(listener.getSocket(), any, &length));
-    EXPECT_NE(0, address.sin_port);
-}
-
 TEST(UT_NetSocketServices, ReportsTheStatesThatAreAskedFor)
 {
     int ends[2];
@@ -131,15 +115,6 @@ TEST(UT_NetSocketServices, LooksOfficialNamesUp)
     EXPECT_STREQ("before", name);
     // Deliberate: the octet wraps to 127.
     EXPECT_TRUE(UT_NetSocket::getHostNameByAlias(name, "65663.0.0.1"));
-    // The inner operation leaves the lock to its caller.
-    EXPECT_TRUE(theHostByNameLock.tryLock());
-    EXPECT_TRUE(UT_NetSocket::commonGetHostNameByAlias(name, "localhost"));
+    EXPECT_TRUE(UT_NetSocket::getHostNameByAlias(name, "localhost"));
     EXPECT_STREQ("localhost", name);
-    // Others wait for it.
-    std::thread other([]
-                      { UT_NetSocket("localhost", 1, true, -1).connect(0); });
-    while (!theHostByNameLock.collisions())
-        std::this_thread::yield();
-    theHostByNameLock.unlock();
-    other.join();
 }

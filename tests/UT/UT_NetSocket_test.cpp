@@ -6,10 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cstring>
 #include <deque>
-#include <new>
 #include <string>
 
 #include <sys/resource.h>
@@ -98,34 +95,6 @@ TEST(UT_NetSocket, MessagesEndWhereTheyShould)
         EXPECT_EQ(row.result, socket.read(out, -1, row.untilNul));
         EXPECT_EQ(row.bytes, std::string(out.buffer(), size_t(out.length())));
     }
-}
-
-// Has bytes for ten reads, for a buffer in which there is hardly room.
-class ut_LongMessage : public UT_NetSocket
-{
-public:
-    using UT_NetSocket::read;
-    using UT_NetSocket::UT_NetSocket;
-    int read(void *bytes, int size, int *got, int) override
-    {
-        if (myReads == 0)
-            out.write(INT_MAX - 100, 'x'); // touches no other memory
-        ++myReads;
-        memset(bytes, 'x', size_t(size));
-        *got = myReads <= 10 ? size : 0;
-        return 0;
-    }
-    UT_WorkBuffer out;
-
-private:
-    int myReads = 0;
-};
-
-TEST(UT_NetSocket, MessagesThatFitNoBufferRunOutOfMemory)
-{
-    ut_LongMessage socket(nullptr, ::dup(0), true);
-    EXPECT_THROW(
-        socket.read(socket.out, -1, /*untilNul=*/true), std::bad_alloc);
 }
 
 TEST(UT_NetSocket, ChecksComeInOrder)

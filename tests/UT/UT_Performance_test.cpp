@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <thread>
 
@@ -56,24 +55,4 @@ TEST(UT_Performance, ReportsFramesWithTheirEvents)
           "\n1 frames in 0."})
         EXPECT_NE(nullptr, strstr(report.buffer(), line)) << line << "in\n"
                                                           << report.buffer();
-}
-
-TEST(UT_Performance, TimesThatAreNoneAreOnlyCounted)
-{
-    UT_Performance &monitor = UT_Performance::makeMonitor();
-    monitor.setRecording(true);
-    monitor.logMessage("mixed", 1, 0.5, 0);
-    for (const double seconds : {std::nan(""), HUGE_VAL, -HUGE_VAL, -1.0})
-    {
-        monitor.logMessage("mixed", 1, seconds, 0);
-        monitor.logMessage("never", 1, seconds, 0);
-    }
-    UT_WorkBuffer report;
-    monitor.report(report);
-    EXPECT_STREQ(
-        "mixed                                            5     0.500000"
-        "   100.000000  100.0%\n"
-        "never                                            4            -"
-        "            -       -\n",
-        strchr(report.buffer(), '\n') + 1);
 }

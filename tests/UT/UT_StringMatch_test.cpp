@@ -216,18 +216,6 @@ TEST(UT_StringMatch, ManyStarsAreQuick)
     EXPECT_EQ(ut_Strings{""}, record.words);
 }
 
-TEST(UT_StringMatch, TheLastOf252SeparatorsDoesNotCount)
-{
-    const std::string many = std::string(250, 'x') + ",;";
-    const UT_String ab("ab");
-    EXPECT_EQ(1, ab.multiMatch("q,ab", 1, many.c_str(), nullptr, nullptr));
-    EXPECT_EQ(0, ab.multiMatch("q;ab", 1, many.c_str(), nullptr, nullptr));
-    // The next call has its own.
-    EXPECT_EQ(0, ab.multiMatch("qxab", 1, ','));
-    EXPECT_EQ(1, ab.multiMatch("q,ab", 1, ','));
-    EXPECT_EQ(0, ab.multiMatch("q ab", 1, '\0'));
-}
-
 TEST(UT_StringMatch, ANullStringIsAnEmptyTextForListsAlone)
 {
     EXPECT_EQ(1, UT_String().multiMatch("*"));

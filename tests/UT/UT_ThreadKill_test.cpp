@@ -6,15 +6,11 @@
 #include "ut_LoopbackServer.h"
 #include "ut_TempDir.h"
 
-#include "SYS/SYS_Memory.h"
-#include "SYS/SYS_Processor.h"
 #include "UT/UT_ErrorLog.h"
 #include "UT/UT_ErrorManager.h"
 #include "UT/UT_IStream.h"
 #include "UT/UT_Lock.h"
 #include "UT/UT_NetSocket.h"
-#include "UT/UT_String.h"
-#include "UT/UT_SysResource.h"
 #include "UT/UT_TempFile.h"
 #include "UT/UT_ThreadSet.h"
 #include "UT/UT_WorkBuffer.h"
@@ -24,13 +20,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <memory>
 #include <mutex>
 #include <random>
 #include <string>
 
 #include <unistd.h>
-#include <zlib.h>
 
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
@@ -51,9 +45,6 @@ struct ut_World
         for (int i = 0; i < 1000; ++i)
             lines += "line " + std::to_string(i) + '\n';
         dir.write("text", lines);
-        const gzFile file = gzopen(dir.path("text.gz").c_str(), "wb");
-        gzwrite(file, lines.data(), unsigned(lines.size()));
-        gzclose(file);
         // The settings are one thread's to make.
         UTgetErrorLog();
         UTgetErrorManager();
@@ -130,29 +121,10 @@ exchange(ut_World &world)
 }
 
 static void
-exchangeWithoutBlocking(ut_World &world)
-{
-    UT_WorkBuffer reply;
-    UT_NetSocket::nonBlockingSendCommandAndGetResult(
-        world.server.port(), "echo", reply, nullptr, false);
-}
-
-static void
 logAnError(ut_World &)
 {
     UT_Error error("Common", 4, "text", UT_ERROR_ERROR);
     UTgetErrorLog()->logError(&error);
-}
-
-static void
-addErrors(ut_World &)
-{
-    UT_ErrorManager manager;
-    manager.commonError(4, "text");
-    errno = ENOENT;
-    manager.systemError("text");
-    UT_String messages;
-    manager.getErrorMessages(messages, UT_ERROR_NONE, /*prefixes=*/1);
 }
 
 static void
@@ -170,54 +142,11 @@ reopenAFile(ut_World &world)
 }
 
 static void
-readGzip(ut_World &world)
-{
-    UT_IFStream file(world.dir.path("text.gz").c_str(), UT_ISTREAM_ASCII);
-    UT_IGZStream in(file);
-    const std::unique_ptr<UT_IStream> part(in.getSubStream(100, 1000));
-    UT_WorkBuffer text;
-    part->getAll(text);
-}
-
-// Endless, and a place to be killed wherever it is asked for more.
-class ut_KillableSource : public std::streambuf
-{
-protected:
-    int_type underflow() override
-    {
-        pthread_testcancel();
-        setg(&myLine[0], &myLine[0], &myLine[4]);
-        return myLine[0];
-    }
-
-private:
-    char myLine[4] = {'a', 'b', 'c', '\n'};
-};
-
-static void
-readAStandardStream(ut_World &)
-{
-    ut_KillableSource source;
-    std::istream stream(&source);
-    UT_IStream in(stream, UT_ISTREAM_ASCII);
-    UT_WorkBuffer line;
-    for (int i = 0; i < 1000; ++i)
-        in.getLine(line);
-}
-
-static void
 useATemporaryFile(ut_World &)
 {
     UT_TempFile file("killed");
     fputs("text", file.getFile());
     file.close();
-}
-
-static void
-useATemporaryStream(ut_World &)
-{
-    const std::unique_ptr<std::iostream> stream = UTtmpStream();
-    *stream << "text" << std::flush;
 }
 
 static void
@@ -228,13 +157,6 @@ takeALock(ut_World &world)
         world.lock.lockLW();
         const std::lock_guard<UT_Lock> guard(world.lock, std::adopt_lock);
     }
-}
-
-static void
-waitForALock(ut_World &)
-{
-    UT_DebugLock lock("worker", /*initiallyLocked=*/1);
-    lock.lockNap(/*tries=*/1);
 }
 
 [[maybe_unused]] static void
@@ -253,16 +175,6 @@ useWorkers(ut_World &)
     set.getThread(0)->waitThread(1);
 }
 
-[[maybe_unused]] static void
-askTheSystem(ut_World &)
-{
-    UT_SysResource().update(false);
-    getProcMemUsage();
-    parse_cpuinfo_for_nprocs();
-    UT_String home("~root");
-    home.expandVariables();
-}
-
 struct ut_Family
 {
     const char *name;
@@ -270,22 +182,15 @@ struct ut_Family
 };
 
 // The thread checker gives up where a killed thread was waiting for another
-// one, and waits for itself where the C library looks up users.
+// one.
 static const ut_Family theFamilies[] = {
-    {"Exchange",                exchange               },
-    {"ExchangeWithoutBlocking", exchangeWithoutBlocking},
-    {"LogAnError",              logAnError             },
-    {"AddErrors",               addErrors              },
-    {"ReopenAFile",             reopenAFile            },
-    {"ReadGzip",                readGzip               },
-    {"ReadAStandardStream",     readAStandardStream    },
-    {"UseATemporaryFile",       useATemporaryFile      },
-    {"UseATemporaryStream",     useATemporaryStream    },
-    {"TakeALock",               takeALock              },
-    {"WaitForALock",            waitForALock           },
+    {"Exchange",          exchange         },
+    {"LogAnError",        logAnError       },
+    {"ReopenAFile",       reopenAFile      },
+    {"UseATemporaryFile", useATemporaryFile},
+    {"TakeALock",         takeALock        },
 #ifndef __SANITIZE_THREAD__
-    {"UseWorkers",              useWorkers             },
-    {"AskTheSystem",            askTheSystem           },
+    {"UseWorkers",        useWorkers       },
 #endif
 };
 

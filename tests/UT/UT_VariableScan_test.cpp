@@ -148,16 +148,6 @@ TEST(UT_VariableScan, SubstitutionsAreHeldToTheLengthOfTheirResult)
     }
 }
 
-// The tail of a path ignores the texts that a substitution would take.
-TEST(UT_VariableScan, OtherModifiersAreNotHeldToALength)
-{
-    ValdrinSetenv("V", (std::string(2000, 'x') + "/Some").c_str());
-    UT_WorkBuffer out;
-    const std::string text = "$V:ts/S/" + std::string(1000, 'n') + "/";
-    UTVariableScan(out, text.c_str(), nullptr, nullptr, true, true);
-    EXPECT_STREQ("Some", out.buffer());
-}
-
 TEST(UT_VariableScan, StringsExpandFromTheEnvironment)
 {
     ValdrinSetenv("VALDRIN8_COMPATIBILITY", "1");

@@ -130,33 +130,6 @@ TEST(UT_WorkBufferLine, CommandsSkipBlankLinesButNotInFiles)
     EXPECT_STREQ("echo", line.buffer());
 }
 
-TEST(UT_WorkBufferLine, StreamsThatThrowLoseNoLine)
-{
-    const std::ios::iostate throws =
-        std::ios::eofbit | std::ios::failbit | std::ios::badbit;
-    std::istringstream lines("first\nlast");
-    std::istringstream commands("one\n\ntwo");
-    lines.exceptions(throws);
-    commands.exceptions(throws);
-    UT_WorkBuffer line;
-    UT_WorkArgs args;
-    int count = 0;
-    for (const char *text : {"first", "last"})
-    {
-        EXPECT_TRUE(line.getline(lines)) << text;
-        EXPECT_STREQ(text, line.buffer());
-    }
-    EXPECT_FALSE(line.getline(lines));
-    for (const char *text : {"one", "two"})
-    {
-        EXPECT_TRUE(line.cmdGetLine(commands, args, count, "#", " ")) << text;
-        EXPECT_STREQ(text, args[0]);
-    }
-    EXPECT_FALSE(line.cmdGetLine(commands, args, count, "#", " "));
-    EXPECT_EQ(3, count);
-    EXPECT_EQ(throws, commands.exceptions()); // for others who read it
-}
-
 TEST(UT_WorkBufferWord, CommentsStartOutsideQuotes)
 {
     static const struct

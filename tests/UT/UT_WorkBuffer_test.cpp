@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cstring>
+#include <initializer_list>
 #include <random>
 #include <string>
 
@@ -90,172 +91,78 @@ TEST(UT_WorkBuffer, FormattedTextsEndAtANulOrAFailure)
     }
 }
 
-TEST(UT_WorkBuffer, ATextAloneLeavesSixteenBytesOfTheStorage)
-{
-    static const struct
-    {
-        size_t length;
-        int capacity;
-    } theCases[] = {
-        {0,    2000},
-        {1983, 2000},
-        {1984, 4000},
-        {3967, 4000},
-        {3968, 8000},
-    };
-    for (const auto &row : theCases)
-    {
-        UT_WorkBuffer buffer;
-        buffer.append("the old text");
-        const std::string text(row.length, 'x');
-        EXPECT_EQ(int(row.length), buffer.sprintf("%s", text.c_str()));
-        EXPECT_EQ(text, utText(buffer)) << row.length;
-        EXPECT_EQ(row.capacity, buffer.capacity()) << row.length;
-    }
-}
-
-// A format of random conversions of an int, a text, a long, a text, a double
-// and a long long, in this order, with random texts between them.
-static std::string
-utRandomFormat(std::mt19937 &random)
-{
-    static const char *const theFlags[] = {"",  "",   "",  "-", "0",
-                                           "+", "-0", "#", "'"};
-    static const char *const theWidths[] = {"",  "",   "1",   "3",
-                                            "7", "40", "2100"};
-    static const char *const thePrecisions[] = {"", "", "", ".0", ".2", ".9"};
-    static const char *const theTexts[] = {"", "", "/", "%%", "n", "a text "};
-    static const char *const theConversions[][6] = {
-        {"d",   "i",   "u",   "x",   "X",   "c"  },
-        {"s",   "s",   "s",   "s",   "s",   "s"  },
-        {"ld",  "li",  "lu",  "zx",  "lX",  "zd" },
-        {"s",   "s",   "s",   "s",   "s",   "s"  },
-        {"g",   "f",   "e",   "g",   "a",   "G"  },
-        {"lld", "lli", "llu", "llx", "llX", "llo"},
-    };
-    const auto any = [&random](const auto &texts)
-    { return texts[random() % std::size(texts)]; };
-    std::string format = any(theTexts);
-    for (const auto &conversions : theConversions)
-        if (random() % 8 == 0)
-            return format; // the arguments that are left over do not matter
-        else
-            format = format + '%' + any(theFlags) + any(theWidths) +
-                     any(thePrecisions) + any(conversions) + any(theTexts);
-    return format;
-}
-
-// Through a pointer: the compiler wants constant formats elsewhere.
-static int (*const theFormatter)(char *, size_t, const char *, va_list) =
-    vsnprintf;
-static int (UT_WorkBuffer::*const theReplacer)(const char *, va_list) =
-    &UT_WorkBuffer::vsprintf;
+// Through pointers: the compiler wants constant formats elsewhere.
+static int (*const thePrinter)(char *, size_t, const char *, ...) = snprintf;
+static int (UT_WorkBuffer::*const theReplacer)(const char *, ...) =
+    &UT_WorkBuffer::sprintf;
 static int (UT_WorkBuffer::*const theAppender)(const char *, ...) =
     &UT_WorkBuffer::appendSprintf;
 
-static int
-utReplace(UT_WorkBuffer &buffer, const char *format, ...)
+template <class T>
+static void
+utExpectFormat(const std::string &format, T value)
 {
-    va_list args;
-    va_start(args, format);
-    const int length = (buffer.*theReplacer)(format, args);
-    va_end(args);
-    return length;
+    SCOPED_TRACE(testing::Message() << format << " of " << value);
+    const char *const f = format.c_str();
+    char expected[6000]; // %c may write a NUL
+    const int length =
+        thePrinter(expected, sizeof(expected), f, "a", value, "z");
+    UT_WorkBuffer buffer;
+    buffer.append("ab");
+    EXPECT_EQ(length, (buffer.*theAppender)(f, "a", value, "z"));
+    EXPECT_EQ(std::string("ab") + expected, utText(buffer));
+    EXPECT_EQ(length, (buffer.*theReplacer)(f, "a", value, "z"));
+    EXPECT_EQ(expected, utText(buffer));
 }
 
-static std::string
-utExpectedFormat(const char *format, ...)
+// Each conversion in each form, between others.
+template <class T>
+static void
+utExpectFormats(
+    std::initializer_list<const char *> conversions,
+    std::initializer_list<T> values)
 {
-    std::string text(20000, '\0');
-    va_list args;
-    va_start(args, format);
-    const int length = theFormatter(&text[0], text.size(), format, args);
-    va_end(args);
-    EXPECT_GE(length, 0) << format;
-    text.resize(size_t(length));
-    return text;
+    for (const std::string conversion : conversions)
+        for (const std::string flags : {"", "-", "0", "+", "-0", "#", "'"})
+            for (const std::string width : {"", "1", "7", "2100"})
+                for (const std::string precision : {"", ".0", ".2", ".9"})
+                    for (const T value : values)
+                        utExpectFormat(
+                            "%s" + ("%" + flags + width) + precision +
+                                conversion + "%%|%s/",
+                            value);
 }
 
 TEST(UT_WorkBuffer, FormatsAsTheLibraryDoes)
 {
-    static const int64 theNumbers[] = {0,       1,         -1,       42,
-                                       -12345,  INT_MAX,   INT_MIN,  'c',
-                                       1 << 20, INT64_MAX, INT64_MIN};
-    const std::string theLongText(3000, 'x');
-    const char *const theTexts[] = {
-        "", "a", "geo1", "a text\xe4\xb8", nullptr, theLongText.c_str()};
-    std::mt19937 random(1);
-    for (int round = 0; round < 20000; ++round)
-    {
-        const std::string format = utRandomFormat(random);
-        const int64 number = theNumbers[random() % std::size(theNumbers)];
-        const char *const first = theTexts[random() % std::size(theTexts)];
-        const char *const second = theTexts[random() % std::size(theTexts)];
-        SCOPED_TRACE(testing::Message() << format << " of " << number);
-        const char *const f = format.c_str();
-        const int i32 = int(number);
-        const long word = long(number);
-        const double real = double(number) / 8;
-        const long long i64 = number;
-        const std::string expected =
-            utExpectedFormat(f, i32, first, word, second, real, i64);
-        const int length = int(expected.size());
-        const std::string shown(expected.c_str()); // %c may have written a NUL
-
-        UT_WorkBuffer replaced;
-        for (int time = 0; time < 2; ++time) // the second replaces the first
-        {
-            EXPECT_EQ(
-                length,
-                utReplace(replaced, f, i32, first, word, second, real, i64));
-            EXPECT_EQ(shown, utText(replaced));
-        }
-        UT_WorkBuffer appended;
-        appended.append("ab");
-        EXPECT_EQ(
-            length,
-            (appended.*theAppender)(f, i32, first, word, second, real, i64));
-        EXPECT_EQ("ab" + shown, utText(appended));
-        ASSERT_FALSE(HasFailure());
-    }
+    const std::string longText(3000, 'x');
+    utExpectFormats<int>(
+        {"d", "i", "u", "x", "X", "c"},
+        {0, 1, -1, 42, -12345, 'c', INT_MIN, INT_MAX});
+    utExpectFormats<long>(
+        {"ld", "li", "lu", "zx", "lX", "zd"},
+        {0, 1, -1, 42, -12345, LONG_MIN, LONG_MAX});
+    utExpectFormats<long long>(
+        {"lld", "lli", "llu", "llx", "llX", "llo"},
+        {0, 1, -1, 42, -12345, LLONG_MIN, LLONG_MAX});
+    utExpectFormats<double>(
+        {"f", "e", "g", "a", "G"}, {0, 0.125, -5.25, 12345, 1e18, -1e18});
+    utExpectFormats<const char *>(
+        {"s"}, {nullptr, "", "a", "geo1", "a text\xe4\xb8", longText.c_str()});
 }
 
 TEST(UT_WorkBuffer, ConversionsThatOnlyTheLibraryKnowsCountAllThatIsWritten)
 {
     UT_WorkBuffer buffer;
-    EXPECT_EQ(4, utReplace(buffer, "%2$s%1$s", "ab", "cd"));
+    EXPECT_EQ(4, (buffer.*theReplacer)("%2$s%1$s", "ab", "cd"));
     EXPECT_EQ("cdab", utText(buffer));
-    EXPECT_EQ(9, utReplace(buffer, "%s %*d", "abc", 5, 42));
+    EXPECT_EQ(9, (buffer.*theReplacer)("%s %*d", "abc", 5, 42));
     EXPECT_EQ("abc    42", utText(buffer));
     char writable[] = "%s%d%nx";
     int stored = 0;
-    EXPECT_EQ(6, utReplace(buffer, writable, "abc", 42, &stored));
+    EXPECT_EQ(6, (buffer.*theReplacer)(writable, "abc", 42, &stored));
     EXPECT_EQ(5, stored);
     EXPECT_EQ("abc42x", utText(buffer));
-}
-
-TEST(UT_WorkBuffer, ProtectedTextsReadBackAsOneWord)
-{
-    static const struct
-    {
-        const char *text;
-        const char *word;
-    } theCases[] = {
-        {nullptr,       "\"\""           },
-        {"",            "\"\""           },
-        {"a b\"c",      "\"a b\\\"c\""   },
-        {"a\r\\\"\xA0", "a\r\\\\\\\"\xA0"},
-    };
-    UT_WorkBuffer buffer;
-    for (const auto &row : theCases)
-    {
-        buffer.clear();
-        buffer.protectedStrcat(row.text);
-        EXPECT_EQ(row.word, utText(buffer)) << (row.text ? row.text : "null");
-    }
-    buffer.sprintf("abc");
-    buffer.protectedStrcat(buffer.buffer(), /*forceQuotes=*/true);
-    EXPECT_EQ("abc\"abc\"", utText(buffer));
 }
 
 TEST(UT_WorkBuffer, NullsAndWhatIsTooLongAreDropped)

@@ -135,30 +135,17 @@ class Test(unittest.TestCase):
             self.assertEqual(host.ask("GetStashedString"), "")
             self.expect_end(host, status=0)
 
-    def test_integers_of_32_bits_are_ports(self):
-        with Host() as host:
-            for port in (0, -1, 2**31 - 1, -(2**31)):
-                self.assertEqual(host.ask("SetSocketPortNum", port), "")
-
     def test_frames_that_cannot_be_trusted_end_the_host(self):
         good = b'{"id":7,"method":"Run","args":["x"]}'
-        deep = b'{"id":7,"method":"Run","args":' + b"[" * 8 + b"]" * 8 + b"}"
         # What else cannot be read is tested by the fuzz entry.
         for name, data in (
             ("no bytes", frame(b"")),
             ("one byte too many", struct.pack("=I", (8 << 20) + 1)),
             ("far too many bytes", b"\xff\xff\xff\xff"),
             ("no JSON", frame(b"x")),
-            ("half an object", frame(good[:-1])),
-            ("a NUL after the object", frame(good + b"\0")),
-            ("a byte order mark", frame(b"\xef\xbb\xbf" + good)),
-            ("a stray byte", frame(good.replace(b"x", b"\xe9"))),
-            ("an escape of its own", frame(good.replace(b"x", b"\\ud80"))),
-            ("nested 9 deep", frame(deep)),
             ("nested as deep as can be", frame(b"[" * (8 << 20))),
             ("the id twice", frame(good.replace(b"{", b'{"id":7,'))),
             ("args twice", frame(good.replace(b"{", b'{"args":[],'))),
-            ("no id", frame(good.replace(b'"id"', b'"di"'))),
         ):
             with self.subTest(name), Host() as host:
                 host.write(data)
@@ -248,18 +235,6 @@ class Test(unittest.TestCase):
             host.write(frame(request("GetStashedString")))
             self.assertEqual(host.wait(), 1)
             self.assertIn(b"Broken pipe", host.process.stderr.read())
-
-    def test_signals_that_were_left_blocked(self):
-        blocked = {signal.SIGTERM}
-
-        def block():
-            signal.signal(signal.SIGTERM, signal.SIG_IGN)
-            signal.pthread_sigmask(signal.SIG_BLOCK, blocked)
-
-        with Host(preexec_fn=block) as host:
-            self.assertEqual(host.ask("GetStashedString"), "")
-            host.process.send_signal(signal.SIGTERM)
-            self.assertEqual(host.wait(), 0)
 
     # ---- The library
 

@@ -4,8 +4,6 @@
 #include "ut_ComponentSlots.h"
 #include "ut_LoopbackServer.h"
 
-#include "component/nsGenericModule.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -66,14 +64,13 @@ struct ut_StandInManager final
 };
 
 // The module, its factory and two instances, of which one is asked and the
-// other one changes what both share. The parameter is `theStackOff`.
-class Component : public ::testing::TestWithParam<uint32_t>
+// other one changes what both share.
+class Component : public ::testing::Test
 {
 protected:
     Component()
     {
-        theStackOff = GetParam();
-        EXPECT_EQ(UT_OK, utCallOff(NSGetModule, nullptr, nullptr, &module));
+        EXPECT_EQ(UT_OK, NSGetModule(nullptr, nullptr, &module));
         EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &factory));
         EXPECT_EQ(UT_OK, create(nullptr, theConnectionID, &object));
         EXPECT_EQ(UT_OK, create(nullptr, theSupportsID, &other));
@@ -125,7 +122,7 @@ protected:
 
 } // namespace
 
-TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
+TEST_F(Component, RequestsAreEnvelopesThatEndInANul)
 {
     const struct
     {
@@ -163,7 +160,7 @@ TEST_P(Component, RequestsAreEnvelopesThatEndInANul)
         server.request(connection + 1));
 }
 
-TEST_P(Component, TheStashIsOnePrivateCopy)
+TEST_F(Component, TheStashIsOnePrivateCopy)
 {
     EXPECT_EQ("", get(object, UT_GET_STASHED));
     char text[] = "first\xff";
@@ -184,7 +181,7 @@ TEST_P(Component, TheStashIsOnePrivateCopy)
     EXPECT_DEATH(utCall(object, UT_GET_STASHED, nullptr), "");
 }
 
-TEST_P(Component, ObjectsAnswerForTheirInterfacesOnly)
+TEST_F(Component, ObjectsAnswerForTheirInterfacesOnly)
 {
     void *const info = query(factory, theClassInfoID);
     const struct
@@ -209,7 +206,7 @@ TEST_P(Component, ObjectsAnswerForTheirInterfacesOnly)
         EXPECT_EQ(row.face, query(row.asked, row.iid)) << row.what;
 }
 
-TEST_P(Component, RefusalsLeaveANullResult)
+TEST_F(Component, RefusalsLeaveANullResult)
 {
     void *face = object;
     EXPECT_EQ(UT_NO_AGGREGATION, create(module, theConnectionID, &face));
@@ -229,7 +226,7 @@ TEST_P(Component, RefusalsLeaveANullResult)
     EXPECT_EQ(0, answer);
 }
 
-TEST_P(Component, ClassInfoReportsTheRecord)
+TEST_F(Component, ClassInfoReportsTheRecord)
 {
     void *const info = query(factory, theClassInfoID);
     uint32_t number = 77;
@@ -267,7 +264,7 @@ TEST_P(Component, ClassInfoReportsTheRecord)
 }
 
 // Deliberate: each request makes a factory, and the class info ends with any.
-TEST_P(Component, AnyFactorysDeathTakesTheClassInfo)
+TEST_F(Component, AnyFactorysDeathTakesTheClassInfo)
 {
     void *younger = nullptr;
     EXPECT_EQ(UT_OK, classObject(theClassID, theFactoryID, &younger));
@@ -276,7 +273,7 @@ TEST_P(Component, AnyFactorysDeathTakesTheClassInfo)
     EXPECT_EQ(nullptr, query(object, theClassInfoID));
 }
 
-TEST_P(Component, TheRegistrarHasTheLastWordOnRegistration)
+TEST_F(Component, TheRegistrarHasTheLastWordOnRegistration)
 {
     // Slot 4 is RegisterSelf(), 5 is UnregisterSelf().
     const std::string cid = theClassID;
@@ -291,87 +288,3 @@ TEST_P(Component, TheRegistrarHasTheLastWordOnRegistration)
     EXPECT_EQ(UT_OK, utCall(module, 5, &manager, "here.so", "loader"));
     EXPECT_EQ(cid + " here.so", manager.lastCall);
 }
-
-// A module of one class, which records what is done to it.
-
-static int theConstructions;
-static int theDestructions;
-
-static nsresult
-utRefuse(nsISupports *, const nsID &, void **)
-{
-    return UT_FAILURE;
-}
-
-static nsresult
-utConstruct(nsIModule *)
-{
-    ++theConstructions;
-    return UT_OK;
-}
-
-static nsresult
-utFail(nsIModule *)
-{
-    ++theConstructions;
-    return UT_FAILURE;
-}
-
-static void
-utDestruct(nsIModule *)
-{
-    ++theDestructions;
-}
-
-TEST(GenericModule, ItsDestructorFollowsAConstructorThatWorked)
-{
-    ut_StandInManager manager;
-    const struct
-    {
-        const char *what;
-        nsModuleConstructorProc constructor;
-        uint32_t answer; // for each of two class objects
-        int constructions;
-        int destructions;
-    } cases[] = {
-        {"works", utConstruct, UT_OK,      1, 1},
-        {"none",  nullptr,     UT_OK,      0, 1},
-        {"fails", utFail,      UT_FAILURE, 2, 0},
-    };
-    for (const auto &row : cases)
-    {
-        SCOPED_TRACE(row.what);
-        theConstructions = 0;
-        theDestructions = 0;
-        nsModuleComponentInfo component = {};
-        memcpy(&component.cid, theClassID, sizeof(component.cid));
-        component.constructor = utRefuse;
-        const nsModuleInfo info = {
-            NS_MODULEINFO_VERSION, "Module",        &component,
-            /*count=*/1,           row.constructor, utDestruct};
-        nsIModule *module = nullptr;
-        ASSERT_EQ(UT_OK, NS_NewGenericModule2(&info, &module));
-        for (int i = 0; i < 2; ++i)
-        {
-            void *factory = nullptr;
-            EXPECT_EQ(
-                row.answer,
-                utCall(
-                    module, 3, &manager, theClassID, theFactoryID, &factory));
-            if (factory)
-                utCall(factory, UT_RELEASE);
-        }
-        EXPECT_EQ(0U, utCall(module, UT_RELEASE));
-        EXPECT_EQ(row.constructions, theConstructions);
-        EXPECT_EQ(row.destructions, theDestructions);
-        EXPECT_EQ(0U, manager.references);
-    }
-}
-
-#ifdef __i386__
-static const auto theStacks = ::testing::Values(0, 4, 8, 12);
-#else
-static const auto theStacks = ::testing::Values(0);
-#endif
-INSTANTIATE_TEST_SUITE_P(
-    StackOff, Component, theStacks, ::testing::PrintToStringParamName());

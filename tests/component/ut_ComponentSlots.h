@@ -4,8 +4,6 @@
 
 #pragma once
 
-#include "ut_StackOff.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -63,6 +61,5 @@ uint32_t
 utCall(void *object, size_t slot, Arguments... arguments)
 {
     using Function = uint32_t (*)(void *, Arguments...);
-    return utCallOff(
-        (*static_cast<Function **>(object))[slot], object, arguments...);
+    return (*static_cast<Function **>(object))[slot](object, arguments...);
 }

@@ -6,12 +6,13 @@
 
 #include "ut_Faults.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <tuple>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -23,6 +24,7 @@
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #define UT_SHOWN __attribute__((visibility("default")))
@@ -44,15 +46,6 @@ static __thread int thePauses __attribute__((tls_model("initial-exec"))) = 0;
 
 // ---- Whether the fault strikes
 
-// Stops in a debugger at the fault, if one is set here.
-extern "C" UT_SHOWN __attribute__((noinline)) void
-utFaultStrikes()
-{
-    theHasStruck = true;
-    if (theReport >= 0)
-        (void)!::write(theReport, "!", 1);
-}
-
 static bool
 utIsStruck(ut_FaultCall call)
 {
@@ -60,44 +53,23 @@ utIsStruck(ut_FaultCall call)
         call != theFault.call)
         return false;
     const unsigned number = ++theCalls;
-    const bool isLater =
-        theFault.kind == UT_FAULT_LASTS && number > theFault.number;
-    if (number != theFault.number && !isLater)
+    const bool isLater = number > theFault.number;
+    if (number < theFault.number ||
+        (isLater && theFault.kind != UT_FAULT_LASTS))
         return false;
-    ++thePauses;
-    utFaultStrikes();
-    --thePauses;
+    theHasStruck = true; // a place for a debugger to stop at
+    if (theReport >= 0 && !isLater)
+        syscall(SYS_write, theReport, "!", 1);
     return true;
 }
 
-// Whether a call fails that can only do so; errno is then set.
+// Whether a call fails; errno is then set.
 static bool
 utFails(ut_FaultCall call, int error)
 {
     if (!utIsStruck(call))
         return false;
     errno = theFault.kind == UT_FAULT_IS_INTERRUPTED ? EINTR : error;
-    return true;
-}
-
-// The same for one that transfers `count` bytes, which may become fewer.
-static bool
-utTransferFails(
-    ut_FaultCall call, int descriptor, int error, int socketError,
-    size_t &count)
-{
-    if (!utIsStruck(call))
-        return false;
-    if (theFault.kind == UT_FAULT_IS_CUT)
-    {
-        count = count ? 1 : 0;
-        return false;
-    }
-    struct stat facts;
-    const bool isSocket = !fstat(descriptor, &facts) && S_ISSOCK(facts.st_mode);
-    errno = theFault.kind == UT_FAULT_IS_INTERRUPTED ? EINTR
-            : isSocket                               ? socketError
-                                                     : error;
     return true;
 }
 
@@ -201,22 +173,6 @@ aligned_alloc(size_t alignment, size_t size) noexcept
     return utCounted(__libc_memalign(alignment, size));
 }
 
-extern "C" UT_SHOWN void *
-memalign(size_t alignment, size_t size) noexcept
-{
-    return aligned_alloc(alignment, size);
-}
-
-extern "C" UT_SHOWN int
-posix_memalign(void **block, size_t alignment, size_t size) noexcept
-{
-    void *const found = aligned_alloc(alignment, size);
-    if (!found)
-        return ENOMEM;
-    *block = found;
-    return 0;
-}
-
 extern "C" UT_SHOWN void
 free(void *block) noexcept
 {
@@ -226,16 +182,6 @@ free(void *block) noexcept
 }
 
 // ---- All others
-
-// Defines `result name parameters`, which fails with `failure` and `error` and
-// otherwise calls the C library's function with `arguments`.
-#define UT_CALL(call, result, name, parameters, arguments, failure, error) \
-    extern "C" UT_SHOWN result name parameters                             \
-    {                                                                      \
-        if (utFails(call, error))                                          \
-            return failure;                                                \
-        return utReal<result parameters>(#name) arguments;                 \
-    }
 
 // The next function of that name after this layer's.
 template <class Function>
@@ -252,42 +198,116 @@ utReal(const char *name)
     return found.function;
 }
 
-#define UT_TRANSFER(                                               \
-    call, result, name, parameters, arguments, error, socketError) \
-    extern "C" UT_SHOWN result name parameters                     \
-    {                                                              \
-        if (utTransferFails(call, fd, error, socketError, count))  \
-            return -1;                                             \
-        return utReal<result parameters>(#name) arguments;         \
+// Leaves one byte of a transfer; others are not cut.
+[[maybe_unused]] static void
+utCut(int, const void *, size_t &count, int = 0)
+{
+    count = std::min<size_t>(count, 1);
+}
+
+[[maybe_unused]] static void
+utCut(...)
+{
+}
+
+// What a function of the C library takes and returns, without its attributes.
+#pragma GCC diagnostic ignored "-Wignored-attributes"
+template <class Function>
+struct ut_Call;
+
+template <class Value, bool isQuiet, class... Parameters>
+struct ut_Call<Value(Parameters...) noexcept(isQuiet)>
+{
+    using Result = Value;
+    template <size_t index>
+    using Parameter = std::tuple_element_t<index, std::tuple<Parameters...>>;
+    static constexpr bool throwsNothing = isQuiet;
+
+    // Nothing fails within the C library: its first look-ups of a process crash
+    // or hang without memory. Its calls fail as a whole instead.
+    static Result call(
+        ut_FaultCall group, const char *name, Result failure, int error,
+        Parameters... arguments)
+    {
+        if (utFails(group, error))
+        {
+            if (theFault.kind != UT_FAULT_IS_CUT)
+                return failure;
+            utCut(arguments...);
+        }
+        const ut_FaultPause pause;
+        return utReal<Result(Parameters...)>(name)(arguments...);
     }
+};
 
-UT_TRANSFER(
-    UT_FAULT_READ, ssize_t, read, (int fd, void *bytes, size_t count),
-    (fd, bytes, count), EIO, ECONNRESET)
-UT_TRANSFER(
-    UT_FAULT_READ, ssize_t, recv,
-    (int fd, void *bytes, size_t count, int flags), (fd, bytes, count, flags),
-    EIO, ECONNRESET)
-UT_TRANSFER(
-    UT_FAULT_WRITE, ssize_t, write, (int fd, const void *bytes, size_t count),
-    (fd, bytes, count), ENOSPC, ENOBUFS)
-UT_TRANSFER(
-    UT_FAULT_WRITE, ssize_t, send,
-    (int fd, const void *bytes, size_t count, int flags),
-    (fd, bytes, count, flags), ENOSPC, ENOBUFS)
+// UT_CALL2(group, failure, error, name) defines a function of two parameters as
+// the headers declare it. It returns `failure` and sets `error` when it fails.
+#define UT_PARAMETER(name, index) ut_Call<decltype(name)>::Parameter<index>
+#define UT_CALL(group, failure, error, name, parameters, ...)       \
+    extern "C" UT_SHOWN ut_Call<decltype(name)>::Result name        \
+        parameters noexcept(ut_Call<decltype(name)>::throwsNothing) \
+    {                                                               \
+        return ut_Call<decltype(name)>::call(                       \
+            group, #name, failure, error, __VA_ARGS__);             \
+    }
+#define UT_CALL1(group, failure, error, name) \
+    UT_CALL(group, failure, error, name, (UT_PARAMETER(name, 0) a), a)
+#define UT_CALL2(group, failure, error, name) \
+    UT_CALL(                                  \
+        group, failure, error, name,          \
+        (UT_PARAMETER(name, 0) a, UT_PARAMETER(name, 1) b), a, b)
+#define UT_CALL3(group, failure, error, name)              \
+    UT_CALL(                                               \
+        group, failure, error, name,                       \
+        (UT_PARAMETER(name, 0) a, UT_PARAMETER(name, 1) b, \
+         UT_PARAMETER(name, 2) c),                         \
+        a, b, c)
+#define UT_CALL4(group, failure, error, name)               \
+    UT_CALL(                                                \
+        group, failure, error, name,                        \
+        (UT_PARAMETER(name, 0) a, UT_PARAMETER(name, 1) b,  \
+         UT_PARAMETER(name, 2) c, UT_PARAMETER(name, 3) d), \
+        a, b, c, d)
+#define UT_CALL5(group, failure, error, name)              \
+    UT_CALL(                                               \
+        group, failure, error, name,                       \
+        (UT_PARAMETER(name, 0) a, UT_PARAMETER(name, 1) b, \
+         UT_PARAMETER(name, 2) c, UT_PARAMETER(name, 3) d, \
+         UT_PARAMETER(name, 4) e),                         \
+        a, b, c, d, e)
 
-UT_CALL(
-    UT_FAULT_OPEN, FILE *, fopen, (const char *path, const char *mode),
-    (path, mode), nullptr, EMFILE)
-UT_CALL(
-    UT_FAULT_OPEN, FILE *, fopen64, (const char *path, const char *mode),
-    (path, mode), nullptr, EMFILE)
-UT_CALL(
-    UT_FAULT_OPEN, FILE *, fdopen, (int fd, const char *mode) noexcept,
-    (fd, mode), nullptr, ENOMEM)
-UT_CALL(
-    UT_FAULT_OPEN, int, mkostemp, (char *name, int flags), (name, flags), -1,
-    EMFILE)
+UT_CALL3(UT_FAULT_READ, -1, EIO, read)
+UT_CALL4(UT_FAULT_READ, -1, ECONNRESET, recv)
+UT_CALL3(UT_FAULT_WRITE, -1, ENOSPC, write)
+UT_CALL4(UT_FAULT_WRITE, -1, ENOBUFS, send)
+UT_CALL2(UT_FAULT_OPEN, nullptr, EMFILE, fopen)
+UT_CALL2(UT_FAULT_OPEN, nullptr, EMFILE, fopen64)
+UT_CALL2(UT_FAULT_OPEN, nullptr, ENOMEM, fdopen)
+UT_CALL2(UT_FAULT_OPEN, -1, EMFILE, mkostemp)
+UT_CALL2(UT_FAULT_FILE, -1, EIO, stat64)
+UT_CALL3(UT_FAULT_FILE, -1, EINVAL, lseek64)
+UT_CALL1(UT_FAULT_FILE, -1, EBUSY, unlink)
+UT_CALL2(UT_FAULT_FILE, -1, ENOSPC, mkdir)
+UT_CALL3(UT_FAULT_SOCKET, -1, EMFILE, socket)
+UT_CALL3(UT_FAULT_SOCKET, -1, EADDRINUSE, bind)
+UT_CALL2(UT_FAULT_SOCKET, -1, EADDRINUSE, listen)
+UT_CALL4(UT_FAULT_CONNECT, -1, ECONNABORTED, accept4)
+UT_CALL5(UT_FAULT_WAIT, -1, ENOMEM, select)
+UT_CALL3(UT_FAULT_WAIT, -1, ENOMEM, poll)
+UT_CALL3(UT_FAULT_WAIT, ETIMEDOUT, 0, pthread_cond_timedwait) // ends early
+UT_CALL5(UT_FAULT_OPTIONS, -1, ENOBUFS, getsockopt)
+UT_CALL5(UT_FAULT_OPTIONS, -1, ENOBUFS, setsockopt)
+UT_CALL3(UT_FAULT_OPTIONS, -1, ENOBUFS, getsockname)
+UT_CALL3(UT_FAULT_OPTIONS, -1, ENOBUFS, getpeername)
+UT_CALL2(UT_FAULT_OPTIONS, -1, ENOTCONN, shutdown)
+UT_CALL3(UT_FAULT_PAGES, -1, ENOMEM, madvise)
+UT_CALL4(UT_FAULT_THREAD, EAGAIN, 0, pthread_create)
+UT_CALL1(UT_FAULT_LOOK_UP, nullptr, ENOMEM, gethostbyname)
+UT_CALL3(UT_FAULT_LOOK_UP, nullptr, ENOMEM, gethostbyaddr)
+UT_CALL2(UT_FAULT_LOOK_UP, nullptr, ENOMEM, getservbyname)
+UT_CALL4(UT_FAULT_LOOK_UP, EAI_AGAIN, ENOMEM, getaddrinfo)
+UT_CALL1(UT_FAULT_LOOK_UP, nullptr, ENOMEM, getpwuid)
+UT_CALL5(UT_FAULT_LOOK_UP, ENOMEM, 0, getpwnam_r)
 
 // The mode is there only when a file may be created.
 #define UT_OPEN(name)                                                         \
@@ -309,44 +329,17 @@ UT_CALL(
 UT_OPEN(open)
 UT_OPEN(open64)
 
-// A failed close has closed.
 extern "C" UT_SHOWN int
-close(int fd)
+fcntl(int fd, int command, ...)
 {
-    const int result = utReal<int(int)>("close")(fd);
-    return utFails(UT_FAULT_CLOSE, EIO) ? -1 : result;
+    if (utFails(UT_FAULT_OPTIONS, ENOMEM))
+        return -1;
+    va_list more;
+    va_start(more, command);
+    void *const argument = va_arg(more, void *);
+    va_end(more);
+    return utReal<int(int, int, ...)>("fcntl")(fd, command, argument);
 }
-
-extern "C" UT_SHOWN int
-fclose(FILE *file)
-{
-    const int result = utReal<int(FILE *)>("fclose")(file);
-    return utFails(UT_FAULT_CLOSE, ENOSPC) ? EOF : result;
-}
-
-UT_CALL(
-    UT_FAULT_FILE, int, stat64,
-    (const char *path, struct stat64 *facts) noexcept, (path, facts), -1, EIO)
-UT_CALL(
-    UT_FAULT_FILE, off64_t, lseek64,
-    (int fd, off64_t offset, int whence) noexcept, (fd, offset, whence), -1,
-    EINVAL)
-UT_CALL(
-    UT_FAULT_FILE, int, unlink, (const char *path) noexcept, (path), -1, EBUSY)
-UT_CALL(
-    UT_FAULT_FILE, int, mkdir, (const char *path, mode_t mode) noexcept,
-    (path, mode), -1, ENOSPC)
-
-UT_CALL(
-    UT_FAULT_SOCKET, int, socket, (int family, int type, int protocol) noexcept,
-    (family, type, protocol), -1, EMFILE)
-UT_CALL(
-    UT_FAULT_SOCKET, int, bind,
-    (int fd, const sockaddr *address, socklen_t length) noexcept,
-    (fd, address, length), -1, EADDRINUSE)
-UT_CALL(
-    UT_FAULT_SOCKET, int, listen, (int fd, int backlog) noexcept, (fd, backlog),
-    -1, EADDRINUSE)
 
 // One that is interrupted goes on in the background.
 extern "C" UT_SHOWN int
@@ -363,110 +356,17 @@ connect(int fd, const sockaddr *address, socklen_t length)
     return -1;
 }
 
-UT_CALL(
-    UT_FAULT_CONNECT, int, accept4,
-    (int fd, sockaddr *address, socklen_t *length, int flags),
-    (fd, address, length, flags), -1, ECONNABORTED)
-UT_CALL(
-    UT_FAULT_WAIT, int, select,
-    (int count, fd_set *in, fd_set *out, fd_set *other, timeval *limit),
-    (count, in, out, other, limit), -1, ENOMEM)
-UT_CALL(
-    UT_FAULT_WAIT, int, poll, (pollfd * each, nfds_t count, int timeoutMs),
-    (each, count, timeoutMs), -1, ENOMEM)
-
-// One that fails ends early.
+// A failed close has closed.
 extern "C" UT_SHOWN int
-pthread_cond_timedwait(
-    pthread_cond_t *condition, pthread_mutex_t *mutex, const timespec *end)
+close(int fd)
 {
-    if (utFails(UT_FAULT_WAIT, ETIMEDOUT))
-        return ETIMEDOUT;
-    return utReal<decltype(pthread_cond_timedwait)>("pthread_cond_timedwait")(
-        condition, mutex, end);
+    const int result = utReal<int(int)>("close")(fd);
+    return utFails(UT_FAULT_CLOSE, EIO) ? -1 : result;
 }
 
-UT_CALL(
-    UT_FAULT_OPTIONS, int, getsockopt,
-    (int fd, int level, int name, void *value, socklen_t *length) noexcept,
-    (fd, level, name, value, length), -1, ENOBUFS)
-UT_CALL(
-    UT_FAULT_OPTIONS, int, setsockopt,
-    (int fd, int level, int name, const void *value, socklen_t length) noexcept,
-    (fd, level, name, value, length), -1, ENOBUFS)
-UT_CALL(
-    UT_FAULT_OPTIONS, int, getsockname,
-    (int fd, sockaddr *address, socklen_t *length) noexcept,
-    (fd, address, length), -1, ENOBUFS)
-UT_CALL(
-    UT_FAULT_OPTIONS, int, getpeername,
-    (int fd, sockaddr *address, socklen_t *length) noexcept,
-    (fd, address, length), -1, ENOBUFS)
-UT_CALL(
-    UT_FAULT_OPTIONS, int, shutdown, (int fd, int how) noexcept, (fd, how), -1,
-    ENOTCONN)
-
 extern "C" UT_SHOWN int
-fcntl(int fd, int command, ...)
+fclose(FILE *file)
 {
-    if (utFails(UT_FAULT_OPTIONS, ENOMEM))
-        return -1;
-    va_list more;
-    va_start(more, command);
-    void *const argument = va_arg(more, void *);
-    va_end(more);
-    return utReal<int(int, int, ...)>("fcntl")(fd, command, argument);
-}
-
-UT_CALL(
-    UT_FAULT_PAGES, void *, mmap,
-    (void *start, size_t size, int rights, int flags, int fd,
-     off_t offset) noexcept,
-    (start, size, rights, flags, fd, offset), MAP_FAILED, ENOMEM)
-UT_CALL(
-    UT_FAULT_PAGES, int, madvise,
-    (void *start, size_t size, int advice) noexcept, (start, size, advice), -1,
-    ENOMEM)
-
-// Nothing fails within the C library's own look-ups: the first of a process
-// crashes or hangs without memory. They fail as a whole instead.
-#define UT_LOOK_UP(result, name, parameters, arguments, failure) \
-    extern "C" UT_SHOWN result name parameters                   \
-    {                                                            \
-        if (utIsStruck(UT_FAULT_LOOK_UP))                        \
-            return failure;                                      \
-        const ut_FaultPause pause;                               \
-        return utReal<result parameters>(#name) arguments;       \
-    }
-
-UT_LOOK_UP(hostent *, gethostbyname, (const char *name), (name), nullptr)
-UT_LOOK_UP(
-    hostent *, gethostbyaddr,
-    (const void *address, socklen_t length, int family),
-    (address, length, family), nullptr)
-UT_LOOK_UP(
-    servent *, getservbyname, (const char *name, const char *protocol),
-    (name, protocol), nullptr)
-UT_LOOK_UP(
-    int, getaddrinfo,
-    (const char *name, const char *service, const addrinfo *hints,
-     addrinfo **list),
-    (name, service, hints, list), EAI_AGAIN)
-UT_LOOK_UP(passwd *, getpwuid, (uid_t user), (user), nullptr)
-UT_LOOK_UP(
-    int, getpwnam_r,
-    (const char *name, passwd *entry, char *bytes, size_t size, passwd **found),
-    (name, entry, bytes, size, found), ENOMEM)
-
-UT_CALL(UT_FAULT_FORK, pid_t, fork, () noexcept, (), -1, EAGAIN)
-
-extern "C" UT_SHOWN int
-pthread_create(
-    pthread_t *thread, const pthread_attr_t *attributes, void *(*run)(void *),
-    void *data) noexcept
-{
-    if (utIsStruck(UT_FAULT_THREAD))
-        return EAGAIN;
-    return utReal<decltype(pthread_create)>("pthread_create")(
-        thread, attributes, run, data);
+    const int result = utReal<int(FILE *)>("fclose")(file);
+    return utFails(UT_FAULT_CLOSE, ENOSPC) ? EOF : result;
 }

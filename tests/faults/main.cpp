@@ -4,8 +4,7 @@
 // descriptor. What a scenario meets when it is the first in its process and
 // what it meets later are both tried.
 //
-//     faults SCENARIO...                  every fault; all scenarios without
-//     faults SCENARIO CALL KIND NUMBER    this one: read fails 3
+//     faults SCENARIO...    all scenarios without
 
 #include "ut_Faults.h"
 #include "ut_LoopbackServer.h"
@@ -16,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <string>
 
@@ -25,43 +25,27 @@
 #include <unistd.h>
 
 static const char *const theFaultCalls[] = {
-    "memory",  "open", "read",    "write", "close",  "file", "socket",
-    "connect", "wait", "options", "pages", "thread", "fork", "look-up"};
+    "memory",  "open", "read",    "write", "close",  "file",   "socket",
+    "connect", "wait", "options", "pages", "thread", "look-up"};
 static_assert(std::size(theFaultCalls) == UT_FAULT_CALL_COUNT);
 
 static const char *const theFaultKinds[] = {
-    "fails", "is_cut", "is_interrupted", "lasts"};
+    "fails", "is cut short", "is interrupted",
+    "fails, and so do all that follow"};
 static_assert(std::size(theFaultKinds) == UT_FAULT_KIND_COUNT);
 
 // Seconds for a scenario and its repetitions; only a hang reaches it.
 static const unsigned theDeadline = 10;
 
-namespace
-{
-
 // How a process with a fault ended. Shared with it.
 struct ut_Result
 {
     bool hasStruck;
-    bool isReported;
-    long blocks;     // allocated and not freed
-    int descriptors; // opened and not closed
     char wrong[200]; // "" for nothing
 };
 
-// What has happened to the faults of a scenario.
-struct ut_Counts
-{
-    int faults = 0;
-    int reported = 0;
-    int wrong = 0;
-};
-
-} // namespace
-
 static ut_Result *theResult;
-static const ut_Scenario *theScenario; // that is running
-static int theReportEnd = -1;          // where a program reports its fault
+static int theReportEnd = -1; // where a program reports its fault
 static int theServerPort;
 static std::string theFolder;
 static std::string theReplyText;
@@ -84,25 +68,42 @@ utReply()
     return theReplyText.c_str();
 }
 
-// Ends the fault, and returns whether it has struck.
-static bool
-utEndFault(const ut_Scenario &scenario)
+// ---- In the process with the fault
+
+// Lets the fault strike here, or in the program that the scenario runs.
+static void
+utStartFault(const ut_Scenario &scenario, const ut_Fault &fault)
 {
+    int ends[2];
     if (!scenario.isProgram)
-        return utDisarmFault();
+        utArmFault(fault);
+    else if (pipe2(ends, O_NONBLOCK) == 0)
+    {
+        theReportEnd = ends[0];
+        const std::string text =
+            std::to_string(fault.call) + ' ' + std::to_string(fault.kind) +
+            ' ' + std::to_string(fault.number) + ' ' + std::to_string(ends[1]);
+        setenv("VALDRIN_FAULT", text.c_str(), 1);
+    }
+}
+
+// Whether it has struck.
+static bool
+utEndFault()
+{
+    unsetenv("VALDRIN_FAULT");
     char byte = 0;
-    return ::read(theReportEnd, &byte, 1) == 1;
+    return theReportEnd < 0 ? utDisarmFault()
+                            : ::read(theReportEnd, &byte, 1) == 1;
 }
 
 void
 utWrong(const char *what)
 {
-    theResult->hasStruck = theResult->hasStruck || utEndFault(*theScenario);
+    theResult->hasStruck = theResult->hasStruck || utEndFault();
     snprintf(theResult->wrong, sizeof(theResult->wrong), "%s", what);
     _exit(1);
 }
-
-// ---- In the process with the fault
 
 static bool
 utRun(const ut_Scenario &scenario)
@@ -117,7 +118,6 @@ utRun(const ut_Scenario &scenario)
     }
 }
 
-// Descriptors in use.
 static int
 utOpenDescriptors()
 {
@@ -127,197 +127,106 @@ utOpenDescriptors()
     return count;
 }
 
-// Runs a scenario whose program gets the fault.
-static bool
-utRunProgram(const ut_Scenario &scenario, const ut_Fault &fault)
-{
-    int ends[2];
-    if (pipe2(ends, O_NONBLOCK))
-        utWrong("no pipe");
-    const std::string text =
-        std::to_string(fault.call) + ' ' + std::to_string(fault.kind) + ' ' +
-        std::to_string(fault.number) + ' ' + std::to_string(ends[1]);
-    setenv("VALDRIN_FAULT", text.c_str(), 1);
-    theReportEnd = ends[0];
-    const bool isRight = utRun(scenario);
-    unsetenv("VALDRIN_FAULT");
-    theResult->hasStruck = utEndFault(scenario);
-    ::close(ends[0]);
-    ::close(ends[1]);
-    return isRight;
-}
-
 static void
-utTryHere(const ut_Scenario &scenario, const ut_Fault &fault, bool isWarm)
+utTryHere(const ut_Scenario &scenario, const ut_Fault &fault, bool isLater)
 {
-    theScenario = &scenario;
     alarm(theDeadline);
-    const long blocksBefore = utLiveBlocks();
-    const int descriptorsBefore = utOpenDescriptors();
-    if (isWarm && !utRun(scenario))
-        utWrong("fails without a fault");
-    bool isRight = false;
-    if (scenario.isProgram)
-        isRight = utRunProgram(scenario, fault);
-    else
-    {
-        utArmFault(fault);
-        isRight = utRun(scenario);
-        theResult->hasStruck = utEndFault(scenario);
-    }
-    theResult->isReported = !isRight;
+    if (isLater)
+        utExpect(utRun(scenario), "fails without a fault");
+    const long blocks = utLiveBlocks();
+    const int descriptors = utOpenDescriptors();
+    utStartFault(scenario, fault);
+    const bool isRight = utRun(scenario);
+    theResult->hasStruck = utEndFault();
+    utExpect(isRight || theResult->hasStruck, "fails without a fault");
     const bool isTransfer = fault.call == UT_FAULT_READ ||
                             fault.call == UT_FAULT_WRITE ||
                             fault.call == UT_FAULT_WAIT;
-    if (!isRight && !theResult->hasStruck)
-        utWrong("fails without a fault");
-    const bool goesOn =
+    const bool mayGoOn =
         fault.kind == UT_FAULT_IS_CUT || fault.kind == UT_FAULT_IS_INTERRUPTED;
-    if (!isRight && isTransfer && goesOn && !scenario.mayGiveUp)
-        utWrong("gave up after a short or interrupted call");
-    if (!utRun(scenario))
-        utWrong("does not work again");
-    const long blocks = utLiveBlocks();
-    if (!utRun(scenario))
-        utWrong("does not work the third time");
-    theResult->blocks = utLiveBlocks() - blocksBefore;
-    theResult->descriptors = utOpenDescriptors() - descriptorsBefore;
-    if (utLiveBlocks() > blocks && !scenario.leavesMemory)
-        utWrong("uses more memory each time");
+    if (isTransfer && mayGoOn && !scenario.mayGiveUp)
+        utExpect(isRight, "gave up after a short or interrupted call");
+    utExpect(utRun(scenario), "does not work again");
+    if (!isLater) // the first run makes what lives as long as the process
+        return;
+    if (!scenario.leavesMemory)
+        utExpect(utLiveBlocks() <= blocks, "leaks memory");
+    utExpect(utOpenDescriptors() == descriptors, "leaks descriptors");
 }
 
 // ---- In the process that starts them
 
-// Tries one fault in a process of its own, whose result is then theResult.
-static void
-utTry(const ut_Scenario &scenario, const ut_Fault &fault, bool isWarm)
+// Tries one fault in a process of its own. Returns whether it has struck or
+// something is wrong, which is then printed and counted.
+static bool
+utTry(
+    const ut_Scenario &scenario, const ut_Fault &fault, bool isLater,
+    int &wrongCount)
 {
     *theResult = {};
     const pid_t process = fork();
     if (process == 0)
     {
-        utTryHere(scenario, fault, isWarm);
+        utTryHere(scenario, fault, isLater);
         _exit(0);
     }
     int status = -1;
     waitpid(process, &status, 0);
-    if (WIFSIGNALED(status) || (status && !theResult->wrong[0]))
-    {
-        theResult->hasStruck = true;
-        const bool isHang = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
-        snprintf(
-            theResult->wrong, sizeof(theResult->wrong), "%s",
-            isHang                ? "hangs"
-            : WIFSIGNALED(status) ? strsignal(WTERMSIG(status))
-                                  : "exits");
-    }
+    if (status == 0)
+        return theResult->hasStruck;
+    ++wrongCount;
+    const bool isHang = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
+    printf(
+        "  %s: %s %u %s%s: %s\n", scenario.name, theFaultCalls[fault.call],
+        fault.number, theFaultKinds[fault.kind],
+        isLater ? " (in a later run)" : "",
+        isHang                ? "hangs"
+        : WIFSIGNALED(status) ? strsignal(WTERMSIG(status))
+                              : theResult->wrong);
+    return WIFSIGNALED(status) || theResult->hasStruck;
 }
 
-// Tries one fault, and compares with what is left without one. Returns whether
-// it has struck.
-static bool
-utCheck(
-    const ut_Scenario &scenario, const ut_Fault &fault, bool isWarm,
-    const ut_Result &usual, ut_Counts &counts)
-{
-    utTry(scenario, fault, isWarm);
-    ut_Result &result = *theResult;
-    if (!result.hasStruck && !result.wrong[0])
-        return false;
-    if (!result.wrong[0] && result.blocks > usual.blocks &&
-        !scenario.leavesMemory)
-        snprintf(
-            result.wrong, sizeof(result.wrong), "leaks %ld blocks",
-            result.blocks - usual.blocks);
-    if (!result.wrong[0] && result.descriptors != usual.descriptors)
-        snprintf(
-            result.wrong, sizeof(result.wrong), "leaks %d descriptors",
-            result.descriptors - usual.descriptors);
-    ++counts.faults;
-    counts.reported += result.isReported && !result.wrong[0];
-    if (result.wrong[0])
-    {
-        ++counts.wrong;
-        printf(
-            "  %s %s %s %u%s: %s\n", scenario.name, theFaultCalls[fault.call],
-            theFaultKinds[fault.kind], fault.number,
-            isWarm ? " (not the first)" : "", result.wrong);
-    }
-    return result.hasStruck;
-}
-
-// Whether that can happen to calls of the group.
+// Whether that can happen to calls of the group. What transfers or waits and
+// fails for good is tried again for good.
 static bool
 utIsPossible(int call, int kind)
 {
-    switch (call)
+    const bool isTransfer = call == UT_FAULT_READ || call == UT_FAULT_WRITE;
+    switch (kind)
     {
-    case UT_FAULT_READ:
-    case UT_FAULT_WRITE:
-        return kind != UT_FAULT_LASTS;
-    case UT_FAULT_OPEN:
-    case UT_FAULT_CLOSE:
-    case UT_FAULT_CONNECT:
-        return kind != UT_FAULT_IS_CUT;
-    case UT_FAULT_WAIT: // one that fails for good is tried again for good
-        return kind == UT_FAULT_FAILS || kind == UT_FAULT_IS_INTERRUPTED;
+    case UT_FAULT_IS_CUT:
+        return isTransfer;
+    case UT_FAULT_IS_INTERRUPTED:
+        return isTransfer || call == UT_FAULT_OPEN || call == UT_FAULT_CLOSE ||
+               call == UT_FAULT_CONNECT || call == UT_FAULT_WAIT;
+    case UT_FAULT_LASTS:
+        return !isTransfer && call != UT_FAULT_WAIT;
     default:
-        return kind == UT_FAULT_FAILS || kind == UT_FAULT_LASTS;
+        return true;
     }
 }
 
 // Every fault of a scenario; whether all is well.
 static bool
-utCheckAll(const ut_Scenario &scenario)
+utTryAll(const ut_Scenario &scenario)
 {
-    ut_Counts counts;
-    for (const bool isWarm : {false, true})
-    {
-        if (isWarm && scenario.isProgram)
-            continue;
-        utTry(scenario, {-1, UT_FAULT_FAILS, 0}, isWarm);
-        const ut_Result usual = *theResult;
-        if (usual.wrong[0])
-        {
-            printf("  %s: %s\n", scenario.name, usual.wrong);
-            return false;
-        }
+    int count = 0;
+    int wrongCount = 0;
+    for (const bool isLater : {false, true})
         for (int call = 0; call < UT_FAULT_CALL_COUNT; ++call)
             for (int kind = 0; kind < UT_FAULT_KIND_COUNT; ++kind)
-                for (unsigned number = 1;
-                     utIsPossible(call, kind) &&
-                     utCheck(
-                         scenario, {call, kind, number}, isWarm, usual, counts);
-                     ++number)
-                    ;
-    }
-    printf(
-        "%-12s %6d faults: %6d survived, %6d reported, %3d wrong\n",
-        scenario.name, counts.faults,
-        counts.faults - counts.reported - counts.wrong, counts.reported,
-        counts.wrong);
-    return counts.wrong == 0;
-}
-
-// The position of a name in a list of `count`; ends the program without one.
-static int
-utPositionOf(const char *name, const char *const *names, int count)
-{
-    for (int i = 0; i < count; ++i)
-        if (!strcmp(name, names[i]))
-            return i;
-    fprintf(stderr, "faults: no \"%s\"\n", name);
-    exit(2);
-}
-
-static const ut_Scenario &
-utFind(const char *name)
-{
-    for (const ut_Scenario *each = theScenarios; each->name; ++each)
-        if (!strcmp(name, each->name))
-            return *each;
-    fprintf(stderr, "faults: no scenario \"%s\"\n", name);
-    exit(2);
+            {
+                if (!utIsPossible(call, kind) ||
+                    (isLater && scenario.isProgram))
+                    continue;
+                unsigned number = 1;
+                while (
+                    utTry(scenario, {call, kind, number}, isLater, wrongCount))
+                    ++number;
+                count += int(number) - 1;
+            }
+    printf("%-12s %6d faults, %d wrong\n", scenario.name, count, wrongCount);
+    return wrongCount == 0;
 }
 
 int
@@ -338,34 +247,15 @@ main(int argc, char **argv)
         {ut_LoopbackServer::send(std::string(utReply(), theReplyLength + 1))});
     theServerPort = server.port();
 
-    if (argc == 5 && atoi(argv[4]) > 0)
-    {
-        const ut_Fault fault = {
-            utPositionOf(argv[2], theFaultCalls, UT_FAULT_CALL_COUNT),
-            utPositionOf(argv[3], theFaultKinds, UT_FAULT_KIND_COUNT),
-            unsigned(atoi(argv[4]))};
-        const ut_Scenario &scenario = utFind(argv[1]);
-        bool isWell = true;
-        for (const bool isWarm : {false, true})
-        {
-            utTry(scenario, {-1, UT_FAULT_FAILS, 0}, isWarm);
-            const ut_Result usual = *theResult;
-            ut_Counts counts;
-            if (!utCheck(scenario, fault, isWarm, usual, counts))
-                printf("  not reached\n");
-            isWell = isWell && !counts.wrong;
-        }
-        return isWell ? EXIT_SUCCESS : EXIT_FAILURE;
-    }
-
     bool isWell = true;
-    for (const ut_Scenario *each = theScenarios; each->name; ++each)
+    for (unsigned i = 0; i < theScenarioCount; ++i)
     {
         const bool isAsked = std::any_of(
             argv + 1, argv + argc,
-            [&](const char *name) { return !strcmp(name, each->name); });
+            [&](const char *name)
+            { return !strcmp(name, theScenarios[i].name); });
         if (argc == 1 || isAsked)
-            isWell = utCheckAll(*each) && isWell;
+            isWell = utTryAll(theScenarios[i]) && isWell;
     }
     return isWell ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -4,14 +4,11 @@
 #include "ut_Faults.h"
 #include "ut_Scenario.h"
 
-#include "UT/UT_FixedAllocator.h"
-#include "UT/UT_FloatArray.h"
 #include "UT/UT_IntArray.h"
 #include "UT/UT_NetSocket.h"
 #include "UT/UT_PtrArray.h"
 #include "UT/UT_QuickSort.h"
 #include "UT/UT_RefArray.h"
-#include "UT/UT_SpecialDir.h"
 #include "UT/UT_String.h"
 #include "UT/UT_StringArray.h"
 #include "UT/UT_SymbolTable.h"
@@ -20,7 +17,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -41,7 +37,6 @@ struct ut_Objects
         for (int i = 0; i < 4; ++i)
         {
             ints.append(2 * i);
-            floats.append(float(i));
             pointers.append(&theTexts[i]);
             strings.append(theTexts[i]);
         }
@@ -61,8 +56,8 @@ struct ut_Objects
     std::string contents()
     {
         std::ostringstream out;
-        for (const UT_String *text : {&owned, &borrowed, &deep, &null})
-            out << (text->isNull() ? "(null)" : text->buffer()) << '\n';
+        for (const UT_String *text : {&owned, &borrowed, &deep})
+            out << text->buffer() << '\n';
         out.write(buffer.buffer(), buffer.length());
         out << buffer.isLocked() << buffer.isNullTerminated() << '\n';
         for (const UT_IntArray *array : {&ints, &evens, &odds})
@@ -71,8 +66,6 @@ struct ut_Objects
                 out << (*array)(i) << ' ';
             out << '\n';
         }
-        for (unsigned i = 0; i < floats.entries(); ++i)
-            out << floats(i) << ' ';
         for (unsigned i = 0; i < pointers.entries(); ++i)
             out << *static_cast<const char *const *>(pointers(i)) << ' ';
         for (const UT_StringArray *array : {&strings, &others})
@@ -92,13 +85,11 @@ struct ut_Objects
     UT_String owned{"owned", 1};
     UT_String borrowed{"borrowed"};
     UT_String deep{UT_ALWAYS_DEEP, "deep"};
-    UT_String null{UT_ALWAYS_DEEP};
     UT_WorkBuffer buffer;
     UT_IntArray ints;
     UT_IntArray evens;
     UT_IntArray odds;
     UT_IntArray many;
-    UT_FloatArray floats;
     UT_PtrArrayRaw pointers;
     UT_StringArray strings;
     UT_StringArray others;
@@ -111,67 +102,6 @@ struct ut_Objects
 
 static const char theLongText[] =
     "a text that is longer than what any small string has room for";
-
-// Texts for the caller to free, also when there was no memory for all of them.
-struct ut_Words
-{
-    ~ut_Words()
-    {
-        for (int i = 0; i < count; ++i)
-            free(each[i]);
-    }
-    char *each[8];
-    int count = 0;
-};
-
-static void
-utRecord(ut_Objects &)
-{
-    ut_Words words;
-    char singles[8];
-    int singleCount = 0;
-    UT_String("abcdefgh")
-        .multiMatchRecord(
-            "?*c*d*e*f*g*x", 8, singles, singleCount, words.each, words.count,
-            /*caseSensitive=*/1, " ");
-}
-
-static void
-utExpand(ut_Objects &)
-{
-    ut_Words names;
-    UT_String text("one a_prefix_that_needs_a_block_of_its_own[1-3]");
-    names.count = text.expandArrays(names.each, 8);
-}
-
-static void
-utReserveTwice(ut_Objects &o)
-{
-    o.buffer.reserve(2001);
-    o.buffer.reserve(2002);
-}
-
-static void
-utLock(ut_Objects &o)
-{
-    o.buffer.lock(0, 2001);
-    o.buffer.release();
-}
-
-static void
-utReadToken(ut_Objects &o)
-{
-    const std::string word(2500, 'w');
-    const char *cursor = word.c_str();
-    o.buffer.getNextToken(cursor, " ");
-}
-
-static void
-utUsePool(ut_Objects &)
-{
-    UT_FixedAllocator pool(16, /*reclaim=*/true, 4);
-    pool.deallocate(pool.allocate());
-}
 
 // One without its host would connect to this machine.
 static void
@@ -210,88 +140,43 @@ static const struct ut_Change
     const char *what;
     void (*change)(ut_Objects &);
 } theChanges[] = {
-    {"harden",                  [](auto &o) { o.borrowed.harden(); }                  },
-    {"harden null",             [](auto &) { UT_String().harden(); }                  },
-    {"harden a text",           [](auto &o) { o.owned.harden(theLongText); }          },
-    {"harden a part",           [](auto &o) { o.owned.harden(theLongText, 9); }       },
-    {"assign a text",           [](auto &o) { o.deep = theLongText; }                 },
-    {"assign a string",         [](auto &o) { o.deep = o.owned; }                     },
-    {"construct a copy",        [](auto &) { UT_String(theLongText, 1); }             },
-    {"construct a part",        [](auto &) { UT_String(theLongText, 0, 5); }          },
-    {"copy an always deep one", [](auto &o) { UT_String copy(o.deep); }               },
-    {"swap",                    [](auto &o) { o.borrowed.swap(o.deep); }              },
-    {"swap with null",          [](auto &o) { o.null.swap(o.deep); }                  },
-    {"replace",                 [](auto &o) { o.owned.replace(0, 2, theLongText); }   },
-    {"substitute",              [](auto &o) { o.owned.substitute("o", "ooo"); }       },
-    {"copy into a string",      [](auto &o) { o.buffer.copyIntoString(o.owned); }     },
-    {"reserve",                 [](auto &o) { o.buffer.reserve(2001); }               },
-    {"reserve again",           utReserveTwice                                        },
-    {"append",                  [](auto &o) { o.buffer.append(theLongText); }         },
-    {"append a byte",           [](auto &o) { o.buffer.append('c'); }                 },
-    {"append a buffer",         [](auto &o) { o.buffer.append(o.buffer); }            },
-    {"protectedStrcat",         [](auto &o) { o.buffer.protectedStrcat("a \"b\" c"); }},
-    {"protect itself",
-     [](auto &o) { o.buffer.protectedStrcat(o.buffer.buffer()); }                     },
-    {"sprintf",                 [](auto &o) { o.buffer.sprintf("%2500d", 1); }        },
-    {"appendSprintf",           [](auto &o) { o.buffer.appendSprintf("%d", 1); }      },
+    {"harden",             [](auto &o) { o.borrowed.harden(); }                  },
+    {"harden a text",      [](auto &o) { o.owned.harden(theLongText); }          },
+    {"assign a text",      [](auto &o) { o.deep = theLongText; }                 },
+    {"assign a string",    [](auto &o) { o.deep = o.owned; }                     },
+    {"construct a copy",   [](auto &) { UT_String(theLongText, 1); }             },
+    {"swap",               [](auto &o) { o.borrowed.swap(o.deep); }              },
+    {"replace",            [](auto &o) { o.owned.replace(0, 2, theLongText); }   },
+    {"substitute",         [](auto &o) { o.owned.substitute("o", "ooo"); }       },
+    {"append",             [](auto &o) { o.buffer.append(theLongText); }         },
+    {"protectedStrcat",    [](auto &o) { o.buffer.protectedStrcat("a \"b\" c"); }},
+    {"sprintf",            [](auto &o) { o.buffer.sprintf("%2500d", 1); }        },
     {"sprintf at the end",
-     [](auto &o) { o.buffer.appendSprintf("%2500d", 1); }                             },
-    {"write",                   [](auto &o) { o.buffer.write(1999, 'w'); }            },
-    {"lock",                    utLock                                                },
-    {"getNextToken",            utReadToken                                           },
-    {"strcatFirstWord",         [](auto &o) { o.buffer.strcatFirstWord("word"); }     },
-    {"new UT_WorkArgs",         [](auto &) { delete new UT_WorkArgs; }                },
-    {"setArg",                  [](auto &o) { o.arguments.setArg(255, o.writable); }  },
-    {"reserve slots",           [](auto &o) { o.arguments.reserve(1000); }            },
-    {"resize",                  [](auto &o) { o.ints.resize(400); }                   },
-    {"resize an empty one",     [](auto &) { UT_IntArray(5); }                        },
-    {"append a number",         [](auto &o) { o.ints.append(1); }                     },
-    {"copy",                    [](auto &o) { UT_IntArray copy(o.ints); }             },
-    {"assign",                  [](auto &o) { o.odds = o.many; }                      },
-    {"insert",                  [](auto &o) { o.ints.insert(1, 1u); }                 },
-    {"insert beyond",           [](auto &o) { o.ints.insert(9u); }                    },
-    {"multipleInsert",          [](auto &o) { o.ints.multipleInsert(1, 7); }          },
-    {"concat itself",           [](auto &o) { o.ints.concat(o.ints); }                },
-    {"cycle",                   [](auto &o) { o.ints.cycle(1); }                      },
-    {"union",                   [](auto &o) { o.ints.sortedUnion(o.odds); }           },
-    {"into a union",            [](auto &o) { o.ints.sortedUnion(o.odds, o.evens); }  },
-    {"into an intersection",
-     [](auto &o) { o.ints.sortedIntersection(o.ints, o.evens); }                      },
-    {"heapPush",                [](auto &o) { o.ints.heapPush(9); }                   },
-    {"take a vector",
-     [](auto &o) {
-         o.ints.fromStdVectorOfInts({1, 2, 3, 4, 5});
-     }                                                                                },
-    {"append a float",          [](auto &o) { o.floats.append(1); }                   },
-    {"append a pointer",        [](auto &o) { o.pointers.append(&o.theTexts[4]); }    },
-    {"move pointers",           [](auto &o) { o.pointers.move(0, 2, 1); }             },
-    {"append a string",         [](auto &o) { o.strings.append("e"); }                },
-    {"insert a string",         [](auto &o) { o.strings.insert("e", 1); }             },
-    {"sortedInsert",
-     [](auto &o) { o.strings.sortedInsert("bb", true, false); }                       },
-    {"copy strings",            [](auto &o) { UT_StringArray copy(o.strings); }       },
-    {"assign strings",          [](auto &o) { o.others = o.strings; }                 },
-    {"merge strings",           [](auto &o) { o.strings.merge(o.others); }            },
-    {"add strings",             [](auto &o) { o.others.resize(9); }                   },
-    {"take strings",
-     [](auto &o) {
-         o.others.fromStdVectorOfStrings({"1", "2", "3"});
-     }                                                                                },
-    {"sort strings",            [](auto &o) { o.strings.sort(false, false); }         },
-    {"insert an object",        [](auto &o) { o.objects.insert(1); }                  },
-    {"insert objects beyond",   [](auto &o) { o.objects.insert(9); }                  },
-    {"add a long symbol",       [](auto &o) { o.table.addSymbol(theLongText, 2); }    },
-    {"make a table",            [](auto &) { UT_SymbolTable().addSymbol("first", 1); }},
-    {"make a name",             [](auto &o) { free(o.table.newName("known")); }       },
-    {"make a socket",           utMakeSocket                                          },
-    {"make a listener",         [](auto &) { UT_NetSocket(0, true); }                 },
-    {"name a directory",        [](auto &) { free(UTgetDefaultTmpDir()); }            },
-    {"allocate a page",         utUsePool                                             },
-    {"record a match",          utRecord                                              },
-    {"rename",                  [](auto &o) { o.owned.patternRename("?*n*e*d", "*"); }},
-    {"expand arrays",           utExpand                                              },
-    {"fill a table",            utFillTable                                           },
-    {"sort keys",               utSort                                                },
+     [](auto &o) { o.buffer.appendSprintf("%2500d", 1); }                        },
+    {"setArg",             [](auto &o) { o.arguments.setArg(255, o.writable); }  },
+    {"resize",             [](auto &o) { o.ints.resize(400); }                   },
+    {"append a number",    [](auto &o) { o.ints.append(1); }                     },
+    {"assign",             [](auto &o) { o.odds = o.many; }                      },
+    {"insert",             [](auto &o) { o.ints.insert(1, 1u); }                 },
+    {"multipleInsert",     [](auto &o) { o.ints.multipleInsert(1, 7); }          },
+    {"concat itself",      [](auto &o) { o.ints.concat(o.ints); }                },
+    {"cycle",              [](auto &o) { o.ints.cycle(1); }                      },
+    {"union",              [](auto &o) { o.ints.sortedUnion(o.odds); }           },
+    {"into a union",       [](auto &o) { o.ints.sortedUnion(o.odds, o.evens); }  },
+    {"heapPush",           [](auto &o) { o.ints.heapPush(9); }                   },
+    {"append a pointer",   [](auto &o) { o.pointers.append(&o.theTexts[4]); }    },
+    {"move pointers",      [](auto &o) { o.pointers.move(0, 2, 1); }             },
+    {"append a string",    [](auto &o) { o.strings.append("e"); }                },
+    {"insert a string",    [](auto &o) { o.strings.insert("e", 1); }             },
+    {"assign strings",     [](auto &o) { o.others = o.strings; }                 },
+    {"merge strings",      [](auto &o) { o.strings.merge(o.others); }            },
+    {"sort strings",       [](auto &o) { o.strings.sort(false, false); }         },
+    {"insert an object",   [](auto &o) { o.objects.insert(1); }                  },
+    {"add a long symbol",  [](auto &o) { o.table.addSymbol(theLongText, 2); }    },
+    {"make a socket",      utMakeSocket                                          },
+    {"rename",             [](auto &o) { o.owned.patternRename("?*n*e*d", "*"); }},
+    {"fill a table",       utFillTable                                           },
+    {"sort keys",          utSort                                                },
 };
 
 // Whether a change did not lack memory. Otherwise all is as it was.

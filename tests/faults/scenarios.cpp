@@ -2,7 +2,7 @@
 
 #include "ut_Faults.h"
 #include "ut_LoopbackServer.h"
-#include "ut_UseComponent.h"
+#include "ut_Scenario.h"
 
 #include "UT/UT_Connection.h"
 #include "UT/UT_Env.h"
@@ -10,7 +10,6 @@
 #include "UT/UT_ErrorLog.h"
 #include "UT/UT_ErrorManager.h"
 #include "UT/UT_IStream.h"
-#include "UT/UT_MachineInfo.h"
 #include "UT/UT_NetSocket.h"
 #include "UT/UT_Path.h"
 #include "UT/UT_PathSearch.h"
@@ -22,15 +21,14 @@
 #include "UT/UT_WorkBuffer.h"
 #include "UT/UT_Write.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -40,15 +38,7 @@
 #include <unistd.h>
 #include <zlib.h>
 
-extern "C" ut_EntryPoint NSGetModule;
-
 // ---- Exchanges
-
-static bool
-utComponent()
-{
-    return utUseComponent(NSGetModule);
-}
 
 static bool
 utConnection()
@@ -63,20 +53,6 @@ utConnection()
         isRight == (*connection.message() == '\0'), "a failure has no message");
     utExpect(
         strcmp(reply.buffer(), isRight ? utReply() : "") == 0, "another reply");
-    return isRight;
-}
-
-static bool
-utRequest()
-{
-    char *reply = nullptr;
-    char *message = nullptr;
-    const UT_ConnectionResult result = UTsendRequest(
-        UT_REQUEST_RUN, "1", utPort(), nullptr, 0, &reply, &message);
-    const bool isRight = result == UT_CONNECTION_OK;
-    utExpect(!isRight || !strcmp(reply, utReply()), "another reply");
-    free(reply);
-    free(message);
     return isRight;
 }
 
@@ -118,34 +94,27 @@ utServe()
         return false;
     const ut_TestDescriptor client(utConnectTo(listener.getPort()));
     utExpect(client.get() >= 0, "a valid listener does not listen");
-    const bool isThere = listener.dataAvailable(1000) == 1;
     int status = 0;
     const std::unique_ptr<UT_NetSocket> peer(
-        isThere ? listener.accept(1, status) : nullptr);
-    utExpect(!isThere || peer || status, "nobody is accepted, and no reason");
+        listener.dataAvailable(1000) == 1 ? listener.accept(1, status)
+                                          : nullptr);
+    if (!peer)
+        return false;
     UT_WorkBuffer question;
-    char first[2] = "";
-    const bool isPeeked = peer && peer->peek(first, 1, 1000) == 0;
-    const bool isRead =
-        isPeeked && peer->read(question, 1000, /*untilNul=*/true) == 0;
-    int written = 0;
-    const bool isWritten =
-        isRead && peer->write("answer", 7, &written) == 0 && written == 7;
-    char text[16];
+    char address[16];
     int port = 0;
-    int address[4];
-    const bool hasPeer = isWritten && peer->getRemoteSocket(text, port) == 0 &&
-                         peer->getRemoteIP4(address);
+    int written = 0;
+    if (peer->read(question, 1000, /*untilNul=*/true) != 0 ||
+        peer->getRemoteSocket(address, port) != 0 ||
+        peer->write("answer", 7, &written) != 0 || written != 7)
+        return false;
     const ut_FaultPause pause;
     char answer[8] = "";
-    if (isWritten)
-        (void)!read(client.get(), answer, sizeof(answer));
-    utExpect(!isPeeked || first[0] == 'q', "another byte was peeked at");
-    utExpect(
-        !isRead || !strcmp(question.buffer(), "question"), "another question");
-    utExpect(!isWritten || !strcmp(answer, "answer"), "another answer");
-    utExpect(!hasPeer || !strcmp(text, "127.0.0.1"), "another peer");
-    return hasPeer;
+    (void)!read(client.get(), answer, sizeof(answer));
+    utExpect(!strcmp(question.buffer(), "question"), "another question");
+    utExpect(!strcmp(address, "127.0.0.1"), "another peer");
+    utExpect(!strcmp(answer, "answer"), "another answer");
+    return true;
 }
 
 static bool
@@ -163,37 +132,20 @@ utLookUp()
 
 // ---- Streams
 
-// Whether the text is that of a line, without its newline.
-static bool
-utIsLine(const char *text, int number)
-{
-    char wanted[64];
-    snprintf(wanted, sizeof(wanted), "%d words 2.5 in this line", number);
-    return !strcmp(text, wanted);
-}
-
 static const int theLines = 3000;
 
-// A file of theLines lines, plain and compressed.
+// A file of theLines lines; "wT" writes it as it is, "w" compressed.
 static std::string
-utFileOfLines(bool isCompressed)
+utFileOfLines(const char *name, const char *mode)
 {
     const ut_FaultPause pause;
-    const std::string path =
-        utFolder() + std::string(isCompressed ? "lines.gz" : "lines");
+    const std::string path = utFolder() + std::string(name);
     if (access(path.c_str(), F_OK) == 0)
         return path;
-    std::string all;
+    const gzFile file = gzopen(path.c_str(), mode);
     for (int i = 0; i < theLines; ++i)
-        all += std::to_string(i) + " words 2.5 in this line\n";
-    if (isCompressed)
-    {
-        gzFile file = gzopen(path.c_str(), "wb");
-        gzwrite(file, all.data(), unsigned(all.size()));
-        gzclose(file);
-    }
-    else
-        std::ofstream(path, std::ios::binary) << all;
+        gzprintf(file, "%d words 2.5 in this line\n", i);
+    gzclose(file);
     return path;
 }
 
@@ -215,7 +167,11 @@ utReadLines(UT_IStream &in)
                       value == 2.5f && in.skipLine();
         }
         else
-            isRight = in.getLine(line) && utIsLine(line.buffer(), i);
+        {
+            char wanted[64];
+            snprintf(wanted, sizeof(wanted), "%d words 2.5 in this line", i);
+            isRight = in.getLine(line) && !strcmp(line.buffer(), wanted);
+        }
         if (in.getStreamBuf()->hasError())
             return false;
         utExpect(isRight, "another line");
@@ -227,68 +183,15 @@ utReadLines(UT_IStream &in)
 static bool
 utReadFile()
 {
-    const std::string path = utFileOfLines(false);
+    const std::string path = utFileOfLines("lines", "wT");
     UT_IFStream in(path.c_str(), UT_ISTREAM_ASCII);
     return !in.hasError() && utReadLines(in) && in.close();
-}
-
-// A FILE whose bytes come from read(), which the C library's own do not.
-static FILE *
-utOpenFile(const std::string &path)
-{
-    const ut_FaultPause pause;
-    cookie_io_functions_t functions = {};
-    functions.read = [](void *fd, char *bytes, size_t count)
-    { return read(int(intptr_t(fd)), bytes, count); };
-    functions.close = [](void *fd) { return close(int(intptr_t(fd))); };
-    const intptr_t fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    return fopencookie(reinterpret_cast<void *>(fd), "r", functions);
-}
-
-struct ut_CloseFile
-{
-    void operator()(FILE *file) const
-    {
-        const ut_FaultPause pause;
-        fclose(file);
-    }
-};
-
-static bool
-utReadOwnFile()
-{
-    const std::string path = utFileOfLines(false);
-    {
-        const std::unique_ptr<FILE, ut_CloseFile> file(utOpenFile(path));
-        UT_IStream in(file.get(), UT_ISTREAM_ASCII);
-        if (!utReadLines(in))
-            return false;
-    }
-    const std::unique_ptr<FILE, ut_CloseFile> file(utOpenFile(path));
-    UT_WorkBuffer line;
-    for (int i = 0; i < theLines; ++i)
-    {
-        const bool isRead = line.getline(file.get());
-        if (ferror(file.get()))
-            return false;
-        utExpect(isRead, "fewer lines");
-        utExpect(utIsLine(line.buffer(), i), "another line");
-    }
-    return true;
-}
-
-static bool
-utReadStream()
-{
-    std::ifstream file(utFileOfLines(false), std::ios::binary);
-    UT_IStream in(file, UT_ISTREAM_ASCII);
-    return file.is_open() && utReadLines(in);
 }
 
 static bool
 utReadGzip()
 {
-    const std::string path = utFileOfLines(true);
+    const std::string path = utFileOfLines("lines.gz", "w");
     UT_IFStream file(path.c_str(), UT_ISTREAM_ASCII);
     UT_IGZStream in(file);
     return !in.hasError() && utReadLines(in);
@@ -463,7 +366,7 @@ utWorkers()
     return isKilled && started == 20;
 }
 
-// ---- Settings, paths, the machine
+// ---- Settings, paths
 
 static bool
 utSettings()
@@ -490,7 +393,7 @@ static bool
 utPaths()
 {
     UT_PathSearch::varChanged("VALDRIN_PATH");
-    utFileOfLines(false);
+    utFileOfLines("lines", "wT");
     UT_String found;
     const bool isFound = UT_PathSearch::getInstance(UT_PATH_MAIN)
                              ->valdrinFindFile("lines", found);
@@ -510,110 +413,51 @@ utPaths()
     return isFound && isMade;
 }
 
-static bool
-utMachine()
-{
-    UT_MachineInfo info;
-    UTdescribeMachine(info);
-    utExpect(info.usedProcessors > 0, "no processor");
-    return info.configuredProcessors > 0;
-}
-
-// ---- Programs
-
-// Runs valdrin with arguments; whether it exits with 0. Then its output is
-// `wanted`, or is anything for null; otherwise it says why.
-static bool
-utRunValdrin(std::initializer_list<const char *> arguments, const char *wanted)
-{
-    const std::string outPath = utFolder() + std::string("out");
-    const std::string errorPath = utFolder() + std::string("error");
-    const pid_t process = fork();
-    if (process == 0)
-    {
-        const int out = creat(outPath.c_str(), 0600);
-        const int error = creat(errorPath.c_str(), 0600);
-        dup2(out, STDOUT_FILENO);
-        dup2(error, STDERR_FILENO);
-        if (getenv("VALDRIN_FAULT"))
-            setenv("LD_PRELOAD", VALDRIN_FAULT_LAYER, 1);
-        std::vector<char *> words = {const_cast<char *>("valdrin")};
-        for (const char *each : arguments)
-            words.push_back(const_cast<char *>(each));
-        words.push_back(nullptr);
-        execv(VALDRIN_PROGRAM, words.data());
-        _exit(126);
-    }
-    int status = -1;
-    waitpid(process, &status, 0);
-    const auto contents = [](const std::string &path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
-    if (WIFSIGNALED(status))
-        utWrong(strsignal(WTERMSIG(status)));
-    if (WEXITSTATUS(status))
-    {
-        utExpect(!contents(errorPath).empty(), "a failure without a message");
-        return false;
-    }
-    const std::string written = contents(outPath);
-    utExpect(!wanted || written == wanted, "another output");
-    utExpect(!written.empty(), "no output");
-    return true;
-}
+// ---- The program
 
 static bool
 utValdrinEval()
 {
+    const std::string out = utFolder() + std::string("out");
     const std::string port = std::to_string(utPort());
-    return utRunValdrin({"eval", "1", "--port", port.c_str()}, utReply());
+    const pid_t process = fork();
+    if (process == 0)
+    {
+        dup2(creat(out.c_str(), 0600), STDOUT_FILENO);
+        dup2(STDOUT_FILENO, STDERR_FILENO);
+        if (getenv("VALDRIN_FAULT"))
+            setenv("LD_PRELOAD", VALDRIN_FAULT_LAYER, 1);
+        execl(
+            VALDRIN_PROGRAM, "valdrin", "eval", "1", "--port", port.c_str(),
+            nullptr);
+        _exit(126);
+    }
+    int status = -1;
+    waitpid(process, &status, 0);
+    if (WIFSIGNALED(status))
+        utWrong(strsignal(WTERMSIG(status)));
+    std::ifstream in(out, std::ios::binary);
+    const std::string written(std::istreambuf_iterator<char>(in), {});
+    utExpect(!written.empty(), "neither a reply nor a message");
+    utExpect(status || written == utReply(), "another output");
+    return status == 0;
 }
 
-static bool
-utValdrinCheck()
-{
-    const std::string port = std::to_string(utPort());
-    return utRunValdrin(
-        {"eval", "1", "--check", "--port", port.c_str()}, utReply());
-}
-
-static bool
-utValdrinEnv()
-{
-    return utRunValdrin({"env", "--json"}, nullptr);
-}
-
-static bool
-utValdrinInfo()
-{
-    return utRunValdrin({"info"}, nullptr);
-}
-
+// A request that was written in part is not continued.
 const ut_Scenario theScenarios[] = {
-  // A request that was written in part is not continued.
-    {"component",     utComponent,    false, true,  false},
-    {"connection",    utConnection,   false, false, false},
-    {"request",       utRequest,      false, false, false},
-    {"nonblocking",   utNonBlocking,  false, true,  false},
-    {"serve",         utServe,        false, true,  false},
-    {"look-up",       utLookUp,       false, false, false},
-    {"lines",         utReadFile,     false, false, false},
-    {"own-file",      utReadOwnFile,  false, true,  false},
-    {"stream",        utReadStream,   false, true,  false},
-    {"gzip",          utReadGzip,     false, false, false},
-    {"save",          utSave,         false, false, false},
-    {"temporary",     utTempFile,     false, false, false},
-    {"log",           utLog,          false, false, false},
-    {"workers",       utWorkers,      false, false, false},
-    {"settings",      utSettings,     false, false, false},
-    {"paths",         utPaths,        false, false, false},
-    {"objects",       utObjects,      false, false, false},
-    {"machine",       utMachine,      false, false, false},
-    {"valdrin-eval",  utValdrinEval,  true,  true,  false},
-    {"valdrin-check", utValdrinCheck, true,  false, false},
-    {"valdrin-env",   utValdrinEnv,   true,  false, false},
-    {"valdrin-info",  utValdrinInfo,  true,  false, false},
-    {nullptr,         nullptr,        false, false, false},
+    {"connection",   utConnection,  false, false, false},
+    {"nonblocking",  utNonBlocking, false, true,  false},
+    {"serve",        utServe,       false, true,  false},
+    {"look-up",      utLookUp,      false, false, false},
+    {"lines",        utReadFile,    false, false, false},
+    {"gzip",         utReadGzip,    false, false, false},
+    {"save",         utSave,        false, false, false},
+    {"temporary",    utTempFile,    false, false, false},
+    {"log",          utLog,         false, false, false},
+    {"workers",      utWorkers,     false, false, false},
+    {"settings",     utSettings,    false, false, false},
+    {"paths",        utPaths,       false, false, false},
+    {"objects",      utObjects,     false, false, false},
+    {"valdrin-eval", utValdrinEval, true,  true,  false},
 };
+const unsigned theScenarioCount = std::size(theScenarios);

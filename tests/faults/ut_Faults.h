@@ -21,9 +21,8 @@ enum ut_FaultCall
     UT_FAULT_CONNECT, // connect, accept
     UT_FAULT_WAIT,    // select, poll, pthread_cond_timedwait
     UT_FAULT_OPTIONS, // fcntl, getsockopt and the like
-    UT_FAULT_PAGES,   // mmap, madvise
+    UT_FAULT_PAGES,   // madvise
     UT_FAULT_THREAD,
-    UT_FAULT_FORK,
     UT_FAULT_LOOK_UP, // of hosts, services and users
     UT_FAULT_CALL_COUNT
 };

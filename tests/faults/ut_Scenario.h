@@ -23,8 +23,8 @@ struct ut_Scenario
     bool leavesMemory;
 };
 
-// The scenarios of this program, up to the one without a name.
 extern const ut_Scenario theScenarios[];
+extern const unsigned theScenarioCount;
 
 // That of texts, arrays and tables, which has a source of its own.
 bool utObjects();

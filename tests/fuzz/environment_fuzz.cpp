@@ -13,7 +13,6 @@
 #include <map>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -59,40 +58,6 @@ utReplaceArray(
     environ = array.data();
 }
 
-// Makes a buffer of the caller's an entry. It may be freed as soon as it is no
-// longer in the array.
-static void
-utPutBuffer(const std::string &entry)
-{
-    static std::list<std::vector<char>> theBuffers;
-    theBuffers.remove_if(
-        [](const std::vector<char> &buffer)
-        {
-            char **slot = environ;
-            while (slot && *slot && *slot != buffer.data())
-                ++slot;
-            return !slot || !*slot;
-        });
-    theBuffers.emplace_back(entry.c_str(), entry.c_str() + entry.size() + 1);
-    putenv(theBuffers.back().data());
-}
-
-// Replaces an entry of the table, puts it back, and swaps the first and the
-// last.
-static void
-utExchangeEntries()
-{
-    static char theOther[] = "B0=x";
-    char **const table = ValdrinGetenvlist();
-    const size_t size = utTextsOf(table).size();
-    if (size == 0)
-        return;
-    char *const entry = std::exchange(table[size / 2], theOther);
-    char **const changed = ValdrinGetenvlist();
-    *std::find(changed, changed + size, theOther) = entry;
-    std::swap(changed[0], changed[size - 1]);
-}
-
 static void
 utCheck(const ut_Variables &variables, const std::string &name)
 {
@@ -128,8 +93,7 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
     std::istringstream in(input);
     for (std::string line; std::getline(in, line);)
     {
-        const unsigned choice = uint8(line[0]) % 16;
-        const unsigned change = choice < 11 ? choice : choice - 8;
+        const unsigned change = uint8(line[0]) % 8;
         const std::string rest = std::string(line, !line.empty()).c_str();
         const bool isAssignment = rest.find('=') != rest.npos;
         const auto [name, value] = utVariableOf(rest);
@@ -137,45 +101,36 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
         switch (change)
         {
         case 0:
-        case 1:
             ValdrinSetenv(name.c_str(), value.c_str());
             variables[name] = value;
             break;
-        case 2:
+        case 1:
             ValdrinPutenv(rest.c_str());
             if (isAssignment)
                 variables[name] = value;
             break;
-        case 3:
-        case 4:
+        case 2:
             ValdrinUnsetenv(name.c_str());
             variables.erase(name);
             break;
-        case 5:
-            setenv(name.c_str(), value.c_str(), /*overwrite=*/1);
-            break;
-        case 6:
-            unsetenv(name.c_str());
-            break;
-        case 7:
-            utReplaceArray(rest, texts, array);
-            break;
-        case 8:
-            if (isAssignment)
-                utPutBuffer(rest);
-            break;
-        case 9: // the value of a variable, perhaps its own
+        case 3: // the value of a variable, perhaps its own
             if (const char *const other = ValdrinGetenv(value.c_str()))
             {
                 variables[name] = other;
                 ValdrinSetenv(name.c_str(), other);
             }
             break;
+        case 4:
+            setenv(name.c_str(), value.c_str(), /*overwrite=*/1);
+            break;
+        case 5:
+            unsetenv(name.c_str());
+            break;
         default:
-            utExchangeEntries();
+            utReplaceArray(rest, texts, array);
         }
         // What other code has left in the array is what there is.
-        if (change > 4 && change != 9 && utTextsOf(environ) != before)
+        if (change > 3 && utTextsOf(environ) != before)
         {
             variables.clear();
             for (const std::string &text : utTextsOf(environ))

@@ -92,21 +92,15 @@ utTryTwo(const std::string &first, const std::string &second, bool isDos)
 {
     const ut_Parsed a(first, isDos);
     const ut_Parsed b(second, isDos);
-    const bool isOpen = !first.empty() && first.back() == (isDos ? '^' : '\\');
-    if (!a.isAccepted || !b.isAccepted || a.result.pipe || isOpen)
-        return;
-    const bool hasErrors = a.result.errors || a.result.joinsErrors;
-    const bool hasMore = b.result.output || b.result.pipe;
-    const bool isTwice = (a.result.input && b.result.input) ||
-                         (a.result.output && hasMore) ||
-                         (isDos && hasErrors && b.result.errors) ||
-                         (isDos && hasErrors && b.result.joinsErrors);
+    // Redirections of both may be one too many.
     const ut_Parsed both(first + " " + second, isDos);
-    utRequire(both.isAccepted == !isTwice);
+    const bool isOpen = !first.empty() && first.back() == (isDos ? '^' : '\\');
+    if (!a.isAccepted || !b.isAccepted || !both.isAccepted || isOpen ||
+        a.result.pipe)
+        return;
     ut_Words words(a.words);
     words.insert(words.end(), b.words.begin(), b.words.end());
-    if (!isTwice)
-        utRequire(both.words == words);
+    utRequire(both.words == words);
 }
 
 // What csh reads as the word.

@@ -1,6 +1,6 @@
 // Values of a stream whose bytes come in blocks of any sizes: binary and
-// written-out numbers, binary texts, words and lines among comments. They are
-// those of the same bytes in memory.
+// written-out numbers, binary texts, words and lines, also among comments. They
+// are those of the same bytes in memory, and floats those of the C library.
 
 #include "ut_FuzzCheck.h"
 #include "ut_StreamSources.h"
@@ -8,6 +8,7 @@
 #include "UT/UT_IStream.h"
 #include "UT/UT_String.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
@@ -83,20 +84,46 @@ static void (*const theTries[])(UT_IStream &, UT_IStream &, int) = {
     utTryLine,
 };
 
+// Floats, beside the C library.
+static void
+utTryFloats(UT_IStream &in, const std::string &text)
+{
+    UT_IStream words(text.data(), int(text.size()), UT_ISTREAM_ASCII);
+    UT_WorkBuffer number;
+    bool isFloat = false;
+    while (words.getStreamBuf()->getNumber(number, isFloat))
+    {
+        const double expected = strtod(number.buffer(), nullptr);
+        double value = 0;
+        utRequire(in.aread(&value, 1) == 1);
+        utRequire(memcmp(&value, &expected, sizeof(value)) == 0);
+    }
+}
+
 // The block size and the text, whose bytes also choose what is read.
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    if (size < 2 || size > 1024)
+    if (size < 2 || size > 4096)
         return 0;
     const std::string text(data + 1, data + size);
     UT_IStream memory(text.data(), int(text.size()), UT_ISTREAM_ASCII);
     UT_IStream in(new ut_ChunkStreamBuf(text, data[0] + 1u), UT_ISTREAM_ASCII);
-    int64 place = 0;
-    for (size_t step = 0; place < int64(text.size()); ++step)
+    size_t step = 0;
+    // Other choices each time around: some do not move on.
+    const auto choose = [&]
     {
-        const unsigned choice =
-            uint8(text[step % text.size()]) + unsigned(step / text.size());
+        const unsigned byte = uint8(text[step % text.size()]);
+        return unsigned(step++ / text.size()) + byte;
+    };
+    utRequire(utScanMismatch(*in.getStreamBuf(), text, choose) == "");
+    in.seekg(0);
+    utTryFloats(in, text);
+    in.seekg(0);
+    int64 place = 0;
+    while (place < int64(text.size()))
+    {
+        const unsigned choice = choose();
         theTries[choice % std::size(theTries)](
             in, memory, int(choice / 32 % 4) + 1);
         place = memory.tellg();
