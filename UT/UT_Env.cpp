@@ -309,10 +309,12 @@ utFindPlain(const char *name, size_t length)
     if (low == end)
         return -1;
     const uint64 key = utKey(name, length);
-    // What equal keys leave to compare. One without "=" is of eight bytes that
-    // belong to both names.
+    // What equal keys leave to compare. One with an "=" after the name has all
+    // of it; one without "=" is of eight bytes that belong to both names.
     const uint8 last = uint8(key);
-    const size_t done = last && last != '=' ? sizeof(key) : 0;
+    size_t done = last && last != '=' ? sizeof(key) : 0;
+    if (length < sizeof(key) && uint8(key >> (56 - 8 * length)) == '=')
+        done = length;
     while (low < end)
     {
         const int32 middle = (low + end) >> 1;

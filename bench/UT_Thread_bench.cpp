@@ -1,6 +1,7 @@
 // A job handed to an idle worker, and waited for, takes at most 0.6 of the time
-// that it takes with a std::condition_variable, and 1.2 where two other threads
-// want each processor; the calling thread's index takes a nanosecond.
+// that it takes with a std::condition_variable, and 1.2 where both share one
+// processor, because others want it; the calling thread's index takes a
+// nanosecond.
 
 #include "UT/UT_Thread.h"
 
