@@ -14,9 +14,9 @@
 /// no memory for it they take up to four times as long. Keys alone are sorted
 /// with AVX2 instructions, or with those of AVX-512 and then without scratch,
 /// where the processor has them and VALDRIN_DISABLE_SSE and related settings
-/// allow them. Sorts of fewer than 20 keys or records keep
-/// the order of equal ones; longer sorts do not promise it. NaN keys have no
-/// order: if there are any, all keys are kept, but in no particular order.
+/// allow them. Sorts of fewer than 20 keys or records keep the order of equal
+/// ones; longer sorts do not promise it. NaN keys have no order: if there are
+/// any, all keys are kept, but in no particular order.
 ///
 /// The static members after the three sorts work on the caller's arrays without
 /// an object. The `isort` members are plain insertion sorts, stable for every

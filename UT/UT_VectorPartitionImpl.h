@@ -16,19 +16,16 @@ using std::size_t;
 namespace
 {
 
-// Vectors that are taken at a time.
-constexpr size_t theStepVectors = 4;
-
-template <class Partition, class Key>
+template <size_t vectors, class Partition, class Key>
 UT_VECTORS_INLINE inline void
 utPutStep(Partition &partition, const Key *from)
 {
-    typename Partition::Lanes lanes[theStepVectors];
+    typename Partition::Lanes lanes[vectors];
 #pragma GCC unroll 4
-    for (size_t i = 0; i < theStepVectors; i++)
+    for (size_t i = 0; i < vectors; i++)
         lanes[i] = partition.load(from + i * Partition::lanes);
 #pragma GCC unroll 4
-    for (size_t i = 0; i < theStepVectors; i++)
+    for (size_t i = 0; i < vectors; i++)
         partition.put(lanes[i]);
 }
 
@@ -59,7 +56,9 @@ template <class Partition, class Key>
 UT_VECTORS_INLINE inline size_t
 utPartitionAll(Partition partition, Key *keys, size_t n)
 {
-    constexpr size_t theStep = theStepVectors * Partition::lanes;
+    // Vectors that are taken at a time.
+    constexpr size_t theVectors = 4;
+    constexpr size_t theStep = theVectors * Partition::lanes;
 
     // Some keys are taken out at either end to make room; the next steps come
     // from the end with less room, so that both always have enough. Which end
@@ -91,9 +90,9 @@ utPartitionAll(Partition partition, Key *keys, size_t n)
                     last - theStep - (size_t(last - theStep - first) & isLeft);
                 first += theStep & isLeft;
                 last -= theStep & ~isLeft;
-                utPutStep(partition, from);
+                utPutStep<theVectors>(partition, from);
             }
-            utPutStep(partition, next);
+            utPutStep<theVectors>(partition, next);
         }
         // A step of them, of which the last ones are used: a size that the
         // compiler knows takes no call.
