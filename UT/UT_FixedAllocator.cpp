@@ -17,12 +17,13 @@ static const unsigned theTrailerSize = sizeof(void *);
     &UT_FixedAllocator::deallocate;
 
 // Blocks that fill lines of the processor's cache, or of which some fill one,
-// start with a line: fewer lines to wait for.
+// start with a line: fewer lines to wait for. The C library aligns whole lines.
 static void *
 utAllocateLines(size_t bytes, unsigned blockSize)
 {
     const size_t line = 64;
-    if (blockSize % line != 0 && line % blockSize != 0)
+    const bool fits = blockSize % line == 0 || line % blockSize == 0;
+    if (!fits || bytes % line != 0)
         return utAllocate(bytes);
     return utChecked(aligned_alloc(line, bytes));
 }

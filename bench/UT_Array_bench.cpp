@@ -3,14 +3,14 @@
 // and an increment, set operations walk without a jump per element, and a
 // heap's two children share a cache line. Where the capacity grows in small
 // steps, each costs a call, and fewer allocations make up for it: 100 appends
-// take 0.9 of the vector's time, of pointers 1.1, and in 32 bits 1.3; eight
-// elements at a time take 0.9 of it for 100 elements and 1.1 for 1000, in 32
-// bits 1.1 and 1.2. The heap of pointers costs at most 1.25, because it makes
-// two comparisons for each level. Of two sorted arrays of which one is much
-// longer, its elements are skipped together: 0.7 of the standard union's time,
-// and a tenth of the standard intersection's for 1000 elements in a million. A
-// search for a number that is not there takes as long for 10 elements, and 0.3
-// of the time from 100 on, as far as the cache goes.
+// take 0.9 of the vector's time, of pointers 1.0; eight elements at a time take
+// as long for 100 elements and 1.1 for 1000, in 32 bits 1.2. The heap of
+// pointers costs at most 1.25, because it makes two comparisons for each level.
+// Of two sorted arrays of which one is much longer, its elements are skipped
+// together: 0.7 of the standard union's time, and a tenth of the standard
+// intersection's for 1000 elements in a million. A search for a number that is
+// not there takes 0.7 of the time for 10 elements, as long in 32 bits, and 0.3
+// from 100 on, as far as the cache goes.
 //
 // Each benchmark runs beside its peer; the argument is the number of elements.
 
