@@ -829,8 +829,6 @@ UT_SymbolTable::clear()
     myBuckets = nullptr;
     myTableSize = 0;
     myEntries = 0;
-    mySizeIndex = 0;
-    myIsInOrder = false;
 }
 
 namespace
