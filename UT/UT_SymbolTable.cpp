@@ -579,6 +579,7 @@ utSizeIndex(int size)
         utTableSizes);
 }
 
+#ifdef __SIZEOF_INT128__
 namespace
 {
 
@@ -595,22 +596,25 @@ struct ut_Inverses
 
 } // namespace
 
-// The hash modulo a size. The lower half of a product with the inverse is the
-// fraction that a division leaves: two multiplications take less time than
-// that, where the processor has them.
+// The hash modulo a size. The lower half of its product with the inverse is the
+// fraction that a division leaves. Two multiplications take less time than a
+// division.
 static inline unsigned
 utBucketOf(uint32 hash, unsigned sizeIndex)
 {
-    const unsigned size = unsigned(utTableSizes[sizeIndex]);
-#ifdef __SIZEOF_INT128__
     static constexpr ut_Inverses theInverses;
+    __extension__ using ut_Product = unsigned __int128;
     const uint64 fraction = theInverses.values[sizeIndex] * hash;
-    __extension__ typedef unsigned __int128 ut_Product;
+    const unsigned size = unsigned(utTableSizes[sizeIndex]);
     return unsigned(ut_Product(fraction) * size >> 64);
-#else
-    return hash % size;
-#endif
 }
+#else
+static inline unsigned
+utBucketOf(uint32 hash, unsigned sizeIndex)
+{
+    return hash % unsigned(utTableSizes[sizeIndex]);
+}
+#endif
 
 unsigned int
 UT_SymbolTable::hash(const char *name)
@@ -825,8 +829,6 @@ UT_SymbolTable::clear()
     myBuckets = nullptr;
     myTableSize = 0;
     myEntries = 0;
-    mySizeIndex = 0;
-    myIsInOrder = false;
 }
 
 namespace

@@ -199,12 +199,12 @@ static_assert(sizeof(UT_SymList) == sizeof(void *));
 /// is deleted.
 ///
 /// This number of buckets determines the order of traversals and is the one in
-/// all reports. In memory there may be more: up to some three times as many
-/// after growth, and six times before they become fewer. So a name changes its
-/// bucket only once in several steps, and nothing is sorted until traverse()
-/// needs it. From a change of the number of buckets to the next traverse() the
-/// table is not in order: whatever only reads it then sorts all names, each
-/// time.
+/// all reports. In memory there may be more: about twice as many after growth,
+/// up to four times before they become fewer, and some dozens in the smallest
+/// table. So a name changes its bucket only once in several steps, and nothing
+/// is sorted until traverse() needs it. From a change of the number of buckets
+/// to the next traverse() the table is not in order: whatever only reads all
+/// names in order then sorts them, each time.
 ///
 /// Look-ups take a null name as one that is absent; insertions must not be
 /// given one. Insertions, look-ups and deletions are O(1) on average.
@@ -296,10 +296,10 @@ public:
     /// Calls `function` for all names as traverse() does. The function must
     /// neither insert nor delete, because the number of buckets could change.
     ///
-    /// Allocates some 24 bytes for each name, and takes two to three times as
-    /// long, unless the table is in order. Throws std::bad_alloc, without a
-    /// call, when there is no memory for that. So do mergeTable() with
-    /// `other`, outputStats() and dumpTable().
+    /// Unless the table is in order, allocates some 30 bytes for each name and
+    /// takes longer: up to seven times as long for some hundred names, twice as
+    /// long for a million. Throws std::bad_alloc, without a call, when there is
+    /// no memory for that. So may mergeTable(), outputStats() and dumpTable().
     int traverseConst(UT_SymFunction function, void *data) const;
 
     /// Adds all names of another table with their values, which replace the
@@ -361,8 +361,9 @@ private:
     float myMaxLoadFactor;
     float myMinLoadFactor;
     bool myTraversing; // the number of buckets must not change
-    bool myIsInOrder;  // the buckets are those that callers see, and sorted
-    uint8 mySizeIndex; // of the number of buckets, in the list of sizes
+    // Undefined unless there are buckets.
+    bool myIsInOrder;  // they are those that callers see, and sorted
+    uint8 mySizeIndex; // of their number, in the list of sizes
 };
 
 static_assert(sizeof(void *) != 4 || sizeof(UT_SymList::UT_Sym) == 12);
