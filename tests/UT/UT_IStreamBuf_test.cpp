@@ -66,7 +66,7 @@ utNamed(const std::string &bytes)
 // comment.
 static const std::string theGzipHeader = "\x1f\x8b\x08\x00timeXO"s;
 static const std::string theFullGzipHeader = "\x1f\x8b\x08\x1etimeXO\x04\x01" +
-                                             std::string(260, 'x') +
+                                             std::string(260, '\0') +
                                              "name\0comment\0CR"s;
 
 // Without a trailer, which does not matter.

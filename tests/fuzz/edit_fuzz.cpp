@@ -1,5 +1,6 @@
 // Edits of any text do what plain ones do, also with parts of it as arguments;
-// quotes come off again. The input is an argument, a NUL and a text.
+// lists of modifiers do what their modifiers do; quotes come off again. The
+// input is an argument, a NUL and a text.
 
 #include "ut_FuzzCheck.h"
 
@@ -8,6 +9,28 @@
 
 #include <filesystem>
 #include <string>
+
+// A list of modifiers does what its modifiers do one after the other. `list`
+// may be the tail of the text at `offset`.
+static void
+utTryModifiers(const std::string &text, const std::string &list, size_t offset)
+{
+    // A long list can make the text longer many times over.
+    if (list.size() > 40)
+        return;
+    UT_String byList(text.c_str(), /*deep=*/1);
+    const bool isTail = list == text.substr(offset);
+    byList.applyModifiers(isTail ? byList.buffer() + offset : list.c_str());
+    UT_String oneByOne(text.c_str());
+    size_t at = 0;
+    while (list[0] == ':' && at < list.size())
+    {
+        const size_t next = std::min(list.find(':', at + 1), list.size());
+        oneByOne.applyModifiers(list.substr(at, next - at).c_str());
+        at = next;
+    }
+    utRequire(byList == oneByOne);
+}
 
 // Quotes come off again, unless the quote is a letter with an escape.
 static void
@@ -131,8 +154,7 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const size_t offset = size % (text.size() + 1);
     const char *const tail = string.buffer() + offset;
     const char *const old = size % 2 == 1 ? tail : argument.c_str();
-    if (argument.size() <= 40) // a longer list may make a text very long
-        UT_String(text.c_str()).applyModifiers(argument.c_str());
+    utTryModifiers(text, old, offset);
     utTryQuotes(string, *old);
     utTrySubstitution(string, old, tail);
     utTryBytes(text, argument);

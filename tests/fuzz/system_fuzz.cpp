@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <sstream>
 #include <string>
 
@@ -73,6 +74,24 @@ utProcessors(const std::string &cpuinfo)
     return count;
 }
 
+static void
+utCheckUsage(const std::string &status, unsigned usage)
+{
+    std::istringstream in(status);
+    for (std::string line; std::getline(in, line);)
+    {
+        if (line.rfind("VmData:", 0) != 0)
+            continue;
+        const char *const number = &line[strlen("VmData:")];
+        char *end;
+        const unsigned long kilobytes = strtoul(number, &end, 0);
+        if (end == number || strncmp(end, " kB", 3) != 0)
+            continue;
+        utRequire(usage == unsigned(kilobytes * 1024));
+        return;
+    }
+}
+
 extern "C" int
 LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -82,7 +101,7 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     utRequire(write(theFile, data, size) == ssize_t(size));
     UT_SysResource resource;
     resource.update(/*memoryOnly=*/false);
-    getProcMemUsage();
+    const unsigned usage = getProcMemUsage();
     utRequire(parse_cpuinfo_for_nprocs("any") == utProcessors(bytes));
     close(theFile);
     theFile = -1;
@@ -93,5 +112,7 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     utRequire(resource.memoryFree() == utFigure(text, "MemFree:"));
     utRequire(resource.swapTotal() == utFigure(text, "SwapTotal:"));
     utRequire(resource.swapFree() == utFigure(text, "SwapFree:"));
+    if (bytes.find('\0') == bytes.npos) // a reader of lines stops there
+        utCheckUsage(bytes, usage);
     return 0;
 }
