@@ -255,17 +255,36 @@ utAssign(Array &array, const Array &source)
     std::copy(source.data(), source.data() + source.entries(), array.data());
 }
 
-// Grows in one step to the capacity that appending one by one up to `entries`
-// elements would give.
+// The capacity that appending one by one up to `entries` elements would give.
 template <class Array>
-void
-utReserveAppends(Array &array, size_t entries)
+unsigned
+utAppendCapacity(const Array &array, size_t entries)
 {
     unsigned capacity = array.capacity();
     while (capacity < entries)
         capacity = UTgrownCapacity(capacity);
-    array.resize(capacity);
+    return capacity;
 }
+
+// Grows in one step to that capacity.
+template <class Array>
+void
+utReserveAppends(Array &array, size_t entries)
+{
+    array.resize(utAppendCapacity(array, entries));
+}
+
+// Growth without clearing the new slots, for those who write to most of them.
+struct ut_ArrayGrowth
+{
+    template <class Array>
+    static void resize(Array &array, unsigned capacity)
+    {
+        utResize(
+            array.myData, array.myCapacity, array.myEntries, capacity,
+            /*clearsNewSlots=*/false);
+    }
+};
 
 // ---- Inserting
 
@@ -713,27 +732,38 @@ utAppendRun(Array &result, const T *elements, size_t count)
     result.setEntries(unsigned(entries));
 }
 
-// Removes what was appended, unless dismiss() is called.
+// The result of an operation, with room for at least as many elements. Clears
+// those of its new slots that have none at the end, and removes what was
+// appended unless dismiss() is called.
 template <class Array>
-class ut_EntriesGuard
+class ut_ResultGuard
 {
 public:
-    explicit ut_EntriesGuard(Array &array)
-        : myArray(&array), myEntries(array.entries())
+    ut_ResultGuard(Array &array, size_t least)
+        : myArray(array), myEntries(array.entries()), myIsComplete(false),
+          myFirstNew(array.capacity()),
+          myEndNew(utAppendCapacity(array, array.entries() + least))
     {
+        ut_ArrayGrowth::resize(array, myEndNew);
     }
-    ut_EntriesGuard(const ut_EntriesGuard &) = delete;
-    ut_EntriesGuard &operator=(const ut_EntriesGuard &) = delete;
-    ~ut_EntriesGuard()
+    ut_ResultGuard(const ut_ResultGuard &) = delete;
+    ut_ResultGuard &operator=(const ut_ResultGuard &) = delete;
+    ~ut_ResultGuard()
     {
-        if (myArray)
-            myArray->setEntries(myEntries);
+        if (!myIsComplete)
+            myArray.setEntries(myEntries);
+        const unsigned first = std::max(myArray.entries(), myFirstNew);
+        if (first < myEndNew)
+            utClearSlots(myArray.data() + first, myEndNew - first);
     }
-    void dismiss() { myArray = nullptr; }
+    void dismiss() { myIsComplete = true; }
 
 private:
-    Array *myArray;
+    Array &myArray;
     unsigned myEntries;
+    bool myIsComplete;
+    unsigned myFirstNew; // slot
+    unsigned myEndNew;
 };
 
 // The walk writes an element before it knows whether it is wanted, which saves
@@ -847,13 +877,12 @@ template <ut_SetOperation operation, class Array, class Order>
 void
 utSetOperation(const Array &a, const Array &b, Array &result, Order order)
 {
-    ut_EntriesGuard<Array> guard(result);
     const size_t total = size_t(a.entries()) + b.entries();
     const size_t longer = std::max(a.entries(), b.entries());
     const size_t least = operation == UT_SET_MERGE   ? total
                          : operation == UT_SET_UNION ? longer
                                                      : 0;
-    utReserveAppends(result, result.entries() + least);
+    ut_ResultGuard<Array> guard(result, least);
 
     // A leap over fewer elements costs more than walking past them.
     if (longer / 16 > total - longer)

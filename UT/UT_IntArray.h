@@ -237,6 +237,8 @@ public:
     void heapify(unsigned index);
 
 private:
+    friend struct ut_ArrayGrowth;
+
     void growFull(); // not UT_LOCAL: append() calls it
     UT_LOCAL void growSlowly();
     UT_LOCAL void concatSlowly(const UT_IntArray &other);

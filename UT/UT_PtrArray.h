@@ -252,6 +252,8 @@ public:
     void heapify(unsigned index, Compare compare);
 
 private:
+    friend struct ut_ArrayGrowth;
+
     void growFull(); // not UT_LOCAL: append() calls it
     UT_LOCAL void growSlowly();
     UT_LOCAL void concatSlowly(const UT_PtrArrayRaw &other);

@@ -441,6 +441,15 @@ utSorted(size_t count, size_t limit, std::mt19937 &random)
     return elements;
 }
 
+// Slots that have no element are zero, whatever was in their memory before.
+template <class Array>
+static void
+utExpectClearSlots(const Array &array)
+{
+    for (unsigned i = array.entries(); i < array.capacity(); ++i)
+        EXPECT_EQ(ut_Element<Array>(), array.data()[i]) << i;
+}
+
 // An operation that replaces `x`, and the one that writes to another array.
 template <class Array, class InPlace, class Into>
 static void
@@ -454,10 +463,12 @@ utExpectSet(
     inPlace(replaced);
     EXPECT_EQ(expected, utValues(replaced));
     EXPECT_EQ(steady.capacity(), replaced.capacity());
+    utExpectClearSlots(replaced);
     Array written;
     into(written);
     EXPECT_EQ(expected, utValues(written));
     EXPECT_EQ(steady.capacity(), written.capacity());
+    utExpectClearSlots(written);
 }
 
 template <class Array, class... Compare>
@@ -466,6 +477,7 @@ utCheckSets(Compare... compare)
 {
     using E = ut_Element<Array>;
     std::mt19937 random(4711);
+    mallopt(M_PERTURB, 1); // new memory is not zero
     for (int round = 0; round < 400; ++round)
     {
         SCOPED_TRACE(testing::Message() << "round " << round);
