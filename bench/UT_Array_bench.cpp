@@ -7,7 +7,8 @@
 // as long for 100 elements and 1.1 for 1000, in 32 bits 1.2. The heap of
 // pointers costs at most 1.25, because it makes two comparisons for each level.
 // Of two sorted arrays of which one is much longer, its elements are skipped
-// together: 0.7 of the standard union's time, and a tenth of the standard
+// together: 0.4 of the standard union's time, in 32 bits up to 1.7 for results
+// that the C library maps anew each time, and a tenth of the standard
 // intersection's for 1000 elements in a million. A search for a number that is
 // not there takes 0.7 of the time for 10 elements, as long in 32 bits, and 0.3
 // from 100 on, as far as the cache goes.
