@@ -646,12 +646,13 @@ utMap(size_t bytes)
     // What is before and after the large pages goes back.
     char *const start = static_cast<char *>(memory);
     const size_t before = (0 - uintptr_t(start)) % theLargePage;
-    const size_t after = theLargePage - before;
+    char *const pages = start + before;
+    char *const end = pages + utMappedSize(bytes);
     if (before > 0)
         munmap(start, before);
-    munmap(start + mapped - after, after);
-    (void)madvise(start + before, utMappedSize(bytes), MADV_HUGEPAGE);
-    return start + before;
+    munmap(end, theLargePage - before);
+    (void)madvise(pages, utMappedSize(bytes), MADV_HUGEPAGE);
+    return pages;
 }
 
 static UT_SymList *
