@@ -14,6 +14,7 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
 
 // The start of a line, with prefixes. All have the same width.
@@ -246,6 +247,25 @@ UT_Error::UT_Error(
 }
 
 UT_Error::~UT_Error() = default;
+
+UT_Error::UT_Error(
+    const char *type, int code, UT_ErrorSeverity severity, const char *text)
+    : myType(type), myString(text), mySeverity(severity), myCode(code)
+{
+}
+
+UT_Error *
+UT_Error::make(
+    const char *type, int code, const char *string, UT_ErrorSeverity severity)
+{
+    const size_t size = string ? strlen(string) + 1 : 0;
+    char *const block =
+        static_cast<char *>(::operator new(sizeof(UT_Error) + size));
+    char *const text = block + sizeof(UT_Error);
+    if (string)
+        memcpy(text, string, size);
+    return new (block) UT_Error(type, code, severity, string ? text : nullptr);
+}
 
 void
 UT_Error::setErrorString(const char *string)

@@ -78,6 +78,10 @@ public:
     UT_Error(const UT_Error &) = delete;
     UT_Error &operator=(const UT_Error &) = delete;
 
+    /// Frees an error without its size, which can be larger than the class: the
+    /// free text of one that was added is in the same block.
+    static void operator delete(void *block) { ::operator delete(block); }
+
     /// The type, the free text, the code and the severity. The texts are
     /// borrowed until the error's next change, and null if given so.
     [[nodiscard]] const char *getErrorType() const { return myType; }
@@ -134,9 +138,22 @@ public:
         UT_ErrorSeverity lastSeverity, int prefixes);
 
 private:
+    friend class UT_ErrorManager;
+
+    // One block is what an error and its text cost when they are added. A text
+    // that replaces it is a block of its own.
+    UT_LOCAL static UT_Error *make(
+        const char *type, int code, const char *string,
+        UT_ErrorSeverity severity);
+
+    // `text` is borrowed.
+    UT_LOCAL UT_Error(
+        const char *type, int code, UT_ErrorSeverity severity,
+        const char *text);
+
     // Programs derive from errors: order and size stay.
-    UT_String myType; // borrowed
-    UT_String myString;
+    UT_String myType;   // borrowed
+    UT_String myString; // owned, or borrowed from the error's own block
     UT_ErrorSeverity mySeverity;
     int32 myCode;
 };

@@ -15,28 +15,38 @@
 #include <cstring>
 #include <memory>
 
-static void
-utTellMonitor(const UT_Error &error)
+// Functions of their own: most processes have neither a monitor nor a log, and
+// an error costs little more than its memory.
+[[gnu::noinline]] static void
+utLogMessage(UT_Performance &monitor, const UT_Error &error)
 {
-    UT_Performance *monitor = UT_Performance::getMonitor();
-    if (!monitor || !monitor->isRecordingErrors())
-        return;
     const ut_CancelGuard guard;
     UT_String text;
     error.getErrorMessage(text, UT_ERROR_NONE, /*prefixes=*/1);
-    monitor->logMessage(text, 1, -1.0, 0);
+    monitor.logMessage(text, 1, -1.0, 0);
 }
 
-// Most processes have no log, and switching cancellation costs as much as the
-// memory of an error.
+[[gnu::noinline]] static void
+utWriteTo(UT_ErrorLog &log, UT_Error *error)
+{
+    const ut_CancelGuard guard;
+    log.logError(error);
+}
+
+static void
+utTellMonitor(const UT_Error &error)
+{
+    UT_Performance *const monitor = UT_Performance::getMonitor();
+    if (monitor && monitor->isRecordingErrors())
+        utLogMessage(*monitor, error);
+}
+
 static void
 utLog(UT_Error *error)
 {
-    UT_ErrorLog *const log = UTgetErrorLog();
-    if (!log->isEnabled())
-        return;
-    const ut_CancelGuard guard;
-    log->logError(error);
+    static UT_ErrorLog *const theLog = UTgetErrorLog();
+    if (theLog->isEnabled())
+        utWriteTo(*theLog, error);
 }
 
 UT_ErrorManager::UT_ErrorManager()
@@ -96,7 +106,8 @@ UT_ErrorManager::add(
     const char *type, int code, const char *string, UT_ErrorSeverity severity)
 {
     const ut_ErrnoKeeper keeper;
-    auto error = std::make_unique<UT_Error>(type, code, string, severity);
+    std::unique_ptr<UT_Error> error(
+        UT_Error::make(type, code, string, severity));
     utLog(error.get());
     return append(error.release());
 }
@@ -123,7 +134,8 @@ UT_ErrorSeverity
 UT_ErrorManager::addError(const char *type, int code, const char *string)
 {
     const ut_ErrnoKeeper keeper;
-    auto error = std::make_unique<UT_Error>(type, code, string, UT_ERROR_ERROR);
+    std::unique_ptr<UT_Error> error(
+        UT_Error::make(type, code, string, UT_ERROR_ERROR));
     utTellMonitor(*error);
     utLog(error.get());
     return append(error.release());
@@ -239,7 +251,7 @@ UT_ErrorManager::stealErrors(
             continue;
         if (copy)
             // The type is passed on as a pointer, not copied.
-            error = new UT_Error(
+            error = UT_Error::make(
                 error->getErrorType(), error->getErrorCode(),
                 error->getErrorString(), error->getSeverity());
         else

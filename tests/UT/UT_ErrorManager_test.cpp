@@ -203,6 +203,19 @@ TEST_F(UT_ErrorManagerTest, StealsAndCopiesErrors)
         }
 }
 
+TEST_F(UT_ErrorManagerTest, TheTextOfAnAddedErrorCanBeReplaced)
+{
+    UT_ErrorManager manager;
+    manager.addError("type", 1, nullptr);
+    EXPECT_EQ(nullptr, manager.getError(0)->getErrorString());
+    manager.addError("type", 1, "no file");
+    UT_Error *const error = manager.getError(1);
+    error->setErrorString(error->getErrorString() + 3); // its own text
+    EXPECT_STREQ("file", error->getErrorString());
+    error->setErrorString(nullptr);
+    EXPECT_EQ(nullptr, error->getErrorString());
+}
+
 TEST_F(UT_ErrorManagerTest, TheFirstOfDuplicatesStays)
 {
     UT_ErrorManager manager;
