@@ -5,6 +5,8 @@
 #include "UT_SymbolTable.h"
 #include "UT_WorkBuffer.h"
 
+#include "SYS/SYS_Types.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -12,13 +14,34 @@
 
 static const int theDepthLimit = 200;
 
-// Seconds since some time in the past, never 0.
-static double
-utNow()
+// Nanoseconds since some time in the past.
+static int64
+utNanoseconds()
 {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
+    return int64(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
+// The same in seconds, never 0.
+static double
+utNow()
+{
+    return double(utNanoseconds()) * 1e-9;
+}
+
+// Most names are short: a call takes longer than to look at a few bytes.
+static bool
+utIsSameName(const char *a, const char *b)
+{
+    for (int i = 0; i < 16; ++i, ++a, ++b)
+    {
+        if (*a != *b)
+            return false;
+        if (!*a)
+            return true;
+    }
+    return strcmp(a, b) == 0;
 }
 
 // ---- An event under the one that it is part of
@@ -39,7 +62,7 @@ struct UT_Performance::ut_Event
     // Most events are one after the other of the same name.
     ut_Event &getPart(const char *text)
     {
-        if (!last || strcmp(last->name, text) != 0)
+        if (!last || !utIsSameName(last->name, text))
             last = &findPart(text);
         return *last;
     }
@@ -63,7 +86,21 @@ struct UT_Performance::ut_Event
         if (taken < 0 || !std::isfinite(taken))
             return;
         hasTime = true;
-        seconds += taken;
+        notedSeconds += taken;
+    }
+
+    void end(int64 now)
+    {
+        ++count;
+        hasTime = true;
+        nanoseconds += now - start;
+        number = 0;
+    }
+
+    // All times together.
+    [[nodiscard]] double seconds() const
+    {
+        return notedSeconds + double(nanoseconds) * 1e-9;
     }
 
     const UT_String name;
@@ -72,11 +109,12 @@ struct UT_Performance::ut_Event
     UT_SymbolTable partsByName;    // the same
     ut_Event *last = nullptr;      // the one that was asked for last
     int64 count = 0;
-    double seconds = 0; // of all times together
+    double notedSeconds = 0;
+    int64 nanoseconds = 0; // measured
     bool hasTime = false;
 
     unsigned number = 0; // while it is open
-    double start = 0;    // seconds, while it is open
+    int64 start = 0;     // nanoseconds, while it is open
 };
 
 // ---- Recording
@@ -138,7 +176,7 @@ UT_Performance::startEvent(const char *name)
     event.number = myLastNumber;
     myOpen = &event;
     ++myDepth;
-    event.start = utNow();
+    event.start = utNanoseconds();
     return event.number;
 }
 
@@ -147,7 +185,7 @@ UT_Performance::endEvent(unsigned event)
 {
     if (event == 0 || !records())
         return;
-    const double now = utNow();
+    const int64 now = utNanoseconds();
     const ut_Event *wanted = myOpen;
     while (wanted && wanted->number != event)
         wanted = wanted->parent;
@@ -155,8 +193,7 @@ UT_Performance::endEvent(unsigned event)
         return;
     for (const ut_Event *ended = nullptr; ended != wanted; --myDepth)
     {
-        myOpen->note(1, std::max(now - myOpen->start, 0.0));
-        myOpen->number = 0;
+        myOpen->end(now);
         ended = myOpen;
         myOpen = myOpen->parent;
     }
@@ -217,12 +254,13 @@ UT_Performance::reportParts(
         UT_WorkBuffer label;
         label.appendSprintf("%*s", 2 * depth, "");
         label.append(name, SYSnarrow<int>(strcspn(name, "\n")));
+        const double seconds = part.seconds();
         if (part.count > 0 && part.hasTime)
             out.appendSprintf(
                 "%-40s %9lld %12.6f %12.6f %6.1f%%\n", label.buffer(),
-                static_cast<long long>(part.count), part.seconds,
-                part.seconds * 1e3 / double(part.count),
-                total > 0 ? part.seconds * 100 / total : 0.0);
+                static_cast<long long>(part.count), seconds,
+                seconds * 1e3 / double(part.count),
+                total > 0 ? seconds * 100 / total : 0.0);
         else if (part.count > 0)
             out.appendSprintf(
                 "%-40s %9lld %12s %12s %7s\n", label.buffer(),
@@ -236,7 +274,7 @@ UT_Performance::report(UT_WorkBuffer &out) const
 {
     double total = 0;
     for (unsigned i = 0; i < myRoot->parts.entries(); ++i)
-        total += myRoot->parts(i)->seconds;
+        total += myRoot->parts(i)->seconds();
 
     out.appendSprintf(
         "%-40s %9s %12s %12s %7s\n", "Event", "Count", "Total s", "Mean ms",
