@@ -186,6 +186,28 @@ UT_String::count(const char *text) const
     return found;
 }
 
+// The size for a text of `wanted` bytes of which the `searched` ones have grown
+// by `growth`, if those that are left grow as they did. At most twice as much,
+// as they may not; and more than there was by a part of that, as often as it
+// is too little.
+static uint64
+utGuessSize(
+    uint64 wanted, uint64 growth, uint64 room, size_t searched, size_t left)
+{
+    const uint64 guess =
+        std::min(wanted + growth * left / searched, wanted * 2);
+    return std::min<uint64>(std::max(guess, room + room / 4), INT_MAX);
+}
+
+static void
+utResize(ut_BlockOwner<char> &block, size_t size)
+{
+    char *const moved =
+        static_cast<char *>(utChecked(realloc(block.get(), size)));
+    (void)block.release();
+    block.reset(moved);
+}
+
 int
 UT_String::substitute(const char *text, const char *replacement, bool all)
 {
@@ -193,47 +215,74 @@ UT_String::substitute(const char *text, const char *replacement, bool all)
     replacement = utText(replacement);
     const size_t oldLength = strlen(text);
     const size_t newLength = strlen(replacement);
-    // Where the first ones are: only a text with more is searched twice.
+    if (oldLength == newLength && memcmp(text, replacement, oldLength) == 0)
+        return all ? count(text) : int(find(text) >= 0);
+
+    const char *read = utText(myData);
+    const char *const end = read + strlen(read);
+    const uint64 oldSize = uint64(end - read) + 1;
+    const auto sizeWith = [=](uint64 replaced)
+    { return oldSize + replaced * newLength - replaced * oldLength; };
+    // What could become too long is measured first.
+    if (all && oldLength > 0 && sizeWith(oldSize / oldLength) > INT_MAX &&
+        sizeWith(uint64(count(text))) > INT_MAX)
+        return 0;
+
+    // The old block stays until the end: the arguments may lie in it.
+    ut_BlockOwner<char> block;
+    uint64 room = 0;
+    size_t written = 0;
+    uint64 found = 0;
+    // So many at a time: to look for all of them first would be to look twice.
     constexpr int limit = 128;
     const char *places[limit];
-    int found = 0;
-    const char *next = utText(myData);
-    const char *const end = next + strlen(next);
-    while ((next = utFind(next, size_t(end - next), text, oldLength)))
+    for (int batch = limit; batch == limit;)
     {
-        if (found < limit)
-            places[found] = next;
-        ++found;
-        next += oldLength;
-        if (!all)
+        const char *next = read;
+        batch = 0;
+        while (batch < limit &&
+               (next = utFind(next, size_t(end - next), text, oldLength)))
+        {
+            places[batch++] = next;
+            next += oldLength;
+            if (!all)
+                break;
+        }
+        found += uint64(batch);
+        if (batch == 0)
             break;
+        const uint64 wanted = sizeWith(found);
+        if (wanted > INT_MAX)
+            return 0;
+        if (wanted > room)
+        {
+            room = batch < limit || newLength < oldLength
+                       ? wanted
+                       : utGuessSize(
+                             wanted, wanted - sizeWith(found - limit), room,
+                             size_t(next - read), size_t(end - next));
+            utResize(block, size_t(room));
+        }
+        char *write = block.get() + written;
+        for (int i = 0; i < batch; ++i)
+        {
+            write = static_cast<char *>(
+                mempcpy(write, read, size_t(places[i] - read)));
+            write = static_cast<char *>(mempcpy(write, replacement, newLength));
+            read = places[i] + oldLength;
+        }
+        written = size_t(write - block.get());
     }
-    if (!found)
+    if (!block)
         return 0;
-    if (oldLength == newLength && memcmp(text, replacement, oldLength) == 0)
-        return found;
-    // The old block stays until the end: the arguments may lie in it.
-    const uint64 wanted = uint64(end - myData) + 1 + uint64(found) * newLength -
-                          uint64(found) * oldLength;
-    if (wanted > INT_MAX)
-        return 0;
-    const size_t size = size_t(wanted);
-    char *const block = static_cast<char *>(utAllocate(size));
-    char *write = block;
-    const char *read = myData;
-    for (int i = 0; i < found; ++i)
-    {
-        next = i < limit ? places[i]
-                         : utFind(read, size_t(end - read), text, oldLength);
-        write = static_cast<char *>(mempcpy(write, read, size_t(next - read)));
-        write = static_cast<char *>(mempcpy(write, replacement, newLength));
-        read = next + oldLength;
-    }
-    memcpy(write, read, size - size_t(write - block));
+    memcpy(block.get() + written, read, size_t(end - read) + 1);
+    const uint64 size = sizeWith(found);
+    if (size < room)
+        utResize(block, size_t(size));
     freeData();
-    myData = block;
+    myData = block.release();
     myIsReference = 0;
-    return found;
+    return int(found);
 }
 
 bool

@@ -79,6 +79,24 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
         }
 }
 
+TEST(UT_StringEdit, SubstitutesManyNearAndFarApart)
+{
+    const std::string near(20000, 'a');
+    std::string far;
+    for (int i = 0; i < 300; ++i)
+        far += 'a' + std::string(500, '-');
+    for (const std::string &text : {far + near, near + far})
+        for (const std::string by : {"", "x", "xyz"})
+        {
+            std::string expected;
+            for (const char byte : text)
+                expected += byte == 'a' ? by : std::string(1, byte);
+            UT_String string(text.c_str());
+            EXPECT_EQ(20300, string.substitute("a", by.c_str())) << by;
+            EXPECT_EQ(expected, string.buffer()) << by;
+        }
+}
+
 // In 32 bits the length would be that of a short text again.
 TEST(UT_StringEdit, TextsLongerThanIntMaxAreNotMade)
 {
