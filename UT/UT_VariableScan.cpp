@@ -187,54 +187,10 @@ utSkipBlocks(
     return end;
 }
 
-// Most texts end within so many bytes. Where these are on one page, and `out`
-// has as much room, they can be read before the end is known.
-static constexpr int theFirstBytes = 4 * theBlock;
-
-static bool
-utIsOnOnePage(const char *text)
-{
-    constexpr unsigned theLeastPage = 4096;
-    return uintptr_t(text) % theLeastPage <= theLeastPage - theFirstBytes;
-}
-
-// Copies the first bytes and returns the first of them that is special or a
-// NUL, or the byte after them. What follows a NUL is read, and does not matter.
-// The checkers of memory, which know no pages, leave this function out.
-[[gnu::target("avx2"),
-  gnu::no_sanitize("address", "thread")]] static const char *
-utCopyFirst(const char *text, char *out, unsigned special)
-{
-    __m128i bytes;
-    memcpy(&bytes, theHalfTables.bytes[special], sizeof(bytes));
-    const __m256i byHalves = _mm256_broadcastsi128_si256(bytes);
-    for (int i = 0; i < theFirstBytes; i += theBlock)
-    {
-        // Not memcpy(), which the checkers know.
-        const void *const from = text + i;
-        void *const to = out + i;
-        const __m256i block =
-            _mm256_loadu_si256(static_cast<const __m256i_u *>(from));
-        _mm256_storeu_si256(static_cast<__m256i_u *>(to), block);
-        const __m256i found = _mm256_or_si256(
-            _mm256_cmpeq_epi8(_mm256_shuffle_epi8(byHalves, block), block),
-            _mm256_cmpeq_epi8(block, _mm256_setzero_si256()));
-        if (const unsigned mask = utMask(found))
-            return text + i + __builtin_ctz(mask);
-    }
-    return text + theFirstBytes;
-}
-
-static bool
-utHasBlocks()
-{
-    return __builtin_cpu_supports("avx2");
-}
-
 static bool
 utHasBlocks(const char *text, const char *end)
 {
-    return end - text >= theBlock && utHasBlocks();
+    return end - text >= theBlock && __builtin_cpu_supports("avx2");
 }
 #else
 static const char *
@@ -248,26 +204,6 @@ static const char *
 utSkipBlocks(const char *text, const char *, unsigned, char * = nullptr)
 {
     return text;
-}
-
-static constexpr int theFirstBytes = 0;
-
-static bool
-utIsOnOnePage(const char *)
-{
-    return false;
-}
-
-static const char *
-utCopyFirst(const char *text, char *, unsigned)
-{
-    return text;
-}
-
-static bool
-utHasBlocks()
-{
-    return false;
 }
 
 static bool
@@ -369,15 +305,16 @@ struct ut_Position
 utCopyStart(UT_WorkBuffer &out, const char *text, unsigned special)
 {
     const char *next = text;
-    if (utHasBlocks() && utIsOnOnePage(text) && !out.isLocked() &&
-        out.capacity() > theFirstBytes)
+    const char *end = text;
+    if (!out.isLocked() && !utIsSpecial(*text, special))
+        end += strnlen(text, size_t(std::min(out.capacity() - 1, 4096)));
+    if (!utHasBlocks(text, end))
+        out.clear();
+    else
     {
-        next = utCopyFirst(text, &out[0], special);
+        next = utSkipBlocks</*copies=*/true>(text, end, special, &out[0]);
         ut_ScanOutput::endAt(out, int(next - text));
     }
-    else
-        out.clear();
-    const char *end = next;
     if (!utIsSpecial(*next, special))
         next = utCopyOrdinary(out, next, end, special);
     return {next, end};
