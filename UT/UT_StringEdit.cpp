@@ -4,6 +4,7 @@
 
 #include "UT_AllocImpl.h"
 #include "UT_CharImpl.h"
+#include "UT_StringImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"
@@ -105,7 +106,7 @@ utFind(const char *begin, const char *text, size_t length)
         return strstr(begin, text);
     for (size_t window = std::max<size_t>(128, 8 * length);; window *= 2)
     {
-        const size_t used = strnlen(begin, window);
+        const size_t used = utLengthWithin(begin, window);
         const char *const found = utFind(begin, used, text, length);
         if (found || used < window)
             return found;

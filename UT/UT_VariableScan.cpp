@@ -7,6 +7,7 @@
 #include "UT_EnvImpl.h"
 #include "UT_RefArray.h"
 #include "UT_String.h"
+#include "UT_StringImpl.h"
 #include "UT_VariableScanImpl.h"
 #include "UT_WorkArgs.h"
 #include "UT_WorkBuffer.h"
@@ -219,7 +220,7 @@ static void
 utLookAhead(const char *text, const char *&end)
 {
     if (end - text < 32 && *end)
-        end = text + strnlen(text, 4096);
+        end = text + utLengthWithin(text, 4096);
 }
 
 static bool
@@ -307,7 +308,7 @@ utCopyStart(UT_WorkBuffer &out, const char *text, unsigned special)
     const char *next = text;
     const char *end = text;
     if (!out.isLocked() && !utIsSpecial(*text, special))
-        end += strnlen(text, size_t(std::min(out.capacity() - 1, 4096)));
+        end += utLengthWithin(text, size_t(std::min(out.capacity() - 1, 4096)));
     if (!utHasBlocks(text, end))
         out.clear();
     else
