@@ -78,8 +78,8 @@ public:
     UT_Error(const UT_Error &) = delete;
     UT_Error &operator=(const UT_Error &) = delete;
 
-    /// Frees an error without its size, which can be larger than the class: the
-    /// free text of one that was added is in the same block.
+    /// Frees an error's block, which can be larger than the class: the free
+    /// text of an error that was added is in it.
     static void operator delete(void *block) { ::operator delete(block); }
 
     /// The type, the free text, the code and the severity. The texts are

@@ -187,10 +187,10 @@ UT_String::count(const char *text) const
     return found;
 }
 
-// The size for a text of `wanted` bytes of which the `searched` ones have grown
-// by `growth`, if those that are left grow as they did. At most twice as much,
-// as they may not; and more than there was by a part of that, as often as it
-// is too little.
+// The room for a text of `wanted` bytes whose first `searched` ones have grown
+// by `growth`, if what is left grows as they did: at most twice as much, as it
+// may not, and a quarter more than the present room, so that few blocks are
+// needed.
 static uint64
 utGuessSize(
     uint64 wanted, uint64 growth, uint64 room, size_t searched, size_t left)
