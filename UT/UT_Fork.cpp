@@ -31,6 +31,8 @@ struct ut_ForkHandlers
                 if (lock->myOrder == order && !lock->myIsTaken)
                 {
                     utTake(lock->myLock);
+                    if (lock->myPrepare)
+                        lock->myPrepare(lock->myLock);
                     lock->myIsTaken = true;
                 }
     }
