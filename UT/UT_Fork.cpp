@@ -31,8 +31,6 @@ struct ut_ForkHandlers
                 if (lock->myOrder == order && !lock->myIsTaken)
                 {
                     utTake(lock->myLock);
-                    if (lock->myPrepare)
-                        lock->myPrepare(lock->myLock);
                     lock->myIsTaken = true;
                 }
     }

@@ -32,10 +32,8 @@ enum ut_ForkOrder
 class ut_ForkLock
 {
 public:
-    // `prepare`, unless it is null, is called with the lock that a fork holds.
-    constexpr ut_ForkLock(
-        UT_Lock &lock, ut_ForkOrder order, void (*prepare)(UT_Lock &) = nullptr)
-        : myLock(lock), myOrder(order), myPrepare(prepare)
+    constexpr ut_ForkLock(UT_Lock &lock, ut_ForkOrder order)
+        : myLock(lock), myOrder(order)
     {
     }
 
@@ -52,7 +50,6 @@ private:
 
     UT_Lock &myLock;
     const ut_ForkOrder myOrder;
-    void (*const myPrepare)(UT_Lock &);
     bool myIsTaken = false; // by the fork in progress
     std::atomic<bool> myIsIn{false};
     std::atomic<ut_ForkLock *> myNext{nullptr};

@@ -10,10 +10,9 @@
 // Blocks of several sizes stand beside what serves these: malloc(), tcmalloc
 // and the standard pools. They take at most 0.8 of malloc()'s time, and 0.5
 // to 1.6 of tcmalloc's, 2 where each release misses the cache. With a lock they
-// stand beside the standard pools that have one, too, and take a quarter of
-// their time: one thread has them to itself here, and needs no exchange.
-// tcmalloc needs no lock, since each thread has its own blocks, and takes a
-// third to a half of ours. A process with one thread saves the lock.
+// stand beside the standard pools that have one, too, and take a third of their
+// time. tcmalloc needs no lock, since each thread has its own blocks, and takes
+// a quarter of ours. A process with one thread saves the lock.
 
 #include "UT/UT_FixedAllocator.h"
 

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <new>
 #include <random>
@@ -220,39 +219,4 @@ TEST(UT_SmallObjectAllocator, ThreadsShareOnePoolForEachSize)
             EXPECT_EQ(1, int(pools(i).pageSlots()) - pools(i).freedSlots());
         }
     }
-}
-
-TEST(UT_SmallObjectAllocator, AThreadThatIsThereAllTheTimeLetsOthersIn)
-{
-    const unsigned size = 16;
-    UT_SmallObjectAllocator pools(true, 16, size, true);
-    std::atomic<long> turns(0); // of the other thread
-    std::atomic<bool> isOver(false);
-    const auto takeAndGiveBack = [&](char mark)
-    {
-        char *const block = static_cast<char *>(pools.allocate(size));
-        memset(block, mark, size);
-        EXPECT_EQ(size, std::count(block, block + size, mark));
-        pools.deallocate(block, size);
-    };
-    std::thread other(
-        [&]
-        {
-            while (!isOver)
-            {
-                takeAndGiveBack('o');
-                ++turns;
-            }
-        });
-    for (int visit = 0; visit < 100; ++visit)
-    {
-        const long enough = turns + 5000;
-        while (turns < enough)
-            std::this_thread::yield();
-        for (int i = 0; i < 100; ++i)
-            takeAndGiveBack('v');
-    }
-    isOver = true;
-    other.join();
-    EXPECT_EQ(0, pools(0).allocated());
 }
