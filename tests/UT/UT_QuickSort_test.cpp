@@ -372,9 +372,12 @@ TEST(UTquickSelect, PutsOneElementInItsPlace)
                 std::vector<int> data = keys;
                 UTquickSelect(data.data(), n, k, utCompareValues);
                 utCheckSelection(keys, data, k);
+                data = keys;
+                UTquickSelect(data.data(), n, k, 4, utCompareElements);
+                utCheckSelection(keys, data, k);
                 const auto select = [=](char *elements, unsigned size)
                 { UTquickSelect(elements, n, k, size, utCompareElements); };
-                for (const unsigned size : {6u, 9u, 40u, 1300u})
+                for (const unsigned size : {6u, 8u, 9u, 40u, 1300u})
                 {
                     data = utMoveRecords(keys, size, select);
                     for (int &source : data)
