@@ -93,6 +93,8 @@ static const struct ut_Pattern
      [](const ut_Place &at) { return std::min(at.i, at.n - at.i); }        },
     {"all equal",  [](const ut_Place &) { return -7; }                     },
     {"few",        [](const ut_Place &at) { return at.random % 5 - 2; }    },
+    {"mostly few",
+     [](const ut_Place &at) { return at.i % 99 ? at.random % 6 : at.i; }   },
     {"one off",
      [](const ut_Place &at) { return at.i == at.n / 3 ? at.n : at.i; }     },
     {"saw",        [](const ut_Place &at) { return at.i % 37; }            },
