@@ -9,6 +9,9 @@
 #ifdef UT_HAS_SORT_VECTORS
 
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <numeric>
 
 #include <immintrin.h>
 
@@ -466,6 +469,15 @@ template <class Key>
 UT_VECTORS_INLINE inline void
 utFill(Key *keys, size_t n, ut_Lanes key)
 {
+    if (n >= theLanes)
+    {
+        // Whole lines of the cache from the next one on.
+        _mm512_storeu_si512(keys, key);
+        const size_t count =
+            theLanes - uintptr_t(keys) / sizeof(Key) % theLanes;
+        keys += count;
+        n -= count;
+    }
     for (; n >= theLanes; n -= theLanes, keys += theLanes)
         _mm512_storeu_si512(keys, key);
     _mm512_mask_storeu_epi32(keys, utFirstLanes(unsigned(n)), key);
@@ -477,46 +489,119 @@ utCopyLane(ut_Lanes lanes, unsigned lane)
     return _mm512_maskz_permutexvar_epi32(theAllLanes, utAllLanes(lane), lanes);
 }
 
-// The most different keys that are counted.
-constexpr unsigned theFewValues = 4;
+// The most different keys that are counted, as many as have registers. The loop
+// for very few is faster.
+constexpr unsigned theFewValues = sizeof(void *) == 8 ? 8 : 4;
+constexpr unsigned theVeryFewValues = theFewValues / 2;
 
-// Sorts keys that all are among the first `count` of `values`, in order, by
-// counting. For any others it fails, usually early.
-template <class Key>
-UT_VECTORS bool
-utSortFewValues(Key *keys, size_t n, const ut_Lanes &values, unsigned count)
+UT_VECTORS_INLINE inline unsigned
+utSumOfLanes(ut_Lanes lanes)
 {
-    ut_Lanes value[theFewValues];
-    size_t found[theFewValues] = {};
-#pragma GCC unroll 4
-    for (unsigned k = 0; k < theFewValues; k++)
-        value[k] = utCopyLane(values, k < count ? k : 0);
+    unsigned numbers[theLanes];
+    _mm512_storeu_si512(numbers, lanes);
+    return std::accumulate(numbers, std::end(numbers), 0u);
+}
 
-    __mmask16 used = theAllLanes;
-    for (size_t i = 0; i < n; i += theLanes)
+// Counts keys from `start` on that are among `values`, each a vector of equal
+// keys. Returns where the first vector with another key starts, and sets
+// `other` to that key; a number from `n` on if there is none.
+template <unsigned most, class Key>
+UT_VECTORS size_t
+utCountValues(
+    const Key *keys, size_t n, size_t start, const ut_Lanes (&values)[most],
+    size_t (&found)[most], ut_Lanes &other)
+{
+    ut_Lanes counts[most];
+#pragma GCC unroll 8
+    for (unsigned k = 0; k < most; k++)
+        counts[k] = utAllLanes(0);
+
+    size_t i = start;
+    for (; i < n; i += theLanes)
     {
-        if (n - i < theLanes)
-            used = utFirstLanes(unsigned(n - i));
+        const __mmask16 used =
+            n - i < theLanes ? utFirstLanes(unsigned(n - i)) : theAllLanes;
         const ut_Lanes lanes = _mm512_maskz_loadu_epi32(used, keys + i);
+        ut_Lanes newCounts[most];
         unsigned known = 0;
-#pragma GCC unroll 4
-        for (unsigned k = 0; k < theFewValues; k++)
+#pragma GCC unroll 8
+        for (unsigned k = 0; k < most; k++)
         {
-            const unsigned are =
-                _mm512_mask_cmpeq_epi32_mask(used, lanes, value[k]);
-            found[k] += unsigned(__builtin_popcount(are));
+            const __mmask16 are =
+                _mm512_mask_cmpeq_epi32_mask(used, lanes, values[k]);
+            newCounts[k] =
+                _mm512_mask_add_epi32(counts[k], are, counts[k], utAllLanes(1));
             known |= are;
         }
         if (known != used)
+        {
+            other = utCopyLane(lanes, unsigned(__builtin_ctz(used & ~known)));
+            break;
+        }
+#pragma GCC unroll 8
+        for (unsigned k = 0; k < most; k++)
+            counts[k] = newCounts[k];
+    }
+    for (unsigned k = 0; k < most; k++)
+        found[k] += utSumOfLanes(counts[k]);
+    return i;
+}
+
+// Sorts keys by counting if no more than `most` are different: the first
+// `count` lanes of `sample`, and others that it meets. It fails for more,
+// usually early.
+template <unsigned most, class Key>
+UT_VECTORS bool
+utSortFewValues(
+    Key *keys, size_t n, const ut_Lanes &sample, unsigned count,
+    const ut_LaneRanks<Key> &order)
+{
+    ut_Lanes values[most];
+    size_t found[most] = {};
+#pragma GCC unroll 8
+    for (unsigned k = 0; k < most; k++)
+        values[k] = utCopyLane(sample, k < count ? k : 0);
+
+    size_t done = 0;
+    ut_Lanes other = values[0];
+    while ((done = utCountValues(keys, n, done, values, found, other)) < n)
+    {
+        if (count == most)
             return false;
+        found[count] = 0; // was counted for the first one
+        values[count++] = other;
     }
 
+    unsigned ranks[most];
     for (unsigned k = 0; k < count; k++)
+        ranks[k] = unsigned(_mm_cvtsi128_si32(
+            _mm512_maskz_extracti32x4_epi32(0xF, order.ranks(values[k]), 0)));
+    for (; count > 0; count--)
     {
-        utFill(keys, found[k], value[k]);
-        keys += found[k];
+        const size_t least =
+            size_t(std::min_element(ranks, ranks + count) - ranks);
+        utFill(keys, found[least], values[least]);
+        keys += found[least];
+        ranks[least] = ranks[count - 1];
+        found[least] = found[count - 1];
+        values[least] = values[count - 1];
     }
     return true;
+}
+
+// The same for the lanes of a sample of ranks that differ from those before. A
+// call, which other divisions do not pay for.
+template <class Key>
+UT_VECTORS __attribute__((noinline)) bool
+utSortIfFewValues(
+    Key *keys, size_t n, const ut_Lanes &sample, __mmask16 isFirst,
+    unsigned count, const ut_LaneRanks<Key> &order)
+{
+    const ut_Lanes values =
+        order.keys(_mm512_maskz_compress_epi32(isFirst, sample));
+    if (count <= theVeryFewValues)
+        return utSortFewValues<theVeryFewValues>(keys, n, values, count, order);
+    return utSortFewValues<theFewValues>(keys, n, values, count, order);
 }
 
 // Divides by the middle one of a sample. Keys equal to it go to the side with
@@ -534,11 +619,9 @@ utDivideOf(Key *keys, size_t n, ut_KeyForm<Key> form)
                 sample,
                 _mm512_maskz_permutexvar_epi32(theAllLanes, before, sample));
     const unsigned values = unsigned(__builtin_popcount(isFirstOfEquals));
-    if (values <= theFewValues && utSortFewValues(
-                                      keys, n,
-                                      order.keys(_mm512_maskz_compress_epi32(
-                                          __mmask16(isFirstOfEquals), sample)),
-                                      values))
+    if (values <= theFewValues &&
+        utSortIfFewValues(
+            keys, n, sample, __mmask16(isFirstOfEquals), values, order))
         return {0, n};
 
     const ut_Lanes middle = utCopyLane(sample, theLanes / 2);

@@ -341,15 +341,23 @@ UT_PtrArrayRaw::heapPush(void *pointer, Compare compare)
     return utHeapPush(*this, pointer, utSense(compare));
 }
 
+// Elements of a heap of which a good part is not in the cache.
+static const size_t theLongHeap = 1 << 15;
+
 // Lets `pointer` sink from the root: two comparisons for each level, those that
 // heapify() makes. In a heap the greater children could rise all the way and
 // the pointer climb from there, for one comparison each; but nothing shows that
 // an array is a heap without the other one, and the arrangement of one that is
 // not would differ.
+//
+// The comparator usually reads what the pointers point to. In a long array that
+// is far away: what both children's children point to is fetched meanwhile,
+// which does no harm where they point to nothing.
 static void
 utSinkFromRoot(
     void **heap, size_t entries, void *pointer, UT_PtrArrayRaw::Compare compare)
 {
+    const size_t endOfFetching = entries < theLongHeap ? 0 : (entries - 3) / 2;
     size_t i = 0;
     // The root has one child.
     if (entries > 1 && compare(&heap[1], &pointer) > 0)
@@ -359,6 +367,9 @@ utSinkFromRoot(
         size_t child = 2;
         for (; child + 1 < entries; child = 2 * i)
         {
+            if (child < endOfFetching)
+                for (size_t next = 0; next < 4; ++next)
+                    __builtin_prefetch(heap[2 * child + next]);
             if (compare(&heap[child], &pointer) > 0)
                 child += compare(&heap[child + 1], &heap[child]) > 0;
             else if (compare(&heap[child + 1], &pointer) > 0)

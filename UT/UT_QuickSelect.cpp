@@ -4,18 +4,20 @@
 #include "UT_QuickSortImpl.h"
 
 #include <cmath>
+#include <type_traits>
 
 namespace
 {
 
-// Elements of any size under a comparator that sees their addresses. The key
-// of an element is its address.
+// Elements under a comparator that sees their addresses. The key of an element
+// is its address. `Size` is a number of bytes, known to the compiler or not.
+template <class Size>
 class ut_ElementItems
 {
 public:
     using Compare = int (*)(const void *, const void *);
 
-    ut_ElementItems(void *base, size_t size, char *scratch, Compare compare)
+    ut_ElementItems(void *base, Size size, char *scratch, Compare compare)
         : myBase(static_cast<char *>(base)), mySize(size), myScratch(scratch),
           myCompare(compare)
     {
@@ -46,7 +48,7 @@ public:
 
 private:
     char *myBase;
-    size_t mySize;
+    Size mySize;
     char *myScratch;
     Compare myCompare;
 };
@@ -167,7 +169,20 @@ UTquickSelect(
     if (k >= n || size == 0)
         return;
     ut_ElementScratch scratch(size);
-    utSelectFromAll(ut_ElementItems(base, size, scratch.data(), compare), n, k);
+    const auto select = [&](auto knownSize)
+    {
+        utSelectFromAll(
+            ut_ElementItems<decltype(knownSize)>(
+                base, knownSize, scratch.data(), compare),
+            n, k);
+    };
+    // The usual sizes are known to the compiler: moves are then single words.
+    if (size == 4)
+        select(std::integral_constant<size_t, 4>());
+    else if (size == 8)
+        select(std::integral_constant<size_t, 8>());
+    else
+        select(size_t(size));
 }
 
 int

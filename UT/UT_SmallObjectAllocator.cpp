@@ -106,30 +106,34 @@ UT_SmallObjectAllocator::poolFor(unsigned int size)
 inline void *
 UT_SmallObjectAllocator::take(unsigned int size)
 {
-    if (!myLastAllocation || myLastAllocation->requestedSize() != size)
+    UT_FixedAllocator *pool = quickPool(size);
+    if (!pool)
     {
-        UT_FixedAllocator *const pool = quickPool(size);
-        myLastAllocation = pool ? pool : poolFor(size);
+        pool = myLastAllocation;
+        if (!pool || pool->requestedSize() != size)
+            pool = poolFor(size);
     }
-    return myLastAllocation->allocate();
+    myLastAllocation = pool;
+    return pool->allocate();
 }
 
 inline void
 UT_SmallObjectAllocator::give(void *block, unsigned int size)
 {
-    if (!myLastRelease || myLastRelease->requestedSize() != size)
+    UT_FixedAllocator *pool = quickPool(size);
+    if (!pool)
     {
-        UT_FixedAllocator *pool = quickPool(size);
-        if (!pool)
+        pool = myLastRelease;
+        if (!pool || pool->requestedSize() != size)
         {
             const unsigned index = findAtLeast(size);
             if (index == myAllocators.entries())
                 return; // no block of ours has this size
             pool = myAllocators(index);
         }
-        myLastRelease = pool;
     }
-    myLastRelease->deallocate(block);
+    myLastRelease = pool;
+    pool->deallocate(block);
 }
 
 void *

@@ -5,7 +5,7 @@
 // std::sort on positions and Boost's sorts on pairs. Records of 16 to 64 bytes
 // take no longer than with the best of Boost's. Other orders cost at most twice
 // what a random one does; selecting costs no more than std::nth_element with
-// the same comparator, among 10 elements 1.2.
+// the same comparator.
 //
 // Arguments: the number of elements and the order of the input. Peers that are
 // not installed are left out.

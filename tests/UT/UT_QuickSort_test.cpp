@@ -93,6 +93,8 @@ static const struct ut_Pattern
      [](const ut_Place &at) { return std::min(at.i, at.n - at.i); }        },
     {"all equal",  [](const ut_Place &) { return -7; }                     },
     {"few",        [](const ut_Place &at) { return at.random % 5 - 2; }    },
+    {"mostly few",
+     [](const ut_Place &at) { return at.i % 99 ? at.random % 6 : at.i; }   },
     {"one off",
      [](const ut_Place &at) { return at.i == at.n / 3 ? at.n : at.i; }     },
     {"saw",        [](const ut_Place &at) { return at.i % 37; }            },
@@ -372,9 +374,12 @@ TEST(UTquickSelect, PutsOneElementInItsPlace)
                 std::vector<int> data = keys;
                 UTquickSelect(data.data(), n, k, utCompareValues);
                 utCheckSelection(keys, data, k);
+                data = keys;
+                UTquickSelect(data.data(), n, k, 4, utCompareElements);
+                utCheckSelection(keys, data, k);
                 const auto select = [=](char *elements, unsigned size)
                 { UTquickSelect(elements, n, k, size, utCompareElements); };
-                for (const unsigned size : {6u, 9u, 40u, 1300u})
+                for (const unsigned size : {6u, 8u, 9u, 40u, 1300u})
                 {
                     data = utMoveRecords(keys, size, select);
                     for (int &source : data)
