@@ -298,9 +298,9 @@ public:
     /// neither insert nor delete, because the number of buckets could change.
     ///
     /// Unless the table is in order, allocates some 30 bytes for each name and
-    /// takes longer: up to seven times as long for some hundred names, twice as
-    /// long for a million. Throws std::bad_alloc, without a call, when there is
-    /// no memory for that. So may mergeTable(), outputStats() and dumpTable().
+    /// takes two to three times as long. Throws std::bad_alloc, without a call,
+    /// when there is no memory for that. So may mergeTable(), outputStats() and
+    /// dumpTable().
     int traverseConst(UT_SymFunction function, void *data) const;
 
     /// Adds all names of another table with their values, which replace the
