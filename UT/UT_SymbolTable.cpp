@@ -458,6 +458,13 @@ UT_SymList::traverse(UT_SymFunction function, void *data) const
     return 1;
 }
 
+inline UT_SymList::UT_Sym *
+UT_SymList::secondOrFirst() const
+{
+    UT_Sym *const first = myFirst.get();
+    return first->next ? first->next : first;
+}
+
 int
 UT_SymList::count() const
 {
@@ -692,6 +699,14 @@ UT_SymbolTable::~UT_SymbolTable()
     utFreeBuckets(myBuckets, bucketCount());
 }
 
+// Whether the processor's cache has no room for the nodes, so that one that is
+// prefetched comes much sooner. Otherwise that would only be more to do.
+inline bool
+UT_SymbolTable::isLarge() const
+{
+    return myEntries >= 200000;
+}
+
 // Nodes that are visited together.
 static const int theRunLength = 128;
 
@@ -700,13 +715,15 @@ static const int theRunLength = 128;
 // Nodes are scattered in memory, and which buckets have any, or more than one,
 // cannot be predicted: one node after the other, this would wait most of the
 // time. So the first nodes of a run of buckets come together, then the second
-// ones and so on, in steps of which each prefetches what the next one needs.
+// ones and so on, in steps of which each prefetches what the next one needs
+// where the table is large.
 template <class Function>
 inline void
 UT_SymbolTable::forRuns(Function function) const
 {
     UT_Sym *syms[theRunLength];
     UT_Sym *nexts[theRunLength];
+    const bool prefetches = isLarge();
     for (unsigned start = 0; start < bucketCount(); start += theRunLength)
     {
         const unsigned end = std::min(start + theRunLength, bucketCount());
@@ -717,7 +734,7 @@ UT_SymbolTable::forRuns(Function function) const
             syms[count] = sym;
             count += sym != nullptr;
         }
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count && prefetches; ++i)
             __builtin_prefetch(syms[i]);
         while (count > 0)
         {
@@ -725,7 +742,8 @@ UT_SymbolTable::forRuns(Function function) const
             for (int i = 0; i < count; ++i)
             {
                 UT_Sym *const next = syms[i]->next;
-                __builtin_prefetch(next ? next : syms[i]); // null is slow
+                if (prefetches)
+                    __builtin_prefetch(next ? next : syms[i]); // null is slow
                 nexts[nextCount] = next;
                 nextCount += next != nullptr;
             }
@@ -861,12 +879,17 @@ class UT_SymbolTable::ut_Order
 {
 public:
     explicit ut_Order(const UT_SymbolTable &table)
-        : mySyms(new UT_Sym *[unsigned(table.myEntries)]),
+        : myIsLarge(table.isLarge()),
+          mySyms(new UT_Sym *[unsigned(table.myEntries)]),
           myEnds(unsigned(table.myTableSize) + 1)
     {
         distribute(table);
-        for (unsigned bucket = 0; bucket + 1 < myEnds.size(); ++bucket)
-            sort(begin(bucket), end(bucket));
+        unsigned start = 0;
+        for (const unsigned end : myEnds)
+        {
+            sort(start, end);
+            start = end;
+        }
     }
 
     // Number of nodes.
@@ -879,10 +902,12 @@ public:
     }
     [[nodiscard]] unsigned end(unsigned bucket) const { return myEnds[bucket]; }
 
-    // Nodes are read one after the other: one that comes later is prefetched.
+    // Nodes are read one after the other: one that comes later is prefetched,
+    // where the table is large.
     UT_Sym &operator()(unsigned index) const
     {
-        __builtin_prefetch(mySyms[std::min(index + 16, entries() - 1)]);
+        if (myIsLarge)
+            __builtin_prefetch(mySyms[std::min(index + 16, entries() - 1)]);
         return *mySyms[index];
     }
 
@@ -895,14 +920,21 @@ private:
         const std::unique_ptr<UT_Sym *[]> syms(new UT_Sym *[count]);
         const std::unique_ptr<unsigned[]> buckets(new unsigned[count]);
         table.forRuns(
-            [&, next = 0u](UT_Sym **run, int length) mutable
+            [nextSym = syms.get(), nextBucket = buckets.get(),
+             counts = myEnds.data() + 1,
+             sizeIndex](UT_Sym **run, int length) mutable
             {
-                for (int i = 0; i < length; ++i, ++next)
+                unsigned *const countsHere = counts; // in a register
+                for (int i = 0; i < length; ++i)
                 {
-                    syms[next] = run[i];
-                    buckets[next] = utBucketOf(run[i]->hash(), sizeIndex);
-                    ++myEnds[buckets[next] + 1];
+                    const unsigned bucket =
+                        utBucketOf(run[i]->hash(), sizeIndex);
+                    nextSym[i] = run[i];
+                    nextBucket[i] = bucket;
+                    ++countsHere[bucket];
                 }
+                nextSym += length;
+                nextBucket += length;
             });
         std::partial_sum(myEnds.begin(), myEnds.end(), myEnds.begin());
         // What is a start before becomes the end.
@@ -912,15 +944,23 @@ private:
 
     void sort(unsigned first, unsigned last)
     {
-        for (unsigned i = first; i < last; ++i)
+        for (unsigned i = first; i < last && myIsLarge; ++i)
             (*this)(i);
-        if (last - first > 1)
+        // Most buckets have no more.
+        if (last - first == 2)
+        {
+            UT_Sym **const pair = mySyms.get() + first;
+            if (pair[1]->isBefore(*pair[0]))
+                std::swap(pair[0], pair[1]);
+        }
+        else if (last - first > 2)
             std::sort(
                 mySyms.get() + first, mySyms.get() + last,
                 [](const UT_Sym *a, const UT_Sym *b)
                 { return a->isBefore(*b); });
     }
 
+    const bool myIsLarge;
     const std::unique_ptr<UT_Sym *[]> mySyms;
     std::vector<unsigned> myEnds; // by bucket, and the number of nodes
 };
@@ -968,12 +1008,57 @@ UT_SymbolTable::traverseConst(UT_SymFunction function, void *data) const
     return 1;
 }
 
+// A block of buckets, one for each bit of a word.
+static const unsigned theBlockLength = 8 * sizeof(uintptr_t);
+
+// The number of the lowest bit that is set.
+static inline unsigned
+utLowest(uintptr_t bits)
+{
+    return unsigned(__builtin_ctzl(bits));
+}
+
+// Which buckets of the block that begins with `start` are not empty, by bits:
+// that cannot be predicted, so no jump depends on it.
+inline uintptr_t
+UT_SymbolTable::usedBuckets(unsigned start) const
+{
+    uintptr_t used = 0;
+    for (unsigned i = std::min(start + theBlockLength, bucketCount());
+         i > start; --i)
+        used = used + used + !myBuckets[i - 1].empty();
+    return used;
+}
+
+// The first nodes of a block's buckets are prefetched a block ahead of the
+// calls for them, the second ones just before. The calls may delete names and
+// buckets, so no pointer outlives one.
 int
 UT_SymbolTable::walkBuckets(UT_SymFunction function, void *data) const
 {
-    for (unsigned i = 0; i < bucketCount(); ++i)
-        if (!myBuckets[i].traverse(function, data))
-            return 0;
+    if (!function)
+        return 1;
+    const bool prefetches = isLarge();
+    for (unsigned start = 0; start < bucketCount(); start += theBlockLength)
+    {
+        uintptr_t used = usedBuckets(start);
+        if (prefetches)
+        {
+            for (uintptr_t bits = used; bits != 0; bits &= bits - 1)
+                __builtin_prefetch(
+                    myBuckets[start + utLowest(bits)].secondOrFirst());
+            const unsigned next = start + theBlockLength;
+            for (uintptr_t bits = usedBuckets(next); bits; bits &= bits - 1)
+                __builtin_prefetch(
+                    myBuckets[next + utLowest(bits)].myFirst.get());
+        }
+        for (; used != 0; used &= used - 1)
+        {
+            const unsigned i = start + utLowest(used);
+            if (i < bucketCount() && !myBuckets[i].traverse(function, data))
+                return 0;
+        }
+    }
     return 1;
 }
 

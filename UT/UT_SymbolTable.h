@@ -161,6 +161,7 @@ private:
     UT_LOCAL UT_Sym *remove(const ut_Key &key);
     UT_LOCAL void link(UT_Sym *sym);
     UT_LOCAL void push(UT_Sym *sym);
+    [[nodiscard]] UT_LOCAL UT_Sym *secondOrFirst() const;
 
     // The pointer to the first node. On 64-bit systems its upper 16 bits, which
     // the system leaves 0 in addresses unless a program asks for others, are a
@@ -297,9 +298,9 @@ public:
     /// neither insert nor delete, because the number of buckets could change.
     ///
     /// Unless the table is in order, allocates some 30 bytes for each name and
-    /// takes longer: up to seven times as long for some hundred names, twice as
-    /// long for a million. Throws std::bad_alloc, without a call, when there is
-    /// no memory for that. So may mergeTable(), outputStats() and dumpTable().
+    /// takes two to three times as long. Throws std::bad_alloc, without a call,
+    /// when there is no memory for that. So may mergeTable(), outputStats() and
+    /// dumpTable().
     int traverseConst(UT_SymFunction function, void *data) const;
 
     /// Adds all names of another table with their values, which replace the
@@ -344,9 +345,11 @@ private:
 
     [[nodiscard]] UT_LOCAL unsigned bucketCount() const;
     [[nodiscard]] UT_LOCAL UT_SymList &bucketOf(const ut_Key &key) const;
+    [[nodiscard]] UT_LOCAL bool isLarge() const;
     template <class Function>
     UT_LOCAL void forRuns(Function function) const;
     UT_LOCAL UT_Sym *findOrCreate(const char *name, int &created);
+    [[nodiscard]] UT_LOCAL uintptr_t usedBuckets(unsigned start) const;
     UT_LOCAL int walkBuckets(UT_SymFunction function, void *data) const;
     UT_LOCAL void settle();
     UT_LOCAL void adjust(UT_AdjustType type);

@@ -293,6 +293,12 @@ TEST(UT_SymbolTable, TraversalMayDeleteWhatItVisits)
     EXPECT_EQ(1, table.traverse(utDeleteSelf, &table));
     EXPECT_EQ(0, table.entries());
     EXPECT_EQ(UTdecreaseAllocToPrime(size), table.tableSize());
+    // Programs do so in a walk that lets the table shrink, too.
+    utFill(table, 1000);
+    const auto deleteIt = [](UT_Thing &, const char *name, void *data)
+    { return static_cast<UT_SymbolTable *>(data)->deleteSymbol(name); };
+    EXPECT_EQ(1, table.traverseConst(deleteIt, &table));
+    EXPECT_EQ(0, table.entries());
 }
 
 // The state that keeps the size must end with the walk, or it never changes
