@@ -11,9 +11,6 @@ struct ut_Scenario
     // failed. Throws std::bad_alloc, or calls utWrong().
     bool (*run)();
 
-    // Whether it runs another program, into which the fault is injected.
-    bool isProgram;
-
     // Whether an interrupted or short transfer may be reported as a failure,
     // rather than be continued.
     bool mayGiveUp;
