@@ -104,36 +104,28 @@ test("eight calls leave at a time, 256 wait, and more are refused",
             await Promise.all(codes.slice(0, 264)), Array(264).fill("done"));
     });
 
-test("an aborted call that waits never leaves", async () => {
-    const { valdrin, ports } = makeWindow();
-    const controller = new AbortController();
-    const { signal } = controller;
-    for (let i = 0; i < 8; ++i)
-        valdrin.Run("x");
-    const aborted = valdrin.Run("aborted", { signal });
-    const last = valdrin.Run("last");
-    controller.abort("enough");
-    await assert.rejects(aborted, (reason) => reason === "enough");
-    const { sent } = ports[0];
-    ports[0].answer(sent[0]);
-    assert.equal(sent.length, 9);
-    assert.equal(sent[8].args[0], "last");
-    ports[0].answer(sent[8], "done");
-    assert.equal(await last, "done");
-});
-
-test("an aborted call that has left keeps its place", async () => {
-    const { valdrin, ports } = makeWindow();
-    const controller = new AbortController();
-    const aborted = valdrin.Run("x", { signal: controller.signal });
-    for (let i = 0; i < 8; ++i)
-        valdrin.Run("y");
-    controller.abort();
-    await assert.rejects(aborted, { name: "AbortError" });
-    assert.equal(ports[0].sent.length, 8);
-    ports[0].answer(ports[0].sent[0], "too late");
-    assert.equal(ports[0].sent.length, 9);
-});
+test("an aborted call that waits never leaves, one that has keeps its place",
+    async () => {
+        const { valdrin, ports } = makeWindow();
+        const controllers = [new AbortController(), new AbortController()];
+        const [left, waits] = controllers.map(({ signal }) => ({ signal }));
+        const aborted = [valdrin.Run("left", left)];
+        for (let i = 1; i < 8; ++i)
+            valdrin.Run("x");
+        aborted.push(valdrin.Run("waits", waits));
+        const last = valdrin.Run("last");
+        for (const [i, controller] of controllers.entries()) {
+            controller.abort("enough");
+            await assert.rejects(aborted[i], (reason) => reason === "enough");
+        }
+        const { sent } = ports[0];
+        assert.equal(sent.length, 8);
+        ports[0].answer(sent[0], "too late");
+        assert.equal(sent.length, 9);
+        assert.equal(sent[8].args[0], "last");
+        ports[0].answer(sent[8], "done");
+        assert.equal(await last, "done");
+    });
 
 test("a lost connection rejects all, and the next call makes one",
     async () => {
