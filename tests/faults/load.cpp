@@ -43,12 +43,12 @@ utSucceeds(uint32_t code)
 static bool
 utUseConnection(void *connection)
 {
-    utCall(connection, UT_SET_PORT, utPort());
+    utCall(connection, UT_SET_PORT, theServerPort);
     char *text = nullptr;
     const bool isDone =
         utSucceeds(utCall(connection, UT_RUN_EXPRESSION, "]]>", &text));
     utExpect(isDone == (text != nullptr), "a code that the text denies");
-    const bool isReply = text && strcmp(text, utReply()) == 0;
+    const bool isReply = text && text == theReply;
     utExpect(isReply || !text || !strncmp(text, "ERROR: ", 7), "another reply");
     free(text);
     if (!utSucceeds(utCall(connection, UT_STASH, "kept")))

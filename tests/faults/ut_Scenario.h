@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <string>
+
 struct ut_Scenario
 {
     const char *name;
@@ -36,12 +38,8 @@ utExpect(bool isRight, const char *what)
         utWrong(what);
 }
 
-// The port of a server that sends utReply() to each request.
-int utPort();
-
-// That text, of so many bytes without the NUL.
-const char *utReply();
-constexpr int theReplyLength = 100000;
-
-// A folder for files, with a slash at its end.
-const char *utFolder();
+// A server sends the reply to each request. The folder, which ends in a slash,
+// is for files.
+extern int theServerPort;
+extern std::string theReply;
+extern std::string theFolder;
