@@ -42,23 +42,19 @@ utTryString(UT_IStream &in, UT_IStream &memory, int choice)
     utRequire(text == expected);
 }
 
+// Words and lines, without comments.
 static void
-utTryWord(UT_IStream &in, UT_IStream &memory, int)
+utTryText(UT_IStream &in, UT_IStream &memory, int choice)
 {
     UT_WorkBuffer found;
     UT_WorkBuffer expected;
-    const bool isThere = memory.getNonCommentWord(expected, '#');
-    utRequire(in.getNonCommentWord(found, '#') == isThere);
-    utRequire(utTextOf(found) == utTextOf(expected));
-}
-
-static void
-utTryLine(UT_IStream &in, UT_IStream &memory, int)
-{
-    UT_WorkBuffer found;
-    UT_WorkBuffer expected;
-    const int lines = memory.getNonCommentLine(expected, '#', false);
-    utRequire(in.getNonCommentLine(found, '#', false) == lines);
+    const auto read = [choice](UT_IStream &from, UT_WorkBuffer &out)
+    {
+        return choice % 2 ? int(from.getNonCommentWord(out, '#'))
+                          : from.getNonCommentLine(out, '#', false);
+    };
+    const int result = read(memory, expected);
+    utRequire(read(in, found) == result);
     utRequire(utTextOf(found) == utTextOf(expected));
 }
 
@@ -74,8 +70,7 @@ static void (*const theTries[])(UT_IStream &, UT_IStream &, int) = {
     utTryNumbers<uint64, true>,
     utTryNumbers<double, true>,
     utTryString,
-    utTryWord,
-    utTryLine,
+    utTryText,
 };
 
 // The block size and the text, whose bytes also choose what is read.

@@ -105,30 +105,22 @@ run(${prefix}/bin/valdrin --version)
 run(${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH
     sh -c "'${prefix}/bin/valdrin' --port 1 eval 1 2>&1 | grep 'Could not connect'")
 
-run(${CMAKE_COMMAND} -E env
-    PKG_CONFIG_LIBDIR=${prefix}/${LIBDIR}/pkgconfig
-    pkg-config --cflags --libs valdrinconnection)
-separate_arguments(options UNIX_COMMAND "${output}")
-
-# The programs for users are built in each of the two ways. Their page has what
-# they print.
-function(expect_programs folder)
-    run(${PYTHON} -B ${SOURCES}/tests/examples/check_sessions.py
-        ${SOURCES}/docs/programs.md ${folder} ${prefix}/bin)
-endfunction()
+# The programs for users, whose page has what they print. One more is built with
+# the options of pkg-config alone.
 run(${CMAKE_COMMAND} -S ${SOURCES}/examples -B ${work}/examples -D
     CMAKE_PREFIX_PATH=${prefix} -D CMAKE_CXX_COMPILER=${COMPILER} -D
     CMAKE_CXX_FLAGS=${FLAGS})
 run(${CMAKE_COMMAND} --build ${work}/examples)
-expect_programs(${work}/examples)
-file(MAKE_DIRECTORY ${work}/alone)
-file(GLOB programs ${SOURCES}/examples/*.cpp)
-foreach(program IN LISTS programs)
-    get_filename_component(name ${program} NAME_WE)
-    run(${COMPILER} ${flags} -std=c++17 ${program} -o ${work}/alone/${name}
-        ${options} -Wl,-rpath,${prefix}/${LIBDIR})
-endforeach()
-expect_programs(${work}/alone)
+run(${PYTHON} -B ${SOURCES}/tests/examples/check_sessions.py
+    ${SOURCES}/docs/programs.md ${work}/examples ${prefix}/bin)
+run(${CMAKE_COMMAND} -E env
+    PKG_CONFIG_LIBDIR=${prefix}/${LIBDIR}/pkgconfig
+    pkg-config --cflags --libs valdrinconnection)
+separate_arguments(options UNIX_COMMAND "${output}")
+run(${COMPILER} ${flags} -std=c++17
+    ${CMAKE_CURRENT_LIST_DIR}/consumer/uses_toolkit.cpp -o ${work}/alone
+    ${options} -Wl,-rpath,${prefix}/${LIBDIR})
+run(${work}/alone)
 
 # ---- The sources in another project
 

@@ -127,9 +127,9 @@ test("an aborted call that waits never leaves, one that has keeps its place",
         assert.equal(await last, "done");
     });
 
-test("a lost connection rejects all, and the next call makes one",
+test("a connection that is lost or left rejects all, and a call makes one",
     async () => {
-        const { valdrin, ports } = makeWindow();
+        const { valdrin, ports, window } = makeWindow();
         const codes = Array.from(
             { length: 20 }, () => codeOf(valdrin.Run("x")));
         ports[0].cut();
@@ -138,15 +138,12 @@ test("a lost connection rejects all, and the next call makes one",
         const next = valdrin.Run("next");
         ports[1].answer(ports[1].sent[0], "done");
         assert.equal(await next, "done");
+        // The page is left.
+        const code = codeOf(valdrin.Run("x"));
+        window.dispatchEvent(new Event("pagehide"));
+        assert.equal(await code, "disconnected");
+        assert.ok(ports[1].isClosed);
     });
-
-test("a page that is left has no connection and no call", async () => {
-    const { valdrin, ports, window } = makeWindow();
-    const code = codeOf(valdrin.Run("x"));
-    window.dispatchEvent(new Event("pagehide"));
-    assert.equal(await code, "disconnected");
-    assert.ok(ports[0].isClosed);
-});
 
 test("a call that nobody hears is refused", async () => {
     const { valdrin } = makeWindow([PAGE]);

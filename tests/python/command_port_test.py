@@ -54,8 +54,8 @@ class Test(unittest.TestCase):
     def test_requests_of_the_component_arrive_as_sent(self):
         with command_port(run_command=lambda text: text) as (port, ours):
             for text in (
-                "", " \n\t", "]]>", "a]]]>]]>>b]]", "<![CDATA[x]]", "&amp;&<'\"",
-                "\x7f\x80é€\U0001f600\\",
+                "", " \n\t", "]]>", "a]]]>]]>>b]]", "<![CDATA[x]]",
+                "&amp;&<'\"", "\x7f\x80é€\U0001f600\\",
             ):  # fmt: skip
                 theirs = run(
                     BIN + "/valdrin", "-p", str(port.port), "run",
@@ -111,10 +111,9 @@ class Test(unittest.TestCase):
             {"threading": threading}, dispatch=jobs.put
         ) as (_, connection):
             answers = []
+            ask = connection.evaluate
             asker = threading.Thread(
-                target=lambda: answers.append(
-                    connection.evaluate("threading.get_ident()")
-                )
+                target=lambda: answers.append(ask("threading.get_ident()"))
             )
             asker.start()
             jobs.get(timeout=DEADLINE)()

@@ -26,7 +26,7 @@ def playing(play, reads):
 
     with bound() as listener:
         listener.listen()
-        thread = threading.Thread(target=serve)
+        thread = threading.Thread(target=serve, daemon=True)
         thread.start()
         yield listener.getsockname()[1]
         thread.join()
@@ -147,7 +147,7 @@ class Test(unittest.TestCase):
                 if not closes:
                     stays.wait(DEADLINE)
 
-            with self.subTest(closes=closes), playing(play, reads=False) as port:
+            with self.subTest(closes), playing(play, reads=False) as port:
                 connection = valdrin.Connection(port, timeout=DEADLINE)
                 self.assertEqual(connection.run("x" * 30000000), "early")
                 stays.set()
