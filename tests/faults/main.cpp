@@ -118,7 +118,8 @@ utTry(
         _exit(utTryHere(scenario, fault, isLater) ? theHasStruck : 0);
     int status = -1;
     waitpid(process, &status, 0);
-    const bool isKilled = WIFSIGNALED(status); // also when it hangs
+    const bool isKilled = WIFSIGNALED(status);
+    const bool hangs = isKilled && WTERMSIG(status) == SIGALRM;
     if (isKilled || WEXITSTATUS(status) >= theIsWrong)
     {
         ++wrongCount;
@@ -126,7 +127,9 @@ utTry(
             "  %s: %s %u %s%s%s%s\n", scenario.name, theFaultCalls[fault.call],
             fault.number, theFaultKinds[fault.kind],
             isLater ? " (in a later run)" : "", isKilled ? ": " : "",
-            isKilled ? strsignal(WTERMSIG(status)) : "");
+            hangs      ? "hangs"
+            : isKilled ? strsignal(WTERMSIG(status))
+                       : "");
     }
     return isKilled || (WEXITSTATUS(status) & theHasStruck);
 }

@@ -22,7 +22,7 @@ enum ut_FaultCall
     UT_FAULT_OPTIONS, // fcntl, getsockopt and the like
     UT_FAULT_PAGES,   // madvise
     UT_FAULT_THREAD,
-    UT_FAULT_LOOK_UP, // of hosts, services and users
+    UT_FAULT_LOOK_UP, // of hosts and users
     UT_FAULT_CALL_COUNT
 };
 

@@ -109,10 +109,9 @@ utTry(const std::string &input)
     const size_t offset = size % (text.size() + 1);
     const char *const tail = string.buffer() + offset;
     const char *const old = size % 2 == 1 ? tail : argument.c_str();
-    if (strlen(old) <= 40) // a long one can make the text longer many times
-        UT_String(text.c_str(), /*deep=*/1).applyModifiers(old);
-    if (strlen(tail) <= 40)
-        UT_String(string).applyModifiers(tail);
+    UT_String modified(text.c_str(), /*deep=*/1);
+    if (strlen(old) <= 40) // a long list makes the text longer many times over
+        modified.applyModifiers(old == tail ? modified.buffer() + offset : old);
     utTryQuotes(string, *old);
     utTrySubstitution(string, old, tail);
     utTryBytes(text, argument);
