@@ -95,13 +95,13 @@ utTryPaths(const std::string &text, const std::string &other)
     utRequire(name.empty() ? file.isNull() : file == name.c_str());
 }
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
-    const std::string input(data, data + size);
-    const std::string argument = input.substr(0, 600).c_str();
-    const size_t textStart = std::min(size, argument.size() + 1);
-    const std::string text = input.substr(textStart, 600).c_str();
+    const size_t size = input.size();
+    std::string rest(input);
+    const std::string argument = utTakeText(rest).substr(0, 600);
+    const std::string text = utTakeText(rest).substr(0, 600);
     const std::string before = text;
     // The size chooses: borrowed or owned, and which part of the text is an
     // argument, too.
@@ -118,5 +118,4 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     utTryBytes(text, argument);
     utTryPaths("/" + text, "/" + argument);
     utRequire(text == before); // what was lent stays
-    return 0;
 }

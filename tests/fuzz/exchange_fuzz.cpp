@@ -9,7 +9,6 @@
 #include "UT/UT_WorkBuffer.h"
 
 #include <atomic>
-#include <cstdint>
 #include <memory>
 
 static std::atomic<const std::string *> theReply; // to the next request
@@ -29,11 +28,11 @@ utReply(int fd, const std::string &)
     return reply.find('\0') != reply.npos;
 }
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
-    if (size == 0 || size > 4096)
-        return 0;
+    if (input.empty() || input.size() > 4096)
+        return;
     static constexpr size_t theMostRequests = 10000; // a server keeps them all
     static std::unique_ptr<ut_LoopbackServer> theServer;
     static size_t theRequests = theMostRequests;
@@ -44,16 +43,16 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         theRequests = 0;
     }
 
-    const std::string input(data + 1, data + size);
-    const std::string text = input.c_str();
-    const std::string reply = input.substr(std::min(size - 1, text.size() + 1));
+    const uint8 choice = uint8(input[0]);
+    std::string reply = input.substr(1);
+    const std::string text = utTakeText(reply);
     const std::string expected = reply.c_str();
     theReply = &reply;
 
     UT_Connection connection(theServer->port());
-    if (data[0] >= 128)
-        connection.setMaxReply(data[0] / 4);
-    const bool isRun = data[0] % 2;
+    if (choice >= 128)
+        connection.setMaxReply(choice / 4);
+    const bool isRun = choice % 2;
     UT_WorkBuffer got;
     const bool isDone = isRun ? connection.run(text.c_str(), got)
                               : connection.evaluate(text.c_str(), got);
@@ -87,5 +86,4 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         utRequire(expected.find(connection.message()) != expected.npos);
     if (isDone)
         utRequire(connection.endedByClose() == (expected == reply));
-    return 0;
 }

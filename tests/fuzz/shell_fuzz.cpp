@@ -7,7 +7,6 @@
 #include "UT/UT_String.h"
 #include "UT/UT_WorkArgs.h"
 
-#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -57,13 +56,12 @@ struct ut_Parsed
 
 } // namespace
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
-    const std::string bytes(data, data + size);
-    const std::string first = bytes.c_str();
-    const size_t end = std::min(first.size() + 1, size);
-    const std::string second = bytes.substr(end).c_str();
+    std::string rest(input);
+    const std::string first = utTakeText(rest);
+    const std::string second = utTakeText(rest);
     for (const bool isDos : {false, true})
     {
         const ut_Parsed a(first, isDos);
@@ -79,5 +77,4 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         words.insert(words.end(), b.words.begin(), b.words.end());
         utRequire(both.words == words);
     }
-    return 0;
 }

@@ -65,12 +65,12 @@ utTrySplit(
     }
 }
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
-    std::string text(data, data + size);
-    const std::string separators = text.c_str();
-    text = text.substr(std::min(separators.size() + 1, size)).c_str();
+    std::string rest(input);
+    const std::string separators = utTakeText(rest);
+    const std::string text = utTakeText(rest);
     ut_Words tokens;
     std::istringstream in(text);
     while (std::getline(in, tokens.emplace_back(), separators[0]))
@@ -91,5 +91,4 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const auto splitAtRuns = [&](UT_String &string, auto &&...out)
     { return string.tokenizeInPlace(out..., separators.c_str()); };
     utTrySplit(text, runs, true, splitAtRuns);
-    return 0;
 }

@@ -79,14 +79,15 @@ static void (*const theTries[])(UT_IStream &, UT_IStream &, int) = {
 };
 
 // The block size and the text, whose bytes also choose what is read.
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
-    if (size < 2 || size > 4096)
-        return 0;
-    const std::string text(data + 1, data + size);
+    if (input.size() < 2 || input.size() > 4096)
+        return;
+    const std::string text = input.substr(1);
     UT_IStream memory(text.data(), int(text.size()), UT_ISTREAM_ASCII);
-    UT_IStream in(new ut_ChunkStreamBuf(text, data[0] + 1u), UT_ISTREAM_ASCII);
+    UT_IStream in(
+        new ut_ChunkStreamBuf(text, uint8(input[0]) + 1u), UT_ISTREAM_ASCII);
     size_t step = 0;
     // Other choices each time around: some do not move on.
     const auto choose = [&]
@@ -111,5 +112,4 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         }
         utRequire(in.tellg() == place);
     }
-    return 0;
 }

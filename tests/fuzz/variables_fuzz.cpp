@@ -5,7 +5,6 @@
 #include "UT/UT_VariableScan.h"
 #include "UT/UT_WorkBuffer.h"
 
-#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -53,18 +52,17 @@ utEscaped(const std::string &text)
     return escaped;
 }
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
-    if (size == 0)
-        return 0;
-    const int flags = data[0];
-    const std::string text = std::string(data, data + size).c_str();
+    if (input.empty())
+        return;
+    const int flags = uint8(input[0]);
+    const std::string text = input.c_str();
     utScan(text, flags);
 
     const auto unescaped =
         utScan(utEscaped(text), flags | UT_SCAN_COMMENTS_TOO);
     utRequire(unescaped.first == text);
     utRequire(unescaped.second == 0);
-    return 0;
 }
