@@ -3,6 +3,7 @@
 #include "ut_Faults.h"
 #include "ut_Scenario.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_Connection.h"
 #include "UT/UT_Env.h"
 #include "UT/UT_EnvControl.h"
@@ -18,7 +19,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>

@@ -1,11 +1,11 @@
 #include "ut_FuzzCheck.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_IStream.h"
 #include "UT/UT_String.h"
 #include "UT/UT_WorkBuffer.h"
 #include "UT/UT_Write.h"
 
-#include <algorithm>
 #include <cstring>
 #include <sstream>
 

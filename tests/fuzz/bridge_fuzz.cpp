@@ -3,6 +3,7 @@
 
 #include "ut_FuzzCheck.h"
 
+#include "SYS/SYS_Types.h"
 #include "bridge/ut_BridgeReply.h"
 #include "bridge/ut_BridgeRequest.h"
 

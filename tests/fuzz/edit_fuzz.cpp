@@ -5,6 +5,8 @@
 
 #include "UT/UT_String.h"
 
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <string>
 

@@ -4,6 +4,7 @@
 
 #include "ut_FuzzCheck.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_Env.h"
 
 #include <algorithm>

@@ -5,6 +5,7 @@
 #include "ut_FuzzCheck.h"
 #include "ut_LoopbackServer.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_Connection.h"
 #include "UT/UT_WorkBuffer.h"
 

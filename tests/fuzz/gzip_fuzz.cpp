@@ -1,6 +1,8 @@
 #include "ut_FuzzCheck.h"
 #include "ut_StreamSources.h"
 
+#include "SYS/SYS_Types.h"
+
 #include <vector>
 
 // The bytes that a buffer gives, taken `pieceSize` at a time, and whether it

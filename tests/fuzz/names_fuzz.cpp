@@ -9,6 +9,8 @@
 #include <climits>
 #include <cstdlib>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include <regex.h>
 

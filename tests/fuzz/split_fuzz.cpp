@@ -3,10 +3,13 @@
 
 #include "ut_FuzzCheck.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_String.h"
 #include "UT/UT_WorkArgs.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <sstream>
 #include <string>
 #include <vector>

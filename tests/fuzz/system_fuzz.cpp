@@ -6,6 +6,7 @@
 
 #include "SYS/SYS_Memory.h"
 #include "SYS/SYS_Processor.h"
+#include "SYS/SYS_Types.h"
 #include "UT/UT_SysResource.h"
 
 #include <cstdio>

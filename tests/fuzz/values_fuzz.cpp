@@ -5,6 +5,7 @@
 #include "ut_FuzzCheck.h"
 #include "ut_StreamSources.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_IStream.h"
 #include "UT/UT_String.h"
 

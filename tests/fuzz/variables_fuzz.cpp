@@ -2,6 +2,7 @@
 
 #include "ut_FuzzCheck.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_VariableScan.h"
 #include "UT/UT_WorkBuffer.h"
 

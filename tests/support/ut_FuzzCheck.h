@@ -2,8 +2,6 @@
 
 #pragma once
 
-#include "SYS/SYS_Types.h"
-
 #include <cstdio>
 #include <cstdlib>
 #include <string>
