@@ -40,21 +40,6 @@ class Test(unittest.TestCase):
         self.assertEqual(row["ours_ns"], 500)
         self.assertEqual(row["peers"], {"peer": 1000})
 
-    def test_each_kind_of_ours_has_a_row_and_the_worst_is_first(self):
-        table = bench.table({"native": rows(
-            run("lock/ours", 1), run("lock/ours recursive", 3),
-            run("lock/std/min_time:0.050", 2))})
-        self.assertEqual(
-            [line.split(" | ")[0] for line in table.splitlines()[2:]],
-            ["| lock, recursive", "| lock"])
-
-    def test_steps_of_ours_alone_are_found(self):
-        sizes = ((10, 1, 2), (100, 10, 20), (1000, 400, 200))
-        found = bench.knees(rows(*(
-            run(f"sort/{who}/{n}", time) for n, ours, peer in sizes
-            for who, time in (("ours", ours), ("peer", peer)))))
-        self.assertEqual(found, ["sort: 0.50 at 100, 2.00 at 1000"])
-
     def test_instructions_are_those_of_the_last_run_while_the_clock_runs(self):
         events = (("StartKeepRunning", 1), ("ResumeTiming", 1),
                   ("PauseTiming", 500), ("StartKeepRunning", 70),

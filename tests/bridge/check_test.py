@@ -91,7 +91,6 @@ class Test(unittest.TestCase):
             self.assertEqual(status, 1)
             self.assertIn(f"Nothing answers on port {port}.", words)
             self.assertRegex(words, "Firefox +not found")
-            self.assertRegex(words, "Chromium +not found")
 
             for browser in PROGRAM:
                 place(self.root / PROGRAM[browser], mode=0o755)
@@ -197,21 +196,20 @@ class Test(unittest.TestCase):
         archive = self.root / "packed.xpi"
         unpacked = self.root / "unpacked"
         self.root.mkdir()
-        with open(SOURCE / "extension" / "manifest.json") as file:
-            version = json.load(file)["version"]
+        text = (SOURCE / "extension" / "manifest.json").read_text()
+        version = json.loads(text)["version"]
         result = run(sys.executable, pack, version, archive, unpacked)
         self.assertEqual(result.returncode, 0, result.stderr)
         with zipfile.ZipFile(archive) as packed:
-            names = packed.namelist()
+            names = set(packed.namelist())
         files = [file for file in unpacked.rglob("*") if file.is_file()]
-        found = [str(file.relative_to(unpacked)) for file in files]
-        self.assertEqual(sorted(names), sorted(found))
-        self.assertIn("manifest.json", names)
-        self.assertNotIn("chromium-id.txt", names)
-
+        found = {str(file.relative_to(unpacked)) for file in files}
+        self.assertEqual(names, found)
+        self.assertEqual(
+            names & {"manifest.json", "chromium-id.txt"}, {"manifest.json"})
+        # Another version than the extension's own.
         result = run(sys.executable, pack, "9.9", archive, unpacked)
         self.assertEqual(result.returncode, 1)
-        self.assertIn(f"version {version}, not 9.9".encode(), result.stderr)
 
 
 if __name__ == "__main__":

@@ -11,15 +11,13 @@ is only checked that they are there. A free port takes the place of the default
 one.
 """
 
-import difflib
 import os
 import pathlib
 import re
-import shutil
-import socket
 import sys
 
-from terminal import type_lines
+from support import bound
+from terminal import has_differences, type_lines
 
 DEFAULT_PORT = "32153"
 
@@ -42,37 +40,6 @@ python3() {
 scripts/install-page() { [ -x "$SOURCE/scripts/install-page" ]; }
 """
 
-# Pages call the same methods; here the command line answers.
-PAGE = """
-const { execFileSync } = require("node:child_process");
-const assert = require("node:assert");
-const ask = (kind) => (text) =>
-    execFileSync("valdrin", [kind, text], { encoding: "utf8" });
-class ValdrinConnection {
-    Run = ask("run");
-    RunPythonStatements = ask("exec");
-    RunPythonExpression = ask("eval");
-}
-(async () => {
-%s
-})();
-"""
-
-
-def free_port():
-    while True:
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            if 10000 <= probe.getsockname()[1] <= 65534:
-                return str(probe.getsockname()[1])
-
-
-def page_script(text):
-    """The code, where each value in a comment is compared."""
-    return PAGE % re.sub(
-        r'^(await .*);\s*// (".*")$', r"assert.equal(\1, \2);", text, flags=re.M
-    )
-
 
 def commands_of(console):
     """The typed commands of a session with the lines that each shows."""
@@ -88,69 +55,48 @@ def commands_of(console):
     return commands
 
 
-class Session:
-    """A script that grows by the blocks, and what it should print."""
-
-    def __init__(self):
-        self.script = [PRELUDE]
-        self.shown = []
-
-    def type(self, command, shown=()):
-        self.script.append(command)
-        self.shown += shown
-        if command.endswith(" &") and shown:
-            # It goes on when the program is ready.
-            line = f"grep -qxm1 -- '{shown[-1]}'"
-            self.script.append(f'{line} <(tail -n +1 -f "$OUTPUT" --pid=$$)')
-
-    def write(self, name, text):
-        self.script.append(f"cat >{name} <<'END OF FILE'\n{text}END OF FILE")
-
-    def add(self, kind, text, name):
-        if kind == "console":
-            for command, shown in commands_of(text):
-                self.type(command, shown)
-        elif kind == "sh":
-            self.script.append(f"set -e\n{text}set +e")
-        elif kind in ("cpp", "cmake"):
-            self.write(name, text)
-        elif kind == "js":
-            self.write("page.cjs", page_script(text))
-            if shutil.which("node"):
-                self.script.append("node page.cjs")
-        elif kind == "pycon":
-            self.write("session.txt", text)
-            self.script.append(
-                "PYTHONPATH=~/.local/share/valdrin/python "
-                "python3 -m doctest session.txt"
-            )
-        else:
-            sys.exit(f"README.md: nobody tries blocks of the kind {kind!r}")
+def steps(kind, block, name):
+    """What is typed for a block, with the lines that each step shows."""
+    if kind == "console":
+        return commands_of(block)
+    if kind == "sh":
+        return [(f"set -e\n{block}set +e", [])]
+    name = name or "session.txt"
+    written = f"cat >{name} <<'END OF FILE'\n{block}END OF FILE"
+    if kind == "pycon":
+        written += (
+            "\nPYTHONPATH=~/.local/share/valdrin/python "
+            "python3 -m doctest session.txt"
+        )
+    elif kind not in ("cpp", "cmake", "js"):  # pages are tested in browsers
+        sys.exit(f"README.md: nobody tries blocks of the kind {kind!r}")
+    return [(written, [])]
 
 
 def main():
     source, build = sys.argv[1:]
     text = pathlib.Path(source, "README.md").read_text()
-    for target in re.findall(r"\]\((?!http)([^)#]+)", text):
-        if not pathlib.Path(source, target).exists():
-            sys.exit(f"README.md links to {target}, which is not there")
-    port = free_port()
+    with bound() as probe:
+        port = str(probe.getsockname()[1])
     text = text.replace("UT_Connection connection;",
                         f"UT_Connection connection({port});")
     text = text.replace(DEFAULT_PORT, port)
-    session = Session()
+    script, shown = [PRELUDE], []
     for name, kind, block in re.findall(
         r"(?:`([\w.]+)`:\n\n)?^```(\w*)\n(.*?)^```$", text, re.M | re.S
     ):
-        session.add(kind, block, name)
-    printed = type_lines(session.script, {
+        for command, lines in steps(kind, block, name):
+            script.append(command)
+            shown += lines
+            if command.endswith(" &") and lines:
+                # It goes on when the program is ready.
+                script.append(f"grep -qxm1 -- '{lines[-1]}' "
+                              '<(tail -n +1 -f "$OUTPUT" --pid=$$)')
+    printed = type_lines(script, {
         "PATH": os.environ["PATH"], "URL": "x", "SOURCE": source,
         "BUILD": build, "VALDRIN_PORT": port,
     })  # fmt: skip
-    if printed != session.shown:
-        print(*difflib.unified_diff(session.shown, printed, "README.md",
-                                    "printed", lineterm=""), sep="\n")
-        sys.exit(1)
+    sys.exit(has_differences(shown, printed, "README.md"))
 
 
 main()

@@ -8,13 +8,12 @@ typed, one after the other in one shell; the others are what appears. The
 programs are those of the folders.
 """
 
-import difflib
 import os
 import pathlib
 import re
 import sys
 
-from terminal import type_lines
+from terminal import has_differences, type_lines
 
 
 def main():
@@ -33,12 +32,7 @@ def main():
         commands = [line[2:] for line in lines if line.startswith("$ ")]
         claims = [line for line in lines if not line.startswith("$ ")]
         shown = [line.rstrip() for line in type_lines(commands, variables)]
-        if shown == claims:
-            continue
-        failures += 1
-        print(f"{page}: $ {commands[0]}")
-        print(*difflib.unified_diff(claims, shown, "page", "printed",
-                                    lineterm=""), sep="\n")
+        failures += has_differences(claims, shown, f"{page}: $ {commands[0]}")
     sys.exit(1 if failures else 0)
 
 

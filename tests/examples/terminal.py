@@ -1,5 +1,6 @@
 """What a shell shows on a terminal."""
 
+import difflib
 import os
 import pathlib
 import pty
@@ -53,3 +54,11 @@ def type_lines(lines, variables):
         shell.wait()
         signal.alarm(0)
         return output.read_text().splitlines()
+
+
+def has_differences(claimed, printed, page):
+    """Whether other lines were printed than the page claims. Shows them."""
+    found = list(difflib.unified_diff(
+        claimed, printed, page, "printed", lineterm=""))
+    print(*found, sep="\n")
+    return bool(found)

@@ -20,7 +20,6 @@
 #include <string>
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,72 +36,21 @@ static_assert(std::size(theFaultKinds) == UT_FAULT_KIND_COUNT);
 // Seconds for a scenario and its repetitions; only a hang reaches it.
 static const unsigned theDeadline = 10;
 
-// How a process with a fault ended. Shared with it.
-struct ut_Result
-{
-    bool hasStruck;
-    char wrong[200]; // "" for nothing
-};
+// How a process with a fault ends: bits of its status.
+static const int theHasStruck = 1;
+static const int theIsWrong = 2;
 
-static ut_Result *theResult;
-static int theReportEnd = -1; // where a program reports its fault
-static int theServerPort;
-static std::string theFolder;
-static std::string theReplyText;
-
-int
-utPort()
-{
-    return theServerPort;
-}
-
-const char *
-utFolder()
-{
-    return theFolder.c_str();
-}
-
-const char *
-utReply()
-{
-    return theReplyText.c_str();
-}
+int theServerPort;
+std::string theFolder;
+std::string theReply;
 
 // ---- In the process with the fault
-
-// Lets the fault strike here, or in the program that the scenario runs.
-static void
-utStartFault(const ut_Scenario &scenario, const ut_Fault &fault)
-{
-    int ends[2];
-    if (!scenario.isProgram)
-        utArmFault(fault);
-    else if (pipe2(ends, O_NONBLOCK) == 0)
-    {
-        theReportEnd = ends[0];
-        const std::string text =
-            std::to_string(fault.call) + ' ' + std::to_string(fault.kind) +
-            ' ' + std::to_string(fault.number) + ' ' + std::to_string(ends[1]);
-        setenv("VALDRIN_FAULT", text.c_str(), 1);
-    }
-}
-
-// Whether it has struck.
-static bool
-utEndFault()
-{
-    unsetenv("VALDRIN_FAULT");
-    char byte = 0;
-    return theReportEnd < 0 ? utDisarmFault()
-                            : ::read(theReportEnd, &byte, 1) == 1;
-}
 
 void
 utWrong(const char *what)
 {
-    theResult->hasStruck = theResult->hasStruck || utEndFault();
-    snprintf(theResult->wrong, sizeof(theResult->wrong), "%s", what);
-    _exit(1);
+    printf("  %s:\n", what);
+    _exit(theIsWrong | (utDisarmFault() ? theHasStruck : 0));
 }
 
 static bool
@@ -127,7 +75,8 @@ utOpenDescriptors()
     return count;
 }
 
-static void
+// Returns whether the fault has struck.
+static bool
 utTryHere(const ut_Scenario &scenario, const ut_Fault &fault, bool isLater)
 {
     alarm(theDeadline);
@@ -135,10 +84,10 @@ utTryHere(const ut_Scenario &scenario, const ut_Fault &fault, bool isLater)
         utExpect(utRun(scenario), "fails without a fault");
     const long blocks = utLiveBlocks();
     const int descriptors = utOpenDescriptors();
-    utStartFault(scenario, fault);
+    utArmFault(fault);
     const bool isRight = utRun(scenario);
-    theResult->hasStruck = utEndFault();
-    utExpect(isRight || theResult->hasStruck, "fails without a fault");
+    const bool hasStruck = utDisarmFault();
+    utExpect(isRight || hasStruck, "fails without a fault");
     const bool isTransfer = fault.call == UT_FAULT_READ ||
                             fault.call == UT_FAULT_WRITE ||
                             fault.call == UT_FAULT_WAIT;
@@ -147,11 +96,12 @@ utTryHere(const ut_Scenario &scenario, const ut_Fault &fault, bool isLater)
     if (isTransfer && mayGoOn && !scenario.mayGiveUp)
         utExpect(isRight, "gave up after a short or interrupted call");
     utExpect(utRun(scenario), "does not work again");
-    if (!isLater) // the first run makes what lives as long as the process
-        return;
-    if (!scenario.leavesMemory)
+    // The first run makes what lives as long as the process.
+    if (isLater && !scenario.leavesMemory)
         utExpect(utLiveBlocks() <= blocks, "leaks memory");
-    utExpect(utOpenDescriptors() == descriptors, "leaks descriptors");
+    if (isLater)
+        utExpect(utOpenDescriptors() == descriptors, "leaks descriptors");
+    return hasStruck;
 }
 
 // ---- In the process that starts them
@@ -163,27 +113,25 @@ utTry(
     const ut_Scenario &scenario, const ut_Fault &fault, bool isLater,
     int &wrongCount)
 {
-    *theResult = {};
     const pid_t process = fork();
     if (process == 0)
-    {
-        utTryHere(scenario, fault, isLater);
-        _exit(0);
-    }
+        _exit(utTryHere(scenario, fault, isLater) ? theHasStruck : 0);
     int status = -1;
     waitpid(process, &status, 0);
-    if (status == 0)
-        return theResult->hasStruck;
-    ++wrongCount;
-    const bool isHang = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
-    printf(
-        "  %s: %s %u %s%s: %s\n", scenario.name, theFaultCalls[fault.call],
-        fault.number, theFaultKinds[fault.kind],
-        isLater ? " (in a later run)" : "",
-        isHang                ? "hangs"
-        : WIFSIGNALED(status) ? strsignal(WTERMSIG(status))
-                              : theResult->wrong);
-    return WIFSIGNALED(status) || theResult->hasStruck;
+    const bool isKilled = WIFSIGNALED(status);
+    const bool hangs = isKilled && WTERMSIG(status) == SIGALRM;
+    if (isKilled || WEXITSTATUS(status) >= theIsWrong)
+    {
+        ++wrongCount;
+        printf(
+            "  %s: %s %u %s%s%s%s\n", scenario.name, theFaultCalls[fault.call],
+            fault.number, theFaultKinds[fault.kind],
+            isLater ? " (in a later run)" : "", isKilled ? ": " : "",
+            hangs      ? "hangs"
+            : isKilled ? strsignal(WTERMSIG(status))
+                       : "");
+    }
+    return isKilled || (WEXITSTATUS(status) & theHasStruck);
 }
 
 // Whether that can happen to calls of the group. What transfers or waits and
@@ -216,11 +164,9 @@ utTryAll(const ut_Scenario &scenario)
         for (int call = 0; call < UT_FAULT_CALL_COUNT; ++call)
             for (int kind = 0; kind < UT_FAULT_KIND_COUNT; ++kind)
             {
-                if (!utIsPossible(call, kind) ||
-                    (isLater && scenario.isProgram))
-                    continue;
                 unsigned number = 1;
                 while (
+                    utIsPossible(call, kind) &&
                     utTry(scenario, {call, kind, number}, isLater, wrongCount))
                     ++number;
                 count += int(number) - 1;
@@ -233,18 +179,14 @@ int
 main(int argc, char **argv)
 {
     setvbuf(stdout, nullptr, _IOLBF, 0);
-    theResult = static_cast<ut_Result *>(mmap(
-        nullptr, sizeof(ut_Result), PROT_READ | PROT_WRITE,
-        MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     const ut_TempDir folder;
     theFolder = folder.path() + '/';
     setenv("VALDRIN_TEMP_DIR", folder.path().c_str(), 1);
     setenv("VALDRIN_PATH", (folder.path() + ":").c_str(), 1);
     setenv("VALDRIN_ERRORLOG_FILENAME", folder.path("log").c_str(), 1);
-    for (int i = 0; i < theReplyLength; ++i)
-        theReplyText += char('a' + i % 23);
-    ut_LoopbackServer server(
-        {ut_LoopbackServer::send(std::string(utReply(), theReplyLength + 1))});
+    for (int i = 0; i < 100000; ++i)
+        theReply += char('a' + i % 23);
+    ut_LoopbackServer server({ut_LoopbackServer::send(theReply + '\0')});
     theServerPort = server.port();
 
     bool isWell = true;

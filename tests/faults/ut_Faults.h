@@ -1,6 +1,5 @@
 // A layer over the C library that lets one chosen call fail, or be cut short,
-// or be interrupted by a signal. A program is linked with it, or has it
-// preloaded and the variable VALDRIN_FAULT set.
+// or be interrupted by a signal. A program is linked with it.
 //
 //     utArmFault({UT_FAULT_READ, UT_FAULT_FAILS, 3}); // the third read
 //     ... work ...
@@ -16,14 +15,14 @@ enum ut_FaultCall
     UT_FAULT_READ,
     UT_FAULT_WRITE,
     UT_FAULT_CLOSE,
-    UT_FAULT_FILE,    // other calls for files: stat, lseek, unlink, mkdir
-    UT_FAULT_SOCKET,  // socket, bind, listen
-    UT_FAULT_CONNECT, // connect, accept
-    UT_FAULT_WAIT,    // select, poll, pthread_cond_timedwait
+    UT_FAULT_FILE,   // other calls for files: stat, lseek, unlink, mkdir
+    UT_FAULT_SOCKET, // socket, bind, listen
+    UT_FAULT_CONNECT,
+    UT_FAULT_WAIT,    // accept, select, poll, pthread_cond_timedwait
     UT_FAULT_OPTIONS, // fcntl, getsockopt and the like
     UT_FAULT_PAGES,   // madvise
     UT_FAULT_THREAD,
-    UT_FAULT_LOOK_UP, // of hosts, services and users
+    UT_FAULT_LOOK_UP, // of hosts and users
     UT_FAULT_CALL_COUNT
 };
 

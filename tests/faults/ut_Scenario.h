@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <string>
+
 struct ut_Scenario
 {
     const char *name;
@@ -10,9 +12,6 @@ struct ut_Scenario
     // Returns whether all went well; false when a call has reported that it
     // failed. Throws std::bad_alloc, or calls utWrong().
     bool (*run)();
-
-    // Whether it runs another program, into which the fault is injected.
-    bool isProgram;
 
     // Whether an interrupted or short transfer may be reported as a failure,
     // rather than be continued.
@@ -39,12 +38,8 @@ utExpect(bool isRight, const char *what)
         utWrong(what);
 }
 
-// The port of a server that sends utReply() to each request.
-int utPort();
-
-// That text, of so many bytes without the NUL.
-const char *utReply();
-constexpr int theReplyLength = 100000;
-
-// A folder for files, with a slash at its end.
-const char *utFolder();
+// A server sends the reply to each request. The folder, which ends in a slash,
+// is for files.
+extern int theServerPort;
+extern std::string theReply;
+extern std::string theFolder;

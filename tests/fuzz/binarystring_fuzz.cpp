@@ -1,26 +1,26 @@
 #include "ut_FuzzCheck.h"
 
+#include "SYS/SYS_Types.h"
 #include "UT/UT_IStream.h"
 #include "UT/UT_String.h"
 #include "UT/UT_WorkBuffer.h"
 #include "UT/UT_Write.h"
 
-#include <algorithm>
 #include <cstring>
 #include <sstream>
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
-    if (size == 0)
-        return 0;
+    if (input.empty())
+        return;
     static const UT_ISTREAM_RLE_IO theWidths[] = {
         UT_ISTREAM_RLE_8, UT_ISTREAM_RLE_16, UT_ISTREAM_RLE_32,
         UT_ISTREAM_RLE_64};
-    const int kind = data[0];
+    const int kind = uint8(input[0]);
     const UT_ISTREAM_RLE_IO rle = theWidths[kind & 3];
     // A stranger's bytes are a text and what follows it, or nothing.
-    std::string bytes(data + 1, data + std::min<size_t>(size, 300));
+    std::string bytes = input.substr(1, 299);
     UT_IStream stranger(bytes.data(), int(bytes.size()), UT_ISTREAM_BINARY);
     UT_String text("old");
     const bool isRead = stranger.readBinaryString(text, rle);
@@ -52,5 +52,4 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     utRequire(ours.readBinaryString(text, rle));
     utRequire(ours.getc() == -1);
     utRequire(memcmp(text, bytes.data(), bytes.size()) == 0);
-    return 0;
 }

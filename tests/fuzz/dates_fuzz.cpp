@@ -5,20 +5,18 @@
 
 #include "UT/UT_Date.h"
 
-#include <cstdint>
 #include <cstring>
 #include <sstream>
 #include <string>
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
     int fields[8] = {};
-    if (size < sizeof(fields) || size > 2000)
-        return 0;
-    memcpy(fields, data, sizeof(fields));
-    const std::string format =
-        std::string(data + sizeof(fields), data + size).c_str();
+    if (input.size() < sizeof(fields) || input.size() > 2000)
+        return;
+    memcpy(fields, input.data(), sizeof(fields));
+    const std::string format = input.c_str() + sizeof(fields);
     tm t = {};
     t.tm_sec = fields[0];
     t.tm_min = fields[1];
@@ -35,5 +33,4 @@ LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     UT_Date::dprintf(stream, format.c_str(), &t);
     utRequire(stream.str().substr(0, sizeof(buffer) - 1) == buffer);
     utRequire(UT_Date::conversions() == count + count); // goes on
-    return 0;
 }

@@ -18,87 +18,49 @@
 #include <unistd.h>
 
 using ut_Variables = std::map<std::string, std::string>;
-using ut_Texts = std::vector<std::string>;
-
-// A text without "=" is a name alone.
-static ut_Variables::value_type
-utVariableOf(const std::string &text)
-{
-    const size_t equals = std::min(text.find('='), text.size());
-    return {
-        text.substr(0, equals), text.substr(std::min(equals + 1, text.size()))};
-}
-
-static ut_Texts
-utTextsOf(char **slots)
-{
-    ut_Texts texts;
-    for (; slots && *slots; ++slots)
-        texts.push_back(*slots);
-    return texts;
-}
-
-// The array becomes one of the texts in the list, with commas between them,
-// except names that are there. The array and the texts must stay.
-static void
-utReplaceArray(
-    const std::string &list, std::list<ut_Texts> &texts,
-    std::vector<char *> &array)
-{
-    std::istringstream in(list);
-    ut_Variables seen;
-    texts.emplace_back();
-    for (std::string text; std::getline(in, text, ',');)
-        if (seen.insert(utVariableOf(text)).second)
-            texts.back().push_back(text);
-    array.clear();
-    for (std::string &text : texts.back())
-        array.push_back(text.data());
-    array.push_back(nullptr);
-    environ = array.data();
-}
 
 static void
 utCheck(const ut_Variables &variables, const std::string &name)
 {
-    const auto found = variables.find(name);
-    const char *const value = ValdrinGetenv(name.c_str());
-    utRequire((value != nullptr) == (found != variables.end()));
-    if (value)
-        utRequire(value == found->second);
-    ut_Texts texts;
-    for (const auto &variable : variables)
-        texts.push_back(variable.first + '=' + variable.second);
-    std::sort(texts.begin(), texts.end());
-    utRequire(utTextsOf(ValdrinGetenvlist()) == texts);
-    utRequire(ValdrinGetenvlist() == environ);
+    utRequire(variables.count(name) || !ValdrinGetenv(name.c_str()));
+    std::vector<std::string> expected;
+    for (const auto &[each, value] : variables)
+    {
+        expected.push_back(each + '=' + value);
+        const char *const found = ValdrinGetenv(each.c_str());
+        utRequire(found);
+        utRequire(found == value);
+    }
+    std::sort(expected.begin(), expected.end());
+    char **const texts = ValdrinGetenvlist();
+    utRequire(std::equal(expected.begin(), expected.end(), texts));
+    utRequire(!texts[expected.size()]);
+    utRequire(texts == environ);
 }
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
+void
+utTry(const std::string &input)
 {
-    if (size > 1000)
-        return 0;
-    static const int theClearing = clearenv(); // once
-    utRequire(theClearing == 0);
-    for (const std::string &text : utTextsOf(ValdrinGetenvlist()))
-        ValdrinUnsetenv(utVariableOf(text).first.c_str());
-    ut_Variables variables;
-    std::list<ut_Texts> texts; // the array may hold them until the end
-    std::vector<char *> array;
+    if (input.size() > 1000)
+        return;
     // A map cannot show what names with bytes from 128 on do.
-    std::string input(data, data + size);
-    for (char &byte : input)
+    std::string lines(input);
+    for (char &byte : lines)
         byte = char(byte & 127);
-    std::istringstream in(input);
+    clearenv();
+    ut_Variables variables;
+    std::list<std::string> texts; // the array may hold them until the end
+    char *array[] = {nullptr, nullptr};
+    std::istringstream in(lines);
     for (std::string line; std::getline(in, line);)
     {
-        const unsigned change = uint8(line[0]) % 8;
         const std::string rest = std::string(line, !line.empty()).c_str();
-        const bool isAssignment = rest.find('=') != rest.npos;
-        const auto [name, value] = utVariableOf(rest);
-        const ut_Texts before = utTextsOf(environ);
-        switch (change)
+        const size_t equals = std::min(rest.find('='), rest.size());
+        const bool isAssignment = equals < rest.size();
+        const std::string name = rest.substr(0, equals);
+        const std::string value = rest.substr(equals + isAssignment);
+        const char *const other = ValdrinGetenv(value.c_str());
+        switch (uint8(line[0]) % 8)
         {
         case 0:
             ValdrinSetenv(name.c_str(), value.c_str());
@@ -114,30 +76,25 @@ LLVMFuzzerTestOneInput(const uint8 *data, size_t size)
             variables.erase(name);
             break;
         case 3: // the value of a variable, perhaps its own
-            if (const char *const other = ValdrinGetenv(value.c_str()))
-            {
-                variables[name] = other;
-                ValdrinSetenv(name.c_str(), other);
-            }
+            if (other)
+                variables[name] = std::string(other);
+            ValdrinSetenv(other ? name.c_str() : nullptr, other);
             break;
         case 4:
-            setenv(name.c_str(), value.c_str(), /*overwrite=*/1);
+            if (setenv(name.c_str(), value.c_str(), /*overwrite=*/1) == 0)
+                variables[name] = value;
             break;
         case 5:
-            unsetenv(name.c_str());
+            if (unsetenv(name.c_str()) == 0)
+                variables.erase(name);
             break;
         default:
-            utReplaceArray(rest, texts, array);
-        }
-        // What other code has left in the array is what there is.
-        if (change > 3 && utTextsOf(environ) != before)
-        {
+            array[0] = texts.emplace_back(rest).data();
+            environ = array;
             variables.clear();
-            for (const std::string &text : utTextsOf(environ))
-                if (text.find('=') != text.npos)
-                    variables.insert(utVariableOf(text));
+            if (isAssignment)
+                variables[name] = value;
         }
         utCheck(variables, name);
     }
-    return 0;
 }

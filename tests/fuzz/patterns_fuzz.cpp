@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 static void
@@ -78,15 +79,14 @@ utExpand(const UT_String &text)
     std::for_each(few, few + fewCount, free);
 }
 
-extern "C" int
-LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void
+utTry(const std::string &input)
 {
     // A pattern, a newline and a text.
-    const std::string input(data, data + std::min(size, size_t(400)));
-    const UT_String pattern(input.substr(0, input.find('\n')).c_str(), 1);
-    const UT_String text(input.c_str() + pattern.length(), 1);
+    const std::string start = input.substr(0, 400);
+    const UT_String pattern(start.substr(0, start.find('\n')).c_str(), 1);
+    const UT_String text(start.c_str() + pattern.length(), 1);
     utMatch(text, pattern);
     utTraverse(pattern.buffer() + strspn(pattern, "!"));
     utExpand(text);
-    return 0;
 }

@@ -42,19 +42,13 @@ test("what is no answer is a fault", () => {
     }
 });
 
-test("a second answer is a fault", () => {
-    const answers = new Answers();
-    const id = answers.expect("caller");
-    answers.take({ id, error: "component", message: "0x80004005" });
-    assert.ok(answers.take({ id, part: "", last: true }).fault);
-});
-
-test("the host's errors keep their code and words", () => {
+test("the host's errors keep their code and words, and end the call", () => {
     const answers = new Answers();
     const id = answers.expect("caller");
     assert.deepEqual(
         answers.take({ id, error: "argument", message: "no" }),
         { caller: "caller", error: { code: "argument", message: "no" } });
+    assert.ok(answers.take({ id, part: "", last: true }).fault);
 });
 
 test("a reply beyond the limit is refused once and read to its end", () => {

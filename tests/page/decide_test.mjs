@@ -34,29 +34,23 @@ test("a site is an exact https origin, or one of this machine", () => {
         { given: "localhost:8000", expected: "http://localhost:8000" },
         { given: "127.0.0.1", expected: "http://127.0.0.1" },
         { given: "https://localhost", expected: "https://localhost" },
-        { given: "http://a.example", expected: null },
-        { given: "http://localhost.a.example", expected: null },
-        { given: "http://127.0.0.2", expected: null },
-        { given: "https://*.example", expected: null },
-        { given: "https://[::1]:8000", expected: null },
-        { given: "*", expected: null },
-        { given: "<all_urls>", expected: null },
-        { given: "file:///etc/passwd", expected: null },
-        { given: "about:blank", expected: null },
-        { given: "data:text/html,x", expected: null },
         { given: "null", expected: "https://null" },
-        { given: "", expected: null },
     ], siteOf);
+    for (const address of [
+        "http://a.example", "http://localhost.a.example", "http://127.0.0.2",
+        "https://*.example", "https://[::1]:8000", "*", "<all_urls>",
+        "file:///etc/passwd", "about:blank", "data:text/html,x", "",
+    ])
+        assert.equal(siteOf(address), null, address);
 });
 
 test("a page's address has an origin only where it can be allowed", () => {
-    checkRows([
-        { given: `${SITE}/x`, expected: SITE },
-        { given: `blob:${SITE}/0e5`, expected: null },
-        { given: "about:blank", expected: null },
-        { given: "data:text/html,://", expected: null },
-        { given: "moz-extension://0e5/popup.html", expected: null },
-    ], originOf);
+    assert.equal(originOf(`${SITE}/x`), SITE);
+    for (const address of [
+        `blob:${SITE}/0e5`, "about:blank", "data:text/html,://",
+        "moz-extension://0e5/popup.html",
+    ])
+        assert.equal(originOf(address), null, address);
 });
 
 test("the browser is asked for one host and no other", () => {
@@ -69,31 +63,26 @@ test("ports are a list of numbers from 1 to 65535", () => {
         { given: "32153", expected: [32153] },
         { given: " 40000, 32153;32153\t1", expected: [1, 32153, 40000] },
         { given: "65535", expected: [65535] },
-        { given: "", expected: null },
-        { given: " , ", expected: null },
-        { given: "0", expected: null },
-        { given: "65536", expected: null },
-        { given: "32153 x", expected: null },
-        { given: "1e4", expected: null },
-        { given: "-1", expected: null },
-        { given: "0x7d99", expected: null },
     ], portsOf);
+    for (const text of
+        ["", " , ", "0", "65536", "32153 x", "1e4", "-1", "0x7d99"])
+        assert.equal(portsOf(text), null, text);
 });
 
 test("what was stored by somebody else allows nobody", () => {
-    checkRows([
-        { given: undefined, expected: [] },
-        { given: { origin: SITE, ports: [1] }, expected: [] },
-        { given: [null, 7, "x", [SITE]], expected: [] },
-        { given: [{ origin: `${SITE}/x`, ports: [1] }], expected: [] },
-        { given: [{ origin: "http://a.example", ports: [1] }], expected: [] },
-        { given: [{ origin: SITE }], expected: [] },
-        { given: [{ origin: SITE, ports: [0] }], expected: [] },
-        {
-            given: [{ origin: SITE, ports: [0, "1", 1.5, 40000] }],
-            expected: [[SITE, [40000]]],
-        },
-    ], (stored) => [...sitesOf(stored)]);
+    assert.deepEqual(
+        [...sitesOf([{ origin: SITE, ports: [0, "1", 1.5, 40000] }])],
+        [[SITE, [40000]]]);
+    for (const stored of [
+        undefined,
+        { origin: SITE, ports: [1] },
+        [null, 7, "x", [SITE]],
+        [{ origin: `${SITE}/x`, ports: [1] }],
+        [{ origin: "http://a.example", ports: [1] }],
+        [{ origin: SITE }],
+        [{ origin: SITE, ports: [0] }],
+    ])
+        assert.equal(sitesOf(stored).size, 0, JSON.stringify(stored));
 });
 
 test("only the document of a tab calls, by the browser's word for it", () => {
@@ -127,36 +116,38 @@ function codeOf(message, { sender = SENDER, calls = 0 } = {}) {
 }
 
 test("a call has a method of the six and what it takes", () => {
-    const rows = [
-        { method: "Run", args: ["x"], code: "accepted" },
-        { method: "Run", args: [""], code: "accepted" },
-        { method: "GetStashedString", args: [], code: "accepted" },
-        { method: "GetStashedString", args: ["x"], code: "argument" },
-        { method: "GetStashedString", code: "argument" },
-        { method: "Run", args: [], code: "argument" },
-        { method: "Run", args: ["x", "y"], code: "argument" },
-        { method: "Run", args: { 0: "x", length: 1 }, code: "argument" },
-        { method: "Run", args: [7], code: "argument" },
-        { method: "Run", args: [["x"]], code: "argument" },
-        { method: "Run", args: ["a\0"], code: "argument" },
-        { method: "StashString", args: [null], code: "argument" },
-        { method: "run", args: ["x"], code: "argument" },
-        { method: "Check", args: [32153], code: "argument" },
-        { method: "__proto__", args: [], code: "argument" },
-        { method: "constructor", args: [], code: "argument" },
-        { method: "toString", args: [], code: "argument" },
-        { method: ["Run"], args: ["x"], code: "argument" },
-        { args: ["x"], code: "argument" },
-        { method: "SetSocketPortNum", args: [40000], code: "accepted" },
-        { method: "SetSocketPortNum", args: [40001], code: "port" },
-        // The application would be reached all the same, by another number.
-        { method: "SetSocketPortNum", args: [32153 - 65535], code: "port" },
-        { method: "SetSocketPortNum", args: ["32153"], code: "argument" },
-        { method: "SetSocketPortNum", args: [1.5], code: "argument" },
-        { method: "SetSocketPortNum", args: [NaN], code: "argument" },
+    const accepted = [["Run", "x"], ["Run", ""], ["GetStashedString"],
+        ["SetSocketPortNum", 40000]];
+    for (const [method, ...args] of accepted)
+        assert.equal(codeOf({ id: 1, method, args }), "accepted", method);
+    const refused = [
+        { method: "GetStashedString", args: ["x"] },
+        { method: "GetStashedString" },
+        { method: "Run", args: [] },
+        { method: "Run", args: ["x", "y"] },
+        { method: "Run", args: { 0: "x", length: 1 } },
+        { method: "Run", args: [7] },
+        { method: "Run", args: [["x"]] },
+        { method: "Run", args: ["a\0"] },
+        { method: "StashString", args: [null] },
+        { method: "run", args: ["x"] },
+        { method: "Check", args: [32153] },
+        { method: "__proto__", args: [] },
+        { method: "constructor", args: [] },
+        { method: ["Run"], args: ["x"] },
+        { args: ["x"] },
+        { method: "SetSocketPortNum", args: ["32153"] },
+        { method: "SetSocketPortNum", args: [1.5] },
+        { method: "SetSocketPortNum", args: [NaN] },
     ];
-    for (const { code, ...call } of rows)
-        assert.equal(codeOf({ id: 1, ...call }), code, JSON.stringify(call));
+    for (const call of refused)
+        assert.equal(
+            codeOf({ id: 1, ...call }), "argument", JSON.stringify(call));
+    // The second would reach the application by another number of its port.
+    for (const port of [40001, 32153 - 65535]) {
+        const call = { id: 1, method: "SetSocketPortNum", args: [port] };
+        assert.equal(codeOf(call), "port", `${port}`);
+    }
 });
 
 test("a call has an id of its own", () => {

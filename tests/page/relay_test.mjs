@@ -104,40 +104,32 @@ test("eight calls leave at a time, 256 wait, and more are refused",
             await Promise.all(codes.slice(0, 264)), Array(264).fill("done"));
     });
 
-test("an aborted call that waits never leaves", async () => {
-    const { valdrin, ports } = makeWindow();
-    const controller = new AbortController();
-    const { signal } = controller;
-    for (let i = 0; i < 8; ++i)
-        valdrin.Run("x");
-    const aborted = valdrin.Run("aborted", { signal });
-    const last = valdrin.Run("last");
-    controller.abort("enough");
-    await assert.rejects(aborted, (reason) => reason === "enough");
-    const { sent } = ports[0];
-    ports[0].answer(sent[0]);
-    assert.equal(sent.length, 9);
-    assert.equal(sent[8].args[0], "last");
-    ports[0].answer(sent[8], "done");
-    assert.equal(await last, "done");
-});
-
-test("an aborted call that has left keeps its place", async () => {
-    const { valdrin, ports } = makeWindow();
-    const controller = new AbortController();
-    const aborted = valdrin.Run("x", { signal: controller.signal });
-    for (let i = 0; i < 8; ++i)
-        valdrin.Run("y");
-    controller.abort();
-    await assert.rejects(aborted, { name: "AbortError" });
-    assert.equal(ports[0].sent.length, 8);
-    ports[0].answer(ports[0].sent[0], "too late");
-    assert.equal(ports[0].sent.length, 9);
-});
-
-test("a lost connection rejects all, and the next call makes one",
+test("an aborted call that waits never leaves, one that has keeps its place",
     async () => {
         const { valdrin, ports } = makeWindow();
+        const controllers = [new AbortController(), new AbortController()];
+        const [left, waits] = controllers.map(({ signal }) => ({ signal }));
+        const aborted = [valdrin.Run("left", left)];
+        for (let i = 1; i < 8; ++i)
+            valdrin.Run("x");
+        aborted.push(valdrin.Run("waits", waits));
+        const last = valdrin.Run("last");
+        for (const [i, controller] of controllers.entries()) {
+            controller.abort("enough");
+            await assert.rejects(aborted[i], (reason) => reason === "enough");
+        }
+        const { sent } = ports[0];
+        assert.equal(sent.length, 8);
+        ports[0].answer(sent[0], "too late");
+        assert.equal(sent.length, 9);
+        assert.equal(sent[8].args[0], "last");
+        ports[0].answer(sent[8], "done");
+        assert.equal(await last, "done");
+    });
+
+test("a connection that is lost or left rejects all, and a call makes one",
+    async () => {
+        const { valdrin, ports, window } = makeWindow();
         const codes = Array.from(
             { length: 20 }, () => codeOf(valdrin.Run("x")));
         ports[0].cut();
@@ -146,15 +138,12 @@ test("a lost connection rejects all, and the next call makes one",
         const next = valdrin.Run("next");
         ports[1].answer(ports[1].sent[0], "done");
         assert.equal(await next, "done");
+        // The page is left.
+        const code = codeOf(valdrin.Run("x"));
+        window.dispatchEvent(new Event("pagehide"));
+        assert.equal(await code, "disconnected");
+        assert.ok(ports[1].isClosed);
     });
-
-test("a page that is left has no connection and no call", async () => {
-    const { valdrin, ports, window } = makeWindow();
-    const code = codeOf(valdrin.Run("x"));
-    window.dispatchEvent(new Event("pagehide"));
-    assert.equal(await code, "disconnected");
-    assert.ok(ports[0].isClosed);
-});
 
 test("a call that nobody hears is refused", async () => {
     const { valdrin } = makeWindow([PAGE]);

@@ -2,7 +2,6 @@
 
 import contextlib
 import pickle
-import socket
 import threading
 import time
 import unittest
@@ -13,6 +12,24 @@ import valdrin
 
 # Long enough for any exchange of these tests; only a failure reaches it.
 DEADLINE = 60
+
+
+@contextlib.contextmanager
+def playing(play, reads):
+    """The port of a peer that perhaps reads, and plays."""
+
+    def serve():
+        with listener.accept()[0] as peer, contextlib.suppress(OSError):
+            if reads:
+                peer.recv(1000)
+            play(peer)
+
+    with bound() as listener:
+        listener.listen()
+        thread = threading.Thread(target=serve, daemon=True)
+        thread.start()
+        yield listener.getsockname()[1]
+        thread.join()
 
 
 class Test(unittest.TestCase):
@@ -107,57 +124,33 @@ class Test(unittest.TestCase):
 
             return play
 
-        cases = [
+        for what, play, expected in (
             ("is slow", repeat(b"x", 0.05), valdrin.RequestTimeout),
             ("is endless", repeat(b"x" * 70000, 0), valdrin.ReplyTooLong),
-        ] + [
-            (f"resets after {sent}", reset_after(b"xxxxx"[:sent]),
-             valdrin.ConnectError)
-            for sent in range(6)
-        ]  # fmt: skip
-        for what, play, expected in cases:
-            with self.subTest(what), bound() as listener:
-                listener.listen()
-
-                def serve(play=play, listener=listener):
-                    with listener.accept()[0] as peer:
-                        peer.recv(1000)
-                        with contextlib.suppress(OSError):
-                            play(peer)
-
-                thread = threading.Thread(target=serve)
-                thread.start()
+            ("resets", reset_after(b""), valdrin.ConnectError),
+            ("resets late", reset_after(b"xxx"), valdrin.ConnectError),
+        ):
+            with self.subTest(what), playing(play, reads=True) as port:
                 hurries = expected is valdrin.RequestTimeout
                 connection = valdrin.Connection(
-                    listener.getsockname()[1],
-                    timeout=0.5 if hurries else DEADLINE,
-                    max_reply=70000,
+                    port, timeout=0.5 if hurries else DEADLINE, max_reply=70000
                 )
                 with self.assertRaises(expected):
                     connection.run("x")
-                thread.join()
 
     def test_early_replies_count(self):
-        with bound() as listener:
-            listener.listen()
-            connection = valdrin.Connection(
-                listener.getsockname()[1], timeout=DEADLINE
-            )
-            for closes in (False, True):
-                with self.subTest(closes=closes):
-                    peers = []
+        for closes in (False, True):
+            stays = threading.Event()
 
-                    def serve(peers=peers, closes=closes):
-                        peers.append(listener.accept()[0])
-                        peers[0].sendall(b"early\0")
-                        if closes:
-                            peers[0].close()
+            def play(peer, closes=closes, stays=stays):
+                peer.sendall(b"early\0")
+                if not closes:
+                    stays.wait(DEADLINE)
 
-                    thread = threading.Thread(target=serve)
-                    thread.start()
-                    self.assertEqual(connection.run("x" * 30000000), "early")
-                    thread.join()
-                    peers[0].close()
+            with self.subTest(closes), playing(play, reads=False) as port:
+                connection = valdrin.Connection(port, timeout=DEADLINE)
+                self.assertEqual(connection.run("x" * 30000000), "early")
+                stays.set()
 
 
 if __name__ == "__main__":

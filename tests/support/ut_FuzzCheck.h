@@ -1,9 +1,29 @@
-// What a fuzz entry claims of its input.
+// A fuzz entry: what it does with an input, and what it claims of it.
 
 #pragma once
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+
+// The one function of an entry, which any bytes may be given to.
+void utTry(const std::string &input);
+
+extern "C" int
+LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
+{
+    utTry(std::string(data, data + size));
+    return 0;
+}
+
+// Takes the text before the first NUL out of an input, with the NUL.
+inline std::string
+utTakeText(std::string &input)
+{
+    const std::string text = input.c_str();
+    input.erase(0, text.size() + 1);
+    return text;
+}
 
 // Says where it is and ends the program, a failure to any fuzzer, unless the
 // claim holds.

@@ -1,19 +1,11 @@
+// Without an entry point it is no component, with one it is a component that
+// fails.
+
 #ifdef WITH_ENTRY_POINT
 #include "component/nsXPCOM.h"
 
 #include <cstdio>
 #include <cstdlib>
-
-#ifdef WITHOUT_PLATFORM
-// What a browser has and a plain program has not.
-extern "C" nsresult utPlatformFunction();
-#else
-static nsresult
-utPlatformFunction()
-{
-    return NS_ERROR_OUT_OF_MEMORY;
-}
-#endif
 
 extern "C" __attribute__((visibility("default"))) nsresult
 NSGetModule(nsIComponentManager *, nsIFile *, nsIModule **)
@@ -23,6 +15,6 @@ NSGetModule(nsIComponentManager *, nsIFile *, nsIModule **)
         puts(noise);
         fflush(stdout);
     }
-    return utPlatformFunction();
+    return NS_ERROR_OUT_OF_MEMORY;
 }
 #endif

@@ -5,14 +5,12 @@ async function example(controller: AbortController): Promise<string> {
     if (!window.ValdrinConnection)
         return "not connected";
     const valdrin = new ValdrinConnection();
-    const { signal } = controller;
     try {
         await valdrin.SetSocketPortNum(32153);
         await valdrin.RunPythonStatements("x = 6");
-        await valdrin.StashString(await valdrin.Run("echo hi", { signal }));
-        const value: string =
-            await valdrin.RunPythonExpression("x * 7", { signal });
-        return value + await valdrin.GetStashedString();
+        await valdrin.StashString(await valdrin.GetStashedString());
+        const { signal } = controller;
+        return await valdrin.RunPythonExpression("x * 7", { signal });
     } catch (error) {
         const { code, message } = error as ValdrinConnectionError;
         return code === "busy" ? "later" : message;
@@ -22,12 +20,8 @@ async function example(controller: AbortController): Promise<string> {
 async function mistakes(valdrin: ValdrinConnection): Promise<void> {
     // @ts-expect-error A command is a string.
     await valdrin.Run(7);
-    // @ts-expect-error The signal goes into an object.
-    await valdrin.Run("x", new AbortController().signal.aborted);
     // @ts-expect-error Statements cannot be aborted.
     await valdrin.RunPythonStatements("x", {});
-    // @ts-expect-error A port is a number.
-    await valdrin.SetSocketPortNum("32153");
     // @ts-expect-error Nothing comes back.
     const nothing: string = await valdrin.StashString("x");
     // @ts-expect-error There is no such code.
