@@ -196,6 +196,19 @@ class Test(unittest.TestCase):
                 host.process.send_signal(signal.SIGTERM)
                 self.assertEqual(host.wait(), 0)
 
+    def test_descriptors_that_the_caller_closed(self):
+        # The component's socket must not take the place of one.
+        def through_a_shell(closed):
+            script = f'exec "$@" {closed}'
+            return Host("sh", ("-c", script, "-", BRIDGE, *FIREFOX))
+
+        with through_a_shell("2>&-") as host:
+            self.converse(host, [b"y\0"])
+            self.assertEqual(host.ask("Run", "x"), "y")
+        with through_a_shell("<&-") as host:
+            self.assertEqual(host.wait(), 0)
+            self.assertIn(b"standard input: ", host.process.stderr.read())
+
     def test_it_ends_when_nobody_reads_the_answer(self):
         with self.subTest("end of input"), Host() as host:
             self.converse(host, [b"x" * 20000000 + b"\0"])
