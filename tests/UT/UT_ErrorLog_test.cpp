@@ -95,7 +95,7 @@ static const struct
     {"again after 3 seconds",           0, 1, true },
     {"again after 3 seconds",           3, 1, true },
     {"after another one",               0, 1, true },
-    {"after another one",               1, 2, true },
+    {"after another one",               2, 2, true },
     {"after another one",               2, 1, false},
     {"the memory lasts 3 seconds more", 0, 1, true },
     {"the memory lasts 3 seconds more", 2, 2, true },

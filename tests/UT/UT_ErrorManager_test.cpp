@@ -88,12 +88,12 @@ TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
          "Error:       b\n"
          "             c\n"
          "Fatal error: d"},
-        {"a skipped error takes the label",
-         {{theError, "a"}, {theWarning, "b"}, {theWarning, "c"}},
-         theWarning,    2,
+        {"a filter leaves empty lines",
+         {{theError, "a"}, {theWarning, "b"}, {theError, "c"}},
+         theError,      2,
+         "Error:       a\n"
          "\n"
-         "Warning:     b\n"
-         "             c"},
+         "Error:       c"},
         {"the lowest severities have no label",
          {{UT_ERROR_NONE, "a"}, {theMessage, "b"}, {UT_ERROR_PROMPT, "c"}},
          theMessage,    1,
@@ -128,6 +128,7 @@ static const struct
     {"some to the last",    1,  99, theError,      2, "ace",   "mbb",    false},
     {"one from the middle", 2,  2,  UT_ERROR_NONE, 1, "abbe",  "mc",     false},
     {"none",                0,  4,  theMessage,    0, "abcbe", "m",      false},
+    {"none just past them", 5,  0,  UT_ERROR_NONE, 0, "abcbe", "m",      false},
     {"none so far",         6,  0,  UT_ERROR_NONE, 0, "abcbe", "m",      true },
 };
 
@@ -167,20 +168,20 @@ TEST_F(UT_ErrorManagerTest, TheFirstOfDuplicatesStays)
     UT_ErrorManager manager;
     fill(
         manager, {
-                     {theError, "a"},
-                     {theError, "" },
-                     {theError, "b"}
+                     {theError,   "a"},
+                     {theError,   "" }, // no text to compare
+                     {theError,   "" },
+                     {theWarning, "a"},
+                     {theError,   "b"},
+                     {theError,   "a"}
     });
-    fill(
-        manager, {
-                     {theError, "a"},
-                     {theError, "" }
-    }); // no text to compare
     // Deliberate: what is taken out is not deleted, and no flag changes.
-    const std::unique_ptr<UT_Error> duplicate(manager.getError(3));
+    const std::unique_ptr<UT_Error> second(manager.getError(3));
+    const std::unique_ptr<UT_Error> third(manager.getError(5));
     manager.pruneDuplicates();
     EXPECT_EQ("ab", textsOf(manager));
     EXPECT_EQ(4, manager.entries());
+    EXPECT_EQ(theError, manager.getError(0)->getSeverity());
     EXPECT_FALSE(manager.getNeedScan());
 }
 

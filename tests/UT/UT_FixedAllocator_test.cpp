@@ -149,6 +149,7 @@ TEST(UT_SmallObjectAllocator, ThreadsShareOnePoolForEachSize)
         unsigned unit; // of the sizes
     } theRows[] = {
         {1,  1 },
+        {2,  1 },
         {7,  20}, // beyond the sizes whose pools are in a table
         {16, 1 },
     };
