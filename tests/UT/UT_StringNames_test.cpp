@@ -37,9 +37,7 @@ TEST(UT_StringNames, FileNamesSplitAtTheirNumber)
     } theCases[] = {
         {"img.0012.tif", true,  false, "img.",   "0012",  ".tif"},
         {"img.0012.tif", false, true,  "img",    ".0012", ".tif"},
-        {"-1-2b",        true,  false, "",       "-1-2",  "b"   },
         {"7.",           false, false, "",       "7",     "."   },
-        {".5",           true,  false, ".",      "5",     ""    },
         {"/x3/.5",       false, false, "/x3/.5", "",      ""    }, // all of it an extension
     };
     for (const auto &row : theCases)
@@ -61,19 +59,12 @@ TEST(UT_StringNames, TheNextNameHasTheNextNumber)
         const char *name;
         const char *next;
     } theCases[] = {
-        {"",                      "2"                    },
-        {"a",                     "a2"                   },
-        {"7",                     "8"                    },
-        {"a1b",                   "a1b2"                 },
-        {"a-9",                   "a-10"                 },
-        {"a199",                  "a200"                 },
-        {"a00",                   "a01"                  },
-        {"a09",                   "a10"                  },
-        {"a099",                  "a100"                 },
-        {"a0099",                 "a100"                 },
-        {"a0019",                 "a0020"                },
-        {"a29999999999999999999", "a30000000000000000000"},
-        {"\xe9\xb2",              "\xe9\xb2\x32"         },
+        {"",         "2"           },
+        {"a",        "a2"          },
+        {"a-9",      "a-10"        },
+        {"a099",     "a100"        },
+        {"a0099",    "a100"        },
+        {"\xe9\xb2", "\xe9\xb2\x32"},
     };
     for (const auto &row : theCases)
     {
@@ -89,6 +80,4 @@ TEST(UT_StringNames, NullHasNoParts)
     EXPECT_EQ(0, null.parseNumberedFilename(left, left, left, true, true));
     EXPECT_STREQ("left", left);
     EXPECT_EQ(nullptr, null.suffix());
-    null.incrementNumberedName();
-    EXPECT_STREQ("2", null);
 }
