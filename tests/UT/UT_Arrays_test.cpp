@@ -156,23 +156,19 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
 TYPED_TEST(UT_Arrays, BlocksHoldEveryCapacityThatAppendsAndConcatReach)
 {
     for (unsigned entries = 1; entries <= 600; ++entries)
-    {
-        TypeParam one(entries);
-        one.setEntries(entries);
-        one.append({});
-        ASSERT_LE(
-            one.capacity() * sizeof(one(0)), malloc_usable_size(one.data()))
-            << "an append to " << entries;
-        for (const unsigned count : {1u, 8u, 17u, 33u, 64u})
+        for (const unsigned count : {0u, 1u, 8u, 17u, 33u, 64u})
         {
-            TypeParam all(entries);
-            all.setEntries(entries);
-            all.concat(utFilled<TypeParam>(count, count));
+            TypeParam array(entries);
+            array.setEntries(entries);
+            if (count == 0)
+                array.append({});
+            else
+                array.concat(utFilled<TypeParam>(count, count));
             ASSERT_LE(
-                all.capacity() * sizeof(all(0)), malloc_usable_size(all.data()))
+                array.capacity() * sizeof(array(0)),
+                malloc_usable_size(array.data()))
                 << count << " elements after " << entries;
         }
-    }
 }
 
 TYPED_TEST(UT_Arrays, CopiesHaveNoRoomAndAssignmentNeverShrinks)
@@ -190,171 +186,143 @@ TYPED_TEST(UT_Arrays, CopiesHaveNoRoomAndAssignmentNeverShrinks)
     EXPECT_TRUE(copy == array);
 }
 
-// An array and a vector under the same random calls.
-template <class Array>
-class ut_ArrayScript
+// Sorts, and inserts an element that is not there.
+template <class Array, class E>
+static void
+utInsertSorted(Array &array, ut_Model<Array> &model, E value)
 {
-public:
+    const auto compare = utCompareValues<E>;
+    array.sort(compare);
+    std::sort(model.begin(), model.end());
+    const auto place = std::lower_bound(model.begin(), model.end(), value);
+    const int found = array.find(value, compare);
+    if constexpr (std::is_same_v<E, int32>)
+        array.uniqueSortedInsertAscending(value);
+    else
+        array.uniqueSortedInsert(value, compare);
+    const bool isNew = place == model.end() || *place != value;
+    EXPECT_EQ(isNew, found < 0);
+    if (isNew)
+        model.insert(place, value);
+}
+
+template <class Array, class E>
+static void
+utFind(Array &array, ut_Model<Array> &model, E value, unsigned index)
+{
+    const auto begin = model.begin();
+    const auto next = std::find(begin + int(index), model.end(), value);
+    EXPECT_EQ(
+        next == model.end() ? -1 : next - begin, array.find(value, index));
+    const auto isWanted = [](E &element, void *wanted)
+    { return int(element == *static_cast<E *>(wanted)); };
+    // The first one; their number when there is none.
+    EXPECT_EQ(
+        unsigned(std::find(begin, model.end(), value) - begin),
+        array.apply(isWanted, &value));
+}
+
+template <class Array>
+static void
+utMove(Array &array, ut_Model<Array> &model, int from, int to, int length)
+{
+    array.move(from, to, length);
+    // Cut to what is there.
+    const int size = int(model.size());
+    const int first = std::max(from, 0);
+    const int count = std::min(length, size - first);
+    if (count < 1)
+        return;
+    const int target = std::min(std::max(to, 0), size - count);
+    // Taken out, and put in again.
+    const auto block = model.begin() + first;
+    const ut_Model<Array> moved(block, block + count);
+    model.erase(block, block + count);
+    model.insert(model.begin() + target, moved.begin(), moved.end());
+}
+
+template <class Array>
+static void
+utCycle(Array &array, ut_Model<Array> &model, int steps)
+{
+    array.cycle(steps);
+    if (model.empty())
+        return;
+    // To the right, 0 to size - 1 steps.
+    const int64 size = int64(model.size());
+    const int64 right = (steps % size + size) % size;
+    std::rotate(model.begin(), model.end() - int(right), model.end());
+}
+
+// One random call of both. Few of them shorten the array or arrange it anew.
+template <class Array>
+static void
+utStep(Array &array, ut_Model<Array> &model, std::mt19937 &random)
+{
     using E = ut_Element<Array>;
-
-    void step()
+    const E value = utElement<E>(random() % 40);
+    const unsigned index = unsigned(random() % (model.size() + 1));
+    const auto at = model.begin() + int(index);
+    const unsigned count = unsigned(random() % 6);
+    int picked[3]; // of any magnitude and sign
+    for (int &number : picked)
+        number = int(random()) >> random() % 32;
+    const unsigned call = unsigned(random() % 150);
+    if (call == 0)
     {
-        const E value = utElement<E>(myRandom() % 40);
-        const unsigned index = unsigned(myRandom() % (model.size() + 1));
-        if (myRandom() % 30 == 0)
-            changeAll(value, index);
-        else
-            changeAt(value, index);
+        array.resize(index);
+        model.resize(index);
     }
-
-    Array array;
-    ut_Model<Array> model;
-
-private:
-    // Calls that shorten the array or arrange it anew.
-    void changeAll(E value, unsigned index)
+    else if (call == 1)
+        utInsertSorted(array, model, value);
+    else if (call == 2)
     {
-        switch (myRandom() % 5)
-        {
-        case 0:
-            array.resize(index);
-            model.resize(index);
-            break;
-        case 1:
-            insertSorted(value);
-            break;
-        case 2:
-            if constexpr (std::is_pointer_v<E>)
-            {
-                const int from = pick();
-                const int to = pick();
-                move(from, to, /*length=*/pick());
-            }
-            break;
-        case 3:
-            array.reverse();
-            std::reverse(model.begin(), model.end());
-            break;
-        case 4:
-            cycle(pick());
-            break;
-        }
+        if constexpr (std::is_pointer_v<E>)
+            utMove(array, model, picked[0], picked[1], picked[2]);
     }
-
-    // Calls for the elements at an index.
-    void changeAt(E value, unsigned index)
+    else if (call == 3)
     {
-        const auto at = model.begin() + int(index);
-        switch (myRandom() % 5)
-        {
-        case 0:
-            EXPECT_EQ(model.size(), array.append(value));
-            model.push_back(value);
-            break;
-        case 1:
-            array.insert(value, index);
-            model.insert(at, value);
-            break;
-        case 2:
-        {
-            const unsigned count = unsigned(myRandom() % 6);
-            array.multipleInsert(index, count);
-            model.insert(at, count, value);
-            std::fill_n(array.data() + index, count, value);
-            break;
-        }
-        case 3:
-            find(value, index);
-            break;
-        case 4:
-            if (index < model.size())
-            {
-                EXPECT_EQ(index, array.removeAt(index));
-                model.erase(at);
-            }
-            break;
-        }
+        array.reverse();
+        std::reverse(model.begin(), model.end());
     }
-
-    // Sorts, and inserts an element that is not there.
-    void insertSorted(E value)
+    else if (call == 4)
+        utCycle(array, model, picked[0]);
+    else if (call < 30)
     {
-        const auto compare = utCompareValues<E>;
-        array.sort(compare);
-        std::sort(model.begin(), model.end());
-        const bool isThere =
-            std::binary_search(model.begin(), model.end(), value);
-        EXPECT_EQ(isThere, array.find(value, compare) >= 0);
-        if constexpr (std::is_same_v<E, int32>)
-            array.uniqueSortedInsertAscending(value);
-        else
-            array.uniqueSortedInsert(value, compare);
-        if (!isThere)
-            model.insert(
-                std::lower_bound(model.begin(), model.end(), value), value);
+        EXPECT_EQ(model.size(), array.append(value));
+        model.push_back(value);
     }
-
-    void find(E value, unsigned index)
+    else if (call < 60)
     {
-        const auto begin = model.begin();
-        const auto next = std::find(begin + int(index), model.end(), value);
-        EXPECT_EQ(
-            next == model.end() ? -1 : next - begin, array.find(value, index));
-        const auto isWanted = [](E &element, void *wanted)
-        { return int(element == *static_cast<E *>(wanted)); };
-        // The first one; their number when there is none.
-        EXPECT_EQ(
-            unsigned(std::find(begin, model.end(), value) - begin),
-            array.apply(isWanted, &value));
+        array.insert(value, index);
+        model.insert(at, value);
     }
-
-    void move(int from, int to, int length)
+    else if (call < 90)
     {
-        array.move(from, to, length);
-        // Cut to what is there.
-        const int size = int(model.size());
-        const int first = std::max(from, 0);
-        const int count = std::min(length, size - first);
-        if (count < 1)
-            return;
-        const int target = std::min(std::max(to, 0), size - count);
-        // Taken out, and put in again.
-        const auto block = model.begin() + first;
-        const ut_Model<Array> moved(block, block + count);
-        model.erase(block, block + count);
-        model.insert(model.begin() + target, moved.begin(), moved.end());
+        array.multipleInsert(index, count);
+        model.insert(at, count, value);
+        std::fill_n(array.data() + index, count, value);
     }
-
-    void cycle(int steps)
+    else if (call < 120)
+        utFind(array, model, value, index);
+    else if (index < model.size())
     {
-        array.cycle(steps);
-        if (model.empty())
-            return;
-        // To the right, 0 to size - 1 steps.
-        const int64 size = int64(model.size());
-        const int64 right = (steps % size + size) % size;
-        std::rotate(model.begin(), model.end() - int(right), model.end());
+        EXPECT_EQ(index, array.removeAt(index));
+        model.erase(at);
     }
-
-    // A number of any magnitude and sign.
-    int pick()
-    {
-        const int number = int(myRandom());
-        return number >> myRandom() % 32;
-    }
-
-    std::mt19937 myRandom{20240611};
-};
+}
 
 TYPED_TEST(UT_Arrays, AgreeWithVectorOverRandomScripts)
 {
-    ut_ArrayScript<TypeParam> script;
+    TypeParam array;
+    ut_Model<TypeParam> model;
+    std::mt19937 random(20240611);
     for (int step = 0; step < 20000; ++step)
     {
         SCOPED_TRACE(testing::Message() << "step " << step);
-        script.step();
-        ASSERT_EQ(script.model, utValues(script.array));
-        ASSERT_LE(script.array.entries(), script.array.capacity());
+        utStep(array, model, random);
+        ASSERT_EQ(model, utValues(array));
+        ASSERT_LE(array.entries(), array.capacity());
     }
 }
 
