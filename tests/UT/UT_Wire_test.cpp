@@ -150,23 +150,14 @@ utShown(const UT_WorkBuffer &reply)
     return text.empty() ? "(empty)" : text;
 }
 
+template <auto exchange>
 static std::string
-utBlocking(int port, const std::string &command, int /*limitMs*/)
+utExchange(int port, const std::string &command, int /*limitMs*/)
 {
     UT_WorkBuffer reply;
     reply.append("left over");
-    const bool succeeds = UT_NetSocket::sendCommandAndGetResult(
-        port, command.c_str(), reply, /*host=*/nullptr, true);
-    return succeeds ? utShown(reply) : "(false)";
-}
-
-static std::string
-utNonBlocking(int port, const std::string &command, int /*limitMs*/)
-{
-    UT_WorkBuffer reply;
-    reply.append("left over");
-    const bool succeeds = UT_NetSocket::nonBlockingSendCommandAndGetResult(
-        port, command.c_str(), reply, /*host=*/nullptr, true);
+    const bool succeeds =
+        exchange(port, command.c_str(), reply, /*host=*/nullptr, true);
     return succeeds ? utShown(reply) : "(false)";
 }
 
@@ -201,9 +192,11 @@ static const struct
     std::string ut_Peer::*expected;
     std::string (*call)(int port, const std::string &command, int limitMs);
 } theCallers[] = {
-    {"blocking exchange",     &ut_Peer::blocking,    utBlocking   },
-    {"non-blocking exchange", &ut_Peer::nonBlocking, utNonBlocking},
-    {"connection",            &ut_Peer::connection,  utConnection },
+    {"blocking exchange",     &ut_Peer::blocking,
+     utExchange<UT_NetSocket::sendCommandAndGetResult>           },
+    {"non-blocking exchange", &ut_Peer::nonBlocking,
+     utExchange<UT_NetSocket::nonBlockingSendCommandAndGetResult>},
+    {"connection",            &ut_Peer::connection,  utConnection},
 };
 
 static void
