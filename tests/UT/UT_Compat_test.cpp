@@ -10,11 +10,7 @@
 #include <chrono>
 #include <climits>
 #include <cstdlib>
-#include <ctime>
 #include <limits>
-#include <string>
-
-using std::string_literals::operator""s;
 
 TEST(UT_Compat, FloatsHaveClasses)
 {
@@ -29,21 +25,13 @@ TEST(UT_Compat, CftimeIsAsctimeWhateverTheFormat)
 {
     setenv("TZ", "XYZ-5:30", /*overwrite=*/1);
     char format[] = "%Y";
-    // On 32 bits, the last ones are other times.
-    for (int64 wanted :
-         {-1ll, 951827696ll, 253402300800ll, 67767976000000000ll})
-    {
-        long clock = long(wanted);
-        const time_t seconds = clock;
-        const std::string line = asctime(localtime(&seconds));
-        char text[32];
-        EXPECT_EQ(line, cftime(text, format, &clock) + "\n"s) << clock;
-    }
-    long never = LONG_MAX;
-    char text[32] = "x";
+    char text[32];
+    long clock = 951827696;
+    EXPECT_STREQ("Tue Feb 29 18:04:56 2000", cftime(text, format, &clock));
+    clock = LONG_MAX;
     EXPECT_STREQ(
         sizeof(long) > 4 ? "" : "Tue Jan 19 08:44:07 2038",
-        cftime(text, format, &never));
+        cftime(text, format, &clock));
 }
 
 TEST(UT_Nap, SleepsAtLeastAsLongAsAskedWithoutSignals)

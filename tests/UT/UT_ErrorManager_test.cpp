@@ -189,14 +189,13 @@ TEST_F(UT_ErrorManagerTest, OutputFailsByErrno)
 {
     UTpopErrorManager(); // there is none
     UTpushErrorManager();
-    std::vector<int> failures;
-    for (errno = 0; errno < 140; ++errno)
-        if (!UTcheckOutStream(std::cout, "write", "/a"))
-            failures.push_back(errno);
-    EXPECT_EQ(
-        (std::vector<int>{
-            EIO, EMFILE, ENOSPC, EROFS, ENOSTR, ENOSR, ETIMEDOUT}),
-        failures);
+    errno = EACCES;
+    EXPECT_TRUE(UTcheckOutStream(std::cout, "write", "/a"));
+    for (const int failure : {EIO, EMFILE, ENOSPC, EROFS, ETIMEDOUT})
+    {
+        errno = failure;
+        EXPECT_FALSE(UTcheckOutStream(std::cout, "write", "/a")) << failure;
+    }
     EXPECT_STREQ(
         "write <Input/output error> /a",
         UTgetErrorManager()->getError(0)->getErrorString());

@@ -95,10 +95,13 @@ TEST(UT_FixedAllocator, APageWithoutMemoryChangesNothing)
         int objectsPerPage;
     } theRows[] = {
         {"a page larger than memory",               0xfffffff0u, 0x7fffffff},
+        {"a page of 4 GiB, which 32 bits wrap",     0x10000000u, 16        },
         {"blocks of 4 GiB, which are 0 in 32 bits", 0xffffffffu, 1         },
     };
     for (const auto &row : theRows)
     {
+        if (sizeof(void *) > 4 && row.objectsPerPage == 16)
+            continue; // there may be memory for it
         for (const bool reclaim : {false, true})
         {
             SCOPED_TRACE(
