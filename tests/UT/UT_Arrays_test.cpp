@@ -367,26 +367,19 @@ TYPED_TEST(UT_Arrays, ShiftMovesBlocksAndCutsAfterTheTail)
 // arrays of no block, some blocks and a part of one.
 TYPED_TEST(UT_Arrays, FindLooksAtEveryElementFromTheStart)
 {
-    using E = ut_Element<TypeParam>;
-    const E wanted = utElement<E>(900);
+    const auto wanted = utElement<ut_Element<TypeParam>>(900);
     for (unsigned entries : {1u, 7u, 8u, 15u, 16u, 17u, 40u, 65u, 100u})
-    {
-        TypeParam array = utFilled<TypeParam>(entries + 1, entries + 1);
-        array[entries] = wanted; // beyond the entries
-        array.setEntries(entries);
-        for (unsigned start = 0; start <= entries; ++start)
+        for (unsigned at = 0; at <= entries; ++at)
         {
-            SCOPED_TRACE(testing::Message() << entries << " from " << start);
-            EXPECT_EQ(-1, array.find(wanted, start));
-            for (unsigned at = 0; at < entries; ++at)
-            {
-                const E kept = array[at];
-                array[at] = wanted;
-                EXPECT_EQ(at < start ? -1 : int(at), array.find(wanted, start));
-                array[at] = kept;
-            }
+            TypeParam array = utFilled<TypeParam>(entries + 1, entries + 1);
+            array[at] = wanted; // the last one is beyond the entries
+            array.setEntries(entries);
+            for (unsigned start = 0; start <= entries; ++start)
+                EXPECT_EQ(
+                    at < start || at == entries ? -1 : int(at),
+                    array.find(wanted, start))
+                    << at << " of " << entries << " from " << start;
         }
-    }
 }
 
 // ---- Sorted sets

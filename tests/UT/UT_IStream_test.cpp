@@ -111,7 +111,6 @@ TEST(UT_IStream, SkipsCommentsAndCountsTheirLines)
     // Deliberate: at the end it counts comments, too.
     EXPECT_EQ(2, stream.getNonCommentLine(text));
     EXPECT_STREQ("", text.buffer());
-    EXPECT_EQ(0, stream.getNonCommentLine(text));
     EXPECT_TRUE(stream.seekg(0));
     for (const char *word : {"a", "'b#'"})
     {
@@ -119,7 +118,6 @@ TEST(UT_IStream, SkipsCommentsAndCountsTheirLines)
         EXPECT_STREQ(word, text.buffer());
     }
     EXPECT_FALSE(stream.getNonCommentWord(text));
-    EXPECT_STREQ("", text.buffer());
 }
 
 TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
@@ -130,8 +128,6 @@ TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
     int value = 0;
     EXPECT_EQ(1, stream.bread(&value, 1));
     EXPECT_EQ(('o' << 24) + ('n' << 16) + ('e' << 8) + '\n', value);
-    EXPECT_EQ(1, stream.bread(&value, 1)); // from what is read ahead
-    EXPECT_EQ(('"' << 24) + ('t' << 16) + ('w' << 8) + 'o', value);
     const std::unique_ptr<UT_IStream> part(stream.getSubStream(4, 11));
     UT_String text;
     EXPECT_TRUE(part->readString(text, /*binary=*/false));
@@ -145,10 +141,7 @@ TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
     EXPECT_TRUE(part->skipLine());
     EXPECT_FALSE(part->skipLine());
     EXPECT_FALSE(part->seekg(0));
-
-    UT_WorkBuffer line;
-    EXPECT_TRUE(stream.getLine(line));
-    EXPECT_STREQ("one", line.buffer());
+    EXPECT_TRUE(stream.skipLine());
     EXPECT_TRUE(stream.close());
     EXPECT_TRUE(stream.close()); // once more
 }

@@ -70,17 +70,12 @@ struct ut_World
 
 using ut_Work = void (*)(ut_World &);
 
-// A worker that does the same again and again until it is destroyed, which
-// kills it.
+// Does the same again and again until the worker is destroyed, which kills it.
 struct ut_Victim
 {
-    ut_Victim(ut_World &sharedWorld, ut_Work work)
-        : world(sharedWorld), doWork(work)
-    {
-        worker.startThread(run, this);
-        while (!isStarted)
-            sched_yield();
-    }
+    ut_World &world;
+    const ut_Work doWork;
+    std::atomic<bool> isStarted{false};
 
     static void *run(void *data)
     {
@@ -92,11 +87,6 @@ struct ut_Victim
             pthread_testcancel();
         }
     }
-
-    ut_World &world;
-    const ut_Work doWork;
-    std::atomic<bool> isStarted{false};
-    UT_PThread worker{UT_Thread::SPIN_SLEEP};
 };
 
 } // namespace
@@ -197,8 +187,14 @@ TEST(UT_ThreadKill, LeavesNothing)
         SCOPED_TRACE(family.name);
         for (int i = 0; i < kills; i += 2)
         {
-            const ut_Victim first(world, family.work);
-            const ut_Victim second(world, family.work);
+            ut_Victim first{world, family.work};
+            ut_Victim second{world, family.work};
+            UT_PThread firstWorker(UT_Thread::SPIN_SLEEP);
+            UT_PThread secondWorker(UT_Thread::SPIN_SLEEP);
+            firstWorker.startThread(ut_Victim::run, &first);
+            secondWorker.startThread(ut_Victim::run, &second);
+            while (!first.isStarted || !second.isStarted)
+                sched_yield();
             const auto moment =
                 steady_clock::now() + microseconds(random() % 1000);
             while (steady_clock::now() < moment)

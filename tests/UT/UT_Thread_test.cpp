@@ -7,11 +7,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <random>
 #include <thread>
 #include <vector>
@@ -84,30 +83,15 @@ TEST(UT_Thread, HandsJobsOverInOrder)
 // A job that goes on until it is let go, or forever.
 struct ut_Gate
 {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool isIn = false;
-    bool isOpen = false;
+    std::promise<void> isIn;
+    std::promise<void> isOpen;
     bool wasLeft = false;
-
-    void wait(bool &flag)
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        changed.wait(lock, [&] { return flag; });
-    }
-
-    void set(bool &flag)
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        flag = true;
-        changed.notify_all();
-    }
 
     static void *pass(void *self)
     {
         auto &gate = *static_cast<ut_Gate *>(self);
-        gate.set(gate.isIn);
-        gate.wait(gate.isOpen);
+        gate.isIn.set_value();
+        gate.isOpen.get_future().wait();
         return nullptr;
     }
 
@@ -116,7 +100,7 @@ struct ut_Gate
         auto &gate = *static_cast<ut_Gate *>(self);
         const std::unique_ptr<bool, void (*)(bool *)> leaving(
             &gate.wasLeft, [](bool *left) { *left = true; });
-        gate.set(gate.isIn);
+        gate.isIn.set_value();
         for (;;)
             pause();
     }
@@ -128,11 +112,11 @@ TEST(UT_Thread, OnlyAnIdleWorkerEndsWhenAsked)
     UT_PThread thread(UT_Thread::SPIN_SLEEP);
     EXPECT_EQ(0, thread.killIdle()); // there is none yet
     thread.startThread(ut_Gate::pass, &gate);
-    gate.wait(gate.isIn);
+    gate.isIn.get_future().wait();
     EXPECT_EQ(1, thread.getState());
     EXPECT_EQ(1, thread.killIdle());
     EXPECT_TRUE(thread.isValid());
-    gate.set(gate.isOpen);
+    gate.isOpen.set_value();
     thread.waitForState(UT_Thread::IDLE);
     EXPECT_EQ(0, thread.killIdle());
     EXPECT_EQ(0, thread.waitThread(1));
@@ -147,7 +131,7 @@ TEST(UT_Thread, AKilledJobUnwinds)
     ut_Gate gate;
     UT_PThread thread(UT_Thread::SPIN_SLEEP);
     thread.startThread(ut_Gate::sleepForever, &gate);
-    gate.wait(gate.isIn);
+    gate.isIn.get_future().wait();
     EXPECT_EQ(0, thread.killThread());
     int counter = 0;
     EXPECT_TRUE(thread.startThread(utCount, &counter));
@@ -156,7 +140,7 @@ TEST(UT_Thread, AKilledJobUnwinds)
     EXPECT_EQ(1, counter);
     ut_Gate last;
     thread.startThread(ut_Gate::sleepForever, &last);
-    last.wait(last.isIn);
+    last.isIn.get_future().wait();
 }
 
 // A kill that comes as the job ends neither runs it again nor waits forever.
