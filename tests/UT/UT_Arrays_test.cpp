@@ -396,12 +396,28 @@ utSorted(size_t count, size_t limit, std::mt19937 &random)
     return elements;
 }
 
+// Slots that have no element are zero, whatever was in their memory before.
+template <class Array>
+static void
+utExpectResult(
+    const char *name, const ut_Model<Array> &expected, const Array &result)
+{
+    EXPECT_EQ(expected, utValues(result)) << name;
+    EXPECT_EQ(
+        result.capacity() - result.entries(),
+        std::count(
+            result.data() + result.entries(), result.data() + result.capacity(),
+            ut_Element<Array>()))
+        << name;
+}
+
 template <class Array, class... Compare>
 static void
 utCheckSets(Compare... compare)
 {
     using E = ut_Element<Array>;
     std::mt19937 random(4711);
+    mallopt(M_PERTURB, 1); // new memory is not zero
     for (int round = 0; round < 400; ++round)
     {
         SCOPED_TRACE(testing::Message() << "round " << round);
@@ -414,29 +430,28 @@ utCheckSets(Compare... compare)
         const auto b = utSorted<E>(random() % longestB, limit, random);
         const Array x = utArray<Array>(a);
         const Array y = utArray<Array>(b);
-        // Each in place, and into another array.
-        Array target(x);
-        Array out;
 
         ut_Model<Array> expected;
         std::set_union(
             a.begin(), a.end(), b.begin(), b.end(),
             std::back_inserter(expected), utIsLess<E>);
-        target.sortedUnion(y, compare...);
-        EXPECT_EQ(expected, utValues(target)) << "union in place";
-        x.sortedUnion(y, out, compare...);
-        EXPECT_EQ(expected, utValues(out)) << "union";
+        Array united(x);
+        united.sortedUnion(y, compare...);
+        utExpectResult("union in place", expected, united);
+        Array intoUnion;
+        x.sortedUnion(y, intoUnion, compare...);
+        utExpectResult("union", expected, intoUnion);
 
         expected.clear();
         std::set_intersection(
             a.begin(), a.end(), b.begin(), b.end(),
             std::back_inserter(expected), utIsLess<E>);
-        target = x;
-        target.sortedIntersection(y, compare...);
-        EXPECT_EQ(expected, utValues(target)) << "intersection in place";
-        out.setEntries(0);
-        x.sortedIntersection(y, out, compare...);
-        EXPECT_EQ(expected, utValues(out)) << "intersection";
+        Array common(x);
+        common.sortedIntersection(y, compare...);
+        utExpectResult("intersection in place", expected, common);
+        Array intoCommon;
+        x.sortedIntersection(y, intoCommon, compare...);
+        utExpectResult("intersection", expected, intoCommon);
 
         expected.clear();
         std::set_difference(
@@ -444,12 +459,12 @@ utCheckSets(Compare... compare)
             std::back_inserter(expected), utIsLess<E>);
         if constexpr (std::is_same_v<Array, UT_IntArray>)
         {
-            target = x;
-            target.sortedSetDifference(y);
-            EXPECT_EQ(expected, utValues(target)) << "difference in place";
-            out.setEntries(0);
-            x.sortedSetDifference(y, out);
-            EXPECT_EQ(expected, utValues(out)) << "difference";
+            Array rest(x);
+            rest.sortedSetDifference(y);
+            utExpectResult("difference in place", expected, rest);
+            Array intoRest;
+            x.sortedSetDifference(y, intoRest);
+            utExpectResult("difference", expected, intoRest);
         }
         else
             EXPECT_EQ(
@@ -523,6 +538,21 @@ TEST(UT_IntArray, SortsAndConvertsSignedIntegers)
     EXPECT_EQ((ut_Ints{INT_MIN, 3, 7}), values);
     values = {INT_MIN, INT_MAX};
     EXPECT_EQ(1, UTcompareInts(&values[0], &values[1])); // deliberate: wraps
+}
+
+TEST(UT_IntArray, ANewSlotHoldsZero)
+{
+    mallopt(M_PERTURB, 1); // new memory does not
+    UT_IntArray array;
+    for (unsigned i = 1; i < 3000; ++i)
+    {
+        if (i == 2000)
+            array.resize(9000);
+        array.append(-1);
+        EXPECT_EQ(
+            array.capacity() - i,
+            std::count(&array[i], array.data() + array.capacity(), 0));
+    }
 }
 
 TEST(UT_IntArray, MergingDropsOnlyPairsAcrossTheArrays)
