@@ -71,21 +71,31 @@ utMakeAdverseKeys(int n)
     return theValues;
 }
 
+// Key `i` of `n`, and a random number.
+struct ut_Place
+{
+    int i;
+    int n;
+    int random;
+};
+
 // The adverse keys are made by a selection.
 static const struct ut_Pattern
 {
     const char *name;
-    int (*key)(int i, int n, int random); // key `i` of `n`
+    int (*key)(const ut_Place &at);
 } thePatterns[] = {
-    {"random",                                    [](int,              int, int random) { return random - (1 << 30); }},
-    {"ascending", [](int i,                    int, int) { return i - 9; }},
-    {"descending",                                   [](int i,                                int, int) { return 9 - i; }},
-    {"organ pipe",                                           [](int i,                                                   int n, int) { return std::min(i, n - i); }},
-    {"all equal",                                        [](int,      int, int) { return -7; }},
-    {"few",                                [](int, int, int random) { return random % 5 - 2; }},
-    {"one off",        [](int i,                           int n, int) { return i == n / 3 ? n : i; }},
-    {"saw",[](int i,         int, int) { return i % 37; }},
-    {"adverse",                                           nullptr                                                         },
+    {"random",     [](const ut_Place &at) { return at.random - (1 << 30); }},
+    {"ascending",  [](const ut_Place &at) { return at.i - 9; }             },
+    {"descending", [](const ut_Place &at) { return 9 - at.i; }             },
+    {"organ pipe",
+     [](const ut_Place &at) { return std::min(at.i, at.n - at.i); }        },
+    {"all equal",  [](const ut_Place &) { return -7; }                     },
+    {"few",        [](const ut_Place &at) { return at.random % 5 - 2; }    },
+    {"one off",
+     [](const ut_Place &at) { return at.i == at.n / 3 ? at.n : at.i; }     },
+    {"saw",        [](const ut_Place &at) { return at.i % 37; }            },
+    {"adverse",    nullptr                                                 },
 };
 
 static const int theSizes[] = {0,   1,   2,   3,   7,   12,  13,  19,
@@ -103,8 +113,9 @@ utMakeKeys(const ut_Pattern &pattern, int n)
     for (int i = 0; i < n; i++)
     {
         const int random = int(generator() / 2);
-        keys.push_back(Key(
-            pattern.key ? pattern.key(i, n, random) : adverseKeys[size_t(i)]));
+        keys.push_back(
+            Key(pattern.key ? pattern.key({i, n, random})
+                            : adverseKeys[size_t(i)]));
         if (keys.back() == Key(0) && i % 2)
             keys.back() = -keys.back();
     }
