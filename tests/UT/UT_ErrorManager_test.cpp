@@ -113,7 +113,15 @@ TEST_F(UT_ErrorManagerTest, ListsAllErrorsOrThoseOfOneSeverity)
     }
 }
 
-// Of the errors a, b, c, b and e, to a manager that has one.
+static const ut_Entries theStock = {
+    {theWarning, "a"},
+    {theError,   "b"},
+    {theFatal,   "c"},
+    {theError,   "b"},
+    {theWarning, "e"},
+};
+
+// Of the stock, to a manager that has one error.
 static const struct
 {
     const char *what;
@@ -140,14 +148,7 @@ TEST_F(UT_ErrorManagerTest, StealsAndCopiesErrors)
             SCOPED_TRACE(
                 std::string(row.what) + (isCopy ? ", copied" : ", moved"));
             UT_ErrorManager from, to;
-            fill(
-                from, {
-                          {theWarning, "a"},
-                          {theError,   "b"},
-                          {theFatal,   "c"},
-                          {theError,   "b"},
-                          {theWarning, "e"}
-            });
+            fill(from, theStock);
             from.setReadFlag(0);
             add(to, {theMessage, "m"});
             to.setReadFlag(1);
@@ -166,22 +167,17 @@ TEST_F(UT_ErrorManagerTest, StealsAndCopiesErrors)
 TEST_F(UT_ErrorManagerTest, TheFirstOfDuplicatesStays)
 {
     UT_ErrorManager manager;
-    fill(
-        manager, {
-                     {theError,   "a"},
-                     {theError,   "" }, // no text to compare
-                     {theError,   "" },
-                     {theWarning, "a"},
-                     {theError,   "b"},
-                     {theError,   "a"}
-    });
+    fill(manager, theStock);
+    add(manager, {theError, ""}); // no text to compare
+    add(manager, {theError, ""});
+    add(manager, {theMessage, "b"});
     // Deliberate: what is taken out is not deleted, and no flag changes.
     const std::unique_ptr<UT_Error> second(manager.getError(3));
-    const std::unique_ptr<UT_Error> third(manager.getError(5));
+    const std::unique_ptr<UT_Error> third(manager.getError(7));
     manager.pruneDuplicates();
-    EXPECT_EQ("ab", textsOf(manager));
-    EXPECT_EQ(4, manager.entries());
-    EXPECT_EQ(theError, manager.getError(0)->getSeverity());
+    EXPECT_EQ("abce", textsOf(manager));
+    EXPECT_EQ(6, manager.entries());
+    EXPECT_EQ(theError, manager.getError(1)->getSeverity());
     EXPECT_FALSE(manager.getNeedScan());
 }
 
