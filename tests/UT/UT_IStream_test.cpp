@@ -28,6 +28,7 @@ TEST(UT_IStream, IntegersWithAPointAreRoundedInSinglePrecision)
         {"2.5",                   3       },
         {"-2.5",                  -2      },
         {".5",                    0       }, // taken for an integer
+        {"word",                  0       },
         {"8388609.0",             8388610 },
         {"0.49999997",            1       },
         {"1e99",                  LONG_MAX},
@@ -162,7 +163,6 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
     UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);
     UT_WorkBuffer text;
     int value = 0;
-    EXPECT_EQ(0, UT_IStream().tellg()); // it has no bytes
     EXPECT_FALSE(stream.seekg(9));
     EXPECT_FALSE(stream.getLine(text));
     EXPECT_EQ(0, stream.getNonCommentLine(text));
@@ -174,9 +174,6 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
     short big = 0;
     EXPECT_EQ(1, stream.bread(&big, 9));
     EXPECT_EQ('b' * 256 + 'c', big);
-    EXPECT_TRUE(stream.seekg(1));
-    EXPECT_TRUE(stream.getAll(text));
-    EXPECT_STREQ("bc", text.buffer());
 }
 
 TEST(UT_IStream, BinaryStringsHaveLengthsOfAnyWidth)
