@@ -81,8 +81,7 @@ TEST(UT_Error, SystemErrorsAreBuiltInAndHaveNoPrefix)
         EXPECT_EQ(
             std::string(strerror(code)) + " (%s)",
             utMessage(
-                "System", code, "%s", UT_ERROR_ERROR, UT_ERROR_WARNING,
-                /*prefixes=*/1))
+                "System", code, "%s", UT_ERROR_ERROR, UT_ERROR_WARNING, 1))
             << code;
 }
 

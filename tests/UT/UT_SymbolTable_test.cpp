@@ -281,12 +281,11 @@ TEST(UT_SymbolTable, AnExceptionEndsATraversal)
 {
     UT_SymbolTable table;
     utFill(table, 10);
-    const int size = table.tableSize();
     const auto fail = [](UT_Thing &, const char *, void *) -> int
     { throw std::runtime_error("no further"); };
     EXPECT_THROW(table.traverse(fail, nullptr), std::runtime_error);
     utFill(table, 100);
-    EXPECT_LT(size, table.tableSize());
+    EXPECT_LT(100, table.tableSize());
 }
 
 TEST(UT_SymbolTable, LoadFactorsKeepTheirDistance)
@@ -298,10 +297,9 @@ TEST(UT_SymbolTable, LoadFactorsKeepTheirDistance)
         float resultMin;
         float resultMax;
     } theCases[] = {
-        {0.1f, 0,         0.1f,   0.75f    },
-        {0.9f, 2,         0.375f, 2        }, // not below the 0.75 there
-        {0,    HUGE_VALF, 0,      HUGE_VALF},
-        {NAN,  NAN,       0.375f, 0.75f    },
+        {0.1f, 0,   0.1f,   0.75f},
+        {0.9f, 2,   0.375f, 2    }, // not below the 0.75 there
+        {NAN,  NAN, 0.375f, 0.75f},
     };
     for (const auto &row : theCases)
     {
@@ -310,9 +308,11 @@ TEST(UT_SymbolTable, LoadFactorsKeepTheirDistance)
         table.setMaxLoadFactor(row.max);
         EXPECT_EQ(row.resultMin, table.minLoadFactor()) << row.min;
         EXPECT_EQ(row.resultMax, table.maxLoadFactor()) << row.max;
-        table.addSymbol("a", 1); // there are buckets, however odd the factors
-        EXPECT_EQ(5, table.tableSize()) << row.min;
     }
+    UT_SymbolTable table;
+    table.setMaxLoadFactor(HUGE_VALF);
+    table.addSymbol("a", 1); // there are buckets all the same
+    EXPECT_EQ(5, table.tableSize());
 }
 
 TEST(UT_SymbolTable, NewNamesAreUnused)

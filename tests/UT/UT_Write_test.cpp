@@ -84,14 +84,6 @@ TEST(UT_Write, ValuesReadBackAsTheyWere)
     utExpectReadsBack<double>();
 }
 
-TEST(UT_Write, IntegersAreBigEndian)
-{
-    const int integers[] = {0x01020304, -2};
-    std::ostringstream out;
-    EXPECT_TRUE(UTbwrite(out, integers, 2));
-    EXPECT_EQ("\1\2\3\4\xff\xff\xff\xfe", out.str());
-}
-
 TEST(UT_Write, FloatsHaveNoMoreDigitsThanTheyNeed)
 {
     const float floats[] = {-1.5f, -0.0f, 0.1f, 7.038531e-26f, -INFINITY, NAN};
