@@ -540,21 +540,6 @@ TEST(UT_IntArray, SortsAndConvertsSignedIntegers)
     EXPECT_EQ(1, UTcompareInts(&values[0], &values[1])); // deliberate: wraps
 }
 
-TEST(UT_IntArray, ANewSlotHoldsZero)
-{
-    mallopt(M_PERTURB, 1); // new memory does not
-    UT_IntArray array;
-    for (unsigned i = 1; i < 3000; ++i)
-    {
-        if (i == 2000)
-            array.resize(9000);
-        array.append(-1);
-        EXPECT_EQ(
-            array.capacity() - i,
-            std::count(&array[i], array.data() + array.capacity(), 0));
-    }
-}
-
 TEST(UT_IntArray, MergingDropsOnlyPairsAcrossTheArrays)
 {
     const auto merge =
