@@ -18,7 +18,8 @@
 #include <dlfcn.h>
 #include <netdb.h>
 #include <sys/socket.h>
-#include <unistd.h>
+
+using namespace std::string_literals;
 
 namespace
 {
@@ -28,7 +29,9 @@ struct ut_System
 {
     // connect(): the client gets the port that it connects to.
     bool bindsToPeer = false;
-    bool refuses = false;    // connect()
+    bool refuses = false; // connect()
+    // connect(): a signal ends so many calls.
+    int connectsInterrupted = 0;
     std::string connectedTo; // the last address
 
     // gethostbyname(): finds this address, none for "".
@@ -60,6 +63,12 @@ connect(int fd, const sockaddr *address, socklen_t length)
         theSystem.connectedTo = inet_ntoa(peer.sin_addr);
         if (theSystem.bindsToPeer)
             ::bind(fd, address, length); // no use if it is bound already
+        if (theSystem.connectsInterrupted > 0)
+        {
+            --theSystem.connectsInterrupted;
+            errno = EINTR;
+            return -1;
+        }
         if (theSystem.refuses)
         {
             errno = ECONNREFUSED;
@@ -154,4 +163,15 @@ TEST_F(UT_NetSocketConnect, CommandsWithoutAHostStayOnTheMachine)
             EXPECT_FALSE(utExchange(blocking, 10000, "x", row.host));
             EXPECT_EQ(row.connected, theSystem.connectedTo);
         }
+}
+
+TEST_F(UT_NetSocketConnect, SignalsDoNotEndAnExchangeThatConnects)
+{
+    ut_LoopbackServer server({ut_LoopbackServer::send("ok\0"s)});
+    theSystem.connectsInterrupted = 3;
+    EXPECT_TRUE(utExchange(/*blocking=*/true, server.port(), "x", nullptr));
+    // A single attempt reports it.
+    theSystem.connectsInterrupted = 1;
+    UT_NetSocket socket("localhost", server.port(), true, -1);
+    EXPECT_EQ(-3, socket.connect(0));
 }
