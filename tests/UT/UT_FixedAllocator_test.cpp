@@ -114,75 +114,34 @@ TEST(UT_FixedAllocator, APageWithoutMemoryChangesNothing)
     }
 }
 
-// Blocks of one thread, each full of copies of one byte. Their sizes are
-// multiples of `unit`.
-class ut_Blocks
-{
-public:
-    ut_Blocks(UT_SmallObjectAllocator &pools, unsigned unit, unsigned seed)
-        : myPools(pools), myUnit(unit), myRandom(seed)
-    {
-    }
-
-    bool isEmpty() const { return myBlocks.empty(); }
-
-    // Takes a block in so many of a hundred cases, otherwise gives one back.
-    void step(unsigned percentTaken)
-    {
-        if (myRandom() % 100 < percentTaken)
-            take();
-        else if (!isEmpty())
-            giveBack();
-    }
-
-private:
-    struct Block
-    {
-        char *bytes;
-        unsigned size;
-    };
-
-    void take()
-    {
-        const unsigned size = myUnit * (1 + unsigned(myRandom()) % 40);
-        char *const bytes = static_cast<char *>(myPools.allocate(size));
-        EXPECT_EQ(0u, uintptr_t(bytes) % sizeof(void *)) << size;
-        memset(bytes, int(myRandom()), size);
-        myBlocks.push_back({bytes, size});
-    }
-
-    void giveBack()
-    {
-        std::swap(myBlocks[myRandom() % myBlocks.size()], myBlocks.back());
-        const Block block = myBlocks.back();
-        EXPECT_EQ(
-            block.size, std::count(
-                            block.bytes, block.bytes + block.size,
-                            *block.bytes)); // nobody else wrote to it
-        myPools.deallocate(block.bytes, block.size);
-        myBlocks.pop_back();
-    }
-
-    UT_SmallObjectAllocator &myPools;
-    unsigned myUnit;
-    std::mt19937 myRandom;
-    std::vector<Block> myBlocks;
-};
-
-// Grows and shrinks by turns, and gives everything back.
+// Takes and gives back blocks, each full of copies of one byte. Grows and
+// shrinks by turns, and gives everything back. Sizes are multiples of `unit`.
 static void
 utChurn(UT_SmallObjectAllocator &pools, unsigned unit, unsigned seed)
 {
-    ut_Blocks blocks(pools, unit, seed);
-    for (int wave = 0; wave < 5; ++wave)
+    std::mt19937 random(seed);
+    std::vector<std::pair<char *, unsigned>> blocks;
+    for (int step = 0; step < 40000 || !blocks.empty(); ++step)
     {
-        for (int step = 0; step < 4000; ++step)
-            blocks.step(/*percentTaken=*/65);
-        for (int step = 0; step < 4000; ++step)
-            blocks.step(/*percentTaken=*/35);
+        const bool isGrowing = step < 40000 && step / 4000 % 2 == 0;
+        if (random() % 100 < (isGrowing ? 65 : 35) && step < 40000)
+        {
+            const unsigned size = unit * (1 + unsigned(random()) % 40);
+            char *const bytes = static_cast<char *>(pools.allocate(size));
+            EXPECT_EQ(0u, uintptr_t(bytes) % sizeof(void *)) << size;
+            memset(bytes, int(random()), size);
+            blocks.emplace_back(bytes, size);
+        }
+        else if (!blocks.empty())
+        {
+            std::swap(blocks[random() % blocks.size()], blocks.back());
+            const auto [bytes, size] = blocks.back();
+            // Nobody else wrote to it.
+            EXPECT_EQ(size, std::count(bytes, bytes + size, *bytes));
+            pools.deallocate(bytes, size);
+            blocks.pop_back();
+        }
     }
-    while (!blocks.isEmpty())
-        blocks.step(/*percentTaken=*/0);
 }
 
 TEST(UT_SmallObjectAllocator, ThreadsShareOnePoolForEachSize)

@@ -32,7 +32,6 @@ TEST(UT_IStream, IntegersWithAPointAreRoundedInSinglePrecision)
         {"8388609.0",             8388610 },
         {"0.49999997",            1       },
         {"1e99",                  LONG_MAX},
-        {"-1e99",                 LONG_MIN},
         {"-99999999999999999999", LONG_MIN},
     };
     for (const auto &row : theCases)
@@ -54,29 +53,17 @@ static void
 utExpectStrtod()
 {
     std::vector<std::string> texts = {
-        "10375e22",
         "1.0375e+26",
         "9007199254740993",
-        "9007199254740993e-5",
         "-0",
-        "-0e5",
-        "1e22",
         "1e23",
-        "123456789012345678e-22",
         "0.000000000000000000000012345",
-        "1e+",
-        "1e-",
         "1e",
         "-.5e1",
-        "+7e2",
         "7e0000000000000000000001",
         "7e99999999999999999999",
-        "7e-99999999999999999999",
-        "0e99999999999999999999",
         "2.2250738585072011e-308",
         "4.9e-324",
-        "1.7976931348623159e308",
-        "infinity",
     };
     std::mt19937_64 random(1);
     for (int i = 0; i < 30000; ++i)
@@ -104,14 +91,10 @@ utExpectStrtod()
     }
 }
 
-TEST(UT_IStream, FloatsAreWhatStrtodReads)
+TEST(UT_IStream, FloatsAreWhatStrtodReadsHoweverItRounds)
 {
-    utExpectStrtod();
-}
-
-TEST(UT_IStream, FloatsAreRoundedUpOrDownAsByStrtod)
-{
-    for (const int direction : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO})
+    for (const int direction :
+         {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO})
     {
         fesetround(direction);
         utExpectStrtod();
@@ -129,7 +112,6 @@ TEST(UT_IStream, SkipsCommentsAndCountsTheirLines)
     // Deliberate: at the end it counts comments, too.
     EXPECT_EQ(2, stream.getNonCommentLine(text));
     EXPECT_STREQ("", text.buffer());
-    EXPECT_EQ(0, stream.getNonCommentLine(text));
     EXPECT_TRUE(stream.seekg(0));
     for (const char *word : {"a", "'b#'"})
     {
@@ -137,14 +119,6 @@ TEST(UT_IStream, SkipsCommentsAndCountsTheirLines)
         EXPECT_STREQ(word, text.buffer());
     }
     EXPECT_FALSE(stream.getNonCommentWord(text));
-    EXPECT_STREQ("", text.buffer());
-}
-
-TEST(UT_IStream, AFileThatIsMissingIsReported)
-{
-    UT_IFStream stream("/nowhere/at/all", UT_ISTREAM_BINARY);
-    EXPECT_STREQ(strerror(ENOENT), stream.getErrorStr());
-    EXPECT_FALSE(stream.open("/nowhere/at/all", UT_ISTREAM_BINARY));
 }
 
 TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
@@ -155,8 +129,6 @@ TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
     int value = 0;
     EXPECT_EQ(1, stream.bread(&value, 1));
     EXPECT_EQ(('o' << 24) + ('n' << 16) + ('e' << 8) + '\n', value);
-    EXPECT_EQ(1, stream.bread(&value, 1)); // from what is read ahead
-    EXPECT_EQ(('"' << 24) + ('t' << 16) + ('w' << 8) + 'o', value);
     const std::unique_ptr<UT_IStream> part(stream.getSubStream(4, 11));
     UT_String text;
     EXPECT_TRUE(part->readString(text, /*binary=*/false));
@@ -170,16 +142,15 @@ TEST(UT_IStream, AFileIsOpenedAnewUnderItsSubStream)
     EXPECT_TRUE(part->skipLine());
     EXPECT_FALSE(part->skipLine());
     EXPECT_FALSE(part->seekg(0));
-
-    UT_WorkBuffer line;
-    EXPECT_TRUE(stream.getLine(line));
-    EXPECT_STREQ("one", line.buffer());
+    EXPECT_TRUE(stream.skipLine());
     EXPECT_TRUE(stream.close());
     EXPECT_TRUE(stream.close()); // once more
 }
 
 TEST(UT_IStream, ErrorsOfTheBufferFailTheStream)
 {
+    UT_IFStream file("/nowhere/at/all", UT_ISTREAM_BINARY);
+    EXPECT_STREQ(strerror(ENOENT), file.getErrorStr());
     UT_IFStream directory("/", UT_ISTREAM_BINARY); // opens, but cannot be read
     EXPECT_FALSE(directory.hasError());
     int values[2];
@@ -192,7 +163,6 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
     UT_IStream stream("abc", 3, UT_ISTREAM_ASCII);
     UT_WorkBuffer text;
     int value = 0;
-    EXPECT_EQ(0, UT_IStream().tellg()); // it has no bytes
     EXPECT_FALSE(stream.seekg(9));
     EXPECT_FALSE(stream.getLine(text));
     EXPECT_EQ(0, stream.getNonCommentLine(text));
@@ -204,9 +174,6 @@ TEST(UT_IStream, TheFailedStateStaysUntilItIsCleared)
     short big = 0;
     EXPECT_EQ(1, stream.bread(&big, 9));
     EXPECT_EQ('b' * 256 + 'c', big);
-    EXPECT_TRUE(stream.seekg(1));
-    EXPECT_TRUE(stream.getAll(text));
-    EXPECT_STREQ("bc", text.buffer());
 }
 
 TEST(UT_IStream, BinaryStringsHaveLengthsOfAnyWidth)
@@ -220,13 +187,9 @@ TEST(UT_IStream, BinaryStringsHaveLengthsOfAnyWidth)
     } theCases[] = {
         {"8 bits",             8,  "\2abc"s,                            true },
         {"9 bits as 16",       9,  "\0\2abc"s,                          true },
-        {"16 bits",            16, "\0\2abc"s,                          true },
         {"17 bits as 32",      17, "\0\0\0\2abc"s,                      true },
-        {"33 bits as 64",      33, "\0\0\0\0\0\0\0\2abc"s,              true },
         {"more than 64 bits",  99, "\0\0\0\0\0\0\0\2abc"s,              true },
         {"all ones in 8 bits", 8,  "\xff\0\2abc"s,                      true },
-        {"less bytes",         8,  "\4abc"s,                            false},
-        {"no whole length",    16, "\2"s,                               false},
         {"longer than an int", 64, "\0\0\0\0\x80\0\0\0abc"s,            false},
         {"negative",           64, "\xff\xff\xff\xff\xff\xff\xff\xff"s, false},
     };

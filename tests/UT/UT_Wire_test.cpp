@@ -96,15 +96,15 @@ utReaders()
     const Server::Script goesOn = {utSay("a|b"), gap, utSay("|")};
     const Server::Script two = {utSay("a|b|")};
     const Server::Script slow = {utRepeat("x", 20)};
-    const Server::Script tireless = {utRepeat("x", 0)};
     const Server::Script endless = {utRepeat(big, 0)};
+    const Server::Script torn = {utSay("a"), reset};
     // The blocking exchange may meet the reset before it sees that the reply is
     // complete.
     const Server::Script late = {utSay("a|"), reset};
     // Deliberate: the non-blocking exchange reads on after a reset, finds the
     // end of the connection and counts that as success.
     const Server::Script never = {reset};
-    std::vector<ut_Peer> peers = {
+    return {
         {"replies in parts",      inParts,    "ab|",     "ab|",     "ab",               0       },
         {"sends a NUL alone",     nul,        "|",       "|",       "(empty)",          0       },
         {"sends no NUL",          withoutNul, "a",       "a",       "a (closed)",       0       },
@@ -114,22 +114,12 @@ utReaders()
         {"replies twice at once", two,        "a|b|",    "a|b|",    "a",                0       },
         {"is silent",             silent,     "",        "(false)", "(timed out)",      11 * 200},
         {"is slow",               slow,       "",        "(false)", "(timed out)",      100     },
-        {"is tireless",           tireless,   "",        "",        "(timed out)",      100     },
         {"is endless",            endless,    "",        "",        "(too long)",       0       },
         {"resets at once",        never,      "(false)", "(empty)", "(closed)",         0       },
+        {"resets after a byte",   torn,       "(false)", "a",       "(closed)",         0       },
+        {"replies at length",     atLength,   big + "|", big + "|", big,                0       },
         {"resets after a reply",  late,       "",        "a|",      "a",                0       },
     };
-    peers.push_back(
-        {"replies at length", atLength, big + "|", big + "|", big, 0});
-    const std::string reply = "reply";
-    for (size_t sent = 1; sent <= reply.size(); ++sent)
-    {
-        const std::string part = reply.substr(0, sent);
-        const Server::Script script = {utSay(part), reset};
-        peers.push_back(
-            {"resets after " + part, script, "(false)", part, "(closed)", 0});
-    }
-    return peers;
 }
 
 // They leave a request unread that is longer than the buffers of both ends.
@@ -160,23 +150,14 @@ utShown(const UT_WorkBuffer &reply)
     return text.empty() ? "(empty)" : text;
 }
 
+template <auto exchange>
 static std::string
-utBlocking(int port, const std::string &command, int /*limitMs*/)
+utExchange(int port, const std::string &command, int /*limitMs*/)
 {
     UT_WorkBuffer reply;
     reply.append("left over");
-    const bool succeeds = UT_NetSocket::sendCommandAndGetResult(
-        port, command.c_str(), reply, /*host=*/nullptr, true);
-    return succeeds ? utShown(reply) : "(false)";
-}
-
-static std::string
-utNonBlocking(int port, const std::string &command, int /*limitMs*/)
-{
-    UT_WorkBuffer reply;
-    reply.append("left over");
-    const bool succeeds = UT_NetSocket::nonBlockingSendCommandAndGetResult(
-        port, command.c_str(), reply, /*host=*/nullptr, true);
+    const bool succeeds =
+        exchange(port, command.c_str(), reply, /*host=*/nullptr, true);
     return succeeds ? utShown(reply) : "(false)";
 }
 
@@ -211,9 +192,11 @@ static const struct
     std::string ut_Peer::*expected;
     std::string (*call)(int port, const std::string &command, int limitMs);
 } theCallers[] = {
-    {"blocking exchange",     &ut_Peer::blocking,    utBlocking   },
-    {"non-blocking exchange", &ut_Peer::nonBlocking, utNonBlocking},
-    {"connection",            &ut_Peer::connection,  utConnection },
+    {"blocking exchange",     &ut_Peer::blocking,
+     utExchange<UT_NetSocket::sendCommandAndGetResult>           },
+    {"non-blocking exchange", &ut_Peer::nonBlocking,
+     utExchange<UT_NetSocket::nonBlockingSendCommandAndGetResult>},
+    {"connection",            &ut_Peer::connection,  utConnection},
 };
 
 static void

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -15,24 +14,23 @@ using std::string_literals::operator""s;
 
 using ut_Lines = std::vector<std::string>;
 
+// All lines of a FILE or a stream.
+template <class Input>
 static ut_Lines
-utLinesOfFile(UT_WorkBuffer &line, std::string text)
+utLinesOf(Input &&input, UT_WorkBuffer &line)
 {
     ut_Lines lines;
-    FILE *const file = fmemopen(text.data(), text.size(), "r");
-    while (line.getline(file))
+    while (line.getline(input))
         lines.emplace_back(line.buffer(), size_t(line.length()));
-    fclose(file);
     return lines;
 }
 
 static ut_Lines
-utLinesOfStream(UT_WorkBuffer &line, const std::string &text)
+utLinesOfFile(UT_WorkBuffer &line, std::string text)
 {
-    ut_Lines lines;
-    std::istringstream stream(text);
-    while (line.getline(stream))
-        lines.emplace_back(line.buffer(), size_t(line.length()));
+    FILE *const file = fmemopen(text.data(), text.size(), "r");
+    const ut_Lines lines = utLinesOf(file, line);
+    fclose(file);
     return lines;
 }
 
@@ -42,23 +40,18 @@ TEST(UT_WorkBufferLine, LinesOfEveryLengthComeWhole)
     UT_WorkBuffer locked;
     locked.lock(0, 0);
     for (const size_t a : {0u, 1u, 1997u, 1998u, 1999u, 4096u, 6093u, 10000u})
-        for (const size_t b : {1u, 4095u, 4096u, 4097u, 6094u})
-            for (const std::string end : {"", "\n", "\r", "\r\n"})
-            {
-                const std::string first(a, 'a');
-                const std::string second(b, 'b');
-                const std::string text = first + "\r\n" + second + end;
-                SCOPED_TRACE(
-                    std::to_string(a) + " and " + std::to_string(b) +
-                    " bytes, an end of " + std::to_string(end.size()));
-                const ut_Lines lines = {first, second};
-                EXPECT_EQ(lines, utLinesOfFile(line, text));
-                EXPECT_EQ(lines, utLinesOfStream(line, text));
-                // Reads them and takes nothing.
-                const ut_Lines empty = {"", ""};
-                EXPECT_EQ(empty, utLinesOfFile(locked, text));
-                EXPECT_EQ(empty, utLinesOfStream(locked, text));
-            }
+        for (const std::string end : {"", "\n", "\r", "\r\n"})
+        {
+            SCOPED_TRACE(std::to_string(a) + " bytes before " + end);
+            const std::string text = std::string(a, 'a') + "\r\nb" + end;
+            const ut_Lines lines = {std::string(a, 'a'), "b"};
+            EXPECT_EQ(lines, utLinesOfFile(line, text));
+            // A line that meets the end stays.
+            EXPECT_STREQ(text.back() == '\n' ? "" : "b", line.buffer());
+            EXPECT_EQ(lines, utLinesOf(std::istringstream(text), line));
+            // Reads them and takes nothing.
+            EXPECT_EQ(ut_Lines({"", ""}), utLinesOfFile(locked, text));
+        }
     EXPECT_EQ(16000, line.capacity());
 }
 
@@ -70,57 +63,40 @@ TEST(UT_WorkBufferLine, OnlyStreamsKeepNuls)
     // further on, the next line follows.
     EXPECT_EQ(ut_Lines({"ac", "", "e"}), utLinesOfFile(line, text));
     EXPECT_EQ(
-        ut_Lines({"a\0b"s, "c", "\0d"s, "e"}), utLinesOfStream(line, text));
+        ut_Lines({"a\0b"s, "c", "\0d"s, "e"}),
+        utLinesOf(std::istringstream(text), line));
 }
-
-TEST(UT_WorkBufferLine, ALineThatMeetsTheEndStays)
-{
-    FILE *const file = tmpfile();
-    fputs("a", file);
-    rewind(file);
-    UT_WorkBuffer line;
-    EXPECT_TRUE(line.getline(file));
-    EXPECT_FALSE(line.getline(file));
-    EXPECT_STREQ("a", line.buffer());
-    fclose(file);
-}
-
-// One call of cmdGetLine().
-struct ut_Command
-{
-    bool isFound;
-    int lineCount;
-    ut_Lines words;
-};
 
 TEST(UT_WorkBufferLine, CommandsSkipBlankLinesButNotInFiles)
 {
     std::string text = "\n # c\r\necho \"a b;c\" d\r\n\tx\\\ny";
-    const ut_Command fromFile[] = {
+    const struct
+    {
+        bool isFound;
+        int lineCount;
+        ut_Lines words;
+    } fromFile[] = {
         {false, 1, {}                  },
         {false, 2, {}                  },
         {true,  3, {"echo", "\"a", "b"}},
         {true,  4, {"x\\"}             },
         {true,  5, {"y"}               },
+        {false, 5, {}                  },
     };
     UT_WorkBuffer line;
     UT_WorkArgs args;
     int count = 0;
     FILE *const file = fmemopen(text.data(), text.size(), "r");
-    for (const ut_Command &command : fromFile)
+    for (const auto &row : fromFile)
     {
-        SCOPED_TRACE(command.lineCount);
+        EXPECT_EQ(row.isFound, line.cmdGetLine(file, args, count, "#;", " \t"));
+        EXPECT_EQ(row.lineCount, count);
         EXPECT_EQ(
-            command.isFound, line.cmdGetLine(file, args, count, "#;", " \t"));
-        EXPECT_EQ(command.lineCount, count);
-        EXPECT_EQ(
-            command.words,
-            ut_Lines(args.getArgv(), args.getArgv() + args.getArgc()));
-        EXPECT_EQ(nullptr, args[args.getArgc()]);
+            row.words,
+            ut_Lines(args.getArgv(), args.getArgv() + args.getArgc()))
+            << "line " << count;
     }
-    EXPECT_FALSE(line.cmdGetLine(file, args, count, "#;", " \t"));
     EXPECT_NE(0, feof(file));
-    EXPECT_EQ(5, count);
     fclose(file);
     UT_IStream in(text.data(), int(text.size()), UT_ISTREAM_ASCII);
     EXPECT_TRUE(line.cmdGetLine(in, args, count, "#;", " \t"));
@@ -134,8 +110,8 @@ TEST(UT_WorkBufferWord, CommentsStartOutsideQuotes)
 {
     static const struct
     {
-        const char *text; // without the comment
-        const char *comment;
+        std::string text; // without the comment
+        std::string comment;
     } theCases[] = {
         {"echo \"a#b\" ",   "# c"},
         {"echo \\# c",      ""   },
@@ -145,14 +121,10 @@ TEST(UT_WorkBufferWord, CommentsStartOutsideQuotes)
     for (const auto &row : theCases)
     {
         UT_WorkBuffer buffer;
-        buffer.append(row.text);
-        buffer.append(row.comment);
-        SCOPED_TRACE(buffer.buffer());
-        EXPECT_EQ(*row.comment != '\0', buffer.stripComments('#'));
-        EXPECT_STREQ(row.text, buffer.buffer());
-        EXPECT_EQ(int(strlen(row.text)), buffer.length());
-        EXPECT_FALSE(buffer.stripComments('\''));
-        EXPECT_FALSE(buffer.stripComments('\0'));
+        buffer.append((row.text + row.comment).c_str());
+        EXPECT_EQ(!row.comment.empty(), buffer.stripComments('#')) << row.text;
+        EXPECT_EQ(row.text, buffer.buffer());
+        EXPECT_EQ(int(row.text.size()), buffer.length()) << row.text;
     }
 }
 

@@ -137,20 +137,15 @@ public:
     {
         std::unique_lock<std::mutex> guard(myMutex);
         const bool hasEnded = myChanged.wait_for(
-            guard, std::chrono::seconds(theDeadline),
+            guard, std::chrono::seconds(120), // only a failure takes so long
             [&] { return index < myRequests.size(); });
         if (!hasEnded)
             throw std::runtime_error(
-                "waited " + std::to_string(theDeadline) +
-                " s for the end of connection " + std::to_string(index) +
-                "; ended so far: " + std::to_string(myRequests.size()));
+                "no end of connection " + std::to_string(index));
         return myRequests[index];
     }
 
 private:
-    // Seconds; only a failure reaches it.
-    static constexpr int theDeadline = 120;
-
     static bool sendAll(int fd, const std::string &bytes)
     {
         return ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==

@@ -115,20 +115,6 @@ enum ut_Scanner
     UT_SCANNER_COUNT
 };
 
-// Reads up to 40 bytes into `out`.
-inline int
-utReadBytes(UT_IStreamBuf &buffer, UT_WorkBuffer &out)
-{
-    const int64 start = buffer.tellg();
-    char bytes[40];
-    const int found = buffer.bread(bytes, 40);
-    out.append(bytes, found);
-    // Finding less may be an error, which only a seek takes back.
-    if (buffer.hasError())
-        buffer.seekg(start + found, 0);
-    return found;
-}
-
 inline int
 utScanBy(
     ut_Scanner scanner, UT_IStreamBuf &buffer, UT_WorkBuffer &out,
@@ -151,13 +137,18 @@ utScanBy(
     case UT_GET_STRING:
         return buffer.getString(out);
     case UT_PEEK_AND_GET:
-    {
-        const int seen = buffer.peekc();
-        return 1000 * seen + buffer.getc();
-    }
+        return buffer.peekc() == buffer.getc();
     default:
-        return utReadBytes(buffer, out);
+        break;
     }
+    const int64 start = buffer.tellg();
+    char bytes[40];
+    const int found = buffer.bread(bytes, 40);
+    out.append(bytes, found);
+    // Finding less may be an error, which only a seek takes back.
+    if (buffer.hasError())
+        buffer.seekg(start + found, 0);
+    return found;
 }
 
 inline ut_Scan
@@ -211,9 +202,7 @@ utScanMismatch(
     }
     // All is read; what can seek back shows it whole.
     UT_WorkBuffer all;
-    if (!buffer.seekg(0, 0))
-        return "seekg to the front";
-    if (!buffer.getAll(all))
-        return "getAll";
-    return utTextOf(all) == text ? "" : "the text of getAll";
+    const bool isRead = buffer.seekg(0, 0) && buffer.getAll(all);
+    return isRead && utTextOf(all) == text ? ""
+                                           : "all after a seek to the front";
 }
