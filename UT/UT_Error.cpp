@@ -127,19 +127,17 @@ static const UT_StringArray *
 utFindMessages(const char *type)
 {
     // Recursive: the search for files may report an error of its own.
-    struct ut_Cache
-    {
-        UT_Lock lock{/*initiallyLocked=*/0, /*recursive=*/true};
-        ut_ForkLock forkLock{lock, UT_FORK_MESSAGES};
-        UT_SymbolTable files; // of UT_StringArray
-    };
-    static ut_Cache *theCache = new ut_Cache; // never destroyed
+    static UT_Lock theLock(UT_STATIC_LOCK, /*recursive=*/true);
+    static ut_ForkLock theForkLock(theLock, UT_FORK_MESSAGES);
+    static UT_SymbolTable *theFiles; // of UT_StringArray; never destroyed
 
-    theCache->forkLock.join();
-    const ut_LockGuard guard(&theCache->lock);
+    theForkLock.join();
+    const ut_LockGuard guard(&theLock);
     const ut_CancelGuard cancelGuard;
+    if (!theFiles)
+        theFiles = new UT_SymbolTable;
     UT_Thing found;
-    if (!theCache->files.findSymbol(type, &found))
+    if (!theFiles->findSymbol(type, &found))
     {
         UT_IFStream file;
         if (!utOpenMessages(file, type))
@@ -147,7 +145,7 @@ utFindMessages(const char *type)
         std::unique_ptr<UT_StringArray> texts = utReadMessages(file);
         if (!texts)
             return nullptr;
-        theCache->files.addSymbol(type, UT_Thing(texts.get()));
+        theFiles->addSymbol(type, UT_Thing(texts.get()));
         found = UT_Thing(texts.release());
     }
     return static_cast<const UT_StringArray *>(found.pointer);

@@ -40,17 +40,28 @@ public:
     ut_ForkLock(const ut_ForkLock &) = delete;
     ut_ForkLock &operator=(const ut_ForkLock &) = delete;
 
-    // Takes part in forks, from the first call on. Both objects must stay until
-    // leave().
-    void join();
+    // Takes part in forks, from the first call on, which waits for a fork that
+    // is about to happen. Call before the lock is taken. Both objects must stay
+    // until leave().
+    void join()
+    {
+        if (myState.load(std::memory_order_acquire) != theIsIn)
+            joinSlowly();
+    }
     void leave();
 
 private:
     friend struct ut_ForkHandlers;
 
+    // States. Other ones are of a process where a thread is entering the list.
+    static constexpr uint32 theIsOut = 0;
+    static constexpr uint32 theIsIn = 1;
+
+    void joinSlowly();
+
     UT_Lock &myLock;
     const ut_ForkOrder myOrder;
     bool myIsTaken = false; // by the fork in progress
-    std::atomic<bool> myIsIn{false};
+    std::atomic<uint32> myState{theIsOut};
     std::atomic<ut_ForkLock *> myNext{nullptr};
 };

@@ -55,11 +55,11 @@ public:
     /// unlock it as often.
     explicit UT_Lock(int initiallyLocked = 0, bool recursive = false);
 
-    /// A free, non-recursive lock for static storage: it is initialised before
-    /// the first constructor runs.
-    constexpr explicit UT_Lock(UT_StaticLockType)
+    /// A free lock for static storage: it is initialised before the first
+    /// constructor runs.
+    constexpr explicit UT_Lock(UT_StaticLockType, bool recursive = false)
         : myLockWord(0), myOwner(0), myDepth(0), myCollisions(0),
-          myDebugFlag(0), myRecursiveFlag(0)
+          myDebugFlag(0), myRecursiveFlag(recursive)
     {
     }
 

@@ -176,6 +176,10 @@ TEST(UT_Fork, PoolsAndTablesAreFreeInTheChild)
         for (int i = 0; i < 10; ++i)
             table.addSymbol(std::to_string(i).c_str(), UT_Thing(i));
         allocator.deallocate(allocator.allocate(24), 24);
+        UT_SmallObjectAllocator own(
+            /*reclaim=*/true, /*objectsPerPage=*/16, /*maxObjectSize=*/128,
+            /*threadSafe=*/true); // whose lock forks have to know
+        own.deallocate(own.allocate(24), 24);
         UT_Error error("Common", 4, "text", UT_ERROR_ERROR);
         UTgetErrorLog()->logError(&error);
     };
