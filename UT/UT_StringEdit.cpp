@@ -96,7 +96,8 @@ utFind(const char *begin, size_t used, const char *text, size_t length)
 }
 
 // The same in a text of unknown length. What lies after the match must not be
-// scanned again and again, so the text is searched piece by piece.
+// scanned again and again, so the text is searched piece by piece, each from
+// where the first byte occurs.
 static const char *
 utFind(const char *begin, const char *text, size_t length)
 {
@@ -110,7 +111,9 @@ utFind(const char *begin, const char *text, size_t length)
         const char *const found = utFind(begin, used, text, length);
         if (found || used < window)
             return found;
-        begin += used - (length - 1);
+        begin = strchr(begin + used - (length - 1), *text);
+        if (!begin)
+            return nullptr;
     }
 }
 
