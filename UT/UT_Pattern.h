@@ -14,7 +14,7 @@
 
 #include <cstddef>
 
-// ---- Matching: UT_StringMatch.cpp
+// ---- Matching: UT_StringMatch.cpp, UT_StringMatchList.cpp
 
 /// Whether all of `subject` matches `pattern`, as UT_String::match() says: 1 or
 /// 0, and 0 when either is null. At most O(length of subject * of pattern).

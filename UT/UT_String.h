@@ -178,7 +178,7 @@ public:
     int tokenizeInPlace(UT_WorkArgs &args, const char *separators);
     int tokenizeInPlace(char **argv, int max, const char *separators);
 
-    // ---- Matching: UT_StringMatch.cpp
+    // ---- Matching: UT_StringMatch.cpp, UT_StringMatchList.cpp
     //
     // The pattern and range languages are in docs/patterns.md, and the
     // functions that do the work in UT_Pattern.h. Case is that of ASCII
