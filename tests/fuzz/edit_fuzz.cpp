@@ -7,10 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <string>
-
-using std::filesystem::path;
 
 // Quotes come off again, unless the quote is a letter with an escape.
 static void
@@ -68,35 +65,6 @@ utTryBytes(const std::string &text, const std::string &set)
     utRequire(end == text.substr(0, last).c_str());
 }
 
-// What is left of a path, and the path to it from another, beside the standard
-// library.
-static void
-utTryPaths(const std::string &text, const std::string &other)
-{
-    UT_String to(text.c_str(), /*deep=*/1);
-    UT_String from(other.c_str());
-    const bool climbs = *path("." + text).lexically_normal().begin() == "..";
-    utRequire(to.collapseAbsolutePath() != climbs);
-    const path expected = path("/." + text + "/").lexically_normal();
-    if (!climbs)
-        utRequire(to == expected.parent_path().c_str());
-    UT_String relative(text.c_str());
-    const bool isMade = relative.makeRelativePath(other.c_str());
-    utRequire(isMade == (!climbs && from.collapseAbsolutePath()));
-    if (isMade)
-        utRequire(
-            relative ==
-            path(to.buffer()).lexically_relative(from.buffer()).c_str());
-
-    UT_String file(text.c_str());
-    UT_String directory;
-    file.splitPath(directory, file);
-    const size_t slash = text.rfind('/');
-    utRequire(directory == (slash ? text.substr(0, slash) : "/").c_str());
-    const std::string name = text.substr(slash + 1);
-    utRequire(name.empty() ? file.isNull() : file == name.c_str());
-}
-
 void
 utTry(const std::string &input)
 {
@@ -117,6 +85,5 @@ utTry(const std::string &input)
     utTryQuotes(string, *old);
     utTrySubstitution(string, old, tail);
     utTryBytes(text, argument);
-    utTryPaths("/" + text, "/" + argument);
     utRequire(text == before); // what was lent stays
 }

@@ -315,8 +315,10 @@ class Test(unittest.TestCase):
         result = run(VALDRIN, "info", "--json", env=environment)
         info = json.loads(result.stdout)
         with open("/proc/meminfo") as file:
-            total = int(file.readline().split()[1]) * 1024
-        self.assertEqual(info["memory"]["total"], total)
+            kilobytes = dict(re.findall(r"(\w+): +(\d+) kB", file.read()))
+        for kind, label in (("memory", "MemTotal"), ("swap", "SwapTotal")):
+            total = int(kilobytes[label]) * 1024
+            self.assertEqual(info[kind]["total"], total)
         processors = info["processors"]
         self.assertEqual(processors["configured"], os.sysconf("SC_NPROCESSORS_CONF"))
         self.assertEqual(processors["used"], 1)
