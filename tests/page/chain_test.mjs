@@ -5,16 +5,13 @@
 // built programs.
 
 import assert from "node:assert/strict";
-import { readFile } from "node:fs/promises";
 import path from "node:path";
 import { after, before, test } from "node:test";
 import { fileURLToPath } from "node:url";
 
-import {
-    closedPort, scriptedApplication, standin,
-} from "../../browsers/application.mjs";
+import { scriptedApplication } from "../../browsers/application.mjs";
 import { hostPids, wrapScript } from "../../browsers/host.mjs";
-import { findBrowser, ROOT, Session } from "../../browsers/session.mjs";
+import { findBrowser, Session } from "../../browsers/session.mjs";
 import { waitFor } from "../../browsers/wait.mjs";
 import { serve } from "../../browsers/web.mjs";
 
@@ -195,32 +192,16 @@ test("a page that names no port uses one of the user's", async () => {
 });
 
 test("all six methods reach an application", async () => {
-    const running = await standin(BIN);
-    try {
-        await onSettings(async () => {
-            const row = `#sites > li[data-origin="${site.origin}"]`;
-            await browser.clear(`${row} input`);
-            await browser.type(
-                `${row} input`, `${application.port} ${running.port}`);
-            await browser.click(`${row} .save`);
-            await waitFor("the ports to be saved", () => browser.look(
-                "return document.querySelector('#sites-message')" +
-                    ".textContent.includes('are saved');"));
-        });
-        assert.deepEqual(
-            await call(`
-                await valdrin.SetSocketPortNum(args[0]);
-                await valdrin.RunPythonStatements("x = 6");
-                await valdrin.StashString("kept");
-                return [
-                    await valdrin.Run("echo hi"),
-                    await valdrin.RunPythonExpression("x * 7"),
-                    await valdrin.GetStashedString(),
-                ];`, running.port),
-            ["hi\n", "42", "kept"]);
-    } finally {
-        await running.close();
-    }
+    assert.deepEqual(
+        await call(`
+            await valdrin.RunPythonStatements("x = 6");
+            await valdrin.StashString("kept");
+            return [
+                await valdrin.Run("echo hi"),
+                await valdrin.RunPythonExpression("x * 7"),
+                await valdrin.GetStashedString(),
+            ];`),
+        ["echo hi", "x * 7", "kept"]);
 });
 
 test("a reply of 20 MB arrives whole", async () => {
@@ -246,21 +227,6 @@ test("the class is there before the page's first script, frozen", async () => {
         ["function", true, true, true]);
 });
 
-test("a page for the old interface works with the lines of the manual",
-    async () => {
-        const manual =
-            await readFile(path.join(ROOT, "docs/pages.md"), "utf8");
-        const blocks = manual.split("## Pages for the old interface")[1]
-            .matchAll(/```js\n(.*?)```/gs);
-        const [lines, oldPage] = [...blocks].map(([, block]) => block);
-        await open();
-        assert.equal(
-            await call(`return (async () => {
-                ${lines} ${oldPage} return reply;
-            })();`),
-            "echo hi");
-    });
-
 test("neither a strict policy nor spoilt globals are a hindrance", async () => {
     await open(`${site.origin}/hostile#${application.port}`);
     const title = "from a hostile page";
@@ -282,22 +248,6 @@ test("frames have no class", async () => {
         const { answers } = window.wrappedJSObject ?? window;
         return answers.length === 4 && Array.from(answers);`));
     assert.deepEqual(answers, Array(4).fill("undefined"));
-});
-
-test("documents without an origin of their own have no class", async () => {
-    const addresses =
-        [`${site.origin}/sandboxed`, "data:text/html,hello", "about:blank"];
-    for (const address of addresses) {
-        await open(address);
-        assert.equal(await typeOfClass(), "undefined", address);
-    }
-    await open();
-    await browser.look(
-        "location.href = URL.createObjectURL(new Blob(['x']));");
-    await waitFor("the blob", () => browser.look(
-        "return location.protocol === 'blob:' && " +
-            "document.readyState === 'complete';").catch(() => false));
-    assert.equal(await typeOfClass(), "undefined", "blob:");
 });
 
 // What else is wrong in an answer is found by Answers.
@@ -351,22 +301,6 @@ test("a page that leaves in the middle of a call leaves nothing", async () => {
     await open(`${site.origin}/next`);
     assert.equal(await call(`return valdrin.Run("at once");`), "at once");
     await waitForHosts(count + 1);
-});
-
-test("what is wrong is named when the connection is tested", async () => {
-    const port = await closedPort();
-    const testResult = () => onSettings(async () => {
-        await browser.clear("#test-port");
-        await browser.type("#test-port", String(port));
-        await browser.click("#test button");
-        return waitFor("the result", () => browser.look(
-            "return document.querySelector('#result').innerText;"));
-    });
-    assert.match(
-        await testResult(), /No application listens on port \d+/);
-    await session.useHost("/nowhere/valdrin-bridge");
-    assert.match(await testResult(), /host program .* does not answer/);
-    await session.useHost(BRIDGE);
 });
 
 test("taking a site back ends its calls, and its class", async () => {
