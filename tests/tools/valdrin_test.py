@@ -166,15 +166,21 @@ class Test(unittest.TestCase):
             self.converse([reply + b"\0"], "run", "x", stdout=slave)
             self.assertEqual(os.read(master, 100), shown)
 
-    def test_completion_knows_what_the_help_lists(self):
+    def test_completion_offers_what_the_help_lists(self):
         source = os.environ["VALDRIN_SOURCE"]
+        script = (
+            f'. "{source}/tools/completion/valdrin.bash"\n'
+            "COMP_WORDS=(valdrin --); COMP_CWORD=1; _valdrin\n"
+            'printf "%s\n" "${COMPREPLY[@]}"'
+        )
+        offered = run("bash", "-c", script).stdout.decode().split()
         help_text = run(VALDRIN, "--help").stdout.decode()
         options = re.findall(r"^  +(?:-., )?(--\w+)", help_text, re.MULTILINE)
-        for name in ("valdrin.bash", "_valdrin"):
-            with open(f"{source}/tools/completion/{name}") as script:
-                text = script.read()
-            for option in options:
-                self.assertIn(option, text, name)
+        self.assertEqual(sorted(offered), sorted(options))
+        with open(f"{source}/tools/completion/_valdrin") as zsh:
+            zsh_text = zsh.read()
+        for option in options:
+            self.assertIn(option, zsh_text)
 
     def test_unusable_library(self):
         plain, failing = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")
