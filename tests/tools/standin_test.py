@@ -59,8 +59,11 @@ class Test(unittest.TestCase):
                 self.assertTrue(answer.startswith(reply), answer)
                 self.assertEqual(answer.find(b"\0"), len(answer) - 1)
 
-    def test_a_rival_is_refused(self):
-        with Standin() as app:
+    def test_a_slow_client_and_a_rival_do_no_harm(self):
+        with Standin("--client-timeout", "1") as app:
+            with app.connect() as slow:
+                slow.sendall(b"<vscript>")
+                self.assertIn(b"took too long", slow.recv(1000))
             rival = run(sys.executable, STANDIN, "--port", str(app.port))
             self.assertEqual(rival.returncode, 1)
             self.assertIn(b'another stand-in? "--port 0"', rival.stderr)
