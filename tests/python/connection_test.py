@@ -16,7 +16,7 @@ DEADLINE = 60
 
 @contextlib.contextmanager
 def playing(play):
-    """The port of a peer that reads, and plays."""
+    """The port of a peer that reads a part of the request, and plays."""
 
     def serve():
         with listener.accept()[0] as peer, contextlib.suppress(OSError):
@@ -136,6 +136,18 @@ class Test(unittest.TestCase):
                 )
                 with self.assertRaises(expected):
                     connection.run("x")
+
+    def test_a_reply_before_the_request_is_read_counts(self):
+        stays = threading.Event()
+
+        def play(peer):
+            peer.sendall(b"early\0")
+            stays.wait(DEADLINE)
+
+        with playing(play) as port:
+            connection = valdrin.Connection(port, timeout=DEADLINE)
+            self.assertEqual(connection.run("x" * 30000000), "early")
+            stays.set()
 
 
 if __name__ == "__main__":
