@@ -47,24 +47,6 @@ utTrySubstitution(UT_String &string, const char *old, const char *by)
     utRequire(string == expected.c_str());
 }
 
-// What is done with the bytes of a set, beside std::string.
-static void
-utTryBytes(const std::string &text, const std::string &set)
-{
-    const size_t first = std::min(text.find_first_not_of(set), text.size());
-    const size_t last = text.find_last_not_of(set) + 1;
-    UT_String all(text.c_str());
-    UT_String start(text.c_str());
-    UT_String end(text.c_str());
-    utRequire(all.findAny(set.c_str()) == int(text.find_first_of(set)));
-    all.strip(set.c_str());
-    utRequire(all.findAny(set.c_str()) == -1);
-    utRequire(start.stripStart(set.c_str()) == int(first));
-    utRequire(start == text.substr(first).c_str());
-    utRequire(end.stripEnd(set.c_str()) == int(text.size() - last));
-    utRequire(end == text.substr(0, last).c_str());
-}
-
 void
 utTry(const std::string &input)
 {
@@ -84,6 +66,5 @@ utTry(const std::string &input)
         modified.applyModifiers(old == tail ? modified.buffer() + offset : old);
     utTryQuotes(string, *old);
     utTrySubstitution(string, old, tail);
-    utTryBytes(text, argument);
     utRequire(text == before); // what was lent stays
 }
