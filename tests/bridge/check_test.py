@@ -1,18 +1,14 @@
 """Tests of what a user asks the native host for by hand."""
 
 import json
-import os
 import pathlib
 import shutil
-import sys
 import tempfile
 import unittest
-import zipfile
 
 from host import BRIDGE, CHROMIUM, FIREFOX
 from support import Standin, bound, run
 
-SOURCE = pathlib.Path(os.environ["VALDRIN_SOURCE"])
 NAME = "com.norvex.valdrinconnection"
 USER = {
     "Firefox": f".mozilla/native-messaging-hosts/{NAME}.json",
@@ -155,26 +151,6 @@ class Test(unittest.TestCase):
             self.assertEqual(result.returncode, 2, arguments)
             self.assertEqual(result.stdout, b"", arguments)
             self.assertIn(b'try "valdrin-bridge --help"', result.stderr)
-
-    def test_the_packed_extension_is_whole(self):
-        pack = SOURCE / "extension" / "pack.py"
-        archive = self.root / "packed.xpi"
-        unpacked = self.root / "unpacked"
-        self.root.mkdir()
-        text = (SOURCE / "extension" / "manifest.json").read_text()
-        version = json.loads(text)["version"]
-        result = run(sys.executable, pack, version, archive, unpacked)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        with zipfile.ZipFile(archive) as packed:
-            names = set(packed.namelist())
-        files = [file for file in unpacked.rglob("*") if file.is_file()]
-        found = {str(file.relative_to(unpacked)) for file in files}
-        self.assertEqual(names, found)
-        self.assertEqual(
-            names & {"manifest.json", "chromium-id.txt"}, {"manifest.json"})
-        # Another version than the extension's own.
-        result = run(sys.executable, pack, "9.9", archive, unpacked)
-        self.assertEqual(result.returncode, 1)
 
 
 if __name__ == "__main__":
