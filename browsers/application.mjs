@@ -57,15 +57,6 @@ async function listen(server) {
     }
 }
 
-// A port on which nothing listens.
-export async function closedPort() {
-    const server = net.createServer();
-    await listen(server);
-    const { port } = server.address();
-    await new Promise((resolve) => server.close(resolve));
-    return port;
-}
-
 // The stand-in that was built in `bin`. `log` gets what it has to say.
 export function standin(bin, log = []) {
     return start(path.join(bin, "valdrin-standin"), ["--port", "0"], log);

@@ -1,4 +1,4 @@
-// A host that lies or dies, or keeps a text: fake_host.mjs KIND ARGUMENTS...
+// A host that lies, or keeps a text: fake_host.mjs KIND ARGUMENTS...
 // It reads one request after the other and does as its kind says.
 
 import { writeSync } from "node:fs";
@@ -36,9 +36,6 @@ const theKinds = {
             const last = index === parts.length - 1 ? { last: true } : {};
             send(frame(JSON.stringify({ id, part, ...last })));
         });
-    },
-    die() {
-        process.exit(1);
     },
 };
 

@@ -1,5 +1,7 @@
 #include "SYS/SYS_Processor.h"
 
+#include "ut_TempDir.h"
+
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -39,6 +41,15 @@ TEST(SYS_Processor, FeaturesAreThoseOfCpuinfo)
     EXPECT_EQ(isListed("fpu"), SYS_Processor::hasFPCondMov());
 }
 #endif
+
+TEST(SYS_Processor, ProcessorsAreListedOrCounted)
+{
+    const ut_TempDir dir;
+    const auto count = [&](const char *text)
+    { return parse_cpuinfo_for_nprocs(dir.write("cpuinfo", text).c_str()); };
+    EXPECT_EQ(2, count("processor : 0\nvendor : x\nprocessor : 1\n"));
+    EXPECT_EQ(7, count("processor\nCPUs probed 7\nprocessor\n"));
+}
 
 TEST(SYS_Processor, SwitchesTakeFeaturesAway)
 {

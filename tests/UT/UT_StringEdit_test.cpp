@@ -48,6 +48,8 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
          [](UT_String &s) { return s.toLower(); }            },
         {"strip bytes listed in its own tail", "abcab",     "c",         4,
          [](UT_String &s) { return s.strip(s.buffer() + 3); }},
+        {"stripStart",                         "a/b/a",     "b/a",       2,
+         [](UT_String &s) { return s.stripStart("/a"); }     },
         {"stripEnd, to nothing",               "///",       "",          3,
          [](UT_String &s) { return s.stripEnd("/"); }        },
         {"insert into null",                   nullptr,     nullptr,     0,

@@ -1,4 +1,4 @@
-// The figures of /proc are tested by the fuzz entry.
+// The figures of /proc are tested by what "valdrin info" prints.
 
 #include "UT/UT_SysResource.h"
 

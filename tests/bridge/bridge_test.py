@@ -97,14 +97,10 @@ class Test(unittest.TestCase):
 
     def test_large_replies_come_in_parts(self):
         # host.read() holds each part to its limit.
-        for text in (
-            "x" * 900000,
-            "\1" * 3000000,
-            "a" + "\U0001f600" * 300000,
-        ):
-            with Host() as host:
-                self.converse(host, [text.encode() + b"\0"])
-                self.assertTrue(host.ask("Run", "x") == text, text[:9])
+        text = "\1" * 900000 + "\U0001f600" * 300000
+        with Host() as host:
+            self.converse(host, [text.encode() + b"\0"])
+            self.assertTrue(host.ask("Run", "x") == text)
 
     # ---- Refusals
 
@@ -112,12 +108,9 @@ class Test(unittest.TestCase):
         # What else is wrong is tested by the fuzz entry.
         wrong = [
             {**request("Run", "x"), "more": 1},
-            {"id": 7, "method": "Run"},
             request("toString"),
-            request("Run", 1),
             request("Run", "\0"),
             request("SetSocketPortNum", 2**31),
-            request("GetStashedString", "x"),
             request("Check"),
         ]
         with Host() as host:
@@ -180,8 +173,6 @@ class Test(unittest.TestCase):
         with Host() as host:
             first = frame(request("StashString", "é", id=1))
             second = frame(request("GetStashedString", id=2))
-            host.write(first + second)
-            self.assertEqual([host.answer(1), host.answer(2)], ["", "é"])
             for byte in first + second:
                 host.write(bytes([byte]))
             self.assertEqual([host.answer(1), host.answer(2)], ["", "é"])

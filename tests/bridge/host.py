@@ -28,12 +28,12 @@ def request(method, *arguments, id=7):
 
 
 @contextlib.contextmanager
-def installed(*libraries, program="bin"):
-    """A folder with the host in `program` and copies of libraries: pairs of a
+def installed(*libraries):
+    """A folder with the host in "bin" and copies of libraries: pairs of a
     folder and a file."""
     with tempfile.TemporaryDirectory() as folder:
-        os.makedirs(f"{folder}/{program}")
-        copy = shutil.copy(BRIDGE, f"{folder}/{program}")
+        os.makedirs(f"{folder}/bin")
+        copy = shutil.copy(BRIDGE, f"{folder}/bin")
         for place, library in libraries:
             os.makedirs(f"{folder}/{place}", exist_ok=True)
             shutil.copy(library, f"{folder}/{place}/libValdrinConnection.so")

@@ -1,21 +1,16 @@
-// The scenario of texts, arrays and tables: what finds no memory says so by
+// The scenario of texts and arrays: what finds no memory says so by
 // std::bad_alloc, and changes nothing.
 
 #include "ut_Faults.h"
 #include "ut_Scenario.h"
 
 #include "UT/UT_IntArray.h"
-#include "UT/UT_NetSocket.h"
 #include "UT/UT_QuickSort.h"
-#include "UT/UT_RefArray.h"
 #include "UT/UT_String.h"
 #include "UT/UT_StringArray.h"
-#include "UT/UT_SymbolTable.h"
 #include "UT/UT_WorkBuffer.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <new>
 #include <sstream>
 #include <string>
@@ -30,11 +25,9 @@ struct ut_Objects
         {
             ints.append(2 * i);
             strings.append(std::string(1, char('a' + i)).c_str());
-            objects.insert(unsigned(i));
         }
         odds.append(1);
         others.append("x");
-        table.addSymbol("known", UT_Thing(1));
     }
 
     // What a caller can see of them.
@@ -49,7 +42,6 @@ struct ut_Objects
         for (const UT_StringArray *array : {&strings, &others})
             for (int i = 0; i < array->entries(); ++i)
                 out << (i > 0 ? ' ' : '\n') << (*array)(i).buffer();
-        out << '\n' << objects.entries() << ' ' << table.entries();
         return out.str();
     }
 
@@ -60,32 +52,10 @@ struct ut_Objects
     UT_IntArray odds;
     UT_StringArray strings;
     UT_StringArray others;
-    UT_RefArray<UT_String> objects;
-    UT_SymbolTable table;
 };
 
 static const char theLongText[] =
     "a text that is longer than what any small string has room for";
-
-// One without its host would connect to this machine.
-static void
-utMakeSocket(ut_Objects &)
-{
-    const UT_NetSocket socket("host", 1, true, 0);
-    utExpect(strcmp(socket.getHost(), "host") == 0, "another host");
-}
-
-static void
-utFillTable(ut_Objects &)
-{
-    UT_SymbolTable table;
-    char name[] = "a name of some length 000";
-    for (int i = 0; i < 200; ++i)
-    {
-        snprintf(name + strlen(name) - 3, 4, "%03d", i);
-        table.addSymbol(name, i);
-    }
-}
 
 // Without memory for the fast way there is another one.
 static void
@@ -104,29 +74,20 @@ static const struct ut_Change
     const char *what;
     void (*change)(ut_Objects &);
 } theChanges[] = {
-    {"harden",           [](auto &o) { o.owned.harden(theLongText); }          },
-    {"assign a text",    [](auto &o) { o.deep = theLongText; }                 },
-    {"swap",             [](auto &o) { o.owned.swap(o.deep); }                 },
-    {"replace",          [](auto &o) { o.owned.replace(0, 2, theLongText); }   },
-    {"substitute",       [](auto &o) { o.owned.substitute("o", "ooo"); }       },
-    {"rename",           [](auto &o) { o.owned.patternRename("?*n*e*d", "*"); }},
-    {"append",           [](auto &o) { o.buffer.append(theLongText); }         },
-    {"protectedStrcat",  [](auto &o) { o.buffer.protectedStrcat("a \"b\""); }  },
-    {"sprintf",          [](auto &o) { o.buffer.sprintf("%2500d", 1); }        },
-    {"resize",           [](auto &o) { o.ints.resize(400); }                   },
-    {"assign",           [](auto &o) { o.odds = o.ints; }                      },
-    {"insert",           [](auto &o) { o.ints.multipleInsert(1, 7); }          },
-    {"concat itself",    [](auto &o) { o.ints.concat(o.ints); }                },
-    {"union",            [](auto &o) { o.ints.sortedUnion(o.odds); }           },
-    {"insert a string",  [](auto &o) { o.strings.insert("e", 1); }             },
-    {"assign strings",   [](auto &o) { o.others = o.strings; }                 },
-    {"merge strings",    [](auto &o) { o.strings.merge(o.others); }            },
-    {"sort strings",     [](auto &o) { o.strings.sort(false, false); }         },
-    {"insert an object", [](auto &o) { o.objects.insert(1); }                  },
-    {"add a symbol",     [](auto &o) { o.table.addSymbol(theLongText, 2); }    },
-    {"make a socket",    utMakeSocket                                          },
-    {"fill a table",     utFillTable                                           },
-    {"sort keys",        utSort                                                },
+    {"harden",          [](auto &o) { o.owned.harden(theLongText); }          },
+    {"swap",            [](auto &o) { o.owned.swap(o.deep); }                 },
+    {"replace",         [](auto &o) { o.owned.replace(0, 2, theLongText); }   },
+    {"substitute",      [](auto &o) { o.owned.substitute("o", "ooo"); }       },
+    {"rename",          [](auto &o) { o.owned.patternRename("?*n*e*d", "*"); }},
+    {"append",          [](auto &o) { o.buffer.append(theLongText); }         },
+    {"protectedStrcat", [](auto &o) { o.buffer.protectedStrcat("a \"b\""); }  },
+    {"sprintf",         [](auto &o) { o.buffer.sprintf("%2500d", 1); }        },
+    {"resize",          [](auto &o) { o.ints.resize(400); }                   },
+    {"insert",          [](auto &o) { o.ints.multipleInsert(1, 7); }          },
+    {"union",           [](auto &o) { o.ints.sortedUnion(o.odds); }           },
+    {"assign strings",  [](auto &o) { o.others = o.strings; }                 },
+    {"sort strings",    [](auto &o) { o.strings.sort(false, false); }         },
+    {"sort keys",       utSort                                                },
 };
 
 // Whether a change did not lack memory. Otherwise all is as it was.

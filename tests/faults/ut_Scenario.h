@@ -25,7 +25,7 @@ struct ut_Scenario
 extern const ut_Scenario theScenarios[];
 extern const unsigned theScenarioCount;
 
-// That of texts, arrays and tables, which has a source of its own.
+// That of texts and arrays, which has a source of its own.
 bool utObjects();
 
 // Ends the process: the result is neither right nor a reported failure.

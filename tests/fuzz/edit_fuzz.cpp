@@ -7,10 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <string>
-
-using std::filesystem::path;
 
 // Quotes come off again, unless the quote is a letter with an escape.
 static void
@@ -50,53 +47,6 @@ utTrySubstitution(UT_String &string, const char *old, const char *by)
     utRequire(string == expected.c_str());
 }
 
-// What is done with the bytes of a set, beside std::string.
-static void
-utTryBytes(const std::string &text, const std::string &set)
-{
-    const size_t first = std::min(text.find_first_not_of(set), text.size());
-    const size_t last = text.find_last_not_of(set) + 1;
-    UT_String all(text.c_str());
-    UT_String start(text.c_str());
-    UT_String end(text.c_str());
-    utRequire(all.findAny(set.c_str()) == int(text.find_first_of(set)));
-    all.strip(set.c_str());
-    utRequire(all.findAny(set.c_str()) == -1);
-    utRequire(start.stripStart(set.c_str()) == int(first));
-    utRequire(start == text.substr(first).c_str());
-    utRequire(end.stripEnd(set.c_str()) == int(text.size() - last));
-    utRequire(end == text.substr(0, last).c_str());
-}
-
-// What is left of a path, and the path to it from another, beside the standard
-// library.
-static void
-utTryPaths(const std::string &text, const std::string &other)
-{
-    UT_String to(text.c_str(), /*deep=*/1);
-    UT_String from(other.c_str());
-    const bool climbs = *path("." + text).lexically_normal().begin() == "..";
-    utRequire(to.collapseAbsolutePath() != climbs);
-    const path expected = path("/." + text + "/").lexically_normal();
-    if (!climbs)
-        utRequire(to == expected.parent_path().c_str());
-    UT_String relative(text.c_str());
-    const bool isMade = relative.makeRelativePath(other.c_str());
-    utRequire(isMade == (!climbs && from.collapseAbsolutePath()));
-    if (isMade)
-        utRequire(
-            relative ==
-            path(to.buffer()).lexically_relative(from.buffer()).c_str());
-
-    UT_String file(text.c_str());
-    UT_String directory;
-    file.splitPath(directory, file);
-    const size_t slash = text.rfind('/');
-    utRequire(directory == (slash ? text.substr(0, slash) : "/").c_str());
-    const std::string name = text.substr(slash + 1);
-    utRequire(name.empty() ? file.isNull() : file == name.c_str());
-}
-
 void
 utTry(const std::string &input)
 {
@@ -116,7 +66,5 @@ utTry(const std::string &input)
         modified.applyModifiers(old == tail ? modified.buffer() + offset : old);
     utTryQuotes(string, *old);
     utTrySubstitution(string, old, tail);
-    utTryBytes(text, argument);
-    utTryPaths("/" + text, "/" + argument);
     utRequire(text == before); // what was lent stays
 }

