@@ -139,16 +139,27 @@ utFillSlots(T *slots, unsigned count, T value)
     memcpy(slots + count - step, values, 16);
 }
 
+// In 32 bits a function of its own, with its arguments in registers: it needs
+// no stack, which those that inline it would have to align for the vectors.
+#ifdef __i386__
+template <class T>
+[[gnu::noinline]] static void
+#else
 template <class T>
 inline void
+#endif
 utCopyFew(T *to, const T *from, unsigned count)
 {
     constexpr unsigned step = 16 / sizeof(T);
-    if (count >= step)
+    // One or two steps, the last of which may copy some elements again.
+    if (count >= step && count <= 2 * step)
     {
-        // The last step may copy some elements again.
         utCopy16(to, from);
-        for (unsigned i = step; i < count - step; i += step)
+        utCopy16(to + count - step, from + count - step);
+    }
+    else if (count > step)
+    {
+        for (unsigned i = 0; i < count - step; i += step)
             utCopy16(to + i, from + i);
         utCopy16(to + count - step, from + count - step);
     }
@@ -184,7 +195,7 @@ utReallocate(T *data, unsigned capacity, unsigned slots)
     T *const block = static_cast<T *>(utAllocate(slots * sizeof(T)));
     if (!data)
         return block;
-    utCopyFew(block, data, std::min(capacity, slots));
+    memcpy(block, data, std::min(capacity, slots) * sizeof(T));
     free(data);
     return block;
 }
@@ -376,16 +387,21 @@ utConcat(
 // or for one with free slots. Otherwise changes nothing and returns false.
 template <class T, class Array>
 [[gnu::always_inline]] inline bool
-utConcatFew(T *data, unsigned &capacity, unsigned &entries, const Array &other)
+utConcatFew(
+    T *const &data, unsigned &capacity, unsigned &entries, const Array &other)
 {
     const unsigned count = other.entries();
-    const bool isFull = capacity == entries;
-    if (count > theFewBytes / sizeof(T) ||
-        (isFull ? !utIsInBlock<T>(capacity, capacity + count)
-                : capacity - entries <= count))
+    if (count > theFewBytes / sizeof(T))
         return false;
-    if (isFull)
+    // As each one that grows leaves the array.
+    if (__builtin_expect(capacity == entries, true))
+    {
+        if (!utIsInBlock<T>(capacity, capacity + count))
+            return false;
         capacity += count;
+    }
+    else if (capacity - entries <= count)
+        return false;
     T *const end = data + entries;
     entries += count;
     utCopyFew(end, other.data(), count);
