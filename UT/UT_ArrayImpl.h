@@ -29,8 +29,8 @@ using utElement =
 // ---- Storage
 
 // Bytes up to which a block is small: the allocator keeps some ready, though
-// not for calloc() and realloc().
-static constexpr unsigned theSmallBlock = 1024;
+// not for calloc() and realloc(), and in 32 bits not for 1024 bytes.
+static constexpr unsigned theSmallBlock = sizeof(void *) == 8 ? 1024 : 512;
 
 // Bytes up to which blocks double. The C library always maps larger ones, which
 // then grow by moving pages instead of copying them. In 32 bits it maps from
@@ -40,8 +40,9 @@ static constexpr unsigned theSmallBlock = 1024;
 static constexpr unsigned theDoublingBlock =
     sizeof(void *) == 8 ? 32u << 20 : 2u << 20;
 
-// Bytes of the least block, a cache line, and of the next one: what allocations
-// cost is felt where few elements are added one by one.
+// Bytes of the least block, a cache line, and of the next one; the third is
+// theSmallBlock. What allocations cost is felt where few elements are added one
+// by one.
 static constexpr unsigned theLeastBlock = 64;
 static constexpr unsigned theSecondBlock = 256;
 
@@ -56,7 +57,8 @@ utBlockSlots(unsigned capacity)
 #if !defined(__SANITIZE_ADDRESS__)
     constexpr unsigned least = theLeastBlock / sizeof(T);
     constexpr unsigned second = theSecondBlock / sizeof(T);
-    if (capacity > second)
+    constexpr unsigned third = theSmallBlock / sizeof(T);
+    if (capacity > third)
     {
         const unsigned last = capacity - 1;
         const unsigned power = 1u << (31 - __builtin_clz(last));
@@ -65,7 +67,7 @@ utBlockSlots(unsigned capacity)
         return slots > 0 ? slots : capacity;
     }
     if (capacity > 0)
-        return capacity > least ? second : least;
+        return capacity > second ? third : capacity > least ? second : least;
 #endif
     return capacity;
 }
