@@ -29,8 +29,8 @@ using utElement =
 // ---- Storage
 
 // Bytes up to which a block is small: the allocator keeps some ready, though
-// not for calloc() and realloc().
-static constexpr unsigned theSmallBlock = 1024;
+// not for calloc() and realloc(), and in 32 bits not for 1024 bytes.
+static constexpr unsigned theSmallBlock = sizeof(void *) == 8 ? 1024 : 512;
 
 // Bytes up to which blocks double. The C library always maps larger ones, which
 // then grow by moving pages instead of copying them. In 32 bits it maps from
@@ -40,8 +40,9 @@ static constexpr unsigned theSmallBlock = 1024;
 static constexpr unsigned theDoublingBlock =
     sizeof(void *) == 8 ? 32u << 20 : 2u << 20;
 
-// Bytes of the least block, a cache line, and of the next one: what allocations
-// cost is felt where few elements are added one by one.
+// Bytes of the least block, a cache line, and of the next one; the third is
+// theSmallBlock. What allocations cost is felt where few elements are added one
+// by one.
 static constexpr unsigned theLeastBlock = 64;
 static constexpr unsigned theSecondBlock = 256;
 
@@ -56,7 +57,8 @@ utBlockSlots(unsigned capacity)
 #if !defined(__SANITIZE_ADDRESS__)
     constexpr unsigned least = theLeastBlock / sizeof(T);
     constexpr unsigned second = theSecondBlock / sizeof(T);
-    if (capacity > second)
+    constexpr unsigned third = theSmallBlock / sizeof(T);
+    if (capacity > third)
     {
         const unsigned last = capacity - 1;
         const unsigned power = 1u << (31 - __builtin_clz(last));
@@ -65,7 +67,7 @@ utBlockSlots(unsigned capacity)
         return slots > 0 ? slots : capacity;
     }
     if (capacity > 0)
-        return capacity > least ? second : least;
+        return capacity > second ? third : capacity > least ? second : least;
 #endif
     return capacity;
 }
@@ -139,16 +141,27 @@ utFillSlots(T *slots, unsigned count, T value)
     memcpy(slots + count - step, values, 16);
 }
 
+// In 32 bits a function of its own, with its arguments in registers: it needs
+// no stack, which those that inline it would have to align for the vectors.
+#ifdef __i386__
+template <class T>
+[[gnu::noinline]] static void
+#else
 template <class T>
 inline void
+#endif
 utCopyFew(T *to, const T *from, unsigned count)
 {
     constexpr unsigned step = 16 / sizeof(T);
-    if (count >= step)
+    // One or two steps, the last of which may copy some elements again.
+    if (count >= step && count <= 2 * step)
     {
-        // The last step may copy some elements again.
         utCopy16(to, from);
-        for (unsigned i = step; i < count - step; i += step)
+        utCopy16(to + count - step, from + count - step);
+    }
+    else if (count > step)
+    {
+        for (unsigned i = 0; i < count - step; i += step)
             utCopy16(to + i, from + i);
         utCopy16(to + count - step, from + count - step);
     }
@@ -184,7 +197,7 @@ utReallocate(T *data, unsigned capacity, unsigned slots)
     T *const block = static_cast<T *>(utAllocate(slots * sizeof(T)));
     if (!data)
         return block;
-    utCopyFew(block, data, std::min(capacity, slots));
+    memcpy(block, data, std::min(capacity, slots) * sizeof(T));
     free(data);
     return block;
 }
@@ -376,16 +389,21 @@ utConcat(
 // or for one with free slots. Otherwise changes nothing and returns false.
 template <class T, class Array>
 [[gnu::always_inline]] inline bool
-utConcatFew(T *data, unsigned &capacity, unsigned &entries, const Array &other)
+utConcatFew(
+    T *const &data, unsigned &capacity, unsigned &entries, const Array &other)
 {
     const unsigned count = other.entries();
-    const bool isFull = capacity == entries;
-    if (count > theFewBytes / sizeof(T) ||
-        (isFull ? !utIsInBlock<T>(capacity, capacity + count)
-                : capacity - entries <= count))
+    if (count > theFewBytes / sizeof(T))
         return false;
-    if (isFull)
+    // As each one that grows leaves the array.
+    if (__builtin_expect(capacity == entries, true))
+    {
+        if (!utIsInBlock<T>(capacity, capacity + count))
+            return false;
         capacity += count;
+    }
+    else if (capacity - entries <= count)
+        return false;
     T *const end = data + entries;
     entries += count;
     utCopyFew(end, other.data(), count);

@@ -344,20 +344,22 @@ UT_PtrArrayRaw::heapPush(void *pointer, Compare compare)
 // Elements of a heap of which a good part is not in the cache.
 static const size_t theLongHeap = 1 << 15;
 
-// Lets `pointer` sink from the root: two comparisons for each level, those that
-// heapify() makes. In a heap the greater children could rise all the way and
-// the pointer climb from there, for one comparison each; but nothing shows that
-// an array is a heap without the other one, and the arrangement of one that is
-// not would differ.
+// Lets `pointer` sink from the root, with the arrangement of heapify(): two
+// comparisons for each level. Of the children the greater one is chosen first,
+// without a jump, which would go either way; whether it rises is then a jump
+// that goes the same way down to the last levels. In a heap the greater
+// children could rise all the way and the pointer climb from there, for one
+// comparison each; but nothing shows that an array is a heap without the other
+// one, and the arrangement of one that is not would differ.
 //
 // The comparator usually reads what the pointers point to. In a long array that
 // is far away: what both children's children point to is fetched meanwhile,
 // which does no harm where they point to nothing.
+template <bool isLong>
 static void
 utSinkFromRoot(
     void **heap, size_t entries, void *pointer, UT_PtrArrayRaw::Compare compare)
 {
-    const size_t endOfFetching = entries < theLongHeap ? 0 : (entries - 3) / 2;
     size_t i = 0;
     // The root has one child.
     if (entries > 1 && compare(&heap[1], &pointer) > 0)
@@ -367,15 +369,18 @@ utSinkFromRoot(
         size_t child = 2;
         for (; child + 1 < entries; child = 2 * i)
         {
-            if (child < endOfFetching)
+            if (isLong && child < (entries - 3) / 2)
                 for (size_t next = 0; next < 4; ++next)
                     __builtin_prefetch(heap[2 * child + next]);
-            if (compare(&heap[child], &pointer) > 0)
-                child += compare(&heap[child + 1], &heap[child]) > 0;
-            else if (compare(&heap[child + 1], &pointer) > 0)
-                ++child;
-            else
-                break;
+            child += compare(&heap[child + 1], &heap[child]) > 0;
+            if (compare(&heap[child], &pointer) <= 0)
+            {
+                // Where a comparator takes similar elements for equal, the
+                // other child may be greater than the pointer nevertheless.
+                if (compare(&heap[child ^ 1], &pointer) <= 0)
+                    break;
+                child |= 1;
+            }
             heap[i] = heap[child];
             i = child;
         }
@@ -395,7 +400,11 @@ UT_PtrArrayRaw::heapPop(Compare compare)
         return nullptr;
     void *const root = myData[0];
     --myEntries;
-    utSinkFromRoot(myData, myEntries, myData[myEntries], compare);
+    void *const last = myData[myEntries];
+    if (myEntries < theLongHeap)
+        utSinkFromRoot</*isLong=*/false>(myData, myEntries, last, compare);
+    else
+        utSinkFromRoot</*isLong=*/true>(myData, myEntries, last, compare);
     return root;
 }
 

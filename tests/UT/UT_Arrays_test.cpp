@@ -521,6 +521,36 @@ TEST(UT_Arrays, HeapsReturnTheGreatestFirst)
     utCheckHeap<ut_Things>(1000, utCompareValues<int *>);
 }
 
+// Takes elements whose keys differ by 1 for equal, which is no order.
+static int
+utCompareRoughly(int *const *a, int *const *b)
+{
+    const int distance = **a - **b;
+    return abs(distance) > 1 ? distance : 0;
+}
+
+TEST(UT_PtrArray, PoppingArrangesAnyArrayAsHeapifyDoes)
+{
+    std::mt19937 random(1);
+    for (int round = 0; round < 3000; ++round)
+    {
+        int keys[12];
+        ut_Things popped;
+        for (int &key : keys)
+        {
+            key = int(random() % 8);
+            popped.append(&key);
+        }
+        popped.setEntries(1 + unsigned(random() % std::size(keys)));
+        ut_Things sunk = popped;
+        sunk[0] = sunk[sunk.entries() - 1];
+        sunk.setEntries(sunk.entries() - 1);
+        sunk.heapify(0, utCompareRoughly);
+        popped.heapPop(utCompareRoughly);
+        ASSERT_EQ(utValues(sunk), utValues(popped)) << "round " << round;
+    }
+}
+
 // ---- Each on its own
 
 using ut_Ints = std::vector<int>;
