@@ -33,7 +33,7 @@ static_assert(sizeof(UT_Thing) == sizeof(void *));
 /// traversal.
 using UT_SymFunction = int (*)(UT_Thing &value, const char *name, void *data);
 
-// ---- One bucket
+// ---- One bucket: UT_SymList.cpp
 
 /// A linked list of names with values, ascending as strcmp() orders names.
 ///
@@ -71,6 +71,7 @@ public:
         UT_LOCAL explicit UT_Sym(const ut_Key &key);
         UT_LOCAL static void *operator new(size_t size, const ut_Key &key);
         UT_LOCAL static void operator delete(void *node, const ut_Key &key);
+        UT_LOCAL static void destroy(UT_Sym *sym);
         [[nodiscard]] UT_LOCAL ut_Tail &tail() const;
         [[nodiscard]] UT_LOCAL uint32 hash() const;
         [[nodiscard]] UT_LOCAL bool has(const ut_Key &key) const;
@@ -162,6 +163,7 @@ private:
     UT_LOCAL void link(UT_Sym *sym);
     UT_LOCAL void push(UT_Sym *sym);
     [[nodiscard]] UT_LOCAL UT_Sym *secondOrFirst() const;
+    UT_LOCAL int visit(UT_SymFunction function, void *data) const;
 
     // The pointer to the first node. On 64-bit systems its upper 16 bits, which
     // the system leaves 0 in addresses unless a program asks for others, are a
@@ -187,7 +189,7 @@ private:
 
 static_assert(sizeof(UT_SymList) == sizeof(void *));
 
-// ---- The table
+// ---- The table: UT_SymbolTable.cpp, UT_SymbolTableWalk.cpp
 
 /// A hash table from names to values.
 ///
@@ -388,7 +390,7 @@ public:
     virtual void restoreSnapshot() = 0;
 };
 
-// ---- Sizes
+// ---- Sizes: UT_SymbolTable.cpp
 
 /// The smallest table size that is greater than `size`; `size` itself when it
 /// is beyond the last but one of the list.

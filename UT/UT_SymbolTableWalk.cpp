@@ -1,0 +1,333 @@
+// The table: the order of its names, and whatever visits all of them.
+
+#include "UT_SymbolTable.h"
+
+#include "UT_AllocImpl.h"
+#include "UT_CharImpl.h"
+#include "UT_SymbolTableImpl.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <numeric>
+#include <vector>
+
+namespace
+{
+
+// Keeps the size of a table as long as it lives. An inner traversal must not
+// end the protection of the outer one, so the state before comes back.
+class ut_TraversalGuard
+{
+public:
+    explicit ut_TraversalGuard(bool &isTraversing)
+        : myIsTraversing(isTraversing), myWasTraversing(isTraversing)
+    {
+        myIsTraversing = true;
+    }
+    ~ut_TraversalGuard() { myIsTraversing = myWasTraversing; }
+    ut_TraversalGuard(const ut_TraversalGuard &) = delete;
+    ut_TraversalGuard &operator=(const ut_TraversalGuard &) = delete;
+
+private:
+    bool &myIsTraversing;
+    bool myWasTraversing;
+};
+
+} // namespace
+
+// The nodes of a table in the order that it shows.
+class UT_SymbolTable::ut_Order
+{
+public:
+    explicit ut_Order(const UT_SymbolTable &table)
+        : myIsLarge(table.isLarge()),
+          mySyms(new UT_Sym *[unsigned(table.myEntries)]),
+          myEnds(unsigned(table.myTableSize) + 1)
+    {
+        distribute(table);
+        unsigned start = 0;
+        for (const unsigned end : myEnds)
+        {
+            sort(start, end);
+            start = end;
+        }
+    }
+
+    // Number of nodes.
+    [[nodiscard]] unsigned entries() const { return myEnds.back(); }
+
+    // The nodes of a bucket, by their indices.
+    [[nodiscard]] unsigned begin(unsigned bucket) const
+    {
+        return bucket > 0 ? myEnds[bucket - 1] : 0;
+    }
+    [[nodiscard]] unsigned end(unsigned bucket) const { return myEnds[bucket]; }
+
+    // Nodes are read one after the other: one that comes later is prefetched,
+    // where the table is large.
+    UT_Sym &operator()(unsigned index) const
+    {
+        if (myIsLarge)
+            __builtin_prefetch(mySyms[std::min(index + 16, entries() - 1)]);
+        return *mySyms[index];
+    }
+
+private:
+    // Counts the nodes of each bucket, and puts them there.
+    void distribute(const UT_SymbolTable &table)
+    {
+        const unsigned sizeIndex = utSizeIndex(table.myTableSize);
+        const unsigned count = unsigned(table.myEntries);
+        const std::unique_ptr<UT_Sym *[]> syms(new UT_Sym *[count]);
+        const std::unique_ptr<unsigned[]> buckets(new unsigned[count]);
+        table.forRuns(
+            [nextSym = syms.get(), nextBucket = buckets.get(),
+             counts = myEnds.data() + 1,
+             sizeIndex](UT_Sym **run, int length) mutable
+            {
+                unsigned *const countsHere = counts; // in a register
+                for (int i = 0; i < length; ++i)
+                {
+                    const unsigned bucket =
+                        utBucketOf(run[i]->hash(), sizeIndex);
+                    nextSym[i] = run[i];
+                    nextBucket[i] = bucket;
+                    ++countsHere[bucket];
+                }
+                nextSym += length;
+                nextBucket += length;
+            });
+        std::partial_sum(myEnds.begin(), myEnds.end(), myEnds.begin());
+        // What is a start before becomes the end.
+        for (unsigned i = 0; i < count; ++i)
+            mySyms[myEnds[buckets[i]]++] = syms[i];
+    }
+
+    void sort(unsigned first, unsigned last)
+    {
+        for (unsigned i = first; i < last && myIsLarge; ++i)
+            (*this)(i);
+        // Most buckets have no more.
+        if (last - first == 2)
+        {
+            UT_Sym **const pair = mySyms.get() + first;
+            if (pair[1]->isBefore(*pair[0]))
+                std::swap(pair[0], pair[1]);
+        }
+        else if (last - first > 2)
+            std::sort(
+                mySyms.get() + first, mySyms.get() + last,
+                [](const UT_Sym *a, const UT_Sym *b)
+                { return a->isBefore(*b); });
+    }
+
+    const bool myIsLarge;
+    const std::unique_ptr<UT_Sym *[]> mySyms;
+    std::vector<unsigned> myEnds; // by bucket, and the number of nodes
+};
+
+// Puts the nodes into the buckets that the table shows.
+void
+UT_SymbolTable::settle()
+{
+    if (myIsInOrder || !myBuckets)
+        return;
+    const ut_Order order(*this);
+    auto *const buckets = utMakeBuckets(unsigned(myTableSize));
+    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
+        for (unsigned i = order.end(bucket); i > order.begin(bucket);)
+            buckets[bucket].push(&order(--i));
+    replaceBuckets(buckets, utSizeIndex(myTableSize));
+    myIsInOrder = true;
+}
+
+int
+UT_SymbolTable::traverse(UT_SymFunction function, void *data)
+{
+    int completed;
+    settle();
+    {
+        const ut_TraversalGuard guard(myTraversing);
+        completed = traverseConst(function, data);
+    }
+    adjust(UT_ADJUST_SHRINK);
+    return completed;
+}
+
+int
+UT_SymbolTable::traverseConst(UT_SymFunction function, void *data) const
+{
+    if (myIsInOrder || !function)
+        return walkBuckets(function, data);
+    const ut_Order order(*this);
+    for (unsigned i = 0; i < order.entries(); ++i)
+    {
+        UT_Sym &sym = order(i);
+        if (!function(sym.value, sym.name, data))
+            return 0;
+    }
+    return 1;
+}
+
+// A block of buckets, one for each bit of a word.
+static const unsigned theBlockLength = 8 * sizeof(uintptr_t);
+
+// The number of the lowest bit that is set.
+static inline unsigned
+utLowest(uintptr_t bits)
+{
+    return unsigned(__builtin_ctzl(bits));
+}
+
+// Which buckets of the block that begins with `start` are not empty, by bits:
+// that cannot be predicted, so no jump depends on it.
+inline uintptr_t
+UT_SymbolTable::usedBuckets(unsigned start) const
+{
+    uintptr_t used = 0;
+    for (unsigned i = std::min(start + theBlockLength, bucketCount());
+         i > start; --i)
+        used = used + used + !myBuckets[i - 1].empty();
+    return used;
+}
+
+// The first nodes of a block's buckets are prefetched a block ahead of the
+// calls for them, the second ones just before. The calls may delete names and
+// buckets, so no pointer outlives one.
+int
+UT_SymbolTable::walkBuckets(UT_SymFunction function, void *data) const
+{
+    if (!function)
+        return 1;
+    const bool prefetches = isLarge();
+    for (unsigned start = 0; start < bucketCount(); start += theBlockLength)
+    {
+        uintptr_t used = usedBuckets(start);
+        if (prefetches)
+        {
+            for (uintptr_t bits = used; bits != 0; bits &= bits - 1)
+                __builtin_prefetch(
+                    myBuckets[start + utLowest(bits)].secondOrFirst());
+            const unsigned next = start + theBlockLength;
+            for (uintptr_t bits = usedBuckets(next); bits; bits &= bits - 1)
+                __builtin_prefetch(
+                    myBuckets[next + utLowest(bits)].myFirst.get());
+        }
+        for (; used != 0; used &= used - 1)
+        {
+            const unsigned i = start + utLowest(used);
+            if (i < bucketCount() && !myBuckets[i].visit(function, data))
+                return 0;
+        }
+    }
+    return 1;
+}
+
+static int
+ut_mergeTable(UT_Thing &value, const char *name, void *data)
+{
+    static_cast<UT_SymbolTable *>(data)->addSymbol(name, value);
+    return 1;
+}
+
+void
+UT_SymbolTable::mergeTable(const UT_SymbolTable &other)
+{
+    // Adding to the table that is being walked could rehash it on the way.
+    if (&other != this)
+        other.traverseConst(ut_mergeTable, this);
+}
+
+namespace
+{
+
+struct ut_NumberedBase
+{
+    const char *base;
+    size_t length;
+    int count; // more than all numbers so far
+};
+
+} // namespace
+
+static int
+utCountNumbered(UT_Thing &, const char *name, void *data)
+{
+    auto *numbered = static_cast<ut_NumberedBase *>(data);
+    if (strncmp(name, numbered->base, numbered->length) != 0 ||
+        !utIsDigit(name[numbered->length]))
+        return 1;
+    // Deliberate: text after the number does not matter.
+    const long number = strtol(name + numbered->length, nullptr, 10);
+    if (number >= numbered->count && number < INT_MAX)
+        numbered->count = int(number) + 1;
+    return 1;
+}
+
+char *
+UT_SymbolTable::newName(const char *name) const
+{
+    if (!name)
+        return nullptr;
+    ut_NumberedBase numbered = {name, strlen(name), 1};
+    while (numbered.length > 0 && utIsDigit(name[numbered.length - 1]))
+        --numbered.length;
+    walkBuckets(utCountNumbered, &numbered);
+
+    const size_t size = numbered.length + sizeof("2147483647");
+    char *result = static_cast<char *>(utAllocate(size));
+    memcpy(result, name, numbered.length);
+    snprintf(
+        result + numbered.length, size - numbered.length, "%d", numbered.count);
+    return result;
+}
+
+void
+UT_SymbolTable::outputStats(FILE *stream) const
+{
+    int total = 0;
+    int used = 0;
+    int shortest = INT_MAX;
+    int longest = 0;
+    const ut_Order order(*this);
+    for (unsigned i = 0; i < unsigned(myTableSize); ++i)
+    {
+        const int count = int(order.end(i) - order.begin(i));
+        if (count == 0)
+            continue;
+        total += count;
+        ++used;
+        shortest = std::min(shortest, count);
+        longest = std::max(longest, count);
+    }
+    fprintf(stream, "Table size: %d\n", myTableSize);
+    fprintf(stream, "   Entries: %d\n", total);
+    if (myTableSize != 0)
+        fprintf(stream, "  Coverage: %g\n", double(used) / myTableSize);
+    fprintf(stream, "Collisions: %d\n", total - used);
+    if (used == 0)
+        return;
+    fprintf(
+        stream, "   Lengths: [%d-%d] avg: %g\n", shortest, longest,
+        double(total) / used);
+    fprintf(stream, " Deviation: %g\n", double(longest - shortest) / shortest);
+}
+
+void
+UT_SymbolTable::dumpTable(FILE *stream) const
+{
+    const ut_Order order(*this);
+    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
+    {
+        if (order.begin(bucket) < order.end(bucket))
+            fprintf(stream, "[%3u]: ", bucket);
+        for (unsigned i = order.begin(bucket); i < order.end(bucket); ++i)
+            fprintf(
+                stream, " \"%s\" = 0x%08X\n", order(i).name,
+                unsigned(order(i).value.integer));
+    }
+}
