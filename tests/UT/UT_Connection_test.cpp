@@ -28,18 +28,6 @@ TEST(UT_Connection, RepliesMayBeAsLongAsTheLimit)
     EXPECT_EQ(0, reply.length());
 }
 
-TEST(UT_Connection, ATextMayBeAPartOfALongerOne)
-{
-    Server server({Server::echo()});
-    UT_Connection connection(server.port(), "localhost");
-    UT_WorkBuffer reply;
-    EXPECT_TRUE(connection.run("]]]>", 2, reply));
-    EXPECT_STREQ(
-        "<?xml version=\"1.0\"?>\n<vscript><![CDATA[]]]]></vscript>\n",
-        reply.buffer());
-    EXPECT_TRUE(connection.run(nullptr, reply));
-}
-
 // What peers cause is in the table of UT_Wire.
 TEST(UT_Connection, FailuresHaveReasons)
 {

@@ -5,7 +5,6 @@
 
 #include "UT/UT_Error.h"
 #include "UT/UT_ErrorLog.h"
-#include "UT/UT_Exit.h"
 #include "UT/UT_IStream.h"
 #include "UT/UT_Lock.h"
 #include "UT/UT_SmallObjectAllocator.h"
@@ -86,20 +85,14 @@ TEST(UT_Fork, WorkersOfTheParentAreNotThere)
     UT_PThread idle(UT_Thread::SPIN_SLEEP);
     idle.startThread(utDoNothing, nullptr);
     idle.waitForState(UT_Thread::IDLE);
-    UT_PThread ended(UT_Thread::SPIN_NEVER);
-    ended.startThread(utDoNothing, nullptr);
-    ended.waitForState(UT_Thread::IDLE);
     ut_Stay stay;
     UT_PThread busy(UT_Thread::SPIN_SLEEP);
     stay.startIn(busy);
     const auto expectNone = [&]
     {
-        for (UT_PThread *const worker : {&idle, &ended, &busy})
+        for (UT_PThread *const worker : {&idle, &busy})
         {
-            SCOPED_TRACE(
-                worker == &idle   ? "idle"
-                : worker == &busy ? "busy"
-                                  : "ended");
+            SCOPED_TRACE(worker == &idle ? "idle" : "busy");
             worker->waitForState(UT_Thread::IDLE);
             EXPECT_EQ(UT_Thread::IDLE, worker->getState());
             EXPECT_EQ(0, worker->killIdle());
@@ -145,19 +138,9 @@ TEST(UT_Fork, AChildStartsWorkersOfItsOwn)
         EXPECT_TRUE(worker.startThread(utDoNothing, nullptr));
         worker.waitForState(UT_Thread::IDLE);
         EXPECT_TRUE(worker.isValid());
-        // And so may a child of the child.
-        EXPECT_EQ(0, utInChild([&] { EXPECT_FALSE(worker.isValid()); }));
         worker.~UT_PThread();
     };
     EXPECT_EQ(0, utInChild(startAgain));
-}
-
-TEST(UT_Fork, AChildExits)
-{
-    static UT_ThreadFarm theFarm(1); // destroyed at the exit
-    static ut_Stay theStay;
-    theStay.startIn(*theFarm.nextThread(nullptr, 1));
-    EXPECT_EQ(7, utInChild([] { UT_Exit::exit(7); }));
 }
 
 TEST(UT_Fork, PoolsAndTablesAreFreeInTheChild)
@@ -176,10 +159,6 @@ TEST(UT_Fork, PoolsAndTablesAreFreeInTheChild)
         for (int i = 0; i < 10; ++i)
             table.addSymbol(std::to_string(i).c_str(), UT_Thing(i));
         allocator.deallocate(allocator.allocate(24), 24);
-        UT_SmallObjectAllocator own(
-            /*reclaim=*/true, /*objectsPerPage=*/16, /*maxObjectSize=*/128,
-            /*threadSafe=*/true); // whose lock forks have to know
-        own.deallocate(own.allocate(24), 24);
         UT_Error error("Common", 4, "text", UT_ERROR_ERROR);
         UTgetErrorLog()->logError(&error);
     };

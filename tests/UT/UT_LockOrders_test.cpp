@@ -10,13 +10,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <condition_variable>
 #include <cstdlib>
+#include <mutex>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <semaphore.h>
 
 static const int theMostTurns = 10000; // in a run of more, all threads wait
 
@@ -28,56 +29,49 @@ namespace
 // What a thread does with the lock.
 using ut_Way = void (*)(UT_Lock &lock);
 
-struct ut_Thread
-{
-    sem_t mayGoOn;
-    bool isDone;
-};
-
 // Threads that each have a way with one lock, in one order.
-class ut_Run
+struct ut_Run
 {
-public:
-    ut_Run(bool isRecursive, size_t threads, unsigned seed)
-        : myLock(/*initiallyLocked=*/0, isRecursive), myThreads(threads),
-          myRandom(seed)
+    ut_Run(bool isRecursive, unsigned seed)
+        : lock(/*initiallyLocked=*/0, isRecursive), random(seed)
     {
     }
-
+    // Chooses who goes on.
+    void choose()
+    {
+        const std::lock_guard<std::mutex> guard(mutex);
+        isStuck |= ++turns > theMostTurns;
+        if (!ready.empty())
+            next = ready[random() % ready.size()];
+        changed.notify_all();
+    }
+    // Returns when it is the calling thread that goes on.
+    void await()
+    {
+        std::unique_lock<std::mutex> guard(mutex);
+        changed.wait(guard, [this] { return isStuck || next == theSelf; });
+    }
+    void finish()
+    {
+        {
+            const std::lock_guard<std::mutex> guard(mutex);
+            ready.erase(std::find(ready.begin(), ready.end(), theSelf));
+        }
+        choose();
+    }
     void go(const std::vector<ut_Way> &ways);
 
-    // Chooses who goes on, and returns when that is the calling thread.
-    void turn();
-
-    // What a thread does while it has the lock: it lets others try.
-    void hold()
-    {
-        isShared |= ++myHolders != 1;
-        turn();
-        --myHolders;
-    }
-
-    // Whether `address` is of the lock's word or owner, its first members, and
-    // a thread of the scenario asks.
-    bool isWatched(const void *address) const
-    {
-        const uintptr_t offset = uintptr_t(address) - uintptr_t(&myLock);
-        return theSelf >= 0 && offset < 2 * sizeof(pthread_t);
-    }
-    bool isWord(const void *address) const { return address == &myLock; }
-    [[nodiscard]] bool isDone(size_t i) const { return myThreads[i].isDone; }
-
+    UT_Lock lock;
+    std::mt19937 random;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<int> ready; // the threads that have not finished
+    int next = -1;
+    int turns = 0;
+    int holders = 0;
     bool isStuck = false;  // each thread waits for another
     bool isShared = false; // two threads had the lock at once
     bool isWeak = false;   // the lock does not order what its holders do
-    bool isKept = false;   // some thread left without freeing it
-
-private:
-    UT_Lock myLock;
-    std::vector<ut_Thread> myThreads;
-    std::mt19937 myRandom;
-    int myTurns = 0;
-    int myHolders = 0;
 };
 
 } // namespace
@@ -89,46 +83,23 @@ ut_Run::go(const std::vector<ut_Way> &ways)
 {
     theRun = this;
     std::vector<std::thread> threads;
-    for (size_t i = 0; i < ways.size(); ++i)
+    for (const ut_Way way : ways)
     {
-        sem_init(&myThreads[i].mayGoOn, 0, 0);
+        const int self = int(threads.size());
+        ready.push_back(self);
         threads.emplace_back(
-            [this, i, way = ways[i]]
+            [this, self, way]
             {
-                theSelf = int(i);
-                sem_wait(&myThreads[i].mayGoOn);
-                way(myLock);
-                myThreads[i].isDone = true;
-                turn();
+                theSelf = self;
+                await();
+                way(lock);
+                finish();
             });
     }
-    turn();
+    choose();
     for (std::thread &thread : threads)
         thread.join();
     theRun = nullptr;
-    isKept = !myLock.tryLock();
-}
-
-void
-ut_Run::turn()
-{
-    std::vector<int> ready;
-    for (size_t i = 0; i < myThreads.size(); ++i)
-        if (!myThreads[i].isDone)
-            ready.push_back(int(i));
-    if (isStuck || ready.empty())
-        return;
-    isStuck = ++myTurns > theMostTurns;
-    if (isStuck) // let all of them end
-        for (ut_Thread &thread : myThreads)
-            sem_post(&thread.mayGoOn);
-    const int next = ready[myRandom() % ready.size()];
-    if (isStuck || next == theSelf)
-        return;
-    const bool isWaiting = theSelf >= 0 && !isDone(size_t(theSelf));
-    sem_post(&myThreads[size_t(next)].mayGoOn);
-    if (isWaiting)
-        sem_wait(&myThreads[size_t(theSelf)].mayGoOn);
 }
 
 // The lock's naps, which a run has no time for.
@@ -138,23 +109,26 @@ UTnap(long /*ms*/)
     return 0;
 }
 
-// An atomic access, and the value before it. Threads take turns.
+// An atomic access, and the value before it. Threads take turns at the first
+// members of the lock, its word and its owner.
 template <class T>
 static T
 utAccess(T *address, bool isStore, T value, int order)
 {
-    const bool isWatched = theRun && theRun->isWatched(address);
-    if (isWatched)
-        theRun->turn();
-    if (isWatched && theRun->isStuck)
-        return 0; // every wait ends
+    const uintptr_t offset =
+        theRun ? uintptr_t(address) - uintptr_t(&theRun->lock) : UINTPTR_MAX;
+    if (theSelf >= 0 && offset < 2 * sizeof(pthread_t))
+    {
+        theRun->choose();
+        theRun->await();
+        if (theRun->isStuck)
+            return 0; // every wait ends
+        if (isStore && offset == 0)
+            theRun->isWeak |= order == __ATOMIC_RELAXED;
+    }
     const T before = __atomic_load_n(address, __ATOMIC_SEQ_CST);
     if (isStore)
         __atomic_store_n(address, value, __ATOMIC_SEQ_CST);
-    if (!isWatched)
-        return before;
-    if (isStore && value != before)
-        theRun->isWeak |= order == __ATOMIC_RELAXED && theRun->isWord(address);
     return before;
 }
 
@@ -193,10 +167,14 @@ extern "C"
     }
 }
 
+// What a thread does while it has the lock: it lets others try.
 static void
 utHoldAndFree(UT_Lock &lock)
 {
-    theRun->hold();
+    theRun->isShared |= ++theRun->holders != 1;
+    theRun->choose();
+    theRun->await();
+    --theRun->holders;
     lock.unlock();
 }
 
@@ -208,20 +186,12 @@ utLockBy(UT_Lock &lock)
     utHoldAndFree(lock);
 }
 
-template <bool (UT_Lock::*tryIt)(int tries)>
 static void
-utTryBy(UT_Lock &lock)
+utTry(UT_Lock &lock)
 {
-    if ((lock.*tryIt)(/*tries=*/1))
+    if (lock.lockLW(/*tries=*/1))
         utHoldAndFree(lock);
 }
-
-static const ut_Way utLock = utLockBy<&UT_Lock::lock>;
-static const ut_Way utLockLW = utLockBy<&UT_Lock::lockLW>;
-static const ut_Way utLockNap = utLockBy<&UT_Lock::lockNap>;
-static const ut_Way utTry = utTryBy<&UT_Lock::lock>;
-static const ut_Way utTryLW = utTryBy<&UT_Lock::lockLW>;
-static const ut_Way utTryNap = utTryBy<&UT_Lock::lockNap>;
 
 static void
 utLockInside(UT_Lock &lock)
@@ -229,23 +199,15 @@ utLockInside(UT_Lock &lock)
     for (int i = 0; i < 2; ++i)
     {
         lock.lock();
-        utLockLW(lock);
+        lock.lockLW();
+        utHoldAndFree(lock);
         utHoldAndFree(lock);
     }
 }
 
-static void
-utWaitForTrigger(UT_Lock &lock)
-{
-    lock.waitForTrigger();
-}
-
-static void
-utTriggerTheFirst(UT_Lock &lock)
-{
-    while (!theRun->isDone(0))
-        lock.trigger();
-}
+static const ut_Way utLock = utLockBy<&UT_Lock::lock>;
+static const ut_Way utLockLW = utLockBy<&UT_Lock::lockLW>;
+static const ut_Way utLockNap = utLockBy<&UT_Lock::lockNap>;
 
 static const struct
 {
@@ -253,12 +215,9 @@ static const struct
     bool isRecursive;
     std::vector<ut_Way> threads;
 } theScenarios[] = {
-    {"spinning",          false, {utLock, utLock, utLock}             },
-    {"waiting",           false, {utLock, utLockLW, utLockNap}        },
-    {"giving up",         false, {utTry, utTryLW, utTryNap}           },
-    {"trigger",           false, {utWaitForTrigger, utTriggerTheFirst}},
-    {"nested",            true,  {utLockInside, utLockInside}         },
-    {"nested, giving up", true,  {utLockInside, utTryNap}             },
+    {"waiting",   false, {utLock, utLockLW, utLockNap}      },
+    {"giving up", false, {utLock, utTry, utTry}             },
+    {"nested",    true,  {utLockInside, utLockInside, utTry}},
 };
 
 TEST(UT_LockOrders, OneThreadAtATimeHasTheLock)
@@ -268,15 +227,13 @@ TEST(UT_LockOrders, OneThreadAtATimeHasTheLock)
     for (const auto &row : theScenarios)
         for (unsigned seed = 0; seed < 3000; ++seed)
         {
+            ut_Run run(row.isRecursive, seed);
+            run.go(row.threads);
             SCOPED_TRACE(
                 row.name + std::string(", seed ") + std::to_string(seed));
-            ut_Run run(row.isRecursive, row.threads.size(), seed);
-            run.go(row.threads);
-            EXPECT_FALSE(run.isStuck);
-            EXPECT_FALSE(run.isShared);
-            EXPECT_FALSE(run.isWeak);
-            EXPECT_FALSE(run.isKept);
-            if (HasFailure())
-                break;
+            ASSERT_FALSE(run.isStuck);
+            ASSERT_FALSE(run.isShared);
+            ASSERT_FALSE(run.isWeak);
+            ASSERT_TRUE(run.lock.tryLock()) << "it is not free";
         }
 }
