@@ -28,9 +28,9 @@ using utElement =
 
 // ---- Storage
 
-// Bytes up to which a block is small: the allocator keeps some ready, though
-// not for calloc() and realloc(), and in 32 bits not for 1024 bytes.
-static constexpr unsigned theSmallBlock = sizeof(void *) == 8 ? 1024 : 512;
+// Bytes up to which a block is small: the C library keeps some ready, in 32
+// bits only below that, and not for calloc() and realloc().
+static constexpr unsigned theSmallBlock = 1024;
 
 // Bytes up to which blocks double. The C library always maps larger ones, which
 // then grow by moving pages instead of copying them. In 32 bits it maps from
@@ -40,11 +40,12 @@ static constexpr unsigned theSmallBlock = sizeof(void *) == 8 ? 1024 : 512;
 static constexpr unsigned theDoublingBlock =
     sizeof(void *) == 8 ? 32u << 20 : 2u << 20;
 
-// Bytes of the least block, a cache line, and of the next one; the third is
-// theSmallBlock. What allocations cost is felt where few elements are added one
-// by one.
+// Bytes of the least block, a cache line, and of the next two: what allocations
+// cost is felt where few elements are added one by one. The third is the
+// largest that the C library keeps ready.
 static constexpr unsigned theLeastBlock = 64;
 static constexpr unsigned theSecondBlock = 256;
+static constexpr unsigned theThirdBlock = sizeof(void *) == 8 ? 1024 : 512;
 
 // Slots in the block of an array, so that steps of a few slots seldom cost an
 // allocation: a power of two for most arrays, a multiple of an eighth of one
@@ -57,7 +58,7 @@ utBlockSlots(unsigned capacity)
 #if !defined(__SANITIZE_ADDRESS__)
     constexpr unsigned least = theLeastBlock / sizeof(T);
     constexpr unsigned second = theSecondBlock / sizeof(T);
-    constexpr unsigned third = theSmallBlock / sizeof(T);
+    constexpr unsigned third = theThirdBlock / sizeof(T);
     if (capacity > third)
     {
         const unsigned last = capacity - 1;

@@ -151,22 +151,26 @@ TYPED_TEST(UT_Arrays, GrowByTheRuleOfEachInsertion)
     }
 }
 
-// The size of a block follows no single formula.
+// The size of a block follows no single formula, nor does copying few elements.
 TYPED_TEST(UT_Arrays, BlocksHoldEveryCapacityThatAppendsAndConcatReach)
 {
     for (unsigned entries = 1; entries <= 600; ++entries)
-        for (const unsigned count : {0u, 1u, 8u, 17u, 33u, 64u})
+        for (const unsigned count : {0u, 1u, 5u, 8u, 9u, 17u, 33u, 64u})
         {
             TypeParam array(entries);
             array.setEntries(entries);
+            const auto added = utFilled<TypeParam>(count, count);
             if (count == 0)
                 array.append({});
             else
-                array.concat(utFilled<TypeParam>(count, count));
+                array.concat(added);
             ASSERT_LE(
                 array.capacity() * sizeof(array(0)),
                 malloc_usable_size(array.data()))
                 << count << " elements after " << entries;
+            for (unsigned i = 0; i < count; ++i)
+                ASSERT_EQ(added(i), array(entries + i))
+                    << "of " << count << " elements after " << entries;
         }
 }
 
