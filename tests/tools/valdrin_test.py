@@ -145,8 +145,7 @@ class Test(unittest.TestCase):
             ('"$@" x >&-', 1, b""),
             ('"$@" x 2>&-', 0, reply),
             ('"$@" x 2>&1 >/dev/full', 1, full),
-            # The reader leaves early; the signal for that may be ignored.
-            ('"$@" x | head -c1', 141, b"x"),
+            # The reader leaves early, and the signal for that is ignored.
             ('trap "" PIPE; "$@" x | head -c1', 1, b"x"),
         ):
             command = ["bash", "-o", "pipefail", "-c", script, "-", VALDRIN]
