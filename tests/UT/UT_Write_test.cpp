@@ -96,8 +96,8 @@ TEST(UT_Write, FloatsHaveNoMoreDigitsThanTheyNeed)
 // At lengths around those that need another field.
 TEST(UT_Write, StringsReadBackAsTheyWere)
 {
-    const std::string start("\"\\\n\0\xff", 5);
-    for (const int length : {0, 1, 5, 254, 255, 65534, 65535})
+    const std::string start("\"\"\\\n\0\xff", 6);
+    for (const int length : {0, 1, 6, 254, 255, 65534, 65535})
         for (const UT_ISTREAM_RLE_IO width :
              {UT_ISTREAM_RLE_8, UT_ISTREAM_RLE_16, UT_ISTREAM_RLE_32,
               UT_ISTREAM_RLE_64})
