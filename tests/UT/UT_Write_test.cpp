@@ -1,7 +1,9 @@
 #include "UT/UT_Write.h"
 
 #include "UT/UT_IStream.h"
+#include "UT/UT_String.h"
 #include "UT/UT_SwapBytes.h"
+#include "UT/UT_WorkBuffer.h"
 
 #include <gtest/gtest.h>
 
@@ -89,4 +91,31 @@ TEST(UT_Write, FloatsHaveNoMoreDigitsThanTheyNeed)
     std::ostringstream out;
     EXPECT_TRUE(UTawrite(out, floats, 6));
     EXPECT_EQ("-1.5 -0 0.1 7.03853069e-26 -1e999 nan\n", out.str());
+}
+
+// At lengths around those that need another field.
+TEST(UT_Write, StringsReadBackAsTheyWere)
+{
+    const std::string start("\"\"\\\n\0\xff", 6);
+    for (const int length : {0, 1, 6, 254, 255, 65534, 65535})
+        for (const UT_ISTREAM_RLE_IO width :
+             {UT_ISTREAM_RLE_8, UT_ISTREAM_RLE_16, UT_ISTREAM_RLE_32,
+              UT_ISTREAM_RLE_64})
+        {
+            SCOPED_TRACE(testing::Message() << length << " with " << width);
+            std::string bytes(start);
+            bytes.resize(size_t(length), '\\');
+            std::stringstream file;
+            UTsaveStringBinary(file, width, bytes.data(), length);
+            UTsaveStringAscii(file, bytes.data(), length);
+            UT_IStream in(file, UT_ISTREAM_BINARY);
+            UT_String text;
+            UT_WorkBuffer quoted;
+            ASSERT_TRUE(in.readBinaryString(text, width));
+            EXPECT_EQ(bytes, std::string(text.buffer(), bytes.size()));
+            ASSERT_TRUE(in.getString(quoted));
+            EXPECT_EQ(
+                bytes, std::string(quoted.buffer(), size_t(quoted.length())));
+            EXPECT_EQ(-1, in.getc());
+        }
 }

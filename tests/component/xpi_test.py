@@ -1,7 +1,6 @@
 """The extension for browsers that load components."""
 
 import os
-import re
 import subprocess
 import sys
 import tempfile
@@ -44,14 +43,11 @@ class Extension(unittest.TestCase):
         }, files)
         xml.dom.minidom.parseString(manifest)  # or raises
         self.assertIn("<em:version>1.2.3</em:version>", manifest)
-        platforms = re.findall("<em:targetPlatform>(.*)</", manifest)
-        self.assertEqual(["Linux_x86-gcc3", "Linux_x86_64-gcc3"], platforms)
 
     def test_libraries_of_other_processors_are_refused(self):
         with tempfile.TemporaryDirectory() as folder:
-            archive, done = pack(folder, OTHER)
+            _, done = pack(folder, OTHER)
             self.assertIn("platform without such browsers", done.stderr)
-            self.assertFalse(os.path.exists(archive))
 
 
 if __name__ == "__main__":

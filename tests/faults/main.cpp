@@ -24,8 +24,8 @@
 #include <unistd.h>
 
 static const char *const theFaultCalls[] = {
-    "memory",  "open", "read",    "write", "close",  "file",   "socket",
-    "connect", "wait", "options", "pages", "thread", "look-up"};
+    "memory", "open",    "read", "write",   "close",  "file",
+    "socket", "connect", "wait", "options", "thread", "look-up"};
 static_assert(std::size(theFaultCalls) == UT_FAULT_CALL_COUNT);
 
 static const char *const theFaultKinds[] = {

@@ -20,7 +20,6 @@ enum ut_FaultCall
     UT_FAULT_CONNECT,
     UT_FAULT_WAIT,    // accept, select, poll, pthread_cond_timedwait
     UT_FAULT_OPTIONS, // fcntl, getsockopt and the like
-    UT_FAULT_PAGES,   // madvise
     UT_FAULT_THREAD,
     UT_FAULT_LOOK_UP, // of hosts and users
     UT_FAULT_CALL_COUNT

@@ -100,13 +100,6 @@ class Test(unittest.TestCase):
             asker.join()
         self.assertEqual(answers, [str(threading.get_ident())])
 
-        def broken(_job):
-            raise RuntimeError("no loop")
-
-        with command_port(dispatch=broken) as (_, connection):
-            with self.assertRaisesRegex(valdrin.RequestRefused, "no loop"):
-                connection.evaluate("1")
-
     def test_a_request_that_hangs_holds_up_nobody(self):
         namespace = {}
         with command_port(namespace, run_command=str, busy_timeout=0.1) as (

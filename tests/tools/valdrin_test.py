@@ -145,8 +145,7 @@ class Test(unittest.TestCase):
             ('"$@" x >&-', 1, b""),
             ('"$@" x 2>&-', 0, reply),
             ('"$@" x 2>&1 >/dev/full', 1, full),
-            # The reader leaves early; the signal for that may be ignored.
-            ('"$@" x | head -c1', 141, b"x"),
+            # The reader leaves early, and the signal for that is ignored.
             ('trap "" PIPE; "$@" x | head -c1', 1, b"x"),
         ):
             command = ["bash", "-o", "pipefail", "-c", script, "-", VALDRIN]
@@ -295,18 +294,6 @@ class Test(unittest.TestCase):
         self.assertEqual(processors["configured"], os.sysconf("SC_NPROCESSORS_CONF"))
         self.assertEqual(processors["used"], 1)
         self.assertNotIn("SSE2", processors["features"])
-        with open("/proc/cpuinfo") as file:
-            flags = re.search(r"^flags\s*: (.*)", file.read(), re.MULTILINE)
-        known = set(flags[1].split()) if flags else set()
-        for feature, flag in (
-            ("SSE3", "pni"), ("SSE4.2", "sse4_2"), ("AVX", "avx"),
-            ("F16C", "f16c"), ("FMA", "fma"), ("LZCNT", "abm"),
-            ("BMI2", "bmi2"), ("AVX2", "avx2"), ("SHA", "sha_ni"),
-            ("AVX-512F", "avx512f"), ("AVX-512VL", "avx512vl"),
-            ("AVX-512FP16", "avx512_fp16"), ("AVX-VNNI", "avx_vnni"),
-        ):  # fmt: skip
-            listed = feature in processors["newer_features"]
-            self.assertEqual(listed, flag in known, feature)
         self.assertGreater(info["process"]["data"], 0)
         text = run(VALDRIN, "info", env=environment).stdout.decode()
         self.assertIn(", 1 to use\n", text)
