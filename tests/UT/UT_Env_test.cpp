@@ -71,13 +71,6 @@ TEST(UT_Env, NamesWithBytesFrom128OnMayNotBeFound)
         utTexts(ValdrinGetenvlist()));
 }
 
-TEST(UT_Env, ChildrenInheritTheTable)
-{
-    for (int i = 0; i < 3000; ++i)
-        ValdrinSetenv(("N" + std::to_string(i * 7 % 3000)).c_str(), "x");
-    EXPECT_EQ(0, system("test $(env | grep -c '^N[0-9]*=x$') = 3000"));
-}
-
 TEST(UT_Env, MissingDirectoriesAreMade)
 {
     const ut_TempDir dir;

@@ -85,14 +85,20 @@ TEST(UT_Fork, WorkersOfTheParentAreNotThere)
     UT_PThread idle(UT_Thread::SPIN_SLEEP);
     idle.startThread(utDoNothing, nullptr);
     idle.waitForState(UT_Thread::IDLE);
+    UT_PThread ended(UT_Thread::SPIN_NEVER);
+    ended.startThread(utDoNothing, nullptr);
+    ended.waitForState(UT_Thread::IDLE);
     ut_Stay stay;
     UT_PThread busy(UT_Thread::SPIN_SLEEP);
     stay.startIn(busy);
     const auto expectNone = [&]
     {
-        for (UT_PThread *const worker : {&idle, &busy})
+        for (UT_PThread *const worker : {&idle, &ended, &busy})
         {
-            SCOPED_TRACE(worker == &idle ? "idle" : "busy");
+            SCOPED_TRACE(
+                worker == &idle   ? "idle"
+                : worker == &busy ? "busy"
+                                  : "ended");
             worker->waitForState(UT_Thread::IDLE);
             EXPECT_EQ(UT_Thread::IDLE, worker->getState());
             EXPECT_EQ(0, worker->killIdle());

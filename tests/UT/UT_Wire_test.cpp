@@ -1,8 +1,6 @@
-// Peers of all kinds, and what each way to send a request gets from them, also
-// while signals interrupt it.
+// Peers of all kinds, and what each way to send a request gets from them.
 
 #include "ut_LoopbackServer.h"
-#include "ut_SignalStorm.h"
 
 #include "UT/UT_Connection.h"
 #include "UT/UT_NetSocket.h"
@@ -12,7 +10,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -103,16 +100,14 @@ utReaders()
 
 // They leave a request unread that is longer than the buffers of both ends.
 static std::vector<ut_Peer>
-utNonReaders(bool hasSignals)
+utNonReaders()
 {
     const Server::Script silent = {};
     const Server::Script early = {utSay("early|")};
     const Server::Script refuses = {Server::reset()};
-    // A signal ends the write of a blocking exchange.
-    const std::string onSignal = hasSignals ? "(false)" : "";
     return {
-        {"is silent",     silent,  onSignal,  "(false)", "(timed out)", 100},
-        {"replies early", early,   onSignal,  "(false)", "early",       0  },
+        {"is silent",     silent,  "",        "(false)", "(timed out)", 100},
+        {"replies early", early,   "",        "(false)", "early",       0  },
         {"refuses",       refuses, "(false)", "(false)", "(closed)",    0  },
     };
 }
@@ -202,21 +197,10 @@ utMeet(
         }
 }
 
-// The parameter: whether signals come all the time.
-class UT_Wire : public testing::TestWithParam<bool>
-{
-    const std::unique_ptr<ut_SignalStorm> myStorm{
-        GetParam() ? std::make_unique<ut_SignalStorm>() : nullptr};
-};
-
-INSTANTIATE_TEST_SUITE_P(
-    , UT_Wire, testing::Bool(),
-    [](const auto &storm) { return storm.param ? "Signals" : "Calm"; });
-
-TEST_P(UT_Wire, PeersDecideWhatCallersGet)
+TEST(UT_Wire, PeersDecideWhatCallersGet)
 {
     const int lowestFree = ut_TestDescriptor(::dup(0)).get();
     utMeet(utReaders(), "do \xe9\n", /*isRead=*/true);
-    utMeet(utNonReaders(GetParam()), std::string(64 << 20, 'x'), false);
+    utMeet(utNonReaders(), std::string(64 << 20, 'x'), false);
     EXPECT_EQ(lowestFree, ut_TestDescriptor(::dup(0)).get()); // none is left
 }
