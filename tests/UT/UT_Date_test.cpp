@@ -56,6 +56,12 @@ TEST(UT_Date, FieldsOutOfRangeStayText)
         utFormat("%y %Y %C %b %m %e %I %u", t));
     t.tm_mday = -1;
     EXPECT_EQ("1 -1", utFormat("%e", t));
+    // One byte of room for an abbreviation and for a day.
+    const std::string nearly(510, 'x');
+    for (const char *const end : {"%a", "%e"})
+        EXPECT_EQ(
+            "1 " + nearly + utFormat(end, t)[2],
+            utFormat((nearly + end).c_str(), t));
 }
 
 TEST(UT_Date, AgreesWithStrftimeInAnyZone)
