@@ -1,6 +1,7 @@
 #include "UT_FloatArray.h"
 
 #include "UT_ArrayImpl.h"
+#include "UT_ArraySearchImpl.h"
 #include "UT_QuickSort.h"
 
 #include "VM/VM_Math.h"

@@ -1,6 +1,8 @@
 #include "UT_IntArray.h"
 
 #include "UT_ArrayImpl.h"
+#include "UT_ArraySearchImpl.h"
+#include "UT_ArraySetImpl.h"
 #include "UT_QuickSort.h"
 
 #include <cstdio>

@@ -1,6 +1,8 @@
 #include "UT_PtrArray.h"
 
 #include "UT_ArrayImpl.h"
+#include "UT_ArraySearchImpl.h"
+#include "UT_ArraySetImpl.h"
 
 #include <climits>
 
