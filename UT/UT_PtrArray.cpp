@@ -347,12 +347,13 @@ UT_PtrArrayRaw::heapPush(void *pointer, Compare compare)
 static const size_t theLongHeap = 1 << 15;
 
 // Lets `pointer` sink from the root, with the arrangement of heapify(): two
-// comparisons for each level. Of the children the greater one is chosen first,
-// without a jump, which would go either way; whether it rises is then a jump
-// that goes the same way down to the last levels. In a heap the greater
-// children could rise all the way and the pointer climb from there, for one
-// comparison each; but nothing shows that an array is a heap without the other
-// one, and the arrangement of one that is not would differ.
+// comparisons for each level, and one more where it stays. Of the children the
+// greater one is chosen first, without a jump, which would go either way;
+// whether it rises is then a jump that goes the same way down to the last
+// levels. In a heap the greater children could rise all the way and the pointer
+// climb from there, for one comparison each; but nothing shows that an array is
+// a heap without the other one, and the arrangement of one that is not would
+// differ.
 //
 // The comparator usually reads what the pointers point to. In a long array that
 // is far away: what both children's children point to is fetched meanwhile,
