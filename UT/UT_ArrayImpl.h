@@ -14,14 +14,9 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <type_traits>
 #include <utility>
-
-#ifdef __SSE2__
-#include <immintrin.h>
-#endif
 
 template <class Array>
 using utElement =
