@@ -10,6 +10,7 @@
 #include "SYS/SYS_Types.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #ifdef __SSE2__
