@@ -40,19 +40,6 @@ TEST(UT_Env, NullsAndTextsWithoutAValueAreLeftOut)
     EXPECT_STREQ("c", ValdrinGetenv("A=b"));
 }
 
-TEST(UT_Env, OfTwoEntriesWithANameBothStay)
-{
-    char first[] = "A=1";
-    char second[] = "A=2";
-    char *array[] = {second, first, nullptr};
-    environ = array;
-    ValdrinSetenv("A", "4");
-    EXPECT_EQ((ut_Strings{"A=4", "A=2"}), utTexts(ValdrinGetenvlist()));
-    ValdrinUnsetenv("A");
-    EXPECT_STREQ("2", ValdrinGetenv("A"));
-    EXPECT_STREQ("1", &first[2]) << "the text of others is written to";
-}
-
 // Deliberate: the table is sorted by unsigned bytes, and searched by signed
 // ones.
 TEST(UT_Env, NamesWithBytesFrom128OnMayNotBeFound)

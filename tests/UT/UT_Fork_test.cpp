@@ -104,6 +104,10 @@ TEST(UT_Fork, WorkersOfTheParentAreNotThere)
             EXPECT_EQ(0, worker->killIdle());
             EXPECT_EQ(0, worker->killThread());
             EXPECT_EQ(0, worker->waitThread(1));
+#ifndef __SANITIZE_THREAD__ // which lets a child have no threads
+            EXPECT_TRUE(worker->startThread(utDoNothing, nullptr));
+            worker->waitForState(UT_Thread::IDLE);
+#endif
             worker->~UT_PThread();
         }
     };
@@ -131,24 +135,6 @@ TEST(UT_Fork, GroupsOfTheParentHaveNothingToWaitFor)
     EXPECT_EQ(nullptr, farm->nextThread(nullptr, 0));
 }
 
-TEST(UT_Fork, AChildStartsWorkersOfItsOwn)
-{
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "this checker lets a child have no threads";
-#endif
-    UT_PThread worker(UT_Thread::SPIN_SLEEP);
-    ut_Stay stay;
-    stay.startIn(worker);
-    const auto startAgain = [&]
-    {
-        EXPECT_TRUE(worker.startThread(utDoNothing, nullptr));
-        worker.waitForState(UT_Thread::IDLE);
-        EXPECT_TRUE(worker.isValid());
-        worker.~UT_PThread();
-    };
-    EXPECT_EQ(0, utInChild(startAgain));
-}
-
 TEST(UT_Fork, PoolsAndTablesAreFreeInTheChild)
 {
 #ifdef __SANITIZE_ADDRESS__
@@ -159,31 +145,30 @@ TEST(UT_Fork, PoolsAndTablesAreFreeInTheChild)
     UT_SmallObjectAllocator allocator(
         /*reclaim=*/true, /*objectsPerPage=*/16, /*maxObjectSize=*/128,
         /*threadSafe=*/true);
-    const auto useAll = [&]
+    const auto usePools = [&]
     {
         UT_SymbolTable table;
         for (int i = 0; i < 10; ++i)
             table.addSymbol(std::to_string(i).c_str(), UT_Thing(i));
         allocator.deallocate(allocator.allocate(24), 24);
+    };
+    const auto logAnError = []
+    {
         UT_Error error("Common", 4, "text", UT_ERROR_ERROR);
         UTgetErrorLog()->logError(&error);
     };
     std::atomic<bool> isOver(false);
-    const auto useUntilOver = [&]
+    const auto repeat = [&isOver](const auto &use)
     {
         while (!isOver)
-        {
-            useAll();
-            // A thread that is new has no index yet.
-            std::thread(UT_Thread::getMySequentialThreadIndex).join();
-        }
+            use();
     };
-    std::thread first(useUntilOver);
-    std::thread second(useUntilOver);
+    std::thread first([&] { repeat(usePools); });
+    std::thread second([&] { repeat(logAnError); });
     const auto useInChild = [&]
     {
-        useAll();
-        UT_Thread::getMySequentialThreadIndex();
+        usePools();
+        logAnError();
     };
     int status = 0;
     for (int child = 0; status == 0 && child < 200; ++child)

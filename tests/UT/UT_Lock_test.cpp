@@ -1,7 +1,5 @@
 #include "UT/UT_Lock.h"
 
-#include "UT/UT_Thread.h"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -78,21 +76,4 @@ TEST(UT_Lock, ATriggerEndsTheWait)
     EXPECT_NE(std::future_status::ready, wait.wait_for(20ms));
     while (wait.wait_for(1ms) != std::future_status::ready)
         lock.trigger();
-}
-
-TEST(UT_Lock, AKilledThreadLeavesATriggerFree)
-{
-    UT_Lock lock;
-    const auto waitForTrigger = [](void *data) -> void *
-    {
-        static_cast<UT_Lock *>(data)->waitForTrigger();
-        return nullptr;
-    };
-    {
-        UT_PThread worker(UT_Thread::SPIN_NEVER);
-        worker.startThread(waitForTrigger, &lock);
-        while (lock.collisions() == 0) // until it waits
-            std::this_thread::yield();
-    }
-    EXPECT_TRUE(lock.tryLock());
 }
