@@ -73,10 +73,6 @@ utBucketOf(uint32 hash, unsigned sizeIndex)
 
 // ---- Buckets
 
-// An array of empty lists. Freeing it does not destroy them.
-UT_SymList *utMakeBuckets(unsigned count);
-void utFreeBuckets(UT_SymList *buckets, unsigned count);
-
 inline unsigned
 UT_SymbolTable::bucketCount() const
 {

@@ -60,13 +60,6 @@ public:
     // Number of nodes.
     [[nodiscard]] unsigned entries() const { return myEnds.back(); }
 
-    // The nodes of a bucket, by their indices.
-    [[nodiscard]] unsigned begin(unsigned bucket) const
-    {
-        return bucket > 0 ? myEnds[bucket - 1] : 0;
-    }
-    [[nodiscard]] unsigned end(unsigned bucket) const { return myEnds[bucket]; }
-
     // Nodes are read one after the other: one that comes later is prefetched,
     // where the table is large.
     UT_Sym &operator()(unsigned index) const
@@ -136,12 +129,7 @@ UT_SymbolTable::settle()
 {
     if (myIsInOrder || !myBuckets)
         return;
-    const ut_Order order(*this);
-    auto *const buckets = utMakeBuckets(unsigned(myTableSize));
-    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
-        for (unsigned i = order.end(bucket); i > order.begin(bucket);)
-            buckets[bucket].push(&order(--i));
-    replaceBuckets(buckets, utSizeIndex(myTableSize));
+    rehash(utSizeIndex(myTableSize), /*sorts=*/true);
     myIsInOrder = true;
 }
 
@@ -293,10 +281,15 @@ UT_SymbolTable::outputStats(FILE *stream) const
     int used = 0;
     int shortest = INT_MAX;
     int longest = 0;
-    const ut_Order order(*this);
-    for (unsigned i = 0; i < unsigned(myTableSize); ++i)
+    std::vector<int> lengths((unsigned(myTableSize)));
+    forRuns(
+        [&lengths, index = utSizeIndex(myTableSize)](UT_Sym **syms, int count)
+        {
+            for (int i = 0; i < count; ++i)
+                ++lengths[utBucketOf(syms[i]->hash(), index)];
+        });
+    for (const int count : lengths)
     {
-        const int count = int(order.end(i) - order.begin(i));
         if (count == 0)
             continue;
         total += count;
@@ -317,17 +310,33 @@ UT_SymbolTable::outputStats(FILE *stream) const
     fprintf(stream, " Deviation: %g\n", double(longest - shortest) / shortest);
 }
 
+namespace
+{
+
+struct ut_Dump
+{
+    FILE *stream;
+    unsigned tableSize;
+    unsigned bucket; // of the last name; none has UINT_MAX
+};
+
+} // namespace
+
+static int
+utDump(UT_Thing &value, const char *name, void *data)
+{
+    auto *dump = static_cast<ut_Dump *>(data);
+    const unsigned bucket = UT_SymbolTable::hash(name) % dump->tableSize;
+    if (bucket != dump->bucket)
+        fprintf(dump->stream, "[%3u]: ", bucket);
+    dump->bucket = bucket;
+    fprintf(dump->stream, " \"%s\" = 0x%08X\n", name, unsigned(value.integer));
+    return 1;
+}
+
 void
 UT_SymbolTable::dumpTable(FILE *stream) const
 {
-    const ut_Order order(*this);
-    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
-    {
-        if (order.begin(bucket) < order.end(bucket))
-            fprintf(stream, "[%3u]: ", bucket);
-        for (unsigned i = order.begin(bucket); i < order.end(bucket); ++i)
-            fprintf(
-                stream, " \"%s\" = 0x%08X\n", order(i).name,
-                unsigned(order(i).value.integer));
-    }
+    ut_Dump dump = {stream, unsigned(myTableSize), UINT_MAX};
+    traverseConst(utDump, &dump);
 }
