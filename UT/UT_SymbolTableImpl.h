@@ -84,7 +84,7 @@ UT_SymbolTable::bucketCount() const
 inline bool
 UT_SymbolTable::isLarge() const
 {
-    return myEntries >= 200000;
+    return myEntries >= 20000;
 }
 
 // Nodes that are visited together.

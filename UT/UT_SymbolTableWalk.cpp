@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -49,12 +50,6 @@ public:
           myEnds(unsigned(table.myTableSize) + 1)
     {
         distribute(table);
-        unsigned start = 0;
-        for (const unsigned end : myEnds)
-        {
-            sort(start, end);
-            start = end;
-        }
     }
 
     // Number of nodes.
@@ -70,27 +65,34 @@ public:
     }
 
 private:
-    // Counts the nodes of each bucket, and puts them there.
+    // Counts the nodes of each bucket, puts them there, and sorts those that
+    // are not alone. Which buckets have several cannot be predicted, so they
+    // are listed without a jump.
     void distribute(const UT_SymbolTable &table)
     {
         const unsigned sizeIndex = utSizeIndex(table.myTableSize);
         const unsigned count = unsigned(table.myEntries);
         const std::unique_ptr<UT_Sym *[]> syms(new UT_Sym *[count]);
         const std::unique_ptr<unsigned[]> buckets(new unsigned[count]);
+        const std::unique_ptr<unsigned[]> several(new unsigned[count / 2 + 1]);
+        unsigned *severalEnd = several.get();
         table.forRuns(
-            [nextSym = syms.get(), nextBucket = buckets.get(),
+            [&severalEnd, nextSym = syms.get(), nextBucket = buckets.get(),
              counts = myEnds.data() + 1,
              sizeIndex](UT_Sym **run, int length) mutable
             {
-                unsigned *const countsHere = counts; // in a register
+                unsigned *const countsHere = counts; // in registers
+                unsigned *severalHere = severalEnd;
                 for (int i = 0; i < length; ++i)
                 {
                     const unsigned bucket =
                         utBucketOf(run[i]->hash(), sizeIndex);
                     nextSym[i] = run[i];
                     nextBucket[i] = bucket;
-                    ++countsHere[bucket];
+                    *severalHere = bucket;
+                    severalHere += ++countsHere[bucket] == 2;
                 }
+                severalEnd = severalHere;
                 nextSym += length;
                 nextBucket += length;
             });
@@ -98,12 +100,31 @@ private:
         // What is a start before becomes the end.
         for (unsigned i = 0; i < count; ++i)
             mySyms[myEnds[buckets[i]]++] = syms[i];
+        sort(several.get(), severalEnd);
     }
 
+    // Sorts the nodes of some buckets, in runs that are prefetched where the
+    // table is large.
+    void sort(const unsigned *bucket, const unsigned *end)
+    {
+        while (bucket < end)
+        {
+            const unsigned *const runEnd =
+                bucket + std::min<ptrdiff_t>(end - bucket, theRunLength);
+            for (const unsigned *i = bucket; i < runEnd && myIsLarge; ++i)
+            {
+                UT_Sym **const last = mySyms.get() + myEnds[*i];
+                __builtin_prefetch(last[-1]);
+                __builtin_prefetch(last[-2]);
+            }
+            for (; bucket < runEnd; ++bucket)
+                sort(*bucket > 0 ? myEnds[*bucket - 1] : 0, myEnds[*bucket]);
+        }
+    }
+
+    // Sorts several nodes, by their indices.
     void sort(unsigned first, unsigned last)
     {
-        for (unsigned i = first; i < last && myIsLarge; ++i)
-            (*this)(i);
         // Most buckets have no more.
         if (last - first == 2)
         {
@@ -111,7 +132,7 @@ private:
             if (pair[1]->isBefore(*pair[0]))
                 std::swap(pair[0], pair[1]);
         }
-        else if (last - first > 2)
+        else
             std::sort(
                 mySyms.get() + first, mySyms.get() + last,
                 [](const UT_Sym *a, const UT_Sym *b)
