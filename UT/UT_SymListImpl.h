@@ -164,14 +164,6 @@ struct UT_SymList::UT_Sym::ut_Tail
         memset(text, 0, sizeof(uint64));
         return key.copyTo(text);
     }
-
-    // The first bytes of a short name, as a number that orders as they do.
-    [[nodiscard]] uint64 start() const
-    {
-        uint64 bytes;
-        memcpy(&bytes, text, sizeof(bytes));
-        return be64toh(bytes);
-    }
 };
 
 inline UT_SymList::UT_Sym::ut_Tail &
@@ -257,18 +249,21 @@ UT_SymList::UT_Sym::has(const ut_Key &key) const
     return strcmp(name, key.name) == 0;
 }
 
-// In the order of strcmp(). The first bytes of short names nearly always
-// decide.
+// The first bytes of the name, as a number that orders as they do.
+inline uint64
+UT_SymList::UT_Sym::start() const
+{
+    uint64 bytes;
+    memcpy(&bytes, name, sizeof(bytes));
+    return be64toh(bytes);
+}
+
+// In the order of strcmp(). The first bytes nearly always decide.
 inline bool
 UT_SymList::UT_Sym::isBefore(const UT_Sym &other) const
 {
-    if (tail().size > 0 && other.tail().size > 0)
-    {
-        const uint64 start = tail().start();
-        const uint64 otherStart = other.tail().start();
-        if (start != otherStart)
-            return start < otherStart;
-    }
+    if (start() != other.start())
+        return start() < other.start();
     return strcmp(name, other.name) < 0;
 }
 

@@ -53,7 +53,7 @@ utMap(size_t bytes)
     return pages;
 }
 
-UT_SymList *
+static UT_SymList *
 utMakeBuckets(unsigned count)
 {
     size_t bytes;
@@ -67,7 +67,8 @@ utMakeBuckets(unsigned count)
     return buckets;
 }
 
-void
+// Does not destroy the lists.
+static void
 utFreeBuckets(UT_SymList *buckets, unsigned count)
 {
     const size_t bytes = count * sizeof(UT_SymList);
@@ -243,13 +244,13 @@ UT_SymbolTable::resize(int tableSize)
 {
     const unsigned index = utSizeIndex(tableSize);
     if (!myBuckets || index > mySizeIndex || index + 2 * theLead < mySizeIndex)
-        rehash(std::min(index + theLead, theSizeCount - 1));
+        rehash(std::min(index + theLead, theSizeCount - 1), /*sorts=*/false);
     myTableSize = tableSize;
     myIsInOrder = false;
 }
 
 void
-UT_SymbolTable::rehash(unsigned sizeIndex)
+UT_SymbolTable::rehash(unsigned sizeIndex, bool sorts)
 {
     auto *const buckets = utMakeBuckets(unsigned(utTableSizes[sizeIndex]));
     forRuns(
@@ -262,16 +263,13 @@ UT_SymbolTable::rehash(unsigned sizeIndex)
                 __builtin_prefetch(targets[i]);
             }
             for (int i = 0; i < count; ++i)
-                targets[i]->push(syms[i]);
+                if (sorts)
+                    targets[i]->link(syms[i]);
+                else
+                    targets[i]->push(syms[i]);
         });
-    replaceBuckets(buckets, sizeIndex);
-}
-
-// The nodes are in the new lists; the old ones still point at some, so they are
-// not destroyed.
-void
-UT_SymbolTable::replaceBuckets(UT_SymList *buckets, unsigned sizeIndex)
-{
+    // The nodes are in the new lists; the old ones still point at some, so they
+    // are not destroyed.
     utFreeBuckets(myBuckets, bucketCount());
     myBuckets = buckets;
     mySizeIndex = uint8(sizeIndex);

@@ -75,6 +75,7 @@ public:
         [[nodiscard]] UT_LOCAL ut_Tail &tail() const;
         [[nodiscard]] UT_LOCAL uint32 hash() const;
         [[nodiscard]] UT_LOCAL bool has(const ut_Key &key) const;
+        [[nodiscard]] UT_LOCAL uint64 start() const;
         [[nodiscard]] UT_LOCAL bool isBefore(const UT_Sym &other) const;
     };
 
@@ -356,8 +357,7 @@ private:
     UT_LOCAL void settle();
     UT_LOCAL void adjust(UT_AdjustType type);
     UT_LOCAL void resize(int tableSize);
-    UT_LOCAL void rehash(unsigned sizeIndex);
-    UT_LOCAL void replaceBuckets(UT_SymList *buckets, unsigned sizeIndex);
+    UT_LOCAL void rehash(unsigned sizeIndex, bool sorts);
 
     // Programs derive from tables: order and size stay.
     UT_SymList *myBuckets; // null until the first insertion

@@ -73,10 +73,6 @@ utBucketOf(uint32 hash, unsigned sizeIndex)
 
 // ---- Buckets
 
-// An array of empty lists. Freeing it does not destroy them.
-UT_SymList *utMakeBuckets(unsigned count);
-void utFreeBuckets(UT_SymList *buckets, unsigned count);
-
 inline unsigned
 UT_SymbolTable::bucketCount() const
 {
@@ -88,7 +84,7 @@ UT_SymbolTable::bucketCount() const
 inline bool
 UT_SymbolTable::isLarge() const
 {
-    return myEntries >= 200000;
+    return myEntries >= 20000;
 }
 
 // Nodes that are visited together.

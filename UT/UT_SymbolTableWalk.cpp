@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -49,23 +50,10 @@ public:
           myEnds(unsigned(table.myTableSize) + 1)
     {
         distribute(table);
-        unsigned start = 0;
-        for (const unsigned end : myEnds)
-        {
-            sort(start, end);
-            start = end;
-        }
     }
 
     // Number of nodes.
     [[nodiscard]] unsigned entries() const { return myEnds.back(); }
-
-    // The nodes of a bucket, by their indices.
-    [[nodiscard]] unsigned begin(unsigned bucket) const
-    {
-        return bucket > 0 ? myEnds[bucket - 1] : 0;
-    }
-    [[nodiscard]] unsigned end(unsigned bucket) const { return myEnds[bucket]; }
 
     // Nodes are read one after the other: one that comes later is prefetched,
     // where the table is large.
@@ -77,27 +65,34 @@ public:
     }
 
 private:
-    // Counts the nodes of each bucket, and puts them there.
+    // Counts the nodes of each bucket, puts them there, and sorts those that
+    // are not alone. Which buckets have several cannot be predicted, so they
+    // are listed without a jump.
     void distribute(const UT_SymbolTable &table)
     {
         const unsigned sizeIndex = utSizeIndex(table.myTableSize);
         const unsigned count = unsigned(table.myEntries);
         const std::unique_ptr<UT_Sym *[]> syms(new UT_Sym *[count]);
         const std::unique_ptr<unsigned[]> buckets(new unsigned[count]);
+        const std::unique_ptr<unsigned[]> several(new unsigned[count / 2 + 1]);
+        unsigned *severalEnd = several.get();
         table.forRuns(
-            [nextSym = syms.get(), nextBucket = buckets.get(),
+            [&severalEnd, nextSym = syms.get(), nextBucket = buckets.get(),
              counts = myEnds.data() + 1,
              sizeIndex](UT_Sym **run, int length) mutable
             {
-                unsigned *const countsHere = counts; // in a register
+                unsigned *const countsHere = counts; // in registers
+                unsigned *severalHere = severalEnd;
                 for (int i = 0; i < length; ++i)
                 {
                     const unsigned bucket =
                         utBucketOf(run[i]->hash(), sizeIndex);
                     nextSym[i] = run[i];
                     nextBucket[i] = bucket;
-                    ++countsHere[bucket];
+                    *severalHere = bucket;
+                    severalHere += ++countsHere[bucket] == 2;
                 }
+                severalEnd = severalHere;
                 nextSym += length;
                 nextBucket += length;
             });
@@ -105,12 +100,31 @@ private:
         // What is a start before becomes the end.
         for (unsigned i = 0; i < count; ++i)
             mySyms[myEnds[buckets[i]]++] = syms[i];
+        sort(several.get(), severalEnd);
     }
 
+    // Sorts the nodes of some buckets, in runs that are prefetched where the
+    // table is large.
+    void sort(const unsigned *bucket, const unsigned *end)
+    {
+        while (bucket < end)
+        {
+            const unsigned *const runEnd =
+                bucket + std::min<ptrdiff_t>(end - bucket, theRunLength);
+            for (const unsigned *i = bucket; i < runEnd && myIsLarge; ++i)
+            {
+                UT_Sym **const last = mySyms.get() + myEnds[*i];
+                __builtin_prefetch(last[-1]);
+                __builtin_prefetch(last[-2]);
+            }
+            for (; bucket < runEnd; ++bucket)
+                sort(*bucket > 0 ? myEnds[*bucket - 1] : 0, myEnds[*bucket]);
+        }
+    }
+
+    // Sorts several nodes, by their indices.
     void sort(unsigned first, unsigned last)
     {
-        for (unsigned i = first; i < last && myIsLarge; ++i)
-            (*this)(i);
         // Most buckets have no more.
         if (last - first == 2)
         {
@@ -118,7 +132,7 @@ private:
             if (pair[1]->isBefore(*pair[0]))
                 std::swap(pair[0], pair[1]);
         }
-        else if (last - first > 2)
+        else
             std::sort(
                 mySyms.get() + first, mySyms.get() + last,
                 [](const UT_Sym *a, const UT_Sym *b)
@@ -136,12 +150,7 @@ UT_SymbolTable::settle()
 {
     if (myIsInOrder || !myBuckets)
         return;
-    const ut_Order order(*this);
-    auto *const buckets = utMakeBuckets(unsigned(myTableSize));
-    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
-        for (unsigned i = order.end(bucket); i > order.begin(bucket);)
-            buckets[bucket].push(&order(--i));
-    replaceBuckets(buckets, utSizeIndex(myTableSize));
+    rehash(utSizeIndex(myTableSize), /*sorts=*/true);
     myIsInOrder = true;
 }
 
@@ -293,10 +302,15 @@ UT_SymbolTable::outputStats(FILE *stream) const
     int used = 0;
     int shortest = INT_MAX;
     int longest = 0;
-    const ut_Order order(*this);
-    for (unsigned i = 0; i < unsigned(myTableSize); ++i)
+    std::vector<int> lengths((unsigned(myTableSize)));
+    forRuns(
+        [&lengths, index = utSizeIndex(myTableSize)](UT_Sym **syms, int count)
+        {
+            for (int i = 0; i < count; ++i)
+                ++lengths[utBucketOf(syms[i]->hash(), index)];
+        });
+    for (const int count : lengths)
     {
-        const int count = int(order.end(i) - order.begin(i));
         if (count == 0)
             continue;
         total += count;
@@ -317,17 +331,33 @@ UT_SymbolTable::outputStats(FILE *stream) const
     fprintf(stream, " Deviation: %g\n", double(longest - shortest) / shortest);
 }
 
+namespace
+{
+
+struct ut_Dump
+{
+    FILE *stream;
+    unsigned tableSize;
+    unsigned bucket; // of the last name; none has UINT_MAX
+};
+
+} // namespace
+
+static int
+utDump(UT_Thing &value, const char *name, void *data)
+{
+    auto *dump = static_cast<ut_Dump *>(data);
+    const unsigned bucket = UT_SymbolTable::hash(name) % dump->tableSize;
+    if (bucket != dump->bucket)
+        fprintf(dump->stream, "[%3u]: ", bucket);
+    dump->bucket = bucket;
+    fprintf(dump->stream, " \"%s\" = 0x%08X\n", name, unsigned(value.integer));
+    return 1;
+}
+
 void
 UT_SymbolTable::dumpTable(FILE *stream) const
 {
-    const ut_Order order(*this);
-    for (unsigned bucket = 0; bucket < unsigned(myTableSize); ++bucket)
-    {
-        if (order.begin(bucket) < order.end(bucket))
-            fprintf(stream, "[%3u]: ", bucket);
-        for (unsigned i = order.begin(bucket); i < order.end(bucket); ++i)
-            fprintf(
-                stream, " \"%s\" = 0x%08X\n", order(i).name,
-                unsigned(order(i).value.integer));
-    }
+    ut_Dump dump = {stream, unsigned(myTableSize), UINT_MAX};
+    traverseConst(utDump, &dump);
 }
