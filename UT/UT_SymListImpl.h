@@ -358,6 +358,7 @@ UT_SymList::remove(const ut_Key &key)
     }
     return sym;
 }
+
 inline void
 UT_SymList::link(UT_Sym *sym)
 {
@@ -379,6 +380,7 @@ UT_SymList::push(UT_Sym *sym)
     myFirst.set(sym);
     myFirst.add(sym->hash());
 }
+
 // Fetches the next node before the call, which may delete the one it is for.
 inline int
 UT_SymList::visit(UT_SymFunction function, void *data) const
