@@ -610,7 +610,8 @@ TEST(UT_FloatArray, ComparisonWithoutAComparatorIsExact)
     // Short and long arrays are searched in different ways.
     for (const unsigned count : {3u, 10u, 70u})
     {
-        array.setEntries(count);
+        while (array.entries() < count)
+            array.append(NAN);
         EXPECT_EQ(2, array.find(0.0f)) << count;
         EXPECT_EQ(-1, array.find(NAN)) << count;
     }
