@@ -158,13 +158,6 @@ UT_WorkBuffer::write(int index, char byte)
         return;
     if (index >= myLength)
     {
-        const bool hasRoom = index < myAllocatedSize - 1;
-        if (!byte && hasRoom && !myLockCount)
-        {
-            myBuffer[index] = '\0';
-            myLength = index;
-            return;
-        }
         if (myLockCount || index == INT_MAX ||
             !growTo(index + 1, myAllocatedSize))
             return;

@@ -214,3 +214,13 @@ TEST(UT_WorkBuffer, CopiesEndAtANulOrAtTheirSize)
     buffer.copyIntoString(bytes, 5);
     EXPECT_EQ(0, memcmp("ok\0m\0-----", bytes, 10));
 }
+
+TEST(UT_WorkBuffer, ANulWrittenPastTheEndIsFollowedByOne)
+{
+    UT_WorkBuffer buffer;
+    memset(buffer.lock(0, 8), 'z', 8);
+    buffer.release(0);
+    buffer.write(2, '\0');
+    buffer.write(5, 'X');
+    EXPECT_EQ(std::string("zz\0\0zX", 6), utText(buffer));
+}
