@@ -32,7 +32,7 @@ UT_API int msgctl(int id, int command);
 UT_API int gettimeofday(timeval *tv);
 
 /// Writes the local time at `*clock`, in seconds since 1970, to `buf` as
-/// asctime() does but without its newline ("Thu Jan 1 00:00:00 1970"), and
+/// asctime() does but without its newline ("Thu Jan  1 00:00:00 1970"), and
 /// returns `buf`. That takes 25 bytes, the NUL included, and one more for each
 /// character of the year after the fourth: 32 at most. A time whose year does
 /// not fit in an int gives "". `format` is ignored. Thread-safe.
