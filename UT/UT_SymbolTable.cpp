@@ -104,7 +104,11 @@ UT_SymbolTable::findOrCreate(const char *name, int &created)
     {
         sym = new (key) UT_Sym(key);
         if (myIsInOrder)
+        {
             bucket.link(sym);
+            if (myTraversing != UT_TRAVERSING_NOT)
+                myTraversing = UT_TRAVERSING_INSERTS;
+        }
         else
             bucket.push(sym);
         ++myEntries;
@@ -218,7 +222,7 @@ UT_SymbolTable::adjustTableSize(UT_AdjustType type)
 void
 UT_SymbolTable::adjust(UT_AdjustType type)
 {
-    if (myTraversing)
+    if (myTraversing != UT_TRAVERSING_NOT)
         return;
     const float size = float(myTableSize);
     const float used = float(myEntries);

@@ -229,8 +229,8 @@ public:
     /// A table without names or buckets, with load factors 0.75 and 0.1.
     constexpr UT_SymbolTable()
         : myBuckets(nullptr), myTableSize(0), myEntries(0),
-          myMaxLoadFactor(0.75f), myMinLoadFactor(0.1f), myTraversing(false),
-          myIsInOrder(false), mySizeIndex(0)
+          myMaxLoadFactor(0.75f), myMinLoadFactor(0.1f),
+          myTraversing(UT_TRAVERSING_NOT), myIsInOrder(false), mySizeIndex(0)
     {
     }
 
@@ -286,11 +286,12 @@ public:
     /// the names in the order of strcmp(). Returns 0 as soon as the function
     /// does, otherwise 1.
     ///
-    /// The function may insert names, which may or may not be visited, and may
-    /// delete the one that it is called for, but no other. The number of
-    /// buckets does not change until the end, and is then checked once for
-    /// shrinking. The function may traverse the same table in turn. If it
-    /// throws, the traversal ends without that check.
+    /// The function may delete the name that it is called for, but no other,
+    /// and may insert names. These are visited if their turn is still to come;
+    /// the name that follows in the same bucket is determined before the call.
+    /// The number of buckets does not change until the end, and is then checked
+    /// once for shrinking. The function may traverse the same table in turn. If
+    /// it throws, the traversal ends without that check.
     ///
     /// Puts the table in order first, and leaves it so until the number of
     /// buckets changes. Throws std::bad_alloc, without a call, when there is no
@@ -346,6 +347,15 @@ private:
     using ut_Key = UT_SymList::ut_Key;
     class ut_Order;
 
+    // Whether traverse() runs, and whether names were inserted meanwhile.
+    enum ut_Traversing : uint8
+    {
+        UT_TRAVERSING_NOT,
+        UT_TRAVERSING,
+        UT_TRAVERSING_INSERTS
+    };
+    class ut_TraversalGuard;
+
     [[nodiscard]] UT_LOCAL unsigned bucketCount() const;
     [[nodiscard]] UT_LOCAL UT_SymList &bucketOf(const ut_Key &key) const;
     [[nodiscard]] UT_LOCAL bool isLarge() const;
@@ -365,7 +375,7 @@ private:
     int32 myEntries;       // names
     float myMaxLoadFactor;
     float myMinLoadFactor;
-    bool myTraversing; // the number of buckets must not change
+    ut_Traversing myTraversing; // during one, the number of buckets stays
     // Undefined unless there are buckets.
     bool myIsInOrder;  // they are those that callers see, and sorted
     uint8 mySizeIndex; // of their number, in the list of sizes

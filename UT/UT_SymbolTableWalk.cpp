@@ -16,29 +16,29 @@
 #include <numeric>
 #include <vector>
 
-namespace
-{
-
 // Keeps the size of a table as long as it lives. An inner traversal must not
-// end the protection of the outer one, so the state before comes back.
-class ut_TraversalGuard
+// end the protection of the outer one.
+class UT_SymbolTable::ut_TraversalGuard
 {
 public:
-    explicit ut_TraversalGuard(bool &isTraversing)
-        : myIsTraversing(isTraversing), myWasTraversing(isTraversing)
+    explicit ut_TraversalGuard(ut_Traversing &traversing)
+        : myTraversing(traversing), myIsOuter(traversing == UT_TRAVERSING_NOT)
     {
-        myIsTraversing = true;
+        if (myIsOuter)
+            myTraversing = UT_TRAVERSING;
     }
-    ~ut_TraversalGuard() { myIsTraversing = myWasTraversing; }
+    ~ut_TraversalGuard()
+    {
+        if (myIsOuter)
+            myTraversing = UT_TRAVERSING_NOT;
+    }
     ut_TraversalGuard(const ut_TraversalGuard &) = delete;
     ut_TraversalGuard &operator=(const ut_TraversalGuard &) = delete;
 
 private:
-    bool &myIsTraversing;
-    bool myWasTraversing;
+    ut_Traversing &myTraversing;
+    const bool myIsOuter;
 };
-
-} // namespace
 
 // The nodes of a table in the order that it shows.
 class UT_SymbolTable::ut_Order
@@ -226,11 +226,16 @@ UT_SymbolTable::walkBuckets(UT_SymFunction function, void *data) const
                 __builtin_prefetch(
                     myBuckets[next + utLowest(bits)].myFirst.get());
         }
-        for (; used != 0; used &= used - 1)
+        while (used != 0)
         {
-            const unsigned i = start + utLowest(used);
+            const unsigned bit = utLowest(used);
+            const unsigned i = start + bit;
             if (i < bucketCount() && !myBuckets[i].visit(function, data))
                 return 0;
+            // Names may have come to buckets that were empty.
+            if (myTraversing == UT_TRAVERSING_INSERTS)
+                used = usedBuckets(start);
+            used &= ~uintptr_t(1) << bit;
         }
     }
     return 1;

@@ -390,3 +390,22 @@ TEST(UT_SymList, SortsByUnsignedBytesAndMayRepeatNames)
     delete first;
     EXPECT_EQ(2, list.entries());
 }
+
+static int
+utInsertAround(UT_Thing &visits, const char *, void *data)
+{
+    ++visits.integer;
+    for (const char *name : {"d", "f", "c"}) // in buckets 0, 2 and 4
+        (*static_cast<UT_SymbolTable *>(data))[name];
+    return 1;
+}
+
+TEST(UT_SymbolTable, NamesInsertedAheadAreVisited)
+{
+    UT_SymbolTable table;
+    table["a"]; // in bucket 2 of 5, at the end when it is visited
+    EXPECT_EQ(1, table.traverse(utInsertAround, &table));
+    EXPECT_EQ(1, table["c"].integer);
+    EXPECT_EQ(0, table["d"].integer);
+    EXPECT_EQ(0, table["f"].integer);
+}
