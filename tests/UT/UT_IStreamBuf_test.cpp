@@ -7,12 +7,11 @@
 
 #include <cstring>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <sstream>
 #include <string>
-#include <utility>
+#include <tuple>
 
 #include <unistd.h>
 
@@ -62,18 +61,16 @@ utNamed(const std::string &bytes)
         ("/proc/self/fd/" + std::to_string(file)).c_str());
 }
 
-// The smallest header, and one with all parts: checksum, extra bytes, name and
-// comment.
-static const std::string theGzipHeader = "\x1f\x8b\x08\x00timeXO"s;
-static const std::string theFullGzipHeader = "\x1f\x8b\x08\x1etimeXO\x04\x01" +
-                                             std::string(260, '\0') +
-                                             "name\0comment\0CR"s;
+// A header with all parts: checksum, extra bytes, name and comment.
+static const std::string theGzipHeader = "\x1f\x8b\x08\x1etimeXO\x04\x01" +
+                                         std::string(260, '\0') +
+                                         "name\0comment\0CR"s;
 
 // Without a trailer, which does not matter.
 static std::string
-utGzipped(const std::string &text, const std::string &header = theGzipHeader)
+utGzipped(const std::string &text)
 {
-    return header + utDeflated(text).substr(2);
+    return theGzipHeader + utDeflated(text).substr(2);
 }
 
 static std::string
@@ -88,14 +85,13 @@ static std::string
 utScannable(std::mt19937 &random, size_t length)
 {
     static const char theAlphabet[] = "  \t\r\n\n\"\"\\\\+-..eE0159ab\xff\x80";
-    static const char theRuns[] = {'7', 'a', ' '};
     std::string text;
     while (text.size() < length)
     {
         text += theAlphabet[random() % sizeof(theAlphabet)];
         // Now and then a run that no block holds.
         if (random() % 400 == 0)
-            text.append(5000, theRuns[random() % std::size(theRuns)]);
+            text.append(5000, "7a "[random() % 3]);
     }
     return text;
 }
@@ -134,12 +130,11 @@ TEST(UT_IStreamBuf, ScannersTakeWhatTheyAreFor)
         for (const bool isLocked : {false, true})
         {
             const ut_Source source(utMemory(row.text));
-            const ut_Scan scan = utScan(*source, row.scanner, isLocked);
             // A locked work buffer takes nothing.
             ut_Scan expected = row.expected;
             if (isLocked)
-                expected.text = "old";
-            EXPECT_EQ("", utDifference(expected, scan))
+                std::get<std::string>(expected) = "old";
+            EXPECT_EQ(expected, utScan(*source, row.scanner, isLocked))
                 << row.what << ", locked: " << isLocked;
         }
 }
@@ -204,7 +199,7 @@ TEST(UT_IStreamBuf, ANamedFileReadsLikeAnyOther)
         SCOPED_TRACE(
             testing::Message()
             << "step " << step << ", call " << call << ", n " << n);
-        // Its result, and the bytes that it read.
+        // Its result, the bytes that it read, and the state after it.
         const auto doCall = [&](UT_IStreamBuf &buffer)
         {
             std::string seen(size_t(n), '\0');
@@ -221,10 +216,11 @@ TEST(UT_IStreamBuf, ANamedFileReadsLikeAnyOther)
                 result = buffer.unwind(n % 100);
             if (call == 5)
                 result = buffer.getc();
-            return std::pair(result, seen);
+            return std::tuple(
+                result, seen, buffer.tellg(), buffer.endOfBuffer(),
+                buffer.hasError());
         };
         ASSERT_EQ(doCall(*other), doCall(*named));
-        ASSERT_EQ(other->tellg(), named->tellg());
     }
 }
 
@@ -246,18 +242,18 @@ TEST(UT_IStreamBuf, SeeksCountFromTheEndOfTheLoadBuffer)
         bool takesAByte; // before it seeks
         int64 offset;
         int whence;
-        int64 place; // -1: it fails
+        bool isFound;
         const char *line;
     } seeks[] = {
-        {"memory",   *memory,   true,  -3,        1, 7,  "789"                 },
-        {"range",    *range,    false, -12,       2, 3,  "89abcde"             },
-        {"range",    *range,    false, INT64_MAX, 0, -1, "(none)"              },
-        {"file",     *file,     true,  -3,        1, 17, "hij"                 },
-        {"named",    *named,    true,  -1,        2, 19, "j"                   },
-        {"named",    *named,    false, INT64_MAX, 1, -1, "(none)"              },
-        {"standard", *standard, true,  -3,        1, 17, "hij"                 },
-        {"zlib",     *zlib,     true,  -3,        1, 17, "hij"                 },
-        {"zlib",     *zlib,     false, 0,         2, -1, "0123456789abcdefghij"},
+        {"memory",   *memory,   true,  -3,        1, true,  "789"                 },
+        {"range",    *range,    false, -12,       2, true,  "89abcde"             },
+        {"range",    *range,    false, INT64_MAX, 0, false, "(none)"              },
+        {"file",     *file,     true,  -3,        1, true,  "hij"                 },
+        {"named",    *named,    true,  -1,        2, true,  "j"                   },
+        {"named",    *named,    false, INT64_MAX, 1, false, "(none)"              },
+        {"standard", *standard, true,  -3,        1, true,  "hij"                 },
+        {"zlib",     *zlib,     true,  -3,        1, true,  "hij"                 },
+        {"zlib",     *zlib,     false, 0,         2, false, "0123456789abcdefghij"},
     };
     for (const auto &row : seeks)
     {
@@ -267,11 +263,7 @@ TEST(UT_IStreamBuf, SeeksCountFromTheEndOfTheLoadBuffer)
         row.buffer.seekg(0, 0);
         if (row.takesAByte)
             row.buffer.getc();
-        EXPECT_EQ(row.place >= 0, row.buffer.seekg(row.offset, row.whence));
-        if (row.place >= 0)
-        {
-            EXPECT_EQ(row.place, row.buffer.tellg());
-        }
+        EXPECT_EQ(row.isFound, row.buffer.seekg(row.offset, row.whence));
         EXPECT_EQ(row.line, utLine(row.buffer));
         EXPECT_FALSE(row.buffer.seekg(0, 3));
     }
@@ -286,26 +278,14 @@ TEST(UT_IStreamBuf, AFileKnowsItsEndAfterARead)
 {
     char bytes[4096];
     const std::string text(4096, 'x');
-    const struct
-    {
-        const char *name;
-        UT_IStreamBuf *file;
-    } files[] = {
-        {"named file", utNamed(text)                       },
-        {"FILE",       UT_IStreamBuf::fileBuf(utFile(text))},
-    };
-    for (const auto &row : files)
-    {
-        SCOPED_TRACE(row.name);
-        const ut_Source file(row.file);
-        EXPECT_EQ(4096, file->bread(bytes, 4096));
-        EXPECT_FALSE(file->endOfBuffer());
-        EXPECT_EQ("(none)", utLine(*file));
-        EXPECT_TRUE(file->endOfBuffer());
-        EXPECT_FALSE(file->hasError());
-        EXPECT_EQ(0, file->bread(bytes, 1));
-        EXPECT_TRUE(file->hasError());
-    }
+    const ut_Source file(utNamed(text));
+    EXPECT_EQ(4096, file->bread(bytes, 4096));
+    EXPECT_FALSE(file->endOfBuffer());
+    EXPECT_EQ("(none)", utLine(*file));
+    EXPECT_TRUE(file->endOfBuffer());
+    EXPECT_FALSE(file->hasError());
+    EXPECT_EQ(0, file->bread(bytes, 1));
+    EXPECT_TRUE(file->hasError());
 }
 
 TEST(UT_IStreamBuf, TheEndIsSomethingElseThanAnError)
@@ -355,24 +335,20 @@ TEST(UT_IStreamBuf, StandardInputIsSharedAndReadByLinesIfWanted)
     EXPECT_STREQ("two\n", text.buffer()); // each line gets a newline
 }
 
-TEST(UT_IStreamBuf, GzipHeadersHaveAnyParts)
+TEST(UT_IStreamBuf, AGzipHeaderThatIsCutShortIsAnError)
 {
-    const std::string whole = utGzipped("text", theFullGzipHeader);
+    const std::string whole = utGzipped("text");
     for (size_t cut = 0; cut <= whole.size(); ++cut)
     {
         const ut_Source buffer(utOver(
             UT_IStreamBuf::gzipBuf,
             new ut_ChunkStreamBuf(whole.substr(0, cut))));
         UT_WorkBuffer out;
-        buffer->getLine(out, 0);
+        buffer->getLine(out);
         EXPECT_EQ(0u, std::string("text").find(utTextOf(out))) << cut;
         EXPECT_STREQ(
-            cut < theFullGzipHeader.size() ? zError(Z_STREAM_ERROR) : "Success",
+            cut < theGzipHeader.size() ? zError(Z_STREAM_ERROR) : "Success",
             buffer->getErrorStr())
             << cut;
-        if (cut == whole.size())
-        {
-            EXPECT_STREQ("text", out.buffer());
-        }
     }
 }

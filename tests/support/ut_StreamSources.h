@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include <zlib.h>
@@ -92,14 +93,9 @@ utTextOf(const UT_WorkBuffer &buffer)
     return std::string(buffer.buffer(), size_t(buffer.length()));
 }
 
-// What a scanner returned and took, and where it left the buffer.
-struct ut_Scan
-{
-    int result;
-    std::string text;
-    bool isFloat;
-    int64 place;
-};
+// What a scanner returned and took, whether it was a float, and where the
+// scanner left the buffer.
+using ut_Scan = std::tuple<int, std::string, bool, int64>;
 
 enum ut_Scanner
 {
@@ -154,28 +150,13 @@ utScanBy(
 inline ut_Scan
 utScan(UT_IStreamBuf &buffer, ut_Scanner scanner, bool isLocked)
 {
-    ut_Scan scan = {};
     UT_WorkBuffer out;
     out.append("old");
     if (isLocked)
         out.lock(0, 0);
-    scan.result = utScanBy(scanner, buffer, out, scan.isFloat);
-    scan.text = utTextOf(out);
-    scan.place = buffer.tellg();
-    return scan;
-}
-
-// What differs, or nothing.
-inline std::string
-utDifference(const ut_Scan &expected, const ut_Scan &actual)
-{
-    if (actual.result != expected.result)
-        return "the result is " + std::to_string(actual.result);
-    if (actual.place != expected.place)
-        return "the place is " + std::to_string(actual.place);
-    if (actual.text != expected.text)
-        return "the text is " + actual.text;
-    return actual.isFloat == expected.isFloat ? "" : "another kind of number";
+    bool isFloat = false;
+    const int result = utScanBy(scanner, buffer, out, isFloat);
+    return {result, utTextOf(out), isFloat, buffer.tellg()};
 }
 
 // Has `buffer`, which is at the front of `text`, scanned as `next` chooses, and
@@ -193,12 +174,10 @@ utScanMismatch(
         const unsigned choice = next() % 256;
         const bool isLocked = choice >= 240;
         const auto scanner = ut_Scanner(choice % UT_SCANNER_COUNT);
-        const std::string difference = utDifference(
-            utScan(*memory, scanner, isLocked),
-            utScan(buffer, scanner, isLocked));
-        if (!difference.empty())
+        const ut_Scan expected = utScan(*memory, scanner, isLocked);
+        if (utScan(buffer, scanner, isLocked) != expected)
             return "scanner " + std::to_string(scanner) + " at " +
-                   std::to_string(place) + ": " + difference;
+                   std::to_string(place) + " of " + text;
     }
     // All is read; what can seek back shows it whole.
     UT_WorkBuffer all;
