@@ -87,7 +87,8 @@ utFindShort(const char *begin, size_t, const char *text, size_t)
 static const char *
 utFind(const char *begin, size_t used, const char *text, size_t length)
 {
-    if (utHasTextVectors(length))
+    // In 32 bits that is slower for near texts once the end is known.
+    if (!theStrstrIsSlow && utHasTextVectors(length))
         return utFindByVectors(begin, text, length);
     const void *found = nullptr;
     if (length == 1)
