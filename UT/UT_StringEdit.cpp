@@ -5,6 +5,7 @@
 #include "UT_AllocImpl.h"
 #include "UT_CharImpl.h"
 #include "UT_StringImpl.h"
+#include "UT_TextSearchImpl.h"
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"
@@ -80,11 +81,15 @@ utFindShort(const char *begin, size_t, const char *text, size_t)
 #endif
 
 // The first `text` among the `used` bytes from `begin`, or null; "" is nowhere.
-// A NUL comes at their end or later. A short text may take time in proportion
-// to the product of both lengths, a longer one only to their sum.
+// A NUL comes at their end or later, and a match before it counts, too. A short
+// text may take time in proportion to the product of both lengths, a longer one
+// only to their sum.
 static const char *
 utFind(const char *begin, size_t used, const char *text, size_t length)
 {
+    // In 32 bits that is slower for near texts once the end is known.
+    if (!theStrstrIsSlow && utHasTextVectors(length))
+        return utFindByVectors(begin, text, length);
     const void *found = nullptr;
     if (length == 1)
         found = memchr(begin, *text, used);
@@ -97,9 +102,10 @@ utFind(const char *begin, size_t used, const char *text, size_t length)
 
 // The same in a text of unknown length. What lies after the match must not be
 // scanned again and again, so the text is searched piece by piece, each from
-// where the first byte occurs.
-static const char *
-utFind(const char *begin, const char *text, size_t length)
+// where the first byte occurs. A function of its own: a search by vectors,
+// which may be short, need not save the registers that this one takes.
+[[gnu::noinline]] static const char *
+utFindInWindows(const char *begin, const char *text, size_t length)
 {
     if (length <= 1)
         return length ? strchr(begin, *text) : nullptr;
@@ -115,6 +121,14 @@ utFind(const char *begin, const char *text, size_t length)
         if (!begin)
             return nullptr;
     }
+}
+
+static const char *
+utFind(const char *begin, const char *text, size_t length)
+{
+    if (utHasTextVectors(length))
+        return utFindByVectors(begin, text, length);
+    return utFindInWindows(begin, text, length);
 }
 
 static int

@@ -4,7 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <random>
 #include <string>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 TEST(UT_StringEdit, SearchesReturnPositions)
 {
@@ -25,6 +30,36 @@ TEST(UT_StringEdit, LongTextsAreFoundAnywhere)
         const std::string text = std::string(before, '-') + wanted + "-";
         EXPECT_EQ(int(before), UT_String(text.c_str()).find(wanted.c_str()));
     }
+}
+
+// They are searched for in blocks, of which the last may end with the page.
+TEST(UT_StringEdit, ShortTextsAreFoundAtTheEndOfMemory)
+{
+    const size_t page = size_t(getpagesize());
+    char *const pages = static_cast<char *>(mmap(
+        nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
+        -1, 0));
+    ASSERT_EQ(0, mprotect(pages + page, page, PROT_NONE));
+    std::mt19937 random(1);
+    for (int i = 0; i < 30000; ++i)
+    {
+        // The more letters there are, the rarer is each.
+        const size_t letters = 2 + random() % 20;
+        std::string text(random() % 700, 'a');
+        for (char &letter : text)
+            letter = char('a' + random() % letters);
+        std::string wanted =
+            text.substr(random() % (text.size() + 1), random() % 40 + 1);
+        if (random() % 4 == 0)
+            wanted += "b";
+        const size_t from = random() % (text.size() + 1);
+        char *const copy = pages + page - (text.size() + 1);
+        memcpy(copy, text.c_str(), text.size() + 1);
+        const int expected = wanted.empty() ? -1 : int(text.find(wanted, from));
+        ASSERT_EQ(expected, UT_String(copy).find(wanted.c_str(), int(from)))
+            << i << ": " << wanted << " in " << text;
+    }
+    munmap(pages, 2 * page);
 }
 
 // Each edit returns how much it did: bytes changed or taken away, or true.
