@@ -1,0 +1,15 @@
+// The tests of what is done by vectors run as on a processor that has none:
+// these take the place of what the compiler's library finds out about it.
+
+extern unsigned theModel[4] __asm__("__cpu_model");
+extern unsigned theFeatures[8] __asm__("__cpu_features2");
+int utFindOut() __asm__("__cpu_indicator_init");
+
+unsigned theModel[4] = {};
+unsigned theFeatures[8] = {};
+
+int
+utFindOut()
+{
+    return 0;
+}
