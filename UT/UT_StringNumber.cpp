@@ -195,13 +195,35 @@ UT_String::utoa(int value)
     harden(text, utoa(text, unsigned(value)));
 }
 
+namespace
+{
+
+// The numbers from 000 to 999, each after a comma.
+struct ut_Groups
+{
+    char text[4000] = {};
+
+    constexpr ut_Groups()
+    {
+        for (int i = 0; i < 1000; ++i)
+        {
+            text[4 * i] = ',';
+            text[4 * i + 1] = char('0' + i / 100);
+            text[4 * i + 2] = char('0' + i / 10 % 10);
+            text[4 * i + 3] = char('0' + i % 10);
+        }
+    }
+};
+
+} // namespace
+
+static constexpr ut_Groups theGroups;
+
 // Writes a comma and three digits before `end`.
 static char *
 utWriteGroup(char *end, unsigned group)
 {
-    end[-4] = ',';
-    end[-3] = char('0' + group / 100);
-    utWritePair(end - 2, group % 100);
+    memcpy(end - 4, theGroups.text + group * 4, 4);
     return end - 4;
 }
 
