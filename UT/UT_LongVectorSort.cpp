@@ -6,7 +6,7 @@
 
 #include "UT_VectorSortImpl.h"
 
-#ifdef UT_HAS_SORT_VECTORS
+#ifdef UT_HAS_VECTORS
 
 #include <algorithm>
 #include <cstdint>
@@ -21,18 +21,6 @@
     [[gnu::target("avx512f,bmi2,popcnt"), gnu::always_inline]]
 
 #include "UT_VectorPartitionImpl.h"
-
-bool
-utHasLongSortVectors()
-{
-    // Some older processors have the vectors, but run slower for a while after
-    // each use of them, which harms whatever follows a short sort. Those with
-    // this part of the set do not.
-    static const bool theAnswer =
-        utHasSortVectors() && __builtin_cpu_supports("avx512f") &&
-        __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("bmi2");
-    return theAnswer;
-}
 
 namespace
 {

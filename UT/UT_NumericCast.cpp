@@ -1,12 +1,12 @@
 #include "UT_NumericCast.h"
 
+#include "UT_VectorsImpl.h"
+
 #include "SYS/SYS_FPReal16Impl.h"
-#include "SYS/SYS_Processor.h"
 
 #include <cstring>
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <cpuid.h>
+#ifdef UT_HAS_VECTORS
 #include <immintrin.h>
 #endif
 
@@ -24,8 +24,7 @@ utToHalf(fpreal16 *to, const float *from, size_t count)
         to[i] = fpreal16(from[i]);
 }
 
-#if defined(__x86_64__) || defined(__i386__)
-#define UT_HAS_VECTORS 1
+#ifdef UT_HAS_VECTORS
 #define UT_F16C __attribute__((target("avx2,f16c")))
 
 // Eight halves as floats, of any kind and without a jump. The processor's own
@@ -106,29 +105,114 @@ utToHalfBlocks(fpreal16 *to, const float *from, size_t count)
 
 // The instruction raises conditions for NaNs, denormals and rounded values,
 // too. Only that a finite value becomes an infinity is passed on.
-UT_F16C static void
+template <class ToHalfBlocks>
+static void
+utToHalfMasked(
+    ToHalfBlocks toHalfBlocks, fpreal16 *to, const float *from, size_t count)
+{
+    const unsigned callers = _mm_getcsr();
+    _mm_setcsr(_MM_MASK_MASK);
+    toHalfBlocks(to, from, count);
+    const bool isOverflow = _mm_getcsr() & _MM_EXCEPT_OVERFLOW;
+    _mm_setcsr(callers);
+    if (isOverflow)
+        fpreal16::overflow();
+}
+
+static void
 utToHalfF16C(fpreal16 *to, const float *from, size_t count)
 {
     const size_t inBlocks = count & ~size_t(7);
     if (inBlocks)
-    {
-        const unsigned callers = _mm_getcsr();
-        _mm_setcsr(_MM_MASK_MASK);
-        utToHalfBlocks(to, from, inBlocks);
-        const bool isOverflow = _mm_getcsr() & _MM_EXCEPT_OVERFLOW;
-        _mm_setcsr(callers);
-        if (isOverflow)
-            fpreal16::overflow();
-    }
+        utToHalfMasked(utToHalfBlocks, to, from, inBlocks);
     utToHalf(to + inBlocks, from + inBlocks, count - inBlocks);
 }
 
-static bool
-utHasF16C()
+#define UT_AVX512 \
+    __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,bmi2")))
+// In 32 bits the compiler inlines nothing here on its own.
+#define UT_AVX512_INLINE \
+    __attribute__((      \
+        target("avx512f,avx512bw,avx512dq,avx512vl,bmi2"), always_inline))
+
+// For operations with a mask: the compiler warns about its own header where
+// they have none.
+static constexpr __mmask16 theAllLanes = 0xFFFF;
+
+// Sixteen halves as floats. Asked to, the instruction raises no conditions. In
+// signalling NaNs it sets a bit, which the mask selects for taking it back.
+UT_AVX512_INLINE static inline __m512i
+utToFloat16(__m256i halves)
 {
-    unsigned a, b, c, d;
-    return __builtin_cpu_supports("avx2") && __get_cpuid(1, &a, &b, &c, &d) &&
-           (c & bit_F16C);
+    const __m256i magnitudes =
+        _mm256_and_si256(halves, _mm256_set1_epi16(0x7FFF));
+    const __mmask16 isSignalling = _mm256_cmplt_epu16_mask(
+        _mm256_sub_epi16(magnitudes, _mm256_set1_epi16(0x7C01)),
+        _mm256_set1_epi16(0x1FF));
+    const __m512i floats = _mm512_castps_si512(
+        _mm512_maskz_cvt_roundph_ps(theAllLanes, halves, _MM_FROUND_NO_EXC));
+    return _mm512_mask_xor_epi32(
+        floats, isSignalling, floats, _mm512_set1_epi32(0x400000));
+}
+
+// Sixteen halves for the patterns of floats. The bit that makes ties more than
+// that makes signalling NaNs of infinities: from both, the bit that the
+// instruction sets is taken back.
+UT_AVX512_INLINE static inline __m256i
+utToHalf16(__m512i bits)
+{
+    const __m512 moreThanTies =
+        _mm512_castsi512_ps(_mm512_or_si512(bits, _mm512_set1_epi32(1)));
+    constexpr int theSignallingKind = 0x80;
+    const __mmask16 isSignalling =
+        _mm512_fpclass_ps_mask(moreThanTies, theSignallingKind);
+    const __m256i halves = _mm512_maskz_cvtps_ph(
+        theAllLanes, moreThanTies, _MM_FROUND_TO_NEAREST_INT);
+    const __mmask16 isOther = _mm256_cmpneq_epi16_mask(
+        halves, _mm256_set1_epi16(int16(0x8000))); // than minus zero
+    return _mm256_maskz_mov_epi16(
+        isOther, _mm256_mask_sub_epi16(
+                     halves, isSignalling, halves, _mm256_set1_epi16(0x200)));
+}
+
+// A mask for those that are left when there are less than sixteen.
+UT_AVX512_INLINE static inline __mmask16
+utLastLanes(size_t count)
+{
+    return __mmask16(_bzhi_u32(theAllLanes, unsigned(count)));
+}
+
+UT_AVX512 static void
+utToFloatAVX512(float *to, const fpreal16 *from, size_t count)
+{
+    for (; count >= 16; count -= 16, to += 16, from += 16)
+    {
+        __m256i halves;
+        memcpy(&halves, from, sizeof(halves));
+        _mm512_storeu_si512(to, utToFloat16(halves));
+    }
+    const __mmask16 lanes = utLastLanes(count);
+    _mm512_mask_storeu_epi32(
+        to, lanes, utToFloat16(_mm256_maskz_loadu_epi16(lanes, from)));
+}
+
+UT_AVX512 static void
+utToHalfBlocksAVX512(fpreal16 *to, const float *from, size_t count)
+{
+    for (; count >= 16; count -= 16, to += 16, from += 16)
+    {
+        const __m256i halves = utToHalf16(_mm512_loadu_si512(from));
+        memcpy(static_cast<void *>(to), &halves, sizeof(halves));
+    }
+    const __mmask16 lanes = utLastLanes(count);
+    _mm256_mask_storeu_epi16(
+        to, lanes, utToHalf16(_mm512_maskz_loadu_epi32(lanes, from)));
+}
+
+UT_AVX512 static void
+utToHalfAVX512(fpreal16 *to, const float *from, size_t count)
+{
+    utToHalfMasked(utToHalfBlocksAVX512, to, from, count);
 }
 #endif
 
@@ -150,10 +234,9 @@ utHalfCasts()
     static const ut_HalfCasts theCasts = []
     {
 #ifdef UT_HAS_VECTORS
-        int type;
-        int flags;
-        SYSgetProcessor(type, flags);
-        if (flags & SYS_PROCESSOR_SSE2 && utHasF16C())
+        if (utHasLongVectors())
+            return ut_HalfCasts{utToFloatAVX512, utToHalfAVX512};
+        if (utHasVectors())
             return ut_HalfCasts{utToFloatF16C, utToHalfF16C};
 #endif
         return ut_HalfCasts{utToFloat, utToHalf};

@@ -311,16 +311,16 @@ template <class Key>
 static void
 utSortPlainKeys(Key *keys, ut_KeyForm<Key> form, size_t n)
 {
-#ifdef UT_HAS_SORT_VECTORS
+#ifdef UT_HAS_VECTORS
     // The network does not keep the order of equal keys.
-    if (n >= theSmallSize && utHasLongSortVectors())
+    if (n >= theSmallSize && utHasLongVectors())
     {
         const ut_LongVectorKeyItems items(keys, form);
         if (!items.settleRun(n))
             utSortRange(items, 0, n, utLog2(n), ut_NetworkPieces());
         return;
     }
-    if (utHasSortVectors())
+    if (utHasVectors())
     {
         utSortKeys(ut_VectorKeyItems(keys, form), n);
         return;

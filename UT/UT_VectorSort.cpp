@@ -2,9 +2,7 @@
 
 #include "UT_VectorSortImpl.h"
 
-#ifdef UT_HAS_SORT_VECTORS
-
-#include "SYS/SYS_Processor.h"
+#ifdef UT_HAS_VECTORS
 
 #include <immintrin.h>
 
@@ -15,20 +13,6 @@
 #include "UT_VectorPartitionImpl.h"
 
 static constexpr size_t theLanes = 8;
-
-bool
-utHasSortVectors()
-{
-    static const bool theAnswer = []
-    {
-        int type;
-        int flags;
-        SYSgetProcessor(type, flags);
-        return flags & SYS_PROCESSOR_SSE2 && __builtin_cpu_supports("avx2") &&
-               __builtin_cpu_supports("popcnt");
-    }();
-    return theAnswer;
-}
 
 namespace
 {

@@ -5,6 +5,7 @@
 
 #include "UT_DigitSortImpl.h"
 #include "UT_QuickSortImpl.h"
+#include "UT_VectorsImpl.h"
 
 // The most keys that utSortByRanks() takes.
 constexpr size_t theRanksSize = 112;
@@ -12,12 +13,7 @@ constexpr size_t theRanksSize = 112;
 // The most keys that utSortByNetwork() takes.
 constexpr size_t theNetworkSize = 256;
 
-#if defined(__x86_64__) || defined(__i386__)
-#define UT_HAS_SORT_VECTORS 1
-
-// Whether this processor has these vectors, and the user allows them.
-bool utHasSortVectors();
-
+#ifdef UT_HAS_VECTORS
 // Sorts up to theRanksSize keys; stable. Compares each key with all others, as
 // the place of a key is the number of keys that belong before it: eight at a
 // time and without a branch, which up to that size is faster than to divide.
@@ -34,9 +30,6 @@ size_t utPartitionByVectors(
 size_t utPartitionByVectors(
     float *keys, size_t n, float pivot, bool equalsStay,
     ut_KeyForm<float> form);
-
-// Whether this processor has the long vectors, too.
-bool utHasLongSortVectors();
 
 // What utSettleRun() does, for 17 keys or more.
 bool
