@@ -26,12 +26,13 @@ utToHalf(fpreal16 *to, const float *from, size_t count)
 
 #ifdef UT_HAS_VECTORS
 #define UT_F16C __attribute__((target("avx2,f16c")))
+// In 32 bits the compiler inlines nothing here on its own.
+#define UT_F16C_INLINE __attribute__((target("avx2,f16c"), always_inline))
 
-// Eight halves as floats, of any kind and without a jump. The processor's own
-// instruction would change signalling NaNs, so it gets zeros for infinities and
-// NaNs.
-UT_F16C static inline __m256i
-utToFloat8(__m128i halves)
+// Eight halves with a signalling NaN among them as floats. The instruction
+// would change those, so it gets zeros for infinities and NaNs.
+UT_F16C_INLINE static inline __m256i
+utToFloatOfAnyKind8(__m128i halves)
 {
     const __m128i exponent = _mm_set1_epi16(0x7C00);
     const __m128i isSpecial =
@@ -47,20 +48,25 @@ utToFloat8(__m128i halves)
         _mm256_castps_si256(ordinary), _mm256_or_si256(special, upperBits));
 }
 
-// Eight halves for the patterns of floats of any kind, without a jump. The
-// processor's own instruction rounds ties to the even neighbour, so they get a
-// bit that makes them more than ties; it keeps the sign of zero; and it sets
-// the upper mantissa bit of every NaN, which an infinity with that bit is too.
-UT_F16C static inline __m128i
-utToHalf8(__m256i bits)
+// Eight halves as floats.
+UT_F16C_INLINE static inline __m256i
+utToFloat8(__m128i halves)
 {
-    const __m256i moreThanTies = _mm256_or_si256(bits, _mm256_set1_epi32(1));
-    const __m128i halves = _mm256_cvtps_ph(
-        _mm256_castsi256_ps(moreThanTies), _MM_FROUND_TO_NEAREST_INT);
+    const __m128i magnitudes = _mm_and_si128(halves, _mm_set1_epi16(0x7FFF));
+    const __m128i isNaN = _mm_cmpgt_epi16(magnitudes, _mm_set1_epi16(0x7C00));
+    const __m128i isNotQuiet =
+        _mm_cmpgt_epi16(_mm_set1_epi16(0x7E00), magnitudes);
+    if (__builtin_expect(!_mm_testz_si128(isNaN, isNotQuiet), 0))
+        return utToFloatOfAnyKind8(halves);
+    return _mm256_castps_si256(_mm256_cvtph_ps(halves));
+}
 
-    const __m128i isMinusZero =
-        _mm_cmpeq_epi16(halves, _mm_set1_epi16(int16(0x8000)));
-
+// Mends what the instruction made of eight floats that are NaNs or, with the
+// bit that makes ties more than that, infinities: it set the upper mantissa
+// bit.
+UT_F16C_INLINE static inline __m128i
+utMendNaNs(__m128i halves, __m256i bits)
+{
     // What exceeds infinity: the mantissas of NaNs, and 0 of all others.
     const __m128i excess = _mm_subs_epu16(
         _mm_and_si128(halves, _mm_set1_epi16(0x7FFF)), _mm_set1_epi16(0x7C00));
@@ -73,7 +79,26 @@ utToHalf8(__m256i bits)
         3);
     const __m128i isAdded = _mm_and_si128(
         _mm_andnot_si128(upperBits, excess), _mm_set1_epi16(0x200));
-    return _mm_andnot_si128(_mm_or_si128(isMinusZero, isAdded), halves);
+    return _mm_andnot_si128(isAdded, halves);
+}
+
+// Eight halves for the patterns of floats. The processor's own instruction
+// rounds ties to the even neighbour, so they get a bit that makes them more
+// than ties; and it keeps the sign of zero.
+UT_F16C_INLINE static inline __m128i
+utToHalf8(__m256i bits)
+{
+    const __m256i moreThanTies = _mm256_or_si256(bits, _mm256_set1_epi32(1));
+    const __m128i halves = _mm256_cvtps_ph(
+        _mm256_castsi256_ps(moreThanTies), _MM_FROUND_TO_NEAREST_INT);
+    const __m128i isMinusZero =
+        _mm_cmpeq_epi16(halves, _mm_set1_epi16(int16(0x8000)));
+    const __m128i withoutSign = _mm_andnot_si128(isMinusZero, halves);
+    const __m128i isNaN = _mm_cmpgt_epi16(
+        _mm_and_si128(halves, _mm_set1_epi16(0x7FFF)), _mm_set1_epi16(0x7C00));
+    if (__builtin_expect(!_mm_testz_si128(isNaN, isNaN), 0))
+        return utMendNaNs(withoutSign, bits);
+    return withoutSign;
 }
 
 UT_F16C static void
