@@ -11,7 +11,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <tuple>
 
 #include <unistd.h>
 
@@ -182,48 +181,6 @@ TEST(UT_IStreamBuf, EverySourceScansAsMemoryDoes)
     }
 }
 
-// What a named file has read ahead shows nowhere: not in a FILE's blocks, and
-// not where a read or a peek went past one.
-TEST(UT_IStreamBuf, ANamedFileReadsLikeAnyOther)
-{
-    std::mt19937 random(1);
-    std::string bytes(300000, '\0');
-    for (char &byte : bytes)
-        byte = char(random());
-    const ut_Source named(utNamed(bytes));
-    const ut_Source other(UT_IStreamBuf::fileBuf(utFile(bytes)));
-    for (int step = 0; step < 3000; ++step)
-    {
-        const unsigned call = unsigned(random() % 6);
-        const int n = int(random() % (random() % 4 == 0 ? 200000 : 6000));
-        SCOPED_TRACE(
-            testing::Message()
-            << "step " << step << ", call " << call << ", n " << n);
-        // Its result, the bytes that it read, and the state after it.
-        const auto doCall = [&](UT_IStreamBuf &buffer)
-        {
-            std::string seen(size_t(n), '\0');
-            int64 result = 0;
-            if (call == 0)
-                result = buffer.bread(seen.data(), n);
-            if (call == 1)
-                result = buffer.seekg(n, 0);
-            if (call == 2)
-                result = buffer.seekg(n - 3000, 1);
-            if (call == 3)
-                result = buffer.peekc();
-            if (call == 4)
-                result = buffer.unwind(n % 100);
-            if (call == 5)
-                result = buffer.getc();
-            return std::tuple(
-                result, seen, buffer.tellg(), buffer.endOfBuffer(),
-                buffer.hasError());
-        };
-        ASSERT_EQ(doCall(*other), doCall(*named));
-    }
-}
-
 TEST(UT_IStreamBuf, SeeksCountFromTheEndOfTheLoadBuffer)
 {
     const std::string text = "0123456789abcdefghij";
@@ -271,21 +228,6 @@ TEST(UT_IStreamBuf, SeeksCountFromTheEndOfTheLoadBuffer)
     range->getc();
     range->getc();
     EXPECT_EQ(2, range->unwind(9)); // not to what lies before the range
-}
-
-// Deliberate: reading bytes past the end sets the error; scanning does not.
-TEST(UT_IStreamBuf, AFileKnowsItsEndAfterARead)
-{
-    char bytes[4096];
-    const std::string text(4096, 'x');
-    const ut_Source file(utNamed(text));
-    EXPECT_EQ(4096, file->bread(bytes, 4096));
-    EXPECT_FALSE(file->endOfBuffer());
-    EXPECT_EQ("(none)", utLine(*file));
-    EXPECT_TRUE(file->endOfBuffer());
-    EXPECT_FALSE(file->hasError());
-    EXPECT_EQ(0, file->bread(bytes, 1));
-    EXPECT_TRUE(file->hasError());
 }
 
 TEST(UT_IStreamBuf, TheEndIsSomethingElseThanAnError)

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <numeric>
@@ -255,13 +254,6 @@ TEST(UT_QuickSort, AgreesWithTheStandardSortAndMovesWholeRecords)
     utCheckSorts<float>(UT_QuickSort::fisort);
 }
 
-TEST(UT_QuickSort, AgreesWithTheStandardSortWithoutVectors)
-{
-    setenv("VALDRIN_DISABLE_SSE", "1", 1);
-    utCheckSorts<int>(UT_QuickSort::sisort);
-    utCheckSorts<float>(UT_QuickSort::fisort);
-}
-
 TEST(UT_QuickSort, NaNKeysLoseNothingButTheOrder)
 {
     const auto hasLessBits = [](const float &a, const float &b)
@@ -317,12 +309,6 @@ TEST(UT_QuickSort, LongInputsTakeLittleStackAndTime)
         ASSERT_EQ(0, pthread_join(thread, nullptr));
     }
     pthread_attr_destroy(&attributes);
-}
-
-TEST(UT_QuickSort, LongInputsTakeLittleStackAndTimeWithoutVectors)
-{
-    setenv("VALDRIN_DISABLE_SSE", "1", 1);
-    utCheckManyKeys<float, 1200000>(nullptr);
 }
 
 // Sorting either side of position `k`, where there is one, sorts all.
