@@ -63,7 +63,12 @@
         port.onDisconnect.addListener(onDisconnect);
     }
 
+    // A page that the browser prepares before anybody opens it waits: it may
+    // never be shown, and to the background its document would be that of a
+    // frame, for as long as the connection lasts.
     function sendMore() {
+        if (document.prerendering)
+            return;
         while (underWay.size < MAX_UNDER_WAY && queue.size > 0) {
             const [id, call] = queue.entries().next().value;
             queue.delete(id);
@@ -112,6 +117,14 @@
 
     // For the toolbar button. A background that does not answer is no reason
     // to fail in the page.
-    const greeting = api.runtime.sendMessage({ type: "here" });
-    greeting?.catch(() => {});
+    function start() {
+        const greeting = api.runtime.sendMessage({ type: "here" });
+        greeting?.catch(() => {});
+        sendMore();
+    }
+
+    if (document.prerendering)
+        document.addEventListener("prerenderingchange", start, { once: true });
+    else
+        start();
 })();

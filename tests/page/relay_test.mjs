@@ -44,18 +44,22 @@ class Port {
 }
 
 // A window with both scripts, or those that are asked for.
-function makeWindow(scripts = [RELAY, PAGE]) {
+function makeWindow(scripts = [RELAY, PAGE], prerendering = false) {
     const ports = [];
+    const greetings = [];
+    const document = Object.assign(new EventTarget(), { prerendering });
     const window = new EventTarget();
     const runtime = {
         connect() {
             ports.push(new Port());
             return ports.at(-1);
         },
-        sendMessage: () => Promise.resolve(true),
+        async sendMessage(message) {
+            greetings.push(message);
+        },
     };
     const scope = vm.createContext({
-        window, document: new EventTarget(), origin: "https://a.example",
+        window, document, origin: "https://a.example",
         chrome: { runtime },
         EventTarget, Event, AbortSignal, CustomEvent: DetailEvent,
     });
@@ -64,7 +68,7 @@ function makeWindow(scripts = [RELAY, PAGE]) {
     for (const script of scripts)
         vm.runInContext(script, scope);
     const valdrin = new scope.ValdrinConnection();
-    return { ports, runtime, window, valdrin };
+    return { ports, greetings, runtime, window, document, valdrin };
 }
 
 function codeOf(promise) {
@@ -126,6 +130,19 @@ test("an aborted call that waits never leaves, one that has keeps its place",
         ports[0].answer(sent[8], "done");
         assert.equal(await last, "done");
     });
+
+// The background would see its document as that of a frame, also later.
+test("nothing leaves a page before it is shown", async () => {
+    const { valdrin, ports, greetings, document } =
+        makeWindow([RELAY, PAGE], true);
+    const run = valdrin.Run("x");
+    assert.deepEqual([ports.length, greetings.length], [0, 0]);
+    document.prerendering = false;
+    document.dispatchEvent(new Event("prerenderingchange"));
+    assert.deepEqual([ports.length, greetings.length], [1, 1]);
+    ports[0].answer(ports[0].sent[0], "done");
+    assert.equal(await run, "done");
+});
 
 test("a connection that is lost or left rejects all, and a call makes one",
     async () => {
