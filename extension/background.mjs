@@ -205,27 +205,43 @@ async function showNotAllowed(origin) {
     }
 }
 
-// Where the page scripts run: on the allowed hosts and nowhere else.
+const theScripts = [
+    { id: "relay", js: ["relay.js"], world: "ISOLATED" },
+    { id: "page", js: ["page.js"], world: "MAIN" },
+];
+
+function isAsWanted(registered, wanted) {
+    return Object.entries(wanted).every(([key, value]) =>
+        JSON.stringify(registered?.[key]) === JSON.stringify(value));
+}
+
+// Where the page scripts run: on the allowed hosts and nowhere else. What is
+// registered already stays, or is changed in one step: in between, a page that
+// is opened would be without them.
 async function registerScripts() {
-    const matches = [...new Set([...theSites.keys()].map(patternOf))];
-    const ids = ["relay", "page"];
-    const registered = await api.scripting.getRegisteredContentScripts({ ids });
-    if (registered.length > 0) {
-        const known = registered.map((script) => script.id);
-        await api.scripting.unregisterContentScripts({ ids: known });
-    }
-    if (matches.length === 0)
-        return;
-    const common = {
+    const { scripting } = api;
+    const matches = [...new Set([...theSites.keys()].map(patternOf))].sort();
+    const wanted = theScripts.map((script) => ({
+        ...script,
         matches,
         runAt: "document_start",
         allFrames: false,
         persistAcrossSessions: true,
-    };
-    await api.scripting.registerContentScripts([
-        { ...common, id: "relay", js: ["relay.js"], world: "ISOLATED" },
-        { ...common, id: "page", js: ["page.js"], world: "MAIN" },
-    ]);
+    }));
+    const ids = wanted.map((script) => script.id);
+    const registered = await scripting.getRegisteredContentScripts({ ids });
+    const registeredIds = registered.map((script) => script.id);
+    if (matches.length > 0 && registered.length === wanted.length) {
+        const isSame = wanted.every((script) => isAsWanted(
+            registered.find(({ id }) => id === script.id), script));
+        if (!isSame)
+            await scripting.updateContentScripts(wanted);
+        return;
+    }
+    if (registered.length > 0)
+        await scripting.unregisterContentScripts({ ids: registeredIds });
+    if (matches.length > 0)
+        await scripting.registerContentScripts(wanted);
 }
 
 async function saveSites() {
