@@ -160,19 +160,25 @@ function servePage(port) {
     const key = callerOf(port.sender) && hostKeyOf(port.sender);
     const page = { port, key };
     thePages.add(page);
-    // The list of sites is there before the first call is decided.
+    // The list of sites is there before the first call is decided; what a page
+    // sent before it went, even before that, is there when it has gone.
     port.onMessage.addListener((message) => {
         theStart.then(() => onCall(page, message));
     });
     port.onDisconnect.addListener(() => {
         void api.runtime.lastError;
-        thePages.delete(page);
-        const host = theHosts.get(key);
-        host?.leave(page);
-        if (host && ![...thePages].some((other) => other.key === key))
-            host.closeSoon();
-        changed();
+        theStart.then(() => leave(page));
     });
+    changed();
+}
+
+function leave(page) {
+    const { key } = page;
+    thePages.delete(page);
+    const host = theHosts.get(key);
+    host?.leave(page);
+    if (host && ![...thePages].some((other) => other.key === key))
+        host.closeSoon();
     changed();
 }
 

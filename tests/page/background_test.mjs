@@ -1,0 +1,114 @@
+// The background as the browser starts it: again and again, by events that
+// arrive before it has read the list of sites.
+
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { setImmediate } from "node:timers/promises";
+
+const ORIGIN = "https://a.example";
+
+class Listeners {
+    #listener;
+
+    addListener(listener) {
+        this.#listener = listener;
+    }
+
+    call(...args) {
+        return this.#listener(...args);
+    }
+}
+
+// One end of a connection, with a page or with a host.
+class Port {
+    onMessage = new Listeners();
+    onDisconnect = new Listeners();
+    sent = [];
+
+    constructor(name, sender) {
+        Object.assign(this, { name, sender });
+    }
+
+    postMessage(message) {
+        this.sent.push(message);
+    }
+
+    disconnect() {
+        this.isClosed = true;
+    }
+}
+
+let starts = 0;
+
+// Starts the background in a browser that has registered `scripts`. Its list of
+// sites comes when `read` is called.
+async function start(scripts = []) {
+    const hosts = [];
+    const changes = []; // of what is registered
+    const change = (name) => async (list) => {
+        changes.push([name, list]);
+    };
+    let read;
+    const sites = new Promise((resolve) => {
+        read = () => {
+            resolve({ sites: [{ origin: ORIGIN, ports: [32153] }] });
+            return setImmediate(); // and what follows
+        };
+    });
+    globalThis.chrome = {
+        permissions: { onAdded: new Listeners(), onRemoved: new Listeners() },
+        runtime: {
+            onConnect: new Listeners(),
+            onMessage: new Listeners(),
+            connectNative() {
+                hosts.push(new Port());
+                return hosts.at(-1);
+            },
+        },
+        scripting: {
+            getRegisteredContentScripts: async () => scripts,
+            registerContentScripts: change("register"),
+            unregisterContentScripts: change("unregister"),
+            updateContentScripts: change("update"),
+        },
+        storage: { local: { get: () => sites } },
+    };
+    await import(`../../extension/background.mjs?${++starts}`);
+    const connect = () => {
+        const port = new Port("page", {
+            origin: ORIGIN, url: `${ORIGIN}/`, frameId: 0, tab: { id: 1 },
+        });
+        globalThis.chrome.runtime.onConnect.call(port);
+        return port;
+    };
+    return { hosts, changes, connect, read };
+}
+
+test("the call of a page that has gone meanwhile gets through, and leaves no " +
+    "host", async () => {
+    const { hosts, connect, read } = await start();
+    const page = connect();
+    page.onMessage.call({ id: 0, method: "Run", args: ["x"] });
+    page.onDisconnect.call(page);
+    await read();
+    assert.deepEqual(hosts[0].sent, [{ id: 0, method: "Run", args: ["x"] }]);
+    hosts[0].onMessage.call({ id: 0, part: "", last: true });
+    assert.ok(hosts[0].isClosed);
+});
+
+test("the page scripts stay registered while nothing changes", async () => {
+    const first = await start();
+    await first.read();
+    const [[name, scripts]] = first.changes;
+    assert.equal(name, "register");
+    const [relay, page] = scripts;
+    for (const [registered, expected] of [
+        [[page, relay], []],
+        [[page, { ...relay, matches: [] }], ["update"]],
+        [[page], ["unregister", "register"]],
+    ]) {
+        const next = await start(registered);
+        await next.read();
+        assert.deepEqual(next.changes.map(([step]) => step), expected);
+    }
+});
