@@ -29,9 +29,11 @@ struct ut_Browser
     const char *allowed; // its member that lists who may call
     const char *caller;  // whom it must list
 
-    // The extension for all users, below its prefix; and in one of the user's
-    // profiles, which lie in folders below the home folder.
+    // The extension, below its prefix, where the browser may find it for all
+    // users; and in one of the user's profiles, which lie in folders below the
+    // home folder.
     const char *extension;
+    bool findsExtension;
     std::vector<const char *> profiles;
     const char *profileExtension;
     const char *howToAdd; // to a profile, before the name of the extension
@@ -54,6 +56,7 @@ utFirefox()
     firefox.extension = "share/mozilla/extensions/"
                         "{ec8030f7-c20a-464f-9b0e-13a3a9e97384}"
                         "/" VALDRIN_FIREFOX_ID ".xpi";
+    firefox.findsExtension = true;
     firefox.profiles = {"/.mozilla/firefox", "/.config/mozilla/firefox"};
     firefox.profileExtension = "extensions/" VALDRIN_FIREFOX_ID ".xpi";
     firefox.howToAdd = "set xpinstall.signatures.required to false in "
@@ -75,11 +78,31 @@ utChromium()
     chromium.allowed = "allowed_origins";
     chromium.caller = "chrome-extension://" VALDRIN_CHROMIUM_ID "/";
     chromium.extension = "share/chromium/extensions/valdrin-connection";
+    chromium.findsExtension = true;
     chromium.profiles = {"/.config/chromium"};
     chromium.profileExtension = "Extensions/" VALDRIN_CHROMIUM_ID;
     chromium.howToAdd = "switch on Developer mode in chrome://extensions, "
                         "choose Load unpacked, and then";
     return chromium;
+}
+
+// The same browser with places of its own. It finds no extension but those of
+// its maker's store.
+static ut_Browser
+utChrome()
+{
+    ut_Browser chrome = utChromium();
+    chrome.name = "Google Chrome";
+    chrome.programs = {"google-chrome", "google-chrome-stable"};
+    const std::string folder = "etc/opt/chrome/native-messaging-hosts";
+    chrome.userManifest =
+        std::string("/.config/google-chrome/NativeMessagingHosts") +
+        theManifestName;
+    chrome.systemManifest = "/" + folder + theManifestName;
+    chrome.ourManifest = folder + theManifestName;
+    chrome.findsExtension = false;
+    chrome.profiles = {"/.config/google-chrome"};
+    return chrome;
 }
 
 // ---- The words
@@ -249,7 +272,7 @@ static bool
 utCheckExtension(const ut_Browser &browser, const ut_SetupPlaces &places)
 {
     const std::string system = places.root + "/usr/" + browser.extension;
-    if (utExists(system))
+    if (browser.findsExtension && utExists(system))
     {
         utPrint("  extension", system);
         return true;
@@ -263,10 +286,13 @@ utCheckExtension(const ut_Browser &browser, const ut_SetupPlaces &places)
         return true;
     }
     const std::string ours = utInstalled(browser.extension);
+    const std::string byHand = std::string(browser.howToAdd) + " " +
+                               (ours.empty() ? "the extension" : ours);
+    if (!browser.findsExtension)
+        return utMiss("  extension", "in no profile", byHand);
     return utMiss(
         "  extension", "missing: " + system,
-        std::string("install it below /usr for all users; or ") +
-            browser.howToAdd + " " + (ours.empty() ? "the extension" : ours));
+        "install it below /usr for all users; or " + byHand);
 }
 
 static bool
@@ -311,7 +337,7 @@ utCheckSetup(int32 port, const ut_SetupPlaces &places)
             "with --port");
 
     bool hasBrowser = false;
-    for (const ut_Browser &browser : {utFirefox(), utChromium()})
+    for (const ut_Browser &browser : {utFirefox(), utChromium(), utChrome()})
         hasBrowser = utCheckBrowser(browser, places) || hasBrowser;
     isWell = isWell && hasBrowser;
     printf(

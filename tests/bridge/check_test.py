@@ -13,14 +13,30 @@ NAME = "com.norvex.valdrinconnection"
 USER = {
     "Firefox": f".mozilla/native-messaging-hosts/{NAME}.json",
     "Chromium": f".config/chromium/NativeMessagingHosts/{NAME}.json",
+    "Google Chrome":
+        f".config/google-chrome/NativeMessagingHosts/{NAME}.json",
 }
 SYSTEM = {
     "Firefox": f"usr/lib/mozilla/native-messaging-hosts/{NAME}.json",
     "Chromium": f"etc/chromium/native-messaging-hosts/{NAME}.json",
+    "Google Chrome": f"etc/opt/chrome/native-messaging-hosts/{NAME}.json",
 }
-ALLOWED = {"Firefox": "allowed_extensions", "Chromium": "allowed_origins"}
-CALLER = {"Firefox": FIREFOX[1], "Chromium": CHROMIUM[0]}
-PROGRAM = {"Firefox": "usr/bin/firefox-esr", "Chromium": "usr/bin/chromium"}
+ALLOWED = {
+    "Firefox": "allowed_extensions",
+    "Chromium": "allowed_origins",
+    "Google Chrome": "allowed_origins",
+}
+CALLER = {
+    "Firefox": FIREFOX[1],
+    "Chromium": CHROMIUM[0],
+    "Google Chrome": CHROMIUM[0],
+}
+PROGRAM = {
+    "Firefox": "usr/bin/firefox-esr",
+    "Chromium": "usr/bin/chromium",
+    "Google Chrome": "usr/bin/google-chrome-stable",
+}
+# Of all users, where the browser finds it.
 EXTENSION = {
     "Firefox": "usr/share/mozilla/extensions/"
     "{ec8030f7-c20a-464f-9b0e-13a3a9e97384}/valdrin-connection@norvex.com.xpi",
@@ -67,11 +83,12 @@ class Test(unittest.TestCase):
         place(self.root / PROGRAM[browser], mode=0o755)
         place(self.root / SYSTEM[browser], manifest(browser, path="/usr/bin/x"))
         place(self.root / "usr/bin/x", mode=0o755)
-        place(self.root / EXTENSION[browser])
+        if browser in EXTENSION:
+            place(self.root / EXTENSION[browser])
 
     def test_all_is_well(self):
         with Standin() as application:
-            for browser in PROGRAM:
+            for browser in EXTENSION:
                 shutil.rmtree(self.root, ignore_errors=True)
                 self.install(browser)
                 status, words = self.check(application.port)
@@ -92,11 +109,10 @@ class Test(unittest.TestCase):
                 place(self.root / PROGRAM[browser], mode=0o755)
             status, words = self.check(port)
             self.assertEqual(status, 1)
-            for browser in PROGRAM:
-                for missing in (SYSTEM, EXTENSION):
-                    path = self.root / missing[browser]
-                    self.assertIn(f"missing: {path}\n", words)
-            self.assertEqual(words.count("To do:"), 5, words)
+            for path in (*SYSTEM.values(), *EXTENSION.values()):
+                self.assertIn(f"missing: {self.root / path}\n", words)
+            self.assertIn("in no profile", words)
+            self.assertEqual(words.count("To do:"), 7, words)
 
     def test_a_manifest_that_a_browser_would_refuse(self):
         with Standin() as application:
@@ -130,11 +146,12 @@ class Test(unittest.TestCase):
                 ("Chromium", ".config/chromium/Default/Extensions/"
                  f"{CALLER['Chromium'][19:-1]}/1/manifest.json"),
                 ("Chromium", ".config/chromium/Profile 1/Secure Preferences"),
+                ("Google Chrome", ".config/google-chrome/Default/Preferences"),
             ):  # fmt: skip
                 shutil.rmtree(self.root, ignore_errors=True)
                 shutil.rmtree(self.home, ignore_errors=True)
                 self.install(browser)
-                (self.root / EXTENSION[browser]).unlink()
+                shutil.rmtree(self.root / "usr/share", ignore_errors=True)
                 place(self.home / extension, f'"{CALLER["Chromium"][19:-1]}"')
                 place(self.home / USER[browser], manifest(browser))
                 status, words = self.check(application.port)

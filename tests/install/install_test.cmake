@@ -55,7 +55,8 @@ expect_none("internal headers are installed" ${internal})
 function(expect_bridge folder sysconfdir prefix)
     set(name com.norvex.valdrinconnection.json)
     foreach(manifest lib/mozilla/native-messaging-hosts/${name}
-                     ${sysconfdir}/chromium/native-messaging-hosts/${name})
+                     ${sysconfdir}/chromium/native-messaging-hosts/${name}
+                     ${sysconfdir}/opt/chrome/native-messaging-hosts/${name})
         file(READ ${folder}/${manifest} json)
         string(JSON path GET "${json}" path)
         if(NOT path STREQUAL "${prefix}/bin/valdrin-bridge")
@@ -85,7 +86,8 @@ if(HAS_BRIDGE)
     run(${page} ${BUILD})
     set(name com.norvex.valdrinconnection.json)
     foreach(manifest .mozilla/native-messaging-hosts/${name}
-                     .config/chromium/NativeMessagingHosts/${name})
+                     .config/chromium/NativeMessagingHosts/${name}
+                     .config/google-chrome/NativeMessagingHosts/${name})
         file(READ ${home}/${manifest} json)
         string(JSON path GET "${json}" path)
         run(${path} --version)
