@@ -39,9 +39,12 @@ function makeRow(origin) {
             find("input").focus();
             return;
         }
-        await send({ type: "allow", origin, ports });
-        find("input").value = ports.join(", ");
-        $("sites-message").textContent = `The ports of ${origin} are saved.`;
+        const isAllowed = await send({ type: "allow", origin, ports });
+        if (isAllowed)
+            find("input").value = ports.join(", ");
+        $("sites-message").textContent = isAllowed
+            ? `The ports of ${origin} are saved.`
+            : "The browser gives no permission for this site any more.";
     });
     find(".disconnect").addEventListener("click", async () => {
         await send({ type: "disconnect", origin });
@@ -163,7 +166,9 @@ async function onTest(event) {
     const button = $("test").querySelector("button");
     button.disabled = true;
     showResult([]);
-    showResult(describeCheck(await send({ type: "check", port }), port));
+    const answer = await send({ type: "check", port })
+        .catch((error) => ({ error }));
+    showResult(describeCheck(answer, port));
     button.disabled = false;
 }
 
