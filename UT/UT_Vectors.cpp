@@ -1,3 +1,5 @@
+// The question for vectors, asked once.
+
 #include "UT_VectorsImpl.h"
 
 #ifdef UT_HAS_VECTORS

@@ -14,7 +14,9 @@
     if (self.origin === "null" || window !== window.top)
         return;
 
-    const { Error, Promise, CustomEvent, AbortSignal } = globalThis;
+    const { Error, Promise, CustomEvent, AbortSignal, MutationObserver } =
+        globalThis;
+    const { queueMicrotask } = globalThis;
     const { apply } = Reflect;
     const { create, defineProperty, freeze, getOwnPropertyDescriptor } = Object;
     const { stringify } = JSON;
@@ -79,8 +81,9 @@
         }
     }
 
-    // A document that is opened anew loses its listeners; adding one that is
-    // there already changes nothing.
+    // A document that is opened anew, as document.write() does when it is
+    // complete, loses its content and all listeners. Adding one that is there
+    // already changes nothing.
     function listen() {
         const type = "valdrin-connection:reply";
         apply(addEventListener, theDocument, [type, onReply]);
@@ -116,13 +119,18 @@
             };
             apply(addEventListener, signal, ["abort", entry.onAbort]);
         }
-        listen();
         const detail = stringify({ id, method, args });
-        if (!send("valdrin-connection:call", detail)) {
-            take(id);
-            const message = "The connection is gone from this page; reload it.";
-            throw makeError("disconnected", message);
-        }
+        if (!send("valdrin-connection:call", detail))
+            queueMicrotask(() => sendAgain(id, detail));
+    }
+
+    // In a document that was opened anew a moment ago the relay listens again
+    // by now.
+    function sendAgain(id, detail) {
+        if (!waiting[id] || send("valdrin-connection:call", detail))
+            return;
+        const message = "The connection is gone from this page; reload it.";
+        take(id).reject(makeError("disconnected", message));
     }
 
     function call(method, args, isVoid, options) {
@@ -189,6 +197,9 @@
             return call("SetSocketPortNum", [port], true);
         }
     }
+
+    listen();
+    new MutationObserver(listen).observe(theDocument, { childList: true });
 
     freeze(ValdrinConnection.prototype);
     freeze(ValdrinConnection);

@@ -84,7 +84,7 @@
         }
     }
 
-    document.addEventListener("valdrin-connection:call", (event) => {
+    function onCall(event) {
         const { detail } = event;
         if (typeof detail !== "string" || detail.length > MAX_DETAIL)
             return;
@@ -101,19 +101,31 @@
             queue.set(id, { id, method: call.method, args: call.args });
             sendMore();
         }
-    });
+    }
 
     // What has left runs to its end; what still waits never starts.
-    document.addEventListener("valdrin-connection:cancel", (event) => {
-        if (typeof event.detail === "string")
-            queue.delete(Number(event.detail));
-    });
+    function onCancel({ detail }) {
+        if (typeof detail === "string")
+            queue.delete(Number(detail));
+    }
 
     // A page that is left may be kept for the way back; its calls are not.
-    window.addEventListener("pagehide", () => {
+    function onLeave() {
         port?.disconnect();
         onDisconnect();
-    });
+    }
+
+    // A document that is opened anew, as document.write() does when it is
+    // complete, loses its content and all listeners. Adding one that is there
+    // already changes nothing.
+    function listen() {
+        document.addEventListener("valdrin-connection:call", onCall);
+        document.addEventListener("valdrin-connection:cancel", onCancel);
+        window.addEventListener("pagehide", onLeave);
+    }
+
+    listen();
+    new MutationObserver(listen).observe(document, { childList: true });
 
     // For the toolbar button. A background that does not answer is no reason
     // to fail in the page.

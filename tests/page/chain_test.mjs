@@ -50,8 +50,21 @@ const PAGES = {
             window.Promise = window.CustomEvent = window.Error = null;
             const valdrin = new ValdrinConnection();
             await valdrin.SetSocketPortNum(Number(location.hash.slice(1)));
-            document.title = await valdrin.Run("from a hostile page");
+            document.title = await valdrin.Run("hostile");
         })();</script>`,
+    },
+    // Written anew in the middle of a call, which takes all listeners away.
+    "/written": {
+        body: `<script>addEventListener("load", () => setTimeout(async () => {
+            const valdrin = new ValdrinConnection();
+            await valdrin.SetSocketPortNum(Number(location.hash.slice(1)));
+            const before = valdrin.Run("writ");
+            document.open();
+            document.write("<p>anew");
+            document.close();
+            document.title = await valdrin.Run("ten");
+            document.title = await before + document.title;
+        }));</script>`,
     },
     "/frames": {
         body: `<script>
@@ -217,11 +230,13 @@ test("the class is there before the page's first script, frozen", async () => {
         ["function", true, true, true]);
 });
 
-test("neither a strict policy nor spoilt globals are a hindrance", async () => {
-    await open(`${site.origin}/hostile#${application.port}`);
-    const title = "from a hostile page";
-    await waitFor(title, async () => await browser.title() === title);
-});
+test("neither strict policies nor spoilt globals are a hindrance, nor writing",
+    async () => {
+        for (const title of ["hostile", "written"]) {
+            await open(`${site.origin}/${title}#${application.port}`);
+            await waitFor(title, async () => await browser.title() === title);
+        }
+    });
 
 test("other sites have no class, other ports are refused", async () => {
     await open(`${site.otherName}/`);

@@ -47,6 +47,7 @@ class Port {
 function makeWindow(scripts = [RELAY, PAGE], prerendering = false) {
     const ports = [];
     const greetings = [];
+    const observers = [];
     const document = Object.assign(new EventTarget(), { prerendering });
     const window = new EventTarget();
     const runtime = {
@@ -62,6 +63,14 @@ function makeWindow(scripts = [RELAY, PAGE], prerendering = false) {
         window, document, origin: "https://a.example",
         chrome: { runtime },
         EventTarget, Event, AbortSignal, CustomEvent: DetailEvent,
+        queueMicrotask,
+        MutationObserver: class {
+            constructor(observe) {
+                observers.push(observe);
+            }
+
+            observe() {}
+        },
     });
     window.top = window;
     scope.self = scope;
