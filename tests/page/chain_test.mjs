@@ -43,6 +43,7 @@ const PAGES = {
         },
         body: `<script nonce="abc">(async () => {
             Object.prototype.error = Object.prototype.last = "spoilt";
+            Object.prototype.toJSON = Array.prototype.toJSON = () => "spoilt";
             JSON.stringify = JSON.parse = Reflect.apply = () => "spoilt";
             EventTarget.prototype.dispatchEvent = () => true;
             String.prototype.indexOf = () => 0;
