@@ -79,9 +79,10 @@ utAwait(pid_t process, int end)
     if (ready <= 0)
         kill(process, SIGKILL);
     int status = 0;
-    while (waitpid(process, &status, 0) < 0 && errno == EINTR)
+    pid_t ended = -1;
+    while ((ended = waitpid(process, &status, 0)) < 0 && errno == EINTR)
         continue;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return ended == process && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 bool
@@ -93,6 +94,8 @@ ut_BridgeComponent::probeApplication(int32 port, std::string &problem) const
         problem = std::string("No pipe: ") + strerror(errno) + ".";
         return false;
     }
+    // The caller may have left it ignored, and the status would be lost.
+    signal(SIGCHLD, SIG_DFL);
     const pid_t parent = getpid();
     const pid_t process = fork();
     if (process == 0)

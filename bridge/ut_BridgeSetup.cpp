@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <vector>
 
@@ -141,6 +140,26 @@ utExists(const ut_Path &path)
     return std::filesystem::exists(path, ignored);
 }
 
+// Folders can be entered, which access() takes for the same.
+static bool
+utCanRun(const ut_Path &path)
+{
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(path, ignored) &&
+           access(path.c_str(), X_OK) == 0;
+}
+
+// The content of a file; "" when it cannot be read. A folder throws when it is
+// read, which only this operator catches.
+static std::string
+utTextOf(const ut_Path &file)
+{
+    const std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
 // Follows what can be followed; links of a staged installation cannot.
 static std::string
 utReal(const ut_Path &path)
@@ -161,7 +180,7 @@ utFindBrowser(const ut_Browser &browser, const ut_SetupPlaces &places)
         while (std::getline(folders, folder, ':'))
         {
             std::string path = places.root + folder + "/" + program;
-            if (folder[0] == '/' && access(path.c_str(), X_OK) == 0)
+            if (folder[0] == '/' && utCanRun(path))
                 return path;
         }
     }
@@ -184,9 +203,7 @@ utInstalled(const ut_Path &file)
 static std::string
 utFaultOf(const ut_Browser &browser, const ut_Path &file, std::string &program)
 {
-    std::ifstream in(file, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(in), {});
-    const ut_Json json = ut_Json::parse(text, nullptr, false);
+    const ut_Json json = ut_Json::parse(utTextOf(file), nullptr, false);
     if (!json.is_object())
         return "is not readable as JSON";
     const auto member = [&json](const char *name)
@@ -233,7 +250,7 @@ utCheckManifest(const ut_Browser &browser, const ut_SetupPlaces &places)
     const std::string fault = utFaultOf(browser, file, program);
     if (!fault.empty())
         return utMiss("  manifest", file.string() + " " + fault, remedy);
-    if (access((root + program).c_str(), X_OK) != 0)
+    if (!utCanRun(root + program))
         return utMiss(
             "  manifest",
             file.string() + " names " + program + ", which cannot be run",
@@ -259,8 +276,7 @@ utIsInProfile(const ut_Browser &browser, const ut_Path &folder)
             return true;
         for (const char *name : {"Preferences", "Secure Preferences"})
         {
-            std::ifstream in(entry.path() / name, std::ios::binary);
-            const std::string text(std::istreambuf_iterator<char>(in), {});
+            const std::string text = utTextOf(entry.path() / name);
             if (text.find("\"" VALDRIN_CHROMIUM_ID "\"") != std::string::npos)
                 return true;
         }

@@ -22,7 +22,6 @@ let theSites = new Map();   // origin -> ports; in storage as a list
 const thePages = new Set(); // {port, key}
 const theHosts = new Map(); // key of a site -> Host
 const theWatchers = new Set();
-let theExpected = null;     // {origin, ports, until}
 
 // ------------------------------------------------------------------- hosts
 
@@ -295,12 +294,20 @@ async function dropWithoutPermission() {
     }
 }
 
+// The browser may end this script while the user thinks about the question, but
+// keeps what is stored for its session.
+async function expect(origin, ports) {
+    const expected = { origin, ports, until: Date.now() + EXPECT_MS };
+    await api.storage.session.set({ expected });
+    return true;
+}
+
 async function useExpected() {
-    const expected = theExpected;
+    const { expected } = await api.storage.session.get("expected");
     if (!expected || Date.now() > expected.until)
         return;
     if (await allow(expected.origin, expected.ports))
-        theExpected = null;
+        await api.storage.session.remove("expected");
 }
 
 // The list changes in one step after the other: two at once would register
@@ -382,10 +389,7 @@ const theRequests = new Map([
         return true;
     }],
     // The window that asks for a permission may be closed by the question.
-    ["expect", ({ origin, ports }) => {
-        theExpected = { origin, ports, until: Date.now() + EXPECT_MS };
-        return true;
-    }],
+    ["expect", ({ origin, ports }) => expect(origin, ports)],
     ["remove", ({ origin }) => inTurn(() => remove(origin))],
     ["state", () => state()],
 ]);

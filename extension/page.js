@@ -18,7 +18,10 @@
         globalThis;
     const { queueMicrotask } = globalThis;
     const { apply } = Reflect;
-    const { create, defineProperty, freeze, getOwnPropertyDescriptor } = Object;
+    const {
+        create, defineProperty, freeze, getOwnPropertyDescriptor,
+        setPrototypeOf,
+    } = Object;
     const { stringify } = JSON;
     const { indexOf, slice } = String.prototype;
     const isInteger = Number.isInteger;
@@ -119,7 +122,10 @@
             };
             apply(addEventListener, signal, ["abort", entry.onAbort]);
         }
-        const detail = stringify({ id, method, args });
+        // Without prototypes: old libraries give all arrays a toJSON().
+        const detail = stringify({
+            __proto__: null, id, method, args: setPrototypeOf(args, null),
+        });
         if (!send("valdrin-connection:call", detail))
             queueMicrotask(() => sendAgain(id, detail));
     }

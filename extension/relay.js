@@ -63,11 +63,16 @@
         port.onDisconnect.addListener(onDisconnect);
     }
 
+    // An element of that name takes the place of the property.
+    function isPrerendering() {
+        return document.prerendering === true;
+    }
+
     // A page that the browser prepares before anybody opens it waits: it may
     // never be shown, and to the background its document would be that of a
     // frame, for as long as the connection lasts.
     function sendMore() {
-        if (document.prerendering)
+        if (isPrerendering())
             return;
         while (underWay.size < MAX_UNDER_WAY && queue.size > 0) {
             const [id, call] = queue.entries().next().value;
@@ -135,7 +140,7 @@
         sendMore();
     }
 
-    if (document.prerendering)
+    if (isPrerendering())
         document.addEventListener("prerenderingchange", start, { once: true });
     else
         start();

@@ -247,7 +247,10 @@ class Test(unittest.TestCase):
     # ---- The state
 
     def test_check_describes_the_state(self):
-        with Host() as host, bound() as silent:
+        def ignore_children():
+            signal.signal(signal.SIGCHLD, signal.SIG_IGN)
+
+        with Host(preexec_fn=ignore_children) as host, bound() as silent:
             app = self.converse(host, [b"0\n\0", b"ok\0"])
             state = json.loads(host.ask("Check", int(app.port)))
             version = run(BRIDGE, "--version").stdout.decode().split()[1]

@@ -123,6 +123,7 @@ class Test(unittest.TestCase):
                 ({"path": 7}, "no absolute path"),
                 ({"path": "/nowhere/valdrin-bridge"}, "cannot be run"),
                 ({"path": "/usr/bin/text"}, "cannot be run"),
+                ({"path": "/usr/bin"}, "cannot be run"),
                 ({ALLOWED["Firefox"]: ["another"]}, "does not list "),
                 ({ALLOWED["Firefox"]: CALLER["Firefox"]}, "does not list "),
             ):
@@ -134,6 +135,9 @@ class Test(unittest.TestCase):
                 self.assertEqual(status, 1, changes)
                 self.assertIn(words, printed, changes)
             place(file, "{")
+            self.assertIn("not readable as JSON", self.check(application.port)[1])
+            file.unlink()
+            file.mkdir()
             self.assertIn("not readable as JSON", self.check(application.port)[1])
 
     def test_the_users_own_files_come_first(self):

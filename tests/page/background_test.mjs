@@ -39,6 +39,7 @@ class Port {
 }
 
 let starts = 0;
+let session = {}; // what is stored until the browser ends
 
 // Starts the background in a browser that has registered `scripts`. Its list of
 // sites comes when `read` is called.
@@ -56,8 +57,14 @@ async function start(scripts = []) {
         };
     });
     globalThis.chrome = {
-        permissions: { onAdded: new Listeners(), onRemoved: new Listeners() },
+        permissions: {
+            contains: async () => true,
+            onAdded: new Listeners(),
+            onRemoved: new Listeners(),
+        },
         runtime: {
+            id: "us",
+            getURL: (name) => `extension:${name}`,
             onConnect: new Listeners(),
             onMessage: new Listeners(),
             connectNative() {
@@ -71,7 +78,14 @@ async function start(scripts = []) {
             unregisterContentScripts: change("unregister"),
             updateContentScripts: change("update"),
         },
-        storage: { local: { get: () => sites } },
+        storage: {
+            local: { get: () => sites, set: async () => {} },
+            session: {
+                get: async () => session,
+                set: async (items) => { session = items; },
+                remove: async () => { session = {}; },
+            },
+        },
     };
     await import(`../../extension/background.mjs?${++starts}`);
     const connect = () => {
@@ -111,4 +125,22 @@ test("the page scripts stay registered while nothing changes", async () => {
         await next.read();
         assert.deepEqual(next.changes.map(([step]) => step), expected);
     }
+});
+
+test("a site whose permission comes after a restart is allowed", async () => {
+    const { read } = await start();
+    await read();
+    const { runtime } = globalThis.chrome;
+    const question =
+        { type: "expect", origin: "https://b.example", ports: [32153] };
+    const sender = { id: runtime.id, url: runtime.getURL("/popup.html") };
+    await new Promise((resolve) => {
+        runtime.onMessage.call(question, sender, resolve);
+    });
+    const next = await start();
+    await next.read();
+    await globalThis.chrome.permissions.onAdded.call();
+    const [, [relay]] = next.changes.at(-1);
+    assert.deepEqual(
+        relay.matches, ["https://a.example/*", "https://b.example/*"]);
 });

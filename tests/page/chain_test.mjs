@@ -41,8 +41,9 @@ const PAGES = {
             "Content-Security-Policy": "default-src 'none'; " +
                 "script-src 'nonce-abc'; require-trusted-types-for 'script'",
         },
-        body: `<script nonce="abc">(async () => {
+        body: `<img name="prerendering"><script nonce="abc">(async () => {
             Object.prototype.error = Object.prototype.last = "spoilt";
+            Object.prototype.toJSON = Array.prototype.toJSON = () => "spoilt";
             JSON.stringify = JSON.parse = Reflect.apply = () => "spoilt";
             EventTarget.prototype.dispatchEvent = () => true;
             String.prototype.indexOf = () => 0;
