@@ -104,8 +104,9 @@ class Test(unittest.TestCase):
         connection = valdrin.Connection(int(silent.port), timeout=0.1)
         with self.assertRaises(valdrin.RequestTimeout):
             connection.run("x")
-        with self.assertRaises(ValueError):
-            connection.run("a\0b")
+        for text, expected in (("a\0b", ValueError), (0, TypeError)):
+            with self.assertRaises(expected):
+                connection.run(text)
 
     def test_peers_that_misbehave(self):
         def repeat(part, pause):
