@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -140,8 +141,8 @@ UT_SysResource::update(bool memoryOnly)
         {
             const size_t length = strlen(row.label);
             if (strncmp(line, row.label, length) == 0)
-                row.value =
-                    static_cast<uint32>(strtoul(line + length, nullptr, 0));
+                row.value = uint32(std::min<unsigned long>(
+                    strtoul(line + length, nullptr, 0), UINT32_MAX));
         }
         line += strcspn(line, "\n");
         line += *line == '\n';

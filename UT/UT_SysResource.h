@@ -17,11 +17,12 @@ public:
     /// Reads the current state from the system. The idle share covers the time
     /// since the last update of any object in this process; at the first one,
     /// the time since the machine started. `memoryOnly` leaves it unchanged.
-    /// Without a /proc file system only the description is set; a figure that
-    /// is missing there keeps its value.
+    /// Without a /proc file system only the description is set. A size that is
+    /// missing there keeps its value; the idle share is 0 where the times are
+    /// missing.
     void update(bool memoryOnly);
 
-    /// Sizes in KiB.
+    /// Sizes in KiB, at most UINT32_MAX: a machine with 4 TiB or more has that.
     [[nodiscard]] uint32 memoryTotal() const { return myMemoryTotal; }
     [[nodiscard]] uint32 memoryFree() const { return myMemoryFree; }
     [[nodiscard]] uint32 swapTotal() const { return mySwapTotal; }

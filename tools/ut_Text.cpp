@@ -21,9 +21,16 @@ utCharacterLength(const std::string &text, size_t start)
         length = 3;
     else if (lead >= 0xf0 && lead <= 0xf4)
         length = 4;
-    if (start + length > text.size())
+    if (length == 1 || start + length > text.size())
         return 1;
-    for (size_t i = 1; i < length; ++i)
+    // What the second byte may be keeps out overlong forms, surrogates and
+    // numbers that are too large.
+    const unsigned second = utByte(text, start + 1);
+    const unsigned low = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
+    const unsigned high = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
+    if (second < low || second > high)
+        return 1;
+    for (size_t i = 2; i < length; ++i)
         if ((utByte(text, start + i) & 0xc0) != 0x80)
             return 1;
     return length;

@@ -125,6 +125,14 @@ class Vscript:
 # ---- Start
 
 
+def fill_standard_descriptors():
+    """Keeps what is opened later from the place of one that is closed."""
+    descriptor = 0
+    while descriptor <= 2:
+        descriptor = os.open(os.devnull, os.O_RDWR)
+    os.close(descriptor)
+
+
 class LogHandler(logging.Handler):
     """Lines on a descriptor of our own, which requests cannot close."""
 
@@ -223,6 +231,7 @@ def parse_options(arguments):
 
 def main():
     options = parse_options(sys.argv[1:])
+    fill_standard_descriptors()
     log = logging.getLogger("valdrin")
     log.propagate = False
     log.addHandler(LogHandler())
@@ -261,9 +270,18 @@ def main():
             )
         print(message, file=sys.stderr)
         return 1
-    print(
-        f"listening on 127.0.0.1:{port.port}", file=announcements, flush=True
-    )
+    try:
+        print(
+            f"listening on 127.0.0.1:{port.port}",
+            file=announcements,
+            flush=True,
+        )
+    except OSError as error:
+        print(
+            f"valdrin-standin: standard output: {error.strerror}",
+            file=sys.stderr,
+        )
+        return 1
     stops.wait()
     finished = port.close()
     log.info("stopped" if finished else "stopped with a request running")

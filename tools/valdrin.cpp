@@ -503,6 +503,11 @@ private:
 static int
 utFailedCall(nsresult result)
 {
+    if (result == NS_ERROR_OUT_OF_MEMORY)
+    {
+        utComplain("out of memory");
+        return EXIT_INPUT_OUTPUT;
+    }
     char code[16];
     snprintf(code, sizeof(code), "0x%08x", result);
     utComplain(std::string("the component failed with ") + code);

@@ -41,7 +41,10 @@ def encode_request(kind: str, text: Text) -> bytes:
     text with a NUL character, which no request can carry, and for lone
     surrogates.
     """
-    data = text.encode("utf-8") if isinstance(text, str) else bytes(text)
+    if isinstance(text, str):
+        data = text.encode("utf-8")
+    else:
+        data = bytes(memoryview(text))  # bytes() alone takes numbers, too
     if b"\0" in data:
         raise ValueError("a request cannot contain a NUL character")
     # CDATA ends at its first "]]>", so one in the text is split over two.

@@ -27,6 +27,7 @@ _CHUNK = 1 << 16
 _KEPT_SOURCES = 256
 _LINGER_SECONDS = 2.0
 _LATE_SECONDS = 1.0
+_LONGEST_PAUSE = 86400.0  # the system takes no more than 24 days
 _LOWEST_PORT, _HIGHEST_PORT = 10000, 65534
 
 
@@ -223,7 +224,7 @@ class CommandPort:
             ]
         if not ends:
             return None
-        return max(0.0, min(ends) - time.monotonic())
+        return min(max(0.0, min(ends) - time.monotonic()), _LONGEST_PAUSE)
 
     def _handle(self, source: object, events: int) -> None:
         if source is self._wake_reader:
@@ -244,6 +245,8 @@ class CommandPort:
                     self._read(client)
             except OSError as error:
                 self._drop(client, error.strerror or str(error))
+            except MemoryError:
+                self._drop(client, "no memory for the request")
 
     def _wake(self) -> None:
         # Full means that it is awake anyway; closed, that it has ended.
@@ -456,7 +459,11 @@ class CommandPort:
     def _reply(self, client: _Client, text: str) -> None:
         client.request = None
         _log.info("[%d] reply: %s", client.number, _excerpt(text))
-        client.output = memoryview(_wire.encode_reply(text))
+        try:
+            data = _wire.encode_reply(text)
+        except MemoryError:
+            data = _wire.encode_reply("ERROR: no memory for the reply")
+        client.output = memoryview(data)
         client.deadline = time.monotonic() + self._client_timeout
         if client.is_registered:
             self._selector.modify(client.peer, selectors.EVENT_WRITE)
@@ -617,7 +624,9 @@ def _reply_of(work: Callable[[], str]) -> str:
         try:
             return _traceback(error)
         except BaseException:  # an exception whose text cannot be had
-            return f"{_wire.TRACEBACK}{type(error).__name__}\n"
+            # Its class may have a name of its own making.
+            name = type.__dict__["__name__"].__get__(type(error))
+            return f"{_wire.TRACEBACK}{name}\n"
 
 
 def _traceback(error: BaseException) -> str:

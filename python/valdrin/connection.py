@@ -2,16 +2,19 @@
 
 from __future__ import annotations
 
+import contextlib
 import errno
 import selectors
 import socket
 import time
-from typing import List, Optional, Tuple, TypeVar
+from typing import Any, List, Optional, Tuple, TypeVar
 
 from . import _wire
 from ._wire import Text
 
 _CHUNK = 1 << 18
+# The system counts the milliseconds of a wait in an int.
+_LONGEST_SECONDS = 24 * 86400.0
 _Self = TypeVar("_Self", bound="Connection")
 
 
@@ -66,9 +69,10 @@ class Connection:
     ends with the block; nothing has to be closed.
 
     `port` is mapped into the range 10000 to 65534 as the component does it.
-    `timeout` is the time for one request and its reply in seconds; None waits
-    as long as it takes. A reply has at most `max_reply` bytes, so that no
-    peer takes all of the memory.
+    `timeout` is the time for one request and its reply in seconds, without the
+    look-up of the host's name; None, or more than 24 days, waits as long as it
+    takes. A reply has at most `max_reply` bytes, so that no peer takes all of
+    the memory.
 
     Text is sent as UTF-8, bytes as they are. A reply that is not valid UTF-8
     is taken as Latin-1.
@@ -81,7 +85,7 @@ class Connection:
         timeout: Optional[float] = None,
         max_reply: int = 64 << 20,
     ) -> None:
-        if timeout is not None and timeout <= 0:
+        if timeout is not None and not timeout > 0:  # or not a number
             raise ValueError("timeout must be None or more than 0")
         self.port = _wire.map_port(port)
         self.host = host
@@ -143,27 +147,45 @@ class Connection:
         return _wire.decode_reply(reply.data())
 
     def _connect(self, deadline: _Deadline) -> socket.socket:
-        peer = socket.create_connection(
-            (self.host, self.port), deadline.remaining()
-        )
+        try:
+            addresses = socket.getaddrinfo(
+                self.host, self.port, type=socket.SOCK_STREAM
+            )
+        except UnicodeError as error:  # no host has such a name
+            raise OSError(str(error)) from None
+        for family, kind, _, _, address in addresses[:-1]:
+            with contextlib.suppress(OSError):
+                return _connected(family, kind, address, deadline)
+        family, kind, _, _, address = addresses[-1]
+        return _connected(family, kind, address, deadline)
+
+
+def _connected(
+    family: int, kind: int, address: Any, deadline: _Deadline
+) -> socket.socket:
+    peer = socket.socket(family, kind)
+    try:
+        deadline.apply(peer)
+        peer.connect(address)
         # A port of the range that the system also gives to clients can be
         # connected to itself while nobody listens on it.
-        try:
-            if peer.getsockname() == peer.getpeername():
-                raise ConnectionRefusedError(
-                    errno.ECONNREFUSED, "Connection refused"
-                )
-        except OSError:
-            peer.close()
-            raise
-        return peer
+        if peer.getsockname() == peer.getpeername():
+            raise ConnectionRefusedError(
+                errno.ECONNREFUSED, "Connection refused"
+            )
+    except BaseException:
+        peer.close()
+        raise
+    return peer
 
 
 class _Deadline:
     """The end of the time for one request."""
 
     def __init__(self, timeout: Optional[float]) -> None:
-        self._end = None if timeout is None else time.monotonic() + timeout
+        self._end = None
+        if timeout is not None and timeout <= _LONGEST_SECONDS:
+            self._end = time.monotonic() + timeout
 
     def remaining(self) -> Optional[float]:
         if self._end is None:

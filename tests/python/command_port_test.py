@@ -1,10 +1,12 @@
 """Tests of valdrin.CommandPort, in this process."""
 
 import contextlib
+import math
 import queue
 import socket
 import threading
 import unittest
+from unittest import mock
 
 from connection_test import DEADLINE
 from support import envelope
@@ -60,7 +62,11 @@ class Test(unittest.TestCase):
         namespace = {}
         exec(
             "class Unprintable:\n"
-            "    def __str__(self): return 1\n",
+            "    def __str__(self): return 1\n"
+            "class Meta(type):\n"
+            "    def __getattribute__(self, name): exit()\n"
+            "class Nameless(Exception, metaclass=Meta): pass\n"
+            "def fail(): raise Nameless()\n",
             namespace,
         )
         with command_port(namespace, run_command=run_command) as (_, c):
@@ -71,6 +77,7 @@ class Test(unittest.TestCase):
                 ("1 +", "SyntaxError: invalid syntax"),
                 ("exit()", "SystemExit: None"),
                 ("Unprintable()", "TypeError: __str__ returned non-string .*"),
+                ("fail()", "Nameless"),
             ):
                 with self.subTest(expression=expression):
                     with self.assertRaisesRegex(
@@ -127,6 +134,24 @@ class Test(unittest.TestCase):
             hanging.namespace["go"].set()
             # Its own answer is dropped, and the next one is the right one.
             self.assertEqual(connection.evaluate("1 + 1"), "2")
+
+    def test_times_that_never_end(self):
+        times = {"busy_timeout": math.inf, "client_timeout": 1e9}
+        with command_port(**times) as (_, connection):
+            for _ in range(2):
+                self.assertEqual(connection.evaluate("1"), "1")
+
+    def test_a_reply_that_lacks_memory(self):
+        def encode(text, whole=valdrin._wire.encode_reply):
+            if text == "large":
+                raise MemoryError
+            return whole(text)
+
+        with mock.patch("valdrin._wire.encode_reply", encode):
+            with command_port() as (_, connection):
+                with self.assertRaisesRegex(valdrin.RequestRefused, "memory"):
+                    connection.evaluate("'large'")
+                self.assertEqual(connection.evaluate("1"), "1")
 
     def test_foreign_protocols_are_answered_by_nothing(self):
         ran = []

@@ -1,6 +1,7 @@
 """Tests of valdrin.Connection, against scripted peers."""
 
 import contextlib
+import math
 import pickle
 import threading
 import time
@@ -104,8 +105,20 @@ class Test(unittest.TestCase):
         connection = valdrin.Connection(int(silent.port), timeout=0.1)
         with self.assertRaises(valdrin.RequestTimeout):
             connection.run("x")
-        with self.assertRaises(ValueError):
-            connection.run("a\0b")
+        for text, expected in (("a\0b", ValueError), (0, TypeError)):
+            with self.assertRaises(expected):
+                connection.run(text)
+        with self.assertRaises(valdrin.ConnectError):
+            valdrin.Connection(host="a..b").run("x")
+
+    def test_times_that_never_end(self):
+        for timeout in (1e9, math.inf):
+            app = Application(b"y\0")
+            connection = valdrin.Connection(int(app.port), timeout=timeout)
+            self.assertEqual(connection.run("x" * 30000000), "y")
+        for timeout in (0, math.nan):
+            with self.assertRaises(ValueError):
+                valdrin.Connection(timeout=timeout)
 
     def test_peers_that_misbehave(self):
         def repeat(part, pause):

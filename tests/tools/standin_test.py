@@ -69,6 +69,13 @@ class Test(unittest.TestCase):
             self.assertIn(b'another stand-in? "--port 0"', rival.stderr)
             self.assertEqual(app.ask("vscript", "echo alive"), "alive\n")
 
+    def test_an_output_that_is_full(self):
+        with open("/dev/full", "wb") as full:
+            result = run(sys.executable, STANDIN, "--port", "0", stdout=full)
+        self.assertEqual(result.returncode, 1)
+        error = b"valdrin-standin: standard output: No space left on device\n"
+        self.assertEqual(result.stderr, error)
+
     def test_interrupt_stops_it_cleanly(self):
         with Standin() as app:
             # Threads that requests have left do not delay the exit.

@@ -265,6 +265,10 @@ class Test(unittest.TestCase):
         for name, given, value in (
             ("VALDRIN_UI_FONT", b'a"\x1b/\n\xe2\x82\xac', 'a"\x1b/\n\u20ac'),
             ("VALDRIN_UI_FONT", b"\xe9\xff", "\xe9\xff"),
+            # Overlong, a surrogate, and a number that is too large.
+            ("VALDRIN_UI_FONT", b"\xe0\x82\x9b", "\xe0\x82\x9b"),
+            ("VALDRIN_UI_FONT", b"\xed\xa0\x80", "\xed\xa0\x80"),
+            ("VALDRIN_UI_FONT", b"\xf4\x90\x80\x80", "\xf4\x90\x80\x80"),
             ("VRS", b"", None),
         ):
             environment = {b"VALDRIN_UI_FONT": given}
