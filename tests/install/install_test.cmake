@@ -126,6 +126,7 @@ run(${work}/alone "two words")
 
 # ---- Its end
 
+set(installed ${work}/größer)
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${installed})
 # Python compiles what it runs.
 run(${installed}/bin/valdrin-standin --version)
