@@ -279,10 +279,11 @@ async function remove(origin) {
     theSites.delete(origin);
     closeHosts(origin, "origin", `${origin} is no longer allowed.`);
     await showNotAllowed(origin);
-    await saveSites();
+    // First the lock that is there even when the list cannot be stored.
     const pattern = patternOf(origin);
     if (![...theSites.keys()].some((other) => patternOf(other) === pattern))
         await api.permissions.remove({ origins: [pattern] });
+    await saveSites();
     return true;
 }
 
