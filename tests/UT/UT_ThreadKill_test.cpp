@@ -20,8 +20,6 @@
 #include <mutex>
 #include <random>
 
-#include <unistd.h>
-
 using ut_Job = std::function<void()>;
 
 // Runs a job in a worker that is killed when the time has come.
@@ -92,22 +90,6 @@ TEST(UT_ThreadKill, AtAnyMomentNothingIsLeft)
     EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 #endif
-
-TEST(UT_ThreadKill, ATemporaryFileIsRemoved)
-{
-    const ut_TempDir dir;
-    setenv("VALDRIN_TEMP_DIR", dir.path().c_str(), /*overwrite=*/1);
-    std::atomic<bool> isThere(false);
-    const auto keepAFile = [&isThere]
-    {
-        const UT_TempFile file("killed");
-        isThere = file.isValid();
-        for (;;)
-            pause();
-    };
-    utKillIn(keepAFile, [&isThere] { return isThere.load(); });
-    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
-}
 
 TEST(UT_ThreadKill, ATriggerIsFreeAgain)
 {

@@ -72,66 +72,38 @@ TEST(UT_Thread, HandsJobsOverInOrder)
         }
 }
 
-// A job that goes on until it is let go, or forever.
-struct ut_Gate
+// A job that goes on forever.
+struct ut_EndlessJob
 {
     std::promise<void> isIn;
-    std::promise<void> isOpen;
     bool wasLeft = false;
-
-    static void *pass(void *self)
-    {
-        auto &gate = *static_cast<ut_Gate *>(self);
-        gate.isIn.set_value();
-        gate.isOpen.get_future().wait();
-        return nullptr;
-    }
 
     static void *sleepForever(void *self)
     {
-        auto &gate = *static_cast<ut_Gate *>(self);
+        auto &job = *static_cast<ut_EndlessJob *>(self);
         const std::unique_ptr<bool, void (*)(bool *)> leaving(
-            &gate.wasLeft, [](bool *left) { *left = true; });
-        gate.isIn.set_value();
+            &job.wasLeft, [](bool *left) { *left = true; });
+        job.isIn.set_value();
         for (;;)
             pause();
     }
 };
 
-TEST(UT_Thread, OnlyAnIdleWorkerEndsWhenAsked)
-{
-    ut_Gate gate;
-    UT_PThread thread(UT_Thread::SPIN_SLEEP);
-    EXPECT_EQ(0, thread.killIdle()); // there is none yet
-    thread.startThread(ut_Gate::pass, &gate);
-    gate.isIn.get_future().wait();
-    EXPECT_EQ(1, thread.getState());
-    EXPECT_EQ(1, thread.killIdle());
-    EXPECT_TRUE(thread.isValid());
-    gate.isOpen.set_value();
-    thread.waitForState(UT_Thread::IDLE);
-    EXPECT_EQ(0, thread.killIdle());
-    EXPECT_EQ(0, thread.waitThread(1));
-    int counter = 0;
-    thread.startThread(utCount, &counter);
-    thread.waitThread(1);
-    EXPECT_EQ(1, counter);
-}
-
 TEST(UT_Thread, AKilledJobUnwinds)
 {
-    ut_Gate gate;
+    ut_EndlessJob job;
     UT_PThread thread(UT_Thread::SPIN_SLEEP);
-    thread.startThread(ut_Gate::sleepForever, &gate);
-    gate.isIn.get_future().wait();
+    thread.startThread(ut_EndlessJob::sleepForever, &job);
+    job.isIn.get_future().wait();
+    EXPECT_EQ(1, thread.killIdle()); // it is not idle
     EXPECT_EQ(0, thread.killThread());
     int counter = 0;
     EXPECT_TRUE(thread.startThread(utCount, &counter));
-    EXPECT_TRUE(gate.wasLeft);
+    EXPECT_TRUE(job.wasLeft);
     thread.waitForState(UT_Thread::IDLE);
     EXPECT_EQ(1, counter);
-    ut_Gate last;
-    thread.startThread(ut_Gate::sleepForever, &last);
+    ut_EndlessJob last;
+    thread.startThread(ut_EndlessJob::sleepForever, &last);
     last.isIn.get_future().wait();
 }
 

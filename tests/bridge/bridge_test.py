@@ -216,9 +216,11 @@ class Test(unittest.TestCase):
     # ---- The library
 
     def test_the_library_is_found_from_the_program(self):
-        for libraries in ([("bin", LIBRARY)], [("lib", LIBRARY)]):
-            with installed(*libraries) as program, Host(program) as host:
-                self.assertEqual(host.ask("StashString", "x"), "", libraries)
+        # The last is as a package has it that is not for development.
+        for place, version in (("bin", ""), ("lib", ""), ("lib", ".1")):
+            with installed((place, LIBRARY), version=version) as program:
+                with Host(program) as host:
+                    self.assertEqual(host.ask("StashString", "x"), "", place)
 
     def test_a_library_that_cannot_be_used(self):
         for libraries in ([], [("bin", __file__)], [("lib", "/dev/null")]):

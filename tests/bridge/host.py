@@ -28,16 +28,18 @@ def request(method, *arguments, id=7):
 
 
 @contextlib.contextmanager
-def installed(*libraries):
-    """A folder with the host in "bin" and copies of libraries: pairs of a
-    folder and a file."""
+def installed(*libraries, version=""):
+    """A link to the host, which is in "bin" of a folder with copies of
+    libraries: pairs of a folder and a file."""
     with tempfile.TemporaryDirectory() as folder:
         os.makedirs(f"{folder}/bin")
         copy = shutil.copy(BRIDGE, f"{folder}/bin")
         for place, library in libraries:
             os.makedirs(f"{folder}/{place}", exist_ok=True)
-            shutil.copy(library, f"{folder}/{place}/libValdrinConnection.so")
-        yield copy
+            name = f"libValdrinConnection.so{version}"
+            shutil.copy(library, f"{folder}/{place}/{name}")
+        os.symlink(copy, f"{folder}/linked")
+        yield f"{folder}/linked"
 
 
 class Host:

@@ -7,19 +7,8 @@
 #include "UT/UT_String.h"
 #include "UT/UT_WorkArgs.h"
 
-#include <cstring>
 #include <string>
 #include <vector>
-
-// Every name that has a letter A is known, and its value is itself, with
-// everything in front that could be taken for more to parse.
-static const char *
-utLookup(const char *name, void *)
-{
-    static std::string theValue;
-    theValue = "$A' \\~`\"%A% ^${>|<2>" + std::string(name);
-    return strchr(name, 'A') ? theValue.c_str() : nullptr;
-}
 
 namespace
 {

@@ -18,16 +18,6 @@ enum
     UT_SCAN_COMMENTS_TOO = 8
 };
 
-// Every name that has a letter A is known, and its value is itself, with
-// everything in front that could be taken for more to replace.
-static const char *
-utLookup(const char *name, void *)
-{
-    static std::string theValue;
-    theValue = "$A'\\~`${//" + std::string(name);
-    return strchr(name, 'A') ? theValue.c_str() : nullptr;
-}
-
 static std::pair<std::string, int>
 utScan(const std::string &text, int flags)
 {

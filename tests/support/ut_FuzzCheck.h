@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 // The one function of an entry, which any bytes may be given to.
@@ -23,6 +24,16 @@ utTakeText(std::string &input)
     const std::string text = input.c_str();
     input.erase(0, text.size() + 1);
     return text;
+}
+
+// A variable or an expression: each that has a letter A is known, and its value
+// is itself, with everything in front that could be taken for more to replace.
+inline const char *
+utLookup(const char *name, void *)
+{
+    static std::string theValue;
+    theValue = "$A' \\~`\"%A% ^${//>|<2>" + std::string(name);
+    return strchr(name, 'A') ? theValue.c_str() : nullptr;
 }
 
 // Says where it is and ends the program, a failure to any fuzzer, unless the

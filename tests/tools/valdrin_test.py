@@ -4,8 +4,6 @@ import json
 import os
 import pty
 import re
-import shutil
-import tempfile
 import tty
 import unittest
 
@@ -189,19 +187,6 @@ class Test(unittest.TestCase):
             (failing, b"0x8007000e"),
         ):
             self.expect("-l", path, "run", "x", status=5, error=error)
-
-    def test_library_is_found_beside_the_program(self):
-        # As a package has it that is not for development, through a link.
-        with tempfile.TemporaryDirectory() as folder:
-            for name in ("bin", "lib"):
-                os.makedirs(f"{folder}/{name}")
-            shutil.copy(VALDRIN, f"{folder}/bin")
-            name = os.path.basename(LIBRARY) + ".1"
-            shutil.copy(LIBRARY, f"{folder}/lib/{name}")
-            os.symlink(f"{folder}/bin/valdrin", f"{folder}/linked")
-            self.converse([b"y\0"], "run", "x", output=b"y",
-                          executable=f"{folder}/linked",
-                          env={**os.environ, "LD_LIBRARY_PATH": ""})
 
     def test_env_lists_what_holds(self):
         environment = {
