@@ -11,6 +11,17 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+// They are searched for in one window of the string after the other.
+TEST(UT_StringEdit, LongTextsAreFoundAnywhere)
+{
+    const std::string wanted = std::string(39, 'a') + "b";
+    for (size_t before = 0; before < 1000; ++before)
+    {
+        const std::string text = std::string(before, '-') + wanted + "-";
+        EXPECT_EQ(int(before), UT_String(text.c_str()).find(wanted.c_str()));
+    }
+}
+
 // They are searched for in blocks, of which the last may end with the page.
 TEST(UT_StringEdit, ShortTextsAreFoundAtTheEndOfMemory)
 {
@@ -86,6 +97,24 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
             }
             string.harden();
             EXPECT_EQ(after, string.buffer()) << row.what << ": not its own";
+        }
+}
+
+TEST(UT_StringEdit, SubstitutesManyNearAndFarApart)
+{
+    const std::string near(20000, 'a');
+    std::string far;
+    for (int i = 0; i < 300; ++i)
+        far += 'a' + std::string(500, '-');
+    for (const std::string &text : {far + near, near + far})
+        for (const std::string by : {"", "x", "xyz"})
+        {
+            std::string expected;
+            for (const char byte : text)
+                expected += byte == 'a' ? by : std::string(1, byte);
+            UT_String string(text.c_str());
+            EXPECT_EQ(20300, string.substitute("a", by.c_str())) << by;
+            EXPECT_EQ(expected, string.buffer()) << by;
         }
 }
 
