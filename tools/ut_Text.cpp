@@ -1,6 +1,10 @@
 #include "ut_Text.h"
 
+#include "host/ut_Utf8.h"
+
+#include <algorithm>
 #include <cstdio>
+#include <string_view>
 
 static unsigned
 utByte(const std::string &text, size_t index)
@@ -8,32 +12,12 @@ utByte(const std::string &text, size_t index)
     return static_cast<unsigned char>(text[index]);
 }
 
-// Bytes of the UTF-8 character of several bytes at `start`; 1 when there is
-// none.
+// Bytes of the UTF-8 character at `start`; 1 when there is none.
 static size_t
 utCharacterLength(const std::string &text, size_t start)
 {
-    const unsigned lead = utByte(text, start);
-    size_t length = 1;
-    if (lead >= 0xc2 && lead <= 0xdf)
-        length = 2;
-    else if (lead >= 0xe0 && lead <= 0xef)
-        length = 3;
-    else if (lead >= 0xf0 && lead <= 0xf4)
-        length = 4;
-    if (length == 1 || start + length > text.size())
-        return 1;
-    // What the second byte may be keeps out overlong forms, surrogates and
-    // numbers that are too large.
-    const unsigned second = utByte(text, start + 1);
-    const unsigned low = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
-    const unsigned high = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
-    if (second < low || second > high)
-        return 1;
-    for (size_t i = 2; i < length; ++i)
-        if ((utByte(text, start + i) & 0xc0) != 0x80)
-            return 1;
-    return length;
+    const auto rest = std::string_view(text).substr(start);
+    return std::max<size_t>(utCharacterBytes(rest), 1);
 }
 
 // Whether a terminal acts on the character, of `length` bytes.
