@@ -18,6 +18,7 @@
     const underWay = new Set(); // ids
     const queue = new Map();    // id -> call, in the order of arrival
     let port = null;
+    let isStarted = false;
 
     function reply(id, kind, text) {
         const detail = `${id} ${kind} ${text}`;
@@ -120,28 +121,28 @@
         onDisconnect();
     }
 
+    // For the toolbar button. A background that does not answer is no reason
+    // to fail in the page.
+    function start() {
+        if (isStarted || isPrerendering())
+            return;
+        isStarted = true;
+        const greeting = api.runtime.sendMessage({ type: "here" });
+        greeting?.catch(() => {});
+        sendMore();
+    }
+
     // A document that is opened anew, as document.write() does when it is
     // complete, loses its content and all listeners. Adding one that is there
     // already changes nothing.
     function listen() {
         document.addEventListener("valdrin-connection:call", onCall);
         document.addEventListener("valdrin-connection:cancel", onCancel);
+        document.addEventListener("prerenderingchange", start);
         window.addEventListener("pagehide", onLeave);
     }
 
     listen();
     new MutationObserver(listen).observe(document, { childList: true });
-
-    // For the toolbar button. A background that does not answer is no reason
-    // to fail in the page.
-    function start() {
-        const greeting = api.runtime.sendMessage({ type: "here" });
-        greeting?.catch(() => {});
-        sendMore();
-    }
-
-    if (isPrerendering())
-        document.addEventListener("prerenderingchange", start, { once: true });
-    else
-        start();
+    start();
 })();

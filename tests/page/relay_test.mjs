@@ -147,7 +147,8 @@ test("nothing leaves a page before it is shown", async () => {
     const run = valdrin.Run("x");
     assert.deepEqual([ports.length, greetings.length], [0, 0]);
     document.prerendering = false;
-    document.dispatchEvent(new Event("prerenderingchange"));
+    for (let i = 0; i < 2; ++i) // the page may make more of these events
+        document.dispatchEvent(new Event("prerenderingchange"));
     assert.deepEqual([ports.length, greetings.length], [1, 1]);
     ports[0].answer(ports[0].sent[0], "done");
     assert.equal(await run, "done");
