@@ -240,6 +240,10 @@ private:
     [[nodiscard]] UT_LOCAL bool isUsedUp() const;
     UT_LOCAL bool skipComments(int commentChar, int &lines);
     template <class T>
+    UT_LOCAL int readValue(T *value);
+    template <class T>
+    UT_LOCAL int readMany(T *values, int count);
+    template <class T>
     UT_LOCAL int readValues(T *values, int count);
     template <class T>
     UT_LOCAL int readNumbers(T *values, int count);

@@ -102,6 +102,7 @@ private:
     bool closeOnce();
     void drop();
     int readFile(char *buf, int n);
+    int readOn(char *buf, int n);
     void fillWindow(int wanted);
     bool seekFile(int64 offset, int whence);
 
@@ -248,27 +249,42 @@ ut_FilePtrStreamBuf::fillWindow(int wanted)
     }
 }
 
-// The sizes of most values need no call.
-static void
-utCopyBytes(char *to, const char *from, int count)
+// Copies bytes and returns their number.
+__attribute__((noinline)) static int
+utCopyMany(char *to, const char *from, int count)
+{
+    memcpy(to, from, size_t(count));
+    return count;
+}
+
+// The same, without a call for the bytes of most values.
+static inline int
+utCopy(char *to, const char *from, int count)
 {
     if (count == 4)
         memcpy(to, from, 4);
     else if (count == 8)
         memcpy(to, from, 8);
     else
-        memcpy(to, from, size_t(count));
+        return utCopyMany(to, from, count);
+    return count;
 }
 
 int
 ut_FilePtrStreamBuf::read(char *buf, int n)
 {
-    if (n <= unread())
-    {
-        utCopyBytes(buf, myWindow + myWindowPos, n);
-        myWindowPos += n;
-        return n;
-    }
+    if (n > unread())
+        return readOn(buf, n);
+    const char *const next = myWindow + myWindowPos;
+    myWindowPos += n;
+    return utCopy(buf, next, n);
+}
+
+// Reads what the window does not have. A function of its own: what it keeps in
+// registers would cost those that need no more than the window as much again.
+__attribute__((noinline)) int
+ut_FilePtrStreamBuf::readOn(char *buf, int n)
+{
     errno = 0; // the end of a file sets none, and an older one would mislead
     int total = 0;
     for (;;)

@@ -39,31 +39,37 @@ utSwapOne(char *bytes)
     memcpy(bytes, &word, sizeof(word));
 }
 
-// Swaps the values while they are in the cache. One alone is read and swapped
-// without what many need.
+// A value's bytes as a number.
 template <class T>
-int
-UT_IStream::readValues(T *values, int count)
+using ut_Word = std::conditional_t<
+    sizeof(T) == 2, uint16, std::conditional_t<sizeof(T) == 4, uint32, uint64>>;
+
+// One value, without what many need.
+template <class T>
+inline int
+UT_IStream::readValue(T *value)
 {
-    using Word = std::conditional_t<
-        sizeof(T) == 2, uint16,
-        std::conditional_t<sizeof(T) == 4, uint32, uint64>>;
-    if (count == 1 && !myError)
-    {
-        char *const bytes = static_cast<char *>(static_cast<void *>(values));
-        const int size = int(sizeof(T));
-        // With nothing pending, that is all that the buffer's bread() does.
-        const bool isDirect = !myStream->pending() && !myStream->hasError();
-        const int got = isDirect ? myStream->read(bytes, size)
-                                 : myStream->bread(bytes, size);
-        const bool isWhole = got == size;
-        if (isWhole && !UThostIsBigEndian())
-            utSwapOne<Word>(bytes);
-        if (myStream->hasError())
-            checked(true);
-        return isWhole;
-    }
-    const int most = (1 << 16) / int(sizeof(T));
+    char *const bytes = static_cast<char *>(static_cast<void *>(value));
+    const int size = int(sizeof(T));
+    // With nothing pending, that is all that the buffer's bread() does.
+    const bool isDirect = !myStream->pending() && !myStream->hasError();
+    const int got =
+        isDirect ? myStream->read(bytes, size) : myStream->bread(bytes, size);
+    if (got == size && !UThostIsBigEndian())
+        utSwapOne<ut_Word<T>>(bytes);
+    if (myStream->hasError())
+        checked(true);
+    return got == size;
+}
+
+// Swaps the values while they are in the cache.
+template <class T>
+__attribute__((noinline)) int
+UT_IStream::readMany(T *values, int count)
+{
+    // Each look for the end between two parts has the source read ahead, which
+    // costs a copy.
+    const int most = (1 << 20) / int(sizeof(T));
     int whole = 0;
     int got = most;
     // Several reads act as one, which does not meet the end if it got
@@ -84,6 +90,13 @@ UT_IStream::readValues(T *values, int count)
     // Also for what was found while looking for the end.
     checked(true);
     return whole;
+}
+
+template <class T>
+inline int
+UT_IStream::readValues(T *values, int count)
+{
+    return count == 1 && !myError ? readValue(values) : readMany(values, count);
 }
 
 int

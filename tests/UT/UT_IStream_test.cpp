@@ -3,6 +3,7 @@
 #include "ut_TempDir.h"
 
 #include "UT/UT_String.h"
+#include "UT/UT_SwapBytes.h"
 #include "UT/UT_WorkBuffer.h"
 
 #include <gtest/gtest.h>
@@ -165,6 +166,30 @@ TEST(UT_IStream, ErrorsFailTheStreamUntilASeek)
     short big = 0;
     EXPECT_EQ(1, stream.bread(&big, 9));
     EXPECT_EQ('b' * 256 + 'c', big);
+}
+
+// However it is read, what ends exactly where the file does is no failure.
+TEST(UT_IStream, LongArraysAreReadWhole)
+{
+    const ut_TempDir dir;
+    for (const int bytes : {1 << 20, (1 << 20) + 6, (5 << 19) - 1})
+    {
+        SCOPED_TRACE(bytes);
+        std::string content(size_t(bytes), '\0');
+        for (size_t i = 0; i < content.size(); ++i)
+            content[i] = char(i * i / 255);
+        const std::string path = dir.write("values", content);
+        UT_IFStream stream(path.c_str(), UT_ISTREAM_BINARY);
+        std::vector<int> values(3 << 18);
+        const int whole = bytes / 4;
+        ASSERT_EQ(whole, stream.bread(values.data(), int(values.size())));
+        EXPECT_FALSE(stream.hasError());
+        values.resize(size_t(whole));
+        UTswapBytes(values.data(), values.size());
+        EXPECT_EQ(0, memcmp(values.data(), content.data(), 4 * size_t(whole)));
+        EXPECT_EQ(0, stream.bread(values.data(), 1));
+        EXPECT_TRUE(stream.hasError());
+    }
 }
 
 TEST(UT_IStream, BinaryStringsHaveLengthsOfAnyWidth)
