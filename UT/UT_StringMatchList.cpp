@@ -219,16 +219,31 @@ private:
 
 } // namespace
 
+// Whether the first and the last byte of an alternative leave open that it
+// matches. Most of a list's do not. A last one that is ordinary is the last of
+// all that match; but a search that is recorded leaves what it met before.
+static inline bool
+utMayMatch(
+    const char *subject, const char *subjectEnd, const char *pattern,
+    const char *patternEnd)
+{
+    if (pattern == patternEnd)
+        return true;
+    if (utIsOrdinary(*pattern) && utToLower(*pattern) != utToLower(*subject))
+        return false;
+    const char last = patternEnd[-1];
+    if (!utIsOrdinary(last) || last == ']' || thePatternRecord)
+        return true;
+    return subject != subjectEnd &&
+           utToLower(subjectEnd[-1]) == utToLower(last);
+}
+
 // Matches one alternative, once the separators are set.
 static int
 utMatchAlternative(
     const char *subject, const char *subjectEnd, const char *pattern,
     const char *patternEnd, int caseSensitive)
 {
-    // Most of a list's do not match, by their first byte.
-    if (pattern != patternEnd && utIsOrdinary(*pattern) &&
-        utToLower(*pattern) != utToLower(*subject))
-        return 0;
     if (!thePatternRecord)
         return utMatches(
             pattern, patternEnd, subject, subjectEnd, caseSensitive != 0);
@@ -281,9 +296,10 @@ UT_String::multiMatch(
         // the last of two others.
         const bool isTried = isExclusion ? matches || (excluded && !*excluded)
                                          : !matches || index;
-        if (isTried &&
+        const char *const alternative = at + isExclusion;
+        if (isTried && utMayMatch(subject, subjectEnd, alternative, end) &&
             utMatchAlternative(
-                subject, subjectEnd, at + isExclusion, end, caseSensitive))
+                subject, subjectEnd, alternative, end, caseSensitive))
         {
             matches = !isExclusion;
             if (excluded)
