@@ -7,11 +7,16 @@
 #include "SYS/SYS_Types.h"
 
 #include <algorithm>
+#include <cfenv>
+#include <cfloat>
 #include <charconv>
 #include <climits>
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <iterator>
+
+#include <langinfo.h>
 
 namespace
 {
@@ -30,8 +35,9 @@ struct ut_Attempt
 
 // What the usual formats ask for, written without vsnprintf(), whose result it
 // is byte for byte: %d %i %u %x %X with a width, filled with blanks or zeros,
-// %c and %s with a width, %s with a precision, and %%. The rest of a format,
-// from the first conversion that is another on, is left to vsnprintf().
+// %f %e %g %F %E %G with a width and a precision, %c and %s with a width, %s
+// with a precision, and %%. The rest of a format, from the first conversion
+// that is another on, is left to vsnprintf().
 //
 // What does not fit is counted, not written, so that a long text costs a
 // strlen().
@@ -82,6 +88,7 @@ private:
     size_t measure(const char *text);
     void writeSigned(const ut_Directive &directive);
     void writeUnsigned(char letter, const ut_Directive &directive);
+    void writeFloat(char letter, const ut_Directive &directive);
     void writeNumber(
         const char *digits, const char *end, const ut_Directive &directive);
     void
@@ -206,6 +213,39 @@ ut_CommonFormat::writeUnsigned(char letter, const ut_Directive &directive)
     writeNumber(digits, end, directive);
 }
 
+// The most digits after the point that have room.
+static const int theMostPrecise = 100;
+
+// Whether vsnprintf() writes floats as the standard library does: with a point,
+// and rounded to the nearest.
+static bool
+utFloatsAreUsual()
+{
+    return strcmp(nl_langinfo(RADIXCHAR), ".") == 0 &&
+           fegetround() == FE_TONEAREST;
+}
+
+void
+ut_CommonFormat::writeFloat(char letter, const ut_Directive &directive)
+{
+    const double value = va_arg(myArgs, double);
+    const char small = utToLower(letter);
+    const auto format = small == 'f'   ? std::chars_format::fixed
+                        : small == 'e' ? std::chars_format::scientific
+                                       : std::chars_format::general;
+    char digits[DBL_MAX_10_EXP + theMostPrecise + 8];
+    char *const end = std::to_chars(
+                          digits, std::end(digits), value, format,
+                          directive.precision < 0 ? 6 : directive.precision)
+                          .ptr;
+    if (letter != small)
+        std::transform(digits, end, digits, utToUpper);
+    if (std::isfinite(value))
+        writeNumber(digits, end, directive);
+    else
+        writePadded(digits, size_t(end - digits), directive);
+}
+
 size_t
 ut_CommonFormat::measure(const char *text)
 {
@@ -292,6 +332,18 @@ ut_CommonFormat::writeDirective(char letter, const ut_Directive &directive)
         if (directive.precision >= 0)
             return UT_REST;
         writeUnsigned(letter, directive);
+        return UT_WRITTEN;
+    case 'f':
+    case 'e':
+    case 'g':
+    case 'F':
+    case 'E':
+    case 'G':
+        // Two letters l stand for a long double.
+        if (directive.length == UT_LONG_LONG ||
+            directive.precision > theMostPrecise || !utFloatsAreUsual())
+            return UT_REST;
+        writeFloat(letter, directive);
         return UT_WRITTEN;
     case 's':
         if (!isPlain)

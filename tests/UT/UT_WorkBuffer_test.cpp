@@ -4,9 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
+#include <cfloat>
 #include <climits>
+#include <cmath>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -135,9 +139,38 @@ TEST(UT_WorkBuffer, FormatsAsTheLibraryDoes)
         {"lld", "lli", "llu", "llx", "llX", "llo"},
         {0, 1, -1, 42, -12345, LLONG_MIN, LLONG_MAX});
     utExpectFormats<double>(
-        {"f", "e", "g", "a", "G"}, {0, 0.125, -5.25, 12345, 1e18, -1e18});
+        {"f", "e", "g", "a", "F", "E", "G", "lf", "le", "lg"},
+        {0, -0.0, 0.125, -5.25, 12345, 1e18, -1e18, DBL_MAX, 5e-324, INFINITY,
+         -INFINITY, NAN, -NAN});
     utExpectFormats<const char *>(
         {"s"}, {nullptr, "", "a", "geo1", "a text\xe4\xb8", longText.c_str()});
+}
+
+// Where the last digit decides, and any others.
+TEST(UT_WorkBuffer, FloatsAreRoundedAsTheLibraryDoes)
+{
+    const char *const formats[] = {"%g",    "%.0f",   "%.2f",   "%.1e",
+                                   "%.17G", "%.100f", "%.101f", "%09.3g"};
+    std::mt19937_64 random(1);
+    for (const int mode : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO})
+        for (int i = 0; i < 4000; ++i)
+        {
+            double value = (i - 2000) / 8.0;
+            const uint64 bits = random();
+            if (i % 2)
+                memcpy(&value, &bits, sizeof(value));
+            const char *const format = formats[random() % std::size(formats)];
+            char expected[500];
+            UT_WorkBuffer buffer;
+            ASSERT_EQ(0, fesetround(mode));
+            const int length =
+                thePrinter(expected, sizeof(expected), format, value);
+            const int found = (buffer.*theAppender)(format, value);
+            fesetround(FE_TONEAREST);
+            ASSERT_EQ(length, found) << format << ", mode " << mode;
+            ASSERT_STREQ(expected, buffer.buffer())
+                << format << ", mode " << mode;
+        }
 }
 
 TEST(UT_WorkBuffer, ConversionsThatOnlyTheLibraryKnowsCountAllThatIsWritten)
