@@ -403,7 +403,9 @@ template <class Key>
 UT_VECTORS void
 utSortFew(Key *keys, size_t n, ut_KeyForm<Key> form)
 {
-    if (n <= 2 * theLanes)
+    if (n <= theLanes)
+        utSortRowsOf<1>(keys, n, form);
+    else if (n <= 2 * theLanes)
         utSortRowsOf<2>(keys, n, form);
     else if (n <= 4 * theLanes)
         utSortRowsOf<4>(keys, n, form);
@@ -413,6 +415,63 @@ utSortFew(Key *keys, size_t n, ut_KeyForm<Key> form)
         utSortRowsOf<12>(keys, n, form);
     else
         utSortRowsOf<16>(keys, n, form);
+}
+
+// The places of up to two vectors of keys.
+UT_VECTORS void
+utPlacesOf(const unsigned *keys, size_t n, size_t *places)
+{
+    const __mmask16 lowUsed = utUsedLanes(n, 0, theLanes);
+    const __mmask16 highUsed = utUsedLanes(n, 1, theLanes);
+    const ut_Lanes low = _mm512_maskz_loadu_epi32(lowUsed, keys);
+    const ut_Lanes high = _mm512_maskz_loadu_epi32(highUsed, keys + theLanes);
+    for (size_t i = 0; i < n; i++)
+    {
+        const ut_Lanes key = utAllLanes(keys[i]);
+        const unsigned less =
+            _mm512_mask_cmplt_epu32_mask(lowUsed, low, key) |
+            unsigned(_mm512_mask_cmplt_epu32_mask(highUsed, high, key))
+                << theLanes;
+        const unsigned equal = _mm512_cmpeq_epi32_mask(low, key) |
+                               unsigned(_mm512_cmpeq_epi32_mask(high, key))
+                                   << theLanes;
+        places[i] =
+            size_t(__builtin_popcount(less | _bzhi_u32(equal, unsigned(i))));
+    }
+}
+
+// Whether none of up to two vectors of keys belongs before its neighbour.
+template <class Key>
+UT_VECTORS bool
+utAreInOrder(const Key *keys, size_t n, ut_KeyForm<Key> form)
+{
+    const ut_LaneRanks<Key> order(form);
+    unsigned greater = 0;
+    for (size_t i = 0; i < 2; i++)
+    {
+        const __mmask16 used = utUsedLanes(n - 1, i, theLanes);
+        const Key *const from = keys + i * theLanes;
+        greater |= _mm512_mask_cmpgt_epu32_mask(
+            used, order.ranks(_mm512_maskz_loadu_epi32(used, from)),
+            order.ranks(_mm512_maskz_loadu_epi32(used, from + 1)));
+    }
+    return greater == 0;
+}
+
+// Whether among up to two vectors of keys is a -0.
+UT_VECTORS bool
+utHasMinusZero(const float *keys, size_t n)
+{
+    const ut_Lanes minusZero = utAllLanes(0x80000000);
+    unsigned found = 0;
+    for (size_t i = 0; i < 2; i++)
+    {
+        const __mmask16 used = utUsedLanes(n, i, theLanes);
+        found |= _mm512_mask_cmpeq_epi32_mask(
+            used, _mm512_maskz_loadu_epi32(used, keys + i * theLanes),
+            minusZero);
+    }
+    return found != 0;
 }
 
 // The ranks of some keys from all over the range, each the middle one of three,
@@ -706,6 +765,31 @@ void
 utSortByNetwork(float *keys, size_t n, ut_KeyForm<float> form)
 {
     utSortFew(keys, n, form);
+}
+
+bool
+utSortInOrderByNetwork(unsigned *keys, size_t n, ut_KeyForm<unsigned> form)
+{
+    if (!utAreInOrder(keys, n, form))
+        utSortFew(keys, n, form);
+    return true;
+}
+
+bool
+utSortInOrderByNetwork(float *keys, size_t n, ut_KeyForm<float> form)
+{
+    if (utAreInOrder(keys, n, form))
+        return true;
+    if (utHasMinusZero(keys, n))
+        return false;
+    utSortFew(keys, n, form);
+    return true;
+}
+
+void
+utPlacesByLongVectors(const unsigned *keys, size_t n, size_t *places)
+{
+    utPlacesOf(keys, n, places);
 }
 
 ut_EqualRange

@@ -16,6 +16,9 @@
 // Ranges below this size are sorted by utSortSmall where vectors could, too.
 static constexpr size_t theFewSize = 13;
 
+// Fewer items are sorted sooner without long vectors.
+static constexpr size_t theLeastVectorSize = 4;
+
 // From this number on, items are sorted by digits: of eight bits, or of eleven
 // when there are so many that clearing the longer tables no longer matters.
 // Fewer keys than the latter are divided where vectors do that.
@@ -45,50 +48,63 @@ template <class Items>
 static constexpr size_t utScratchBytes =
     utHasOwnPartition<Items> ? theVectorScratchBytes : theScratchBytes;
 
-// What stands for a key where the order must be total.
-template <class Key>
-static Key
-utTotalOrder(Key key)
+// A number that orders like its key.
+static unsigned
+utRank(unsigned key)
 {
     return key;
 }
 
 // The bits of floats order them like integers, except for the order among
 // negative ones and the two zeros, which are equal. NaN keys get a place too.
-static int32
-utTotalOrder(float key)
+static unsigned
+utRank(float key)
 {
     key += 0.0f; // -0 becomes +0
     int32 bits;
     memcpy(&bits, &key, sizeof(bits));
-    return bits < 0 ? bits ^ 0x7fffffff : bits;
+    return unsigned(bits) ^ (bits < 0 ? 0xffffffffu : 0x80000000u);
 }
 
-// Sorts a range of fewer than theSmallSize items; stable. Instead of looking
-// for each item's place, which the processor cannot foresee, it compares all
-// pairs, which takes no branch: an item's place is the number of items that
-// belong before it.
+// The place of each of some ranks: how many belong before it. Compares all
+// pairs, which takes no branch.
+static void
+utPlaces(const unsigned *ranks, size_t n, size_t *places)
+{
+    for (size_t i = 0; i < n; i++)
+    {
+        const unsigned rank = ranks[i];
+        size_t place = i;
+        for (size_t j = 0; j < i; j++)
+        {
+            const bool isLess = rank < ranks[j];
+            places[j] += isLess;
+            place -= isLess;
+        }
+        places[i] = place;
+    }
+}
+
+// Sorts a range of fewer than theSmallSize items; stable. It does not look for
+// each item's place, which the processor cannot foresee.
 template <class Items>
 static void
 utSortSmall(Items items, size_t begin, size_t end)
 {
-    decltype(utTotalOrder(items.keyAt(0))) keys[theSmallSize];
+    unsigned ranks[theSmallSize];
     size_t places[theSmallSize];
     const size_t size = end - begin;
     for (size_t i = 0; i < size; i++)
+        ranks[i] = utRank(items.keyAt(begin + i));
+#ifdef UT_HAS_VECTORS
+    if (size >= theLeastVectorSize && utHasLongVectors())
     {
-        const auto key = utTotalOrder(items.keyAt(begin + i));
-        size_t place = i;
-        for (size_t j = 0; j < i; j++)
-        {
-            const bool isLess = key < keys[j];
-            places[j] += isLess;
-            place -= isLess;
-        }
-        keys[i] = key;
-        places[i] = place;
+        utPlacesByLongVectors(ranks, size, places);
+        items.arrange(begin, size, places);
+        return;
     }
-
+#endif
+    utPlaces(ranks, size, places);
     items.arrange(begin, size, places);
 }
 
@@ -312,13 +328,17 @@ static void
 utSortPlainKeys(Key *keys, ut_KeyForm<Key> form, size_t n)
 {
 #ifdef UT_HAS_VECTORS
-    // The network does not keep the order of equal keys.
-    if (n >= theSmallSize && utHasLongVectors())
+    if (n >= theLeastVectorSize && utHasLongVectors())
     {
         const ut_LongVectorKeyItems items(keys, form);
-        if (!items.settleRun(n))
-            utSortRange(items, 0, n, utLog2(n), ut_NetworkPieces());
-        return;
+        if (n >= theSmallSize)
+        {
+            if (!items.settleRun(n))
+                utSortRange(items, 0, n, utLog2(n), ut_NetworkPieces());
+            return;
+        }
+        if (utSortInOrderByNetwork(keys, n, form))
+            return;
     }
     if (utHasVectors())
     {

@@ -41,6 +41,16 @@ bool utSettleRunByLongVectors(float *keys, size_t n, ut_KeyForm<float> form);
 void utSortByNetwork(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);
 void utSortByNetwork(float *keys, size_t n, ut_KeyForm<float> form);
 
+// The same for up to 32 keys, of which equal ones keep their order. Returns
+// false, and does nothing, where one is -0: the network cannot do that then.
+bool
+utSortInOrderByNetwork(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);
+bool utSortInOrderByNetwork(float *keys, size_t n, ut_KeyForm<float> form);
+
+// The place of each of up to 32 keys: how many belong before it, those that are
+// less, and those before it that are equal.
+void utPlacesByLongVectors(const unsigned *keys, size_t n, size_t *places);
+
 // Divides theNetworkSize keys or more by a middle one of some of them.
 ut_EqualRange
 utDivideByLongVectors(unsigned *keys, size_t n, ut_KeyForm<unsigned> form);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <numeric>
@@ -206,12 +207,15 @@ static void
 utCheckKeys(UT_QuickSort &sorter, const std::vector<Key> &keys, bool isStable)
 {
     std::vector<Key> expected = keys;
-    std::sort(expected.begin(), expected.end());
+    std::stable_sort(expected.begin(), expected.end());
     for (int makeIndex : {1, 0})
     {
         std::vector<Key> sorted = keys;
         EXPECT_EQ(&sorter, &utSortKeys(sorter, sorted, makeIndex));
         EXPECT_TRUE(expected == sorted) << "index: " << makeIndex;
+        // The two zeros are equal, but not the same.
+        for (size_t i = 0; i < keys.size() && isStable; i++)
+            EXPECT_EQ(std::signbit(expected[i]), std::signbit(sorted[i])) << i;
     }
     const UT_IntArray &index = sorter.index();
     EXPECT_EQ(keys.size(), index.capacity());
