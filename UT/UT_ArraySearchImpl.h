@@ -2,11 +2,14 @@
 
 #pragma once
 
+#include "UT_AllocImpl.h"
 #include "UT_ArrayImpl.h"
+#include "UT_MergeSortImpl.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <type_traits>
 
 #ifdef __SSE2__
@@ -18,10 +21,9 @@
 
 template <class T>
 void
-utSort(T *data, unsigned entries, int (*compare)(const T *, const T *))
+utSortWithoutScratch(
+    T *data, unsigned entries, int (*compare)(const T *, const T *))
 {
-    if (entries < 2)
-        return;
     using Compare = decltype(compare);
     const auto typed = [](const void *a, const void *b, void *context)
     {
@@ -29,6 +31,30 @@ utSort(T *data, unsigned entries, int (*compare)(const T *, const T *))
             static_cast<const T *>(a), static_cast<const T *>(b));
     };
     qsort_r(data, entries, sizeof(T), typed, &compare);
+}
+
+// Stable, where there is memory for as many elements again.
+template <class T>
+void
+utSort(T *data, unsigned entries, int (*compare)(const T *, const T *))
+{
+    if (entries < 2)
+        return;
+    T few[64];
+    ut_BlockOwner<T> many;
+    T *scratch = few;
+    if (entries > std::size(few))
+    {
+        many.reset(static_cast<T *>(malloc(size_t(entries) * sizeof(T))));
+        scratch = many.get();
+    }
+    if (!scratch)
+    {
+        utSortWithoutScratch(data, entries, compare);
+        return;
+    }
+    std::copy(data, data + entries, scratch);
+    utSortInto(scratch, entries, data, compare);
 }
 
 template <class T>

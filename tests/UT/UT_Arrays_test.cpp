@@ -374,6 +374,37 @@ TYPED_TEST(UT_Arrays, FindLooksAtEveryElementFromTheStart)
         }
 }
 
+template <class E>
+static int
+utAnswerAtRandom(const E *, const E *)
+{
+    static std::mt19937 theAnswers;
+    return int(theAnswers() % 3) - 1;
+}
+
+TYPED_TEST(UT_Arrays, SortKeepsTheOrderOfEqualElementsAndAlwaysAllOfThem)
+{
+    using E = ut_Element<TypeParam>;
+    std::mt19937 random(1);
+    for (size_t entries = 0; entries < 5000; entries += entries / 20 + 1)
+    {
+        SCOPED_TRACE(entries);
+        ut_Model<TypeParam> model(entries);
+        for (E &element : model)
+            element = utElement<E>(random() % 1000);
+        auto array = utArray<TypeParam>(model);
+        array.sort(utCompare<E>);
+        std::stable_sort(model.begin(), model.end(), utIsLess<E>);
+        EXPECT_EQ(model, utValues(array));
+
+        array.sort(utAnswerAtRandom<E>);
+        ut_Model<TypeParam> values = utValues(array);
+        std::sort(values.begin(), values.end());
+        std::sort(model.begin(), model.end());
+        EXPECT_EQ(model, values);
+    }
+}
+
 // ---- Sorted sets
 
 // The ascending elements of one side, up to `limit` different ones.
