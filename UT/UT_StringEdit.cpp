@@ -3,6 +3,7 @@
 #include "UT_String.h"
 
 #include "UT_AllocImpl.h"
+#include "UT_ByteBlockImpl.h"
 #include "UT_CharImpl.h"
 #include "UT_StringImpl.h"
 #include "UT_TextSearchImpl.h"
@@ -318,42 +319,135 @@ UT_String::replace(int start, int length, const char *text)
     const size_t come = strlen(text);
     if (come == gone && memcmp(old + before, text, come) == 0)
         return true;
-    // The old block stays until the end: the text may lie in it.
     const size_t behind = oldLength - before - gone;
     if (uint64(before) + come + behind >= INT_MAX)
         return false;
-    char *const block =
-        static_cast<char *>(utAllocate(before + come + behind + 1));
+    const size_t size = before + come + behind + 1;
+    // The text may lie in the old block, which then stays until the end.
+    const bool isOwn = uintptr_t(text) - uintptr_t(old) <= uintptr_t(oldLength);
+    if (myData && !myIsReference && !isOwn)
+    {
+        if (come > gone)
+            myData = static_cast<char *>(utChecked(realloc(myData, size)));
+        char *const place = myData + before;
+        memmove(place + come, place + gone, behind + 1); // with the NUL
+        memcpy(place, text, come);
+        if (come < gone)
+            if (void *const shorter = realloc(myData, size))
+                myData = static_cast<char *>(shorter);
+        return true;
+    }
+    char *const block = static_cast<char *>(utAllocate(size));
     char *write = static_cast<char *>(mempcpy(block, old, before));
     write = static_cast<char *>(mempcpy(write, text, come));
-    memcpy(write, old + before + gone, behind + 1); // with the NUL
+    memcpy(write, old + before + gone, behind + 1);
     freeData();
     myData = block;
     myIsReference = 0;
     return true;
 }
 
-// Changes the bytes for which `changed` returns another one. The text is not
-// copied before there is one.
-template <class Changed>
-static int
-utChangeBytes(UT_String &string, Changed changed)
+namespace
 {
-    const char *start = utText(string);
-    while (*start && changed(*start) == *start)
-        ++start;
-    if (!*start)
-        return 0;
-    const size_t index = size_t(start - string.buffer());
-    string.harden();
-    int count = 0;
-    for (char *byte = string.buffer() + index; *byte; ++byte)
+
+// Changes of bytes, single ones and blocks: one byte to another ...
+struct ut_ByteChange
+{
+    char from;
+    char to;
+
+    char operator()(char byte) const { return byte == from ? to : byte; }
+    ut_Block operator()(ut_Block bytes) const
     {
-        const char to = changed(*byte);
-        count += to != *byte;
-        *byte = to;
+        const auto isFrom = ut_Block(bytes == ut_Block{} + uint8(from));
+        return (bytes & ~isFrom) | (isFrom & uint8(to));
+    }
+};
+
+// ... or letters of one case, of which `first` is the first, to the other.
+struct ut_CaseChange
+{
+    char first;
+
+    char operator()(char byte) const
+    {
+        return uint8(byte - first) < 26 ? char(byte ^ 0x20) : byte;
+    }
+    ut_Block operator()(ut_Block bytes) const
+    {
+        const auto isLetter =
+            ut_Block(bytes - uint8(first) < ut_Block{} + uint8(26));
+        return bytes ^ (isLetter & uint8(0x20));
+    }
+};
+
+} // namespace
+
+// Changes `length` bytes and returns how many became others. Those of blocks
+// are first counted for each place in a block, where a byte has room for 255.
+template <class Change>
+static int
+utChangeBytes(char *bytes, size_t length, const Change &change)
+{
+    char *const end = bytes + length;
+    int count = 0;
+    while (size_t(end - bytes) >= sizeof(ut_Block))
+    {
+        const size_t blocks = size_t(end - bytes) / sizeof(ut_Block);
+        char *const last =
+            bytes + std::min<size_t>(blocks, 255) * sizeof(ut_Block);
+        ut_Block changed{};
+        for (; bytes < last; bytes += sizeof(ut_Block))
+        {
+            const ut_Block from = utLoadBlock(bytes);
+            const ut_Block to = change(from);
+            changed -= ut_Block(from != to);
+            memcpy(bytes, &to, sizeof(to));
+        }
+        for (size_t i = 0; i < sizeof(changed); ++i)
+            count += changed[i];
+    }
+    for (; bytes < end; ++bytes)
+    {
+        const char to = change(*bytes);
+        count += to != *bytes;
+        *bytes = to;
     }
     return count;
+}
+
+// Whether any byte changes.
+template <class Change>
+static bool
+utChangesAny(const char *bytes, size_t length, const Change &change)
+{
+    const char *const end = bytes + length;
+    for (; size_t(end - bytes) >= sizeof(ut_Block); bytes += sizeof(ut_Block))
+    {
+        const ut_Block block = utLoadBlock(bytes);
+        if (utHasAny(ut_Block(block != change(block))))
+            return true;
+    }
+    return std::any_of(
+        bytes, end, [&change](char byte) { return change(byte) != byte; });
+}
+
+// A text that is borrowed is not copied unless a byte changes.
+template <class Change>
+static int
+utChangeText(UT_String &string, bool isBorrowed, const Change &change)
+{
+    const char *const text = utText(string);
+    const size_t length = strlen(text);
+    if (length == 0)
+        return 0;
+    if (isBorrowed)
+    {
+        if (!utChangesAny(text, length, change))
+            return 0;
+        string.harden();
+    }
+    return utChangeBytes(string.buffer(), length, change);
 }
 
 int
@@ -361,20 +455,19 @@ UT_String::change(char from, char to)
 {
     if (!from || !to)
         return 0;
-    return utChangeBytes(
-        *this, [=](char byte) { return byte == from ? to : byte; });
+    return utChangeText(*this, myIsReference, ut_ByteChange{from, to});
 }
 
 int
 UT_String::toUpper()
 {
-    return utChangeBytes(*this, utToUpper);
+    return utChangeText(*this, myIsReference, ut_CaseChange{'a'});
 }
 
 int
 UT_String::toLower()
 {
-    return utChangeBytes(*this, utToLower);
+    return utChangeText(*this, myIsReference, ut_CaseChange{'A'});
 }
 
 namespace

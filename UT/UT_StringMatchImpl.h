@@ -2,16 +2,13 @@
 
 #pragma once
 
+#include "UT_ByteBlockImpl.h"
 #include "UT_CharImpl.h"
 
 #include "SYS/SYS_Types.h"
 
 #include <cstring>
 #include <initializer_list>
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 // How bytes compare: as they are ...
 struct ut_Exact
@@ -28,9 +25,6 @@ struct ut_Folded
     static char fold(char c) { return utToLower(c); }
     static uint8 ignoredBits(char c) { return utIsLetter(c) ? 0x20 : 0; }
 };
-
-// Sixteen bytes of a text, or what became of them.
-using ut_Block = uint8 __attribute__((vector_size(16)));
 
 // Shows in which blocks a byte may be, one operation for all of a block.
 class ut_ByteFilter
@@ -61,47 +55,6 @@ enum ut_Outcome
     UT_MATCHES,
     UT_AT_STAR
 };
-
-#ifdef __SSE2__
-// The bytes of a block that are not 0, a bit for each: they are 0 or 255.
-inline unsigned
-utBits(ut_Block block)
-{
-    __m128i bytes;
-    memcpy(&bytes, &block, sizeof(bytes));
-    return unsigned(_mm_movemask_epi8(bytes));
-}
-
-inline bool
-utHasAny(ut_Block block)
-{
-    return utBits(block) != 0;
-}
-
-// The first byte of a block that is not 0; there is one.
-inline int
-utFirst(ut_Block block)
-{
-    return __builtin_ctz(utBits(block));
-}
-#else
-inline bool
-utHasAny(ut_Block block)
-{
-    uint64 halves[2];
-    memcpy(halves, &block, sizeof(block));
-    return (halves[0] | halves[1]) != 0;
-}
-
-inline int
-utFirst(ut_Block block)
-{
-    int first = 0;
-    while (block[first] == 0)
-        ++first;
-    return first;
-}
-#endif
 
 template <class Compare>
 bool

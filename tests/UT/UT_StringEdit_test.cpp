@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -98,6 +99,66 @@ TEST(UT_StringEdit, EditsReturnWhatTheyDidAndCopyOnlyThen)
             string.harden();
             EXPECT_EQ(after, string.buffer()) << row.what << ": not its own";
         }
+}
+
+TEST(UT_StringEdit, BytesChangeInTextsOfAnyLength)
+{
+    for (const size_t length : {1u, 15u, 16u, 17u, 254u, 4080u, 4081u, 9000u})
+    {
+        std::string text;
+        for (size_t i = 0; i < length; ++i)
+            text += char(1 + i * 7 % 255);
+        std::string lower = text;
+        for (char &byte : lower)
+            if (byte >= 'A' && byte <= 'Z')
+                byte = char(byte + 'a' - 'A');
+        std::string changed = lower;
+        std::replace(changed.begin(), changed.end(), 'e', '\xE9');
+        const auto countIn = [&](const char *bytes)
+        {
+            return std::count_if(
+                text.begin(), text.end(),
+                [=](char byte) { return strchr(bytes, byte); });
+        };
+        for (const bool isBorrowed : {true, false})
+        {
+            SCOPED_TRACE(testing::Message() << length << isBorrowed);
+            UT_String found(text.c_str());
+            if (!isBorrowed)
+                found.harden();
+            EXPECT_EQ(countIn("ABCDEFGHIJKLMNOPQRSTUVWXYZ"), found.toLower());
+            EXPECT_EQ(lower.c_str(), found);
+            EXPECT_EQ(countIn("Ee"), found.change('e', '\xE9'));
+            EXPECT_EQ(changed.c_str(), found);
+        }
+    }
+}
+
+// A script of random replacements, some by a part of the text itself.
+TEST(UT_StringEdit, ReplacesAsAStandardStringDoes)
+{
+    std::mt19937 random(1);
+    UT_String text("borrowed");
+    std::string expected("borrowed");
+    for (int step = 0; step < 5000; ++step)
+    {
+        const size_t start = random() % (expected.size() + 2);
+        const int length = int(random() % 9) - 1; // -1 for all of the rest
+        const char *by = &"0123456789abcdefghij"[random() % 21];
+        if (random() % 4 == 0 && text.buffer())
+            by = text.buffer() + random() % (expected.size() + 1);
+        const std::string copy(by);
+        const bool isInside = start <= expected.size();
+        ASSERT_EQ(isInside, text.replace(int(start), length, by)) << step;
+        if (isInside)
+            expected.replace(start, size_t(length), copy);
+        ASSERT_EQ(expected.c_str(), text) << step;
+        if (expected.size() > 500)
+        {
+            text.erase(3);
+            expected.erase(3);
+        }
+    }
 }
 
 TEST(UT_StringEdit, SubstitutesManyNearAndFarApart)
