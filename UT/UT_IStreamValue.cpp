@@ -321,7 +321,7 @@ UT_IStream::readLength(UT_ISTREAM_RLE_IO rle, int64 &length)
 static bool
 utReadText(UT_IStreamBuf &source, UT_String &text, int length)
 {
-    int room = std::min(length, 1 << 16);
+    int room = std::min(length, 1 << 20);
     text.harden("", room);
     for (int used = 0;;)
     {

@@ -127,6 +127,8 @@ UT_StringArray::getLongestPrefixLength() const
 int
 UT_StringArray::toStdVectorOfStrings(std::vector<std::string> &out) const
 {
+    if (out.empty())
+        out.reserve(size_t(entries()));
     for (int i = 0; i < entries(); ++i)
     {
         const char *const text = (*this)(i);
