@@ -7,7 +7,9 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <iterator>
 #include <ostream>
 
@@ -314,13 +316,33 @@ utCurrentTime()
     return time(nullptr);
 }
 
+// Has localtime_r() know the zone in force: alone it looks only once. The
+// variable is compared each time. Where there is none, the zone's file is asked
+// whether it has changed, which takes ten times as long as all the rest: once a
+// second.
+static void
+utUpdateZone()
+{
+    static const int64 theVariable = -1; // in place of the second of a look
+    static std::atomic<int64> theLook(theVariable);
+    const auto relaxed = std::memory_order_relaxed;
+    int64 look = theVariable;
+    if (!getenv("TZ"))
+    {
+        timespec now;
+        clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+        look = now.tv_sec;
+        if (theLook.load(relaxed) == look)
+            return;
+    }
+    theLook.store(look, relaxed);
+    tzset();
+}
+
 const tm *
 utLocalTime(int64 seconds, tm &result)
 {
-    // As localtime() does: the variable is compared with the one in force, and
-    // where there is none, the zone's file is asked whether it has changed.
-    // localtime_r() alone looks only once.
-    tzset();
+    utUpdateZone();
     const time_t time = seconds;
     return localtime_r(&time, &result);
 }

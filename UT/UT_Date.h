@@ -44,8 +44,8 @@ public:
 
     /// Writes the local time at `time`, in seconds since 1970, as localtime()
     /// has it at that moment, and returns `os`. Writes nothing when the year
-    /// does not fit in an int. When the variable `TZ` is not set, each call
-    /// checks the system's time zone, which takes one system call.
+    /// does not fit in an int. When the variable `TZ` is not set, a change of
+    /// the system's time zone is noticed within a second.
     static std::ostream &
     dprintf(std::ostream &os, const char *format, long time);
 

@@ -68,14 +68,19 @@ TEST(UT_Date, AgreesWithStrftimeInAnyZone)
 {
     const char format[] = "%a%A%b%B%c%C%d%D%e%h%H%I%m%M%p%r%R%S%T%u%w%x%X%y%Y"
                           "%Z%n%t%%";
-    for (const char *zone : {"UTC", "Europe/Berlin", "EST5EDT", "IST-5:30", ""})
+    // Null for the system's.
+    for (const char *zone :
+         {"UTC", "Europe/Berlin", static_cast<const char *>(nullptr), "EST5EDT",
+          "IST-5:30", ""})
         for (time_t time = 86399; time < INT_MAX - 9999999; time += 9999999)
         {
-            setenv("TZ", zone, 1); // seen without a tzset()
+            // Seen without a tzset().
+            zone ? setenv("TZ", zone, 1) : unsetenv("TZ");
             char ours[512];
             UT_Date::dprintf(ours, format, long(time));
             std::ostringstream theirs; // calls strftime()
             theirs << std::put_time(localtime(&time), format);
-            ASSERT_EQ(theirs.str(), ours) << zone << ' ' << time;
+            ASSERT_EQ(theirs.str(), ours)
+                << (zone ? zone : "system") << ' ' << time;
         }
 }
