@@ -22,10 +22,13 @@ public:
     explicit ut_QuietStream(std::istream &stream)
         : myStream(stream), myExceptions(stream.exceptions())
     {
-        stream.exceptions(std::ios::goodbit);
+        if (myExceptions != std::ios::goodbit)
+            stream.exceptions(std::ios::goodbit);
     }
     ~ut_QuietStream()
     {
+        if (myExceptions == std::ios::goodbit)
+            return;
         try
         {
             myStream.exceptions(myExceptions);
@@ -108,20 +111,38 @@ UT_WorkBuffer::getline(std::istream &in)
     // A full piece and an empty rest count as failures underneath, which they
     // are not here, and the end is met together with the last line.
     const ut_QuietStream quiet(in);
-    char piece[thePieceSize + 1];
+    char block[thePieceSize + 1];
     bool isFound = false;
-    bool isFull;
-    do
+    // The first piece is read straight to where it stays.
+    for (bool isStored = !myLockCount;; isStored = false)
     {
-        in.getline(piece, sizeof(piece));
+        char *const piece = isStored ? myBuffer : block;
+        const int size = isStored ? myAllocatedSize : int(sizeof(block));
+        try
+        {
+            in.getline(piece, size);
+        }
+        catch (...) // the end of the thread
+        {
+            if (isStored)
+                clear();
+            throw;
+        }
         const std::streamsize count = in.gcount();
         isFound = isFound || count;
-        isFull = in.rdstate() == std::ios::failbit && count == thePieceSize;
+        const bool isFull =
+            in.rdstate() == std::ios::failbit && count == size - 1;
         if (isFound)
             in.clear(in.rdstate() & ~std::ios::failbit);
         // The newline, which is taken but not stored, counts too.
-        append(piece, int(count - (in.good() && !isFull)));
-    } while (isFull);
+        const int length = int(count - (in.good() && !isFull));
+        if (isStored)
+            myLength = length;
+        else
+            append(piece, length);
+        if (!isFull)
+            break;
+    }
     dropLineEnd();
     return isFound;
 }
