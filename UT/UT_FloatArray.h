@@ -188,8 +188,8 @@ public:
     /// them.
     int shift(unsigned from, unsigned to, unsigned count);
 
-    /// Sorts by a comparator. Equal elements keep their order if there is memory
-    /// for a copy of the array. O(n log n).
+    /// Sorts by a comparator. Equal elements keep their order if there is
+    /// memory for a copy of the array. O(n log n).
     void sort(Compare compare);
 
     /// Sorts ascending; there must be no NaN. O(n log n), without calling a

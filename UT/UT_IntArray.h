@@ -190,8 +190,8 @@ public:
     /// them.
     int shift(unsigned from, unsigned to, unsigned count);
 
-    /// Sorts by a comparator. Equal elements keep their order if there is memory
-    /// for a copy of the array. O(n log n).
+    /// Sorts by a comparator. Equal elements keep their order if there is
+    /// memory for a copy of the array. O(n log n).
     void sort(Compare compare);
 
     /// Sorts ascending. O(n log n), without calling a comparator.

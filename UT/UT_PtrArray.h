@@ -213,8 +213,8 @@ public:
     /// c d into b c a d.
     void move(int from, int to, int count);
 
-    /// Sorts by a comparator. Equal elements keep their order if there is memory
-    /// for a copy of the array. O(n log n).
+    /// Sorts by a comparator. Equal elements keep their order if there is
+    /// memory for a copy of the array. O(n log n).
     void sort(Compare compare);
 
     // ---- Sorted sets: both arrays are sorted. The first forms append to

@@ -66,14 +66,16 @@ utRank(float key)
     return unsigned(bits) ^ (bits < 0 ? 0xffffffffu : 0x80000000u);
 }
 
-// The place of each of some ranks: how many belong before it. Compares all
-// pairs, which takes no branch.
+// The place of each of fewer than theSmallSize items from `begin` on: how many
+// of them belong before it. Compares all pairs, which takes no branch.
+template <class Items>
 static void
-utPlaces(const unsigned *ranks, size_t n, size_t *places)
+utFindPlaces(Items items, size_t begin, size_t size, size_t *places)
 {
-    for (size_t i = 0; i < n; i++)
+    unsigned ranks[theSmallSize];
+    for (size_t i = 0; i < size; i++)
     {
-        const unsigned rank = ranks[i];
+        const unsigned rank = utRank(items.keyAt(begin + i));
         size_t place = i;
         for (size_t j = 0; j < i; j++)
         {
@@ -81,9 +83,23 @@ utPlaces(const unsigned *ranks, size_t n, size_t *places)
             places[j] += isLess;
             place -= isLess;
         }
+        ranks[i] = rank;
         places[i] = place;
     }
 }
+
+#ifdef UT_HAS_VECTORS
+template <class Items>
+static void
+utFindPlacesByLongVectors(
+    Items items, size_t begin, size_t size, size_t *places)
+{
+    unsigned ranks[theSmallSize];
+    for (size_t i = 0; i < size; i++)
+        ranks[i] = utRank(items.keyAt(begin + i));
+    utPlacesByLongVectors(ranks, size, places);
+}
+#endif
 
 // Sorts a range of fewer than theSmallSize items; stable. It does not look for
 // each item's place, which the processor cannot foresee.
@@ -91,20 +107,17 @@ template <class Items>
 static void
 utSortSmall(Items items, size_t begin, size_t end)
 {
-    unsigned ranks[theSmallSize];
     size_t places[theSmallSize];
     const size_t size = end - begin;
-    for (size_t i = 0; i < size; i++)
-        ranks[i] = utRank(items.keyAt(begin + i));
 #ifdef UT_HAS_VECTORS
     if (size >= theLeastVectorSize && utHasLongVectors())
     {
-        utPlacesByLongVectors(ranks, size, places);
+        utFindPlacesByLongVectors(items, begin, size, places);
         items.arrange(begin, size, places);
         return;
     }
 #endif
-    utPlaces(ranks, size, places);
+    utFindPlaces(items, begin, size, places);
     items.arrange(begin, size, places);
 }
 

@@ -331,7 +331,7 @@ UT_String::replace(int start, int length, const char *text)
             myData = static_cast<char *>(utChecked(realloc(myData, size)));
         char *const place = myData + before;
         memmove(place + come, place + gone, behind + 1); // with the NUL
-        memcpy(place, text, come);
+        std::copy(text, text + come, place);
         if (come < gone)
             if (void *const shorter = realloc(myData, size))
                 myData = static_cast<char *>(shorter);

@@ -102,46 +102,55 @@ UT_WorkBuffer::getline(FILE *in)
     return true;
 }
 
+// Reads up to `size` - 1 bytes of a line, and sets `length` to those before its
+// end and `isFound` if there were any. Returns whether the line goes on. A full
+// piece and an empty rest count as failures underneath, which they are not
+// here.
+static bool
+utReadPiece(std::istream &in, char *piece, int size, int &length, bool &isFound)
+{
+    in.getline(piece, size);
+    const std::streamsize count = in.gcount();
+    isFound = isFound || count;
+    const bool isFull = in.rdstate() == std::ios::failbit && count == size - 1;
+    if (isFound)
+        in.clear(in.rdstate() & ~std::ios::failbit);
+    // The newline, which is taken but not stored, counts too.
+    length = int(count - (in.good() && !isFull));
+    return isFull;
+}
+
 bool
 UT_WorkBuffer::getline(std::istream &in)
 {
     if (!in.good())
         return false;
     clear();
-    // A full piece and an empty rest count as failures underneath, which they
-    // are not here, and the end is met together with the last line.
+    // The end is met together with the last line.
     const ut_QuietStream quiet(in);
-    char block[thePieceSize + 1];
     bool isFound = false;
-    // The first piece is read straight to where it stays.
-    for (bool isStored = !myLockCount;; isStored = false)
+    bool goesOn = true;
+    int length = 0;
+    if (!myLockCount)
     {
-        char *const piece = isStored ? myBuffer : block;
-        const int size = isStored ? myAllocatedSize : int(sizeof(block));
+        // The first piece is read straight to where it stays.
         try
         {
-            in.getline(piece, size);
+            goesOn =
+                utReadPiece(in, myBuffer, myAllocatedSize, length, isFound);
         }
         catch (...) // the end of the thread
         {
-            if (isStored)
-                clear();
+            clear();
             throw;
         }
-        const std::streamsize count = in.gcount();
-        isFound = isFound || count;
-        const bool isFull =
-            in.rdstate() == std::ios::failbit && count == size - 1;
-        if (isFound)
-            in.clear(in.rdstate() & ~std::ios::failbit);
-        // The newline, which is taken but not stored, counts too.
-        const int length = int(count - (in.good() && !isFull));
-        if (isStored)
-            myLength = length;
-        else
-            append(piece, length);
-        if (!isFull)
-            break;
+        myLength = length;
+    }
+    while (goesOn)
+    {
+        char piece[thePieceSize + 1];
+        goesOn = utReadPiece(in, piece, sizeof(piece), length, isFound);
+        append(piece, length);
     }
     dropLineEnd();
     return isFound;

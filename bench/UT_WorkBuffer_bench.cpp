@@ -1,6 +1,6 @@
-// Appends cost at most what they cost std::string, and the usual formatted ones,
-// also of floats, at most 0.8 of snprintf() into a large enough array and an
-// append, and 0.9 of fmt. sprintf() of a text alone takes 1.1 of strdup().
+// Appends cost at most what they cost std::string, and the usual formatted
+// ones, also of floats, at most 0.8 of snprintf() into a large enough array and
+// an append, and 0.9 of fmt. sprintf() of a text alone takes 1.1 of strdup().
 //
 // Every benchmark builds the same text in a work buffer and in the peer. The
 // argument is the number of appends: few show the construction, many the
