@@ -2,6 +2,7 @@
 
 #include "UT_IStream.h"
 
+#include "UT_AllocImpl.h"
 #include "UT_CharImpl.h"
 #include "UT_NumberImpl.h"
 #include "UT_String.h"
@@ -316,26 +317,30 @@ UT_IStream::readLength(UT_ISTREAM_RLE_IO rle, int64 &length)
     return length >= 0;
 }
 
-// The text grows with the bytes that arrive: a stored length may be huge, and
-// memory be allocated for it, when no bytes follow.
-static bool
-utReadText(UT_IStreamBuf &source, UT_String &text, int length)
+// The next `length` bytes and a NUL; null when there are fewer. The block grows
+// with the bytes that arrive: a stored length may be huge, and memory be
+// allocated for it, when no bytes follow.
+static ut_BlockOwner<char>
+utReadText(UT_IStreamBuf &source, int length)
 {
     int room = std::min(length, 1 << 20);
-    text.harden("", room);
+    ut_BlockOwner<char> text(
+        static_cast<char *>(utAllocate(size_t(room) + 1)));
     for (int used = 0;;)
     {
-        used += source.bread(text.buffer() + used, room - used);
+        used += source.bread(text.get() + used, room - used);
         if (used < room)
-            return false;
+            return nullptr;
         if (room == length)
-            return true;
+            break;
         room = room > length / 2 ? length : room * 2;
-        UT_String longer;
-        longer.harden("", room);
-        memcpy(longer.buffer(), text.buffer(), size_t(used));
-        text.swap(longer);
+        char *const longer = static_cast<char *>(
+            utChecked(realloc(text.get(), size_t(room) + 1)));
+        (void)text.release();
+        text.reset(longer);
     }
+    text.get()[length] = '\0';
+    return text;
 }
 
 bool
@@ -344,14 +349,15 @@ UT_IStream::readBinaryString(UT_String &text, UT_ISTREAM_RLE_IO rle)
     int64 length = 0;
     if (myError)
         return false;
-    UT_String read;
-    if (!readLength(rle, length) || length >= INT_MAX ||
-        !utReadText(*myStream, read, int(length)))
+    ut_BlockOwner<char> read;
+    if (readLength(rle, length) && length < INT_MAX)
+        read = utReadText(*myStream, int(length));
+    if (!read)
     {
         setError();
         return false;
     }
-    text.swap(read);
+    text.own(read.release());
     return true;
 }
 

@@ -66,9 +66,15 @@ UT_String::~UT_String()
 void
 UT_String::ownCopyOf(const char *text)
 {
-    char *const copy = utDuplicate(text);
+    own(utDuplicate(text));
+}
+
+// Takes over a block of malloc().
+void
+UT_String::own(char *block)
+{
     freeData();
-    myData = copy;
+    myData = block;
     myIsReference = 0;
 }
 
@@ -133,11 +139,7 @@ UT_String::harden(const char *text, int length)
     if (length < 0 && !myIsReference && myData &&
         (myData == text || strcmp(myData, text) == 0))
         return;
-    char *const copy =
-        length < 0 ? utDuplicate(text) : utDuplicate(text, length);
-    freeData();
-    myData = copy;
-    myIsReference = 0;
+    own(length < 0 ? utDuplicate(text) : utDuplicate(text, length));
 }
 
 void

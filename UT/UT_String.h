@@ -711,7 +711,10 @@ public:
     bool load(UT_IStream &in);
 
 private:
+    friend class UT_IStream;
+
     UT_LOCAL void ownCopyOf(const char *text);
+    UT_LOCAL void own(char *block);
 
     // Programs hold strings by value and in arrays: order and size stay.
     char *myData;                // malloc'ed when owned, or null
