@@ -62,7 +62,7 @@ UT_WorkBuffer::dropLineEnd()
 bool
 UT_WorkBuffer::getline(FILE *in)
 {
-    if (feof(in) || ferror(in))
+    if (feof_unlocked(in) || ferror_unlocked(in))
         return false;
     clear();
     // The first piece is read straight to where it stays.
@@ -90,7 +90,7 @@ UT_WorkBuffer::getline(FILE *in)
     if (!isDropped)
         myLength = int(count);
     // Deliberate: a piece that starts with a NUL ends the line.
-    while (count && piece[count - 1] != '\n' && !feof(in))
+    while (count && piece[count - 1] != '\n' && !feof_unlocked(in))
     {
         piece = fgets(block, thePieceSize, in);
         if (!piece)
