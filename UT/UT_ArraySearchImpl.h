@@ -6,6 +6,8 @@
 #include "UT_ArrayImpl.h"
 #include "UT_MergeSortImpl.h"
 
+#include "SYS/SYS_VectorsImpl.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -171,8 +173,9 @@ utSkipUnequal(const T *numbers, ptrdiff_t start, ptrdiff_t count, T value)
     return start;
 }
 
-// Enough numbers for the longer vectors.
-constexpr ptrdiff_t theLongSearch = 64;
+// Enough numbers for the longer vectors, and where these linger.
+constexpr size_t theLongSearch = 64;
+constexpr size_t theLongLingeringSearch = 1024;
 
 // The first element from `start` on that equals `value`, or -1: sixteen numbers
 // at a time with one jump, of which there are as many at least. The last eight
@@ -184,8 +187,13 @@ utFindFar(const Array &array, utElement<const Array> value, unsigned startIndex)
     const auto *const numbers = array.data();
     const ptrdiff_t count = ptrdiff_t(array.entries());
     ptrdiff_t start = ptrdiff_t(startIndex);
-    if (count - start >= theLongSearch && __builtin_cpu_supports("avx2"))
+    if (sysVectorsPay(
+            size_t(count - start), theLongSearch, theLongLingeringSearch) &&
+        __builtin_cpu_supports("avx2"))
+    {
+        const sys_VectorUse use;
         start = utSkipUnequal(numbers, start, count, value);
+    }
     const ptrdiff_t lastEight = count - 8;
     for (;; start += 16)
     {

@@ -6,7 +6,7 @@
 
 #include "UT_VectorSortImpl.h"
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 
 #include <algorithm>
 #include <cstdint>

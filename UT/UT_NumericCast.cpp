@@ -1,12 +1,11 @@
 #include "UT_NumericCast.h"
 
-#include "UT_VectorsImpl.h"
-
 #include "SYS/SYS_FPReal16Impl.h"
+#include "SYS/SYS_VectorsImpl.h"
 
 #include <cstring>
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 #include <immintrin.h>
 #endif
 
@@ -24,7 +23,7 @@ utToHalf(fpreal16 *to, const float *from, size_t count)
         to[i] = fpreal16(from[i]);
 }
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 #define UT_F16C __attribute__((target("avx2,f16c")))
 // In 32 bits the compiler inlines nothing here on its own.
 #define UT_F16C_INLINE __attribute__((target("avx2,f16c"), always_inline))
@@ -252,31 +251,50 @@ struct ut_HalfCasts
 
 } // namespace
 
+// So many pay for vectors where those linger.
+static constexpr size_t theManyHalves = 256;
+
+#ifdef SYS_HAS_VECTORS
 // The fastest version that this processor has and the user allows.
 static const ut_HalfCasts &
 utHalfCasts()
 {
     static const ut_HalfCasts theCasts = []
     {
-#ifdef UT_HAS_VECTORS
-        if (utHasLongVectors())
+        if (sysHasLongVectors())
             return ut_HalfCasts{utToFloatAVX512, utToHalfAVX512};
-        if (utHasVectors())
+        if (sysHasVectors())
             return ut_HalfCasts{utToFloatF16C, utToHalfF16C};
-#endif
         return ut_HalfCasts{utToFloat, utToHalf};
     }();
     return theCasts;
 }
+#endif
 
 void
 UTnumericCast(float *to, const fpreal16 *from, size_t count)
 {
-    utHalfCasts().toFloat(to, from, count);
+#ifdef SYS_HAS_VECTORS
+    if (sysVectorsPay(count, 0, theManyHalves))
+    {
+        const sys_VectorUse use;
+        utHalfCasts().toFloat(to, from, count);
+        return;
+    }
+#endif
+    utToFloat(to, from, count);
 }
 
 void
 UTnumericCast(fpreal16 *to, const float *from, size_t count)
 {
-    utHalfCasts().toHalf(to, from, count);
+#ifdef SYS_HAS_VECTORS
+    if (sysVectorsPay(count, 0, theManyHalves))
+    {
+        const sys_VectorUse use;
+        utHalfCasts().toHalf(to, from, count);
+        return;
+    }
+#endif
+    utToHalf(to, from, count);
 }

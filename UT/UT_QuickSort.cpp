@@ -18,6 +18,7 @@ static constexpr size_t theFewSize = 13;
 
 // Fewer items are sorted sooner without long vectors.
 static constexpr size_t theLeastVectorSize = 4;
+static constexpr size_t theLeastLingeringSize = 128; // where these linger
 
 // From this number on, items are sorted by digits: of eight bits, or of eleven
 // when there are so many that clearing the longer tables no longer matters.
@@ -88,7 +89,7 @@ utFindPlaces(Items items, size_t begin, size_t size, size_t *places)
     }
 }
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 template <class Items>
 static void
 utFindPlacesByLongVectors(
@@ -109,8 +110,10 @@ utSortSmall(Items items, size_t begin, size_t end)
 {
     size_t places[theSmallSize];
     const size_t size = end - begin;
-#ifdef UT_HAS_VECTORS
-    if (size >= theLeastVectorSize && utHasLongVectors())
+#ifdef SYS_HAS_VECTORS
+    // So few are not worth what follows where they linger.
+    if (size >= theLeastVectorSize && !sysVectorsLinger() &&
+        sysHasLongVectors())
     {
         utFindPlacesByLongVectors(items, begin, size, places);
         items.arrange(begin, size, places);
@@ -340,9 +343,11 @@ template <class Key>
 static void
 utSortPlainKeys(Key *keys, ut_KeyForm<Key> form, size_t n)
 {
-#ifdef UT_HAS_VECTORS
-    if (n >= theLeastVectorSize && utHasLongVectors())
+#ifdef SYS_HAS_VECTORS
+    if (sysVectorsPay(n, theLeastVectorSize, theLeastLingeringSize) &&
+        sysHasLongVectors())
     {
+        const sys_VectorUse use;
         const ut_LongVectorKeyItems items(keys, form);
         if (n >= theSmallSize)
         {
@@ -353,8 +358,9 @@ utSortPlainKeys(Key *keys, ut_KeyForm<Key> form, size_t n)
         if (utSortInOrderByNetwork(keys, n, form))
             return;
     }
-    if (utHasVectors())
+    if (sysVectorsPay(n, 0, theLeastLingeringSize) && sysHasVectors())
     {
+        const sys_VectorUse use;
         utSortKeys(ut_VectorKeyItems(keys, form), n);
         return;
     }

@@ -59,7 +59,7 @@ private:
     Key myHeld;
 };
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 // Keys alone, divided by vectors, and in small numbers sorted by them.
 template <class Key>
 class ut_VectorKeyItems : public ut_KeyItems<Key>
@@ -299,7 +299,7 @@ private:
     uint16 *mySources;
 };
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 template <class Key>
 inline constexpr bool utHasOwnPartition<ut_VectorKeyItems<Key>> = true;
 #endif
@@ -309,7 +309,7 @@ inline constexpr bool utHasOwnPartition<ut_VectorKeyItems<Key>> = true;
 template <class Items>
 inline constexpr bool utHasOwnDivision = false;
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 template <class Key>
 inline constexpr bool utHasOwnDivision<ut_LongVectorKeyItems<Key>> = true;
 #endif

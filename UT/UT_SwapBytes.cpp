@@ -1,5 +1,7 @@
 #include "UT_SwapBytes.h"
 
+#include "SYS/SYS_VectorsImpl.h"
+
 #include <cstring>
 
 // The loops, with what they call, are inlined into a function for each kind of
@@ -62,8 +64,10 @@ utSwap(char *to, const char *from, size_t count, size_t width)
 }
 
 #if defined(__x86_64__) || defined(__i386__)
-// Bytes from which on the longest vectors pay for the call.
+// Bytes from which on the longest vectors pay for the call, and where they
+// linger.
 static constexpr size_t theLongBytes = 64;
+static constexpr size_t theLongLingeringBytes = 4096;
 
 [[gnu::target("avx2")]] static void
 utSwapAvx2(char *to, const char *from, size_t count, size_t width)
@@ -78,8 +82,10 @@ UTswapBytes(void *to, const void *from, size_t count, size_t width)
     char *const target = static_cast<char *>(to);
     const char *const source = static_cast<const char *>(from);
 #if defined(__x86_64__) || defined(__i386__)
-    if (count * width >= theLongBytes && __builtin_cpu_supports("avx2"))
+    if (sysVectorsPay(count * width, theLongBytes, theLongLingeringBytes) &&
+        __builtin_cpu_supports("avx2"))
     {
+        const sys_VectorUse use;
         utSwapAvx2(target, source, count, width);
         return;
     }

@@ -2,17 +2,20 @@
 
 #pragma once
 
+#include "SYS/SYS_VectorsImpl.h"
+
 #include <cstddef>
 
 #if defined(__x86_64__) || defined(__i386__)
 constexpr size_t theLongestVectorText = 32;
 
-// Whether this processor can search for a text of so many bytes by vectors.
+// Whether this processor can search for a text of so many bytes by vectors, and
+// it pays: the text is found soon, as a rule.
 inline bool
 utHasTextVectors(size_t length)
 {
     return length >= 2 && length <= theLongestVectorText &&
-           __builtin_cpu_supports("avx512bw") &&
+           !sysVectorsLinger() && __builtin_cpu_supports("avx512bw") &&
            __builtin_cpu_supports("avx512vl") &&
            __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
 }

@@ -8,6 +8,7 @@
 #include "UT_WorkBuffer.h"
 
 #include "SYS/SYS_Types.h"
+#include "SYS/SYS_VectorsImpl.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -186,7 +187,8 @@ utSkipBlocks(
 inline bool
 utHasBlocks(const char *text, const char *end)
 {
-    return end - text >= theBlock && __builtin_cpu_supports("avx2");
+    return end - text >= theBlock && !sysVectorsLinger() &&
+           __builtin_cpu_supports("avx2");
 }
 #else
 inline const char *

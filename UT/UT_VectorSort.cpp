@@ -2,7 +2,7 @@
 
 #include "UT_VectorSortImpl.h"
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 
 #include <immintrin.h>
 

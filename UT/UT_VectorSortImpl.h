@@ -5,7 +5,7 @@
 
 #include "UT_DigitSortImpl.h"
 #include "UT_QuickSortImpl.h"
-#include "UT_VectorsImpl.h"
+#include "SYS/SYS_VectorsImpl.h"
 
 // The most keys that utSortByRanks() takes.
 constexpr size_t theRanksSize = 112;
@@ -13,7 +13,7 @@ constexpr size_t theRanksSize = 112;
 // The most keys that utSortByNetwork() takes.
 constexpr size_t theNetworkSize = 256;
 
-#ifdef UT_HAS_VECTORS
+#ifdef SYS_HAS_VECTORS
 // Sorts up to theRanksSize keys; stable. Compares each key with all others, as
 // the place of a key is the number of keys that belong before it: eight at a
 // time and without a branch, which up to that size is faster than to divide.
