@@ -1,214 +1,207 @@
 #include "VM_Math.h"
 
-#include "SYS/SYS_Processor.h"
+#include "SYS/SYS_VectorsImpl.h"
 
-#include <algorithm>
-#include <cmath>
+#include <cstddef>
 
 bool VM_Math::theSIMD = false;
 
-// Every operation exists for one float and for four.
-#ifdef __SSE2__
-#include <emmintrin.h>
+// Each operation is one loop, which is inlined into a function for each kind of
+// processor. This file is compiled so that they become vector code there, and
+// so that products are rounded before anything is added to them.
 
-using vm_Float4 = __m128;
+// Says of the loop that follows that no element depends on another one.
+#ifdef __clang__
+#define VM_ELEMENT_BY_ELEMENT _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define VM_ELEMENT_BY_ELEMENT _Pragma("GCC ivdep")
+#endif
+
+// Floats that set() stores at a time.
+static constexpr size_t theBlockSize = 8;
+
+#ifdef SYS_HAS_VECTORS
+
+// Floats from which on vectors pay where they linger.
+static constexpr size_t theManyFloats = 512;
 
 static bool
-vmHasVectors()
+vmUsesVectors(size_t count)
 {
-    static const bool theAnswer = []
-    {
-        int type;
-        int flags;
-        SYSgetProcessor(type, flags);
-        return (flags & SYS_PROCESSOR_SSE2) != 0;
-    }();
-    return theAnswer;
-}
-
-static bool
-vmUsesVectors()
-{
-    return VM_Math::theSIMD && vmHasVectors();
+    return VM_Math::theSIMD && sysVectorsPay(count, 0, theManyFloats) &&
+           sysHasVectors();
 }
 #endif
 
 namespace
 {
 
-// An operand: one or four of its elements.
+// An operand: an array, or one value in place of it.
 struct vm_Array
 {
-    const float *data;
+    [[gnu::always_inline]] float operator[](size_t i) const { return data[i]; }
 
-    [[nodiscard]] float one(unsigned i) const { return data[i]; }
-#ifdef __SSE2__
-    [[nodiscard]] vm_Float4 four(unsigned i) const
-    {
-        return _mm_loadu_ps(data + i);
-    }
-#endif
+    const float *data;
 };
 
-// One value in place of an array.
 struct vm_Value
 {
-    float value;
+    [[gnu::always_inline]] float operator[](size_t) const { return value; }
 
-    [[nodiscard]] float one(unsigned) const { return value; }
-#ifdef __SSE2__
-    [[nodiscard]] vm_Float4 four(unsigned) const
-    {
-        return _mm_set1_ps(value);
-    }
-#endif
+    float value;
 };
 
 struct vm_Add
 {
-    float operator()(float a, float b) const { return a + b; }
-#ifdef __SSE2__
-    vm_Float4 operator()(vm_Float4 a, vm_Float4 b) const
+    [[gnu::always_inline]] float operator()(float a, float b) const
     {
-        return _mm_add_ps(a, b);
+        return a + b;
     }
-#endif
 };
 
 struct vm_Subtract
 {
-    float operator()(float a, float b) const { return a - b; }
-#ifdef __SSE2__
-    vm_Float4 operator()(vm_Float4 a, vm_Float4 b) const
+    [[gnu::always_inline]] float operator()(float a, float b) const
     {
-        return _mm_sub_ps(a, b);
+        return a - b;
     }
-#endif
 };
 
 struct vm_Multiply
 {
-    float operator()(float a, float b) const { return a * b; }
-#ifdef __SSE2__
-    vm_Float4 operator()(vm_Float4 a, vm_Float4 b) const
+    [[gnu::always_inline]] float operator()(float a, float b) const
     {
-        return _mm_mul_ps(a, b);
+        return a * b;
     }
-#endif
 };
 
 struct vm_Divide
 {
-    float operator()(float a, float b) const { return a / b; }
-#ifdef __SSE2__
-    vm_Float4 operator()(vm_Float4 a, vm_Float4 b) const
+    [[gnu::always_inline]] float operator()(float a, float b) const
     {
-        return _mm_div_ps(a, b);
+        return a / b;
     }
-#endif
-};
-
-struct vm_Min
-{
-    float operator()(float a, float b) const { return a < b ? a : b; }
-#ifdef __SSE2__
-    vm_Float4 operator()(vm_Float4 a, vm_Float4 b) const
-    {
-        return _mm_min_ps(a, b);
-    }
-#endif
-};
-
-struct vm_Max
-{
-    float operator()(float a, float b) const { return a > b ? a : b; }
-#ifdef __SSE2__
-    vm_Float4 operator()(vm_Float4 a, vm_Float4 b) const
-    {
-        return _mm_max_ps(a, b);
-    }
-#endif
-};
-
-struct vm_SquareRoot
-{
-    float operator()(float a) const { return std::sqrt(a); }
-#ifdef __SSE2__
-    vm_Float4 operator()(vm_Float4 a) const
-    {
-        return _mm_sqrt_ps(a);
-    }
-#endif
 };
 
 struct vm_MultiplyAdd
 {
-    template <class Floats>
-    Floats operator()(Floats a, Floats b, Floats c) const
+    [[gnu::always_inline]] float operator()(float a, float b, float c) const
     {
-        return vm_Add()(vm_Multiply()(a, b), c);
+        return a * b + c;
+    }
+};
+
+struct vm_Min
+{
+    [[gnu::always_inline]] float operator()(float a, float b) const
+    {
+        return a < b ? a : b;
+    }
+};
+
+struct vm_Max
+{
+    [[gnu::always_inline]] float operator()(float a, float b) const
+    {
+        return a > b ? a : b;
     }
 };
 
 struct vm_Clamp
 {
-    template <class Floats>
-    Floats operator()(Floats a, Floats low, Floats high) const
+    [[gnu::always_inline]] float
+    operator()(float a, float low, float high) const
     {
         return vm_Min()(vm_Max()(a, low), high);
+    }
+};
+
+struct vm_SquareRoot
+{
+    [[gnu::always_inline]] float operator()(float a) const
+    {
+        return __builtin_sqrtf(a);
     }
 };
 
 } // namespace
 
 template <class Operation, class... Operands>
-static void
-vmApply(
-    float *result, unsigned count, Operation operation, Operands... operands)
+[[gnu::always_inline]] static inline void
+vmLoop(float *result, size_t count, Operation operation, Operands... operands)
 {
-    unsigned i = 0;
-#ifdef __SSE2__
-    if (vmUsesVectors())
-        for (; count - i >= 4; i += 4)
-            _mm_storeu_ps(result + i, operation(operands.four(i)...));
-#endif
-    for (; i < count; ++i)
-        result[i] = operation(operands.one(i)...);
+    VM_ELEMENT_BY_ELEMENT
+    for (size_t i = 0; i < count; ++i)
+        result[i] = operation(operands[i]...);
 }
 
-#ifdef __SSE2__
-static void
-vmSet(float *data, float value, unsigned count)
+#ifdef SYS_HAS_VECTORS
+template <class... Arguments>
+[[gnu::target("avx2")]] static void
+vmLoopAvx2(float *result, size_t count, Arguments... arguments)
 {
-    const vm_Float4 four = _mm_set1_ps(value);
-    if (count < 4)
+    vmLoop(result, count, arguments...);
+}
+#endif
+
+template <class... Arguments>
+static void
+vmApply(float *result, size_t count, Arguments... arguments)
+{
+#ifdef SYS_HAS_VECTORS
+    if (vmUsesVectors(count))
     {
-        std::fill(data, data + count, value);
+        const sys_VectorUse use;
+        vmLoopAvx2(result, count, arguments...);
         return;
     }
-    float *const last = data + count - 4;
-    for (; last - data >= 12; data += 16)
+#endif
+    vmLoop(result, count, arguments...);
+}
+
+[[gnu::always_inline]] static inline void
+vmSetBlock(float *data, float value)
+{
+    for (size_t i = 0; i < theBlockSize; ++i)
+        data[i] = value;
+}
+
+// A block at a time. The last one may be set in part already.
+[[gnu::always_inline]] static inline void
+vmSet(float *data, float value, size_t count)
+{
+    if (count < theBlockSize)
     {
-        _mm_storeu_ps(data, four);
-        _mm_storeu_ps(data + 4, four);
-        _mm_storeu_ps(data + 8, four);
-        _mm_storeu_ps(data + 12, four);
+        for (size_t i = 0; i < count; ++i)
+            data[i] = value;
+        return;
     }
-    for (; data < last; data += 4)
-        _mm_storeu_ps(data, four);
-    // What is left ends here; a part of it may be set already.
-    _mm_storeu_ps(last, four);
+    float *const last = data + count - theBlockSize;
+    for (; data < last; data += theBlockSize)
+        vmSetBlock(data, value);
+    vmSetBlock(last, value);
+}
+
+#ifdef SYS_HAS_VECTORS
+[[gnu::target("avx2")]] static void
+vmSetAvx2(float *data, float value, size_t count)
+{
+    vmSet(data, value, count);
 }
 #endif
 
 void
 VM_Math::set(float *data, float value, unsigned count)
 {
-#ifdef __SSE2__
-    if (vmUsesVectors())
-        return vmSet(data, value, count);
+#ifdef SYS_HAS_VECTORS
+    if (vmUsesVectors(count))
+    {
+        const sys_VectorUse use;
+        vmSetAvx2(data, value, count);
+        return;
+    }
 #endif
-    std::fill(data, data + count, value);
+    vmSet(data, value, count);
 }
 
 void
@@ -293,29 +286,13 @@ VM_Math::squareRoot(float *result, const float *a, unsigned count)
 double
 VM_Math::dot(const float *a, const float *b, unsigned count)
 {
-    double sums[4] = {};
+    constexpr unsigned theSums = 4;
+    double sums[theSums] = {};
     unsigned i = 0;
-#ifdef __SSE2__
-    if (vmUsesVectors())
-    {
-        __m128d low = _mm_setzero_pd();
-        __m128d high = _mm_setzero_pd();
-        for (; count - i >= 4; i += 4)
-        {
-            const __m128 a4 = _mm_loadu_ps(a + i);
-            const __m128 b4 = _mm_loadu_ps(b + i);
-            low =
-                _mm_add_pd(low, _mm_mul_pd(_mm_cvtps_pd(a4), _mm_cvtps_pd(b4)));
-            high = _mm_add_pd(
-                high, _mm_mul_pd(
-                          _mm_cvtps_pd(_mm_movehl_ps(a4, a4)),
-                          _mm_cvtps_pd(_mm_movehl_ps(b4, b4))));
-        }
-        _mm_storeu_pd(sums, low);
-        _mm_storeu_pd(sums + 2, high);
-    }
-#endif
-    for (; i < count; ++i)
-        sums[i % 4] += double(a[i]) * double(b[i]);
+    for (; count - i >= theSums; i += theSums)
+        for (unsigned k = 0; k < theSums; ++k)
+            sums[k] += double(a[i + k]) * double(b[i + k]);
+    for (unsigned k = 0; i + k < count; ++k)
+        sums[k] += double(a[i + k]) * double(b[i + k]);
     return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }

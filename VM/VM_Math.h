@@ -6,16 +6,17 @@
 
 /// Operations on arrays of floats, of any alignment.
 ///
-/// Each has a plain form and one with vector instructions; theSIMD selects. The
-/// results are the same bit for bit, except for the payload of a NaN. The
-/// result may be one of the operands, but must not overlap them otherwise.
+/// Each has a form for any processor and one for those with long vectors (AVX2);
+/// theSIMD selects. The results are the same bit for bit, except for the payload
+/// of a NaN. The result may be one of the operands, but must not overlap them
+/// otherwise.
 ///
 /// Thread-safe, except for theSIMD. Linear time.
 class SYS_API VM_Math
 {
 public:
-    /// Whether vector instructions may be used; off at the start. Set it before
-    /// other threads run. It has no effect where the processor lacks them, or
+    /// Whether long vectors may be used; off at the start. Set it before other
+    /// threads run. It has no effect where the processor lacks them, or
     /// VALDRIN_DISABLE_SSE and related settings forbid them.
     static bool theSIMD;
 
