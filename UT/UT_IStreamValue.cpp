@@ -324,8 +324,7 @@ static ut_BlockOwner<char>
 utReadText(UT_IStreamBuf &source, int length)
 {
     int room = std::min(length, 1 << 20);
-    ut_BlockOwner<char> text(
-        static_cast<char *>(utAllocate(size_t(room) + 1)));
+    ut_BlockOwner<char> text(static_cast<char *>(utAllocate(size_t(room) + 1)));
     for (int used = 0;;)
     {
         used += source.bread(text.get() + used, room - used);

@@ -5,6 +5,7 @@
 
 #include "UT_DigitSortImpl.h"
 #include "UT_QuickSortImpl.h"
+
 #include "SYS/SYS_VectorsImpl.h"
 
 // The most keys that utSortByRanks() takes.

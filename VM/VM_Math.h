@@ -6,10 +6,10 @@
 
 /// Operations on arrays of floats, of any alignment.
 ///
-/// Each has a form for any processor and one for those with long vectors (AVX2);
-/// theSIMD selects. The results are the same bit for bit, except for the payload
-/// of a NaN. The result may be one of the operands, but must not overlap them
-/// otherwise.
+/// Each has a form for any processor and one for those with long vectors
+/// (AVX2); theSIMD selects. The results are the same bit for bit, except for
+/// the payload of a NaN. The result may be one of the operands, but must not
+/// overlap them otherwise.
 ///
 /// Thread-safe, except for theSIMD. Linear time.
 class SYS_API VM_Math
