@@ -312,6 +312,7 @@ private:
     UT_LOCAL void takeEscaped(char &byte);
     UT_LOCAL bool getShortLine(UT_WorkBuffer &buffer, int delimiter);
     UT_LOCAL bool getShortWord(UT_WorkBuffer &buffer);
+    UT_LOCAL void appendRestOfFile(UT_WorkBuffer &buffer);
 
     // Order and size stay.
     char *myErrorString = nullptr;      // malloc'ed, or null

@@ -12,8 +12,10 @@
 #include <memory>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+static constexpr int theBlockSize = 4096; // of what is loaded at a time
 static bool theStdinIsByLines = false;
 static UT_IStreamBuf *theStdinBuf = nullptr; // never destroyed
 
@@ -67,7 +69,7 @@ public:
 
 private:
     FILE *myFile; // the caller's, or null
-    char myBlock[4096];
+    char myBlock[theBlockSize];
 };
 
 // A file of our own. It need not go through a FILE, and reads ahead as much as
@@ -79,6 +81,13 @@ public:
 
     // Opens the file, once. A failure sets the error.
     void open(const char *path);
+
+    // The bytes that are left, as far as the system knows.
+    [[nodiscard]] int64 bytesLeft() const;
+
+    // Reads as read() does, but up to what the system gives at a time, and the
+    // end is no error. Returns 0 there, and -1 for an error.
+    int readSome(char *buf, int n);
 
     int read(char *buf, int n) override;
     int streamPeek() override;
@@ -92,11 +101,7 @@ public:
     }
 
 private:
-    enum
-    {
-        theBlockSize = 4096,
-        theWindowSize = 16 * theBlockSize
-    };
+    static constexpr int theWindowSize = 16 * theBlockSize;
 
     [[nodiscard]] int unread() const { return myWindowEnd - myWindowPos; }
     bool closeOnce();
@@ -231,6 +236,29 @@ ut_FilePtrStreamBuf::readFile(char *buf, int n)
     return int(count);
 }
 
+int64
+ut_FilePtrStreamBuf::bytesLeft() const
+{
+    struct stat64 status;
+    if (myPosition < 0 || fstat64(myFile, &status) != 0)
+        return unread();
+    return std::max(status.st_size - myPosition, int64(0)) + unread();
+}
+
+int
+ut_FilePtrStreamBuf::readSome(char *buf, int n)
+{
+    const int count = std::min(n, unread());
+    memcpy(buf, myWindow + myWindowPos, size_t(count));
+    myWindowPos += count;
+    if (count > 0)
+        return count;
+    // The window would no longer be what lies before myPosition.
+    myWindowPos = 0;
+    myWindowEnd = 0;
+    return readFile(buf, n);
+}
+
 // Reads until the window has `wanted` bytes, if there are as many.
 void
 ut_FilePtrStreamBuf::fillWindow(int wanted)
@@ -245,7 +273,7 @@ ut_FilePtrStreamBuf::fillWindow(int wanted)
         const int room = theWindowSize - myWindowEnd;
         count = readFile(myWindow + myWindowEnd, std::min(room, myNextFill));
         myWindowEnd += std::max(count, 0);
-        myNextFill = std::min(myNextFill * 2, int(theWindowSize));
+        myNextFill = std::min(myNextFill * 2, theWindowSize);
     }
 }
 
@@ -302,10 +330,7 @@ ut_FilePtrStreamBuf::readOn(char *buf, int n)
                 continue;
             break;
         }
-        // The window would no longer be what lies before myPosition.
-        myWindowPos = 0;
-        myWindowEnd = 0;
-        const int direct = readFile(buf + total, n - total);
+        const int direct = readSome(buf + total, n - total);
         if (direct <= 0)
             break;
         total += direct;
@@ -330,7 +355,7 @@ ut_FilePtrStreamBuf::loadBuffer(int &start, int &end)
     if (unread() < theBlockSize)
         fillWindow(theBlockSize);
     start = 0;
-    end = std::min(unread(), int(theBlockSize));
+    end = std::min(unread(), theBlockSize);
     memcpy(myBlock, myWindow + myWindowPos, size_t(end));
     myWindowPos += end;
     if (end > 0)
@@ -422,6 +447,31 @@ ut_StdinStreamBuf::seekPos(int64 offset, int whence)
         return true;
     setError(nullptr);
     return false;
+}
+
+// Appends the rest of a file of our own but for its last blocks, which go
+// through the load buffer as all others would, and makes room for those.
+void
+UT_IStreamBuf::appendRestOfFile(UT_WorkBuffer &buffer)
+{
+    const int64 theMostRoom = 1 << 26; // a file may claim any length
+    auto *const file = dynamic_cast<ut_FilePtrStreamBuf *>(this);
+    if (!file || buffer.myLockCount)
+        return;
+    const int left = int(std::min(file->bytesLeft(), theMostRoom));
+    buffer.reserve(unsigned(buffer.myLength + left) + 1);
+    const int blocks = std::max(left / theBlockSize - 1, 0);
+    const int end = buffer.myLength + blocks * theBlockSize;
+    if (blocks > 0)
+        clearLoadBuffer();
+    int count = 1;
+    while (count > 0 && buffer.myLength < end)
+    {
+        count = file->readSome(
+            buffer.myBuffer + buffer.myLength, end - buffer.myLength);
+        buffer.myLength += std::max(count, 0);
+        buffer.myBuffer[buffer.myLength] = '\0';
+    }
 }
 
 UT_IStreamBuf *

@@ -368,10 +368,13 @@ UT_IStreamBuf::getAll(UT_WorkBuffer &buffer)
     if (myError)
         return false;
     buffer.clear();
-    do
+    buffer.append(myLoadBuffer + myLoadPos, pending());
+    myLoadPos = myLoadEnd;
+    appendRestOfFile(buffer);
+    while (!endOfBuffer() && loadBuffer())
     {
         buffer.append(myLoadBuffer + myLoadPos, pending());
         myLoadPos = myLoadEnd;
-    } while (!endOfBuffer() && loadBuffer());
+    }
     return true;
 }

@@ -230,6 +230,36 @@ TEST(UT_IStreamBuf, SeeksCountFromTheEndOfTheLoadBuffer)
     EXPECT_EQ(2, range->unwind(9)); // not to what lies before the range
 }
 
+TEST(UT_IStreamBuf, AWholeFileLeavesItsLastBlockToUnwind)
+{
+    const struct
+    {
+        size_t length;
+        int lastBlock; // when it was loaded, the end was found
+    } cases[] = {
+        {10,     10  },
+        {4096,   0   },
+        {8191,   4095},
+        {12288,  0   },
+        {100000, 1696},
+    };
+    std::mt19937 random(4);
+    for (const auto &row : cases)
+    {
+        SCOPED_TRACE(row.length);
+        const std::string text = "one\n" + utScannable(random, row.length + 1);
+        const ut_Source file(utNamed(text.substr(0, row.length)));
+        EXPECT_EQ("one", utLine(*file));
+        UT_WorkBuffer all;
+        EXPECT_TRUE(file->getAll(all));
+        EXPECT_EQ(text.substr(4, row.length - 4), utTextOf(all));
+        EXPECT_EQ(row.lastBlock, file->unwind(100000));
+        EXPECT_TRUE(file->getAll(all));
+        const size_t again = size_t(row.lastBlock);
+        EXPECT_EQ(text.substr(row.length - again, again), utTextOf(all));
+    }
+}
+
 TEST(UT_IStreamBuf, TheEndIsSomethingElseThanAnError)
 {
     const ut_Source missing(UT_IStreamBuf::fileBuf("/nowhere/at/all"));
