@@ -509,6 +509,10 @@ ValdrinMakeDirectory(char *path, mode_t mode)
 {
     if (!path)
         return 0;
+    // Most are there already, and then so are their parents.
+    struct stat status;
+    if (stat(path, &status) == 0)
+        return S_ISDIR(status.st_mode);
     for (char *c = path; *c; ++c)
     {
         if (*c != '/' || c == path)

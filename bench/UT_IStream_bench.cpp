@@ -157,6 +157,35 @@ utGzip(size_t longest)
 }
 
 static void
+utAllStream(benchmark::State &state)
+{
+    const std::string &path = utWords(size_t(state.range(0)));
+    for (auto _ : state)
+    {
+        UT_IFStream in(path.c_str(), UT_ISTREAM_ASCII);
+        UT_WorkBuffer all;
+        in.getAll(all);
+        benchmark::DoNotOptimize(all.buffer());
+    }
+}
+
+static void
+utAllFread(benchmark::State &state)
+{
+    const std::string &path = utWords(size_t(state.range(0)));
+    for (auto _ : state)
+    {
+        FILE *const in = fopen(path.c_str(), "rb");
+        fseek(in, 0, SEEK_END);
+        std::string all(size_t(ftell(in)), '\0');
+        rewind(in);
+        all.resize(fread(all.data(), 1, all.size(), in));
+        fclose(in);
+        benchmark::DoNotOptimize(all.data());
+    }
+}
+
+static void
 utLines(benchmark::State &state)
 {
     const std::string path = utLineFile(size_t(state.range(0)));
@@ -399,6 +428,8 @@ utValuesFread(benchmark::State &state)
 // Bytes of a file.
 static const auto utSizes = utCurve<1 << 12, 1 << 22, 1 << 27, 32>;
 
+BENCHMARK(utAllStream)->Name("read a whole file/ours")->Apply(utSizes);
+BENCHMARK(utAllFread)->Name("read a whole file/fread")->Apply(utSizes);
 BENCHMARK(utLines)->Name("read lines/ours")->Apply(utCurve<10, 1000, 10000000>);
 BENCHMARK(utLinesGetline)
     ->Name("read lines/getline")
