@@ -20,7 +20,8 @@ bool sysHasLongVectors();
 // floats once they have used such vectors, until the system runs another
 // thread: the instruction that is meant to end that (vzeroupper) does not reach
 // half of the registers there. Another one does, but takes as long as the
-// arithmetic for a hundred floats or more.
+// arithmetic for a hundred floats or more. Vectors of sixteen bytes are fine,
+// whatever instructions use them.
 #ifdef __i386__
 bool sysVectorsLinger();
 void sysForgetVectors();
@@ -44,6 +45,15 @@ sysVectorsPay(size_t count, size_t least, size_t leastWhereTheyLinger)
     return count >= least &&
            (count >= leastWhereTheyLinger || !sysVectorsLinger());
 }
+
+// Among the attributes of a function that names a kind of processor and keeps
+// vectors of sixteen bytes: in 32 bits callers may have aligned the stack for
+// less, and the option for that does not reach such functions.
+#ifdef __i386__
+#define SYS_ALIGNS_STACK gnu::force_align_arg_pointer
+#else
+#define SYS_ALIGNS_STACK
+#endif
 
 // Stands where vectors are used, around all of it.
 class sys_VectorUse

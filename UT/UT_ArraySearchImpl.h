@@ -175,7 +175,7 @@ utSkipUnequal(const T *numbers, ptrdiff_t start, ptrdiff_t count, T value)
 
 // Enough numbers for the longer vectors, and where these linger.
 constexpr size_t theLongSearch = 64;
-constexpr size_t theLongLingeringSearch = 1024;
+constexpr size_t theLongLingeringSearch = 2048;
 
 // The first element from `start` on that equals `value`, or -1: sixteen numbers
 // at a time with one jump, of which there are as many at least. The last eight

@@ -5,6 +5,7 @@
 #include "UT_TextSearchImpl.h"
 
 #include "SYS/SYS_Types.h"
+#include "SYS/SYS_VectorsImpl.h"
 
 #include <cstdint>
 #include <cstring>
@@ -15,7 +16,7 @@
 // The sanitizers do not know what may be read of a block.
 #define UT_VECTORS                                                         \
     [[gnu::target("avx512bw,avx512vl,bmi,bmi2"), gnu::no_sanitize_address, \
-      gnu::no_sanitize_thread]]
+      gnu::no_sanitize_thread, SYS_ALIGNS_STACK]]
 // In 32 bits the compiler inlines nothing here on its own.
 #define UT_VECTORS_INLINE \
     [[gnu::target("avx512bw,avx512vl,bmi,bmi2"), gnu::always_inline]]
@@ -23,14 +24,23 @@
 namespace
 {
 
+// In 32 bits longer vectors might linger.
+#ifdef __i386__
+#define UT_BYTES(operation) _mm_##operation
+using ut_Bytes = __m128i;
+using ut_Mask = __mmask16;
+#else
+#define UT_BYTES(operation) _mm256_##operation
 using ut_Bytes = __m256i;
+using ut_Mask = __mmask32;
+#endif
 constexpr size_t theBlock = sizeof(ut_Bytes);
 constexpr size_t thePair = 2 * theBlock;
 
 // A bit for each byte of a block, the lowest for the first.
 using ut_Places = uint32;
-constexpr ut_Places theAllPlaces = ~ut_Places(0);
-static_assert(theBlock == 32 && theLongestVectorText <= theBlock);
+constexpr ut_Places theAllPlaces = ut_Mask(-1);
+static_assert(theLongestVectorText == theBlock);
 
 UT_VECTORS_INLINE inline ut_Bytes
 utLoad(const char *from)
@@ -44,20 +54,20 @@ utLoad(const char *from)
 UT_VECTORS_INLINE inline ut_Bytes
 utLoadAt(ut_Places places, const char *from)
 {
-    return _mm256_maskz_loadu_epi8(places, from);
+    return UT_BYTES(maskz_loadu_epi8)(ut_Mask(places), from);
 }
 
 // The result of a comparison. One whose result is a mask takes longer.
 UT_VECTORS_INLINE inline ut_Places
 utPlaces(ut_Bytes isSame)
 {
-    return ut_Places(_mm256_movemask_epi8(isSame));
+    return ut_Places(UT_BYTES(movemask_epi8)(isSame));
 }
 
 UT_VECTORS_INLINE inline ut_Places
 utZeros(ut_Bytes bytes)
 {
-    return utPlaces(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256()));
+    return utPlaces(UT_BYTES(cmpeq_epi8)(bytes, ut_Bytes()));
 }
 
 class ut_VectorSearch
@@ -65,8 +75,9 @@ class ut_VectorSearch
 public:
     UT_VECTORS_INLINE ut_VectorSearch(const char *text, size_t length)
         : myToLast(length - 1), myPlaces(theAllPlaces >> (theBlock - length)),
-          myText(utLoadAt(myPlaces, text)), myFirst(_mm256_set1_epi8(text[0])),
-          myLast(_mm256_set1_epi8(text[length - 1]))
+          myText(utLoadAt(myPlaces, text)),
+          myFirst(UT_BYTES(set1_epi8)(text[0])),
+          myLast(UT_BYTES(set1_epi8)(text[length - 1]))
     {
     }
 
@@ -97,11 +108,11 @@ public:
     {
         const ut_Bytes a = utLoad(pair);
         const ut_Bytes b = utLoad(pair + theBlock);
-        if (utZeros(_mm256_min_epu8(a, b)))
+        if (utZeros(UT_BYTES(min_epu8)(a, b)))
             return true;
-        return utPlaces(_mm256_or_si256(
-            candidates(a, utLoad(pair + myToLast)),
-            candidates(b, utLoad(pair + theBlock + myToLast))));
+        return utPlaces(
+            candidates(a, utLoad(pair + myToLast)) |
+            candidates(b, utLoad(pair + theBlock + myToLast)));
     }
 
     // The first block with a NUL or the first byte of the text.
@@ -110,8 +121,7 @@ public:
         for (;; block += theBlock)
         {
             const ut_Bytes bytes = utLoad(block);
-            if (utZeros(
-                    _mm256_min_epu8(bytes, _mm256_xor_si256(bytes, myFirst))))
+            if (utZeros(UT_BYTES(min_epu8)(bytes, bytes ^ myFirst)))
                 return block;
         }
     }
@@ -121,9 +131,8 @@ private:
     UT_VECTORS_INLINE [[nodiscard]] ut_Bytes
     candidates(ut_Bytes firsts, ut_Bytes lasts) const
     {
-        return _mm256_and_si256(
-            _mm256_cmpeq_epi8(firsts, myFirst),
-            _mm256_cmpeq_epi8(lasts, myLast));
+        return UT_BYTES(cmpeq_epi8)(firsts, myFirst) &
+               UT_BYTES(cmpeq_epi8)(lasts, myLast);
     }
 
     UT_VECTORS_INLINE [[nodiscard]] const char *
@@ -132,7 +141,7 @@ private:
         for (; candidates; candidates &= candidates - 1)
         {
             const char *const place = block + __builtin_ctz(candidates);
-            if (!_mm256_cmpneq_epi8_mask(utLoadAt(myPlaces, place), myText))
+            if (!UT_BYTES(cmpneq_epi8_mask)(utLoadAt(myPlaces, place), myText))
                 return place;
         }
         return nullptr;

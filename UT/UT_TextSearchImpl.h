@@ -2,20 +2,17 @@
 
 #pragma once
 
-#include "SYS/SYS_VectorsImpl.h"
-
 #include <cstddef>
 
 #if defined(__x86_64__) || defined(__i386__)
-constexpr size_t theLongestVectorText = 32;
+constexpr size_t theLongestVectorText = sizeof(void *) == 4 ? 16 : 32;
 
-// Whether this processor can search for a text of so many bytes by vectors, and
-// it pays: the text is found soon, as a rule.
+// Whether this processor can search for a text of so many bytes by vectors.
 inline bool
 utHasTextVectors(size_t length)
 {
     return length >= 2 && length <= theLongestVectorText &&
-           !sysVectorsLinger() && __builtin_cpu_supports("avx512bw") &&
+           __builtin_cpu_supports("avx512bw") &&
            __builtin_cpu_supports("avx512vl") &&
            __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
 }
@@ -28,5 +25,5 @@ utHasTextVectors(size_t)
 #endif
 
 // The first `text` in the one from `begin` to its NUL, or null. May read what
-// lies before or after that in the same aligned 32 bytes.
+// lies before or after that in the same aligned block.
 const char *utFindByVectors(const char *begin, const char *text, size_t length);

@@ -43,8 +43,6 @@ inline constexpr struct ut_ScanTable
     unsigned char kinds[256];
 } theScanTable;
 
-constexpr int theBlock = 32;
-
 #ifdef __SSE2__
 // Skips bytes that are simply copied, sixteen at a time; those from `start` to
 // `text` are. Returns the first that is not, or `end`, or `text` when that is
@@ -114,34 +112,57 @@ inline constexpr struct ut_HalfTables
 } theHalfTables;
 static_assert(theHalfTables.areDistinct);
 
+// In 32 bits longer vectors might linger.
+#ifdef __i386__
+#define UT_BLOCK(operation) _mm_##operation
+using ut_Block = __m128i;
+#else
+#define UT_BLOCK(operation) _mm256_##operation
+using ut_Block = __m256i;
+#endif
+constexpr int theBlock = sizeof(ut_Block);
+
 // All bits are set where a byte of the block is special.
 template <bool copies>
-[[gnu::target("avx2"), gnu::always_inline]] inline __m256i
+[[gnu::target("avx2"), gnu::always_inline]] inline ut_Block
 utTakeBlock(
-    const char *text, char *out, ptrdiff_t offset, __m256i bytesByHalves)
+    const char *text, char *out, ptrdiff_t offset, ut_Block bytesByHalves)
 {
-    __m256i block;
+    ut_Block block;
     memcpy(&block, text + offset, theBlock);
     if (copies)
         memcpy(out + offset, &block, theBlock);
-    return _mm256_cmpeq_epi8(_mm256_shuffle_epi8(bytesByHalves, block), block);
+    return UT_BLOCK(cmpeq_epi8)(
+        UT_BLOCK(shuffle_epi8)(bytesByHalves, block), block);
 }
 
 // Bits are set where one of the two has a special byte.
 template <bool copies>
-[[gnu::target("avx2"), gnu::always_inline]] inline __m256i
+[[gnu::target("avx2"), gnu::always_inline]] inline ut_Block
 utTakeTwoBlocks(
-    const char *text, char *out, ptrdiff_t offset, __m256i bytesByHalves)
+    const char *text, char *out, ptrdiff_t offset, ut_Block bytesByHalves)
 {
-    return _mm256_or_si256(
-        utTakeBlock<copies>(text, out, offset, bytesByHalves),
-        utTakeBlock<copies>(text, out, offset + theBlock, bytesByHalves));
+    return utTakeBlock<copies>(text, out, offset, bytesByHalves) |
+           utTakeBlock<copies>(text, out, offset + theBlock, bytesByHalves);
 }
 
 [[gnu::target("avx2"), gnu::always_inline]] inline unsigned
-utMask(__m256i found)
+utMask(ut_Block found)
 {
-    return unsigned(_mm256_movemask_epi8(found));
+    return unsigned(UT_BLOCK(movemask_epi8)(found));
+}
+
+// The bytes that are special, in each half of a long block.
+[[gnu::target("avx2"), gnu::always_inline]] inline ut_Block
+utHalves(unsigned special)
+{
+    __m128i bytes;
+    memcpy(&bytes, theHalfTables.bytes[special], sizeof(bytes));
+#ifdef __i386__
+    return bytes;
+#else
+    return _mm256_broadcastsi128_si256(bytes);
+#endif
 }
 
 // Does what utSkipOrdinary() does, with the vectors of AVX2, for a text of at
@@ -149,17 +170,15 @@ utMask(__m256i found)
 // `out` has room up to `end`. Returns the first byte that is not simply copied,
 // or `end`.
 template <bool copies>
-[[gnu::target("avx2")]] const char *
+[[gnu::target("avx2"), SYS_ALIGNS_STACK]] const char *
 utSkipBlocks(
     const char *text, const char *end, unsigned special, char *out = nullptr)
 {
-    __m128i bytes;
-    memcpy(&bytes, theHalfTables.bytes[special], sizeof(bytes));
-    const __m256i byHalves = _mm256_broadcastsi128_si256(bytes);
+    const ut_Block byHalves = utHalves(special);
     const ptrdiff_t length = end - text;
     ptrdiff_t i = 0;
-    // Many texts end, or have something special, in the first two.
-    for (; i < 2 * theBlock && length - i >= theBlock; i += theBlock)
+    // Many texts end, or have something special, in the first 64 bytes.
+    for (; i < 64 && length - i >= theBlock; i += theBlock)
         if (const unsigned mask =
                 utMask(utTakeBlock<copies>(text, out, i, byHalves)))
             return text + i + __builtin_ctz(mask);
@@ -168,10 +187,9 @@ utSkipBlocks(
         i -= ptrdiff_t(uintptr_t(out) % theBlock);
     // Four that have something special are looked at again, one by one.
     for (; length - i >= 4 * theBlock; i += 4 * theBlock)
-        if (utMask(_mm256_or_si256(
-                utTakeTwoBlocks<copies>(text, out, i, byHalves),
-                utTakeTwoBlocks<copies>(
-                    text, out, i + 2 * theBlock, byHalves))))
+        if (utMask(
+                utTakeTwoBlocks<copies>(text, out, i, byHalves) |
+                utTakeTwoBlocks<copies>(text, out, i + 2 * theBlock, byHalves)))
             break;
     // The last block begins with some that are known.
     for (; i < length; i += theBlock)
@@ -187,10 +205,11 @@ utSkipBlocks(
 inline bool
 utHasBlocks(const char *text, const char *end)
 {
-    return end - text >= theBlock && !sysVectorsLinger() &&
-           __builtin_cpu_supports("avx2");
+    return end - text >= theBlock && __builtin_cpu_supports("avx2");
 }
 #else
+constexpr int theBlock = 32;
+
 inline const char *
 utSkipOrdinary(const char *text, const char *, unsigned)
 {

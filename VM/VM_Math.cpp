@@ -23,7 +23,7 @@ static constexpr size_t theBlockSize = 8;
 #ifdef SYS_HAS_VECTORS
 
 // Floats from which on vectors pay where they linger.
-static constexpr size_t theManyFloats = 512;
+static constexpr size_t theManyFloats = 4096;
 
 static bool
 vmUsesVectors(size_t count)

@@ -17,7 +17,7 @@ utValues(float scale, size_t stride)
     const std::vector<float> specials = {infinity,  0.0f,   -0.0f,
                                          -infinity, 1e-42f, 1e38f,
                                          -1e-42f,   3.0f,   std::nanf("")};
-    std::vector<float> values(1003);
+    std::vector<float> values(5003);
     size_t special = 0;
     for (size_t i = 0; i < values.size(); ++i)
     {
@@ -63,7 +63,7 @@ static void
 utCheck(const char *name, Operation operation, One one, Operands... operands)
 {
     for (const bool simd : {false, true})
-        for (const unsigned count : {0u, 1u, 3u, 4u, 7u, 8u, 9u, 1003u})
+        for (const unsigned count : {0u, 1u, 3u, 4u, 7u, 8u, 9u, 5003u})
         {
             VM_Math::theSIMD = simd;
             std::vector<float> result(&theA[0], &theA[0] + count);
