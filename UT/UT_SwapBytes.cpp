@@ -64,13 +64,18 @@ utSwap(char *to, const char *from, size_t count, size_t width)
 }
 
 #if defined(__x86_64__) || defined(__i386__)
-// Bytes from which on the longest vectors pay for the call, and where they
-// linger.
-static constexpr size_t theLongBytes = 64;
-static constexpr size_t theLongLingeringBytes = 4096;
+// In 32 bits longer vectors might linger.
+#ifdef __i386__
+#define UT_VECTORS "ssse3"
+#else
+#define UT_VECTORS "avx2"
+#endif
 
-[[gnu::target("avx2")]] static void
-utSwapAvx2(char *to, const char *from, size_t count, size_t width)
+// Bytes from which on vectors pay for the call.
+static constexpr size_t theLongBytes = 64;
+
+[[gnu::target(UT_VECTORS), SYS_ALIGNS_STACK]] static void
+utSwapByVectors(char *to, const char *from, size_t count, size_t width)
 {
     utSwap(to, from, count, width);
 }
@@ -82,11 +87,9 @@ UTswapBytes(void *to, const void *from, size_t count, size_t width)
     char *const target = static_cast<char *>(to);
     const char *const source = static_cast<const char *>(from);
 #if defined(__x86_64__) || defined(__i386__)
-    if (sysVectorsPay(count * width, theLongBytes, theLongLingeringBytes) &&
-        __builtin_cpu_supports("avx2"))
+    if (count * width >= theLongBytes && __builtin_cpu_supports(UT_VECTORS))
     {
-        const sys_VectorUse use;
-        utSwapAvx2(target, source, count, width);
+        utSwapByVectors(target, source, count, width);
         return;
     }
 #endif

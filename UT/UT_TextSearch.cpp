@@ -36,6 +36,7 @@ using ut_Mask = __mmask32;
 #endif
 constexpr size_t theBlock = sizeof(ut_Bytes);
 constexpr size_t thePair = 2 * theBlock;
+constexpr size_t theFour = 4 * theBlock; // on one page, too
 
 // A bit for each byte of a block, the lowest for the first.
 using ut_Places = uint32;
@@ -115,18 +116,34 @@ public:
             candidates(b, utLoad(pair + theBlock + myToLast)));
     }
 
-    // The first block with a NUL or the first byte of the text.
+    // The first block with a NUL or the first byte of the text, or that of the
+    // four that have one.
     UT_VECTORS_INLINE [[nodiscard]] const char *skip(const char *block) const
     {
-        for (;; block += theBlock)
+        for (; uintptr_t(block) % theFour != 0; block += theBlock)
+            if (utZeros(zeroIfEither(block)))
+                return block;
+        for (;; block += theFour)
         {
-            const ut_Bytes bytes = utLoad(block);
-            if (utZeros(UT_BYTES(min_epu8)(bytes, bytes ^ myFirst)))
+            const ut_Bytes a = UT_BYTES(min_epu8)(
+                zeroIfEither(block), zeroIfEither(block + theBlock));
+            const ut_Bytes b = UT_BYTES(min_epu8)(
+                zeroIfEither(block + 2 * theBlock),
+                zeroIfEither(block + 3 * theBlock));
+            if (utZeros(UT_BYTES(min_epu8)(a, b)))
                 return block;
         }
     }
 
 private:
+    // Bytes that are zero for a NUL and for the first byte of the text.
+    UT_VECTORS_INLINE [[nodiscard]] ut_Bytes
+    zeroIfEither(const char *block) const
+    {
+        const ut_Bytes bytes = utLoad(block);
+        return UT_BYTES(min_epu8)(bytes, bytes ^ myFirst);
+    }
+
     // Places that the first and the last byte of the text would fit.
     UT_VECTORS_INLINE [[nodiscard]] ut_Bytes
     candidates(ut_Bytes firsts, ut_Bytes lasts) const
