@@ -53,8 +53,9 @@ sysHasLongVectors()
 bool
 sysVectorsLinger()
 {
-    // Others than Intel's may.
-    static const bool theAnswer = !__builtin_cpu_is("intel");
+    // Others than Intel's may, if they have any.
+    static const bool theAnswer =
+        __builtin_cpu_supports("avx") && !__builtin_cpu_is("intel");
     return theAnswer;
 }
 

@@ -254,47 +254,37 @@ struct ut_HalfCasts
 // So many pay for vectors where those linger.
 static constexpr size_t theManyHalves = 256;
 
-#ifdef SYS_HAS_VECTORS
-// The fastest version that this processor has and the user allows.
+// The fastest versions that this processor has and the user allows.
 static const ut_HalfCasts &
 utHalfCasts()
 {
     static const ut_HalfCasts theCasts = []
     {
+#ifdef SYS_HAS_VECTORS
         if (sysHasLongVectors())
             return ut_HalfCasts{utToFloatAVX512, utToHalfAVX512};
         if (sysHasVectors())
             return ut_HalfCasts{utToFloatF16C, utToHalfF16C};
+#endif
         return ut_HalfCasts{utToFloat, utToHalf};
     }();
     return theCasts;
 }
-#endif
 
 void
 UTnumericCast(float *to, const fpreal16 *from, size_t count)
 {
-#ifdef SYS_HAS_VECTORS
-    if (sysVectorsPay(count, 0, theManyHalves))
-    {
-        const sys_VectorUse use;
-        utHalfCasts().toFloat(to, from, count);
-        return;
-    }
-#endif
-    utToFloat(to, from, count);
+    if (!sysVectorsPay(count, 0, theManyHalves))
+        return utToFloat(to, from, count);
+    const sys_VectorUse use;
+    utHalfCasts().toFloat(to, from, count);
 }
 
 void
 UTnumericCast(fpreal16 *to, const float *from, size_t count)
 {
-#ifdef SYS_HAS_VECTORS
-    if (sysVectorsPay(count, 0, theManyHalves))
-    {
-        const sys_VectorUse use;
-        utHalfCasts().toHalf(to, from, count);
-        return;
-    }
-#endif
-    utToHalf(to, from, count);
+    if (!sysVectorsPay(count, 0, theManyHalves))
+        return utToHalf(to, from, count);
+    const sys_VectorUse use;
+    utHalfCasts().toHalf(to, from, count);
 }

@@ -9,5 +9,5 @@ bool utVectorsLingerElsewhere() __asm__("__wrap__Z16sysVectorsLingerv");
 bool
 utVectorsLingerElsewhere()
 {
-    return !utVectorsLinger();
+    return __builtin_cpu_supports("avx") && !utVectorsLinger();
 }
