@@ -2,7 +2,7 @@
 // of a set, and nine tenths of that of strsep() at one separator; honouring
 // quotes takes at most two thirds of the time of strtok_r(), which does not.
 // Reversing the bytes of a thousand values and more takes at most a quarter of
-// the time of a loop, in 32 bits 0.45; of four values it takes as long.
+// the time of a loop, in 32 bits up to 0.45; of four values it takes as long.
 //
 // The argument is the number of words, or of values. Each round copies the line
 // first, since splitting it uses it up.
