@@ -55,7 +55,7 @@ sysVectorsPay(size_t count, size_t least, size_t leastWhereTheyLinger)
 #define SYS_ALIGNS_STACK
 #endif
 
-// Stands where vectors are used, around all of it.
+// Lives as long as vectors are used, and then ends what lingers of them.
 class sys_VectorUse
 {
 public:

@@ -85,8 +85,8 @@ public:
     // The bytes that are left, as far as the system knows.
     [[nodiscard]] int64 bytesLeft() const;
 
-    // Reads as read() does, but up to what the system gives at a time, and the
-    // end is no error. Returns 0 there, and -1 for an error.
+    // Reads up to `n` bytes, as many as one call of the system returns. Returns
+    // 0 at the end, which is not an error, and -1 after an error.
     int readSome(char *buf, int n);
 
     int read(char *buf, int n) override;
