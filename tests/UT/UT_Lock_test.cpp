@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <future>
 #include <thread>
+#include <vector>
 
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
@@ -48,6 +49,36 @@ TEST(UT_Lock, BoundedWaysMakeOneAttemptMore)
     UT_DebugLock("net", /*initiallyLocked=*/1).lock(/*tries=*/4);
     EXPECT_EQ(
         "Lock[net]: 5 collisions\n", testing::internal::GetCapturedStderr());
+}
+
+TEST(UT_Lock, OneThreadAtATimeHasIt)
+{
+    using ut_Way = void (UT_Lock::*)();
+    const ut_Way ways[] = {&UT_Lock::lock, &UT_Lock::lockLW, &UT_Lock::lockNap};
+    for (const bool isRecursive : {false, true})
+    {
+        UT_Lock lock(/*initiallyLocked=*/0, isRecursive);
+        int count = 0; // plain: the lock orders the accesses
+        std::vector<std::future<void>> threads;
+        for (const ut_Way way : ways)
+            threads.push_back(std::async(
+                std::launch::async,
+                [&lock, &count, isRecursive, way]
+                {
+                    for (int i = 0; i < 1000000; ++i)
+                    {
+                        (lock.*way)();
+                        const bool isNested = isRecursive && lock.lock(0);
+                        ++count;
+                        if (isNested)
+                            lock.unlock();
+                        lock.unlock();
+                    }
+                }));
+        threads.clear(); // they have ended
+        EXPECT_EQ(3000000, count) << "recursive: " << isRecursive;
+        EXPECT_TRUE(lock.tryLock()) << "recursive: " << isRecursive;
+    }
 }
 
 TEST(UT_Lock, TheOwnerGivesBackAsOftenAsItTook)
