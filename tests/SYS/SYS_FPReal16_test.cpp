@@ -25,7 +25,7 @@ TEST(SYS_FPReal16, EveryPatternIsItsFloat)
 
 TEST(SYS_FPReal16, RoundsAsTheDefinitionOfTheFormatsDoes)
 {
-    // Around every half, and every tie between two; and all over the range.
+    // Around every half, and every tie between two.
     for (uint32 bits = 0; bits < 0x7C00; ++bits)
     {
         const uint32 centre = utOracleFloatBits(bits);
@@ -42,11 +42,6 @@ TEST(SYS_FPReal16, RoundsAsTheDefinitionOfTheFormatsDoes)
                     << "minus " << x;
             }
     }
-    for (uint64 x = 0; x >> 32 == 0; x += 4099)
-        ASSERT_EQ(
-            utOracleHalfBits(uint32(x)),
-            fpreal16(utFloatOfBits(uint32(x))).bits())
-            << x;
     // Deliberate: a NaN without its upper mantissa bits.
     EXPECT_EQ(0x7C00, fpreal16(utFloatOfBits(0x7F801FFF)).bits());
 }

@@ -10,6 +10,7 @@ from host import BRIDGE, CHROMIUM, FIREFOX
 from support import Standin, bound, run
 
 NAME = "com.norvex.valdrinconnection"
+CHROMIUM_ID = CHROMIUM[0].split("/")[2]
 USER = {
     "Firefox": f".mozilla/native-messaging-hosts/{NAME}.json",
     "Chromium": f".config/chromium/NativeMessagingHosts/{NAME}.json",
@@ -20,16 +21,6 @@ SYSTEM = {
     "Firefox": f"usr/lib/mozilla/native-messaging-hosts/{NAME}.json",
     "Chromium": f"etc/chromium/native-messaging-hosts/{NAME}.json",
     "Google Chrome": f"etc/opt/chrome/native-messaging-hosts/{NAME}.json",
-}
-ALLOWED = {
-    "Firefox": "allowed_extensions",
-    "Chromium": "allowed_origins",
-    "Google Chrome": "allowed_origins",
-}
-CALLER = {
-    "Firefox": FIREFOX[1],
-    "Chromium": CHROMIUM[0],
-    "Google Chrome": CHROMIUM[0],
 }
 PROGRAM = {
     "Firefox": "usr/bin/firefox-esr",
@@ -51,12 +42,16 @@ def place(file, text="", mode=0o644):
 
 
 def manifest(browser, **changes):
+    if browser == "Firefox":
+        allowed = {"allowed_extensions": ["another", FIREFOX[1]]}
+    else:
+        allowed = {"allowed_origins": ["another", CHROMIUM[0]]}
     members = {
         "name": NAME,
         "description": "for a test",
         "path": BRIDGE,
         "type": "stdio",
-        ALLOWED[browser]: ["another", CALLER[browser]],
+        **allowed,
     }
     return json.dumps({**members, **changes})
 
@@ -124,8 +119,8 @@ class Test(unittest.TestCase):
                 ({"path": "/nowhere/valdrin-bridge"}, "cannot be run"),
                 ({"path": "/usr/bin/text"}, "cannot be run"),
                 ({"path": "/usr/bin"}, "cannot be run"),
-                ({ALLOWED["Firefox"]: ["another"]}, "does not list "),
-                ({ALLOWED["Firefox"]: CALLER["Firefox"]}, "does not list "),
+                ({"allowed_extensions": ["another"]}, "does not list "),
+                ({"allowed_extensions": FIREFOX[1]}, "does not list "),
             ):
                 self.install("Firefox")
                 place(self.root / "usr/bin/text")
@@ -148,7 +143,7 @@ class Test(unittest.TestCase):
                 ("Firefox", ".config/mozilla/firefox/a.b/extensions/"
                  "valdrin-connection@norvex.com.xpi"),
                 ("Chromium", ".config/chromium/Default/Extensions/"
-                 f"{CALLER['Chromium'][19:-1]}/1/manifest.json"),
+                 f"{CHROMIUM_ID}/1/manifest.json"),
                 ("Chromium", ".config/chromium/Profile 1/Secure Preferences"),
                 ("Google Chrome", ".config/google-chrome/Default/Preferences"),
             ):  # fmt: skip
@@ -156,7 +151,7 @@ class Test(unittest.TestCase):
                 shutil.rmtree(self.home, ignore_errors=True)
                 self.install(browser)
                 shutil.rmtree(self.root / "usr/share", ignore_errors=True)
-                place(self.home / extension, f'"{CALLER["Chromium"][19:-1]}"')
+                place(self.home / extension, f'"{CHROMIUM_ID}"')
                 place(self.home / USER[browser], manifest(browser))
                 status, words = self.check(application.port)
                 self.assertEqual(status, 0, words)

@@ -5,38 +5,9 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { setImmediate } from "node:timers/promises";
 
+import { Listeners, Port } from "./port.mjs";
+
 const ORIGIN = "https://a.example";
-
-class Listeners {
-    #listener;
-
-    addListener(listener) {
-        this.#listener = listener;
-    }
-
-    call(...args) {
-        return this.#listener(...args);
-    }
-}
-
-// One end of a connection, with a page or with a host.
-class Port {
-    onMessage = new Listeners();
-    onDisconnect = new Listeners();
-    sent = [];
-
-    constructor(name, sender) {
-        Object.assign(this, { name, sender });
-    }
-
-    postMessage(message) {
-        this.sent.push(message);
-    }
-
-    disconnect() {
-        this.isClosed = true;
-    }
-}
 
 let starts = 0;
 let session = {}; // what is stored until the browser ends
@@ -106,7 +77,7 @@ test("the call of a page that has gone meanwhile gets through, and leaves no " +
     page.onDisconnect.call(page);
     await read();
     assert.deepEqual(hosts[0].sent, [{ id: 0, method: "Run", args: ["x"] }]);
-    hosts[0].onMessage.call({ id: 0, part: "", last: true });
+    hosts[0].answer({ id: 0 });
     assert.ok(hosts[0].isClosed);
 });
 

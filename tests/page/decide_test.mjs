@@ -14,27 +14,26 @@ const SENDER = {
 };
 const SITES = new Map([[SITE, [32153, 40000]]]);
 
-// Each row's `given` gives what is `expected`.
+// Each row is what is given, and what is expected for it.
 function checkRows(rows, decide) {
-    for (const { given, expected } of rows)
+    for (const [given, expected] of rows)
         assert.deepEqual(decide(given), expected, JSON.stringify(given));
 }
 
 test("a site is an exact https origin, or one of this machine", () => {
     checkRows([
-        { given: " https://a.example ", expected: "https://a.example" },
-        { given: "https://a.example:8443/x?y",
-            expected: "https://a.example:8443" },
-        { given: "https://a.example:443", expected: "https://a.example" },
-        { given: "HTTPS://A.Example/", expected: "https://a.example" },
-        { given: "a.example", expected: "https://a.example" },
-        { given: "a.example:8443", expected: "https://a.example:8443" },
-        { given: "https://ü.example", expected: "https://xn--tda.example" },
-        { given: "http://localhost:8000", expected: "http://localhost:8000" },
-        { given: "localhost:8000", expected: "http://localhost:8000" },
-        { given: "127.0.0.1", expected: "http://127.0.0.1" },
-        { given: "https://localhost", expected: "https://localhost" },
-        { given: "null", expected: "https://null" },
+        [" https://a.example ", "https://a.example"],
+        ["https://a.example:8443/x?y", "https://a.example:8443"],
+        ["https://a.example:443", "https://a.example"],
+        ["HTTPS://A.Example/", "https://a.example"],
+        ["a.example", "https://a.example"],
+        ["a.example:8443", "https://a.example:8443"],
+        ["https://ü.example", "https://xn--tda.example"],
+        ["http://localhost:8000", "http://localhost:8000"],
+        ["localhost:8000", "http://localhost:8000"],
+        ["127.0.0.1", "http://127.0.0.1"],
+        ["https://localhost", "https://localhost"],
+        ["null", "https://null"],
     ], siteOf);
     for (const address of [
         "http://a.example", "http://localhost.a.example", "http://127.0.0.2",
@@ -60,9 +59,9 @@ test("the browser is asked for one host and no other", () => {
 
 test("ports are a list of numbers from 1 to 65535", () => {
     checkRows([
-        { given: "32153", expected: [32153] },
-        { given: " 40000, 32153;32153\t1", expected: [1, 32153, 40000] },
-        { given: "65535", expected: [65535] },
+        ["32153", [32153]],
+        [" 40000, 32153;32153\t1", [1, 32153, 40000]],
+        ["65535", [65535]],
     ], portsOf);
     for (const text of
         ["", " , ", "0", "65536", "32153 x", "1e4", "-1", "0x7d99"])

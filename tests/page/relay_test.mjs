@@ -7,6 +7,8 @@ import { readFile } from "node:fs/promises";
 import { test } from "node:test";
 import vm from "node:vm";
 
+import { Port } from "./port.mjs";
+
 const [PAGE, RELAY] = await Promise.all(["page.js", "relay.js"].map(
     (name) => readFile(
         new URL(`../../extension/${name}`, import.meta.url), "utf8")));
@@ -21,25 +23,6 @@ class DetailEvent extends Event {
 
     get detail() {
         return this.#detail;
-    }
-}
-
-// One end of a connection to the background. What was sent is in `sent`.
-class Port {
-    sent = [];
-    onMessage = { addListener: (listener) => { this.deliver = listener; } };
-    onDisconnect = { addListener: (listener) => { this.cut = listener; } };
-
-    postMessage(message) {
-        this.sent.push(message);
-    }
-
-    disconnect() {
-        this.isClosed = true;
-    }
-
-    answer(message, text = "") {
-        this.deliver({ id: message.id, part: text, last: true });
     }
 }
 
@@ -94,7 +77,7 @@ test("calls leave as they were made and get their own answers", async () => {
         { id: 1, method: "StashString", args: ["b"] },
     ]);
     ports[0].answer(second, "dropped");
-    ports[0].deliver({ id: first.id, part: "x ", last: false });
+    ports[0].onMessage.call({ id: first.id, part: "x ", last: false });
     ports[0].answer(first, " y");
     assert.equal(await run, "x  y");
     assert.equal(await stash, undefined);
@@ -159,7 +142,7 @@ test("a connection that is lost or left rejects all, and a call makes one",
         const { valdrin, ports, window } = makeWindow();
         const codes = Array.from(
             { length: 20 }, () => codeOf(valdrin.Run("x")));
-        ports[0].cut();
+        ports[0].onDisconnect.call();
         assert.deepEqual(
             await Promise.all(codes), Array(20).fill("disconnected"));
         const next = valdrin.Run("next");
