@@ -50,6 +50,13 @@ splitRow(const std::string &line)
     return row;
 }
 
+// A text in the notation of the pages.
+inline std::string
+inBrackets(const char *text)
+{
+    return text ? std::string("[") + text + "]" : "null";
+}
+
 // A table is known by the heading of its results, the last but one.
 struct Table
 {

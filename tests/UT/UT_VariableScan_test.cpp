@@ -1,3 +1,5 @@
+// What references mean is in the tables of docs/paths.md.
+
 #include "UT/UT_VariableScan.h"
 
 #include "UT/UT_Env.h"
@@ -8,48 +10,14 @@
 
 #include <string>
 
-// A first "=" gives nothing.
-static const char *
-utExpression(const char *expression, void *)
+TEST(UT_VariableScan, ACommentEndsWithItsLine)
 {
-    return *expression == '=' ? nullptr : expression;
-}
-
-static const struct
-{
-    const char *frame; // what F is
-    const char *text;
-    const char *expected;
-    int count;
-} theCases[] = {
-    {"7",    nullptr,                    "",                       0},
-    {"7",    "$A/b$E$UNSET/$-$",         "x/b/$-$",                2},
-    {"7",    "${$B}${A}m${A}:t $P:t:r",  "xxmx:t q",               5},
-    {"7",    "${no${A}}$A${A{$A",        "x${A{$A",                2},
-    {"7",    "`a\\`$A`$A`=`\\``\\~",     "a\\`$Ax`\\~",            3},
-    {"7",    "/*/$A'*/$A// $A'\\\\\n$A", "/*/$A'*/x// $A'\\\\\nx", 2},
-    {"7",    "~/a~ ~\t$A~'b'~\\\\~`=`~", "/h/a~ /h\tx/hb/h\\/h/h", 7},
-    {"7",    "$F4 $F4X ${F03} ${$N}",    "0007  007 007",          4},
-    {"-7",   "$F4 $F2 $F $F0",           "-007 -7 -7 -7",          4},
-    {"+1/b", "$F4 $F9:h",                "+1/b +000001",           2},
-};
-
-TEST(UT_VariableScan, ReplacesReferences)
-{
-    for (const char *variable :
-         {"A=x", "B=A", "E=", "N=F3", "P=/p/q.r", "HOME=/h"})
-        ValdrinPutenv(variable);
+    ValdrinSetenv("A", "x");
     UT_WorkBuffer out;
-    for (const auto &row : theCases)
-    {
-        ValdrinSetenv("F", row.frame);
-        const int count = UTExprVariableScan(
-            out, row.text, nullptr, utExpression, nullptr, 1, 1, 0);
-        const char *const text = row.text ? row.text : "null";
-        EXPECT_EQ(row.count, count) << text << " in frame " << row.frame;
-        EXPECT_STREQ(row.expected, out.buffer())
-            << text << " in frame " << row.frame;
-    }
+    EXPECT_EQ(1, UTVariableScan(out, "// $A\\\\\n$A", nullptr, nullptr, 1, 0));
+    EXPECT_STREQ("// $A\\\\\nx", out.buffer());
+    EXPECT_EQ(0, UTVariableScan(out, nullptr, nullptr, nullptr, 1, 0));
+    EXPECT_STREQ("", out.buffer());
     UTExprVariableScan(out, "$A~\\`", nullptr, nullptr, nullptr, 0, 0, 1);
     EXPECT_STREQ("$A~`", out.buffer());
 }
