@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <new>
 #include <random>
 #include <thread>
+#include <utility>
 #include <vector>
 
 static std::vector<char *>
@@ -79,30 +81,22 @@ TEST(UT_FixedAllocator, KeepsPagesUnlessItReclaims)
 
 TEST(UT_FixedAllocator, APageWithoutMemoryChangesNothing)
 {
-    static const struct
-    {
-        const char *what;
-        unsigned size;
-        int objectsPerPage;
-    } theRows[] = {
-        {"a page larger than memory",               0xfffffff0u, 0x7fffffff},
-        {"a page of 4 GiB, which 32 bits wrap",     0x10000000u, 16        },
-        {"blocks of 4 GiB, which are 0 in 32 bits", 0xffffffffu, 1         },
-    };
-    for (const auto &row : theRows)
-    {
-        if (sizeof(void *) > 4 && row.objectsPerPage == 16)
-            continue; // there may be memory for it
+    // Larger than memory; of 4 GiB, which are none in 32 bits, by its count and
+    // by the size of its block.
+    using ut_Page = std::pair<unsigned, int>;
+    for (const auto &[size, objects] :
+         {ut_Page(0xfffffff0, INT_MAX), ut_Page(0x10000000, 16),
+          ut_Page(0xffffffff, 1)})
         for (const bool reclaim : {false, true})
         {
-            SCOPED_TRACE(
-                testing::Message() << row.what << ", reclaim " << reclaim);
-            UT_FixedAllocator pool(row.size, reclaim, row.objectsPerPage);
+            if (sizeof(void *) > 4 && objects == 16)
+                continue; // there may be memory for it
+            SCOPED_TRACE(testing::Message() << size << ", reclaim " << reclaim);
+            UT_FixedAllocator pool(size, reclaim, objects);
             EXPECT_THROW(static_cast<void>(pool.allocate()), std::bad_alloc);
             EXPECT_EQ(0, pool.allocated());
             EXPECT_EQ(0u, pool.pageSlots());
         }
-    }
 }
 
 // Takes and gives back blocks, each full of copies of one byte. Grows and
