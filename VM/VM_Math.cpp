@@ -22,14 +22,14 @@ static constexpr size_t theBlockSize = 8;
 
 #ifdef SYS_HAS_VECTORS
 
-// Floats from which on vectors pay where they linger.
+// Floats from which on long vectors pay, and where they linger.
+static constexpr size_t theFewFloats = 32;
 static constexpr size_t theManyFloats = 4096;
 
 static bool
-vmUsesVectors(size_t count)
+vmPaysFor(size_t count)
 {
-    return VM_Math::theSIMD && sysVectorsPay(count, 0, theManyFloats) &&
-           sysHasVectors();
+    return sysVectorsPay(count, theFewFloats, theManyFloats) && sysHasVectors();
 }
 #endif
 
@@ -142,6 +142,21 @@ vmLoopAvx2(float *result, size_t count, Arguments... arguments)
 {
     vmLoop(result, count, arguments...);
 }
+
+// A function of its own, so that the loop for any processor saves no registers
+// for the calls here.
+template <class... Arguments>
+[[gnu::noinline]] static void
+vmApplyToMany(float *result, size_t count, Arguments... arguments)
+{
+    if (vmPaysFor(count))
+    {
+        const sys_VectorUse use;
+        vmLoopAvx2(result, count, arguments...);
+    }
+    else
+        vmLoop(result, count, arguments...);
+}
 #endif
 
 template <class... Arguments>
@@ -149,12 +164,8 @@ static void
 vmApply(float *result, size_t count, Arguments... arguments)
 {
 #ifdef SYS_HAS_VECTORS
-    if (vmUsesVectors(count))
-    {
-        const sys_VectorUse use;
-        vmLoopAvx2(result, count, arguments...);
-        return;
-    }
+    if (VM_Math::theSIMD && count >= theFewFloats)
+        return vmApplyToMany(result, count, arguments...);
 #endif
     vmLoop(result, count, arguments...);
 }
@@ -188,18 +199,26 @@ vmSetAvx2(float *data, float value, size_t count)
 {
     vmSet(data, value, count);
 }
+
+[[gnu::noinline]] static void
+vmSetMany(float *data, float value, size_t count)
+{
+    if (vmPaysFor(count))
+    {
+        const sys_VectorUse use;
+        vmSetAvx2(data, value, count);
+    }
+    else
+        vmSet(data, value, count);
+}
 #endif
 
 void
 VM_Math::set(float *data, float value, unsigned count)
 {
 #ifdef SYS_HAS_VECTORS
-    if (vmUsesVectors(count))
-    {
-        const sys_VectorUse use;
-        vmSetAvx2(data, value, count);
-        return;
-    }
+    if (VM_Math::theSIMD && count >= theFewFloats)
+        return vmSetMany(data, value, count);
 #endif
     vmSet(data, value, count);
 }

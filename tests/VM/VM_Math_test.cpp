@@ -63,7 +63,7 @@ static void
 utCheck(const char *name, Operation operation, One one, Operands... operands)
 {
     for (const bool simd : {false, true})
-        for (const unsigned count : {0u, 1u, 3u, 4u, 7u, 8u, 9u, 5003u})
+        for (const unsigned count : {0u, 1u, 4u, 9u, 31u, 32u, 33u, 39u, 5003u})
         {
             VM_Math::theSIMD = simd;
             std::vector<float> result(&theA[0], &theA[0] + count);
