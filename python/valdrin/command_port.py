@@ -635,6 +635,11 @@ def _traceback(error: BaseException) -> str:
     while frames and frames.tb_frame.f_code.co_filename == __file__:
         frames = frames.tb_next
     text = "".join(traceback.format_exception(type(error), error, frames))
+    # A group ends with a frame around its last member; clients take the last
+    # line for the message.
+    message = "".join(traceback.format_exception_only(type(error), error))
+    if not text.endswith(message):
+        text += message
     # A text that does not compile has no frames, and then no first line.
     return text if text.startswith("Traceback") else _wire.TRACEBACK + text
 

@@ -66,7 +66,8 @@ class Test(unittest.TestCase):
             "class Meta(type):\n"
             "    def __getattribute__(self, name): exit()\n"
             "class Nameless(Exception, metaclass=Meta): pass\n"
-            "def fail(): raise Nameless()\n",
+            "def fail(): raise Nameless()\n"
+            "def group(): raise ExceptionGroup('two', [KeyError(), OSError()])\n",
             namespace,
         )
         with command_port(namespace, run_command=run_command) as (_, c):
@@ -78,6 +79,8 @@ class Test(unittest.TestCase):
                 ("exit()", "SystemExit: None"),
                 ("Unprintable()", "TypeError: __str__ returned non-string .*"),
                 ("fail()", "Nameless"),
+                # Python before 3.11 has none, but its error has the name, too.
+                ("group()", ".*ExceptionGroup.*"),
             ):
                 with self.subTest(expression=expression):
                     with self.assertRaisesRegex(
