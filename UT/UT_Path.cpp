@@ -76,13 +76,15 @@ UTisRootPath(const char *path)
 {
     if (!path)
         return false;
+    const UT_StringArray &prefixes = UTgetAbsolutePathPrefixes();
+    // The slash at the end may be the prefix's own.
+    if (prefixes.find(path) >= 0)
+        return true;
     UT_String root(path, /*deep=*/1);
     const int length = root.length();
     if (length > 0 && root[length - 1] == '/')
         root.buffer()[length - 1] = '\0';
-    if (!*root || root == theNodePrefix)
-        return true;
-    if (UTgetAbsolutePathPrefixes().find(root) >= 0)
+    if (!*root || root == theNodePrefix || prefixes.find(root) >= 0)
         return true;
     // At most a single slash follows it.
     return root == theFilePrefix;

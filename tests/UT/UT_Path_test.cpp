@@ -19,6 +19,15 @@ TEST(UT_Path, EachPrefixIsAddedOnce)
     EXPECT_EQ(-1, UTaddAbsolutePathPrefix(""));
 }
 
+TEST(UT_Path, APrefixIsARootAlsoWhenItEndsInASlash)
+{
+    UTaddAbsolutePathPrefix("x:/");
+    EXPECT_TRUE(UTisRootPath("x:/"));
+    EXPECT_TRUE(UTisRootPath("x://"));
+    EXPECT_FALSE(UTisRootPath("x:"));
+    EXPECT_FALSE(UTisRootPath("x:///"));
+}
+
 TEST(UT_Path, ValidDirectoriesCanBeListedAndEntered)
 {
     EXPECT_FALSE(UTisValidDirectory(nullptr));
