@@ -11,6 +11,7 @@
 #include "UT_SymbolTable.h"
 #include "UT_WorkBuffer.h"
 
+#include <climits>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -27,7 +28,8 @@ static_assert(sizeof(theWarningLabel) == sizeof(theBlanks));
 static_assert(sizeof(theErrorLabel) == sizeof(theBlanks));
 static_assert(sizeof(theFatalLabel) == sizeof(theBlanks));
 
-// A larger code is a slip of a file's writer, and would cost memory.
+// A larger code is a slip of a file's writer, and would cost memory: its line
+// is ignored.
 static const int theLastCode = 1000000;
 
 // ---- Reading a message file
@@ -69,15 +71,16 @@ static bool
 utReadLine(const char *line, ut_Messages &messages)
 {
     const char *text = line;
-    int code = 0;
+    int64 digits = 0;
     for (; utIsDigit(*text); ++text)
     {
-        code = code * 10 + (*text - '0');
-        if (code > theLastCode)
+        digits = digits * 10 + (*text - '0');
+        if (digits > INT_MAX)
             return false;
     }
-    if (text == line)
+    if (text == line || digits > theLastCode)
         return true;
+    const int code = int(digits);
     // Deliberate: the byte after the code is skipped, whatever it is.
     if (*text)
         ++text;

@@ -49,10 +49,16 @@ TEST(UT_Error, MessageFilesAreData)
     for (const auto &row : theLines)
         EXPECT_EQ(row.message, utMessage(file, row.code, "abcd")) << row.line;
     EXPECT_EQ(file + ": unknown error: -1", utMessage(file, -1, ""));
-    // The first code that is too large ends the file.
-    const std::string cut = dir.write("cut", "1 one\n1000001 x\n2 two");
-    EXPECT_EQ("one", utMessage(cut, 1, ""));
-    EXPECT_EQ(cut + ": unknown error: 2", utMessage(cut, 2, ""));
+    // A code that is too large costs its own line, no int the rest of the file.
+    const std::string large = dir.write(
+        "large",
+        "1 one\n1000001 x\n2147483647 x\n2 two\n2147483648 x\n3 three");
+    EXPECT_EQ("one", utMessage(large, 1, ""));
+    for (const int code : {1000001, 2147483647, 3})
+        EXPECT_EQ(
+            large + ": unknown error: " + std::to_string(code),
+            utMessage(large, code, ""));
+    EXPECT_EQ("two", utMessage(large, 2, ""));
     const std::string longText(100000, '%');
     EXPECT_EQ(longText, utMessage(file, 1, longText.c_str()));
 }
